@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+
+namespace Tal {
+
+class SuperModel;
+
+/// Shows and hides the material kinds of one model. Without a state applied every kind is visible except the
+/// destroyed parts (87 to 100). Main thread only; the model is not owned and must stay alive while it is
+/// bound.
+class KsMaterialDisabler {
+ public:
+  explicit KsMaterialDisabler(SuperModel* superModel = nullptr);
+  virtual ~KsMaterialDisabler() = default;
+  KsMaterialDisabler(const KsMaterialDisabler&) = delete;
+  KsMaterialDisabler& operator=(const KsMaterialDisabler&) = delete;
+
+  /// Binds a model (null binds none) and makes its bindings; the visibilities are kept and applied to it.
+  virtual void attachSuperModel(SuperModel* superModel);
+
+  /// Lets go of the bound model and shows all its materials again. False, with no effect, when `superModel`
+  /// is null or is not the bound one.
+  virtual bool detachSuperModel(SuperModel* superModel);
+
+  /// Finds the bound model's material slots by their kinds and applies the visibilities to them; to be called
+  /// again when kinds were reassigned. Nothing happens when no model is bound.
+  virtual void createMaterialBindings();
+
+  /// True brings every part of the bound model to its destroyed look, false to its undamaged one, as if no
+  /// state had been applied and no kind had been set visible or hidden.
+  virtual void setIsDestroyed(bool isDestroyed);
+
+  /// Shows or hides every material of a kind, also when the model has none of it yet.
+  virtual void setMaterialKindVisible(unsigned int kind, bool isVisible);
+
+  virtual bool getMaterialKindVisible(unsigned int kind) const;
+
+  /// Adds the visibility of every kind that the bound model has or that was set since the last
+  /// setIsDestroyed.
+  virtual void getMaterialKindVisibles(std::map<unsigned int, bool>& visibles) const;
+
+ private:
+  SuperModel* superModel_;
+  std::multimap<unsigned int, unsigned int> slotsByKind_;
+  std::map<unsigned int, bool> explicitVisibility_;
+  bool isDestroyed_ = false;
+};
+
+}  // namespace Tal

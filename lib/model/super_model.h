@@ -1,0 +1,38 @@
+#pragma once
+
+#include <core/smart_pointer.h>
+#include <core/string_ref.h>
+#include <model/material_instance.h>
+#include <model/model.h>
+#include <model/skeleton_instance.h>
+
+#include <memory>
+#include <string>
+
+namespace Tal {
+
+/// A model as the editor has it open: its materials, skeleton and collision data. Main thread only.
+class SuperModel {
+ public:
+  /// A model put together by hand; `topModel` may be null.
+  SuperModel(SmartPointer<Model> topModel, Skeleton::SkeletonInstance skeleton, ModelMaterials materials);
+
+  /// Loads "NAME.model" and its ".visual" from the resource roots. Geometry is not read. Null when the model
+  /// cannot be loaded; `error` (may be null) then receives one line that names the file and the fault.
+  static std::unique_ptr<SuperModel> load(BasicStringRef modelName, std::string* error);
+
+  /// The top model; may be null.
+  SmartPointer<Model> topModel() const { return topModel_; }
+
+  /// The skeleton, owned by this object; never null.
+  Skeleton::SkeletonInstance* skeleton() noexcept { return &skeleton_; }
+
+  bool ready_ = true;  ///< false while the model is still being loaded; its materials are then not to be used
+  ModelMaterials materials_;  ///< the materials, in slot order
+
+ private:
+  SmartPointer<Model> topModel_;
+  Skeleton::SkeletonInstance skeleton_;
+};
+
+}  // namespace Tal

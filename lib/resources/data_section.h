@@ -1,0 +1,147 @@
+#pragma once
+
+#include <core/reference_count.h>
+#include <core/smart_pointer.h>
+#include <core/string_ref.h>
+#include <core/vector3.h>
+
+#include <string>
+
+namespace Tal {
+
+class DataSection;
+
+/// Supplies a section that has to be made because it does not exist. Null stands for the room's own XML
+/// sections.
+class DataSectionCreator {
+ public:
+  virtual ~DataSectionCreator() = default;
+
+  /// A new, empty section of the given tag (for a document: of the given resource name), or null when it
+  /// declines.
+  virtual SmartPointer<DataSection> create(BasicStringRef name) = 0;
+};
+
+/// A position among the children of a section, for reading. It holds no reference: the section must outlive
+/// it.
+class ConstDataSectionIterator {
+ public:
+  ConstDataSectionIterator(const DataSection* section, int index) noexcept
+      : section_(section), index_(index) {}
+
+  bool operator!=(const ConstDataSectionIterator& other) const noexcept {
+    return index_ != other.index_ || section_ != other.section_;
+  }
+  ConstDataSectionIterator& operator++() noexcept {
+    ++index_;
+    return *this;
+  }
+
+ protected:
+  const DataSection* section_;
+  int index_;
+};
+
+/// A position among the children of a section. Removing or adding children shifts the positions behind them.
+class DataSectionIterator : public ConstDataSectionIterator {
+ public:
+  using ConstDataSectionIterator::ConstDataSectionIterator;
+
+  /// The child; null when children were removed from under the iterator.
+  SmartPointer<DataSection> operator*() const;
+};
+
+/// A reference-counted handle on one element of a document. The document lives as long as any of its handles
+/// or the cache (DataSectionCache) holds it; a handle on an element that was removed stays valid and reads as
+/// it was.
+///
+/// Everywhere a key or name is asked for, it may be a path with slashes ("boundingBox/min"); at each step the
+/// first child of that tag is meant. The empty name is the section itself, never a child with an empty tag.
+/// A leaf's value is its text without surrounding white space. Numbers are read and written independently of
+/// the locale. Main thread only.
+class DataSection : public SafeReferenceCount {
+ public:
+  /// @name The section's own operations
+  /// @{
+
+  /// The element's name; the view is valid as long as the document.
+  virtual BasicStringRef tag() const = 0;
+
+  /// The element's own text, without surrounding white space; empty when there is none.
+  virtual std::string value() const = 0;
+
+  /// Replaces the element's own text by `value`, escaped as the format needs.
+  virtual void setValue(BasicStringRef value) = 0;
+
+  virtual int childCount() const = 0;
+
+  /// The child at a place in document order; null when `index` is out of range. Constant time.
+  virtual SmartPointer<DataSection> child(int index) const = 0;
+
+  /// The first child with that tag (a plain tag, not a path); null when there is none.
+  virtual SmartPointer<DataSection> findChild(BasicStringRef tag) const = 0;
+
+  /// Adds an empty element behind the last child; null when `tag` cannot name an element.
+  virtual SmartPointer<DataSection> appendChild(BasicStringRef tag) = 0;
+
+  /// Removes the given child; false when it is null or no child of this section.
+  virtual bool removeChild(const SmartPointer<DataSection>& child) = 0;
+
+  /// Removes the first child with that tag; false when there is none.
+  virtual bool removeChild(BasicStringRef tag) = 0;
+
+  /// Removes every child.
+  virtual void removeChildren() = 0;
+
+  /// Writes the whole document to a file: with an empty name to the one that it was read from, else to that
+  /// resource. The file is replaced atomically, and only when its content changes. False when it could not be
+  /// written: then the old file is whole, the edits stay in the document, and one critical message has said
+  /// what failed. Inside a SaveGroup the write waits for the group's commit, and true means only that it was
+  /// put down for it.
+  virtual bool save(BasicStringRef fileName = {}) = 0;
+
+  /// @}
+  /// @name Children
+  /// @{
+
+  DataSectionIterator begin() const { return {this, 0}; }
+  DataSectionIterator end() const { return {this, childCount()}; }
+
+  /// The section at the path `name`. When it is absent: null if `create` is false; else it is made, every
+  /// missing step of the path too, the last step by `creator` if that is not null. Null also when `name`
+  /// cannot name an element.
+  SmartPointer<DataSection> openSection(BasicStringRef name, bool create = false,
+                                        DataSectionCreator* creator = nullptr);
+
+  /// Removes the first section at the path, or every section with that last step; nothing happens when it is
+  /// absent.
+  void deleteSection(BasicStringRef name);
+  void deleteSections(BasicStringRef name);
+
+  /// @}
+  /// @name Values of children
+  /// Reading yields `defaultValue` when the child is absent, and for numbers also when its text is not one
+  /// number of the type, or out of its range. Writing makes the child when it is missing; false when `key`
+  /// cannot name one.
+  /// @{
+
+  std::string readString(BasicStringRef key, BasicStringRef defaultValue = {}, int flags = 0) const;
+  int readInt(BasicStringRef key, int defaultValue = 0) const;
+  float readFloat(BasicStringRef key, float defaultValue = 0.0F) const;
+  /// Three numbers separated by white space.
+  Vector3 readVector3(BasicStringRef key, const Vector3& defaultValue = Vector3::zero()) const;
+
+  bool writeString(BasicStringRef key, BasicStringRef value);
+  bool writeInt(BasicStringRef key, int value);
+  /// In the shortest form that reads back equal.
+  bool writeFloat(BasicStringRef key, float value);
+  bool writeVector3(BasicStringRef key, const Vector3& value);
+
+  /// @}
+
+ protected:
+  DataSection();
+  ~DataSection() override;
+};
+
+}  // namespace Tal

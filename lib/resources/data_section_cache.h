@@ -1,0 +1,21 @@
+#pragma once
+
+#include <core/string_ref.h>
+
+namespace Tal {
+
+/// Keeps the documents that were opened by resource name. An open looks at the file's identity (device,
+/// inode, size, modification and change time) and parses it again only when that changed. A document with
+/// unsaved edits is kept as it is. Main thread only.
+class DataSectionCache {
+ public:
+  /// Forgets the cached document of a resource, so that the next open reads the file anew; with `recursive`
+  /// also of every resource below that path. Handles on a forgotten document stay valid. A document with
+  /// unsaved edits is kept.
+  static void purge(BasicStringRef path, bool recursive);
+
+  /// Forgets every document, unsaved edits included; for the end of a program or a test.
+  static void clear();
+};
+
+}  // namespace Tal

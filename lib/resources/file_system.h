@@ -1,0 +1,70 @@
+#pragma once
+
+#include <core/smart_pointer.h>
+#include <core/string_ref.h>
+#include <resources/data_section.h>
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tal::FS {
+
+class MonitorThreadBase;
+
+/// The resource roots, in the order in which a name is looked up. Main thread only.
+///
+/// A resource name is relative, with forward slashes. One that is absolute, holds "..", or reaches a file
+/// outside its root through a link is refused: it is reported once per call with priority 5 and treated as
+/// absent.
+class MultiFileSystem {
+ public:
+  /// `roots` are existing directories; one that is not is reported and left out.
+  explicit MultiFileSystem(std::vector<std::filesystem::path> roots);
+  ~MultiFileSystem();
+  MultiFileSystem(const MultiFileSystem&) = delete;
+  MultiFileSystem& operator=(const MultiFileSystem&) = delete;
+
+  const std::vector<std::filesystem::path>& roots() const noexcept;
+
+  /// Where the first root that holds the resource has it (a regular file); empty when none does or the name
+  /// is refused.
+  std::optional<std::filesystem::path> find(BasicStringRef resourceName) const;
+
+  /// Where a resource is, or would be made in the first root; empty when the name is refused or there is no
+  /// root.
+  std::optional<std::filesystem::path> locationFor(BasicStringRef resourceName) const;
+
+  /// Why a name can never name a resource ("is absolute", "climbs out of its root", ...); empty when it can.
+  static std::string refusalOf(BasicStringRef resourceName);
+
+  /// The change monitor of the roots; never null, owned by this object. It starts watching on the first call.
+  MonitorThreadBase* getFilesystemMonitor();
+
+  /// Delivers, on this thread, every change that the monitor has collected; the host calls it once a frame.
+  void pump();
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+/// The process's file system; null before the host set one up and after it took it down.
+MultiFileSystem* fileSystem() noexcept;
+
+/// Makes `replacement` (may be null) the process's file system and destroys the previous one. The section
+/// cache is cleared, since names may now mean other files.
+void setFileSystem(std::unique_ptr<MultiFileSystem> replacement);
+
+namespace Utils {
+
+/// Opens a resource as a data section, from the cache when the file has not changed. Null when it is missing,
+/// refused or unreadable; a file that is there and cannot be parsed is reported (resource, line, column,
+/// reason) once for each version of the file. When it is missing and `create` is true, an empty document (by
+/// `creator` if not null) is made in memory; saving it makes the file.
+SmartPointer<DataSection> openSection(BasicStringRef path, bool create, DataSectionCreator* creator);
+
+}  // namespace Utils
+}  // namespace Tal::FS

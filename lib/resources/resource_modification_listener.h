@@ -1,0 +1,33 @@
+#pragma once
+
+#include <core/string_ref.h>
+
+namespace Tal {
+
+/// Something that wants to hear of changed resources; see FS::MonitorThreadBase. All hooks run on the main
+/// thread.
+class ResourceModificationListener {
+ public:
+  enum class Action { added, modified, removed };
+
+  ResourceModificationListener() = default;
+  ResourceModificationListener(const ResourceModificationListener&) = delete;
+  ResourceModificationListener& operator=(const ResourceModificationListener&) = delete;
+  virtual ~ResourceModificationListener() = default;
+
+ protected:
+  friend class ResourceModificationNotifier;
+
+  /// A resource changed. `basePath` is the root that holds it (a native path), `resourceName` its name below
+  /// that, with forward slashes; both are valid during the call only.
+  virtual void onResourceModified(const BasicStringRef& basePath, const BasicStringRef& resourceName,
+                                  Action action) = 0;
+
+  /// Changes were found and are about to be delivered; does nothing by default.
+  virtual void onTriggerTaskQueue() {}
+
+  /// Everything found so far was delivered; does nothing by default.
+  virtual void onTaskQueueEmpty() {}
+};
+
+}  // namespace Tal

@@ -1,0 +1,25 @@
+#pragma once
+
+namespace Tal {
+
+/// Gathers the saves of a scope: while a group is open, DataSection::save only notes the document, and each
+/// noted document is written once when the group is committed. A group within a group joins the outer one.
+/// Main thread only.
+class SaveGroup {
+ public:
+  SaveGroup();
+  /// A group that was not committed writes nothing; the edits stay in the documents, unsaved.
+  ~SaveGroup();
+  SaveGroup(const SaveGroup&) = delete;
+  SaveGroup& operator=(const SaveGroup&) = delete;
+
+  /// Writes every noted document and closes the group. False when one could not be written; that was
+  /// reported, its old file is whole and its edits are kept. In an inner group: true, and the outer group's
+  /// commit writes.
+  bool commit();
+
+ private:
+  bool isOpen_ = true;
+};
+
+}  // namespace Tal
