@@ -1,0 +1,87 @@
+#include <core/format.h>
+#include <core/nearest_name.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <numeric>
+
+namespace Tal {
+namespace {
+
+constexpr std::size_t kComparedLength = 64;  // bounds the work on hostile names
+constexpr std::size_t kShownCandidates = 3;
+constexpr std::size_t kShownHead = 60;
+constexpr std::size_t kShownTail = 16;
+
+/// The number of edits that turn `from` into `to`, or any number of at least `limit` when it is that large.
+std::size_t editDistance(BasicStringRef from, BasicStringRef to, std::size_t limit) {
+  const std::size_t lengthGap = std::max(from.size(), to.size()) - std::min(from.size(), to.size());
+  if (lengthGap >= limit) return limit;
+  std::vector<std::size_t> beforeLast;
+  std::vector<std::size_t> last(to.size() + 1);
+  std::iota(last.begin(), last.end(), std::size_t{0});
+  for (std::size_t row = 1; row <= from.size(); ++row) {
+    std::vector<std::size_t> current(to.size() + 1);
+    current[0] = row;
+    for (std::size_t column = 1; column <= to.size(); ++column) {
+      const std::size_t replaced = last[column - 1] + (from[row - 1] == to[column - 1] ? 0 : 1);
+      current[column] = std::min({replaced, last[column] + 1, current[column - 1] + 1});
+      const bool isSwap =
+          row > 1 && column > 1 && from[row - 1] == to[column - 2] && from[row - 2] == to[column - 1];
+      if (isSwap) current[column] = std::min(current[column], beforeLast[column - 2] + 1);
+    }
+    if (*std::min_element(current.begin(), current.end()) >= limit) return limit;
+    beforeLast = std::move(last);
+    last = std::move(current);
+  }
+  return last.back();
+}
+
+bool isContinuationByte(char character) {
+  return (static_cast<unsigned char>(character) & 0xc0U) == 0x80U;
+}
+
+}  // namespace
+
+std::string nearestName(BasicStringRef name, const std::vector<std::string>& candidates) {
+  const BasicStringRef wanted = name.substr(0, kComparedLength);
+  const std::string* nearest = nullptr;
+  std::size_t nearestDistance = std::numeric_limits<std::size_t>::max();
+  for (const std::string& candidate : candidates) {
+    if (candidate == name) return candidate;
+    const BasicStringRef compared = BasicStringRef(candidate).substr(0, kComparedLength);
+    const std::size_t allowed = std::max(wanted.size(), compared.size()) / 2;
+    const std::size_t limit = std::min(nearestDistance, allowed + 1);
+    const std::size_t distance = editDistance(wanted, compared, limit);
+    if (distance >= limit) continue;
+    nearest = &candidate;
+    nearestDistance = distance;
+  }
+  return nearest == nullptr ? std::string() : *nearest;
+}
+
+std::string nameSuggestion(BasicStringRef name, const std::vector<std::string>& candidates) {
+  if (candidates.empty()) return "; there is none";
+  const std::string nearest = nearestName(name, candidates);
+  if (!nearest.empty()) return "; did you mean " + quotedName(nearest) + "?";
+  const std::size_t shown = std::min(kShownCandidates, candidates.size());
+  std::string text = "; there is ";
+  for (std::size_t index = 0; index < shown; ++index) {
+    if (index > 0) text += index + 1 == candidates.size() ? " and " : ", ";
+    text += quotedName(candidates[index]);
+  }
+  if (shown < candidates.size()) text += " and " + std::to_string(candidates.size() - shown) + " more";
+  return text;
+}
+
+std::string quotedName(BasicStringRef name) {
+  if (name.size() <= kShownHead + kShownTail) return '"' + escapeControls(name) + '"';
+  std::size_t head = kShownHead;
+  while (head > 0 && isContinuationByte(name[head])) --head;  // a character is never cut in two
+  std::size_t tail = name.size() - kShownTail;
+  while (tail < name.size() && isContinuationByte(name[tail])) ++tail;
+  return '"' + escapeControls(name.substr(0, head)) + "..." + escapeControls(name.substr(tail)) + '"';
+}
+
+}  // namespace Tal

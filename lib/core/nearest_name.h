@@ -1,0 +1,25 @@
+#pragma once
+
+#include <core/string_ref.h>
+
+#include <string>
+#include <vector>
+
+namespace Tal {
+
+/// The candidate that a person most likely meant by `name`: the one that the fewest insertions, deletions,
+/// replacements and swaps of neighbouring bytes make out of it, the earlier one when two are as near. Empty
+/// when there is no candidate or none is near enough to be meant (more than half of the longer name would
+/// change). Of very long names only the beginnings are compared.
+std::string nearestName(BasicStringRef name, const std::vector<std::string>& candidates);
+
+/// The end of a message that refuses `name`: "; did you mean \"X\"?" with the nearest candidate; when none is
+/// near, "; there is \"X\", \"Y\" and 3 more", or "; there is none" without candidates. Control characters in
+/// the names are escaped, very long names shortened.
+std::string nameSuggestion(BasicStringRef name, const std::vector<std::string>& candidates);
+
+/// A name from a file as messages show it: in double quotes, control characters escaped, the middle of a very
+/// long name left out.
+std::string quotedName(BasicStringRef name);
+
+}  // namespace Tal

@@ -1,0 +1,69 @@
+#include <core/nearest_name.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace Tal {
+namespace {
+
+TEST(TheNearestName, IsTheOneWithTheFewestEdits) {
+  EXPECT_EQ(nearestName("partN11", {"roof", "partD12", "partN12"}), "partN12");
+}
+
+TEST(TheNearestName, CountsASwapOfNeighboursAsOneEdit) {
+  EXPECT_EQ(nearestName("hlat", {"hat", "halt"}), "hat");
+  EXPECT_EQ(nearestName("hlta", {"hxya", "hlat"}), "hlat");
+}
+
+TEST(TheNearestName, IsTheNameItselfWhenItExists) {
+  EXPECT_EQ(nearestName("b", {"a", "b"}), "b");
+}
+
+TEST(TheNearestName, IsTheEarlierOneOfTwoThatAreAsNear) {
+  EXPECT_EQ(nearestName("wall", {"wal1", "wall2"}), "wal1");
+}
+
+TEST(TheNearestName, IsEmptyWhenNothingIsNear) {
+  EXPECT_EQ(nearestName("wood", {"Material.001"}), "");
+  EXPECT_EQ(nearestName("wood", {}), "");
+  EXPECT_EQ(nearestName("", {"wood"}), "");
+}
+
+TEST(TheNearestName, IsFoundAmongVeryLongNamesWithBoundedWork) {
+  const std::vector<std::string> candidates(2000, std::string(100'000, 'a') + "b");
+  EXPECT_EQ(nearestName(std::string(100'000, 'a'), candidates), candidates.front());
+}
+
+TEST(ASuggestion, OffersTheNearestName) {
+  EXPECT_EQ(nameSuggestion("wal", {"roof", "wall"}), "; did you mean \"wall\"?");
+}
+
+TEST(ASuggestion, ListsWhatThereIsWhenNothingIsNear) {
+  EXPECT_EQ(nameSuggestion("wood", {"Material.001"}), "; there is \"Material.001\"");
+  EXPECT_EQ(nameSuggestion("wood", {"iron", "clay"}), "; there is \"iron\" and \"clay\"");
+  EXPECT_EQ(nameSuggestion("quartz", {"b", "d", "e", "f", "g"}), "; there is \"b\", \"d\", \"e\" and 2 more");
+  EXPECT_EQ(nameSuggestion("wood", {}), "; there is none");
+}
+
+TEST(AQuotedName, ShowsControlCharactersEscaped) {
+  EXPECT_EQ(quotedName("a\n%s\x1b"), "\"a\\n%s\\x1b\"");
+}
+
+TEST(AQuotedName, IsShortenedWhenItIsVeryLong) {
+  EXPECT_EQ(quotedName(std::string(100'000, 'n')),
+            "\"" + std::string(60, 'n') + "..." + std::string(16, 'n') + "\"");
+}
+
+TEST(AQuotedName, IsNotCutInsideACharacter) {
+  std::string name = "x";
+  std::string head = "x";
+  for (int count = 0; count < 100; ++count) name += "\xc3\xa4";
+  for (int count = 0; count < 29; ++count) head += "\xc3\xa4";
+  std::string tail;
+  for (int count = 0; count < 8; ++count) tail += "\xc3\xa4";
+  EXPECT_EQ(quotedName(name), "\"" + head + "..." + tail + "\"");
+}
+
+}  // namespace
+}  // namespace Tal
