@@ -1,0 +1,377 @@
+#pragma once
+
+#include <core/smart_pointer.h>
+#include <core/string_ref.h>
+#include <ks/connection.h>
+#include <ks/signal.h>
+#include <mio/object.h>
+#include <mio/record_signal.h>
+#include <resources/resource_modification_listener.h>
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#define DESTRUCTIBLES_API __attribute__((visibility("default")))
+
+namespace Tal {
+
+class DataSection;
+class KsMaterialDisabler;
+class SuperModel;
+
+/// The effect name that stands for no effect; the writer treats it as not set.
+DESTRUCTIBLES_API inline const std::string UNDEFINED_EFFECT = "none";
+
+/// The category of a model.
+enum KsDestructibleType : std::int32_t {
+  DT_STRUCTURE = 0,         ///< a building made of modules that break piece by piece
+  DT_FRAGILE = 1,           ///< breaks as a whole
+  DT_FALLING_ATOMS = 2,     ///< falls as one physical body
+  DT_NON_DESTRUCTIBLE = 3,  ///< has no entry in the database
+};
+
+/// One module of a structure. Its key, the material name ("matName"), is not part of the record.
+///
+/// The fields are named as their keys in "scripts/destructibles.xml". Copying a record copies the fields and
+/// leaves the connections of both records as they are.
+struct DESTRUCTIBLES_API KsDestructibleModuleDesc : mio::Object {
+  std::int32_t health = 80;  ///< hit points; -1 when none could be estimated
+  float effectScale = 1.0F;  ///< factor on the size of the module's effects
+  std::string effectHP;      ///< the hard point at which effects are played; empty: none
+  std::string ramEffect = UNDEFINED_EFFECT;
+  std::string hitEffect;
+  std::string decayEffect = UNDEFINED_EFFECT;
+
+  /// Raised when a property of this record was set through reflection.
+  mutable mio::RecordSignal<void(mio::SetterFlags)> changed;
+  /// Raised when the effect hard point of this record was set through reflection.
+  mutable mio::RecordSignal<void()> hardPointChanged;
+};
+
+/// A fragile object. What is said of the module record holds here too.
+struct DESTRUCTIBLES_API KsDestructibleFragileDesc : mio::Object {
+  std::int32_t health = 5;     ///< hit points; -1 when none could be estimated
+  float effectScale = 1.0F;    ///< factor on the size of the effects
+  std::string effectHP;        ///< the hard point at which effects are played; empty: none
+  std::string achievementTag;  ///< free text; empty: none
+  std::string matName;         ///< the material that shows the intact object
+  std::string effect = UNDEFINED_EFFECT;
+  std::string hitEffect;
+  std::string decayEffect = UNDEFINED_EFFECT;
+  std::string lifetimeEffect = UNDEFINED_EFFECT;
+
+  /// Raised when a property of this record was set through reflection.
+  mutable mio::RecordSignal<void(mio::SetterFlags)> changed;
+  /// Raised when the effect hard point of this record was set through reflection.
+  mutable mio::RecordSignal<void()> hardPointChanged;
+};
+
+/// A falling atom. What is said of the module record holds here too.
+struct DESTRUCTIBLES_API KsDestructibleFallingAtomDesc : mio::Object {
+  std::int32_t health = 20;  ///< hit points; -1 when none could be estimated
+  float effectScale = 1.0F;  ///< factor on the size of the effects
+  /// Seven numbers of the falling body, separated by spaces; never parsed here.
+  std::string physicParams = "200 3.2 0.03 150000 10000 0 0.05";
+  std::string achievementTag;  ///< free text; empty: none
+  std::string lifetimeEffect = UNDEFINED_EFFECT;
+  std::string fractureEffect = UNDEFINED_EFFECT;
+  std::string touchdownEffect = UNDEFINED_EFFECT;
+  std::string touchdownBreakEffect = UNDEFINED_EFFECT;
+
+  /// Raised when a property of this record was set through reflection.
+  mutable mio::RecordSignal<void(mio::SetterFlags)> changed;
+};
+
+/// The destructible settings of one open model, over the database "scripts/destructibles.xml".
+///
+/// The database is mirrored in tables that all helpers share; edits change the tables at once and the file
+/// when saveConfig is called. Everything runs on the editor's main thread. Nothing here throws but
+/// allocation, and what a callback throws.
+class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListener {
+ public:
+  /// The destruction states of one structure.
+  struct DESTRUCTIBLES_API DestrStates_t {
+    /// State name to the material names that it shows destroyed, in the order of the file; duplicates are
+    /// kept.
+    std::map<std::string, std::vector<std::string>> states;
+  };
+
+  /// @name Lifecycle and binding
+  /// @{
+
+  /// Binds a helper to an open model and the disabler that shows and hides its kinds (both held, not owned,
+  /// and to be kept alive as long as the helper). Loads the database if no helper has since the last one was
+  /// destroyed, classifies the model, makes the entries that its category lacks, applies the state
+  /// "undamaged" and listens for changes of the file. Without a model the helper is empty. A null disabler is
+  /// reported and shows nothing.
+  KsDestructiblesHelper(SuperModel* superModel = nullptr, const std::string& modelName = std::string(),
+                        KsMaterialDisabler* materialDisabler = nullptr);
+
+  /// Stops listening and drops the model's entries that were only made in memory. The next helper reads the
+  /// file anew.
+  ~KsDestructiblesHelper() override;
+
+  /// Destroys the helper that `helper` holds, if any, and puts a new one in its place. With `keepVisibility`
+  /// the kinds that were hidden or shown before are so again.
+  static void reinit(std::unique_ptr<KsDestructiblesHelper>& helper, SuperModel* superModel,
+                     const std::string& modelName, KsMaterialDisabler* materialDisabler, bool keepVisibility);
+
+  /// Makes the disabler let go of `superModel` and forgets the hard points. False, with no effect, when there
+  /// is no disabler or it is not bound to that model.
+  bool detachSuperModel(SuperModel* superModel);
+
+  /// Replaces the model's entries by newly made ones of the same category.
+  void resetDescriptions();
+
+  /// Lets the disabler find the model's materials anew; there must be a disabler.
+  void createMaterialBindings();
+
+  KsMaterialDisabler* materialDisabler() const;
+  const std::string& modelName() const;
+
+  /// The hard points of the model (skeleton nodes "HP_..."), in skeleton order; valid until the model is
+  /// detached or the helper is destroyed.
+  const std::vector<std::string>& getHardpointNames();
+
+  /// The collision materials of the model; valid as long as the helper.
+  const std::set<std::string>& bspMaterialNames() const;
+
+  /// @}
+  /// @name The database file
+  /// @{
+
+  /// Rebuilds the tables from the file, if they were not loaded yet or `force` is true, and raises this
+  /// helper's loaded signal. False when there was nothing to do or the file could not be opened; in the
+  /// latter case the tables are empty. After a load this helper's structure achievement tag is that of the
+  /// last structure of the file.
+  bool loadConfig(bool force);
+
+  /// Writes the model's entry to the file, drops its other entries and reloads the tables. False when the
+  /// file could not be opened or written (then the file is as it was, the edits stay in the tables and a
+  /// critical message was logged), and for a model of no category, whose entries are removed from the file
+  /// all the same.
+  bool saveConfig();
+
+  /// True while the model's entries were made in memory and are not in the file.
+  bool isMissingInDestructiblesXml();
+
+  /// Calls `slot` after every load that this helper performed.
+  ks::Connection connectLoadedConfigSignal(std::function<void()> slot) const;
+
+  /// @}
+  /// @name Material names and kinds
+  /// A kind is 0 (none), 73 to 86 (undamaged parts 0 to 13), 87 to 100 (destroyed parts 0 to 13) or another
+  /// number.
+  /// @{
+
+  /// Rebuilds the table of material kinds from the model, which must not be null.
+  void resetMatKindsByName(SuperModel* superModel);
+
+  /// The kind of a material; 4294967295 when the model has none of that name.
+  unsigned int getMaterialKind(const std::string& name) const;
+
+  /// The materials of a kind, in ascending order.
+  std::vector<std::string> getMaterialNames(unsigned int kind) const;
+
+  /// Material name to kind; valid as long as the helper.
+  const std::map<std::string, unsigned int>& getMaterialNames() const;
+
+  /// The part number in a name: its last character if that is a digit, else 0. Names that hold a line break
+  /// give 0.
+  unsigned int getMaterialNumericID(const std::string& name) const;
+
+  /// The classes of names: "s..." is static; "d..." or "partD" with more behind it is destroyed; "n..." or
+  /// "partN" with more behind it is undamaged.
+  bool isStaticMaterialName(const std::string& name) const;
+  bool isDestroyedMaterialName(const std::string& name) const;
+  bool isUndamagedMaterialName(const std::string& name) const;
+
+  /// Whether a material shows a destroyed or an undamaged part: never a static name; else by its kind, or by
+  /// its name when it has no kind.
+  bool isMaterialKindDestroyed(const std::string& name) const;
+  bool isMaterialKindUndamaged(const std::string& name) const;
+
+  /// Whether the disabler shows a kind.
+  bool isMaterialKindVisible(unsigned int kind) const;
+
+  /// Whether a material whose whole name matches `pattern` has kind 0. All such names are appended to `names`
+  /// if that is not null. Names of any length are safe.
+  bool hasDefaultMaterialKinds(const std::regex& pattern, std::vector<std::string>* names) const;
+
+  /// Whether a material's kind does not agree with the part number in its name. All such names are appended
+  /// to `names` if that is not null.
+  bool hasDisorderedMaterialKinds(std::vector<std::string>* names) const;
+
+  /// The kinds that vanish together with a kind; an empty list when there are none. Valid as long as the
+  /// helper.
+  const std::vector<unsigned int>& getMaterialDependencies(unsigned int kind) const;
+
+  /// @}
+  /// @name Category
+  /// @{
+
+  KsDestructibleType destructibleType() const;
+
+  /// The category that the materials suggest: a structure when at least two materials are undamaged or two
+  /// destroyed, else a fragile when one is undamaged, else not destructible. Changes nothing.
+  KsDestructibleType calculateType() const;
+
+  /// Makes the model a structure, a fragile or a falling atom, with the entries that it lacks, and raises the
+  /// type signal; refused with a message when it is one. Entries of the former category stay in the tables.
+  void setAsStructure();
+  void setAsFragile();
+  void setAsFallingAtoms();
+
+  /// Removes the model's entries from every table and raises the type signal; nothing happens when the model
+  /// has no category and `force` is false.
+  void setAsNonDestructible(bool force);
+
+  /// Calls `callback` after every change of the category.
+  ks::Connection connectDestructibleTypeChanged(std::function<void()> callback) const;
+
+  /// @}
+  /// @name Health
+  /// @{
+
+  /// Estimates the hit points from the model's path, materials, size and category; -1 when that is not
+  /// possible, with a warning for gates and fences of unknown material. Changes nothing.
+  int calculateDestructibleHealth();
+
+  /// @}
+  /// @name Parameters
+  /// Reading copies the record out and is false, with the argument untouched, when there is none. Updating is
+  /// false when nothing differs (an effect scale by less than 0.0004) or there is no record of the required
+  /// category.
+  /// @{
+
+  bool getDestructibleModule(const std::string& moduleName, KsDestructibleModuleDesc& desc);
+  /// A missing module is made. True means that `desc` differs from what was stored; with `keepExisting` an
+  /// existing module is then left as it is.
+  bool updateDestructibleModule(const std::string& moduleName, const KsDestructibleModuleDesc& desc,
+                                bool keepExisting);
+  bool getFragileParameters(KsDestructibleFragileDesc& desc);
+  bool updateFragileParameters(const KsDestructibleFragileDesc& desc);
+  bool getFallingAtomParameters(KsDestructibleFallingAtomDesc& desc);
+  bool updateFallingAtomParameters(const KsDestructibleFallingAtomDesc& desc);
+  /// The tag belongs to this helper and is written into the model's entry; both are false unless it is a
+  /// structure.
+  bool getStructureAchievementTag(std::string& tag);
+  bool updateStructureAchievementTag(const std::string& tag);
+
+  /// @}
+  /// @name Destruction states
+  /// "undamaged" and "destroyed" are built in and never stored; the named states belong to the model's entry.
+  /// @{
+
+  /// Adds an empty state; false when there is one of that name.
+  bool addDestructibleState(const std::string& state);
+  /// Removes a state; false when there is none of that name.
+  bool delDestructibleState(const std::string& state);
+  /// Appends a material to a state; false when the state is missing or has the material.
+  bool addMaterialToDestrState(const std::string& state, const std::string& material);
+  /// Removes the first occurrence of a material from a state; false when the state or the material is
+  /// missing.
+  bool delMaterialFromDestrState(const std::string& state, const std::string& material);
+
+  /// "undamaged", the named states in ascending order, "destroyed".
+  std::vector<std::string> getStateNames();
+
+  /// The materials that a named state shows destroyed, or those of the built-in look; empty for an unknown
+  /// state.
+  std::vector<std::string> getMaterialsForState(const std::string& state);
+
+  /// The kinds of those materials, then the kinds that depend on them; duplicates are kept.
+  std::vector<unsigned int> getMatKindsForState(const std::string& state);
+
+  /// Makes a state the current one and shows it. False when it is unknown: it is the current one all the
+  /// same, and the model looks undamaged.
+  bool setDestructibleState(const std::string& state);
+
+  /// Shows one undamaged kind (73 to 86) destroyed or restores it; the current state is then "destroyed".
+  /// Nothing happens for other kinds and when the kind is already so.
+  void setMaterialDestroyed(unsigned int kind, bool destroyed);
+
+  /// The current state's name; valid as long as the helper.
+  const std::string& getDestructibleState() const;
+
+  /// @}
+
+ protected:
+  /// Reloads the tables when the database changed, at most once per frame for all helpers together.
+  void onResourceModified(const BasicStringRef& basePath, const BasicStringRef& resourceName,
+                          Action action) override;
+
+ private:
+  friend struct KsDestructiblesHelperTestAccess;
+
+  using ModuleTable = std::map<std::string, KsDestructibleModuleDesc>;
+
+  // Construction.
+  void collectBspMaterialNames(const SuperModel& superModel);
+  void collectHardpointNames(SuperModel& superModel);
+  void classify();
+  void makeMissingEntries();
+  void collectMaterialDependencies();
+
+  // Loading.
+  void readFragile(const std::string& model, const DataSection& entry);
+  void readFallingAtom(const std::string& model, const DataSection& entry);
+  void readStructure(const std::string& model, DataSection& entry);
+
+  // Writing.
+  SmartPointer<DataSection> keepOneEntry(const SmartPointer<DataSection>& root, const std::string& category);
+  void writeEntry(SmartPointer<DataSection>& entry);
+  void writeStructure(SmartPointer<DataSection>& entry);
+  void makeFragileXmlTag(const KsDestructibleFragileDesc& desc, SmartPointer<DataSection>& entry);
+  void makeFallingAtomXmlTag(const KsDestructibleFallingAtomDesc& desc, SmartPointer<DataSection>& entry);
+  void makeModulesXmlTag(const ModuleTable& modules, SmartPointer<DataSection>& modulesSection);
+  void makeStatesXmlTag(const DestrStates_t& states, SmartPointer<DataSection>& statesSection);
+  void deleteDuplicate(SmartPointer<DataSection>& section, int firstIndex);
+  bool checkTagForEmpty(const std::string& tag);
+
+  // Category and missing entries.
+  bool checkForExistence();
+  std::string getCategoryName();
+  void setAs(KsDestructibleType type, void (KsDestructiblesHelper::*fill)(), const char* refusal,
+             const char* success);
+  void setMissingModules();
+  void setMissingFragile();
+  void setMissingFallingAtom();
+  std::string intactMaterial() const;
+  void assignHardPoints(ModuleTable& modules) const;
+
+  // Health.
+  int gateHealth(const std::string& normalisedPath);
+  int healthByCategory();
+
+  // States.
+  std::vector<std::string>* materialsOfNamedState(const std::string& state);
+  void applyKinds(const std::vector<unsigned int>& hide, const std::vector<unsigned int>& show);
+
+  KsMaterialDisabler* materialDisabler_;
+  std::string modelName_;
+  std::string structureAchievementTag_;
+  KsDestructibleType destructibleType_ = DT_NON_DESTRUCTIBLE;
+  std::string destructibleState_;
+  std::vector<std::string> hardpointNames_;
+  std::map<std::string, unsigned int> materialNames_;
+  std::map<unsigned int, std::vector<unsigned int>> materialDependencies_;
+  std::set<std::string> bspMaterialNames_;
+  bool isMissingInDestructiblesXml_ = false;
+  mutable ks::Signal<void()> destructibleTypeChanged_;
+  mutable ks::Signal<void()> loadedConfigSignal_;
+
+  static std::map<std::string, DestrStates_t> s_destrStateMap;
+  static std::map<std::string, ModuleTable> s_destrModuleMap;
+  static std::map<std::string, KsDestructibleFragileDesc> s_destrFragileMap;
+  static std::map<std::string, KsDestructibleFallingAtomDesc> s_destrFallingAtomMap;
+  static bool s_hasLoadedDestrXml;
+};
+
+}  // namespace Tal

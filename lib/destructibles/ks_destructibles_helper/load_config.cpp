@@ -1,0 +1,148 @@
+#include <core/stack_tracker.h>
+#include <destructibles/ks_destructibles_helper.h>
+#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <render/render_system.h>
+#include <resources/data_section.h>
+#include <resources/file_system.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace Tal {
+namespace {
+
+using fixed_names::kDestructiblesXml;
+using fixed_names::kSource;
+
+// The frame of the last reload that a change of the file caused; shared by all helpers.
+std::uint32_t lastReloadStamp = 0;
+
+std::vector<std::string> splitAtSpaces(BasicStringRef text) {
+  std::vector<std::string> tokens;
+  for (auto begin = text.find_first_not_of(' '); begin != BasicStringRef::npos;) {
+    const auto end = std::min(text.find(' ', begin), text.size());
+    tokens.emplace_back(text.substr(begin, end - begin));
+    begin = text.find_first_not_of(' ', end);
+  }
+  return tokens;
+}
+
+std::map<std::string, KsDestructibleModuleDesc> readModules(const DataSection& modules) {
+  std::map<std::string, KsDestructibleModuleDesc> table;
+  for (const SmartPointer<DataSection>& module : modules) {
+    std::string name = module->readString("matName", "", 0);
+    if (name.empty()) continue;
+    KsDestructibleModuleDesc& desc = table[std::move(name)];
+    desc.health = module->readInt("health", 80);
+    desc.effectScale = module->readFloat("effectScale", 1.0F);
+    desc.effectHP = module->readString("effectHP", "", 0);
+    desc.ramEffect = module->readString("ramEffect", UNDEFINED_EFFECT, 0);
+    desc.hitEffect = module->readString("hitEffect", "", 0);
+    desc.decayEffect = module->readString("decayEffect", UNDEFINED_EFFECT, 0);
+  }
+  return table;
+}
+
+KsDestructiblesHelper::DestrStates_t readStates(const DataSection& states) {
+  KsDestructiblesHelper::DestrStates_t record;
+  for (const SmartPointer<DataSection>& state : states) {
+    std::string name = state->readString("name", "", 0);
+    const std::string materials = state->readString("destroyedMaterials", "", 0);
+    if (name.empty()) continue;
+    record.states[std::move(name)] = splitAtSpaces(materials);
+  }
+  return record;
+}
+
+}  // namespace
+
+std::map<std::string, KsDestructiblesHelper::DestrStates_t> KsDestructiblesHelper::s_destrStateMap;
+std::map<std::string, KsDestructiblesHelper::ModuleTable> KsDestructiblesHelper::s_destrModuleMap;
+std::map<std::string, KsDestructibleFragileDesc> KsDestructiblesHelper::s_destrFragileMap;
+std::map<std::string, KsDestructibleFallingAtomDesc> KsDestructiblesHelper::s_destrFallingAtomMap;
+bool KsDestructiblesHelper::s_hasLoadedDestrXml = false;
+
+bool KsDestructiblesHelper::loadConfig(bool force) {
+  const TrackedScope tracked("Tal::KsDestructiblesHelper::loadConfig", kSource, 356);
+  if (s_hasLoadedDestrXml && !force) return false;
+  // Before the file is opened, so that later helpers do not try a missing file again.
+  s_hasLoadedDestrXml = true;
+  s_destrStateMap.clear();
+  s_destrModuleMap.clear();
+  s_destrFragileMap.clear();
+  s_destrFallingAtomMap.clear();
+  const SmartPointer<DataSection> root = FS::Utils::openSection(kDestructiblesXml, false, nullptr);
+  if (!root) return false;
+  for (const SmartPointer<DataSection>& category : *root) {
+    const BasicStringRef tag = category->tag();
+    if (tag == fixed_names::kTreesSection) continue;
+    const bool holdsFragiles = tag == fixed_names::kFragilesSection;
+    const bool holdsFallingAtoms = tag == fixed_names::kFallingAtomsSection;
+    for (const SmartPointer<DataSection>& entry : *category) {
+      const std::string model = entry->readString("filename", "", 0);
+      if (holdsFragiles) {
+        readFragile(model, *entry);
+      } else if (holdsFallingAtoms) {
+        readFallingAtom(model, *entry);
+      } else {
+        readStructure(model, *entry);
+      }
+    }
+  }
+  loadedConfigSignal_();
+  return true;
+}
+
+// The defaults of the reads differ on purpose from those of the records.
+
+void KsDestructiblesHelper::readFragile(const std::string& model, const DataSection& entry) {
+  KsDestructibleFragileDesc& desc = s_destrFragileMap[model];
+  desc.health = entry.readInt("health", 5);
+  desc.effect = entry.readString("effect", UNDEFINED_EFFECT, 0);
+  desc.hitEffect = entry.readString("hitEffect", "", 0);
+  desc.effectHP = entry.readString("effectHP", "", 0);
+  desc.effectScale = entry.readFloat("effectScale", 1.0F);
+  desc.decayEffect = entry.readString("decayEffect", UNDEFINED_EFFECT, 0);
+  desc.matName = entry.readString("matName", "", 0);
+  desc.lifetimeEffect = entry.readString("lifetimeEffect", UNDEFINED_EFFECT, 0);
+  desc.achievementTag = entry.readString("achievementTag", "", 0);
+}
+
+void KsDestructiblesHelper::readFallingAtom(const std::string& model, const DataSection& entry) {
+  KsDestructibleFallingAtomDesc& desc = s_destrFallingAtomMap[model];
+  desc.health = entry.readInt("health", 20);
+  desc.physicParams = entry.readString("physicParams", "200 3.2 0.03 150000 10000 0 0.05", 0);
+  desc.lifetimeEffect = entry.readString("lifetimeEffect", UNDEFINED_EFFECT, 0);
+  desc.fractureEffect = entry.readString("fractureEffect", "", 0);
+  desc.touchdownEffect = entry.readString("touchdownEffect", "", 0);
+  desc.touchdownBreakEffect = entry.readString("touchdownBreakEffect", "", 0);
+  desc.effectScale = entry.readFloat("effectScale", 1.0F);
+  desc.achievementTag = entry.readString("achievementTag", "", 0);
+}
+
+void KsDestructiblesHelper::readStructure(const std::string& model, DataSection& entry) {
+  // Every structure of the file on purpose: the tag that stays is that of the last one.
+  structureAchievementTag_ = entry.readString("achievementTag", "", 0);
+  if (const auto modules = entry.openSection("modules", false, nullptr); modules) {
+    s_destrModuleMap[model] = readModules(*modules);
+  }
+  if (const auto states = entry.openSection("states", false, nullptr); states) {
+    s_destrStateMap[model] = readStates(*states);
+  }
+}
+
+void KsDestructiblesHelper::onResourceModified(const BasicStringRef& /*basePath*/,
+                                               const BasicStringRef& resourceName, Action /*action*/) {
+  const TrackedScope tracked("Tal::KsDestructiblesHelper::onResourceModified", kSource, 2048);
+  if (resourceName.find(kDestructiblesXml) == BasicStringRef::npos) return;
+  const std::uint32_t stamp = rs().frameStamp();
+  if (stamp == lastReloadStamp) return;
+  lastReloadStamp = stamp;
+  loadConfig(true);
+}
+
+ks::Connection KsDestructiblesHelper::connectLoadedConfigSignal(std::function<void()> slot) const {
+  return loadedConfigSignal_.connect(std::move(slot));
+}
+
+}  // namespace Tal

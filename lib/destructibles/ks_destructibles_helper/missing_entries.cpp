@@ -1,0 +1,111 @@
+#include <core/stack_tracker.h>
+#include <destructibles/ks_destructibles_helper.h>
+#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <destructibles/ks_destructibles_helper/logging.h>
+
+#include <algorithm>
+
+namespace Tal {
+namespace {
+
+using fixed_names::kSource;
+
+const std::string DEFAULT_FRACTURE_EFFECT = "inf_streetlamp_fracture";
+const std::string DEFAULT_TOUCHDOWN_EFFECT = "inf_streetlamp_touchdown";
+const std::string DEFAULT_FRAGILE_EFFECT = "hd_bld_SU_206_Cellar";
+const std::string DEFAULT_MODULE_EFFECT = "inf_bld_UNI_000_Base_02";
+
+bool isDigit(char character) {
+  return character >= '0' && character <= '9';
+}
+
+// All digits of a name as one number; it wraps at 32 bits.
+std::uint32_t numberIn(BasicStringRef name) {
+  std::uint32_t number = 0;
+  for (const char character : name) {
+    if (isDigit(character)) number = number * 10 + static_cast<std::uint32_t>(character - '0');
+  }
+  return number;
+}
+
+// The first digit of a module's name belongs to its material and does not count.
+std::uint32_t moduleNumber(BasicStringRef name) {
+  const auto firstDigit = std::find_if(name.begin(), name.end(), isDigit);
+  if (firstDigit == name.end()) return 0;
+  return numberIn(name.substr(static_cast<std::size_t>(firstDigit - name.begin()) + 1));
+}
+
+}  // namespace
+
+void KsDestructiblesHelper::setMissingFallingAtom() {
+  const TrackedScope tracked("Tal::KsDestructiblesHelper::setMissingFallingAtom", kSource, 1038);
+  if (s_destrFallingAtomMap.contains(modelName_)) {
+    isMissingInDestructiblesXml_ = false;
+    return;
+  }
+  KsDestructibleFallingAtomDesc desc;
+  desc.fractureEffect = DEFAULT_FRACTURE_EFFECT;
+  desc.touchdownEffect = DEFAULT_TOUCHDOWN_EFFECT;
+  desc.health = calculateDestructibleHealth();
+  s_destrFallingAtomMap[modelName_] = desc;
+  isMissingInDestructiblesXml_ = true;
+}
+
+void KsDestructiblesHelper::setMissingFragile() {
+  const TrackedScope tracked("Tal::KsDestructiblesHelper::setMissingFragile", kSource, 1066);
+  if (s_destrFragileMap.contains(modelName_)) {
+    isMissingInDestructiblesXml_ = false;
+    return;
+  }
+  KsDestructibleFragileDesc desc;
+  desc.effect = DEFAULT_FRAGILE_EFFECT;
+  desc.hitEffect = DEFAULT_FRAGILE_EFFECT;
+  desc.health = calculateDestructibleHealth();
+  if (!hardpointNames_.empty()) desc.effectHP = hardpointNames_.front();
+  desc.matName = intactMaterial();
+  if (desc.matName.empty())
+    logMessage(kRefusedPriority, "Model doesn't have an undamaged matkind material!\n");
+  s_destrFragileMap[modelName_] = desc;
+  isMissingInDestructiblesXml_ = true;
+}
+
+// The collision materials come first, even if another undamaged name sorts earlier.
+std::string KsDestructiblesHelper::intactMaterial() const {
+  const auto isUndamaged = [this](const std::string& name) { return isMaterialKindUndamaged(name); };
+  const auto bsp = std::find_if(bspMaterialNames_.begin(), bspMaterialNames_.end(), isUndamaged);
+  if (bsp != bspMaterialNames_.end()) return *bsp;
+  const auto any = std::find_if(materialNames_.begin(), materialNames_.end(),
+                                [&isUndamaged](const auto& material) { return isUndamaged(material.first); });
+  return any != materialNames_.end() ? any->first : std::string();
+}
+
+void KsDestructiblesHelper::setMissingModules() {
+  const TrackedScope tracked("Tal::KsDestructiblesHelper::setMissingModules", kSource, 1118);
+  // An existing table leaves the flag as it is, unlike an existing fragile or falling atom.
+  if (s_destrModuleMap.try_emplace(modelName_).second) isMissingInDestructiblesXml_ = true;
+  const int health = calculateDestructibleHealth();
+  // Looked up only now: the estimate loads the database when another helper's end has marked it as not
+  // loaded.
+  ModuleTable& modules = s_destrModuleMap[modelName_];
+  for (const auto& [name, kind] : materialNames_) {
+    if (!isMaterialKindUndamaged(name) || modules.contains(name)) continue;
+    KsDestructibleModuleDesc& desc = modules[name];
+    desc.health = health;
+    desc.ramEffect = DEFAULT_MODULE_EFFECT;
+    desc.hitEffect = DEFAULT_MODULE_EFFECT;
+  }
+  if (!hardpointNames_.empty()) assignHardPoints(modules);
+}
+
+// Every module, also one whose hard point somebody chose: that is the rule.
+void KsDestructiblesHelper::assignHardPoints(ModuleTable& modules) const {
+  for (auto& [name, desc] : modules) {
+    const std::uint32_t number = moduleNumber(name);
+    const auto matching =
+        std::find_if(hardpointNames_.begin(), hardpointNames_.end(),
+                     [number](const std::string& hardPoint) { return numberIn(hardPoint) == number; });
+    desc.effectHP = matching != hardpointNames_.end() ? *matching : hardpointNames_.front();
+  }
+}
+
+}  // namespace Tal

@@ -1,0 +1,187 @@
+#include <core/stack_tracker.h>
+#include <destructibles/ks_destructibles_helper.h>
+#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <resources/data_section.h>
+#include <resources/data_section_cache.h>
+#include <resources/file_system.h>
+#include <resources/save_group.h>
+
+namespace Tal {
+namespace {
+
+using fixed_names::kDestructiblesXml;
+using fixed_names::kSource;
+
+void writeOrRemove(DataSection& section, BasicStringRef key, const std::string& value, bool isWorthWriting) {
+  if (isWorthWriting) {
+    section.writeString(key, value);
+  } else {
+    section.deleteSection(key);
+  }
+}
+
+}  // namespace
+
+bool KsDestructiblesHelper::saveConfig() {
+  const TrackedScope tracked("Tal::KsDestructiblesHelper::saveConfig", kSource, 488);
+  isMissingInDestructiblesXml_ = false;
+  // The many saves below reach the disk as one.
+  SaveGroup saves;
+  SmartPointer<DataSection> root = FS::Utils::openSection(kDestructiblesXml, false, nullptr);
+  if (!root) return false;
+  deleteDuplicate(root, 0);
+  const std::string category = getCategoryName();
+  const SmartPointer<DataSection> categorySection = root->openSection(category, true, nullptr);
+  SmartPointer<DataSection> entry = keepOneEntry(root, category);
+  if (category.empty()) {
+    saves.commit();
+    return false;
+  }
+  if (!entry) entry = categorySection->appendChild("entry");
+  writeEntry(entry);
+  if (!saves.commit()) return false;
+  DataSectionCache::purge(kDestructiblesXml, false);
+  loadConfig(true);
+  return true;
+}
+
+// Removes the model's entries from every category but its own, and there all but the first, which is
+// returned; null when there is none.
+SmartPointer<DataSection> KsDestructiblesHelper::keepOneEntry(const SmartPointer<DataSection>& root,
+                                                              const std::string& category) {
+  SmartPointer<DataSection> kept;
+  for (SmartPointer<DataSection> child : *root) {
+    if (child->tag() == fixed_names::kTreesSection) continue;
+    int firstDuplicate = 0;
+    if (child->tag() == category) {
+      const int count = child->childCount();
+      while (firstDuplicate < count &&
+             child->child(firstDuplicate)->readString("filename", "", 0) != modelName_) {
+        ++firstDuplicate;
+      }
+      if (firstDuplicate < count) kept = child->child(firstDuplicate++);
+    }
+    deleteDuplicate(child, firstDuplicate);
+  }
+  return kept;
+}
+
+void KsDestructiblesHelper::writeEntry(SmartPointer<DataSection>& entry) {
+  if (destructibleType_ == DT_STRUCTURE) return writeStructure(entry);
+  if (destructibleType_ == DT_FRAGILE) {
+    const auto fragile = s_destrFragileMap.find(modelName_);
+    if (fragile == s_destrFragileMap.end()) return;
+    makeFragileXmlTag(fragile->second, entry);
+  } else {
+    const auto atom = s_destrFallingAtomMap.find(modelName_);
+    if (atom == s_destrFallingAtomMap.end()) return;
+    makeFallingAtomXmlTag(atom->second, entry);
+  }
+  entry->save("");
+}
+
+void KsDestructiblesHelper::writeStructure(SmartPointer<DataSection>& entry) {
+  entry->writeString("filename", modelName_);
+  writeOrRemove(*entry, "achievementTag", structureAchievementTag_,
+                checkTagForEmpty(structureAchievementTag_));
+  entry->save("");
+  if (const auto record = s_destrStateMap.find(modelName_); record != s_destrStateMap.end()) {
+    SmartPointer<DataSection> states = entry->openSection("states", true, nullptr);
+    states->deleteSections("state");
+    entry->save("");
+    makeStatesXmlTag(record->second, states);
+  }
+  if (const auto table = s_destrModuleMap.find(modelName_); table != s_destrModuleMap.end()) {
+    SmartPointer<DataSection> modules = entry->openSection("modules", true, nullptr);
+    makeModulesXmlTag(table->second, modules);
+    entry->save("");
+  }
+}
+
+void KsDestructiblesHelper::makeFragileXmlTag(const KsDestructibleFragileDesc& desc,
+                                              SmartPointer<DataSection>& entry) {
+  const TrackedScope tracked("Tal::KsDestructiblesHelper::makeFragileXmlTag", kSource, 622);
+  entry->writeString("filename", modelName_);
+  entry->writeInt("health", desc.health);
+  entry->writeString("decayEffect", desc.decayEffect);
+  entry->writeString("effect", desc.effect);
+  writeOrRemove(*entry, "hitEffect", desc.hitEffect, !desc.hitEffect.empty());
+  entry->writeString("effectHP", desc.effectHP);
+  entry->writeFloat("effectScale", desc.effectScale);
+  writeOrRemove(*entry, "matName", desc.matName, !desc.matName.empty());
+  entry->writeString("lifetimeEffect", desc.lifetimeEffect);
+  writeOrRemove(*entry, "achievementTag", desc.achievementTag, checkTagForEmpty(desc.achievementTag));
+  entry->save("");
+}
+
+void KsDestructiblesHelper::makeFallingAtomXmlTag(const KsDestructibleFallingAtomDesc& desc,
+                                                  SmartPointer<DataSection>& entry) {
+  const TrackedScope tracked("Tal::KsDestructiblesHelper::makeFallingAtomXmlTag", kSource, 661);
+  entry->writeString("filename", modelName_);
+  entry->writeInt("health", desc.health);
+  entry->writeString("physicParams", desc.physicParams);
+  entry->writeString("lifetimeEffect", desc.lifetimeEffect);
+  entry->writeString("fractureEffect", desc.fractureEffect);
+  entry->writeString("touchdownEffect", desc.touchdownEffect);
+  entry->writeString("touchdownBreakEffect", desc.touchdownBreakEffect);
+  entry->writeFloat("effectScale", desc.effectScale);
+  writeOrRemove(*entry, "achievementTag", desc.achievementTag, checkTagForEmpty(desc.achievementTag));
+  entry->save("");
+}
+
+void KsDestructiblesHelper::makeModulesXmlTag(const ModuleTable& modules,
+                                              SmartPointer<DataSection>& modulesSection) {
+  const TrackedScope tracked("Tal::KsDestructiblesHelper::makeModulesXmlTag", kSource, 698);
+  if (modules.empty()) return;
+  modulesSection->removeChildren();
+  modulesSection->save("");
+  std::set<unsigned> writtenKinds;
+  for (const auto& [name, desc] : modules) {
+    if (!bspMaterialNames_.contains(name)) continue;
+    const auto material = materialNames_.find(name);
+    if (material != materialNames_.end() && !writtenKinds.insert(material->second).second) continue;
+    const SmartPointer<DataSection> module = modulesSection->appendChild("module");
+    module->writeString("matName", name);
+    module->writeInt("health", desc.health);
+    module->writeString("decayEffect", desc.decayEffect);
+    module->writeString("ramEffect", desc.ramEffect);
+    writeOrRemove(*module, "hitEffect", desc.hitEffect, !desc.hitEffect.empty());
+    module->writeString("effectHP", desc.effectHP);
+    module->writeFloat("effectScale", desc.effectScale);
+    module->save("");
+  }
+}
+
+void KsDestructiblesHelper::makeStatesXmlTag(const DestrStates_t& states,
+                                             SmartPointer<DataSection>& statesSection) {
+  const TrackedScope tracked("Tal::KsDestructiblesHelper::makeStatesXmlTag", kSource, 764);
+  for (const auto& [name, materials] : states.states) {
+    // Every name is followed by a space, the last one too: that is how the file has always been.
+    std::string destroyedMaterials;
+    for (const std::string& material : materials) destroyedMaterials += material + ' ';
+    const SmartPointer<DataSection> state = statesSection->appendChild("state");
+    state->writeString("name", name);
+    state->writeString("destroyedMaterials", destroyedMaterials);
+    state->save("");
+  }
+}
+
+void KsDestructiblesHelper::deleteDuplicate(SmartPointer<DataSection>& section, int firstIndex) {
+  const TrackedScope tracked("Tal::KsDestructiblesHelper::deleteDuplicate", kSource, 815);
+  for (int index = firstIndex; index < section->childCount();) {
+    const SmartPointer<DataSection> child = section->child(index);
+    if (child->readString("filename", "", 0) != modelName_) {
+      ++index;
+      continue;
+    }
+    section->removeChild(child);
+    section->save("");
+  }
+}
+
+// True means worth writing; the name is kept although it says the opposite.
+bool KsDestructiblesHelper::checkTagForEmpty(const std::string& tag) {
+  return !tag.empty() && tag != UNDEFINED_EFFECT;
+}
+
+}  // namespace Tal
