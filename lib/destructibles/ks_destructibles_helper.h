@@ -110,8 +110,9 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// destroyed, classifies the model, makes the entries that its category lacks, applies the state
   /// "undamaged" and listens for changes of the file. Without a model the helper is empty. A null disabler is
   /// reported and shows nothing.
-  KsDestructiblesHelper(SuperModel* superModel = nullptr, const std::string& modelName = std::string(),
-                        KsMaterialDisabler* materialDisabler = nullptr);
+  explicit KsDestructiblesHelper(SuperModel* superModel = nullptr,
+                                 const std::string& modelName = std::string(),
+                                 KsMaterialDisabler* materialDisabler = nullptr);
 
   /// Stops listening and drops the model's entries that were only made in memory. The next helper reads the
   /// file anew.
