@@ -6,9 +6,9 @@
 #include <spdlog/spdlog.h>
 
 #include <cstdarg>
-#include <cstdio>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 namespace Tal {
 namespace {
@@ -29,42 +29,47 @@ BasicStringRef withoutLineEnd(BasicStringRef text) {
   return last == BasicStringRef::npos ? BasicStringRef() : text.substr(0, last + 1);
 }
 
-void writeToStandardError(const DebugMessage& message) {
-  static const auto logger = [] {
-    auto made = std::make_shared<spdlog::logger>("destructibles",
-                                                 std::make_shared<spdlog::sinks::stderr_color_sink_mt>());
-    made->set_pattern("%^%l%$: %v");
-    return made;
-  }();
+spdlog::logger* makeLogger() {
+  auto* const made =
+      new spdlog::logger("destructibles", std::make_shared<spdlog::sinks::stderr_color_sink_mt>());
+  made->set_pattern("%^%l%$: %v");
+  made->set_level(spdlog::level::trace);
+  return made;
+}
+
+/// Where messages go. Never destroyed: objects that live until the end of the process log as well.
+struct Output {
+  std::mutex mutex_;
+  DebugMessageHelper::Sink sink_;
+  spdlog::logger* logger_ = makeLogger();
+};
+
+Output& output() {
+  static auto& made = *new Output;
+  return made;
+}
+
+void writeToStandardError(spdlog::logger& logger, const DebugMessage& message) {
   const spdlog::level::level_enum level = levelOf(message);
-  logger->log(level, escapeControls(withoutLineEnd(message.text)));
+  logger.log(level, escapeControls(withoutLineEnd(message.text)));
   if (!message.callStack.empty())
-    logger->log(level, "running at the time:\n{}", withoutLineEnd(message.callStack));
-}
-
-std::mutex& sinkMutex() {
-  static std::mutex mutex;
-  return mutex;
-}
-
-DebugMessageHelper::Sink& currentSink() {
-  static DebugMessageHelper::Sink sink;
-  return sink;
+    logger.log(level, "running at the time:\n{}", withoutLineEnd(message.callStack));
 }
 
 void deliver(const DebugMessage& message) {
-  const std::lock_guard lock(sinkMutex());
-  if (currentSink()) {
-    currentSink()(message);
+  Output& to = output();
+  const std::lock_guard lock(to.mutex_);
+  if (to.sink_) {
+    to.sink_(message);
   } else {
-    writeToStandardError(message);
+    writeToStandardError(*to.logger_, message);
   }
 }
 
 }  // namespace
 
 DebugMessageHelper::DebugMessageHelper(std::pair<int, int> priority, BasicStringRef category, int source)
-    : priority_(priority), category_(category), source_(source) {}
+    : priority_(std::move(priority)), category_(category), source_(source) {}
 
 void DebugMessageHelper::message(BasicStringRef format) const {
   DebugMessage message;
@@ -91,8 +96,9 @@ void DebugMessageHelper::criticalMessage(const char* file, unsigned line, const 
 }
 
 DebugMessageHelper::Sink DebugMessageHelper::setSink(Sink sink) {
-  const std::lock_guard lock(sinkMutex());
-  return std::exchange(currentSink(), std::move(sink));
+  Output& to = output();
+  const std::lock_guard lock(to.mutex_);
+  return std::exchange(to.sink_, std::move(sink));
 }
 
 }  // namespace Tal

@@ -1,6 +1,7 @@
 #include <core/large_stack.h>
 
 #include <exception>
+#include <limits>
 #include <new>
 
 #include <pthread.h>
@@ -29,6 +30,7 @@ void* runJob(void* argument) {
 
 void runOnLargeStack(std::size_t bytes, const std::function<void()>& work) {
   constexpr std::size_t kPage = 4096;
+  if (bytes > std::numeric_limits<std::size_t>::max() - kReserve - kPage) throw std::bad_alloc();
   const std::size_t size = (bytes + kReserve + kPage - 1) / kPage * kPage;
   Job job{&work, nullptr};
   pthread_attr_t attributes;

@@ -18,7 +18,7 @@ class SafeReferenceCount {
 
   /// Drops one reference; the drop of the last one deletes the object.
   void decRef() const noexcept {
-    if (count_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+    if (count_.fetch_sub(1, std::memory_order_acq_rel) == 1) destroy();
   }
 
   /// How many references are held at this moment.
@@ -29,6 +29,8 @@ class SafeReferenceCount {
   virtual ~SafeReferenceCount() = default;
 
  private:
+  void destroy() const noexcept;
+
   mutable std::atomic<std::uint32_t> count_{0};
 };
 

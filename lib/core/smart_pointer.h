@@ -42,6 +42,8 @@ class SmartPointer {
   friend bool operator==(const SmartPointer& a, const SmartPointer& b) noexcept {
     return a.object_ == b.object_;
   }
+  /// Without this, a comparison would take and drop a reference: the last one of an object held by nobody.
+  friend bool operator==(const SmartPointer& a, const T* b) noexcept { return a.object_ == b; }
   friend bool operator==(const SmartPointer& a, std::nullptr_t) noexcept { return a.object_ == nullptr; }
 
  private:

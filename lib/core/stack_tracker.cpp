@@ -2,45 +2,76 @@
 #include <core/stack_tracker.h>
 
 #include <utility>
+#include <vector>
 
 namespace Tal {
 namespace {
 
-thread_local std::vector<StackTracker::Entry> t_entries;
-thread_local StackTracker::Recorder t_recorder;
+/// What one thread tracks. Objects that outlive the thread's data may still be tracked while they are
+/// destroyed; this then passes without effect.
+struct Tracking {
+  Tracking() = default;
+  Tracking(const Tracking&) = delete;
+  Tracking& operator=(const Tracking&) = delete;
+  ~Tracking();
 
-void record(StackTracker::Event::Kind kind, const StackTracker::Entry& entry) {
-  if (t_recorder) t_recorder({kind, entry});
+  std::vector<StackTracker::Entry> entries_;
+  StackTracker::Recorder recorder_;
+};
+
+thread_local bool t_isOver = false;
+thread_local Tracking t_tracking;
+
+Tracking::~Tracking() {
+  t_isOver = true;
+}
+
+// Never destroyed, since it stands in for what is.
+const std::vector<StackTracker::Entry>& s_nothing = *new std::vector<StackTracker::Entry>;
+
+/// The calling thread's tracking; null once the thread's data is gone.
+Tracking* tracking() {
+  return t_isOver ? nullptr : &t_tracking;
+}
+
+void record(const Tracking& tracked, StackTracker::Event::Kind kind, const StackTracker::Entry& entry) {
+  if (tracked.recorder_) tracked.recorder_({kind, entry});
 }
 
 }  // namespace
 
 void StackTracker::push(const char* function, const char* file, unsigned line) {
-  t_entries.push_back({function, file, line});
-  record(Event::Kind::push, t_entries.back());
+  Tracking* const tracked = tracking();
+  if (tracked == nullptr) return;
+  tracked->entries_.push_back({function, file, line});
+  record(*tracked, Event::Kind::push, tracked->entries_.back());
 }
 
 void StackTracker::pop() noexcept {
-  if (t_entries.empty()) return;
-  const Entry entry = t_entries.back();
-  t_entries.pop_back();
-  record(Event::Kind::pop, entry);
+  Tracking* const tracked = tracking();
+  if (tracked == nullptr || tracked->entries_.empty()) return;
+  const Entry entry = tracked->entries_.back();
+  tracked->entries_.pop_back();
+  record(*tracked, Event::Kind::pop, entry);
 }
 
 const std::vector<StackTracker::Entry>& StackTracker::entries() noexcept {
-  return t_entries;
+  const Tracking* const tracked = tracking();
+  return tracked != nullptr ? tracked->entries_ : s_nothing;
 }
 
 std::string StackTracker::text() {
   std::string text;
-  for (auto entry = t_entries.rbegin(); entry != t_entries.rend(); ++entry) {
+  const std::vector<Entry>& running = entries();
+  for (auto entry = running.rbegin(); entry != running.rend(); ++entry) {
     text += formatString("  at %s, %s(%u)\n", entry->function, entry->file, entry->line);
   }
   return text;
 }
 
 StackTracker::Recorder StackTracker::setRecorder(Recorder recorder) {
-  return std::exchange(t_recorder, std::move(recorder));
+  Tracking* const tracked = tracking();
+  return tracked != nullptr ? std::exchange(tracked->recorder_, std::move(recorder)) : Recorder();
 }
 
 }  // namespace Tal

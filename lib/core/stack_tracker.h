@@ -7,7 +7,8 @@
 namespace Tal {
 
 /// The engine's own call stack: which tracked operations are running on the calling thread, outermost first.
-/// It is printed with a critical message. Each thread has a stack and a recorder of its own.
+/// It is printed with a critical message. Each thread has a stack and a recorder of its own; once its data is
+/// destroyed (an object that lives until the end of the process may come later), nothing is tracked any more.
 class StackTracker {
  public:
   struct Entry {
@@ -35,8 +36,9 @@ class StackTracker {
   /// runs.
   static std::string text();
 
-  /// Makes `recorder` see every later push and pop of this thread, and returns the one that it replaces; an
-  /// empty recorder ends the recording.
+  /// Makes `recorder` see every later push and pop of this thread, right after it happened, and returns the
+  /// one that it replaces; an empty recorder ends the recording. A recorder must not throw, nor set a
+  /// recorder.
   static Recorder setRecorder(Recorder recorder);
 };
 
