@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <map>
 
 namespace Tal {
@@ -17,19 +16,20 @@ class KsMaterialDisabler {
   KsMaterialDisabler(const KsMaterialDisabler&) = delete;
   KsMaterialDisabler& operator=(const KsMaterialDisabler&) = delete;
 
-  /// Binds a model (null binds none) and makes its bindings; the visibilities are kept and applied to it.
+  /// Binds a model (null binds none) and makes its bindings; the visibilities are kept and applied to it. A
+  /// different model that was bound is let go first and shows all its materials again.
   virtual void attachSuperModel(SuperModel* superModel);
 
-  /// Lets go of the bound model and shows all its materials again. False, with no effect, when `superModel`
-  /// is null or is not the bound one.
+  /// Lets go of the bound model and shows all its materials again; the visibilities are kept for the next
+  /// one. False, with no effect, when `superModel` is null or is not the bound one.
   virtual bool detachSuperModel(SuperModel* superModel);
 
   /// Finds the bound model's material slots by their kinds and applies the visibilities to them; to be called
-  /// again when kinds were reassigned. Nothing happens when no model is bound.
+  /// again when kinds were reassigned or the model became ready. Nothing happens when no model is bound.
   virtual void createMaterialBindings();
 
-  /// True brings every part of the bound model to its destroyed look, false to its undamaged one, as if no
-  /// state had been applied and no kind had been set visible or hidden.
+  /// True brings every part of the bound model to its destroyed look (73 to 86 hidden, 87 to 100 visible),
+  /// false to its undamaged one, as if no state had been applied and no kind had been set visible or hidden.
   virtual void setIsDestroyed(bool isDestroyed);
 
   /// Shows or hides every material of a kind, also when the model has none of it yet.
@@ -38,11 +38,15 @@ class KsMaterialDisabler {
   virtual bool getMaterialKindVisible(unsigned int kind) const;
 
   /// Adds the visibility of every kind that the bound model has or that was set since the last
-  /// setIsDestroyed.
+  /// setIsDestroyed; other entries of `visibles` stay.
   virtual void getMaterialKindVisibles(std::map<unsigned int, bool>& visibles) const;
 
  private:
-  SuperModel* superModel_;
+  void bind(SuperModel* superModel);
+  void applyVisibilities();
+  bool isKindVisible(unsigned int kind) const;
+
+  SuperModel* superModel_ = nullptr;
   std::multimap<unsigned int, unsigned int> slotsByKind_;
   std::map<unsigned int, bool> explicitVisibility_;
   bool isDestroyed_ = false;

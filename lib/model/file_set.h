@@ -1,0 +1,40 @@
+#pragma once
+
+#include <core/string_ref.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace Tal {
+
+/// Several files that are made or replaced together: all of them, or none. A crash in between leaves every
+/// single file whole, the old one or the new one.
+class FileSet {
+ public:
+  /// `content` must live until write().
+  void add(std::filesystem::path target, BasicStringRef content);
+
+  /// Writes the files, in the order in which they were added, with the folders that they need. Empty when it
+  /// is done; else one line with the file and the system's error, and everything is as it was.
+  std::string write();
+
+ private:
+  struct Entry {
+    std::filesystem::path target;
+    BasicStringRef content;
+    std::filesystem::path staged;  // the new file under a name of its own; empty when there is none
+    std::filesystem::path backup;  // the old file under a name of its own; empty when there is none
+    bool isPlaced = false;
+  };
+
+  void makeFolders(const std::filesystem::path& folder);
+  static void stage(Entry& entry);
+  static void place(Entry& entry);
+  void undo() noexcept;
+
+  std::vector<Entry> entries_;
+  std::vector<std::filesystem::path> madeFolders_;
+};
+
+}  // namespace Tal

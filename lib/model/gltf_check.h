@@ -1,0 +1,13 @@
+#pragma once
+
+#include <core/string_ref.h>
+
+namespace Tal {
+
+/// Makes sure that a glTF 2.0 document is one that can be walked without looking again: it is JSON of bounded
+/// depth and size, every index is in range, every accessor lies inside its buffer view and every buffer view
+/// inside its buffer (as long as the document says that the buffer is), and it requires no extension that is
+/// unknown here. Throws GltfFault.
+void checkGltfJson(BasicStringRef json);
+
+}  // namespace Tal

@@ -1,0 +1,113 @@
+#include <model/gltf_container.h>
+#include <model/gltf_fault.h>
+
+#include <cstdint>
+
+namespace Tal {
+namespace {
+
+constexpr BasicStringRef kMagic = "glTF";
+constexpr BasicStringRef kByteOrderMark = "\xef\xbb\xbf";
+constexpr std::uint32_t kVersion = 2;
+constexpr std::size_t kHeaderSize = 12;
+constexpr std::size_t kChunkHeaderSize = 8;
+constexpr std::size_t kAlignment = 4;
+constexpr std::uint32_t kJsonChunk = 0x4e4f534a;
+constexpr std::uint32_t kBinChunk = 0x004e4942;
+
+struct Chunk {
+  std::uint32_t type;
+  BasicStringRef data;
+};
+
+std::uint32_t readUint32(BasicStringRef bytes, std::size_t offset) {
+  std::uint32_t value = 0;
+  for (std::size_t index = 4; index-- > 0;) {
+    value = value << 8U | static_cast<unsigned char>(bytes[offset + index]);
+  }
+  return value;
+}
+
+void appendUint32(std::string& bytes, std::size_t value) {
+  for (unsigned index = 0; index < 4; ++index) bytes += static_cast<char>(value >> (8U * index) & 0xffU);
+}
+
+void checkHeader(BasicStringRef bytes) {
+  if (bytes.size() < kHeaderSize) throw GltfFault("is cut off inside its header");
+  const std::uint32_t version = readUint32(bytes, 4);
+  if (version != kVersion) {
+    throw GltfFault("is a .glb of version " + std::to_string(version) + "; only version 2 can be imported");
+  }
+  const std::uint32_t length = readUint32(bytes, 8);
+  if (length == bytes.size()) return;
+  throw GltfFault("is " + std::string(length > bytes.size() ? "cut off" : "followed by other data") +
+                  ": its header announces " + std::to_string(length) + " bytes, the file has " +
+                  std::to_string(bytes.size()));
+}
+
+/// The chunk that begins at `offset`, which is moved behind it.
+Chunk takeChunk(BasicStringRef bytes, std::size_t& offset) {
+  if (bytes.size() - offset < kChunkHeaderSize) throw GltfFault("is cut off inside a chunk's header");
+  const std::uint32_t length = readUint32(bytes, offset);
+  const std::uint32_t type = readUint32(bytes, offset + 4);
+  offset += kChunkHeaderSize;
+  if (length > bytes.size() - offset) {
+    throw GltfFault("has a chunk of " + std::to_string(length) + " bytes with " +
+                    std::to_string(bytes.size() - offset) + " bytes left in the file");
+  }
+  if (length % kAlignment != 0) {
+    throw GltfFault("has a chunk of " + std::to_string(length) + " bytes, which is no multiple of 4");
+  }
+  const BasicStringRef data = bytes.substr(offset, length);
+  offset += length;
+  return {type, data};
+}
+
+GltfContainer splitGlb(BasicStringRef bytes) {
+  checkHeader(bytes);
+  std::size_t offset = kHeaderSize;
+  const Chunk json = takeChunk(bytes, offset);
+  if (json.type != kJsonChunk) throw GltfFault("does not begin with a JSON chunk");
+  GltfContainer container{json.data, {}, true};
+  while (offset < bytes.size()) {
+    const Chunk chunk = takeChunk(bytes, offset);
+    // Only the second chunk can be the binary one; chunks of other types are to be ignored.
+    if (chunk.type == kBinChunk && container.bin.empty()) container.bin = chunk.data;
+  }
+  return container;
+}
+
+void appendChunk(std::string& glb, std::uint32_t type, BasicStringRef data, char padding) {
+  const std::size_t padded = (data.size() + kAlignment - 1) / kAlignment * kAlignment;
+  appendUint32(glb, padded);
+  appendUint32(glb, type);
+  glb += data;
+  glb.append(padded - data.size(), padding);
+}
+
+}  // namespace
+
+GltfContainer splitGltf(BasicStringRef bytes) {
+  if (bytes.empty()) throw GltfFault("is empty");
+  if (bytes.size() > kMaxGltfBytes) throw GltfFault("is larger than 512 MiB");
+  if (bytes.starts_with(kMagic)) return splitGlb(bytes);
+  if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
+  const std::size_t first = bytes.find_first_not_of(" \t\r\n");
+  if (first == BasicStringRef::npos || bytes[first] != '{') {
+    throw GltfFault("is neither a .glb nor a .gltf file");
+  }
+  return {bytes, {}, false};
+}
+
+std::string joinGlb(BasicStringRef json, BasicStringRef bin) {
+  std::string chunks;
+  chunks.reserve(json.size() + bin.size() + 2 * (kChunkHeaderSize + kAlignment));
+  appendChunk(chunks, kJsonChunk, json, ' ');
+  if (!bin.empty()) appendChunk(chunks, kBinChunk, bin, '\0');
+  std::string glb(kMagic);
+  appendUint32(glb, kVersion);
+  appendUint32(glb, kHeaderSize + chunks.size());
+  return glb + chunks;
+}
+
+}  // namespace Tal

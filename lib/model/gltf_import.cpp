@@ -1,0 +1,321 @@
+#include <core/format.h>
+#include <core/nearest_name.h>
+#include <model/gltf_fault.h>
+#include <model/gltf_import.h>
+#include <model/gltf_reader.h>
+#include <model/model_files.h>
+#include <resources/file_system.h>
+#include <resources/resource_name.h>
+#include <resources/xml_text.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <exception>
+#include <limits>
+#include <map>
+#include <set>
+
+namespace Tal {
+namespace {
+
+constexpr BasicStringRef kModelExtension = ".model";
+constexpr BasicStringRef kHardPointPrefix = "HP_";
+constexpr BasicStringRef kDigits = "0123456789";
+constexpr std::size_t kMaxNameLength = 1024;
+constexpr std::uint32_t kMaxKind = std::numeric_limits<std::int32_t>::max();
+constexpr std::uint32_t kFirstUndamagedKind = 73;
+constexpr std::uint32_t kFirstDestroyedKind = 87;
+constexpr std::uint32_t kLastPart = 13;
+
+// --- The naming convention
+// ----------------------------------------------------------------------------------
+
+enum class PartLook { none, undamaged, destroyed };
+
+PartLook lookByName(BasicStringRef name) {
+  if (name.starts_with('s')) return PartLook::none;
+  if (name.starts_with('d') || (name.starts_with("partD") && name.size() > 5)) return PartLook::destroyed;
+  if (name.starts_with('n') || (name.starts_with("partN") && name.size() > 5)) return PartLook::undamaged;
+  return PartLook::none;
+}
+
+/// The third piece between underscores, which numbers a part that names the parts it depends on.
+BasicStringRef thirdPiece(BasicStringRef name) {
+  BasicStringRef piece;
+  for (int count = 0; count < 3; ++count) {
+    name.remove_prefix(std::min(name.find_first_not_of('_'), name.size()));
+    piece = name.substr(0, name.find('_'));
+    name.remove_prefix(piece.size());
+  }
+  return piece;
+}
+
+BasicStringRef partDigits(BasicStringRef name) {
+  const BasicStringRef third = thirdPiece(name);
+  const BasicStringRef leading = third.substr(0, third.find_first_not_of(kDigits));
+  if (!leading.empty()) return leading;
+  return name.substr(name.find_last_not_of(kDigits) + 1);
+}
+
+/// The part number of a name; above kLastPart when the engine has no such part.
+std::uint32_t partNumber(BasicStringRef name) {
+  std::uint32_t number = 0;
+  for (const char digit : partDigits(name)) {
+    number = number * 10 + static_cast<std::uint32_t>(digit - '0');
+    if (number > kLastPart) return number;
+  }
+  return number;
+}
+
+// --- From a scene and the author's options to a model
+// -------------------------------------------------------
+
+/// Puts together what the files of the model say.
+class Importer {
+ public:
+  Importer(GltfScene scene, const GltfImportOptions& options) : scene_(std::move(scene)), options_(options) {}
+
+  ImportedModel run(BasicStringRef stem, const std::filesystem::path& root) {
+    result_.warnings = std::move(scene_.warnings);
+    renameMaterials();
+    nameHardPoints();
+    checkNames();
+    assignKinds();
+    chooseSlots();
+    chooseBspMaterials();
+    write(stem, root);
+    return std::move(result_);
+  }
+
+ private:
+  using NamePair = std::pair<std::string, std::string>;
+
+  void renameMaterials() {
+    std::map<std::string, std::string> newNames;
+    for (const auto& [oldName, newName] : options_.renamedMaterials) {
+      const auto [entry, isNew] = newNames.emplace(oldName, newName);
+      if (!isNew && entry->second != newName) {
+        throw GltfFault("cannot give the material " + quotedName(oldName) + " two names, " +
+                        quotedName(entry->second) + " and " + quotedName(newName));
+      }
+    }
+    for (const GltfMaterial& material : scene_.materials) fileNames_.push_back(material.name);
+    for (const auto& [oldName, newName] : newNames) {
+      bool isFound = false;
+      for (std::size_t index = 0; index < fileNames_.size(); ++index) {
+        if (fileNames_[index] != oldName) continue;
+        scene_.materials[index].name = newName;
+        isFound = true;
+      }
+      if (!isFound) throwUnknown("material", oldName, fileNames_);
+    }
+  }
+
+  void nameHardPoints() {
+    std::vector<std::string> names;
+    for (const GltfNode& node : scene_.nodes) names.push_back(node.name);
+    std::set<std::size_t> named;
+    for (const auto& [nodeName, pointName] : options_.hardPoints) {
+      const std::size_t node = onlyNode(names, nodeName);
+      if (!pointName.starts_with(kHardPointPrefix)) {
+        throw GltfFault("cannot make " + quotedName(pointName) +
+                        " a hard point; the name of a hard point begins with \"HP_\"");
+      }
+      const bool isTaken =
+          std::any_of(scene_.nodes.begin(), scene_.nodes.end(),
+                      [name = &pointName](const GltfNode& other) { return other.name == *name; });
+      if (isTaken && names[node] != pointName) {
+        throw GltfFault("has two nodes for the hard point " + quotedName(pointName));
+      }
+      if (!named.insert(node).second) {
+        throw GltfFault("cannot make the node " + quotedName(nodeName) + " two hard points");
+      }
+      scene_.nodes[node].name = pointName;
+    }
+    for (const GltfNode& node : scene_.nodes) {
+      if (node.name.starts_with(kHardPointPrefix)) result_.hardPoints.push_back(node.name);
+    }
+  }
+
+  static std::size_t onlyNode(const std::vector<std::string>& names, const std::string& name) {
+    const auto found = std::find(names.begin(), names.end(), name);
+    if (found == names.end() || name.empty()) throwUnknown("node", name, names);
+    if (std::find(found + 1, names.end(), name) != names.end()) {
+      throw GltfFault("has several nodes named " + quotedName(name) + "; rename them in the file");
+    }
+    return static_cast<std::size_t>(found - names.begin());
+  }
+
+  void checkNames() {
+    for (const GltfMaterial& material : scene_.materials) {
+      checkName("material", material.name);
+      if (material.name.find(' ') == std::string::npos || !material.isVisible) continue;
+      result_.warnings.push_back("no destruction state can name the material " + quotedName(material.name) +
+                                 ", since there is a space in it");
+    }
+    for (const GltfNode& node : scene_.nodes) checkName("node", node.name);
+  }
+
+  static void checkName(BasicStringRef what, const std::string& name) {
+    const std::string start = "has the " + std::string(what) + " name " + quotedName(name) + ", which ";
+    if (name.size() > kMaxNameLength) {
+      throw GltfFault(start + "is longer than " + std::to_string(kMaxNameLength) + " bytes");
+    }
+    const bool hasControls = std::any_of(name.begin(), name.end(), [](char character) {
+      return static_cast<unsigned char>(character) < 0x20 || character == 0x7f;
+    });
+    if (hasControls || !Xml::isStorable(name)) throw GltfFault(start + "holds characters that no file can");
+    if (Xml::trimmed(name) != name) throw GltfFault(start + "has white space around it");
+    if (name.empty() && what == "material") throw GltfFault("cannot give a material an empty name");
+  }
+
+  void assignKinds() {
+    for (const GltfMaterial& material : scene_.materials) {
+      ImportedMaterial imported{material.name, 0, ImportedMaterial::KindSource::name};
+      if (material.kind) {
+        imported.kind = *material.kind;
+        imported.kindSource = ImportedMaterial::KindSource::file;
+      } else {
+        imported.kind = materialKindByName(material.name);
+      }
+      materials_.push_back(std::move(imported));
+    }
+    std::map<std::size_t, std::uint32_t> byOption;
+    for (const auto& [name, kind] : options_.materialKinds) {
+      if (kind > kMaxKind) throw GltfFault("cannot give a material a kind above " + std::to_string(kMaxKind));
+      for (const std::size_t index : materialsNamed(name)) {
+        const auto [entry, isNew] = byOption.emplace(index, kind);
+        if (!isNew && entry->second != kind) {
+          throw GltfFault("cannot give the material " + quotedName(name) + " two kinds, " +
+                          std::to_string(entry->second) + " and " + std::to_string(kind));
+        }
+        materials_[index].kind = kind;
+        materials_[index].kindSource = ImportedMaterial::KindSource::option;
+      }
+    }
+  }
+
+  /// The materials that have a name now; when none has, those that have it in the file.
+  std::vector<std::size_t> materialsNamed(const std::string& name) const {
+    std::vector<std::size_t> found;
+    std::vector<std::string> names;
+    for (std::size_t index = 0; index < scene_.materials.size(); ++index) {
+      names.push_back(scene_.materials[index].name);
+      if (names.back() == name) found.push_back(index);
+    }
+    if (!found.empty()) return found;
+    for (std::size_t index = 0; index < fileNames_.size(); ++index) {
+      if (fileNames_[index] == name) found.push_back(index);
+    }
+    if (found.empty()) throwUnknown("material", name, names);
+    return found;
+  }
+
+  void chooseSlots() {
+    std::map<std::string, std::uint32_t> kinds;
+    for (std::size_t index = 0; index < materials_.size(); ++index) {
+      if (!scene_.materials[index].isVisible) continue;
+      const ImportedMaterial& material = materials_[index];
+      const auto [entry, isNew] = kinds.emplace(material.name, material.kind);
+      if (!isNew && entry->second != material.kind) {
+        throw GltfFault("has two materials named " + quotedName(material.name) + " of the kinds " +
+                        std::to_string(entry->second) + " and " + std::to_string(material.kind) +
+                        "; give them one kind or different names");
+      }
+      if (material.kindSource == ImportedMaterial::KindSource::name &&
+          lookByName(material.name) != PartLook::none && material.kind == 0) {
+        result_.warnings.push_back("the material " + quotedName(material.name) +
+                                   " has no kind, since part numbers end at " + std::to_string(kLastPart));
+      }
+      result_.materials.push_back(material);
+      description_.materials.push_back({material.name, material.kind, scene_.materials[index].index});
+    }
+  }
+
+  void chooseBspMaterials() {
+    std::vector<std::size_t> chosen;
+    for (const std::string& name : options_.bspMaterials) {
+      for (const std::size_t index : materialsNamed(name)) chosen.push_back(index);
+    }
+    const bool hasCollision = std::any_of(scene_.materials.begin(), scene_.materials.end(),
+                                          [](const GltfMaterial& material) { return material.isCollision; });
+    for (std::size_t index = 0; index < scene_.materials.size() && options_.bspMaterials.empty(); ++index) {
+      if (!hasCollision || scene_.materials[index].isCollision) chosen.push_back(index);
+    }
+    std::set<std::string> seen;
+    for (const std::size_t index : chosen) {
+      const std::string& name = scene_.materials[index].name;
+      if (seen.insert(name).second) result_.bspMaterials.push_back(name);
+    }
+  }
+
+  void write(BasicStringRef stem, const std::filesystem::path& root) {
+    description_.stem = stem;
+    description_.glb = std::move(scene_.glb);
+    description_.box = scene_.box;
+    description_.bspMaterials = result_.bspMaterials;
+    for (GltfNode& node : scene_.nodes) description_.nodes.push_back({std::move(node.name), node.parent});
+    const std::string fault = writeModelFiles(description_, root, options_.overwrite);
+    if (!fault.empty()) throw GltfFault("cannot be imported: " + fault);
+    result_.modelName = modelNameOf(stem);
+    result_.visualName = visualNameOf(stem);
+    result_.geometryName = geometryNameOf(stem);
+    result_.boxMin = scene_.box.min;
+    result_.boxMax = scene_.box.max;
+  }
+
+  [[noreturn]] static void throwUnknown(const std::string& what, const std::string& name,
+                                        std::vector<std::string> existing) {
+    std::sort(existing.begin(), existing.end());
+    existing.erase(std::unique(existing.begin(), existing.end()), existing.end());
+    existing.erase(std::remove(existing.begin(), existing.end(), std::string()), existing.end());
+    throw GltfFault("has no " + what + " " + quotedName(name) + nameSuggestion(name, existing));
+  }
+
+  GltfScene scene_;
+  const GltfImportOptions& options_;
+  std::vector<std::string> fileNames_;       // of the materials, as the file has them
+  std::vector<ImportedMaterial> materials_;  // parallel to the scene's
+  ModelDescription description_;
+  ImportedModel result_;
+};
+
+/// Why a model cannot have this name; empty when it can.
+std::string faultOfModelName(BasicStringRef modelName) {
+  const std::string refusal = FS::MultiFileSystem::refusalOf(modelName);
+  if (!refusal.empty()) return "is no name of a resource, it " + refusal;
+  if (modelName.size() > kMaxNameLength) return "is too long a name";
+  const BasicStringRef file = modelName.substr(modelName.rfind('/') + 1);
+  if (file.ends_with(kModelExtension) && file.size() > kModelExtension.size()) return {};
+  return "is no name of a model; it must end in \".model\"";
+}
+
+}  // namespace
+
+std::uint32_t materialKindByName(BasicStringRef name) {
+  const PartLook look = lookByName(name);
+  const std::uint32_t part = partNumber(name);
+  if (look == PartLook::none || part > kLastPart) return 0;
+  return part + (look == PartLook::destroyed ? kFirstDestroyedKind : kFirstUndamagedKind);
+}
+
+std::optional<ImportedModel> importGltf(const std::filesystem::path& source, BasicStringRef modelName,
+                                        const std::filesystem::path& root, const GltfImportOptions& options,
+                                        std::string* error) {
+  std::string fault = faultOfModelName(modelName);
+  if (fault.empty()) {
+    try {
+      std::string stem = normalisedName(modelName);
+      stem.resize(stem.size() - kModelExtension.size());
+      return Importer(readGltf(source), options).run(stem, root);
+    } catch (const std::exception& failure) {
+      fault = escapeControls(source.string()) + ": " + failure.what();
+    }
+  } else {
+    fault = quotedName(modelName) + ": " + fault;
+  }
+  if (error != nullptr) *error = fault;
+  return std::nullopt;
+}
+
+}  // namespace Tal

@@ -1,0 +1,130 @@
+#include <core/nearest_name.h>
+#include <model/file_set.h>
+#include <model/model_files.h>
+#include <resources/file_system.h>
+#include <resources/number_text.h>
+#include <resources/xml_text.h>
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+namespace Tal {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uint32_t kLargestCharacter = 0x10ffff;
+constexpr BasicStringRef kDeclaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
+
+// --- What the files say
+// -------------------------------------------------------------------------------------
+
+/// XML with one element a line, indented by tabs.
+class XmlWriter {
+ public:
+  void begin(BasicStringRef tag) { line("<" + std::string(tag) + ">", depth_++); }
+  void end(BasicStringRef tag) { line("</" + std::string(tag) + ">", --depth_); }
+  void leaf(BasicStringRef tag, BasicStringRef value) {
+    const std::string name(tag);
+    line("<" + name + ">" + Xml::escaped(value, kLargestCharacter) + "</" + name + ">", depth_);
+  }
+  std::string take() { return std::move(text_); }
+
+ private:
+  void line(const std::string& content, std::size_t depth) {
+    text_.append(depth, '\t').append(content) += '\n';
+  }
+
+  std::string text_{kDeclaration};
+  std::size_t depth_ = 0;
+};
+
+std::string vectorText(const Vector3& vector) {
+  return floatText(vector.x) + ' ' + floatText(vector.y) + ' ' + floatText(vector.z);
+}
+
+std::string modelText(const ModelDescription& description) {
+  XmlWriter xml;
+  xml.begin("model");
+  xml.leaf("visual", visualNameOf(description.stem));
+  xml.begin("bspMaterials");
+  for (const std::string& name : description.bspMaterials) xml.leaf("material", name);
+  xml.end("bspMaterials");
+  xml.end("model");
+  return xml.take();
+}
+
+std::string visualText(const ModelDescription& description) {
+  XmlWriter xml;
+  xml.begin("visual");
+  xml.leaf("geometry", geometryNameOf(description.stem));
+  xml.begin("boundingBox");
+  xml.leaf("min", vectorText(description.box.min));
+  xml.leaf("max", vectorText(description.box.max));
+  xml.end("boundingBox");
+  xml.begin("materials");
+  for (const VisualMaterial& material : description.materials) {
+    xml.begin("material");
+    xml.leaf("identifier", material.identifier);
+    xml.leaf("kind", std::to_string(material.kind));
+    xml.leaf("geometryMaterial", intText(material.geometryMaterial));
+    xml.end("material");
+  }
+  xml.end("materials");
+  xml.begin("skeleton");
+  for (const VisualNode& node : description.nodes) {
+    xml.begin("node");
+    xml.leaf("name", node.name);
+    xml.leaf("parent", intText(node.parent));
+    xml.end("node");
+  }
+  xml.end("skeleton");
+  xml.end("visual");
+  return xml.take();
+}
+
+std::string faultOf(const std::string& resource, const fs::path& target, bool overwrite) {
+  std::error_code failure;
+  const fs::file_status status = fs::status(target, failure);
+  if (status.type() == fs::file_type::not_found) return {};
+  if (!fs::is_regular_file(status)) return quotedName(resource) + " is there and is no file";
+  return overwrite ? std::string() : quotedName(resource) + " is already there; force it to be replaced";
+}
+
+}  // namespace
+
+std::string modelNameOf(BasicStringRef stem) {
+  return std::string(stem) + ".model";
+}
+std::string visualNameOf(BasicStringRef stem) {
+  return std::string(stem) + ".visual";
+}
+std::string geometryNameOf(BasicStringRef stem) {
+  return std::string(stem) + ".glb";
+}
+
+std::string writeModelFiles(const ModelDescription& description, const fs::path& root, bool overwrite) {
+  std::error_code failure;
+  if (!fs::is_directory(root, failure))
+    return "the resource root " + quotedName(root.string()) + " is no folder";
+  const FS::MultiFileSystem files({root});
+  // The model comes last: it is there only when what it names is.
+  const std::array<std::pair<std::string, std::string>, 3> contents = {
+      {{geometryNameOf(description.stem), description.glb},
+       {visualNameOf(description.stem), visualText(description)},
+       {modelNameOf(description.stem), modelText(description)}}};
+  FileSet set;
+  for (const auto& [resource, content] : contents) {
+    const std::optional<fs::path> target = files.locationFor(resource);
+    if (!target) return quotedName(resource) + " lies outside of the resource root";
+    const std::string fault = faultOf(resource, *target, overwrite);
+    if (!fault.empty()) return fault;
+    set.add(*target, content);
+  }
+  return set.write();
+}
+
+}  // namespace Tal

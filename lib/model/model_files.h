@@ -1,0 +1,45 @@
+#pragma once
+
+#include <core/string_ref.h>
+#include <model/gltf_bounds.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace Tal {
+
+/// One material slot of a visual.
+struct VisualMaterial {
+  std::string identifier;
+  std::uint32_t kind = 0;
+  int geometryMaterial = -1;  ///< its place among the geometry's materials; -1 for what carries none
+};
+
+struct VisualNode {
+  std::string name;
+  int parent = -1;  ///< its place among the nodes; -1 at the top
+};
+
+/// What the files of a model say. Every text is one that XML can hold.
+struct ModelDescription {
+  std::string stem;  ///< the name that the three resources share, without extension
+  std::string glb;   ///< the geometry's bytes
+  BoundingBox box;
+  std::vector<VisualMaterial> materials;
+  std::vector<VisualNode> nodes;
+  std::vector<std::string> bspMaterials;
+};
+
+/// The names of a model's three resources.
+std::string modelNameOf(BasicStringRef stem);
+std::string visualNameOf(BasicStringRef stem);
+std::string geometryNameOf(BasicStringRef stem);
+
+/// Makes the three files below `root`, all or none: after a failure the files are as they were. Empty when it
+/// is done, else the fault.
+std::string writeModelFiles(const ModelDescription& description, const std::filesystem::path& root,
+                            bool overwrite);
+
+}  // namespace Tal

@@ -1,0 +1,109 @@
+#include <core/nearest_name.h>
+#include <model/super_model.h>
+#include <resources/data_section.h>
+#include <resources/file_system.h>
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace Tal {
+namespace {
+
+/// Opens a file of the model; null, with the fault in `error`, when that is not possible.
+SmartPointer<DataSection> openModelFile(BasicStringRef name, std::string& error) {
+  const FS::MultiFileSystem* files = FS::fileSystem();
+  if (files == nullptr) {
+    error = quotedName(name) + ": cannot be opened, no resource roots are set";
+    return nullptr;
+  }
+  const std::string refusal = FS::MultiFileSystem::refusalOf(name);
+  if (!refusal.empty()) {
+    error = quotedName(name) + ": is no name of a resource, it " + refusal;
+    return nullptr;
+  }
+  if (!files->find(name)) {
+    error = quotedName(name) + ": no resource root holds this file";
+    return nullptr;
+  }
+  SmartPointer<DataSection> section = FS::Utils::openSection(name, false, nullptr);
+  if (section == nullptr) error = quotedName(name) + ": cannot be read as XML; import the model again";
+  return section;
+}
+
+SmartPointer<Model> readModel(const SmartPointer<DataSection>& file) {
+  auto bsp = makeSmart<BspData>();
+  if (const auto materials = file->openSection("bspMaterials")) {
+    for (const SmartPointer<DataSection> material : *materials) {
+      if (material != nullptr) bsp->materialNames_.push_back(material->value());
+    }
+  }
+  return makeSmart<Model>(std::move(bsp));
+}
+
+/// The materials of a visual; none, with the fault in `error`, when one of them is not as it must be.
+ModelMaterials::Slots readMaterials(const SmartPointer<DataSection>& visual, BasicStringRef visualName,
+                                    std::string& error) {
+  ModelMaterials::Slots slots;
+  const auto materials = visual->openSection("materials");
+  if (materials == nullptr) return slots;
+  for (const SmartPointer<DataSection> material : *materials) {
+    if (material == nullptr) continue;
+    std::string identifier = material->readString("identifier");
+    const int kind = material->readInt("kind", -1);
+    if (identifier.empty() || kind < 0) {
+      error =
+          quotedName(visualName) + ": material number " + std::to_string(slots.size() + 1) +
+          (identifier.empty() ? " has no \"identifier\"" : " has no \"kind\" that is a number from 0 up") +
+          "; import the model again";
+      return {};
+    }
+    slots.push_back(
+        std::make_shared<MaterialInstance>(std::move(identifier), static_cast<std::uint32_t>(kind)));
+  }
+  return slots;
+}
+
+Skeleton::SkeletonInstance readSkeleton(const SmartPointer<DataSection>& visual) {
+  std::vector<interned_string> nodeNames;
+  if (const auto skeleton = visual->openSection("skeleton")) {
+    for (const SmartPointer<DataSection> node : *skeleton) {
+      if (node != nullptr) nodeNames.emplace_back(node->readString("name"));
+    }
+  }
+  return Skeleton::SkeletonInstance(std::move(nodeNames));
+}
+
+std::unique_ptr<SuperModel> loadModel(BasicStringRef modelName, std::string& error) {
+  const SmartPointer<DataSection> model = openModelFile(modelName, error);
+  if (model == nullptr) return nullptr;
+  const std::string visualName = model->readString("visual");
+  if (visualName.empty()) {
+    error = quotedName(modelName) + ": names no \"visual\"; import the model again";
+    return nullptr;
+  }
+  const SmartPointer<DataSection> visual = openModelFile(visualName, error);
+  if (visual == nullptr) {
+    error += ", which " + quotedName(modelName) + " names as its visual";
+    return nullptr;
+  }
+  ModelMaterials::Slots materials = readMaterials(visual, visualName, error);
+  if (!error.empty()) return nullptr;
+  return std::make_unique<SuperModel>(readModel(model), readSkeleton(visual),
+                                      ModelMaterials(std::move(materials)));
+}
+
+}  // namespace
+
+SuperModel::SuperModel(SmartPointer<Model> topModel, Skeleton::SkeletonInstance skeleton,
+                       ModelMaterials materials)
+    : materials_(std::move(materials)), topModel_(std::move(topModel)), skeleton_(std::move(skeleton)) {}
+
+std::unique_ptr<SuperModel> SuperModel::load(BasicStringRef modelName, std::string* error) {
+  std::string fault;
+  std::unique_ptr<SuperModel> superModel = loadModel(modelName, fault);
+  if (error != nullptr) *error = fault;
+  return superModel;
+}
+
+}  // namespace Tal
