@@ -70,8 +70,10 @@ class DataSection : public SafeReferenceCount {
   /// The element's own text, without surrounding white space; empty when there is none.
   virtual std::string value() const = 0;
 
-  /// Replaces the element's own text by `value`, escaped as the format needs.
-  virtual void setValue(BasicStringRef value) = 0;
+  /// Replaces the element's own text by `value`, escaped as the format needs; a value that it already has
+  /// changes nothing. False when the format cannot hold `value` (XML: control characters other than tab and
+  /// line ends, invalid UTF-8): that is reported with priority 5, and the text stays as it was.
+  virtual bool setValue(BasicStringRef value) = 0;
 
   virtual int childCount() const = 0;
 
@@ -121,8 +123,10 @@ class DataSection : public SafeReferenceCount {
   /// @}
   /// @name Values of children
   /// Reading yields `defaultValue` when the child is absent, and for numbers also when its text is not one
-  /// number of the type, or out of its range. Writing makes the child when it is missing; false when `key`
-  /// cannot name one.
+  /// number of the type, or out of its range. Writing makes the child when it is missing and leaves a child
+  /// that already has the value as it is (text: equal but for surrounding white space; numbers: equal as
+  /// numbers). It gives false when `key` cannot name a child or the format cannot hold the value (see
+  /// setValue; a float must be finite); then nothing changes, and no child is made.
   /// @{
 
   std::string readString(BasicStringRef key, BasicStringRef defaultValue = {}, int flags = 0) const;
@@ -142,6 +146,27 @@ class DataSection : public SafeReferenceCount {
  protected:
   DataSection();
   ~DataSection() override;
+
+  /// Gives the value of the section at a path, as a view that is valid until the next change of the section
+  /// or of `scratch`. False when it is absent. Sections that can read without making handles override it.
+  virtual bool readValue(BasicStringRef path, std::string& scratch, BasicStringRef& value) const;
+
+  /// Whether `tag` can name an element, and whether `value` can be an element's text.
+  virtual bool canName(BasicStringRef tag) const;
+  virtual bool canHold(BasicStringRef value) const;
+
+  /// Removes every child with that tag.
+  virtual void removeEvery(BasicStringRef tag);
+
+ private:
+  /// Makes every section of a path whose first step is no child of this one.
+  SmartPointer<DataSection> makeSection(BasicStringRef path, DataSectionCreator* creator);
+  /// Gives this empty section the value of `pattern` and copies of everything below it.
+  void copyContent(const DataSection& pattern);
+  /// The section that the last step of a path starts from; null when it is absent or the path has no step.
+  SmartPointer<DataSection> parentOf(BasicStringRef path, BasicStringRef& lastStep);
+  template <class IsSame>
+  bool writeText(BasicStringRef key, BasicStringRef text, const IsSame& isSame);
 };
 
 }  // namespace Tal

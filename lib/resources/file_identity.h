@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+
+namespace Tal {
+
+/// What tells one version of a file from another without reading it.
+struct FileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  std::int64_t size = 0;
+  std::int64_t modified = 0;  ///< nanoseconds
+  std::int64_t changed = 0;   ///< nanoseconds; moves on even when the modification time is set back
+
+  bool operator==(const FileIdentity&) const = default;
+};
+
+/// The identity of the file at a path, links followed; empty when there is none.
+std::optional<FileIdentity> identityAt(const std::filesystem::path& file);
+
+/// The identity of an open file.
+std::optional<FileIdentity> identityOf(int descriptor);
+
+}  // namespace Tal

@@ -1,0 +1,134 @@
+#include <resources/file_system.h>
+#include <resources/report.h>
+#include <resources/resource_monitor.h>
+#include <resources/resource_name.h>
+#include <resources/section_cache.h>
+#include <algorithm>
+
+#include <system_error>
+#include <utility>
+
+namespace Tal::FS {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::unique_ptr<MultiFileSystem>& current() {
+  static std::unique_ptr<MultiFileSystem> fileSystem;
+  return fileSystem;
+}
+
+/// The path's place when every link on it is followed; empty when it does not exist.
+fs::path resolved(const fs::path& path) {
+  std::error_code error;
+  fs::path result = fs::canonical(path, error);
+  return error ? fs::path() : result;
+}
+
+bool isBelow(const fs::path& path, const fs::path& folder) {
+  const auto [inFolder, inPath] = std::mismatch(folder.begin(), folder.end(), path.begin(), path.end());
+  return inFolder == folder.end();
+}
+
+bool isRegularFile(const fs::path& path) {
+  std::error_code error;
+  return fs::is_regular_file(path, error);
+}
+
+/// Why a place below a root may not be used; empty when it may. The place need not exist.
+std::string refusalOfPlace(const fs::path& root, fs::path place) {
+  std::error_code error;
+  if (fs::is_symlink(place, error) && !fs::exists(place, error)) return "is a link to nothing";
+  while (!fs::exists(place, error) && place.has_relative_path() && place != root) place = place.parent_path();
+  const fs::path target = resolved(place);
+  return target.empty() || isBelow(target, resolved(root)) ? "" : "leads out of its root through a link";
+}
+
+void reportName(BasicStringRef name, const std::string& refusal) {
+  reportRefusal("the resource name " + inQuotes(name) + ' ' + refusal +
+                "; give a name below the resource roots, such as \"scripts/destructibles.xml\"");
+}
+
+}  // namespace
+
+struct MultiFileSystem::State {
+  std::vector<fs::path> roots;
+  std::unique_ptr<ResourceMonitor> monitor;
+};
+
+MultiFileSystem::MultiFileSystem(std::vector<fs::path> roots) : state_(std::make_unique<State>()) {
+  for (fs::path& root : roots) {
+    std::error_code error;
+    if (fs::is_directory(root, error)) {
+      state_->roots.push_back(std::move(root));
+    } else {
+      reportRefusal("the resource root " + inQuotes(root.native()) +
+                    " is no folder and is left out; make it or name another one");
+    }
+  }
+}
+
+MultiFileSystem::~MultiFileSystem() = default;
+
+const std::vector<fs::path>& MultiFileSystem::roots() const noexcept {
+  return state_->roots;
+}
+
+std::string MultiFileSystem::refusalOf(BasicStringRef resourceName) {
+  return refusalOfName(resourceName);
+}
+
+std::optional<fs::path> MultiFileSystem::find(BasicStringRef resourceName) const {
+  if (const std::string refusal = refusalOf(resourceName); !refusal.empty()) {
+    reportName(resourceName, refusal);
+    return std::nullopt;
+  }
+  const std::string name = normalisedName(resourceName);
+  for (const fs::path& root : state_->roots) {
+    fs::path place = root / name;
+    if (!isRegularFile(place)) continue;
+    const std::string refusal = refusalOfPlace(root, place);
+    if (refusal.empty()) return place;
+    reportName(resourceName, refusal);
+    return std::nullopt;
+  }
+  return std::nullopt;
+}
+
+std::optional<fs::path> MultiFileSystem::locationFor(BasicStringRef resourceName) const {
+  if (std::optional<fs::path> found = find(resourceName)) return found;
+  if (state_->roots.empty() || !refusalOf(resourceName).empty()) return std::nullopt;
+  const fs::path& root = state_->roots.front();
+  fs::path place = root / normalisedName(resourceName);
+  const std::string refusal = refusalOfPlace(root, place);
+  if (refusal.empty()) return place;
+  reportName(resourceName, refusal);
+  return std::nullopt;
+}
+
+MonitorThreadBase* MultiFileSystem::getFilesystemMonitor() {
+  if (!state_->monitor) state_->monitor = std::make_unique<ResourceMonitor>(state_->roots);
+  return state_->monitor.get();
+}
+
+void MultiFileSystem::pump() {
+  if (state_->monitor) state_->monitor->pump();
+}
+
+MultiFileSystem* fileSystem() noexcept {
+  return current().get();
+}
+
+void setFileSystem(std::unique_ptr<MultiFileSystem> replacement) {
+  SectionCache::instance().clear();
+  current() = std::move(replacement);
+}
+
+namespace Utils {
+
+SmartPointer<DataSection> openSection(BasicStringRef path, bool create, DataSectionCreator* creator) {
+  return SectionCache::instance().open(path, create, creator);
+}
+
+}  // namespace Utils
+}  // namespace Tal::FS

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <resources/data_section.h>
+#include <resources/section_document.h>
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace Tal {
+
+/// The process's documents by resource name; what DataSectionCache and FS::Utils::openSection stand on.
+class SectionCache {
+ public:
+  static SectionCache& instance();
+
+  /// See FS::Utils::openSection.
+  SmartPointer<DataSection> open(BasicStringRef resourceName, bool create, DataSectionCreator* creator);
+
+  /// See DataSectionCache.
+  void purge(BasicStringRef resourceName, bool recursive);
+  void clear();
+
+ private:
+  struct Entry {
+    SmartPointer<SectionDocument> document;
+    std::optional<FileIdentity>
+        refused;  ///< the version of the file that could not be opened, and was reported
+  };
+
+  SmartPointer<SectionDocument> documentOf(const std::string& name, const std::filesystem::path& file);
+
+  std::map<std::string, Entry> entries_;
+};
+
+}  // namespace Tal

@@ -1,0 +1,181 @@
+#include <resources/xml_parser.h>
+
+#include <expat.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+namespace Tal::Xml {
+namespace {
+
+/// Collects what the parser reports. Finished elements wait on a stack until their parent is finished; then
+/// they leave it together, which makes the children of each element neighbours.
+class Builder {
+ public:
+  Builder(XML_Parser parser, Tree::Parsed& parsed) : parser_(parser), parsed_(parsed) {
+    XML_SetUserData(parser, this);
+    XML_SetElementHandler(parser, onStart, onEnd);
+    XML_SetEntityDeclHandler(parser, onEntityDeclaration);
+    XML_SetSkippedEntityHandler(parser, onSkippedEntity);
+    XML_SetExternalEntityRefHandler(parser, onExternalEntity);
+  }
+
+  void finish() { parsed_.nodes.insert(parsed_.nodes.end(), finished_.begin(), finished_.end()); }
+
+  /// Why this builder stopped the parser; empty when it did not.
+  const std::string& refusal() const noexcept { return refusal_; }
+
+ private:
+  struct Open {
+    Node node;
+    std::size_t firstFinished;  ///< where the element's children begin on the stack of finished ones
+  };
+
+  static Builder& of(void* userData) { return *static_cast<Builder*>(userData); }
+
+  static void XMLCALL onStart(void* userData, const XML_Char* name, const XML_Char** /*attributes*/) {
+    of(userData).start(name);
+  }
+  static void XMLCALL onEnd(void* userData, const XML_Char* /*name*/) { of(userData).end(); }
+
+  static void XMLCALL onEntityDeclaration(void* userData, const XML_Char* name, int isParameter,
+                                          const XML_Char* value, int length, const XML_Char* /*base*/,
+                                          const XML_Char* /*systemId*/, const XML_Char* /*publicId*/,
+                                          const XML_Char* /*notation*/) {
+    if (isParameter != 0 || value == nullptr) return;
+    of(userData).declareEntity(name, {value, static_cast<std::size_t>(length)});
+  }
+
+  static void XMLCALL onSkippedEntity(void* userData, const XML_Char* name, int /*isParameter*/) {
+    of(userData).refuse("the entity \"" + std::string(name) + "\" is not declared in this file");
+  }
+
+  static int XMLCALL onExternalEntity(XML_Parser parser, const XML_Char* /*context*/,
+                                      const XML_Char* /*base*/, const XML_Char* /*systemId*/,
+                                      const XML_Char* /*publicId*/) {
+    of(XML_GetUserData(parser)).refuse("external entities are not read");
+    return XML_STATUS_ERROR;
+  }
+
+  void start(const XML_Char* name) {
+    if (open_.size() == kDeepestLevel)
+      refuse("elements are nested deeper than " + std::to_string(kDeepestLevel) + " levels");
+    const auto begin = static_cast<std::size_t>(XML_GetCurrentByteIndex(parser_));
+    const auto length = static_cast<std::size_t>(XML_GetCurrentByteCount(parser_));
+    Node node;
+    node.begin = static_cast<std::uint32_t>(begin);
+    node.contentBegin = static_cast<std::uint32_t>(begin + length);
+    // The name is interned as it stands in the source: the parser's copy does not last.
+    node.tag = parsed_.tags.intern(parsed_.source.view().substr(begin + 1, std::strlen(name))) & kNoTag;
+    open_.push_back({node, finished_.size()});
+  }
+
+  void end() {
+    auto [node, firstFinished] = open_.back();
+    open_.pop_back();
+    node.contentEnd = static_cast<std::uint32_t>(XML_GetCurrentByteIndex(parser_));
+    node.childCount = static_cast<std::uint32_t>(finished_.size() - firstFinished);
+    if (node.childCount != 0) {
+      node.firstChild = static_cast<NodeIndex>(parsed_.nodes.size());
+      const auto children = finished_.begin() + static_cast<std::ptrdiff_t>(firstFinished);
+      parsed_.nodes.insert(parsed_.nodes.end(), children, finished_.end());
+      finished_.erase(children, finished_.end());
+    }
+    finished_.push_back(node);
+  }
+
+  void declareEntity(BasicStringRef name, BasicStringRef value) {
+    static constexpr BasicStringRef kBuiltIn[] = {"lt", "gt", "amp", "apos", "quot"};
+    if (std::find(std::begin(kBuiltIn), std::end(kBuiltIn), name) != std::end(kBuiltIn)) return;
+    if (value.find_first_of("<&") != BasicStringRef::npos) {
+      refuse("the entity \"" + std::string(name) + "\" holds markup or references, which is not supported");
+      return;
+    }
+    parsed_.entities.emplace(name, value);  // the first declaration binds
+  }
+
+  void refuse(std::string reason) {
+    if (refusal_.empty()) refusal_ = std::move(reason);
+    XML_StopParser(parser_, XML_FALSE);
+  }
+
+  XML_Parser parser_;
+  Tree::Parsed& parsed_;
+  std::vector<Open> open_;
+  std::vector<Node> finished_;
+  std::string refusal_;
+};
+
+struct ParserDeleter {
+  void operator()(XML_Parser parser) const noexcept { XML_ParserFree(parser); }
+};
+using ParserPointer = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter>;
+
+/// How many elements a document has, guessed from its beginning; a little too many rather than too few.
+std::size_t expectedNodes(BasicStringRef source) {
+  constexpr std::size_t kSample = std::size_t{1} << 16U;
+  const BasicStringRef sample = source.substr(0, kSample);
+  const auto tags = static_cast<std::size_t>(std::count(sample.begin(), sample.end(), '<'));
+  const std::size_t inSample = tags / 2 + 1;
+  return source.size() <= kSample ? inSample : source.size() / kSample * (inSample + inSample / 8);
+}
+
+/// A version-control tool leaves such lines in a file that it could not merge.
+bool isMergeMarker(BasicStringRef source, std::size_t position) {
+  const std::size_t before = position == 0 ? BasicStringRef::npos : source.rfind('\n', position - 1);
+  const BasicStringRef line = source.substr(before == BasicStringRef::npos ? 0 : before + 1, 7);
+  return line == "<<<<<<<" || line == "=======" || line == ">>>>>>>";
+}
+
+ParseError errorOf(XML_Parser parser, BasicStringRef source, const std::string& refusal) {
+  ParseError error;
+  error.line = static_cast<std::size_t>(XML_GetCurrentLineNumber(parser));
+  error.column = static_cast<std::size_t>(XML_GetCurrentColumnNumber(parser)) + 1;
+  error.reason = refusal.empty() ? XML_ErrorString(XML_GetErrorCode(parser)) : refusal;
+  const auto position = static_cast<std::size_t>(std::max(XML_GetCurrentByteIndex(parser), XML_Index{0}));
+  if (isMergeMarker(source, std::min(position, source.size())))
+    error.reason += " (a merge-conflict marker stands here)";
+  return error;
+}
+
+}  // namespace
+
+std::optional<Tree> parse(Source source, ParseError& error) {
+  if (source.size > kLargestSource) {
+    error = {0, 0, "the file is larger than " + std::to_string(kLargestSource >> 20U) + " MiB"};
+    return std::nullopt;
+  }
+  const ParserPointer parser(XML_ParserCreate("UTF-8"));
+  if (!parser) {
+    error = {0, 0, "there is not enough memory to read it"};
+    return std::nullopt;
+  }
+  Tree::Parsed parsed;
+  parsed.source = std::move(source);
+  const BasicStringRef text = parsed.source.view();
+  parsed.nodes.reserve(expectedNodes(text));
+  Builder builder(parser.get(), parsed);
+  if (XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()), XML_TRUE) != XML_STATUS_OK) {
+    error = errorOf(parser.get(), text, builder.refusal());
+    return std::nullopt;
+  }
+  builder.finish();
+  return Tree(std::move(parsed));
+}
+
+bool isElementName(BasicStringRef tag) {
+  const auto isNameCharacter = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '-' || c == '.' || c == ':' || static_cast<unsigned char>(c) >= 0x80;
+  };
+  if (tag.empty() || !std::all_of(tag.begin(), tag.end(), isNameCharacter)) return false;
+  // Which other characters a name may begin with or hold is the parser's knowledge.
+  const std::string document = '<' + std::string(tag) + "/>";
+  const ParserPointer parser(XML_ParserCreate("UTF-8"));
+  return parser && XML_Parse(parser.get(), document.data(), static_cast<int>(document.size()), XML_TRUE) ==
+                       XML_STATUS_OK;
+}
+
+}  // namespace Tal::Xml

@@ -1,0 +1,30 @@
+#include <resources/xml_tags.h>
+
+namespace Tal::Xml {
+
+std::size_t TagTable::slotOf(BasicStringRef name) noexcept {
+  if (name.empty()) return 0;
+  const auto first = static_cast<unsigned char>(name.front());
+  const auto middle = static_cast<unsigned char>(name[name.size() / 2]);
+  const auto last = static_cast<unsigned char>(name.back());
+  return (name.size() + first * 3U + middle * 7U + last * 31U) % kSlots;
+}
+
+TagId TagTable::find(BasicStringRef name) const {
+  TagId& slot = slots_[slotOf(name)];
+  if (slot < texts_.size() && texts_[slot] == name) return slot;
+  const auto found = byText_.find(name);
+  if (found == byText_.end()) return kNoTag;
+  return slot = found->second;
+}
+
+TagId TagTable::intern(BasicStringRef name) {
+  const TagId known = find(name);
+  if (known != kNoTag) return known;
+  const auto tag = static_cast<TagId>(texts_.size());
+  texts_.push_back(name);
+  byText_.emplace(name, tag);
+  return slots_[slotOf(name)] = tag;
+}
+
+}  // namespace Tal::Xml

@@ -1,0 +1,80 @@
+#include <resources/xml_tree.h>
+
+#include <cstring>
+#include <utility>
+
+namespace Tal::Xml {
+
+Source Source::copyOf(BasicStringRef text) {
+  Source source{std::make_unique_for_overwrite<char[]>(text.size()), text.size()};
+  if (!text.empty()) std::memcpy(source.bytes.get(), text.data(), text.size());
+  return source;
+}
+
+Tree::Tree(Parsed parsed)
+    : parsed_(std::move(parsed)), root_(static_cast<NodeIndex>(parsed_.nodes.size() - 1)) {}
+
+std::uint32_t Tree::childCount(NodeIndex node) const {
+  const Node& element = parsed_.nodes[node];
+  if (element.hasContent != 0) return static_cast<std::uint32_t>(contentOf(node).children.size());
+  return element.childCount;
+}
+
+NodeIndex Tree::child(NodeIndex node, std::uint32_t place) const {
+  const Node& element = parsed_.nodes[node];
+  if (element.hasContent != 0) return contentOf(node).children[place].node;
+  return element.firstChild + place;
+}
+
+NodeIndex Tree::findChild(NodeIndex node, BasicStringRef tag) const {
+  const TagId wanted = parsed_.tags.find(tag);
+  if (wanted == kNoTag) return kNoNode;
+  const Node& element = parsed_.nodes[node];
+  if (element.hasContent != 0) {
+    const GapVector<Child>& children = contentOf(node).children;
+    for (std::size_t i = 0; i < children.size(); ++i)
+      if (parsed_.nodes[children[i].node].tag == wanted) return children[i].node;
+    return kNoNode;
+  }
+  const NodeIndex end = element.firstChild + element.childCount;
+  for (NodeIndex i = element.firstChild; i < end; ++i)
+    if (parsed_.nodes[i].tag == wanted) return i;
+  return kNoNode;
+}
+
+template <class Visitor>
+void Tree::visitGaps(NodeIndex node, const Visitor& visit) const {
+  const Node& element = parsed_.nodes[node];
+  if (element.hasContent != 0) {
+    const Content& content = contentOf(node);
+    for (std::size_t i = 0; i < content.children.size(); ++i) visit(content.children[i].before);
+    visit(content.tail);
+    return;
+  }
+  std::size_t position = element.contentBegin;
+  for (NodeIndex i = 0; i < element.childCount; ++i) {
+    const Node& inner = parsed_.nodes[element.firstChild + i];
+    visit(sourceText(position, inner.begin));
+    position = endOf(inner);
+  }
+  visit(sourceText(position, element.contentEnd));
+}
+
+BasicStringRef Tree::text(NodeIndex node, std::string& scratch) const {
+  const Node& element = parsed_.nodes[node];
+  if (element.hasContent == 0 && element.childCount == 0) {
+    const BasicStringRef raw = sourceText(element.contentBegin, element.contentEnd);
+    if (isPlain(raw)) return trimmed(raw);
+  }
+  scratch.clear();
+  visitGaps(node, [&](BasicStringRef raw) { decode(raw, parsed_.entities, scratch); });
+  return trimmed(scratch);
+}
+
+std::size_t Tree::endOf(const Node& node) const {
+  const BasicStringRef source = parsed_.source.view();
+  const bool isEmptyTag = source[node.contentBegin - 2] == '/';
+  return isEmptyTag ? node.contentBegin : source.find('>', node.contentEnd) + 1;
+}
+
+}  // namespace Tal::Xml

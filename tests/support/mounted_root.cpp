@@ -1,0 +1,25 @@
+#include <support/mounted_root.h>
+
+#include <memory>
+#include <vector>
+
+namespace support {
+
+MountedRoot::MountedRoot() {
+  Tal::FS::setFileSystem(
+      std::make_unique<Tal::FS::MultiFileSystem>(std::vector<std::filesystem::path>{path()}));
+}
+
+MountedRoot::MountedRoot(const std::filesystem::path& name, std::string_view content) : MountedRoot() {
+  write(name, content);
+}
+
+MountedRoot::~MountedRoot() {
+  Tal::FS::setFileSystem(nullptr);
+}
+
+Tal::SmartPointer<Tal::DataSection> openResource(std::string_view name) {
+  return Tal::FS::Utils::openSection(name, false, nullptr);
+}
+
+}  // namespace support
