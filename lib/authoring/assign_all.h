@@ -1,0 +1,54 @@
+#pragma once
+
+#include <authoring/assignment.h>
+#include <authoring/outcome.h>
+#include <authoring/record_table.h>
+#include <core/nearest_name.h>
+
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tal::authoring {
+
+/// The value of an assignment as the database keeps it, without surrounding white space; a warning says when
+/// there was some. The outcome is refused when XML cannot hold the value.
+Outcome storedValue(const Assignment& assignment, std::string& value);
+
+/// Puts text into a number or string; the reason when it cannot be one, else empty.
+std::string parseValue(const std::string& text, std::int32_t& value);
+std::string parseValue(const std::string& text, float& value);
+std::string parseValue(const std::string& text, std::string& value);
+
+/// The refusal of a key that a record of this kind ("a fragile") does not have.
+std::string unknownKey(const std::string& key, BasicStringRef recordKind,
+                       const std::vector<std::string>& keys);
+
+/// Refuses a key that is assigned twice; else done.
+Outcome checkKeysAreDistinct(const std::vector<Assignment>& assignments);
+
+/// Makes every assignment on `record`, or refuses: then `record` is not to be used. Says nothing of whether
+/// the names among the values exist.
+template <class Record>
+Outcome assignAll(Record& record, BasicStringRef recordKind, const std::vector<Assignment>& assignments) {
+  Outcome outcome = checkKeysAreDistinct(assignments);
+  if (!outcome) return outcome;
+  for (const Assignment& assignment : assignments) {
+    const RecordField<Record>* named = nullptr;
+    for (const RecordField<Record>& field : recordFields<Record>()) {
+      if (field.key == assignment.key) named = &field;
+    }
+    if (named == nullptr) return refused(unknownKey(assignment.key, recordKind, keysOf<Record>()));
+    std::string value;
+    Outcome stored = storedValue(assignment, value);
+    if (!stored) return stored;
+    for (std::string& warning : stored.warnings) outcome.warnings.push_back(std::move(warning));
+    const std::string fault =
+        std::visit([&](auto member) { return parseValue(value, record.*member); }, named->member);
+    if (!fault.empty()) return refused(assignment.key + ": " + fault);
+  }
+  return outcome;
+}
+
+}  // namespace Tal::authoring

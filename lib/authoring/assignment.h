@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+namespace Tal::authoring {
+
+/// A field, by its XML key, and the text that it is to be set from.
+struct Assignment {
+  std::string key;
+  std::string value;
+};
+
+}  // namespace Tal::authoring

@@ -1,0 +1,83 @@
+#include <authoring/catalogue.h>
+#include <authoring/database_entries.h>
+#include <resources/data_section.h>
+#include <resources/file_system.h>
+
+#include <filesystem>
+#include <map>
+#include <set>
+#include <system_error>
+#include <utility>
+
+namespace Tal::authoring {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr char kModelExtension[] = ".model";
+
+// A name that cannot be a resource has no file; asking for it would only be reported.
+bool isModelFile(const std::string& model) {
+  const FS::MultiFileSystem* const files = FS::fileSystem();
+  return files != nullptr && FS::MultiFileSystem::refusalOf(model).empty() && files->find(model).has_value();
+}
+
+std::map<std::string, CategoryMarks> gatherMarks(const DataSection& root) {
+  std::map<std::string, CategoryMarks> marks;
+  for (const SmartPointer<DataSection> section : root) {
+    const SectionKind kind = sectionKind(section->tag());
+    if (kind == SectionKind::ignored) continue;
+    for (const SmartPointer<DataSection> entry : *section) {
+      std::string model = modelOf(*entry);
+      if (!model.empty()) marks[std::move(model)].note(kind, *entry);
+    }
+  }
+  return marks;
+}
+
+// Folders that cannot be read are passed over: the names serve as suggestions.
+void collectModelFiles(const fs::path& root, std::set<std::string>& names) {
+  std::error_code error;
+  fs::recursive_directory_iterator position(root, fs::directory_options::skip_permission_denied, error);
+  const fs::recursive_directory_iterator end;
+  while (!error && position != end) {
+    const fs::path& path = position->path();
+    if (path.extension() == kModelExtension && position->is_regular_file(error))
+      names.insert(path.lexically_relative(root).generic_string());
+    position.increment(error);
+  }
+}
+
+std::set<std::string> modelFileSet() {
+  std::set<std::string> names;
+  const FS::MultiFileSystem* const files = FS::fileSystem();
+  if (files == nullptr) return names;
+  for (const fs::path& root : files->roots()) collectModelFiles(root, names);
+  return names;
+}
+
+}  // namespace
+
+std::optional<std::vector<CatalogueEntry>> readCatalogue() {
+  const SmartPointer<DataSection> root = openDatabase();
+  if (!root) return std::nullopt;
+  std::vector<CatalogueEntry> catalogue;
+  for (const auto& [model, marks] : gatherMarks(*root))
+    catalogue.push_back({model, marks.category(model), isModelFile(model)});
+  return catalogue;
+}
+
+std::vector<std::string> modelFiles() {
+  const std::set<std::string> names = modelFileSet();
+  return {names.begin(), names.end()};
+}
+
+std::vector<std::string> knownModels() {
+  std::set<std::string> names = modelFileSet();
+  if (const SmartPointer<DataSection> root = openDatabase()) {
+    for (const auto& [model, marks] : gatherMarks(*root)) names.insert(model);
+  }
+  return {names.begin(), names.end()};
+}
+
+}  // namespace Tal::authoring

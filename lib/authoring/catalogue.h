@@ -1,0 +1,28 @@
+#pragma once
+
+#include <destructibles/ks_destructibles_helper.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tal::authoring {
+
+/// One model of the database.
+struct CatalogueEntry {
+  std::string model;
+  KsDestructibleType category = DT_NON_DESTRUCTIBLE;  ///< as a session on the model would find it
+  bool hasModelFile = false;                          ///< whether a resource root holds the model
+};
+
+/// Every model that the database names, in ascending order; nothing when the database cannot be opened (what
+/// is wrong with a file that is there has then been logged). Main thread only.
+std::optional<std::vector<CatalogueEntry>> readCatalogue();
+
+/// Every "*.model" file below the resource roots, by resource name, in ascending order. Walks the folders.
+std::vector<std::string> modelFiles();
+
+/// The models of the database and the model files, in ascending order, each once.
+std::vector<std::string> knownModels();
+
+}  // namespace Tal::authoring

@@ -1,0 +1,50 @@
+#include <authoring/category.h>
+
+#include <algorithm>
+#include <array>
+
+namespace Tal::authoring {
+namespace {
+
+struct NamedCategory {
+  KsDestructibleType category;
+  BasicStringRef name;
+};
+
+constexpr std::array<NamedCategory, 4> kCategories = {{{DT_STRUCTURE, "structure"},
+                                                       {DT_FRAGILE, "fragile"},
+                                                       {DT_FALLING_ATOMS, "falling-atom"},
+                                                       {DT_NON_DESTRUCTIBLE, "none"}}};
+
+// The folders whose models the helper never classifies.
+constexpr std::array<BasicStringRef, 4> kVariantFolders = {"/lod1/", "/lod2/", "/crash/", "/merged/"};
+
+}  // namespace
+
+BasicStringRef categoryName(KsDestructibleType category) noexcept {
+  for (const NamedCategory& named : kCategories) {
+    if (named.category == category) return named.name;
+  }
+  return kCategories.back().name;
+}
+
+std::optional<KsDestructibleType> categoryFromName(BasicStringRef name) noexcept {
+  for (const NamedCategory& named : kCategories) {
+    if (named.name == name) return named.category;
+  }
+  return std::nullopt;
+}
+
+std::vector<std::string> categoryNames() {
+  std::vector<std::string> names;
+  for (const NamedCategory& named : kCategories) names.emplace_back(named.name);
+  return names;
+}
+
+bool isVariantName(BasicStringRef modelName) noexcept {
+  return std::any_of(kVariantFolders.begin(), kVariantFolders.end(), [modelName](BasicStringRef folder) {
+    return modelName.find(folder) != BasicStringRef::npos;
+  });
+}
+
+}  // namespace Tal::authoring

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <core/smart_pointer.h>
+#include <core/string_ref.h>
+#include <destructibles/ks_destructibles_helper.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tal {
+class DataSection;
+}
+
+namespace Tal::authoring {
+
+/// The database as it is in the file now; null when it is missing or cannot be read.
+SmartPointer<DataSection> openDatabase();
+
+/// How the loader takes a category section: by its tag, any unknown one as structures.
+enum class SectionKind { ignored, fragiles, fallingAtoms, structures };
+SectionKind sectionKind(BasicStringRef tag) noexcept;
+
+/// The model that an entry describes; empty when it names none.
+std::string modelOf(const DataSection& entry);
+
+/// The tag of the section that holds the models of a category; empty for DT_NON_DESTRUCTIBLE.
+BasicStringRef sectionTag(KsDestructibleType category) noexcept;
+
+/// What decides the category of a model, gathered from all its entries.
+struct CategoryMarks {
+  bool hasModules = false;
+  bool isFragile = false;
+  bool isFallingAtom = false;
+
+  /// Notes one more entry of the model.
+  void note(SectionKind kind, DataSection& entry);
+
+  /// The category that a helper gives to the model: none to a variant whatever it is marked as.
+  KsDestructibleType category(BasicStringRef modelName) const noexcept;
+};
+
+/// What the file holds of one model.
+struct FileEntries {
+  KsDestructibleType category = DT_NON_DESTRUCTIBLE;
+  std::string achievementTag;                     ///< of the structure; the last entry counts, as in a load
+  std::map<std::string, std::string> hardPoints;  ///< module to "effectHP", empty where the key is missing
+  std::vector<std::string> sections;              ///< the tags of the sections that hold an entry, in order
+};
+
+/// Reads what the file holds of a model; nothing when the database cannot be opened.
+std::optional<FileEntries> readEntries(const std::string& modelName);
+
+}  // namespace Tal::authoring

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <destructibles/ks_destructibles_helper.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tal::authoring {
+
+/// Everything that the database holds, or would after a save, of one model.
+struct Description {
+  using Modules = std::map<std::string, KsDestructibleModuleDesc>;
+  using States = std::map<std::string, std::vector<std::string>>;
+
+  KsDestructibleType category = DT_NON_DESTRUCTIBLE;
+  std::string achievementTag;                        ///< a structure's; empty for other models
+  Modules modules;                                   ///< by material name
+  States states;                                     ///< the named states and their materials, in order
+  std::optional<KsDestructibleFragileDesc> fragile;  ///< while the model is a fragile
+  std::optional<KsDestructibleFallingAtomDesc> fallingAtom;  ///< while the model is a falling atom
+};
+
+/// Whether two descriptions agree in everything, numbers exactly.
+bool isSame(const Description& a, const Description& b);
+
+/// `theirs` (what a reload brought) with everything that `mine` changed since `base` (what was read before):
+/// field by field, module by module, state by state. The category is that of `mine`.
+Description merged(const Description& base, const Description& mine, const Description& theirs);
+
+}  // namespace Tal::authoring

@@ -1,0 +1,156 @@
+#include <authoring/category.h>
+#include <authoring/health_explanation.h>
+#include <core/nearest_name.h>
+#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <model/utilities.h>
+#include <resources/data_section.h>
+#include <resources/file_system.h>
+#include <resources/number_text.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace Tal::authoring {
+namespace {
+
+constexpr float kBigVolume = 3.0F;
+constexpr BasicStringRef kGateFolder = "/gatesandfences/";
+constexpr std::array<BasicStringRef, 3> kEnvironmentFolders = {"/environment/", "/militaryenvironment/",
+                                                               "/railway/"};
+constexpr std::array<BasicStringRef, 3> kWords = {"stone", "wood", "metal"};
+
+bool contains(BasicStringRef text, BasicStringRef part) {
+  return text.find(part) != BasicStringRef::npos;
+}
+
+std::string normalised(std::string path) {
+  for (char& character : path) {
+    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
+    if (character == '\\') character = '/';
+  }
+  return path;
+}
+
+std::optional<Extent> extentOf(const std::string& modelName) {
+  const auto visual = FS::Utils::openSection(Utilities::getVisualPath(modelName), false, nullptr);
+  if (!visual) return std::nullopt;
+  Extent extent;
+  extent.min = visual->readVector3("boundingBox/min", Vector3::zero());
+  extent.max = visual->readVector3("boundingBox/max", Vector3::zero());
+  const Vector3 size = extent.max - extent.min;
+  extent.volume = (size.y * size.x) * size.z;
+  return extent;
+}
+
+std::vector<std::string> wordsIn(const std::vector<std::string>& names) {
+  std::vector<std::string> words;
+  for (const BasicStringRef word : kWords) {
+    const bool isFound = std::any_of(names.begin(), names.end(),
+                                     [word](const std::string& name) { return contains(name, word); });
+    if (isFound) words.emplace_back(word);
+  }
+  return words;
+}
+
+// Written so that a volume that is not a number counts as small.
+bool isSmall(const Extent& extent) {
+  return !(extent.volume >= kBigVolume);
+}
+
+void explainByCategory(KsDestructiblesHelper& helper, HealthExplanation& explanation) {
+  explanation.category = helper.destructibleType();
+  if (explanation.category != DT_STRUCTURE) {
+    explanation.rule = HealthRule::category;
+    return;
+  }
+  explanation.rule = HealthRule::structure;
+  explanation.materials = helper.getMaterialsForState(fixed_names::kUndamagedState);
+  const std::set<std::string>& bsp = helper.bspMaterialNames();
+  explanation.bspMaterialCount =
+      static_cast<int>(std::count_if(explanation.materials->begin(), explanation.materials->end(),
+                                     [&bsp](const std::string& name) { return bsp.contains(name); }));
+}
+
+void explainByPath(KsDestructiblesHelper& helper, HealthExplanation& explanation) {
+  const std::string path = normalised(helper.modelName());
+  if (contains(path, kGateFolder)) {
+    explanation.rule = HealthRule::gatesAndFences;
+    explanation.materials = helper.getMaterialsForState(fixed_names::kUndamagedState);
+    explanation.words = wordsIn(*explanation.materials);
+    return;
+  }
+  explanation.extent = extentOf(helper.modelName());
+  const bool isEnvironment = std::any_of(kEnvironmentFolders.begin(), kEnvironmentFolders.end(),
+                                         [&path](BasicStringRef folder) { return contains(path, folder); });
+  if (isEnvironment) {
+    explanation.rule = HealthRule::environment;
+  } else if (explanation.extent && isSmall(*explanation.extent)) {
+    explanation.rule = HealthRule::small;
+  } else {
+    explainByCategory(helper, explanation);
+  }
+}
+
+std::string sizeText(const std::optional<Extent>& extent) {
+  if (!extent) return "its visual cannot be opened, so its size is unknown";
+  const std::string volume = std::isfinite(extent->volume) ? floatText(extent->volume) : "not a number";
+  return "its bounding box has a volume of " + volume + (isSmall(*extent) ? " (below 3)" : " (3 or more)");
+}
+
+std::string gateText(const HealthExplanation& explanation) {
+  if (explanation.words->empty())
+    return "a gate or fence, but no undamaged material is named after stone, wood or metal";
+  std::string text = "a gate or fence, its undamaged materials are named after";
+  for (const std::string& word : *explanation.words)
+    text += (word == explanation.words->front() ? " " : " and ") + word;
+  return text;
+}
+
+}  // namespace
+
+BasicStringRef healthRuleName(HealthRule rule) noexcept {
+  switch (rule) {
+    case HealthRule::gatesAndFences:
+      return "gates-and-fences";
+    case HealthRule::environment:
+      return "environment";
+    case HealthRule::small:
+      return "small";
+    case HealthRule::structure:
+      return "structure";
+    case HealthRule::category:
+      break;
+  }
+  return "category";
+}
+
+HealthExplanation explainHealth(KsDestructiblesHelper& helper) {
+  HealthExplanation explanation;
+  explanation.health = helper.calculateDestructibleHealth();
+  explainByPath(helper, explanation);
+  return explanation;
+}
+
+std::string healthReason(const HealthExplanation& explanation) {
+  switch (explanation.rule) {
+    case HealthRule::gatesAndFences:
+      return gateText(explanation);
+    case HealthRule::environment:
+      return "an environment object, " + sizeText(explanation.extent);
+    case HealthRule::small:
+      return "a small object, " + sizeText(explanation.extent);
+    case HealthRule::structure:
+      return "a structure, " + sizeText(explanation.extent) + "; " +
+             std::to_string(*explanation.bspMaterialCount) + " of its " +
+             std::to_string(explanation.materials->size()) +
+             " undamaged materials are collision materials (exactly 2 make it 35, else it is 50)";
+    case HealthRule::category:
+      break;
+  }
+  const std::string category(categoryName(*explanation.category));
+  return sizeText(explanation.extent) + ", and its category is " + category +
+         (explanation.health < 0 ? "; no health is estimated for that, convert the model first" : "");
+}
+
+}  // namespace Tal::authoring

@@ -1,0 +1,243 @@
+#include <authoring/kept_model.h>
+#include <core/debug_message.h>
+#include <core/nearest_name.h>
+#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <destructibles/ks_destructibles_helper/logging.h>
+#include <model/ks_material_disabler.h>
+#include <model/super_model.h>
+#include <resources/file_system.h>
+#include <resources/monitor.h>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace Tal::authoring {
+namespace {
+
+// A load tells only the listeners of the helper that performed it, but replaces the tables of all.
+std::vector<KeptModel*>& openModels() {
+  static std::vector<KeptModel*> models;
+  return models;
+}
+
+/// Counts an edit as running, by whatever way it ends.
+class RunningEdit {
+ public:
+  explicit RunningEdit(int& depth) noexcept : depth_(depth) { ++depth_; }
+  ~RunningEdit() { --depth_; }
+  RunningEdit(const RunningEdit&) = delete;
+  RunningEdit& operator=(const RunningEdit&) = delete;
+
+ private:
+  int& depth_;
+};
+
+std::map<std::string, std::string> hardPointsOf(const Description::Modules& modules) {
+  std::map<std::string, std::string> hardPoints;
+  for (const auto& [name, module] : modules) hardPoints.emplace(name, module.effectHP);
+  return hardPoints;
+}
+
+}  // namespace
+
+KeptModel::KeptModel(const std::string& modelName, std::unique_ptr<SuperModel> superModel)
+    : superModel_(std::move(superModel)), disabler_(std::make_unique<KsMaterialDisabler>(superModel_.get())) {
+  disabler_->createMaterialBindings();
+  helper_ = std::make_unique<KsDestructiblesHelper>(superModel_.get(), modelName, disabler_.get());
+  for (const auto& [name, kind] : helper_->getMaterialNames()) moduleNames_.insert(name);
+  // Connected first, so that everybody else's slots see the restored values.
+  typeChanged_ = helper_->connectDestructibleTypeChanged([this] { onTypeChanged(); });
+  loaded_ = helper_->connectLoadedConfigSignal(&KeptModel::notifyAll);
+  resync();
+  // The helper's first load told nobody.
+  for (KeptModel* const model : openModels()) model->ensureLoaded();
+  openModels().push_back(this);
+  // Behind the helper: its reload has happened when this listener is called.
+  FS::fileSystem()->getFilesystemMonitor()->addModificationListener(this);
+}
+
+KeptModel::~KeptModel() {
+  if (FS::MultiFileSystem* const files = FS::fileSystem(); files != nullptr)
+    files->getFilesystemMonitor()->removeModificationListener(this);
+  std::vector<KeptModel*>& models = openModels();
+  models.erase(std::remove(models.begin(), models.end(), this), models.end());
+}
+
+Description KeptModel::description() {
+  ensureLoaded();
+  return read();
+}
+
+void KeptModel::ensureLoaded() {
+  if (depth_ > 0) return;
+  helper_->loadConfig(false);
+  // Tables that a failed load left empty raise no signal.
+  if (!isSame(read(), mine_)) resync();
+}
+
+Outcome KeptModel::edit(const std::function<Outcome()>& work) {
+  ensureLoaded();
+  Outcome outcome;
+  {
+    const RunningEdit running(depth_);
+    outcome = work();
+  }
+  if (depth_ > 0) return outcome;
+  if (!isReloadPending_) {
+    remember();
+    return outcome;
+  }
+  resync();
+  reloaded_();
+  return outcome;
+}
+
+void KeptModel::setCategory(KsDestructibleType category) {
+  if (helper_->destructibleType() == category) return;
+  mine_.category = category;  // what a load in the middle of the conversion is to restore
+  switch (category) {
+    case DT_STRUCTURE:
+      return helper_->setAsStructure();
+    case DT_FRAGILE:
+      return helper_->setAsFragile();
+    case DT_FALLING_ATOMS:
+      return helper_->setAsFallingAtoms();
+    case DT_NON_DESTRUCTIBLE:
+      return helper_->setAsNonDestructible(true);
+  }
+}
+
+void KeptModel::setStates(const Description::States& wanted) {
+  const Description::States current = read().states;
+  for (const auto& [name, materials] : current) {
+    if (!wanted.contains(name)) helper_->delDestructibleState(name);
+  }
+  for (const auto& [name, materials] : wanted) {
+    const auto existing = current.find(name);
+    if (existing != current.end() && existing->second == materials) continue;
+    helper_->delDestructibleState(name);
+    helper_->addDestructibleState(name);
+    for (const std::string& material : materials) helper_->addMaterialToDestrState(name, material);
+  }
+}
+
+void KeptModel::markSaved() {
+  remember();
+  base_ = mine_;
+}
+
+void KeptModel::onResourceModified(const BasicStringRef& /*basePath*/, const BasicStringRef& resourceName,
+                                   Action /*action*/) {
+  if (resourceName != fixed_names::kDestructiblesXml) return;
+  if (!openDatabase()) {
+    logMessage(kWarningPriority, std::string(fixed_names::kDestructiblesXml) +
+                                     " cannot be read any more; what was last read of " +
+                                     quotedName(helper_->modelName()) + " is kept until it can");
+  }
+  ensureLoaded();
+}
+
+void KeptModel::onTypeChanged() {
+  if (helper_->destructibleType() != DT_STRUCTURE) return;
+  helper_->updateStructureAchievementTag(ownTag_);
+  setHardPoints(hardPointsOf(mine_.modules));
+}
+
+void KeptModel::notifyAll() {
+  const std::vector<KeptModel*> models = openModels();
+  for (KeptModel* const model : models) {
+    // A slot of an earlier one may have closed it.
+    const auto& open = openModels();
+    if (std::find(open.begin(), open.end(), model) != open.end()) model->tablesWereLoaded();
+  }
+}
+
+void KeptModel::tablesWereLoaded() {
+  isReloadPending_ = depth_ > 0;
+  if (isReloadPending_) return;
+  resync();
+  reloaded_();
+}
+
+void KeptModel::resync() {
+  const RunningEdit running(depth_);
+  isReloadPending_ = false;
+  const std::optional<FileEntries> file = readEntries(helper_->modelName());
+  if (!file) return apply(mine_);
+  const Description mine = mine_;
+  const bool isEdited = !isSame(mine, base_);
+  setCategory(isEdited ? mine.category : file->category);
+  ownTag_ = file->achievementTag;
+  helper_->updateStructureAchievementTag(ownTag_);
+  for (const auto& [name, hardPoint] : file->hardPoints) moduleNames_.insert(name);
+  setHardPoints(file->hardPoints);
+  Description theirs = read();
+  theirs.category = file->category;
+  if (isEdited) apply(merged(base_, mine, theirs));
+  remember();
+  base_ = std::move(theirs);
+}
+
+Description KeptModel::read() {
+  Description description;
+  description.category = helper_->destructibleType();
+  helper_->getStructureAchievementTag(description.achievementTag);
+  for (const std::string& name : moduleNames_) {
+    KsDestructibleModuleDesc module;
+    if (helper_->getDestructibleModule(name, module)) description.modules.emplace(name, module);
+  }
+  std::vector<std::string> states = helper_->getStateNames();
+  for (auto state = states.begin() + 1; state != states.end() - 1; ++state)  // without the built-in ones
+    description.states.emplace(*state, helper_->getMaterialsForState(*state));
+  KsDestructibleFragileDesc fragile;
+  if (helper_->getFragileParameters(fragile)) description.fragile = fragile;
+  KsDestructibleFallingAtomDesc fallingAtom;
+  if (helper_->getFallingAtomParameters(fallingAtom)) description.fallingAtom = fallingAtom;
+  return description;
+}
+
+void KeptModel::remember() {
+  mine_ = read();
+  if (mine_.category == DT_STRUCTURE) ownTag_ = mine_.achievementTag;
+}
+
+void KeptModel::apply(const Description& wanted) {
+  setCategory(wanted.category);
+  if (!hasRecord()) helper_->resetDescriptions();
+  if (wanted.category == DT_STRUCTURE) {
+    helper_->updateStructureAchievementTag(wanted.achievementTag);
+    for (const auto& [name, module] : wanted.modules)
+      helper_->updateDestructibleModule(name, module, /*keepExisting=*/false);
+  }
+  if (wanted.fragile) helper_->updateFragileParameters(*wanted.fragile);
+  if (wanted.fallingAtom) helper_->updateFallingAtomParameters(*wanted.fallingAtom);
+  setStates(wanted.states);
+}
+
+// Whether the tables hold the record of the helper's category.
+bool KeptModel::hasRecord() {
+  const Description current = read();
+  switch (current.category) {
+    case DT_STRUCTURE:
+      return !current.modules.empty();
+    case DT_FRAGILE:
+      return current.fragile.has_value();
+    case DT_FALLING_ATOMS:
+      return current.fallingAtom.has_value();
+    case DT_NON_DESTRUCTIBLE:
+      break;
+  }
+  return true;
+}
+
+void KeptModel::setHardPoints(const std::map<std::string, std::string>& hardPoints) {
+  for (const auto& [name, hardPoint] : hardPoints) {
+    KsDestructibleModuleDesc module;
+    if (!helper_->getDestructibleModule(name, module) || module.effectHP == hardPoint) continue;
+    module.effectHP = hardPoint;
+    helper_->updateDestructibleModule(name, module, /*keepExisting=*/false);
+  }
+}
+
+}  // namespace Tal::authoring

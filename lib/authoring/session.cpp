@@ -1,0 +1,137 @@
+#include <authoring/catalogue.h>
+#include <authoring/category.h>
+#include <authoring/kept_model.h>
+#include <authoring/session.h>
+#include <core/nearest_name.h>
+#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <model/super_model.h>
+#include <resources/file_system.h>
+#include <resources/resource_name.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace Tal::authoring {
+namespace {
+
+bool isInSomeRoot(const std::string& modelName) {
+  const std::vector<std::filesystem::path>& roots = FS::fileSystem()->roots();
+  return std::any_of(roots.begin(), roots.end(), [&modelName](const std::filesystem::path& root) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(root / modelName, error);
+  });
+}
+
+// Why the roots cannot supply a model of this name; empty when they can.
+std::string refusalOfName(const std::string& modelName) {
+  const std::string model = "the model name " + quotedName(modelName);
+  const std::string refusal = FS::MultiFileSystem::refusalOf(modelName);
+  if (!refusal.empty()) return model + " " + refusal + "; give a name below the resource roots";
+  // The database compares names byte by byte: two spellings would be two models.
+  if (const std::string spelled = normalisedName(modelName); spelled != modelName)
+    return model + " is spelled " + quotedName(spelled) + " in the database; use that name";
+  if (FS::fileSystem()->find(modelName)) return {};
+  if (isInSomeRoot(modelName))
+    return model + " leads out of the resource roots through a link; put the files below a root";
+  return "the resource roots hold no model " + quotedName(modelName) +
+         nameSuggestion(modelName, modelFiles());
+}
+
+std::string refusalOfDatabase() {
+  if (openDatabase()) return {};
+  const std::string name = fixed_names::kDestructiblesXml;
+  if (FS::fileSystem()->find(name)) return name + " cannot be read; mend the file and try again";
+  return "the resource roots hold no " + name + "; make an empty one with \"destructibles init\"";
+}
+
+}  // namespace
+
+Session::Opened Session::open(const std::string& modelName) {
+  Opened opened;
+  if (FS::fileSystem() == nullptr) {
+    opened.refusal = "no resource roots are set up";
+    return opened;
+  }
+  opened.refusal = refusalOfName(modelName);
+  if (opened.refusal.empty()) opened.refusal = refusalOfDatabase();
+  if (!opened.refusal.empty()) return opened;
+  std::unique_ptr<SuperModel> superModel = SuperModel::load(modelName, &opened.refusal);
+  if (!superModel) return opened;
+  opened.session.reset(new Session(std::make_unique<KeptModel>(modelName, std::move(superModel))));
+  return opened;
+}
+
+Session::Session(std::unique_ptr<KeptModel> model) : model_(std::move(model)) {}
+
+Session::~Session() = default;
+
+KsDestructiblesHelper& Session::helper() const noexcept {
+  return model_->helper();
+}
+
+const std::string& Session::modelName() const {
+  return helper().modelName();
+}
+
+KsDestructibleType Session::category() const {
+  return helper().destructibleType();
+}
+
+KsDestructibleType Session::suggestedCategory() const {
+  return helper().calculateType();
+}
+
+Description Session::description() {
+  return model_->description();
+}
+
+bool Session::isMissingInDatabase() {
+  return helper().isMissingInDestructiblesXml();
+}
+
+bool Session::hasUnsavedEdits() {
+  return !isSame(model_->description(), model_->base());
+}
+
+std::vector<Material> Session::materials() const {
+  return materialsOf(helper());
+}
+
+std::vector<MaterialWarning> Session::materialWarnings() const {
+  return materialWarningsOf(helper());
+}
+
+const std::vector<std::string>& Session::hardPoints() const {
+  return helper().getHardpointNames();
+}
+
+const std::set<std::string>& Session::bspMaterials() const {
+  return helper().bspMaterialNames();
+}
+
+std::vector<std::string> Session::stateNames() {
+  model_->ensureLoaded();
+  return helper().getStateNames();
+}
+
+std::vector<std::string> Session::materialsForState(const std::string& state) {
+  model_->ensureLoaded();
+  return helper().getMaterialsForState(state);
+}
+
+const std::string& Session::shownState() const {
+  return helper().getDestructibleState();
+}
+
+HealthExplanation Session::explainHealth() {
+  model_->ensureLoaded();
+  return authoring::explainHealth(helper());
+}
+
+ks::Connection Session::connectReloaded(std::function<void()> slot) const {
+  return model_->connectReloaded(std::move(slot));
+}
+
+}  // namespace Tal::authoring

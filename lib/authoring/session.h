@@ -1,0 +1,152 @@
+#pragma once
+
+#include <authoring/assignment.h>
+#include <authoring/description.h>
+#include <authoring/health_explanation.h>
+#include <authoring/materials.h>
+#include <authoring/outcome.h>
+#include <destructibles/ks_destructibles_helper.h>
+#include <ks/connection.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace Tal::authoring {
+
+class KeptModel;
+
+/// Something that the next save does and the author may not expect.
+struct SaveWarning {
+  enum class Code {
+    droppedModule,  ///< a module that the save does not write
+    unknownHealth,  ///< a health of -1, which stands for "could not be estimated"
+    removedEntry,   ///< another entry of the model that the save removes from the file
+  };
+  Code code;
+  std::string module;  ///< the module it is about; empty when it is about the model
+  std::string text;    ///< one line for a person
+};
+
+/// An author's work on one model of the resource roots.
+///
+/// A session edits through a helper and keeps what the helper alone would lose: the model's own achievement
+/// tag and the hard points that the file holds for its modules are the truth, whatever a load, an opening or
+/// a conversion makes of them, and edits that are not saved outlive a reload. It never writes the file but by
+/// save. Several sessions may be open at a time. Main thread only.
+class Session {
+ public:
+  /// A session, or why there is none.
+  struct Opened {
+    std::unique_ptr<Session> session;  ///< null when refused
+    std::string refusal;               ///< one line for a person; empty when opened
+  };
+
+  /// Opens a model by its resource name. Refused when no root holds it, when it or the database cannot be
+  /// read, and when its name is not spelled as the database would spell it.
+  static Opened open(const std::string& modelName);
+
+  /// Edits that were not saved are dropped.
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  /// @name Reading
+  /// @{
+
+  const std::string& modelName() const;
+  KsDestructibleType category() const;
+  /// The category that the materials suggest.
+  KsDestructibleType suggestedCategory() const;
+  /// Everything that the database would hold of the model after a save, but for what saveWarnings names.
+  Description description();
+  /// Whether the model has entries that were made in memory and are not in the file.
+  bool isMissingInDatabase();
+  bool hasUnsavedEdits();
+
+  std::vector<Material> materials() const;
+  std::vector<MaterialWarning> materialWarnings() const;
+  /// Valid as long as the session.
+  const std::vector<std::string>& hardPoints() const;
+  const std::set<std::string>& bspMaterials() const;
+
+  /// "undamaged", the named states in ascending order, "destroyed".
+  std::vector<std::string> stateNames();
+  std::vector<std::string> materialsForState(const std::string& state);
+  /// The state that the model shows.
+  const std::string& shownState() const;
+
+  HealthExplanation explainHealth();
+
+  /// @}
+  /// @name Editing
+  /// Every edit is checked as a whole before the first part of it is made; a name that does not exist is
+  /// refused with the nearest one that does.
+  /// @{
+
+  /// Makes the model of a category; nothing changes when it is of it already. DT_NON_DESTRUCTIBLE drops its
+  /// entries. Variants are refused any category.
+  Outcome convert(KsDestructibleType category);
+
+  /// Replaces the records by newly made ones of the same category. The achievement tag of a structure, the
+  /// hard points of its modules and its states stay.
+  Outcome reset();
+
+  /// Sets fields of the model's own record, by their XML keys: of a fragile, a falling atom, or, for a
+  /// structure, its "achievementTag".
+  Outcome set(const std::vector<Assignment>& assignments);
+
+  /// Sets fields of one module of a structure. Refused for a module that a save would drop.
+  Outcome setModule(const std::string& module, const std::vector<Assignment>& assignments);
+
+  /// The named states of a structure. Materials are added in the given order behind those that are there.
+  Outcome addState(const std::string& state);
+  Outcome removeState(const std::string& state);
+  Outcome addMaterials(const std::string& state, const std::vector<std::string>& materials);
+  Outcome removeMaterials(const std::string& state, const std::vector<std::string>& materials);
+
+  /// Shows the model in a state; refused, with nothing changed, when there is none of that name.
+  Outcome showState(const std::string& state);
+
+  /// @}
+  /// @name Saving
+  /// @{
+
+  /// What a save at this moment would drop or remove, and what is probably not meant to be saved.
+  std::vector<SaveWarning> saveWarnings();
+
+  /// Writes the model's entries to the database, or removes them when it has no category. When refused, the
+  /// file is as it was and the edits are kept; saving again tries again.
+  Outcome save();
+
+  /// Calls `slot` after every reload of the database that this session took part in, with its edits restored;
+  /// a save reloads too.
+  ks::Connection connectReloaded(std::function<void()> slot) const;
+
+  /// @}
+
+  /// The helper, for reading and for connecting to its signals; edits belong to the session.
+  KsDestructiblesHelper& helper() const noexcept;
+
+ private:
+  explicit Session(std::unique_ptr<KeptModel> model);
+
+  // Edits.
+  std::string refusalOfEdit() const;
+  Outcome setAchievementTag(const std::vector<Assignment>& assignments);
+  void checkNames(const std::vector<Assignment>& assignments, Outcome& outcome) const;
+  std::string refusalOfStates() const;
+  std::string refusalOfState(const std::string& state);
+
+  // Saving.
+  std::map<std::string, std::string> droppedModules();
+  void forgetStatesOfFile();
+  Outcome saveNone();
+
+  std::unique_ptr<KeptModel> model_;
+};
+
+}  // namespace Tal::authoring

@@ -1,0 +1,122 @@
+#include <authoring/category.h>
+#include <authoring/database_entries.h>
+#include <authoring/kept_model.h>
+#include <authoring/session.h>
+#include <core/nearest_name.h>
+#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <resources/data_section.h>
+#include <resources/save_group.h>
+
+#include <utility>
+
+namespace Tal::authoring {
+namespace {
+
+constexpr int kUnknownHealth = -1;
+
+const std::string kNotWritten =
+    std::string(fixed_names::kDestructiblesXml) +
+    " could not be written; the file is as it was, see the message before this one and save again";
+
+template <class Record>
+void warnOfHealth(const Record& record, const std::string& module, std::vector<SaveWarning>& warnings) {
+  if (record.health != kUnknownHealth) return;
+  const std::string subject = module.empty() ? "the health" : "the health of module " + quotedName(module);
+  warnings.push_back({SaveWarning::Code::unknownHealth, module,
+                      subject + " is -1, which stands for \"could not be estimated\"; set one"});
+}
+
+// The first entry in the model's own section is rewritten, all others are removed.
+void warnOfEntries(const FileEntries& file, BasicStringRef ownSection, std::vector<SaveWarning>& warnings) {
+  bool hasOwn = false;
+  for (const std::string& section : file.sections) {
+    const bool isOwn = section == ownSection;
+    if (isOwn && !std::exchange(hasOwn, true)) continue;
+    warnings.push_back({SaveWarning::Code::removedEntry, "",
+                        std::string(isOwn ? "another" : "the") + " entry of the model in the section " +
+                            quotedName(section) + " is removed from the file"});
+  }
+}
+
+}  // namespace
+
+// The modules that a save drops, each with the reason; the rule is the writer's.
+std::map<std::string, std::string> Session::droppedModules() {
+  std::map<std::string, std::string> dropped;
+  std::map<unsigned, std::string> writtenKinds;
+  const std::map<std::string, unsigned>& kinds = helper().getMaterialNames();
+  for (const auto& [name, module] : model_->description().modules) {
+    if (!bspMaterials().contains(name)) {
+      dropped.emplace(name, "the model has no BSP material of that name; import it with one");
+      continue;
+    }
+    const auto kind = kinds.find(name);
+    if (kind == kinds.end()) continue;
+    const auto [first, isFirst] = writtenKinds.emplace(kind->second, name);
+    if (isFirst) continue;
+    dropped.emplace(name, "its material kind " + std::to_string(kind->second) + " is that of module " +
+                              quotedName(first->second) + "; give the materials different kinds");
+  }
+  return dropped;
+}
+
+std::vector<SaveWarning> Session::saveWarnings() {
+  std::vector<SaveWarning> warnings;
+  const Description now = model_->description();
+  if (now.category == DT_NON_DESTRUCTIBLE) return warnings;
+  if (now.category == DT_STRUCTURE) {
+    const std::map<std::string, std::string> dropped = droppedModules();
+    for (const auto& [name, reason] : dropped) {
+      warnings.push_back({SaveWarning::Code::droppedModule, name,
+                          "module " + quotedName(name) + " is not saved: " + reason});
+    }
+    for (const auto& [name, module] : now.modules) {
+      if (!dropped.contains(name)) warnOfHealth(module, name, warnings);
+    }
+  }
+  if (now.fragile) warnOfHealth(*now.fragile, "", warnings);
+  if (now.fallingAtom) warnOfHealth(*now.fallingAtom, "", warnings);
+  if (const auto file = readEntries(modelName())) warnOfEntries(*file, sectionTag(now.category), warnings);
+  return warnings;
+}
+
+Outcome Session::save() {
+  if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
+  return model_->edit([this]() -> Outcome {
+    if (!openDatabase()) {
+      return refused(std::string(fixed_names::kDestructiblesXml) +
+                     " cannot be read, so nothing was saved; restore the file and save again");
+    }
+    if (category() == DT_NON_DESTRUCTIBLE) return saveNone();
+    forgetStatesOfFile();
+    if (!helper().saveConfig()) return refused(kNotWritten);
+    model_->markSaved();
+    return {};
+  });
+}
+
+// A model without a record of states keeps those of the file on purpose; an empty record removes them.
+void Session::forgetStatesOfFile() {
+  const bool hasStates = !model_->description().states.empty();
+  if (category() != DT_STRUCTURE || hasStates || model_->base().states.empty()) return;
+  const std::string& any = model_->base().states.begin()->first;
+  helper().addDestructibleState(any);
+  helper().delDestructibleState(any);
+}
+
+// Without a category the helper removes the entries and answers false whatever became of that; a group of the
+// session's own tells.
+Outcome Session::saveNone() {
+  SaveGroup saves;
+  helper().saveConfig();
+  if (!saves.commit()) return refused(kNotWritten);
+  const std::optional<FileEntries> file = readEntries(modelName());
+  if (!file || !file->sections.empty()) {
+    return refused("entries of " + quotedName(modelName()) + " are still in " +
+                   fixed_names::kDestructiblesXml + "; another program may have written it, try again");
+  }
+  model_->markSaved();
+  return {};
+}
+
+}  // namespace Tal::authoring

@@ -1,0 +1,149 @@
+#include <authoring/category.h>
+#include <authoring/kept_model.h>
+#include <authoring/session.h>
+#include <core/nearest_name.h>
+#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <destructibles/ks_destructibles_helper/material_kinds.h>
+#include <resources/xml_text.h>
+
+#include <algorithm>
+
+namespace Tal::authoring {
+namespace {
+
+using fixed_names::kDestroyedState;
+using fixed_names::kUndamagedState;
+
+bool isBuiltIn(const std::string& state) {
+  return state == kUndamagedState || state == kDestroyedState;
+}
+
+bool contains(const std::vector<std::string>& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::vector<std::string> keysOf(const Description::States& states) {
+  std::vector<std::string> names;
+  for (const auto& [name, materials] : states) names.push_back(name);
+  return names;
+}
+
+// Why a new state cannot be called so; empty when it can.
+std::string refusalOfNewName(const std::string& state, const Description::States& states) {
+  if (isBuiltIn(state)) return "the state " + quotedName(state) + " is built in; choose another name";
+  if (state.empty()) return "the name of a state cannot be empty";
+  if (!Xml::isStorable(state)) {
+    return "the state name " + quotedName(state) +
+           " holds a control character or is not UTF-8, which XML cannot hold";
+  }
+  if (Xml::trimmed(state) != state) {
+    return "the state name " + quotedName(state) +
+           " has white space around it, which the database does not keep; leave it out";
+  }
+  if (states.contains(state)) return "there is a state " + quotedName(state) + " already";
+  return {};
+}
+
+// Why a material cannot be added to a state that holds `present`; empty when it can.
+std::string refusalOfMaterial(const std::string& material, const std::vector<std::string>& known,
+                              const std::string& state, const std::vector<std::string>& present) {
+  if (!contains(known, material))
+    return "the model has no material " + quotedName(material) + nameSuggestion(material, known);
+  if (material.find(' ') != std::string::npos) {
+    return "the material " + quotedName(material) +
+           " cannot be in a state: spaces separate the materials of a state; rename the material";
+  }
+  if (contains(present, material))
+    return "the state " + quotedName(state) + " has the material " + quotedName(material) + " already";
+  return {};
+}
+
+}  // namespace
+
+// Why the model cannot have states; empty when it can.
+std::string Session::refusalOfStates() const {
+  std::string refusal = refusalOfEdit();
+  if (!refusal.empty() || category() == DT_STRUCTURE) return refusal;
+  return quotedName(modelName()) + " is no structure (its category is " +
+         std::string(categoryName(category())) + ") and has no states; convert it to a structure first";
+}
+
+// Why a named state cannot be edited; empty when there is one of that name.
+std::string Session::refusalOfState(const std::string& state) {
+  const Description::States states = model_->description().states;
+  if (states.contains(state)) return {};
+  if (isBuiltIn(state)) return "the state " + quotedName(state) + " is built in and cannot be changed";
+  return quotedName(modelName()) + " has no state " + quotedName(state) +
+         nameSuggestion(state, keysOf(states));
+}
+
+Outcome Session::addState(const std::string& state) {
+  if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
+  return model_->edit([&]() -> Outcome {
+    const std::string refusal = refusalOfNewName(state, model_->description().states);
+    if (!refusal.empty()) return refused(refusal);
+    helper().addDestructibleState(state);
+    return {};
+  });
+}
+
+Outcome Session::removeState(const std::string& state) {
+  if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
+  return model_->edit([&]() -> Outcome {
+    if (const std::string refusal = refusalOfState(state); !refusal.empty()) return refused(refusal);
+    helper().delDestructibleState(state);
+    return {};
+  });
+}
+
+Outcome Session::addMaterials(const std::string& state, const std::vector<std::string>& materials) {
+  if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
+  return model_->edit([&]() -> Outcome {
+    if (const std::string refusal = refusalOfState(state); !refusal.empty()) return refused(refusal);
+    std::vector<std::string> known;
+    for (const auto& [name, kind] : helper().getMaterialNames()) known.push_back(name);
+    std::vector<std::string> present = model_->description().states[state];
+    Outcome outcome;
+    for (const std::string& material : materials) {
+      const std::string refusal = refusalOfMaterial(material, known, state, present);
+      if (!refusal.empty()) return refused(refusal);
+      present.push_back(material);
+      const unsigned kind = helper().getMaterialKind(material);
+      if (material_kinds::isUndamaged(kind)) continue;
+      outcome.warnings.push_back("the material " + quotedName(material) + " (kind " + std::to_string(kind) +
+                                 ") is no undamaged part (73 to 86) that a state could show destroyed");
+    }
+    for (const std::string& material : materials) helper().addMaterialToDestrState(state, material);
+    return outcome;
+  });
+}
+
+Outcome Session::removeMaterials(const std::string& state, const std::vector<std::string>& materials) {
+  if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
+  return model_->edit([&]() -> Outcome {
+    if (const std::string refusal = refusalOfState(state); !refusal.empty()) return refused(refusal);
+    std::vector<std::string> present = model_->description().states[state];
+    for (const std::string& material : materials) {
+      const auto found = std::find(present.begin(), present.end(), material);
+      if (found == present.end()) {
+        return refused("the state " + quotedName(state) + " has no material " + quotedName(material) +
+                       nameSuggestion(material, present));
+      }
+      present.erase(found);
+    }
+    for (const std::string& material : materials) helper().delMaterialFromDestrState(state, material);
+    return {};
+  });
+}
+
+Outcome Session::showState(const std::string& state) {
+  const std::vector<std::string> names = stateNames();
+  if (!contains(names, state)) {
+    return refused(quotedName(modelName()) + " has no state " + quotedName(state) +
+                   nameSuggestion(state, names));
+  }
+  helper().setDestructibleState(state);
+  return {};
+}
+
+}  // namespace Tal::authoring
