@@ -16,22 +16,22 @@ class FileSet {
   void add(std::filesystem::path target, BasicStringRef content);
 
   /// Writes the files, in the order in which they were added, with the folders that they need. Empty when it
-  /// is done; else one line with the file and the system's error, and everything is as it was.
+  /// is done; else one line that says what failed and what to do about it, and every file is as it was.
   std::string write();
 
  private:
   struct Entry {
     std::filesystem::path target;
     BasicStringRef content;
-    std::filesystem::path staged;  // the new file under a name of its own; empty when there is none
-    std::filesystem::path backup;  // the old file under a name of its own; empty when there is none
-    bool isPlaced = false;
+    std::filesystem::path backup;  // the old file under another name; empty when there is none
+    bool isWritten = false;
   };
 
   void makeFolders(const std::filesystem::path& folder);
-  static void stage(Entry& entry);
-  static void place(Entry& entry);
+  static void keepOld(Entry& entry);
+  static void replace(Entry& entry);
   void undo() noexcept;
+  void removeBackups() noexcept;
 
   std::vector<Entry> entries_;
   std::vector<std::filesystem::path> madeFolders_;

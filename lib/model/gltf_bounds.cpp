@@ -12,7 +12,7 @@
 namespace Tal {
 namespace {
 
-constexpr std::size_t kMaxPoints = 100'000'000;
+constexpr std::size_t kMaxPoints = 20'000'000;
 constexpr std::size_t kCorners = 8;
 
 using Point = std::array<double, 3>;

@@ -29,7 +29,7 @@ struct BoundingBox {
 };
 
 /// Gathers the bounding box of meshes that are placed in the world. Every point is transformed, so the box is
-/// exact under rotation. Work is bounded: GltfFault when more than 100,000,000 points have to be looked at,
+/// exact under rotation. Work is bounded: GltfFault when more than 20,000,000 points have to be looked at,
 /// or when one is no finite number.
 class GltfBounds {
  public:

@@ -16,13 +16,13 @@ namespace Tal {
 /// after renaming, or as in the file when no material has that name afterwards; nodes as in the file.
 struct GltfImportOptions {
   /// Names in the file and the names that the materials get; every material of that name is renamed.
-  std::vector<std::pair<std::string, std::string>> renamedMaterials;
+  std::vector<std::pair<std::string, std::string>> renamedMaterials = {};
   /// Materials and their kinds (0 to 2147483647), before what the file and the names say.
-  std::vector<std::pair<std::string, std::uint32_t>> materialKinds;
+  std::vector<std::pair<std::string, std::uint32_t>> materialKinds = {};
   /// Nodes and the hard points ("HP_...") that they become.
-  std::vector<std::pair<std::string, std::string>> hardPoints;
+  std::vector<std::pair<std::string, std::string>> hardPoints = {};
   /// The BSP materials; when empty, those of the collision nodes, or else of every mesh.
-  std::vector<std::string> bspMaterials;
+  std::vector<std::string> bspMaterials = {};
   /// Whether files of the model that are already there are replaced.
   bool overwrite = false;
 };

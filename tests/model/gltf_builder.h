@@ -1,0 +1,48 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace support {
+
+using Points = std::vector<std::array<float, 3>>;
+
+/// The corners of a box.
+Points boxPoints(const std::array<float, 3>& min, const std::array<float, 3>& max);
+
+/// Puts a glTF document together; everything stays open to be damaged through `root`.
+class GltfBuilder {
+ public:
+  GltfBuilder();
+
+  /// Each returns the index of what it added.
+  int addPositions(const Points& points);
+  int addMaterial(const std::string& name);
+  /// A mesh of one primitive; a negative material means none.
+  int addMesh(const Points& points, int material);
+  /// A node at the top of the scene.
+  int addNode(const std::string& name, int mesh = -1);
+  /// A node below another.
+  int addChild(int parent, const std::string& name, int mesh = -1);
+
+  std::string json() const { return root.dump(); }
+  std::string glb() const;
+
+  nlohmann::json root;
+  std::string bin;
+
+ private:
+  int push(const char* list, nlohmann::json element);
+};
+
+/// A .glb with one visible mesh of the unit cube, of the material "wall".
+GltfBuilder cubeBuilder();
+
+/// The .glb of any two chunks, right or not.
+std::string glbOf(std::string_view json, std::string_view bin);
+
+}  // namespace support

@@ -1,0 +1,513 @@
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#include "gltf_builder.h"
+#include "import_fixture.h"
+
+namespace Tal {
+namespace {
+
+using support::boxPoints;
+using support::cubeBuilder;
+using support::glbOf;
+using support::GltfBuilder;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+using ABrokenGltf = support::ImportFixture;
+using AnImpossibleImport = support::ImportFixture;
+
+std::string uint32Bytes(std::uint32_t value) {
+  return {static_cast<char>(value & 0xffU), static_cast<char>(value >> 8U & 0xffU),
+          static_cast<char>(value >> 16U & 0xffU), static_cast<char>(value >> 24U)};
+}
+
+// --- The container ----------------------------------------------------------------------------------------
+
+TEST_F(ABrokenGltf, IsRefusedWhenItDoesNotExist) {
+  source_ = folder_ / "no.glb";
+  EXPECT_EQ(refusal(), "does not exist");
+  source_ = folder_.path();
+  EXPECT_EQ(refusal(), "is no regular file");
+}
+
+TEST_F(ABrokenGltf, IsRefusedWhereverItIsCutOff) {
+  const std::string whole = cubeBuilder().glb();
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    writeSource(whole.substr(0, length));
+    ASSERT_FALSE(import()) << length;
+    ASSERT_THAT(error_, StartsWith(source_.string() + ": ")) << length;
+    ASSERT_EQ(error_.find('\n'), std::string::npos) << error_;
+  }
+  EXPECT_TRUE(std::filesystem::is_empty(root()));
+}
+
+TEST_F(ABrokenGltf, IsRefusedWhenItIsSomethingElse) {
+  writeSource("");
+  EXPECT_EQ(refusal(), "is empty");
+  writeSource("\x89PNG\r\n");
+  EXPECT_EQ(refusal(), "is neither a .glb nor a .gltf file");
+  writeSource("glTX" + cubeBuilder().glb().substr(4));
+  EXPECT_EQ(refusal(), "is neither a .glb nor a .gltf file");
+  writeSource("{}");
+  EXPECT_EQ(refusal(), "has no \"asset\" with a \"version\", so it is no glTF");
+  writeSource("[]", "in.gltf");
+  EXPECT_EQ(refusal(), "is neither a .glb nor a .gltf file");
+}
+
+TEST_F(ABrokenGltf, IsRefusedWhenItIsOfAnotherVersion) {
+  std::string glb = cubeBuilder().glb();
+  glb[4] = 1;
+  writeSource(glb);
+  EXPECT_EQ(refusal(), "is a .glb of version 1; only version 2 can be imported");
+  GltfBuilder builder = cubeBuilder();
+  builder.root["asset"]["version"] = "1.0";
+  writeSource(builder.glb());
+  EXPECT_EQ(refusal(), "is glTF of version \"1.0\"; only version 2 can be imported");
+}
+
+TEST_F(ABrokenGltf, IsRefusedWhenItsChunksLie) {
+  const std::string whole = cubeBuilder().glb();
+  writeSource(whole + "more");
+  EXPECT_THAT(refusal(), StartsWith("is followed by other data: its header announces "));
+  std::string longChunk = whole;
+  longChunk.replace(12, 4, uint32Bytes(0xfffffffcU));
+  writeSource(longChunk);
+  EXPECT_THAT(refusal(), StartsWith("has a chunk of 4294967292 bytes with "));
+  std::string oddChunk = whole;
+  oddChunk.replace(12, 4, uint32Bytes(21));
+  writeSource(oddChunk);
+  EXPECT_EQ(refusal(), "has a chunk of 21 bytes, which is no multiple of 4");
+  std::string noJson = whole;
+  noJson.replace(16, 4, "JSOM");
+  writeSource(noJson);
+  EXPECT_EQ(refusal(), "does not begin with a JSON chunk");
+}
+
+// --- The document -----------------------------------------------------------------------------------------
+
+TEST_F(ABrokenGltf, IsRefusedWithTheLineOfItsSyntaxError) {
+  writeSource("{\"asset\": {\n \"version\" \"2.0\"}}", "in.gltf");
+  EXPECT_EQ(refusal(),
+            "holds no JSON: parse error at line 2, column 16: syntax error while parsing object separator - "
+            "unexpected string literal; expected ':'");
+}
+
+TEST_F(ABrokenGltf, IsRefusedWhenItIsNestedWithoutEnd) {
+  const std::string deep(10'000'000, '[');
+  writeSource(R"({"asset":{"version":"2.0"},"extras":)" + deep, "in.gltf");
+  EXPECT_EQ(refusal(), "is nested deeper than 64 levels");
+}
+
+TEST_F(ABrokenGltf, IsRefusedWhenItHoldsValuesWithoutEnd) {
+  std::string many = R"({"asset":{"version":"2.0"},"extras":[0)";
+  for (int count = 0; count < 4'100'000; ++count) many += ",0";
+  writeSource(many + "]}", "in.gltf");
+  EXPECT_EQ(refusal(), "holds more than 4000000 values");
+}
+
+TEST_F(ABrokenGltf, IsRefusedWhenItIsNoUtf8) {
+  GltfBuilder builder = cubeBuilder();
+  builder.root["materials"][0]["name"] = "XYZ";
+  std::string json = builder.json();
+  json.replace(json.find("XYZ"), 3, "X\xff\xfe");
+  writeSource(glbOf(json, builder.bin));
+  EXPECT_THAT(refusal(), HasSubstr("ill-formed UTF-8 byte"));
+}
+
+TEST_F(ABrokenGltf, IsRefusedWhenANumberIsTooLarge) {
+  GltfBuilder builder = cubeBuilder();
+  std::string json = builder.json();
+  json.replace(json.find("\"nodes\":[0]"), 11, "\"nodes\":[1e999]");
+  writeSource(glbOf(json, builder.bin));
+  EXPECT_THAT(refusal(), StartsWith("holds no JSON: number overflow parsing"));
+}
+
+TEST_F(ABrokenGltf, IsRefusedWhenItRequiresAnUnknownExtension) {
+  GltfBuilder builder = cubeBuilder();
+  builder.root["extensionsRequired"] = {"KHR_materials_unlit", "KHR_draco_mesh_compression"};
+  writeSource(builder.glb());
+  EXPECT_EQ(
+      refusal(),
+      "requires the extension \"KHR_draco_mesh_compression\", which cannot be imported; export it without");
+}
+
+struct Damage {
+  const char* what;
+  void (*apply)(nlohmann::json& root);
+  const char* fault;
+};
+
+void PrintTo(const Damage& damage, std::ostream* stream) {
+  *stream << damage.what;
+}
+
+class ADamagedDocument : public support::ImportFixture, public testing::WithParamInterface<Damage> {};
+
+TEST_P(ADamagedDocument, IsRefusedWithThePlaceOfTheDamage) {
+  GltfBuilder builder = cubeBuilder();
+  GetParam().apply(builder.root);
+  writeSource(builder.glb());
+  EXPECT_EQ(refusal(), GetParam().fault);
+}
+
+using nlohmann::json;
+
+const std::vector<Damage> kDamages = {
+    {"root", [](json& root) { root["nodes"] = 5; }, "nodes is no list"},
+    {"element", [](json& root) { root["nodes"][0] = 5; }, "nodes[0] is no object"},
+    {"name", [](json& root) { root["nodes"][0]["name"] = 5; }, "nodes[0].name is no text"},
+    {"mesh index", [](json& root) { root["nodes"][0]["mesh"] = 7; },
+     "nodes[0].mesh is 7, but there are 1 meshes"},
+    {"negative index", [](json& root) { root["nodes"][0]["mesh"] = -1; },
+     "nodes[0].mesh is no whole number from 0 up"},
+    {"fractional index", [](json& root) { root["nodes"][0]["mesh"] = 0.5; },
+     "nodes[0].mesh is no whole number from 0 up"},
+    {"huge index", [](json& root) { root["nodes"][0]["mesh"] = 4'000'000'000; },
+     "nodes[0].mesh is 4000000000, which is more than any file holds"},
+    {"scene", [](json& root) { root["scene"] = 1; }, "scene is 1, but there are 1 scenes"},
+    {"scene node", [](json& root) { root["scenes"][0]["nodes"][0] = 3; },
+     "scenes[0].nodes[0] is 3, but there are 1 nodes"},
+    {"child", [](json& root) { root["nodes"][0]["children"] = {9}; },
+     "nodes[0].children[0] is 9, but there are 1 nodes"},
+    {"attribute", [](json& root) { root["meshes"][0]["primitives"][0]["attributes"]["NORMAL"] = 8; },
+     "meshes[0].primitives[0].attributes.NORMAL is 8, but there are 1 accessors"},
+    {"material", [](json& root) { root["meshes"][0]["primitives"][0]["material"] = 4; },
+     "meshes[0].primitives[0].material is 4, but there are 1 materials"},
+    {"no primitives", [](json& root) { root["meshes"][0].erase("primitives"); },
+     "meshes[0] has no \"primitives\""},
+    {"no attributes", [](json& root) { root["meshes"][0]["primitives"][0].erase("attributes"); },
+     "meshes[0].primitives[0] has no object \"attributes\""},
+    {"accessor view", [](json& root) { root["accessors"][0]["bufferView"] = 1; },
+     "accessors[0].bufferView is 1, but there are 1 bufferViews"},
+    {"absurd count", [](json& root) { root["accessors"][0]["count"] = 4'000'000'000; },
+     "accessors[0].count is 4000000000, which is more than any file holds"},
+    {"count", [](json& root) { root["accessors"][0]["count"] = 9; },
+     "accessors[0] needs 108 bytes of a buffer view of 96"},
+    {"large count", [](json& root) { root["accessors"][0]["count"] = 2'147'483'647; },
+     "accessors[0] needs 25769803764 bytes of a buffer view of 96"},
+    {"no count", [](json& root) { root["accessors"][0]["count"] = 0; }, "accessors[0] is empty"},
+    {"missing count", [](json& root) { root["accessors"][0].erase("count"); },
+     "accessors[0] has no \"count\""},
+    {"offset", [](json& root) { root["accessors"][0]["byteOffset"] = 4; },
+     "accessors[0] needs 100 bytes of a buffer view of 96"},
+    {"component type", [](json& root) { root["accessors"][0]["componentType"] = 5130; },
+     "accessors[0] has the unknown \"componentType\" 5130"},
+    {"type", [](json& root) { root["accessors"][0]["type"] = "VEC9"; },
+     "accessors[0] has the unknown \"type\" \"VEC9\""},
+    {"pairs", [](json& root) { root["accessors"][0]["type"] = "VEC2"; },
+     "meshes[0].primitives[0] has positions that are no triples of floats"},
+    {"whole numbers", [](json& root) { root["accessors"][0]["componentType"] = 5122; },
+     "meshes[0].primitives[0] has positions that are no triples of floats"},
+    {"view buffer", [](json& root) { root["bufferViews"][0]["buffer"] = 2; },
+     "bufferViews[0].buffer is 2, but there are 1 buffers"},
+    {"view end", [](json& root) { root["bufferViews"][0]["byteOffset"] = 4; },
+     "bufferViews[0] ends at byte 100 of a buffer of 96"},
+    {"view size", [](json& root) { root["bufferViews"][0]["byteLength"] = 2'147'483'647; },
+     "bufferViews[0] ends at byte 2147483647 of a buffer of 96"},
+    {"stride", [](json& root) { root["bufferViews"][0]["byteStride"] = 6; },
+     "bufferViews[0] has an impossible \"byteStride\""},
+    {"narrow stride", [](json& root) { root["bufferViews"][0]["byteStride"] = 8; },
+     "accessors[0] has elements that are larger than their \"byteStride\""},
+    {"buffer size", [](json& root) { root["buffers"][0]["byteLength"] = 2000; },
+     "has a buffer of 2000 bytes of which only 96 are there"},
+    {"empty buffer", [](json& root) { root["buffers"][0]["byteLength"] = 0; }, "buffers[0] is empty"},
+    {"second buffer",
+     [](json& root) {
+       root["buffers"].push_back({{"byteLength", 4}});
+     },
+     "has no data for its buffer number 1"},
+    {"announced", [](json& root) { root["buffers"][0]["byteLength"] = 2'000'000'000; },
+     "is larger than 512 MiB with its buffers and images"},
+    {"sparse",
+     [](json& root) {
+       root["accessors"][0]["sparse"] = {{"count", 1}};
+     },
+     "accessors[0].sparse has no object \"indices\""},
+    {"sparse count",
+     [](json& root) {
+       root["accessors"][0]["sparse"] = {{"count", 9},
+                                         {"indices", {{"bufferView", 0}, {"componentType", 5121}}},
+                                         {"values", {{"bufferView", 0}}}};
+     },
+     "accessors[0].sparse has an impossible \"count\""},
+    {"sparse range",
+     [](json& root) {
+       root["accessors"][0]["sparse"] = {
+           {"count", 8},
+           {"indices", {{"bufferView", 0}, {"componentType", 5125}, {"byteOffset", 80}}},
+           {"values", {{"bufferView", 0}}}};
+     },
+     "accessors[0].sparse.indices needs 112 bytes of a buffer view of 96"},
+    {"sparse order",
+     [](json& root) {
+       root["accessors"][0]["sparse"] = {{"count", 2},
+                                         {"indices", {{"bufferView", 0}, {"componentType", 5121}}},
+                                         {"values", {{"bufferView", 0}}}};
+     },
+     "has sparse positions whose indices do not rise"},
+    {"matrix",
+     [](json& root) {
+       root["nodes"][0]["matrix"] = {1, 2, 3};
+     },
+     "nodes[0].matrix is no list of 16 numbers"},
+    {"rotation",
+     [](json& root) {
+       root["nodes"][0]["rotation"] = {0, 0, 0, "1"};
+     },
+     "nodes[0].rotation is no list of 4 numbers"},
+    {"beyond",
+     [](json& root) {
+       root["nodes"][0]["scale"] = {1e300, 1e300, 1e300};
+     },
+     "has a mesh that lies beyond all numbers"},
+    {"kind",
+     [](json& root) {
+       root["materials"][0]["extras"] = {{"materialKind", "73"}};
+     },
+     "materials[0].extras.materialKind is no whole number from 0 up"},
+    {"half kind",
+     [](json& root) {
+       root["materials"][0]["extras"] = {{"materialKind", 73.5}};
+     },
+     "materials[0].extras.materialKind is no whole number from 0 up"},
+    {"own parent", [](json& root) { root["nodes"][0]["children"] = {0}; }, "has nodes[0] below itself"},
+    {"cycle",
+     [](json& root) {
+       root["nodes"] = {{{"mesh", 0}}, {{"children", {2}}}, {{"children", {3}}}, {{"children", {1}}}};
+     },
+     "has nodes[1] below itself"},
+    {"cycle with a top",
+     [](json& root) {
+       root["nodes"] = {{{"mesh", 0}, {"children", {1}}}, {{"children", {0}}}};
+     },
+     "has nodes[0] below itself"},
+    {"shared child",
+     [](json& root) {
+       root["nodes"] = {{{"children", {2}}}, {{"children", {2}}}, {{"mesh", 0}}};
+       root["scenes"][0]["nodes"] = {0, 1};
+     },
+     "has nodes[2] as the child of both nodes[0] and nodes[1]"},
+    {"twice a child",
+     [](json& root) {
+       root["nodes"] = {{{"children", {1, 1}}}, {{"mesh", 0}}};
+     },
+     "has nodes[1] as the child of both nodes[0] and nodes[0]"},
+    {"top with parent",
+     [](json& root) {
+       root["nodes"] = {{{"children", {1}}}, {{"mesh", 0}}};
+       root["scenes"][0]["nodes"] = {0, 1};
+     },
+     "has nodes[1] at the top of its scene and as the child of nodes[0]"},
+    {"twice in the scene",
+     [](json& root) {
+       root["scenes"][0]["nodes"] = {0, 0};
+     },
+     "has nodes[0] twice in its scene"},
+    {"empty scene", [](json& root) { root["scenes"][0]["nodes"] = json::array(); }, "shows no mesh"},
+    {"no scene nodes", [](json& root) { root["scenes"][0].erase("nodes"); }, "shows no mesh"},
+    {"only collision", [](json& root) { root["nodes"][0]["name"] = "BSP_1"; }, "shows no mesh"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Each, ADamagedDocument, testing::ValuesIn(kDamages),
+                         [](const testing::TestParamInfo<Damage>& damage) {
+                           std::string name = damage.param.what;
+                           std::replace(name.begin(), name.end(), ' ', '_');
+                           return name;
+                         });
+
+TEST_F(ABrokenGltf, IsRefusedWhenAPositionIsNoFiniteNumber) {
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  for (const float bad : {std::nanf(""), kInfinity, -kInfinity}) {
+    for (const char* name : {"shown", "BSP_collision"}) {
+      GltfBuilder builder = cubeBuilder();
+      builder.addNode(name, builder.addMesh({{0, 0, 0}, {0, bad, 0}}, -1));
+      writeSource(builder.glb());
+      EXPECT_EQ(refusal(), "has a position that is no finite number in accessors[1]");
+    }
+  }
+}
+
+TEST_F(ABrokenGltf, IsRefusedWhenItShowsPointsWithoutEnd) {
+  GltfBuilder builder;
+  const int mesh = builder.addMesh(support::Points(100'000, {1, 1, 1}), -1);
+  for (int count = 0; count < 300; ++count) {
+    builder.addNode("", mesh);
+    builder.root["nodes"].back()["translation"] = {count, 0, 0};
+  }
+  writeSource(builder.glb());
+  EXPECT_EQ(refusal(), "shows more than 20000000 points, counted at every node");
+}
+
+// --- Other files ------------------------------------------------------------------------------------------
+
+class AGltfWithOtherFiles : public support::ImportFixture {
+ protected:
+  std::string refusalOfUri(const std::string& uri) {
+    GltfBuilder builder = cubeBuilder();
+    builder.root["buffers"][0]["uri"] = uri;
+    folder_.write("outside.bin", builder.bin);
+    writeSource(builder.json(), "source/in.gltf");
+    return refusal();
+  }
+};
+
+TEST_F(AGltfWithOtherFiles, IsRefusedWhenABufferIsMissing) {
+  EXPECT_EQ(refusalOfUri("no%20such.bin"), "needs the file \"no such.bin\", which is not beside it");
+}
+
+TEST_F(AGltfWithOtherFiles, IsRefusedWhenABufferIsShort) {
+  folder_.write("source/short.bin", "abc");
+  EXPECT_EQ(refusalOfUri("short.bin"), "has a buffer of 96 bytes of which only 3 are there");
+}
+
+TEST_F(AGltfWithOtherFiles, IsRefusedWhenABufferIsAFolder) {
+  std::filesystem::create_directories(folder_ / "source/folder");
+  EXPECT_EQ(refusalOfUri("folder"), "needs the file \"folder\", which is no regular file");
+}
+
+TEST_F(AGltfWithOtherFiles, IsRefusedWhenABufferLiesOutside) {
+  const std::string absolute = (folder_ / "outside.bin").string();
+  for (const std::string& uri :
+       {std::string("../outside.bin"), std::string("a/../../outside.bin"), std::string("%2e%2e/outside.bin"),
+        std::string("..%2foutside.bin"), std::string("..\\outside.bin"), absolute, "file://" + absolute,
+        std::string("https://host/outside.bin"), std::string()}) {
+    EXPECT_EQ(refusalOfUri(uri), "names the file \"" +
+                                     (uri == "..\\outside.bin" ? std::string("..\\\\outside.bin") : uri) +
+                                     "\", which is not one below its own folder");
+  }
+}
+
+TEST_F(AGltfWithOtherFiles, IsRefusedWhenALinkLeadsOutside) {
+  std::filesystem::create_directory(folder_ / "source");
+  std::filesystem::create_symlink(folder_ / "outside.bin", folder_ / "source/link.bin");
+  EXPECT_EQ(refusalOfUri("link.bin"),
+            "names the file \"link.bin\", which a link leads out of its own folder");
+}
+
+TEST_F(AGltfWithOtherFiles, IsRefusedWhenADataUriIsNoData) {
+  EXPECT_EQ(refusalOfUri("data:application/octet-stream;base64,????"),
+            "has a data URI that cannot be decoded");
+  EXPECT_EQ(refusalOfUri("data:application/octet-stream;base64,AAAA"),
+            "has a buffer of 96 bytes of which only 3 are there");
+}
+
+TEST_F(AGltfWithOtherFiles, IsRefusedWhenAnImageLiesOutside) {
+  GltfBuilder builder = cubeBuilder();
+  builder.root["images"] = {{{"uri", "../outside.png"}}};
+  writeSource(builder.glb());
+  EXPECT_EQ(refusal(), "names the file \"../outside.png\", which is not one below its own folder");
+}
+
+// --- Names ------------------------------------------------------------------------------------------------
+
+TEST_F(ABrokenGltf, IsRefusedWhenANameIsTooLong) {
+  GltfBuilder builder = cubeBuilder();
+  builder.root["materials"][0]["name"] = std::string(1024, 'm');
+  writeSource(builder.glb());
+  ASSERT_TRUE(import()) << error_;
+  builder.root["materials"][0]["name"] = std::string(100'000, 'm');
+  writeSource(builder.glb());
+  EXPECT_EQ(refusal(), "has the material name \"" + std::string(60, 'm') + "..." + std::string(16, 'm') +
+                           "\", which is longer than 1024 bytes");
+  builder.root["materials"][0]["name"] = "m";
+  builder.root["nodes"][0]["name"] = std::string(1025, 'n');
+  writeSource(builder.glb());
+  EXPECT_THAT(refusal(), StartsWith("has the node name \"nnn"));
+}
+
+TEST_F(ABrokenGltf, IsRefusedWhenANameHoldsControlCharacters) {
+  for (const char* name : {"a\nb", "a\x01", "\x7f z", "a\xef\xbf\xbf"}) {
+    GltfBuilder builder = cubeBuilder();
+    builder.root["materials"][0]["name"] = name;
+    writeSource(builder.glb());
+    EXPECT_THAT(refusal(), HasSubstr("which holds characters that no file can")) << name;
+  }
+}
+
+TEST_F(ABrokenGltf, IsTakenWhenABadNameIsRenamed) {
+  GltfBuilder builder = cubeBuilder();
+  builder.root["materials"][0]["name"] = "a\nb";
+  writeSource(builder.glb());
+  EXPECT_TRUE(import({.renamedMaterials = {{"a\nb", "partN1"}}})) << error_;
+}
+
+// --- Options ----------------------------------------------------------------------------------------------
+
+TEST_F(AnImpossibleImport, NamesTheNearestMaterialOrNode) {
+  writeSource(cubeBuilder().glb());
+  EXPECT_EQ(refusal({.renamedMaterials = {{"wal", "x"}}}), "has no material \"wal\"; did you mean \"wall\"?");
+  EXPECT_EQ(refusal({.materialKinds = {{"roof", 73}}}), "has no material \"roof\"; there is \"wall\"");
+  EXPECT_EQ(refusal({.bspMaterials = {"Wall"}}), "has no material \"Wall\"; did you mean \"wall\"?");
+  EXPECT_EQ(refusal({.hardPoints = {{"cub", "HP_1"}}}), "has no node \"cub\"; did you mean \"cube\"?");
+  EXPECT_EQ(refusal({.hardPoints = {{"", "HP_1"}}}), "has no node \"\"; there is \"cube\"");
+}
+
+TEST_F(AnImpossibleImport, IsOneThatNamesAMaterialTwice) {
+  writeSource(cubeBuilder().glb());
+  EXPECT_EQ(refusal({.renamedMaterials = {{"wall", "a"}, {"wall", "b"}}}),
+            "cannot give the material \"wall\" two names, \"a\" and \"b\"");
+  EXPECT_EQ(refusal({.materialKinds = {{"wall", 73}, {"wall", 74}}}),
+            "cannot give the material \"wall\" two kinds, 73 and 74");
+}
+
+TEST_F(AnImpossibleImport, IsOneThatGivesABadName) {
+  writeSource(cubeBuilder().glb());
+  EXPECT_EQ(refusal({.renamedMaterials = {{"wall", ""}}}), "cannot give a material an empty name");
+  EXPECT_EQ(refusal({.renamedMaterials = {{"wall", " x"}}}),
+            "has the material name \" x\", which has white space around it");
+  EXPECT_EQ(refusal({.renamedMaterials = {{"wall", "x\xff"}}}),
+            "has the material name \"x\\xff\", which holds characters that no file can");
+}
+
+TEST_F(AnImpossibleImport, IsOneThatGivesTwoKindsToOneName) {
+  GltfBuilder builder = cubeBuilder();
+  builder.addNode("b", builder.addMesh(boxPoints({0, 0, 0}, {1, 1, 1}), builder.addMaterial("wall")));
+  builder.root["materials"][1]["extras"] = {{"materialKind", 80}};
+  writeSource(builder.glb());
+  EXPECT_EQ(refusal(),
+            "has two materials named \"wall\" of the kinds 0 and 80; give them one kind or different names");
+}
+
+TEST_F(AnImpossibleImport, IsOneWhoseKindIsNoNumberThatFilesHold) {
+  writeSource(cubeBuilder().glb());
+  EXPECT_EQ(refusal({.materialKinds = {{"wall", 4'294'967'295}}}),
+            "cannot give a material a kind above 2147483647");
+}
+
+TEST_F(AnImpossibleImport, IsOneWithHardPointsThatAreNone) {
+  GltfBuilder builder = cubeBuilder();
+  builder.addNode("a");
+  builder.addNode("a");
+  builder.addNode("HP_1");
+  writeSource(builder.glb());
+  EXPECT_EQ(refusal({.hardPoints = {{"cube", "fx"}}}),
+            "cannot make \"fx\" a hard point; the name of a hard point begins with \"HP_\"");
+  EXPECT_EQ(refusal({.hardPoints = {{"a", "HP_2"}}}),
+            "has several nodes named \"a\"; rename them in the file");
+  EXPECT_EQ(refusal({.hardPoints = {{"cube", "HP_1"}}}), "has two nodes for the hard point \"HP_1\"");
+  EXPECT_EQ(refusal({.hardPoints = {{"cube", "HP_2"}, {"cube", "HP_3"}}}),
+            "cannot make the node \"cube\" two hard points");
+}
+
+TEST_F(AnImpossibleImport, IsOneOfANameThatNoModelCanHave) {
+  writeSource(cubeBuilder().glb());
+  const auto refusalOfName = [this](const std::string& name) {
+    EXPECT_FALSE(importGltf(source_, name, root(), {}, &error_));
+    EXPECT_TRUE(std::filesystem::is_empty(root()));
+    return error_;
+  };
+  EXPECT_EQ(refusalOfName("house"), "\"house\": is no name of a model; it must end in \".model\"");
+  EXPECT_EQ(refusalOfName("content/.model"),
+            "\"content/.model\": is no name of a model; it must end in \".model\"");
+  EXPECT_THAT(refusalOfName("/house.model"), StartsWith("\"/house.model\": is no name of a resource, it "));
+  EXPECT_THAT(refusalOfName("../house.model"),
+              StartsWith("\"../house.model\": is no name of a resource, it "));
+  EXPECT_THAT(refusalOfName(""), StartsWith("\"\": is no name of a "));
+}
+
+}  // namespace
+}  // namespace Tal
