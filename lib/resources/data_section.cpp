@@ -120,11 +120,7 @@ template <class IsSame>
 bool DataSection::writeText(BasicStringRef key, BasicStringRef text, const IsSame& isSame) {
   SmartPointer<DataSection> section = openSection(key);
   if (section && isSame(section->value())) return true;
-  if (!canHold(text)) {
-    reportRefusal("the value for " + inQuotes(key) +
-                  " holds control characters or is not valid UTF-8 and was not written; take them out");
-    return false;
-  }
+  if (!section && !canHold(text)) return reportUnholdable(key);
   if (!section) section = openSection(key, true);
   return section && section->setValue(text);
 }

@@ -6,12 +6,13 @@ namespace Tal {
 
 /// Keeps the documents that were opened by resource name. An open looks at the file's identity (device,
 /// inode, size, modification and change time) and parses it again only when that changed. A document with
-/// unsaved edits is kept as it is. Main thread only.
+/// unsaved edits is not exchanged for a newer file: opens go on giving it, and saving it notices the other
+/// change. Main thread only.
 class DataSectionCache {
  public:
   /// Forgets the cached document of a resource, so that the next open reads the file anew; with `recursive`
-  /// also of every resource below that path. Handles on a forgotten document stay valid. A document with
-  /// unsaved edits is kept.
+  /// also of every resource below that path. Edits that nobody has asked to save are forgotten with it, but
+  /// handles on it stay valid. A document whose save failed or waits for a SaveGroup is kept.
   static void purge(BasicStringRef path, bool recursive);
 
   /// Forgets every document, unsaved edits included; for the end of a program or a test.

@@ -8,6 +8,12 @@ void reportRefusal(BasicStringRef text) {
   DebugMessageHelper({0, 5}, "resources", 0).message(text);
 }
 
+bool reportUnholdable(BasicStringRef key) {
+  reportRefusal("the value for " + inQuotes(key) +
+                " holds control characters or is not valid UTF-8 and was not written; take them out");
+  return false;
+}
+
 std::string inQuotes(BasicStringRef name) {
   return '"' + escapeControls(name) + '"';
 }

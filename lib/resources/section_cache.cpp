@@ -8,6 +8,24 @@
 #include <utility>
 
 namespace Tal {
+namespace {
+
+/// Edits that have not reached the file are what nobody could get back.
+bool isKept(const SmartPointer<SectionDocument>& document) {
+  return document && (document->isEdited() || document->isSaveOwed());
+}
+
+/// Who asks to forget means edits too, but for those that he has asked to save.
+void forget(SmartPointer<SectionDocument>& document) {
+  if (document && !document->isSaveOwed()) document = nullptr;
+}
+
+SmartPointer<DataSection> rootOf(const SmartPointer<SectionDocument>& document) {
+  if (!document) return nullptr;
+  return new XmlSection(document, document->tree().root());
+}
+
+}  // namespace
 
 SectionCache& SectionCache::instance() {
   static SectionCache cache;
@@ -21,16 +39,21 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
     reportRefusal("cannot open " + inQuotes(resourceName) + ": no resource roots are set up; set some first");
     return nullptr;
   }
-  const auto file = fileSystem->find(resourceName);
-  SmartPointer<SectionDocument> document;
-  if (file) document = documentOf(normalisedName(resourceName), *file);
-  if (!document && !file && create) {
-    if (!fileSystem->locationFor(resourceName)) return nullptr;
-    if (creator != nullptr) return creator->create(resourceName);
-    document = SectionDocument::make(normalisedName(resourceName));
+  const std::string name = normalisedName(resourceName);
+  if (const auto found = entries_.find(name); found != entries_.end() && isKept(found->second.document))
+    return rootOf(found->second.document);
+  if (const auto file = fileSystem->find(resourceName)) return rootOf(documentOf(name, *file));
+  if (!create) {
+    entries_.erase(name);
+    return nullptr;
   }
-  if (!document) return nullptr;
-  return new XmlSection(document, document->tree().root());
+  const auto place = fileSystem->locationFor(resourceName);
+  if (!place) return nullptr;
+  if (creator != nullptr) return creator->create(resourceName);
+  Entry& entry = entries_[name];
+  const bool isMade = entry.document && !entry.document->identity();
+  if (!isMade) entry = {SectionDocument::make(name, *place), std::nullopt};
+  return rootOf(entry.document);
 }
 
 SmartPointer<SectionDocument> SectionCache::documentOf(const std::string& name,
@@ -39,24 +62,23 @@ SmartPointer<SectionDocument> SectionCache::documentOf(const std::string& name,
   if (!identity) return nullptr;
   Entry& entry = entries_[name];
   if (entry.document && entry.document->identity() == identity) return entry.document;
+  entry.document = nullptr;
   if (entry.refused == identity) return nullptr;
   SectionDocument::Refusal refusal;
   entry.document = SectionDocument::read(name, file, refusal);
-  entry.refused.reset();
-  if (entry.document) return entry.document;
-  entry.refused = identity;
-  reportRefusal(refusal);
-  return nullptr;
+  entry.refused = entry.document ? std::nullopt : identity;
+  if (!entry.document) reportRefusal(refusal);
+  return entry.document;
 }
 
 void SectionCache::purge(BasicStringRef resourceName, bool recursive) {
   const std::string name = normalisedName(resourceName);
-  if (const auto found = entries_.find(name); found != entries_.end()) found->second.document = nullptr;
+  if (const auto found = entries_.find(name); found != entries_.end()) forget(found->second.document);
   if (!recursive) return;
   const std::string folder = name.empty() ? name : name + '/';
   for (auto entry = entries_.lower_bound(folder); entry != entries_.end() && entry->first.starts_with(folder);
        ++entry)
-    entry->second.document = nullptr;
+    forget(entry->second.document);
 }
 
 void SectionCache::clear() {

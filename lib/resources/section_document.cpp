@@ -1,10 +1,15 @@
+#include <core/debug_message.h>
 #include <core/format.h>
+#include <resources/atomic_file.h>
 #include <resources/file_read.h>
+#include <resources/file_system.h>
 #include <resources/report.h>
+#include <resources/resource_name.h>
 #include <resources/section_document.h>
 #include <resources/xml_parser.h>
 
-#include <cstdlib>
+#include <functional>
+#include <system_error>
 #include <utility>
 
 namespace Tal {
@@ -15,6 +20,24 @@ constexpr BasicStringRef kEmptyDocument = "<root></root>\n";
 std::string placeOf(const std::string& resourceName, const Xml::ParseError& error) {
   if (error.line == 0) return resourceName;
   return resourceName + ':' + std::to_string(error.line) + ':' + std::to_string(error.column);
+}
+
+std::size_t hashOf(BasicStringRef bytes) {
+  return std::hash<BasicStringRef>()(bytes);
+}
+
+void reportFailedSave(const std::string& resourceName, const std::string& reason) {
+  DebugMessageHelper::criticalMessage("lib/resources/section_document", __LINE__, "cannot save %s: %s",
+                                      inQuotes(resourceName).c_str(), reason.c_str());
+}
+
+std::string reasonOf(const FileFailure& failure) {
+  return failure.text +
+         (failure.isReplaced ? "; the new content may be lost in a power cut" : "; the old file is whole");
+}
+
+std::string adviceOf(const FileFailure& failure) {
+  return ": " + failure.hint + " and save again";
 }
 
 struct Text {
@@ -32,9 +55,10 @@ std::optional<Text> textOf(Xml::Source bytes, Xml::ParseError& error) {
 
 }  // namespace
 
-SectionDocument::SectionDocument(std::string resourceName, Xml::Tree tree, Xml::Encoding encoding,
-                                 std::optional<FileIdentity> identity)
+SectionDocument::SectionDocument(std::string resourceName, std::filesystem::path file, Xml::Tree tree,
+                                 Xml::Encoding encoding, std::optional<FileIdentity> identity)
     : resourceName_(std::move(resourceName)),
+      file_(std::move(file)),
       tree_(std::move(tree)),
       encoding_(encoding),
       identity_(identity) {}
@@ -55,14 +79,103 @@ SmartPointer<SectionDocument> SectionDocument::read(std::string resourceName,
     refusal = placeOf(name, error) + ": " + error.reason + "; the file was not loaded: correct it there";
     return nullptr;
   }
-  return new SectionDocument(std::move(resourceName), std::move(*tree), text->encoding, content.identity);
+  return new SectionDocument(std::move(resourceName), file, std::move(*tree), text->encoding,
+                             content.identity);
 }
 
-SmartPointer<SectionDocument> SectionDocument::make(std::string resourceName) {
+SmartPointer<SectionDocument> SectionDocument::make(std::string resourceName,
+                                                    const std::filesystem::path& file) {
   Xml::ParseError error;
   std::optional<Xml::Tree> tree = Xml::parse(Xml::Source::copyOf(kEmptyDocument), error);
   if (!tree) return nullptr;
-  return new SectionDocument(std::move(resourceName), std::move(*tree), Xml::Encoding::utf8, std::nullopt);
+  return new SectionDocument(std::move(resourceName), file, std::move(*tree), Xml::Encoding::utf8,
+                             std::nullopt);
+}
+
+bool SectionDocument::write(BasicStringRef resourceName) {
+  const bool isOwn = resourceName.empty() || normalisedName(resourceName) == resourceName_;
+  return isOwn ? writeOwn() : writeOther(resourceName);
+}
+
+bool SectionDocument::writeOwn() {
+  oweSave();
+  const std::string bytes = bytesNow();
+  if (const std::optional<FileIdentity> now = identityAt(file_)) {
+    if (now != identity_ && !adoptFile(bytes)) return false;
+    if (!isFlushOwed_ && isBase(bytes)) {
+      noteSaved();
+      return true;
+    }
+  }
+  return replaceOwn(bytes);
+}
+
+bool SectionDocument::adoptFile(BasicStringRef bytes) {
+  FileContent content;
+  if (const std::string failure = readFile(file_, Xml::kLargestSource, content); !failure.empty()) {
+    reportFailedSave(resourceName_, failure);
+    return false;
+  }
+  const BasicStringRef onDisk = content.bytes.view();
+  const bool isOurs = isBase(onDisk) || onDisk == bytes;
+  identity_ = content.identity;
+  fileHash_ = hashOf(onDisk);
+  if (isOurs) return true;
+  reportFailedSave(
+      resourceName_,
+      "another program has changed the file since it was read; nothing was written and the edits "
+      "are kept: save again to put them in the place of that change");
+  return false;
+}
+
+bool SectionDocument::isBase(BasicStringRef bytes) const {
+  if (fileHash_) return hashOf(bytes) == *fileHash_;
+  if (!identity_) return false;
+  if (encoding_ == Xml::Encoding::utf8) return bytes == tree_.source();
+  return bytes == Xml::fromUtf8(tree_.source(), encoding_);
+}
+
+bool SectionDocument::replaceOwn(BasicStringRef bytes) {
+  std::error_code error;  // a folder that cannot be made makes the next step fail, which says why
+  std::filesystem::create_directories(file_.parent_path(), error);
+  std::optional<FileIdentity> identity;
+  const std::optional<FileFailure> failure = replaceFile(file_, bytes, &identity);
+  if (!failure || failure->isReplaced) {
+    identity_ = failure ? identityAt(file_) : identity;
+    fileHash_ = hashOf(bytes);
+    isFlushOwed_ = failure.has_value();
+  }
+  if (failure) {
+    reportFailedSave(resourceName_, reasonOf(*failure) + "; the edits are kept" + adviceOf(*failure));
+    return false;
+  }
+  noteSaved();
+  return true;
+}
+
+void SectionDocument::noteSaved() noexcept {
+  savedRevision_ = tree_.revision();
+  isSaveOwed_ = false;
+}
+
+bool SectionDocument::writeOther(BasicStringRef resourceName) const {
+  const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
+  const auto file = fileSystem == nullptr ? std::nullopt : fileSystem->locationFor(resourceName);
+  if (!file) {
+    reportFailedSave(std::string(resourceName),
+                     "it has no place below the resource roots; give another name");
+    return false;
+  }
+  const std::string bytes = bytesNow();
+  FileContent content;
+  const bool isThere = identityAt(*file) && readFile(*file, Xml::kLargestSource, content).empty();
+  if (isThere && content.bytes.view() == bytes) return true;
+  std::error_code error;
+  std::filesystem::create_directories(file->parent_path(), error);
+  const std::optional<FileFailure> failure = replaceFile(*file, bytes);
+  if (!failure) return true;
+  reportFailedSave(std::string(resourceName), reasonOf(*failure) + adviceOf(*failure));
+  return false;
 }
 
 }  // namespace Tal

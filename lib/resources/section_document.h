@@ -6,6 +6,8 @@
 #include <resources/xml_encoding.h>
 #include <resources/xml_tree.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -22,24 +24,53 @@ class SectionDocument : public SafeReferenceCount {
   static SmartPointer<SectionDocument> read(std::string resourceName, const std::filesystem::path& file,
                                             Refusal& refusal);
 
-  /// A document that is in no file yet.
-  static SmartPointer<SectionDocument> make(std::string resourceName);
+  /// A document that is in no file yet; saving makes it.
+  static SmartPointer<SectionDocument> make(std::string resourceName, const std::filesystem::path& file);
 
   Xml::Tree& tree() noexcept { return tree_; }
   const Xml::Tree& tree() const noexcept { return tree_; }
+
+  Xml::Encoding encoding() const noexcept { return encoding_; }
 
   /// The version of the file that this document equals but for its unsaved edits; empty when there is no
   /// file.
   const std::optional<FileIdentity>& identity() const noexcept { return identity_; }
 
+  /// Whether edits were made that no save has brought to the file.
+  bool isEdited() const noexcept { return tree_.revision() != savedRevision_; }
+
+  /// Whether a save was asked for that has not succeeded yet.
+  bool isSaveOwed() const noexcept { return isSaveOwed_; }
+  void oweSave() noexcept { isSaveOwed_ = true; }
+
+  /// Writes the document to its own file (empty name) or to another resource; see DataSection::save. A save
+  /// group does not delay it.
+  bool write(BasicStringRef resourceName);
+
  private:
-  SectionDocument(std::string resourceName, Xml::Tree tree, Xml::Encoding encoding,
-                  std::optional<FileIdentity> identity);
+  SectionDocument(std::string resourceName, std::filesystem::path file, Xml::Tree tree,
+                  Xml::Encoding encoding, std::optional<FileIdentity> identity);
+
+  bool writeOwn();
+  bool writeOther(BasicStringRef resourceName) const;
+  /// Takes the version of the file that is there now as the one to replace. False when that cannot be read or
+  /// is somebody else's work, which is reported.
+  bool adoptFile(BasicStringRef bytes);
+  /// Whether the bytes are the version of the file that this document was last in step with.
+  bool isBase(BasicStringRef bytes) const;
+  bool replaceOwn(BasicStringRef bytes);
+  void noteSaved() noexcept;
+  std::string bytesNow() const { return Xml::fromUtf8(tree_.serialise(), encoding_); }
 
   std::string resourceName_;
+  std::filesystem::path file_;
   Xml::Tree tree_;
   Xml::Encoding encoding_;
   std::optional<FileIdentity> identity_;
+  std::optional<std::size_t> fileHash_;  ///< of the file's bytes; empty as long as they are the tree's source
+  std::uint64_t savedRevision_ = 0;
+  bool isSaveOwed_ = false;
+  bool isFlushOwed_ = false;  ///< the file has the content, but has perhaps not reached the disk
 };
 
 }  // namespace Tal

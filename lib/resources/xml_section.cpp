@@ -1,3 +1,5 @@
+#include <resources/report.h>
+#include <resources/save_queue.h>
 #include <resources/section_path.h>
 #include <resources/xml_parser.h>
 #include <resources/xml_section.h>
@@ -7,12 +9,13 @@
 
 namespace Tal {
 
-XmlSection::XmlSection(SmartPointer<SectionDocument> document, Xml::NodeIndex node) noexcept
-    : document_(std::move(document)), node_(node) {}
+XmlSection::XmlSection(SmartPointer<SectionDocument> document, Xml::NodeIndex node,
+                       std::uint32_t place) noexcept
+    : document_(std::move(document)), node_(node), place_(place) {}
 
-SmartPointer<DataSection> XmlSection::sectionOf(Xml::NodeIndex node) const {
+SmartPointer<DataSection> XmlSection::sectionOf(Xml::NodeIndex node, std::uint32_t place) const {
   if (node == Xml::kNoNode) return nullptr;
-  return new XmlSection(document_, node);
+  return new XmlSection(document_, node, place);
 }
 
 BasicStringRef XmlSection::tag() const {
@@ -24,8 +27,12 @@ std::string XmlSection::value() const {
   return std::string(tree().text(node_, scratch));
 }
 
-bool XmlSection::setValue(BasicStringRef /*value*/) {
-  return false;
+bool XmlSection::setValue(BasicStringRef value) {
+  std::string scratch;
+  if (tree().text(node_, scratch) == Xml::trimmed(value)) return true;
+  if (!canHold(value)) return reportUnholdable(tag());
+  document_->tree().setText(node_, Xml::escaped(value, Xml::largestCharacter(document_->encoding())));
+  return true;
 }
 
 int XmlSection::childCount() const {
@@ -34,25 +41,40 @@ int XmlSection::childCount() const {
 
 SmartPointer<DataSection> XmlSection::child(int index) const {
   if (index < 0 || index >= childCount()) return nullptr;
-  return sectionOf(tree().child(node_, static_cast<std::uint32_t>(index)));
+  const auto place = static_cast<std::uint32_t>(index);
+  return sectionOf(tree().child(node_, place), place);
 }
 
 SmartPointer<DataSection> XmlSection::findChild(BasicStringRef tag) const {
   return sectionOf(tree().findChild(node_, tag));
 }
 
-SmartPointer<DataSection> XmlSection::appendChild(BasicStringRef /*tag*/) {
-  return nullptr;
+SmartPointer<DataSection> XmlSection::appendChild(BasicStringRef tag) {
+  if (!canName(tag)) return nullptr;
+  return sectionOf(document_->tree().appendChild(node_, tag));
 }
-bool XmlSection::removeChild(const SmartPointer<DataSection>& /*child*/) {
-  return false;
+
+bool XmlSection::removeChild(const SmartPointer<DataSection>& child) {
+  const auto* const section = dynamic_cast<const XmlSection*>(child.get());
+  if (section == nullptr || !(section->document_ == document_)) return false;
+  return document_->tree().removeChild(node_, section->node_, section->place_);
 }
-bool XmlSection::removeChild(BasicStringRef /*tag*/) {
-  return false;
+
+bool XmlSection::removeChild(BasicStringRef tag) {
+  const Xml::NodeIndex found = tree().findChild(node_, tag);
+  return found != Xml::kNoNode && document_->tree().removeChild(node_, found, 0);
 }
-void XmlSection::removeChildren() {}
-bool XmlSection::save(BasicStringRef /*fileName*/) {
-  return false;
+
+void XmlSection::removeEvery(BasicStringRef tag) {
+  document_->tree().removeChildren(node_, tag);
+}
+
+void XmlSection::removeChildren() {
+  document_->tree().removeChildren(node_);
+}
+
+bool XmlSection::save(BasicStringRef fileName) {
+  return SaveQueue::instance().put(document_, fileName) || document_->write(fileName);
 }
 
 bool XmlSection::canName(BasicStringRef tag) const {

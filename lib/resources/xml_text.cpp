@@ -148,6 +148,12 @@ bool isStorable(BasicStringRef value) noexcept {
   return true;
 }
 
+bool isWithin(BasicStringRef text, std::uint32_t largestCharacter) noexcept {
+  while (!text.empty())
+    if (takeCharacter(text) > largestCharacter) return false;
+  return true;
+}
+
 std::uint32_t takeCharacter(BasicStringRef& text) noexcept {
   const std::uint32_t first = byteAt(text, 0);
   if (first < 0x80) {

@@ -41,6 +41,9 @@ std::string escaped(BasicStringRef value, std::uint32_t largestCharacter);
 /// carriage return.
 bool isStorable(BasicStringRef value) noexcept;
 
+/// Whether no character of valid `text` is above `largestCharacter`.
+bool isWithin(BasicStringRef text, std::uint32_t largestCharacter) noexcept;
+
 /// Takes the first character off `text`, which is not empty, and returns its code. A byte that begins no
 /// valid character is taken alone and gives 0, and so does a character that XML cannot hold.
 std::uint32_t takeCharacter(BasicStringRef& text) noexcept;

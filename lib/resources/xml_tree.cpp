@@ -42,22 +42,24 @@ NodeIndex Tree::findChild(NodeIndex node, BasicStringRef tag) const {
   return kNoNode;
 }
 
-template <class Visitor>
-void Tree::visitGaps(NodeIndex node, const Visitor& visit) const {
+std::vector<BasicStringRef> Tree::gapsOf(NodeIndex node) const {
   const Node& element = parsed_.nodes[node];
+  std::vector<BasicStringRef> gaps;
+  gaps.reserve(childCount(node) + 1);
   if (element.hasContent != 0) {
     const Content& content = contentOf(node);
-    for (std::size_t i = 0; i < content.children.size(); ++i) visit(content.children[i].before);
-    visit(content.tail);
-    return;
+    for (std::size_t i = 0; i < content.children.size(); ++i) gaps.push_back(content.children[i].before);
+    gaps.push_back(content.tail);
+    return gaps;
   }
   std::size_t position = element.contentBegin;
   for (NodeIndex i = 0; i < element.childCount; ++i) {
     const Node& inner = parsed_.nodes[element.firstChild + i];
-    visit(sourceText(position, inner.begin));
+    gaps.push_back(sourceText(position, inner.begin));
     position = endOf(inner);
   }
-  visit(sourceText(position, element.contentEnd));
+  gaps.push_back(sourceText(position, element.contentEnd));
+  return gaps;
 }
 
 BasicStringRef Tree::text(NodeIndex node, std::string& scratch) const {
@@ -67,14 +69,12 @@ BasicStringRef Tree::text(NodeIndex node, std::string& scratch) const {
     if (isPlain(raw)) return trimmed(raw);
   }
   scratch.clear();
-  visitGaps(node, [&](BasicStringRef raw) { decode(raw, parsed_.entities, scratch); });
+  for (const BasicStringRef gap : gapsOf(node)) decode(gap, parsed_.entities, scratch);
   return trimmed(scratch);
 }
 
 std::size_t Tree::endOf(const Node& node) const {
-  const BasicStringRef source = parsed_.source.view();
-  const bool isEmptyTag = source[node.contentBegin - 2] == '/';
-  return isEmptyTag ? node.contentBegin : source.find('>', node.contentEnd) + 1;
+  return isEmptyTag(node) ? node.contentBegin : parsed_.source.view().find('>', node.contentEnd) + 1;
 }
 
 }  // namespace Tal::Xml

@@ -7,7 +7,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -64,9 +66,42 @@ class Tree {
   NodeIndex child(NodeIndex node, std::uint32_t place) const;
   /// The first child of that tag; kNoNode when there is none.
   NodeIndex findChild(NodeIndex node, BasicStringRef tag) const;
+  /// Whether some element has or had that tag.
+  bool knowsTag(BasicStringRef tag) const { return parsed_.tags.find(tag) != kNoTag; }
   /// The element's own text without surrounding white space: a view into the tree, or into `scratch` when the
   /// text had to be decoded.
   BasicStringRef text(NodeIndex node, std::string& scratch) const;
+
+  /// The text that was parsed.
+  BasicStringRef source() const noexcept { return parsed_.source.view(); }
+
+  /// The document's text as it stands now: the source, but for the edits.
+  std::string serialise() const;
+
+  /// How many edits were made; the tree is as parsed at 0.
+  std::uint64_t revision() const noexcept { return revision_; }
+
+  /// @}
+  /// @name Editing
+  /// @{
+
+  /// Adds an empty element behind the last child, on a line of its own where the neighbours have one. `tag`
+  /// can name an element.
+  NodeIndex appendChild(NodeIndex node, BasicStringRef tag);
+
+  /// Removes the child with the white space in front of it. `place` is where it was last known to be. False
+  /// when it is no child of `node`.
+  bool removeChild(NodeIndex node, NodeIndex child, std::size_t place);
+
+  /// Removes every child of that tag.
+  void removeChildren(NodeIndex node, BasicStringRef tag);
+
+  /// Removes every child.
+  void removeChildren(NodeIndex node);
+
+  /// Replaces the element's own text by `raw`, which is character data, escaped. White space around the old
+  /// text stays, and so do comments and instructions.
+  void setText(NodeIndex node, BasicStringRef raw);
 
   /// @}
 
@@ -76,25 +111,78 @@ class Tree {
     BasicStringRef before;  ///< the raw text between the child in front and this one
   };
 
-  /// What stands between the tags of an element whose children or text were edited.
+  /// The white space that an element held around its children before they were all removed.
+  struct Spacing {
+    BasicStringRef before;  ///< in front of a child
+    BasicStringRef tail;
+  };
+
+  /// What stands between the tags of an element that was added, or whose children or text were edited.
   struct Content {
     GapVector<Child> children;
     BasicStringRef tail;  ///< the raw text behind the last child
+    BasicStringRef lead;  ///< an added element: the white space in front of it
+    std::optional<Spacing> emptied;
   };
 
-  const Content& contentOf(NodeIndex node) const { return *contents_.at(node); }
+  struct Frame;
+
+  bool isAdded(const Node& node) const noexcept { return node.contentBegin == 0; }
+  const Content& contentOf(NodeIndex node) const { return *contents_.find(node)->second; }
   BasicStringRef sourceText(std::size_t begin, std::size_t end) const {
     return parsed_.source.view().substr(begin, end - begin);
   }
+  /// Whether a parsed element is written <a/>.
+  bool isEmptyTag(const Node& node) const { return parsed_.source.view()[node.contentBegin - 2] == '/'; }
   /// Behind the end tag of a parsed element.
   std::size_t endOf(const Node& node) const;
   /// The raw text between the tags that is no child's, piece by piece.
-  template <class Visitor>
-  void visitGaps(NodeIndex node, const Visitor& visit) const;
+  std::vector<BasicStringRef> gapsOf(NodeIndex node) const;
+
+  /// @name Editing
+  /// @{
+  Content& contentForEdit(NodeIndex node);
+  void noteParents();
+  void markChanged(NodeIndex node);
+  NodeIndex addNode(NodeIndex parent, BasicStringRef tag, BasicStringRef lead);
+  /// Takes a child out; the gap behind it takes over what the gap in front keeps.
+  void takeOut(Content& content, std::size_t place);
+  template <class Predicate>
+  void takeOutAll(NodeIndex node, const Predicate& isWanted);
+  /// Notes that children were removed from a content; one without any is tidied.
+  void noteRemoval(Content& content, BasicStringRef lastBefore);
+  /// Stores added text for as long as the tree lives.
+  BasicStringRef keep(std::string text);
+  BasicStringRef keepJoined(BasicStringRef first, BasicStringRef second);
+  /// The same for the gap of a removed child, which nobody else refers to and which may be written over.
+  BasicStringRef joinedOnto(BasicStringRef kept, BasicStringRef next);
+  /// @}
+  /// @name Layout
+  /// @{
+
+  /// The white space directly in front of an element.
+  BasicStringRef leadOf(NodeIndex node) const;
+  /// The white space to put in front of a new last child.
+  std::string leadForChild(NodeIndex node, const Content& content) const;
+  std::string leadForFirstChild(NodeIndex node) const;
+  /// How children stand in the elements beside `node`, for one that has none to go by.
+  std::optional<std::string> leadByNeighbours(NodeIndex node) const;
+  std::optional<std::string> leadLikeIn(NodeIndex neighbour, BasicStringRef ownLine) const;
+  /// @}
+  /// @name Writing
+  /// @{
+  void writeStart(NodeIndex node, std::vector<Frame>& frames, std::string& out) const;
+  bool writeNextChild(std::vector<Frame>& frames, std::string& out) const;
+  void writeEnd(const Frame& frame, std::string& out) const;
+  void writeOpeningTag(const Node& node, std::string& out) const;
+  /// @}
 
   Parsed parsed_;
   NodeIndex root_;
   std::unordered_map<NodeIndex, std::unique_ptr<Content>> contents_;
+  std::vector<NodeIndex> parents_;  ///< by node; filled by the first edit
+  std::deque<std::string> texts_;
+  std::uint64_t revision_ = 0;
 };
 
 }  // namespace Tal::Xml

@@ -1,0 +1,198 @@
+#include <core/format.h>
+#include <resources/atomic_file.h>
+#include <resources/descriptor.h>
+
+#include <sys/stat.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+namespace Tal {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A temporary file is ".NAME.PROCESS-NUMBER.saving"; the process tells a left-over from one in use.
+constexpr BasicStringRef kTemporaryEnding = ".saving";
+constexpr std::size_t kLongestName = 255;
+constexpr mode_t kPermissions = 07777;
+constexpr mode_t kAnyWrite = 0222;
+constexpr mode_t kNewFile = 0666;
+
+BasicStringRef hintFor(int code) {
+  switch (code) {
+    case ENOSPC:
+    case EDQUOT:
+      return "free some space";
+    case EACCES:
+    case EPERM:
+    case EROFS:
+      return "make the file and its folder writable";
+    case ENOENT:
+    case ENOTDIR:
+      return "make the folder";
+    case EISDIR:
+      return "move the folder of that name away";
+    case EFBIG:
+      return "raise the limit on the size of files";
+    default:
+      return "remove the cause";
+  }
+}
+
+FileFailure failureOf(const char* step, const fs::path& path, int code) {
+  return {std::string(step) + " \"" + escapeControls(path.native()) + "\": " + std::strerror(code),
+          std::string(hintFor(code))};
+}
+
+/// The file that a path means in the end. The path of a link that leads to nothing is left as it is.
+fs::path targetOf(const fs::path& file) {
+  std::error_code error;
+  if (!fs::is_symlink(file, error)) return file;
+  fs::path target = fs::canonical(file, error);
+  return error ? file : target;
+}
+
+fs::path temporaryBeside(const fs::path& file) {
+  static std::atomic<unsigned> s_count{0};
+  const std::string ending =
+      '.' + std::to_string(::getpid()) + '-' + std::to_string(++s_count) + std::string(kTemporaryEnding);
+  const std::string name = file.filename().string().substr(0, kLongestName - ending.size() - 1);
+  return file.parent_path() / ('.' + name + ending);
+}
+
+/// One replacement, step by step; each step gives the failure that ends it.
+class Replacement {
+ public:
+  explicit Replacement(const fs::path& file) : file_(targetOf(file)), temporary_(temporaryBeside(file_)) {}
+  ~Replacement() {
+    if (isTemporaryThere_) ::unlink(temporary_.c_str());
+  }
+  Replacement(const Replacement&) = delete;
+  Replacement& operator=(const Replacement&) = delete;
+
+  std::optional<FileFailure> run(BasicStringRef content) {
+    if (auto failure = examine()) return failure;
+    if (auto failure = open()) return failure;
+    if (auto failure = write(content)) return failure;
+    if (auto failure = flushAndClose()) return failure;
+    if (::rename(temporary_.c_str(), file_.c_str()) != 0) return fail("renaming to", file_);
+    isTemporaryThere_ = false;
+    return flushFolder();
+  }
+
+  /// The new file's identity. Renaming touches the time of change; if anything else of it is not as it was
+  /// left, another program has been there.
+  std::optional<FileIdentity> identity() const {
+    std::optional<FileIdentity> now = identityAt(file_);
+    if (!now || !written_) return std::nullopt;
+    FileIdentity expected = *written_;
+    expected.changed = now->changed;
+    return *now == expected ? now : std::nullopt;
+  }
+
+ private:
+  static std::optional<FileFailure> fail(const char* step, const fs::path& path) {
+    return failureOf(step, path, errno);
+  }
+
+  std::optional<FileFailure> examine() {
+    if (::stat(file_.c_str(), &old_) != 0) {
+      if (errno != ENOENT) return fail("examining", file_);
+      return std::nullopt;
+    }
+    isOldThere_ = true;
+    if (S_ISDIR(old_.st_mode)) return failureOf("replacing", file_, EISDIR);
+    // Replacing needs no permission on the file itself; but who protects a file means its content.
+    const bool isProtected = (old_.st_mode & kAnyWrite) == 0;
+    if (isProtected || ::access(file_.c_str(), W_OK) != 0)
+      return failureOf("replacing the protected file", file_, isProtected ? EACCES : errno);
+    return std::nullopt;
+  }
+
+  std::optional<FileFailure> open() {
+    const fs::path folder = file_.has_parent_path() ? file_.parent_path() : fs::path(".");
+    folder_ = Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder_) return fail("opening the folder", folder);
+    const mode_t mode = isOldThere_ ? old_.st_mode & kPermissions : kNewFile;
+    descriptor_ =
+        Descriptor(::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
+    if (!descriptor_) return fail("making", temporary_);
+    isTemporaryThere_ = true;
+    if (!isOldThere_) return std::nullopt;
+    struct stat made {};
+    if (::fstat(descriptor_.get(), &made) != 0) return fail("examining", temporary_);
+    // Another owner can be set by few; the group or nothing at all is the best that others can do.
+    const bool isOwnerOther = made.st_uid != old_.st_uid || made.st_gid != old_.st_gid;
+    if (isOwnerOther && ::fchown(descriptor_.get(), old_.st_uid, old_.st_gid) != 0 &&
+        ::fchown(descriptor_.get(), made.st_uid, old_.st_gid) != 0 && errno != EPERM)
+      return fail("setting the owner of", temporary_);
+    if (::fchmod(descriptor_.get(), mode) != 0) return fail("setting the permissions of", temporary_);
+    return std::nullopt;
+  }
+
+  std::optional<FileFailure> write(BasicStringRef content) {
+    while (!content.empty()) {
+      const ssize_t count = ::write(descriptor_.get(), content.data(), content.size());
+      if (count < 0 && errno == EINTR) continue;
+      if (count == 0) return failureOf("writing", temporary_, ENOSPC);
+      if (count < 0) return fail("writing", temporary_);
+      content.remove_prefix(static_cast<std::size_t>(count));
+    }
+    return std::nullopt;
+  }
+
+  static int flush(int descriptor) {
+    int result = 0;
+    do result = ::fsync(descriptor);
+    while (result != 0 && errno == EINTR);
+    return result;
+  }
+
+  std::optional<FileFailure> flushAndClose() {
+    if (flush(descriptor_.get()) != 0) return fail("flushing", temporary_);
+    written_ = identityOf(descriptor_.get());
+    // An interrupted close has closed the file, whose content is on the disk already.
+    if (::close(descriptor_.release()) != 0 && errno != EINTR) return fail("closing", temporary_);
+    return std::nullopt;
+  }
+
+  std::optional<FileFailure> flushFolder() {
+    // A file system without this operation (EINVAL) keeps its own order.
+    if (flush(folder_.get()) == 0 || errno == EINVAL) return std::nullopt;
+    auto failure = fail("flushing the folder of", file_);
+    failure->isReplaced = true;
+    return failure;
+  }
+
+  fs::path file_;
+  fs::path temporary_;
+  struct stat old_ {};
+  bool isOldThere_ = false;
+  bool isTemporaryThere_ = false;
+  Descriptor folder_;
+  Descriptor descriptor_;
+  std::optional<FileIdentity> written_;
+};
+
+}  // namespace
+
+std::optional<FileFailure> replaceFile(const fs::path& file, BasicStringRef content,
+                                       std::optional<FileIdentity>* identity) {
+  Replacement replacement(file);
+  std::optional<FileFailure> failure = replacement.run(content);
+  if (identity != nullptr) *identity = failure ? std::nullopt : replacement.identity();
+  return failure;
+}
+
+bool isTemporaryName(BasicStringRef fileName) {
+  return fileName.starts_with('.') && fileName.ends_with(kTemporaryEnding);
+}
+
+}  // namespace Tal

@@ -1,0 +1,44 @@
+#include <resources/save_group.h>
+#include <resources/save_queue.h>
+
+#include <algorithm>
+
+namespace Tal {
+
+SaveQueue& SaveQueue::instance() {
+  static SaveQueue queue;
+  return queue;
+}
+
+bool SaveQueue::put(const SmartPointer<SectionDocument>& document, BasicStringRef resourceName) {
+  if (depth_ == 0) return false;
+  Save save(document, resourceName);
+  if (resourceName.empty()) document->oweSave();
+  if (std::find(saves_.begin(), saves_.end(), save) == saves_.end()) saves_.push_back(std::move(save));
+  return true;
+}
+
+bool SaveQueue::close(bool isCommitted) {
+  if (--depth_ > 0) return true;
+  const std::vector<Save> saves = std::exchange(saves_, {});
+  bool isWritten = true;
+  for (const auto& [document, resourceName] : saves)
+    if (isCommitted) isWritten = document->write(resourceName) && isWritten;
+  return isWritten;
+}
+
+SaveGroup::SaveGroup() {
+  SaveQueue::instance().open();
+}
+
+SaveGroup::~SaveGroup() {
+  if (isOpen_) SaveQueue::instance().close(false);
+}
+
+bool SaveGroup::commit() {
+  if (!isOpen_) return true;
+  isOpen_ = false;
+  return SaveQueue::instance().close(true);
+}
+
+}  // namespace Tal

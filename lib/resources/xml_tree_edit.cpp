@@ -1,0 +1,228 @@
+#include <resources/xml_layout.h>
+#include <resources/xml_tree.h>
+
+#include <utility>
+
+namespace Tal::Xml {
+namespace {
+
+bool hasLineEnd(BasicStringRef text) {
+  return text.find('\n') != BasicStringRef::npos;
+}
+
+/// What of the gap in front of a removed child stays: comments, instructions and text, but not the white
+/// space that set the child off.
+BasicStringRef keptOf(BasicStringRef gap) {
+  const BasicStringRef rest = gap.substr(0, gap.size() - trailingSpace(gap).size());
+  const bool isMarkup = rest.ends_with("-->") || rest.ends_with("?>");
+  return rest.empty() || isMarkup ? rest : gap;
+}
+
+/// Puts `raw` in the place of the first text in a gap and takes out the other texts.
+class TextReplacement {
+ public:
+  explicit TextReplacement(BasicStringRef raw) : raw_(raw), isPlaced_(raw.empty()) {}
+
+  bool isPlaced() const noexcept { return isPlaced_; }
+
+  std::string in(BasicStringRef gap) {
+    std::string result;
+    for (std::size_t position = 0; position < gap.size();) {
+      const Stretch stretch = stretchAt(gap, position);
+      position += stretch.text.size();
+      if (stretch.isMarkup || trimmed(stretch.text).empty()) {
+        result += stretch.text;
+      } else {
+        append(stretch.text, result);
+      }
+    }
+    return result;
+  }
+
+ private:
+  void append(BasicStringRef old, std::string& result) {
+    const BasicStringRef core = trimmed(old);
+    const BasicStringRef front = old.substr(0, static_cast<std::size_t>(core.data() - old.data()));
+    const BasicStringRef text = isPlaced_ ? BasicStringRef() : raw_;
+    isPlaced_ = true;
+    // White space that the new text brings stands for the old one's.
+    if (text.empty() || !isSpace(text.front())) result += front;
+    result += text;
+    if (text.empty() || !isSpace(text.back())) result += old.substr(front.size() + core.size());
+  }
+
+  BasicStringRef raw_;
+  bool isPlaced_;
+};
+
+}  // namespace
+
+BasicStringRef Tree::keep(std::string text) {
+  if (text.empty()) return {};
+  return texts_.emplace_back(std::move(text));
+}
+
+BasicStringRef Tree::keepJoined(BasicStringRef first, BasicStringRef second) {
+  return first.empty() ? second : keep(std::string(first) + std::string(second));
+}
+
+void Tree::noteParents() {
+  if (!parents_.empty()) return;
+  parents_.assign(parsed_.nodes.size(), kNoNode);
+  for (NodeIndex node = 0; node < parsed_.nodes.size(); ++node)
+    for (NodeIndex i = 0; i < parsed_.nodes[node].childCount; ++i)
+      parents_[parsed_.nodes[node].firstChild + i] = node;
+}
+
+void Tree::markChanged(NodeIndex node) {
+  for (; node != kNoNode && parsed_.nodes[node].isChanged == 0; node = parents_[node])
+    parsed_.nodes[node].isChanged = 1;
+}
+
+Tree::Content& Tree::contentForEdit(NodeIndex node) {
+  ++revision_;
+  noteParents();
+  Node& element = parsed_.nodes[node];
+  std::unique_ptr<Content>& content = contents_[node];
+  if (content) return *content;
+  content = std::make_unique<Content>();
+  const std::vector<BasicStringRef> gaps = gapsOf(node);
+  std::vector<Child> children;
+  children.reserve(element.childCount);
+  for (NodeIndex i = 0; i < element.childCount; ++i) children.push_back({element.firstChild + i, gaps[i]});
+  content->tail = gaps.back();
+  content->children = GapVector<Child>(std::move(children));
+  element.hasContent = 1;
+  markChanged(node);
+  return *content;
+}
+
+NodeIndex Tree::addNode(NodeIndex parent, BasicStringRef tag, BasicStringRef lead) {
+  const auto index = static_cast<NodeIndex>(parsed_.nodes.size());
+  TagId id = parsed_.tags.find(tag);
+  if (id == kNoTag) id = parsed_.tags.intern(keep(std::string(tag)));
+  Node node;
+  node.tag = id & kNoTag;
+  node.hasContent = 1;
+  node.isChanged = 1;
+  parsed_.nodes.push_back(node);
+  parents_.push_back(parent);
+  contents_[index] = std::make_unique<Content>();
+  contents_[index]->lead = lead;
+  return index;
+}
+
+NodeIndex Tree::appendChild(NodeIndex node, BasicStringRef tag) {
+  Content& content = contentForEdit(node);
+  std::string lead = leadForChild(node, content);
+  const BasicStringRef run = trailingSpace(content.tail);
+  const BasicStringRef rest = content.tail.substr(0, content.tail.size() - run.size());
+  BasicStringRef tail = run;
+  if (content.children.empty() && content.emptied && content.tail.empty()) {
+    tail = content.emptied->tail;
+  } else if (content.children.empty() && hasLineEnd(lead) && !hasLineEnd(run)) {
+    const BasicStringRef own = lineOf(leadOf(node));
+    tail = keep(std::string(lineEndOf(lead)) + std::string(indentOf(own)));
+  }
+  const bool isLikeLast = !content.children.empty() && content.children.back().before == lead;
+  const BasicStringRef before = isLikeLast ? content.children.back().before : keep(std::move(lead));
+  const NodeIndex child = addNode(node, tag, before);
+  content.children.pushBack({child, keepJoined(rest, before)});
+  content.tail = tail;
+  return child;
+}
+
+BasicStringRef Tree::joinedOnto(BasicStringRef kept, BasicStringRef next) {
+  // Removing one commented child after the other adds to the same text again and again. A text that is more
+  // than white space belongs to one gap alone.
+  const BasicStringRef latest = texts_.empty() ? BasicStringRef() : BasicStringRef(texts_.back());
+  if (!kept.empty() && kept.data() == latest.data()) {
+    texts_.back().resize(kept.size());
+    texts_.back() += next;
+  } else if (!trimmed(next).empty() && next.data() == latest.data() && next.size() == latest.size()) {
+    texts_.back().insert(0, kept);
+  } else {
+    return keepJoined(kept, next);
+  }
+  return texts_.back();
+}
+
+void Tree::takeOut(Content& content, std::size_t place) {
+  const Child removed = content.children[place];
+  const bool isLast = place + 1 == content.children.size();
+  BasicStringRef& next = isLast ? content.tail : content.children[place + 1].before;
+  const BasicStringRef kept = keptOf(removed.before);
+  if (kept.empty() && !isLast && hasLineEnd(removed.before) && trimmed(next).empty() && !hasLineEnd(next)) {
+    next = removed.before;  // the next child stood on the removed one's line, and keeps it
+  } else {
+    next = joinedOnto(kept, next);
+  }
+  parents_[removed.node] = kNoNode;
+  content.children.erase(place);
+}
+
+void Tree::noteRemoval(Content& content, BasicStringRef lastBefore) {
+  if (!content.children.empty() || !trimmed(content.tail).empty()) return;
+  content.emptied = Spacing{trailingSpace(lastBefore), content.tail};
+  content.tail = {};
+}
+
+bool Tree::removeChild(NodeIndex node, NodeIndex child, std::size_t place) {
+  if (place >= childCount(node) || this->child(node, static_cast<std::uint32_t>(place)) != child) {
+    const std::uint32_t count = childCount(node);
+    for (place = 0; place < count; ++place)
+      if (this->child(node, static_cast<std::uint32_t>(place)) == child) break;
+    if (place == count) return false;
+  }
+  Content& content = contentForEdit(node);
+  const BasicStringRef before = content.children[place].before;
+  takeOut(content, place);
+  noteRemoval(content, before);
+  return true;
+}
+
+template <class Predicate>
+void Tree::takeOutAll(NodeIndex node, const Predicate& isWanted) {
+  Content* content = nullptr;
+  BasicStringRef lastBefore;
+  for (std::uint32_t place = 0; place < childCount(node);) {
+    if (!isWanted(child(node, place))) {
+      ++place;
+      continue;
+    }
+    if (content == nullptr) content = &contentForEdit(node);
+    lastBefore = content->children[place].before;
+    takeOut(*content, place);
+  }
+  if (content != nullptr) noteRemoval(*content, lastBefore);
+}
+
+void Tree::removeChildren(NodeIndex node, BasicStringRef tag) {
+  const TagId wanted = parsed_.tags.find(tag);
+  takeOutAll(node, [&](NodeIndex child) { return parsed_.nodes[child].tag == wanted; });
+}
+
+void Tree::removeChildren(NodeIndex node) {
+  takeOutAll(node, [](NodeIndex) { return true; });
+}
+
+void Tree::setText(NodeIndex node, BasicStringRef raw) {
+  Content& content = contentForEdit(node);
+  TextReplacement replacement(raw);
+  const auto rewrite = [&](BasicStringRef& gap) {
+    std::string text = replacement.in(gap);
+    if (text != gap) gap = keep(std::move(text));
+  };
+  for (std::size_t i = 0; i < content.children.size(); ++i) rewrite(content.children[i].before);
+  rewrite(content.tail);
+  const bool isLeaf = content.children.empty();
+  if (!replacement.isPlaced()) {
+    BasicStringRef& first = isLeaf ? content.tail : content.children[0].before;
+    const bool isBlankLeaf = isLeaf && trimmed(first).empty();
+    first = isBlankLeaf ? keep(std::string(raw)) : keep(std::string(raw) + std::string(first));
+  } else if (isLeaf && raw.empty() && trimmed(content.tail).empty()) {
+    content.tail = {};
+  }
+}
+
+}  // namespace Tal::Xml
