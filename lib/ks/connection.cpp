@@ -11,10 +11,9 @@ Connection::Connection(Tal::SmartPointer<signal_details::SlotHolderBase> slot) n
 Connection::Connection(Connection&& other) noexcept = default;
 
 Connection& Connection::operator=(Connection&& other) noexcept {
-  if (this != &other) {
-    disconnect();
-    slot_ = std::move(other.slot_);
-  }
+  // The new slot is taken first: destroying the old callback may reach this handle again, or destroy the
+  // other.
+  Connection replaced(std::exchange(slot_, std::exchange(other.slot_, nullptr)));
   return *this;
 }
 

@@ -25,7 +25,10 @@ class Signal<void(Args...), OptionalLastValue<void>> {
   Signal() noexcept = default;
   Signal(const Signal&) = delete;
   Signal& operator=(const Signal&) = delete;
-  ~Signal() { release(); }
+  ~Signal() {
+    // A callback that is destroyed here may connect once more.
+    while (impl_.load(std::memory_order_acquire) != nullptr) release();
+  }
 
   /// Adds a callback and returns its owner: releasing that disconnects. Slots run in ascending group order,
   /// in connection order within a group. A callback connected while the signal is being raised is first
@@ -45,7 +48,7 @@ class Signal<void(Args...), OptionalLastValue<void>> {
     if (held) held->emit(args...);
   }
 
-  /// Disconnects everything and forgets the state; the signal is then as new.
+  /// Disconnects everything, then destroys the callbacks, and forgets the state; the signal is then as new.
   void release() noexcept {
     Impl* const released = impl_.exchange(nullptr, std::memory_order_acq_rel);
     if (released == nullptr) return;

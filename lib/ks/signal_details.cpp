@@ -1,5 +1,7 @@
 #include <ks/signal_details.h>
 
+#include <utility>
+
 namespace ks::signal_details {
 
 SlotHolderBase::SlotHolderBase() = default;
@@ -32,29 +34,34 @@ void SignalImplBase::insert(const Tal::SmartPointer<SlotHolderBase>& slot, int g
 }
 
 void SignalImplBase::disconnectAll() {
-  while (true) {
-    SlotHolderBase* slot = nullptr;
-    {
-      const std::lock_guard lock(mutex_);
-      for (slot = first_; slot != nullptr && slot->isDisconnected();) slot = slot->next_;
-      if (slot == nullptr) return;
-      slot->incRef();
+  SlotHolderBase* unused = nullptr;  // a chain through next_, which unlinked slots no longer need
+  {
+    const std::lock_guard lock(mutex_);
+    for (SlotHolderBase* slot = last_; slot != nullptr;) {
+      SlotHolderBase* const previous = slot->previous_;
+      if (!slot->isDisconnected() && markDisconnected(*slot)) {
+        slot->next_ = std::exchange(unused, slot);
+      }
+      slot = previous;
     }
-    disconnect(*slot);
-    slot->decRef();
   }
+  while (unused != nullptr) dispose(*std::exchange(unused, unused->next_));
 }
 
 void SignalImplBase::disconnect(SlotHolderBase& slot) {
   {
     const std::lock_guard lock(mutex_);
-    if (slot.isDisconnected()) return;
-    slot.useCount_ |= SlotHolderBase::kDisconnected;
-    --connectedCount_;
-    if (slot.isInUse()) return;  // its last user disposes of it
-    unlink(slot);
+    if (slot.isDisconnected() || !markDisconnected(slot)) return;
   }
   dispose(slot);
+}
+
+bool SignalImplBase::markDisconnected(SlotHolderBase& slot) noexcept {
+  slot.useCount_ |= SlotHolderBase::kDisconnected;
+  --connectedCount_;
+  if (slot.isInUse()) return false;  // its last user disposes of it
+  unlink(slot);
+  return true;
 }
 
 bool SignalImplBase::isConnected(const SlotHolderBase& slot) const {
@@ -99,15 +106,20 @@ SignalImplBase::Emission::~Emission() {
 }
 
 void SignalImplBase::Emission::next() {
-  SlotHolderBase* const left = current_;
-  bool isUnlinked = false;
-  {
+  while (SlotHolderBase* const left = step()) {
+    dispose(*left);
+    // The callback that was destroyed may have disconnected the slot whose turn it is.
     const std::lock_guard lock(signal_.mutex_);
-    current_ = nextToCall(left->next_);
-    if (current_ != nullptr) ++current_->useCount_;
-    isUnlinked = signal_.release(*left);
+    if (current_ == nullptr || !current_->isDisconnected()) return;
   }
-  if (isUnlinked) dispose(*left);
+}
+
+SlotHolderBase* SignalImplBase::Emission::step() {
+  SlotHolderBase* const left = current_;
+  const std::lock_guard lock(signal_.mutex_);
+  current_ = nextToCall(left->next_);
+  if (current_ != nullptr) ++current_->useCount_;
+  return signal_.release(*left) ? left : nullptr;
 }
 
 SlotHolderBase* SignalImplBase::Emission::nextToCall(SlotHolderBase* from) const noexcept {

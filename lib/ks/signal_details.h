@@ -65,7 +65,7 @@ class SignalImplBase : public Tal::SafeReferenceCount {
   /// connection.
   void insert(const Tal::SmartPointer<SlotHolderBase>& slot, int group);
 
-  /// Disconnects every slot; called when the signal is released.
+  /// Disconnects every slot before any callback is destroyed; called when the signal is released.
   void disconnectAll();
 
  protected:
@@ -89,6 +89,8 @@ class SignalImplBase : public Tal::SafeReferenceCount {
 
    private:
     SlotHolderBase* nextToCall(SlotHolderBase* from) const noexcept;
+    /// Steps to the next slot. The slot that was left is returned when it is to be disposed of, else null.
+    SlotHolderBase* step();
 
     SignalImplBase& signal_;
     std::uint64_t number_ = 0;
@@ -100,6 +102,9 @@ class SignalImplBase : public Tal::SafeReferenceCount {
 
   void disconnect(SlotHolderBase& slot);
   bool isConnected(const SlotHolderBase& slot) const;
+  /// Marks a connected slot as disconnected, mutex held; true when no emission uses it: it is then unlinked,
+  /// and the caller has to dispose of it after the mutex is released.
+  bool markDisconnected(SlotHolderBase& slot) noexcept;
   /// Drops one use of a slot, mutex held; true when the caller has to dispose of it after the mutex is
   /// released.
   bool release(SlotHolderBase& slot) noexcept;
