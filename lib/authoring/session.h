@@ -102,6 +102,9 @@ class Session {
   /// Sets fields of one module of a structure. Refused for a module that a save would drop.
   Outcome setModule(const std::string& module, const std::vector<Assignment>& assignments);
 
+  /// Refused when the model is no structure, which alone has named states.
+  Outcome checkStates() const;
+
   /// The named states of a structure. Materials are added in the given order behind those that are there.
   Outcome addState(const std::string& state);
   Outcome removeState(const std::string& state);

@@ -77,6 +77,10 @@ std::string Session::refusalOfState(const std::string& state) {
          nameSuggestion(state, keysOf(states));
 }
 
+Outcome Session::checkStates() const {
+  return refused(refusalOfStates());
+}
+
 Outcome Session::addState(const std::string& state) {
   if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
   return model_->edit([&]() -> Outcome {

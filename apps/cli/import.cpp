@@ -1,0 +1,156 @@
+#include <cli/commands.h>
+#include <cli/table.h>
+#include <cli/tool.h>
+#include <core/nearest_name.h>
+#include <model/gltf_import.h>
+#include <resources/file_system.h>
+#include <resources/xml_text.h>
+
+#include <charconv>
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace Tal::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uintmax_t kLongWork = 16U << 20U;  // bytes of a file whose import a person notices
+
+struct ImportOptions {
+  std::string gltf;
+  std::string model;
+  std::vector<std::string> kinds;
+  std::vector<std::string> materials;
+  std::vector<std::string> hardPoints;
+  GltfImportOptions gltfOptions;
+};
+
+using NamePair = std::pair<std::string, std::string>;
+
+// Numbers hold no sign of equality and names may: a kind's is the last one.
+NamePair splitAt(const std::string& option, const std::string& form, const std::string& text,
+                 std::size_t sign) {
+  if (sign == std::string::npos || sign == 0 || sign + 1 == text.size())
+    throw CLI::ValidationError(option, quotedName(text) + " is not of the form " + form);
+  return {text.substr(0, sign), text.substr(sign + 1)};
+}
+
+std::vector<NamePair> namePairs(const std::string& option, const std::string& form,
+                                const std::vector<std::string>& texts) {
+  std::vector<NamePair> pairs;
+  for (const std::string& text : texts) pairs.push_back(splitAt(option, form, text, text.find('=')));
+  return pairs;
+}
+
+std::vector<std::pair<std::string, std::uint32_t>> kindPairs(const std::vector<std::string>& texts) {
+  std::vector<std::pair<std::string, std::uint32_t>> pairs;
+  for (const std::string& text : texts) {
+    const auto [material, digits] = splitAt("--kind", "MATERIAL=NUMBER", text, text.rfind('='));
+    std::uint32_t kind = 0;
+    const char* const end = digits.data() + digits.size();
+    const auto parsed = std::from_chars(digits.data(), end, kind);
+    if (parsed.ec != std::errc() || parsed.ptr != end) {
+      throw CLI::ValidationError(
+          "--kind",
+          quotedName(text) + " is not of the form MATERIAL=NUMBER with a number from 0 to 4294967295");
+    }
+    pairs.emplace_back(material, kind);
+  }
+  return pairs;
+}
+
+// The name is going to be a key of the database.
+void checkModelName(const std::string& model) {
+  if (Xml::isStorable(model) && Xml::trimmed(model) == model) return;
+  throw Refusal(
+      "the model name " + quotedName(model) +
+      " cannot stand in the database, which holds UTF-8 without control characters and without white "
+      "space around it; choose another name");
+}
+
+void sayLongWork(const std::string& gltf) {
+  std::error_code error;
+  const std::uintmax_t size = fs::file_size(gltf, error);
+  if (!error && size >= kLongWork)
+    Tool::say("importing " + quotedName(gltf) + " (" + std::to_string(size >> 20U) + " MB)");
+}
+
+std::string kindText(const ImportedMaterial& material) {
+  const std::string kind = "kind " + std::to_string(material.kind);
+  switch (material.kindSource) {
+    case ImportedMaterial::KindSource::option:
+      return kind + " (as told)";
+    case ImportedMaterial::KindSource::file:
+      return kind + " (by the file)";
+    case ImportedMaterial::KindSource::name:
+      break;
+  }
+  return kind + " (by its name)";
+}
+
+std::string reportOf(const ImportedModel& imported) {
+  const std::string names[] = {imported.modelName, imported.visualName, imported.geometryName};
+  std::string text;
+  for (const std::string& name : names) text += "made " + shown(name) + "\n";
+  Table table(2);
+  for (const ImportedMaterial& material : imported.materials)
+    table.add({"material", shown(material.name), kindText(material)});
+  for (const std::string& name : imported.bspMaterials) table.add({"BSP material", shown(name)});
+  for (const std::string& name : imported.hardPoints) table.add({"hard point", shown(name)});
+  return text + table.text();
+}
+
+void import(ImportOptions& options, Tool& tool) {
+  GltfImportOptions& gltfOptions = options.gltfOptions;
+  gltfOptions.materialKinds = kindPairs(options.kinds);
+  gltfOptions.renamedMaterials = namePairs("--material", "OLD=NEW", options.materials);
+  gltfOptions.hardPoints = namePairs("--hard-point", "NODE=NAME", options.hardPoints);
+  tool.setUpRoots();
+  checkModelName(options.model);
+  sayLongWork(options.gltf);
+  std::string error;
+  const auto imported =
+      importGltf(options.gltf, options.model, FS::fileSystem()->roots().front(), gltfOptions, &error);
+  if (!imported) throw Refusal(error);
+  for (const std::string& warning : imported->warnings) Tool::say(warning);
+  tool.print(reportOf(*imported));
+}
+
+void addRepeatable(CLI::App& command, const std::string& name, std::vector<std::string>& values,
+                   const std::string& type, const std::string& text) {
+  command.add_option(name, values, text)->type_name(type)->allow_extra_args(false);
+}
+
+}  // namespace
+
+void addImport(CLI::App& program, Tool& tool) {
+  auto options = std::make_shared<ImportOptions>();
+  CLI::App* const command =
+      program.add_subcommand("import", "Make a model, its visual and its geometry out of a glTF 2.0 file");
+  command->add_option("GLTF", options->gltf, "The file (.glb, or .gltf with its buffers)")->required();
+  command
+      ->add_option("MODEL", options->model,
+                   "The resource name of the new model, \"NAME.model\", in the first resource root")
+      ->required();
+  addRepeatable(*command, "--kind", options->kinds, "MATERIAL=NUMBER", "Give a material a kind");
+  addRepeatable(*command, "--material", options->materials, "OLD=NEW", "Rename a material");
+  addRepeatable(*command, "--hard-point", options->hardPoints, "NODE=NAME",
+                "Make a node a hard point (HP_...)");
+  addRepeatable(*command, "--bsp", options->gltfOptions.bspMaterials, "MATERIAL",
+                "A collision material; without any, those of the collision nodes, else all");
+  command->add_flag("--force", options->gltfOptions.overwrite, "Replace files that exist");
+  command->footer(
+      "Example:\n"
+      "  destructibles import barrel.gltf content/props/barrel.model "
+      "--material Material.001=n_wood --kind n_wood=73");
+  command->callback([options, &tool] { import(*options, tool); });
+}
+
+}  // namespace Tal::cli

@@ -1,0 +1,77 @@
+#include <cli/commands.h>
+#include <cli/tool.h>
+#include <core/format.h>
+#include <core/nearest_name.h>
+#include <resources/data_section.h>
+#include <resources/file_system.h>
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace Tal::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A file to make: its name below the root, and its empty sections.
+struct NewFile {
+  std::string name;
+  std::vector<std::string> sections;
+};
+
+const std::vector<NewFile>& newFiles() {
+  static const std::vector<NewFile> files = {
+      {"scripts/destructibles.xml", {"trees", "fragiles", "fallingAtoms", "structures"}},
+      {"scripts/destructibles_effects.xml", {"fragiles", "fallingAtoms", "structures"}}};
+  return files;
+}
+
+std::string failure(const fs::path& path, const std::error_code& error) {
+  return quotedName(path.native()) + " cannot be made: " + error.message();
+}
+
+void refuseExisting(const fs::path& root) {
+  for (const NewFile& file : newFiles()) {
+    std::error_code error;
+    if (fs::exists(fs::symlink_status(root / file.name, error)))
+      throw Refusal(quotedName((root / file.name).native()) +
+                    " exists already and is not overwritten; remove it or choose another folder");
+  }
+}
+
+void make(const NewFile& file) {
+  const SmartPointer<DataSection> document = FS::Utils::openSection(file.name, true, nullptr);
+  if (!document) throw Refusal(file.name + " cannot be made, see the message before this one");
+  for (const std::string& section : file.sections) document->appendChild(section);
+  if (!document->save()) throw Refusal(file.name + " cannot be written, see the message before this one");
+}
+
+void init(const std::string& folder, Tool& tool) {
+  const fs::path root(folder);
+  refuseExisting(root);
+  std::error_code error;
+  fs::create_directories(root / "scripts", error);
+  if (error) throw Refusal(failure(root / "scripts", error));
+  FS::setFileSystem(std::make_unique<FS::MultiFileSystem>(std::vector<fs::path>{root}));
+  for (const NewFile& file : newFiles()) {
+    make(file);
+    tool.print("made " + shown((root / file.name).native()) + "\n");
+  }
+}
+
+}  // namespace
+
+void addInit(CLI::App& program, Tool& tool) {
+  auto folder = std::make_shared<std::string>();
+  CLI::App* const command =
+      program.add_subcommand("init", "Make an empty database and effects file in DIR/scripts");
+  command->add_option("DIR", *folder, "The resource root; it is made when it does not exist")->required();
+  command->footer("Example:\n  destructibles init game");
+  command->callback([folder, &tool] { init(*folder, tool); });
+}
+
+}  // namespace Tal::cli

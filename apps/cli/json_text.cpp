@@ -1,0 +1,38 @@
+#include <cli/json_text.h>
+
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <variant>
+
+namespace Tal::cli {
+
+Json toJson(float value) {
+  if (!std::isfinite(value)) return nullptr;
+  const std::string digits = authoring::textOf(authoring::FieldValue(value));
+  double number = 0.0;
+  std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  return number;
+}
+
+Json toJson(const std::vector<authoring::NamedField>& fields) {
+  Json record = Json::object();
+  for (const authoring::NamedField& field : fields) {
+    const std::string key(field.key);
+    if (const auto* number = std::get_if<std::int32_t>(&field.value)) {
+      record[key] = *number;
+    } else if (const auto* scale = std::get_if<float>(&field.value)) {
+      record[key] = toJson(*scale);
+    } else {
+      record[key] = std::get<std::string>(field.value);
+    }
+  }
+  return record;
+}
+
+std::string jsonText(const Json& document) {
+  constexpr int kIndent = 2;
+  return document.dump(kIndent, ' ', /*ensure_ascii=*/false, Json::error_handler_t::replace) + '\n';
+}
+
+}  // namespace Tal::cli

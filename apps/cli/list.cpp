@@ -1,0 +1,81 @@
+#include <authoring/catalogue.h>
+#include <authoring/category.h>
+#include <cli/commands.h>
+#include <cli/json_text.h>
+#include <cli/table.h>
+#include <cli/tool.h>
+#include <core/nearest_name.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tal::cli {
+namespace {
+
+using authoring::CatalogueEntry;
+
+struct ListOptions {
+  std::string category;
+  bool isJson = false;
+};
+
+std::vector<CatalogueEntry> catalogue(const std::string& category) {
+  const std::optional<KsDestructibleType> wanted = authoring::categoryFromName(category);
+  if (!category.empty() && (!wanted || wanted == DT_NON_DESTRUCTIBLE)) {
+    std::vector<std::string> names = authoring::categoryNames();
+    names.pop_back();  // the models without a category are not in the database
+    throw Refusal("there is no category " + quotedName(category) + nameSuggestion(category, names));
+  }
+  std::optional<std::vector<CatalogueEntry>> entries = authoring::readCatalogue();
+  if (!entries) {
+    throw Refusal(
+        "scripts/destructibles.xml is missing below the resource roots or cannot be read; mend it, or make "
+        "an "
+        "empty one with \"destructibles init DIR\"");
+  }
+  if (wanted) std::erase_if(*entries, [&](const CatalogueEntry& entry) { return entry.category != *wanted; });
+  return *entries;
+}
+
+Json asJson(const std::vector<CatalogueEntry>& entries) {
+  Json list = Json::array();
+  for (const CatalogueEntry& entry : entries) {
+    list.push_back({{"model", entry.model},
+                    {"category", authoring::categoryName(entry.category)},
+                    {"modelFile", entry.hasModelFile}});
+  }
+  return list;
+}
+
+std::string asTable(const std::vector<CatalogueEntry>& entries) {
+  Table table(0);
+  for (const CatalogueEntry& entry : entries) {
+    table.add({std::string(authoring::categoryName(entry.category)), shown(entry.model),
+               entry.hasModelFile ? "" : "(no model file)"});
+  }
+  return table.text();
+}
+
+void list(const ListOptions& options, Tool& tool) {
+  tool.setUpRoots();
+  const std::vector<CatalogueEntry> entries = catalogue(options.category);
+  tool.print(options.isJson ? jsonText(asJson(entries)) : asTable(entries));
+}
+
+}  // namespace
+
+void addList(CLI::App& program, Tool& tool) {
+  auto options = std::make_shared<ListOptions>();
+  CLI::App* const command = program.add_subcommand("list", "List the models of the database");
+  command->add_option("--category", options->category, "Only the models of one category")
+      ->type_name("structure|fragile|falling-atom");
+  command->add_flag("--json", options->isJson,
+                    "Print an array of objects with model, category and modelFile");
+  command->footer("Example:\n  destructibles list --category fragile");
+  command->callback([options, &tool] { list(*options, tool); });
+}
+
+}  // namespace Tal::cli

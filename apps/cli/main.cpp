@@ -1,0 +1,99 @@
+#include <cli/commands.h>
+#include <cli/tool.h>
+#include <resources/file_system.h>
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <exception>
+#include <sstream>
+#include <string>
+
+namespace {
+
+constexpr int kDone = 0;
+constexpr int kRefused = 1;
+constexpr int kWrongUsage = 2;
+
+void describe(CLI::App& program, Tal::cli::Tool& tool) {
+  program.name("destructibles");
+  program.description("Makes game models destructible and tunes how they break.");
+  program.set_version_flag("--version", "destructibles " DESTRUCTIBLES_VERSION);
+  program.set_help_flag("-h,--help", "Print this help and exit");
+  program
+      .add_option("--root", tool.givenRoots(),
+                  "A resource root; may be given several times. Without it the path list DESTRUCTIBLES_ROOT, "
+                  "else the nearest folder upwards that holds scripts/destructibles.xml")
+      ->type_name("DIR")
+      ->allow_extra_args(false);
+  program.require_subcommand(1);
+  program.footer(
+      "Examples:\n"
+      "  destructibles init game\n"
+      "  destructibles --root game list\n"
+      "\"destructibles COMMAND --help\" explains a command.\n"
+      "Exit status: 0 done, 1 refused or failed, 2 wrong usage.");
+  Tal::cli::addInit(program, tool);
+  Tal::cli::addImport(program, tool);
+  Tal::cli::addList(program, tool);
+  Tal::cli::addShow(program, tool);
+  Tal::cli::addConvert(program, tool);
+  Tal::cli::addSet(program, tool);
+  Tal::cli::addState(program, tool);
+  Tal::cli::addHealth(program, tool);
+  Tal::cli::addWatch(program, tool);
+}
+
+// The command that was meant, as its help is asked for.
+std::string helpCall(const CLI::App& program) {
+  const auto commands = program.get_subcommands();
+  const std::string command = commands.empty() ? "" : commands.front()->get_name() + " ";
+  return "\"destructibles " + command + "--help\"";
+}
+
+int reportParsing(const CLI::App& program, const CLI::ParseError& error, Tal::cli::Tool& tool) {
+  if (error.get_exit_code() == kDone) {  // help or the version was asked for
+    std::ostringstream results;
+    std::ostringstream messages;
+    program.exit(error, results, messages);
+    tool.print(results.str());
+    return kDone;
+  }
+  tool.say(std::string(error.what()) + "; see " + helpCall(program));
+  return kWrongUsage;
+}
+
+int run(int argc, char** argv, Tal::cli::Tool& tool) {
+  CLI::App program;
+  describe(program, tool);
+  if (argc <= 1) {
+    std::fputs(program.help().c_str(), stderr);
+    return kWrongUsage;
+  }
+  try {
+    program.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return reportParsing(program, error, tool);
+  } catch (const Tal::cli::Refusal& refusal) {
+    tool.say(refusal.what());
+    return kRefused;
+  }
+  return kDone;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A reader that goes away is noticed by the write that fails.
+  std::signal(SIGPIPE, SIG_IGN);
+  Tal::cli::sendMessagesToStandardError();
+  Tal::cli::Tool tool;
+  int status = kRefused;
+  try {
+    status = run(argc, argv, tool);
+    Tal::FS::setFileSystem(nullptr);
+  } catch (const std::exception& error) {
+    tool.say(std::string("an unexpected error ended the command: ") + error.what());
+  }
+  if (!tool.flush() && status == kDone) status = kRefused;
+  return status;
+}

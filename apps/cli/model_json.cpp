@@ -1,0 +1,73 @@
+#include <authoring/category.h>
+#include <cli/json_text.h>
+#include <cli/model_report.h>
+
+namespace Tal::cli {
+namespace {
+
+using authoring::Description;
+using authoring::Session;
+
+void addRecords(const Description& description, Json& json) {
+  if (description.fragile) {
+    json["achievementTag"] = description.fragile->achievementTag;
+    json["fragile"] = toJson(authoring::fieldsOf(*description.fragile));
+  } else if (description.fallingAtom) {
+    json["achievementTag"] = description.fallingAtom->achievementTag;
+    json["fallingAtom"] = toJson(authoring::fieldsOf(*description.fallingAtom));
+  } else if (description.category == DT_STRUCTURE) {
+    json["achievementTag"] = description.achievementTag;
+    Json modules = Json::object();
+    for (const auto& [name, module] : description.modules)
+      modules[name] = toJson(authoring::fieldsOf(module));
+    json["modules"] = std::move(modules);
+  }
+}
+
+Json statesJson(Session& session) {
+  Json states = Json::object();
+  for (const std::string& state : session.stateNames()) states[state] = session.materialsForState(state);
+  return states;
+}
+
+Json materialsJson(const Session& session) {
+  Json materials = Json::array();
+  for (const authoring::Material& material : session.materials()) {
+    Json json = {{"name", material.name},
+                 {"kind", material.kind},
+                 {"class", authoring::materialClassName(material.materialClass)}};
+    if (material.part) json["part"] = *material.part;
+    json["visible"] = material.isVisible;
+    json["dependencies"] = material.dependencies;
+    materials.push_back(std::move(json));
+  }
+  return materials;
+}
+
+Json warningsJson(const Session& session) {
+  Json warnings = Json::array();
+  for (const authoring::MaterialWarning& warning : session.materialWarnings()) {
+    warnings.push_back({{"warning", authoring::materialWarningName(warning.code)},
+                        {"material", warning.material},
+                        {"text", warning.text}});
+  }
+  return warnings;
+}
+
+}  // namespace
+
+std::string modelJson(Session& session) {
+  Json json = {{"model", session.modelName()},
+               {"category", authoring::categoryName(session.category())},
+               {"missingInDatabase", session.isMissingInDatabase()}};
+  addRecords(session.description(), json);
+  json["states"] = statesJson(session);
+  json["state"] = session.shownState();
+  json["materials"] = materialsJson(session);
+  json["hardPoints"] = session.hardPoints();
+  json["bspMaterials"] = session.bspMaterials();
+  json["warnings"] = warningsJson(session);
+  return jsonText(json);
+}
+
+}  // namespace Tal::cli

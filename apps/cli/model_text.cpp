@@ -1,0 +1,115 @@
+#include <authoring/category.h>
+#include <authoring/record_fields.h>
+#include <cli/model_report.h>
+#include <cli/tool.h>
+
+#include <utility>
+#include <vector>
+
+namespace Tal::cli {
+namespace {
+
+using authoring::Description;
+using authoring::NamedField;
+using authoring::Session;
+
+constexpr int kIndent = 2;
+constexpr char kNothing[] = "-";
+
+std::string orNothing(std::string text) {
+  return text.empty() ? kNothing : std::move(text);
+}
+
+template <class Names>
+std::string joined(const Names& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + shown(name);
+  return orNothing(std::move(text));
+}
+
+std::string section(const std::string& title, const Table& table, const Style& style) {
+  return "\n" + style.heading(title) + "\n" + table.text();
+}
+
+std::string recordText(const std::string& title, const std::vector<NamedField>& fields, const Style& style) {
+  Table table(kIndent);
+  for (const NamedField& field : fields)
+    table.add({std::string(field.key), orNothing(shown(authoring::textOf(field.value)))});
+  return section(title, table, style);
+}
+
+std::string modulesText(const Description::Modules& modules, const Style& style) {
+  Table table(kIndent);
+  std::vector<std::string> head = {"material"};
+  for (const NamedField& field : authoring::fieldsOf(KsDestructibleModuleDesc()))
+    head.emplace_back(field.key);
+  table.add(std::move(head));
+  for (const auto& [name, module] : modules) {
+    std::vector<std::string> row = {shown(name)};
+    for (const NamedField& field : authoring::fieldsOf(module))
+      row.push_back(orNothing(shown(authoring::textOf(field.value))));
+    table.add(std::move(row));
+  }
+  return section("modules", table, style);
+}
+
+std::string statesText(Session& session, const Style& style) {
+  Table table(kIndent);
+  for (const std::string& state : session.stateNames())
+    table.add({shown(state), joined(session.materialsForState(state))});
+  return section("states", table, style);
+}
+
+std::string kindsText(const std::vector<unsigned>& kinds) {
+  std::string text;
+  for (const unsigned kind : kinds) text += (text.empty() ? "" : " ") + std::to_string(kind);
+  return orNothing(std::move(text));
+}
+
+std::string materialsText(const Session& session, const Style& style) {
+  Table table(kIndent);
+  table.add({"name", "kind", "class", "part", "visible", "dependencies"});
+  for (const authoring::Material& material : session.materials()) {
+    table.add({shown(material.name), std::to_string(material.kind),
+               std::string(authoring::materialClassName(material.materialClass)),
+               material.part ? std::to_string(*material.part) : kNothing, material.isVisible ? "yes" : "no",
+               kindsText(material.dependencies)});
+  }
+  return section("materials in the state " + shown(session.shownState()), table, style);
+}
+
+std::string warningsText(const Session& session, const Style& style) {
+  std::string text;
+  for (const authoring::MaterialWarning& warning : session.materialWarnings())
+    text += "  " + style.warning(warning.text) + "\n";
+  return text.empty() ? text : "\n" + style.heading("warnings") + "\n" + text;
+}
+
+std::string overviewText(Session& session, const Description& description) {
+  Table table(kIndent);
+  std::string category(authoring::categoryName(description.category));
+  if (authoring::isVariantName(session.modelName())) category += " (a variant has none of its own)";
+  table.add({"category", category});
+  if (session.isMissingInDatabase()) table.add({"in the database", "no"});
+  if (description.category == DT_STRUCTURE)
+    table.add({"achievementTag", orNothing(shown(description.achievementTag))});
+  table.add({"hard points", joined(session.hardPoints())});
+  table.add({"BSP materials", joined(session.bspMaterials())});
+  return table.text();
+}
+
+}  // namespace
+
+std::string modelText(Session& session, const Style& style) {
+  const Description description = session.description();
+  std::string text = style.heading(shown(session.modelName())) + "\n" + overviewText(session, description);
+  if (description.category == DT_STRUCTURE) text += modulesText(description.modules, style);
+  if (description.fragile) text += recordText("fragile", authoring::fieldsOf(*description.fragile), style);
+  if (description.fallingAtom)
+    text += recordText("falling atom", authoring::fieldsOf(*description.fallingAtom), style);
+  text += statesText(session, style);
+  text += materialsText(session, style);
+  return text + warningsText(session, style);
+}
+
+}  // namespace Tal::cli

@@ -1,0 +1,81 @@
+#include <authoring/session.h>
+#include <cli/commands.h>
+#include <cli/tool.h>
+#include <core/nearest_name.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Tal::cli {
+namespace {
+
+struct SetOptions {
+  std::string model;
+  std::string module;
+  bool hasModule = false;
+  std::vector<std::string> assignments;
+};
+
+std::vector<authoring::Assignment> parseAssignments(const std::vector<std::string>& texts) {
+  std::vector<authoring::Assignment> assignments;
+  for (const std::string& text : texts) {
+    const std::size_t sign = text.find('=');
+    if (sign == std::string::npos || sign == 0)
+      throw CLI::ValidationError("KEY=VALUE", quotedName(text) + " is not of the form KEY=VALUE");
+    assignments.push_back({text.substr(0, sign), text.substr(sign + 1)});
+  }
+  return assignments;
+}
+
+std::string valueText(const std::string& value) {
+  return value.empty() ? "(empty)" : shown(value);
+}
+
+std::string changeText(const SetOptions& options, const authoring::Outcome& outcome) {
+  const std::string subject =
+      shown(options.model) + (options.hasModule ? " module " + shown(options.module) : "") + ": ";
+  if (outcome.changes.empty()) return subject + "nothing changed, the values were so already\n";
+  std::string text;
+  for (const authoring::Change& change : outcome.changes)
+    text += subject + change.key + " " + valueText(change.before) + " -> " + valueText(change.after) + "\n";
+  return text;
+}
+
+void set(const SetOptions& options, Tool& tool) {
+  const std::vector<authoring::Assignment> assignments = parseAssignments(options.assignments);
+  const auto session = tool.openSession(options.model);
+  const authoring::Outcome outcome =
+      options.hasModule ? session->setModule(options.module, assignments) : session->set(assignments);
+  Tool::check(outcome);
+  Tool::save(*session);
+  tool.print(changeText(options, outcome));
+}
+
+}  // namespace
+
+void addSet(CLI::App& program, Tool& tool) {
+  auto options = std::make_shared<SetOptions>();
+  CLI::App* const command =
+      program.add_subcommand("set", "Set values of a model, or of one module, and save");
+  command->add_option("MODEL", options->model, "The model's resource name")->required();
+  CLI::Option* const module =
+      command->add_option("--module", options->module, "The module of a structure, by its material")
+          ->type_name("NAME");
+  command
+      ->add_option("KEY=VALUE", options->assignments,
+                   "A value by its key in the database: health, effectScale, effectHP, ...; for a structure "
+                   "itself achievementTag. An empty value clears the key")
+      ->required();
+  command->footer(
+      "Examples:\n"
+      "  destructibles set content/props/crate.model health=35 effectScale=1.5\n"
+      "  destructibles set content/buildings/house.model --module partN1 effectHP=HP_roof_1");
+  command->callback([options, module, &tool] {
+    options->hasModule = module->count() > 0;
+    set(*options, tool);
+  });
+}
+
+}  // namespace Tal::cli

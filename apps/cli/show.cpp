@@ -1,0 +1,45 @@
+#include <authoring/session.h>
+#include <cli/commands.h>
+#include <cli/model_report.h>
+#include <cli/table.h>
+#include <cli/tool.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+namespace Tal::cli {
+namespace {
+
+struct ShowOptions {
+  std::string model;
+  std::string state;
+  bool hasState = false;
+  bool isJson = false;
+};
+
+void show(const ShowOptions& options, Tool& tool) {
+  const auto session = tool.openSession(options.model);
+  if (options.hasState) Tool::check(session->showState(options.state));
+  tool.print(options.isJson ? modelJson(*session) : modelText(*session, Style::ofStandardOutput()));
+}
+
+}  // namespace
+
+void addShow(CLI::App& program, Tool& tool) {
+  auto options = std::make_shared<ShowOptions>();
+  CLI::App* const command =
+      program.add_subcommand("show", "Show everything that is known of a model's destructibility");
+  command->add_option("MODEL", options->model, "The model's resource name")->required();
+  CLI::Option* const state =
+      command->add_option("--state", options->state, "Show which materials are visible in this state")
+          ->type_name("NAME");
+  command->add_flag("--json", options->isJson, "Print one object, for other programs");
+  command->footer("Example:\n  destructibles show content/buildings/house.model --state destroyed");
+  command->callback([options, state, &tool] {
+    options->hasState = state->count() > 0;
+    show(*options, tool);
+  });
+}
+
+}  // namespace Tal::cli

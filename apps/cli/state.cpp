@@ -1,0 +1,126 @@
+#include <authoring/session.h>
+#include <cli/commands.h>
+#include <cli/table.h>
+#include <cli/tool.h>
+#include <core/nearest_name.h>
+
+#include <algorithm>
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Tal::cli {
+namespace {
+
+using Arguments = std::vector<std::string>;
+
+struct StateOptions {
+  std::string model;
+  std::string action;
+  Arguments arguments;  // the state, then its materials
+};
+
+/// One thing to do with the states of a model.
+struct Action {
+  std::string name;
+  std::string form;  // what follows the name
+  std::size_t leastArguments;
+  std::size_t mostArguments;
+  authoring::Outcome (*edit)(authoring::Session& session, const std::string& state,
+                             const Arguments& materials);
+  std::string (*report)(const std::string& state, const Arguments& materials);
+};
+
+std::string joined(const Arguments& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : " ") + shown(name);
+  return text;
+}
+
+const std::vector<Action>& actions() {
+  constexpr std::size_t kAny = static_cast<std::size_t>(-1);
+  using authoring::Session;
+  static const std::vector<Action> all = {
+      {"list", "", 0, 0, nullptr, nullptr},
+      {"add", "NAME", 1, 1,
+       [](Session& session, const std::string& state, const Arguments&) { return session.addState(state); },
+       [](const std::string& state, const Arguments&) { return "added the state " + shown(state); }},
+      {"remove", "NAME", 1, 1,
+       [](Session& session, const std::string& state, const Arguments&) {
+         return session.removeState(state);
+       },
+       [](const std::string& state, const Arguments&) { return "removed the state " + shown(state); }},
+      {"add-material", "NAME MATERIAL...", 2, kAny,
+       [](Session& session, const std::string& state, const Arguments& materials) {
+         return session.addMaterials(state, materials);
+       },
+       [](const std::string& state, const Arguments& materials) {
+         return "added to the state " + shown(state) + ": " + joined(materials);
+       }},
+      {"remove-material", "NAME MATERIAL...", 2, kAny,
+       [](Session& session, const std::string& state, const Arguments& materials) {
+         return session.removeMaterials(state, materials);
+       },
+       [](const std::string& state, const Arguments& materials) {
+         return "removed from the state " + shown(state) + ": " + joined(materials);
+       }}};
+  return all;
+}
+
+const Action& chosenAction(const StateOptions& options) {
+  std::vector<std::string> names;
+  for (const Action& action : actions()) {
+    names.push_back(action.name);
+    if (action.name != options.action) continue;
+    const std::size_t count = options.arguments.size();
+    if (count >= action.leastArguments && count <= action.mostArguments) return action;
+    throw CLI::ValidationError(
+        "ACTION", "the form is: state MODEL " + action.name + (action.form.empty() ? "" : " " + action.form));
+  }
+  throw CLI::ValidationError(
+      "ACTION", "there is no action " + quotedName(options.action) + nameSuggestion(options.action, names));
+}
+
+std::string listText(authoring::Session& session) {
+  Table table(0);
+  for (const std::string& state : session.stateNames())
+    table.add({shown(state), joined(session.materialsForState(state))});
+  return table.text();
+}
+
+void runState(const StateOptions& options, Tool& tool) {
+  const Action& action = chosenAction(options);
+  const auto session = tool.openSession(options.model);
+  if (action.edit == nullptr) {
+    Tool::check(session->checkStates());
+    tool.print(listText(*session));
+    return;
+  }
+  const std::string& state = options.arguments.front();
+  const Arguments materials(options.arguments.begin() + 1, options.arguments.end());
+  Tool::check(action.edit(*session, state, materials));
+  Tool::save(*session);
+  tool.print(shown(options.model) + ": " + action.report(state, materials) + "\n");
+}
+
+}  // namespace
+
+void addState(CLI::App& program, Tool& tool) {
+  auto options = std::make_shared<StateOptions>();
+  CLI::App* const command =
+      program.add_subcommand("state", "List or edit the destruction states of a structure, and save");
+  command->add_option("MODEL", options->model, "The model's resource name")->required();
+  command->add_option("ACTION", options->action, "list, add, remove, add-material or remove-material")
+      ->required();
+  command->add_option("NAME", options->arguments,
+                      "The state; behind it, for add-material and remove-material, the materials");
+  command->footer(
+      "Examples:\n"
+      "  destructibles state content/buildings/house.model list\n"
+      "  destructibles state content/buildings/house.model add roofless\n"
+      "  destructibles state content/buildings/house.model add-material roofless partN1 partN2");
+  command->callback([options, &tool] { runState(*options, tool); });
+}
+
+}  // namespace Tal::cli

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace Tal::cli {
+
+/// Rows of text in columns that line up. The cells are harmless texts.
+class Table {
+ public:
+  /// `indent` spaces stand before each row.
+  explicit Table(int indent) : indent_(indent) {}
+
+  void add(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
+
+  /// The rows, each with a line end; columns are two spaces apart, the last one is not padded.
+  std::string text() const;
+
+ private:
+  int indent_;
+  std::vector<std::vector<std::string>> rows_;
+};
+
+/// Emphasises parts of what people read, if standard output is a terminal that wants it.
+class Style {
+ public:
+  /// Colour only on a terminal, and never when NO_COLOR is set.
+  static Style ofStandardOutput();
+
+  explicit Style(bool hasColour) : hasColour_(hasColour) {}
+
+  std::string heading(const std::string& text) const { return in("\x1b[1m", text); }
+  std::string warning(const std::string& text) const { return in("\x1b[33m", text); }
+
+ private:
+  std::string in(const char* colour, const std::string& text) const {
+    return hasColour_ ? colour + text + "\x1b[0m" : text;
+  }
+
+  bool hasColour_;
+};
+
+}  // namespace Tal::cli

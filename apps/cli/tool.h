@@ -1,0 +1,65 @@
+#pragma once
+
+#include <authoring/outcome.h>
+#include <authoring/session.h>
+
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Tal::cli {
+
+/// Ends the command with exit status 1; its text is the message.
+class Refusal : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// What the commands share: where their results and messages go, and the resource roots.
+class Tool {
+ public:
+  /// The roots of the command line, in order; used before any other.
+  std::vector<std::string>& givenRoots() noexcept { return givenRoots_; }
+
+  /// Adds to the results; they reach standard output at the next flush.
+  void print(std::string_view text) { pending_ += text; }
+
+  /// Writes the results to standard output. False when that fails: a message says so, unless only the reader
+  /// went away.
+  bool flush();
+
+  /// Writes one message to standard error, as one line, whatever the text holds.
+  static void say(std::string_view text);
+
+  /// Sets up the resource roots: those given, else the environment's, else the nearest folder upwards that
+  /// holds a database. Refuses when there are none or one is no folder.
+  void setUpRoots() const;
+
+  /// Sets up the roots and opens a session on a model, or refuses.
+  std::unique_ptr<authoring::Session> openSession(const std::string& model) const;
+
+  /// Says the warnings of an edit and refuses when it was refused.
+  static void check(const authoring::Outcome& outcome);
+
+  /// Says what a save will drop, saves, and refuses when that fails.
+  static void save(authoring::Session& session);
+
+ private:
+  std::vector<std::string> givenRoots_;
+  std::string pending_;
+};
+
+/// A text in which nothing acts on a terminal: control characters and bytes that are not UTF-8 are escaped,
+/// and what is escaped already stays as it is.
+std::string harmless(std::string_view text);
+
+/// A name from a file as results show it: escaped, without quotes.
+std::string shown(std::string_view name);
+
+/// Makes every logged message one line of standard error.
+void sendMessagesToStandardError();
+
+}  // namespace Tal::cli
