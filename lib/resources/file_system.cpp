@@ -1,4 +1,5 @@
 #include <resources/file_system.h>
+#include <resources/path_links.h>
 #include <resources/report.h>
 #include <resources/resource_monitor.h>
 #include <resources/resource_name.h>
@@ -18,18 +19,6 @@ std::unique_ptr<MultiFileSystem>& current() {
   return fileSystem;
 }
 
-/// The path's place when every link on it is followed; empty when it does not exist.
-fs::path resolved(const fs::path& path) {
-  std::error_code error;
-  fs::path result = fs::canonical(path, error);
-  return error ? fs::path() : result;
-}
-
-bool isBelow(const fs::path& path, const fs::path& folder) {
-  const auto [inFolder, inPath] = std::mismatch(folder.begin(), folder.end(), path.begin(), path.end());
-  return inFolder == folder.end();
-}
-
 bool isRegularFile(const fs::path& path) {
   std::error_code error;
   return fs::is_regular_file(path, error);
@@ -40,8 +29,9 @@ std::string refusalOfPlace(const fs::path& root, fs::path place) {
   std::error_code error;
   if (fs::is_symlink(place, error) && !fs::exists(place, error)) return "is a link to nothing";
   while (!fs::exists(place, error) && place.has_relative_path() && place != root) place = place.parent_path();
-  const fs::path target = resolved(place);
-  return target.empty() || isBelow(target, resolved(root)) ? "" : "leads out of its root through a link";
+  const fs::path target = resolvedPath(place);
+  return target.empty() || isPathBelow(target, resolvedPath(root)) ? ""
+                                                                   : "leads out of its root through a link";
 }
 
 void reportName(BasicStringRef name, const std::string& refusal) {

@@ -1,0 +1,107 @@
+#include <support/temporary_folder.h>
+
+#include <resources/folder_watcher.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using support::TemporaryFolder;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// A watcher that is asked by hand, without a thread.
+class HandWatch {
+ public:
+  explicit HandWatch(const TemporaryFolder& root)
+      : collector_({root.path().native()}), watcher_({root.path()}, collector_) {}
+
+  std::vector<std::string> changes() {
+    watcher_.collect();
+    std::vector<std::string> lines;
+    const char* const verbs[] = {"added ", "modified ", "removed "};
+    for (const Tal::ResourceChange& change : collector_.take())
+      lines.push_back(verbs[static_cast<int>(change.action)] + change.resourceName);
+    EXPECT_EQ(collector_.takeProblem(), "");
+    return lines;
+  }
+
+ private:
+  Tal::FS::ChangeCollector collector_;
+  Tal::FS::FolderWatcher watcher_;
+};
+
+TEST(TheWatcher, MakesOneChangeOfABurst) {
+  const TemporaryFolder root;
+  root.write("a.xml", "");
+  HandWatch watch(root);
+  for (int i = 0; i < 100; ++i) {
+    root.write("a.xml", std::to_string(i));
+    root.replace("a.xml", std::to_string(i));
+  }
+  EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml"));
+  EXPECT_THAT(watch.changes(), IsEmpty());
+}
+
+TEST(TheWatcher, CountsEverythingAsChangedWhenTheSystemsQueueOverflows) {
+  int longestQueue = 0;
+  std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> longestQueue;
+  ASSERT_GT(longestQueue, 0);
+  const TemporaryFolder root;
+  for (const char* name : {"a.xml", "folder/b.xml", "leaving.xml", "x", "gone/c.xml"}) root.write(name, "");
+  HandWatch watch(root);
+  for (int i = 0; i < longestQueue; ++i)
+    fs::rename(root / (i % 2 == 0 ? "x" : "y"), root / (i % 2 == 0 ? "y" : "x"));
+  fs::remove(root / "leaving.xml");
+  fs::remove_all(root / "gone");
+  root.write("new.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml", "modified folder/b.xml", "removed gone/c.xml",
+                                           "removed leaving.xml", "added new.xml",
+                                           longestQueue % 2 == 0 ? "modified x" : "removed x"));
+  root.write("folder/b.xml", "");
+  root.replace("a.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml", "modified folder/b.xml"));
+}
+
+TEST(TheWatcher, FindsWhatAFolderHoldsThatIsFilledAsItIsMade) {
+  const TemporaryFolder root;
+  HandWatch watch(root);
+  root.write("a/b/c/d.xml", "");
+  root.write("a/e.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("added a/b/c/d.xml", "added a/e.xml"));
+  fs::rename(root / "a/b", root / "f");
+  fs::remove_all(root / "a");
+  EXPECT_THAT(watch.changes(), ElementsAre("removed a/b/c/d.xml", "removed a/e.xml", "added f/c/d.xml"));
+  fs::create_directory(root / "f/c/new");
+  root.write("f/c/new/g.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("added f/c/new/g.xml"));
+}
+
+TEST(TheWatcher, HearsOfAHardLinkThatIsMade) {
+  const TemporaryFolder root;
+  root.write("a.xml", "");
+  HandWatch watch(root);
+  fs::create_hard_link(root / "a.xml", root / "b.xml");
+  EXPECT_THAT(watch.changes(), ElementsAre("added b.xml"));
+}
+
+TEST(TheWatcher, SeesAFolderTakeTheNameOfAFileAndTheOtherWayRound) {
+  const TemporaryFolder root;
+  root.write("name", "");
+  HandWatch watch(root);
+  fs::remove(root / "name");
+  root.write("name/a.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("removed name", "added name/a.xml"));
+  fs::remove_all(root / "name");
+  root.write("name", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("added name", "removed name/a.xml"));
+}
+
+}  // namespace

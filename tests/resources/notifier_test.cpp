@@ -1,0 +1,164 @@
+#include "recording_listener.h"
+
+#include <resources/change_collector.h>
+#include <resources/resource_modification_notifier.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <new>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Tal::ResourceChange;
+using Tal::ResourceModificationNotifier;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Action = Tal::ResourceModificationListener::Action;
+
+std::vector<ResourceChange> changesOf(const std::vector<std::string>& names) {
+  std::vector<ResourceChange> changes;
+  for (const std::string& name : names)
+    changes.push_back({"/root", name, Action::modified, changes.size() + 1});
+  return changes;
+}
+
+TEST(ADelivery, ReachesTheListenersInTheOrderOfTheirRegistration) {
+  std::vector<std::string> order;
+  RecordingListener first;
+  RecordingListener second;
+  first.onCall = [&] { order.emplace_back("first"); };
+  second.onCall = [&] { order.emplace_back("second"); };
+  ResourceModificationNotifier notifier;
+  notifier.add(&first, 0);
+  notifier.add(&second, 0);
+  notifier.add(&first, 0);
+  notifier.deliver(changesOf({"a", "b"}));
+  EXPECT_THAT(order, ElementsAre("first", "second", "first", "second"));
+}
+
+TEST(ADelivery, DoesNotReachAListenerThatIsTakenOutMeanwhile) {
+  RecordingListener first;
+  RecordingListener second;
+  ResourceModificationNotifier notifier;
+  first.onCall = [&] { notifier.remove(&second); };
+  notifier.add(&first, 0);
+  notifier.add(&second, 0);
+  notifier.deliver(changesOf({"a"}));
+  EXPECT_THAT(first.calls, ElementsAre("modified a"));
+  EXPECT_THAT(second.calls, IsEmpty());
+}
+
+TEST(ADelivery, SurvivesAListenerThatTakesItselfOut) {
+  RecordingListener first;
+  RecordingListener second;
+  ResourceModificationNotifier notifier;
+  first.onCall = [&] { notifier.remove(&first); };
+  notifier.add(&first, 0);
+  notifier.add(&second, 0);
+  notifier.deliver(changesOf({"a", "b"}));
+  EXPECT_THAT(first.calls, ElementsAre("modified a"));
+  EXPECT_THAT(second.calls, ElementsAre("modified a", "modified b"));
+}
+
+TEST(ADelivery, DoesNotTakeANewListenerForOneThatLeftTheSamePlace) {
+  alignas(RecordingListener) std::byte place[sizeof(RecordingListener)];
+  auto* second = new (place) RecordingListener;
+  RecordingListener first;
+  ResourceModificationNotifier notifier;
+  notifier.add(&first, 0);
+  notifier.add(second, 0);
+  first.onCall = [&] {
+    notifier.remove(second);
+    second->~RecordingListener();
+    second = new (place) RecordingListener;
+    notifier.add(second, 2);
+    first.onCall = [] {};
+  };
+  notifier.deliver(changesOf({"a", "b"}));
+  EXPECT_THAT(second->calls, IsEmpty());
+  second->~RecordingListener();
+}
+
+TEST(ADelivery, MayBeMadeFromWithinOne) {
+  RecordingListener listener;
+  ResourceModificationNotifier notifier;
+  notifier.add(&listener, 0);
+  listener.onCall = [&] {
+    listener.onCall = [] {};
+    notifier.deliver(changesOf({"inner"}));
+  };
+  notifier.deliver(changesOf({"outer"}));
+  EXPECT_THAT(listener.calls, ElementsAre("modified outer", "modified inner"));
+}
+
+TEST(ADelivery, LeavesOutWhatWasFoundBeforeTheListenerCame) {
+  RecordingListener listener;
+  ResourceModificationNotifier notifier;
+  notifier.add(&listener, 1);
+  notifier.deliver(changesOf({"before", "after"}));
+  EXPECT_THAT(listener.calls, ElementsAre("modified after"));
+}
+
+class HookListener : public Tal::ResourceModificationListener {
+ public:
+  std::vector<std::string> calls;
+
+ protected:
+  void onResourceModified(const Tal::BasicStringRef& /*basePath*/, const Tal::BasicStringRef& name,
+                          Action /*action*/) override {
+    calls.emplace_back(name);
+  }
+  void onTriggerTaskQueue() override { calls.emplace_back("begin"); }
+  void onTaskQueueEmpty() override { calls.emplace_back("end"); }
+};
+
+TEST(ADelivery, IsFramedByItsHooksAndNoneIsMadeOfNothing) {
+  HookListener listener;
+  ResourceModificationNotifier notifier;
+  notifier.add(&listener, 0);
+  notifier.deliver({});
+  EXPECT_THAT(listener.calls, IsEmpty());
+  notifier.deliver(changesOf({"a", "b"}));
+  EXPECT_THAT(listener.calls, ElementsAre("begin", "a", "b", "end"));
+}
+
+std::vector<std::string> taken(Tal::FS::ChangeCollector& collector) {
+  std::vector<std::string> lines;
+  const char* const verbs[] = {"added ", "modified ", "removed "};
+  for (const ResourceChange& change : collector.take())
+    lines.push_back(verbs[static_cast<int>(change.action)] + change.basePath + ':' + change.resourceName);
+  return lines;
+}
+
+TEST(TheCollector, MakesOneChangeOfWhatHappensToAResource) {
+  Tal::FS::ChangeCollector collector({"/one", "/two"});
+  collector.note(1, "b", true, true);
+  collector.note(0, "z", false, true);
+  collector.note(0, "a", true, false);
+  collector.note(0, "a", false, true);
+  collector.note(0, "z", true, true);
+  collector.note(0, "passing", false, true);
+  collector.note(0, "passing", true, false);
+  collector.note(0, "gone", true, true);
+  collector.note(0, "gone", true, false);
+  EXPECT_THAT(taken(collector),
+              ElementsAre("modified /one:a", "removed /one:gone", "added /one:z", "modified /two:b"));
+  EXPECT_THAT(taken(collector), IsEmpty());
+  EXPECT_EQ(collector.found(), 9U);
+}
+
+TEST(TheCollector, TellsOfTheFirstProblemOnce) {
+  Tal::FS::ChangeCollector collector({"/one"});
+  EXPECT_EQ(collector.takeProblem(), "");
+  collector.noteProblem("first");
+  collector.noteProblem("second");
+  EXPECT_EQ(collector.takeProblem(), "first");
+  collector.noteProblem("third");
+  EXPECT_EQ(collector.takeProblem(), "");
+}
+
+}  // namespace
