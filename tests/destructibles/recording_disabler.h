@@ -1,6 +1,5 @@
 #pragma once
 
-#include <core/format.h>
 #include <core/stack_tracker.h>
 #include <model/ks_material_disabler.h>
 

@@ -1,0 +1,317 @@
+#include <destructibles/fixture.h>
+
+#include <sys/resource.h>
+#include <csignal>
+#include <cstring>
+
+namespace Tal {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Key;
+
+class TheOutcomeOfASave : public DestructiblesTest {};
+
+/// A disk that has room for no file above a size, for the length of a scope.
+class FullDisk {
+ public:
+  explicit FullDisk(rlim_t largestFile) : previousHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &previous_);
+    const rlimit small{largestFile, previous_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+  }
+  ~FullDisk() {
+    setrlimit(RLIMIT_FSIZE, &previous_);
+    std::signal(SIGXFSZ, previousHandler_);
+  }
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
+
+ private:
+  rlimit previous_{};
+  void (*previousHandler_)(int);
+};
+
+TEST_F(TheOutcomeOfASave, WithoutADatabaseReportsFalseAndOnlyClearsTheMissingFlag) {
+  const OpenModel crate({}, "crate.model");
+  crate->setAsFragile();
+  ASSERT_TRUE(crate->isMissingInDestructiblesXml());
+  int told = 0;
+  const ks::Connection listening = crate->connectLoadedConfigSignal([&] { ++told; });
+  messages_.clear();
+  EXPECT_FALSE(crate->saveConfig());
+  EXPECT_FALSE(crate->isMissingInDestructiblesXml());
+  EXPECT_EQ(told, 0);
+  EXPECT_THAT(Access::fragileMap(), ElementsAre(Key("crate.model")));
+  EXPECT_THAT(folder_.listing(), IsEmpty());
+  EXPECT_THAT(messages_.messages(), IsEmpty());
+}
+
+TEST_F(TheOutcomeOfASave, ReloadsTheTablesTellsItsListenersOnceAndLogsNothing) {
+  writeDatabase(
+      "<root><fragiles><entry><filename>other</filename><health>1</health></entry></fragiles></root>");
+  const OpenModel crate({}, "crate");
+  crate->setAsFragile();
+  Access::fragileMap()["other"].health = 50;
+  Access::fallingAtomMap()["only in memory"].health = 2;
+  int told = 0;
+  const ks::Connection listening = crate->connectLoadedConfigSignal([&] { ++told; });
+  messages_.clear();
+  EXPECT_TRUE(crate->saveConfig());
+  EXPECT_EQ(told, 1);
+  EXPECT_EQ(Access::fragileMap().at("other").health, 1) << "another model's edit is not saved";
+  EXPECT_THAT(Access::fallingAtomMap(), IsEmpty());
+  EXPECT_THAT(Access::fragileMap(), ElementsAre(Key("crate"), Key("other")));
+  EXPECT_THAT(messages_.messages(), IsEmpty());
+}
+
+TEST_F(TheOutcomeOfASave, MakesItsEntryOutliveTheHelper) {
+  writeDatabase("<root/>");
+  {
+    const OpenModel crate({}, "crate");
+    crate->setAsFragile();
+    ASSERT_TRUE(crate->isMissingInDestructiblesXml());
+    ASSERT_TRUE(crate->saveConfig());
+    EXPECT_FALSE(crate->isMissingInDestructiblesXml());
+  }
+  EXPECT_THAT(Access::fragileMap(), ElementsAre(Key("crate")));
+  const OpenModel again({}, "crate");
+  EXPECT_EQ(again->destructibleType(), DT_FRAGILE);
+  EXPECT_FALSE(again->isMissingInDestructiblesXml());
+}
+
+TEST_F(TheOutcomeOfASave, TwiceChangesTheFileOnce) {
+  writeDatabase("<root>\n  <fragiles>\n  </fragiles>\n</root>\n");
+  const OpenModel crate({}, "crate");
+  crate->setAsFragile();
+  ASSERT_TRUE(crate->saveConfig());
+  const std::string once = readDatabase();
+  ASSERT_TRUE(crate->saveConfig());
+  EXPECT_EQ(readDatabase(), once);
+}
+
+TEST_F(TheOutcomeOfASave, WhoseRecordIsGoneWritesNoKeysAndStillSucceeds) {
+  const std::string text = R"(<root>
+  <fragiles>
+    <entry>
+      <filename>other</filename>
+    </entry>
+  </fragiles>
+</root>
+)";
+  writeDatabase(text);
+  for (const auto convert :
+       {&KsDestructiblesHelper::setAsFragile, &KsDestructiblesHelper::setAsFallingAtoms}) {
+    const OpenModel crate({}, "crate");
+    ((*crate).*convert)();
+    Access::fragileMap().erase("crate");
+    Access::fallingAtomMap().erase("crate");
+    EXPECT_TRUE(crate->saveConfig());
+    EXPECT_EQ(readDatabase(), text);
+    EXPECT_THAT(Access::fragileMap(), ElementsAre(Key("other"))) << "the tables equal the file";
+    EXPECT_THAT(Access::fallingAtomMap(), IsEmpty());
+  }
+}
+
+TEST_F(TheOutcomeOfASave, SeesAChangeOfTheFileByAnotherProgram) {
+  writeDatabase("<root/>");
+  const OpenModel crate({}, "crate");
+  crate->setAsFragile();
+  folder_.replace(kDatabase, R"(<root>
+  <fragiles>
+    <entry>
+      <filename>newcomer</filename>
+    </entry>
+  </fragiles>
+</root>
+)");
+  EXPECT_TRUE(crate->saveConfig());
+  EXPECT_THAT(Access::fragileMap(), ElementsAre(Key("crate"), Key("newcomer")));
+}
+
+TEST_F(TheOutcomeOfASave, TreatsOnlyEmptyAndNoneAsATagNotSet) {
+  KsDestructiblesHelper helper;
+  EXPECT_FALSE(Access::checkTagForEmpty(helper, ""));
+  EXPECT_FALSE(Access::checkTagForEmpty(helper, "none"));
+  EXPECT_TRUE(Access::checkTagForEmpty(helper, "None"));
+  EXPECT_TRUE(Access::checkTagForEmpty(helper, "none "));
+  EXPECT_TRUE(Access::checkTagForEmpty(helper, " "));
+  EXPECT_TRUE(Access::checkTagForEmpty(helper, "hero"));
+}
+
+TEST_F(TheOutcomeOfASave, DeletesDuplicatesFromTheGivenPlaceOn) {
+  writeDatabase(R"(<root>
+  <list>
+    <entry>
+      <filename>crate</filename>
+    </entry>
+    <a>
+      <filename>crate</filename>
+    </a>
+    <b>
+      <filename>Crate</filename>
+    </b>
+    <c>
+      <filename>crate</filename>
+    </c>
+    <d/>
+  </list>
+</root>
+)");
+  const OpenModel crate({}, "crate");
+  SmartPointer<DataSection> list = FS::Utils::openSection(kDatabase, false, nullptr)->openSection("list");
+  Access::deleteDuplicate(*crate, list, 5);
+  Access::deleteDuplicate(*crate, list, 4);
+  EXPECT_EQ(list->childCount(), 5);
+  Access::deleteDuplicate(*crate, list, 1);
+  EXPECT_EQ(readDatabase(), R"(<root>
+  <list>
+    <entry>
+      <filename>crate</filename>
+    </entry>
+    <b>
+      <filename>Crate</filename>
+    </b>
+    <d/>
+  </list>
+</root>
+)");
+}
+
+// --- Failing saves ---
+
+TEST_F(TheOutcomeOfASave, OnAFullDiskIsAFailureThatIsReportedOnceAndKeepsFileAndEdits) {
+  const std::string text = R"(<root>
+  <fragiles>
+    <entry>
+      <filename>crate</filename>
+      <health>1</health>
+    </entry>
+    <entry>
+      <filename>other</filename>
+    </entry>
+  </fragiles>
+  <structures>
+    <entry>
+      <filename>crate</filename>
+    </entry>
+    <entry>
+      <filename>house</filename>
+    </entry>
+  </structures>
+</root>
+)";
+  for (const rlim_t room : {0, 100}) {
+    writeDatabase(text);
+    const OpenModel crate({}, "crate");
+    KsDestructibleFragileDesc desc;
+    desc.health = 77;
+    desc.effectHP = "HP_a";
+    ASSERT_TRUE(crate->updateFragileParameters(desc));
+    Access::fallingAtomMap()["only in memory"].health = 2;
+    int told = 0;
+    const ks::Connection listening = crate->connectLoadedConfigSignal([&] { ++told; });
+    messages_.clear();
+    bool saved = true;
+    {
+      const FullDisk disk(room);
+      saved = crate->saveConfig();
+    }
+    EXPECT_FALSE(saved);
+    EXPECT_EQ(readDatabase(), text);
+    EXPECT_THAT(folder_.listing(), ElementsAre("scripts", kDatabase)) << "nothing is left beside the file";
+    ASSERT_EQ(messages_.messages().size(), 1U);
+    EXPECT_TRUE(messages_.messages()[0].isCritical);
+    EXPECT_THAT(messages_.messages()[0].text, HasSubstr(kDatabase));
+    EXPECT_THAT(messages_.messages()[0].text, HasSubstr(std::strerror(EFBIG)));
+    EXPECT_EQ(Access::fragileMap().at("crate").health, 77) << "the edit stays";
+    EXPECT_THAT(Access::fallingAtomMap(), ElementsAre(Key("only in memory")));
+    EXPECT_EQ(told, 0);
+    EXPECT_FALSE(crate->isMissingInDestructiblesXml()) << "a failed save clears the flag too";
+
+    EXPECT_TRUE(crate->saveConfig()) << "there is room again";
+    EXPECT_EQ(told, 1);
+    EXPECT_EQ(readDatabase(), R"(<root>
+  <fragiles>
+    <entry>
+      <filename>crate</filename>
+      <health>77</health>
+      <decayEffect>none</decayEffect>
+      <effect>none</effect>
+      <effectHP>HP_a</effectHP>
+      <effectScale>1</effectScale>
+      <lifetimeEffect>none</lifetimeEffect>
+    </entry>
+    <entry>
+      <filename>other</filename>
+    </entry>
+  </fragiles>
+  <structures>
+    <entry>
+      <filename>house</filename>
+    </entry>
+  </structures>
+</root>
+)");
+  }
+}
+
+TEST_F(TheOutcomeOfASave, OfANewStructureThatFailsKeepsItsModulesStatesAndTagForTheNext) {
+  const std::string text = "<root>\n  <structures>\n  </structures>\n</root>\n";
+  writeDatabase(text);
+  const OpenModel house({{{"nwall", 73}}, {"nwall"}}, "house");
+  house->setAsStructure();
+  ASSERT_TRUE(house->addDestructibleState("ruined"));
+  ASSERT_TRUE(house->addMaterialToDestrState("ruined", "nwall"));
+  ASSERT_TRUE(house->updateStructureAchievementTag("hero"));
+  {
+    const FullDisk disk(0);
+    EXPECT_FALSE(house->saveConfig());
+    EXPECT_FALSE(house->saveConfig()) << "trying again fails again";
+  }
+  EXPECT_EQ(readDatabase(), text);
+  EXPECT_EQ(messages_.criticalCount(), 2) << "one for each try";
+  EXPECT_TRUE(house->saveConfig());
+  EXPECT_THAT(Access::moduleMap().at("house"), ElementsAre(Key("nwall")));
+  EXPECT_THAT(house->getMaterialsForState("ruined"), ElementsAre("nwall"));
+  std::string tag;
+  EXPECT_TRUE(house->getStructureAchievementTag(tag));
+  EXPECT_EQ(tag, "hero");
+}
+
+TEST_F(TheOutcomeOfASave, ThatCannotRemoveTheEntriesOfAModelOfNoCategoryLeavesThemInTheFile) {
+  const std::string text = R"(<root>
+  <fragiles>
+    <entry>
+      <filename>crate</filename>
+    </entry>
+    <entry>
+      <filename>other</filename>
+    </entry>
+  </fragiles>
+</root>
+)";
+  writeDatabase(text);
+  const OpenModel crate({}, "crate");
+  crate->setAsNonDestructible(true);
+  {
+    const FullDisk disk(0);
+    EXPECT_FALSE(crate->saveConfig());
+  }
+  EXPECT_EQ(readDatabase(), text);
+  EXPECT_EQ(messages_.criticalCount(), 1);
+  EXPECT_FALSE(crate->saveConfig()) << "a model of no category has nothing to save";
+  EXPECT_EQ(readDatabase(), R"(<root>
+  <fragiles>
+    <entry>
+      <filename>other</filename>
+    </entry>
+  </fragiles>
+</root>
+)");
+}
+
+}  // namespace
+}  // namespace Tal
