@@ -42,9 +42,32 @@ void reportName(BasicStringRef name, const std::string& refusal) {
 }  // namespace
 
 struct MultiFileSystem::State {
+  /// Where a resource is; with `mayBeNew` else where it would be made. A refusal is reported.
+  std::optional<fs::path> placeOf(BasicStringRef resourceName, bool mayBeNew) const;
+
   std::vector<fs::path> roots;
   std::unique_ptr<ResourceMonitor> monitor;
 };
+
+std::optional<fs::path> MultiFileSystem::State::placeOf(BasicStringRef resourceName, bool mayBeNew) const {
+  std::string refusal = refusalOf(resourceName);
+  std::optional<fs::path> place;
+  if (refusal.empty()) {
+    const std::string name = normalisedName(resourceName);
+    const auto holder = std::find_if(roots.begin(), roots.end(),
+                                     [&](const fs::path& root) { return isRegularFile(root / name); });
+    if (holder != roots.end()) {
+      place = *holder / name;
+      refusal = refusalOfPlace(*holder, *place);
+    } else if (mayBeNew && !roots.empty()) {
+      place = roots.front() / name;
+      refusal = refusalOfPlace(roots.front(), *place);
+    }
+  }
+  if (refusal.empty()) return place;
+  reportName(resourceName, refusal);
+  return std::nullopt;
+}
 
 MultiFileSystem::MultiFileSystem(std::vector<fs::path> roots) : state_(std::make_unique<State>()) {
   for (fs::path& root : roots) {
@@ -69,31 +92,11 @@ std::string MultiFileSystem::refusalOf(BasicStringRef resourceName) {
 }
 
 std::optional<fs::path> MultiFileSystem::find(BasicStringRef resourceName) const {
-  if (const std::string refusal = refusalOf(resourceName); !refusal.empty()) {
-    reportName(resourceName, refusal);
-    return std::nullopt;
-  }
-  const std::string name = normalisedName(resourceName);
-  for (const fs::path& root : state_->roots) {
-    fs::path place = root / name;
-    if (!isRegularFile(place)) continue;
-    const std::string refusal = refusalOfPlace(root, place);
-    if (refusal.empty()) return place;
-    reportName(resourceName, refusal);
-    return std::nullopt;
-  }
-  return std::nullopt;
+  return state_->placeOf(resourceName, false);
 }
 
 std::optional<fs::path> MultiFileSystem::locationFor(BasicStringRef resourceName) const {
-  if (std::optional<fs::path> found = find(resourceName)) return found;
-  if (state_->roots.empty() || !refusalOf(resourceName).empty()) return std::nullopt;
-  const fs::path& root = state_->roots.front();
-  fs::path place = root / normalisedName(resourceName);
-  const std::string refusal = refusalOfPlace(root, place);
-  if (refusal.empty()) return place;
-  reportName(resourceName, refusal);
-  return std::nullopt;
+  return state_->placeOf(resourceName, true);
 }
 
 MonitorThreadBase* MultiFileSystem::getFilesystemMonitor() {

@@ -11,8 +11,8 @@ namespace Tal {
 namespace {
 
 /// Edits that have not reached the file are what nobody could get back.
-bool isKept(const SmartPointer<SectionDocument>& document) {
-  return document && (document->isEdited() || document->isSaveOwed());
+bool isKept(const SectionDocument& document) {
+  return document.isEdited() || document.isSaveOwed();
 }
 
 /// Who asks to forget means edits too, but for those that he has asked to save.
@@ -40,15 +40,17 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
     return nullptr;
   }
   const std::string name = normalisedName(resourceName);
-  if (const auto found = entries_.find(name); found != entries_.end() && isKept(found->second.document))
-    return rootOf(found->second.document);
-  if (const auto file = fileSystem->find(resourceName)) return rootOf(documentOf(name, *file));
-  if (!create) {
-    entries_.erase(name);
+  const auto known = entries_.find(name);
+  const bool isKnown = known != entries_.end() && known->second.document;
+  if (isKnown && isKept(*known->second.document) && refusalOfName(resourceName).empty())
+    return rootOf(known->second.document);
+  const auto place = create ? fileSystem->locationFor(resourceName) : fileSystem->find(resourceName);
+  if (!place) {
+    const bool isFileGone = isKnown && known->second.document->identity();
+    if (isFileGone) known->second.document = nullptr;
     return nullptr;
   }
-  const auto place = fileSystem->locationFor(resourceName);
-  if (!place) return nullptr;
+  if (identityAt(*place)) return rootOf(documentOf(name, *place));
   if (creator != nullptr) return creator->create(resourceName);
   Entry& entry = entries_[name];
   const bool isMade = entry.document && !entry.document->identity();

@@ -10,6 +10,12 @@
 namespace Tal::Xml {
 namespace {
 
+/// An error at the place where the parser is.
+ParseError errorAt(XML_Parser parser, std::string reason) {
+  return {static_cast<std::size_t>(XML_GetCurrentLineNumber(parser)),
+          static_cast<std::size_t>(XML_GetCurrentColumnNumber(parser)) + 1, std::move(reason)};
+}
+
 /// Collects what the parser reports. Finished elements wait on a stack until their parent is finished; then
 /// they leave it together, which makes the children of each element neighbours.
 class Builder {
@@ -24,8 +30,8 @@ class Builder {
 
   void finish() { parsed_.nodes.insert(parsed_.nodes.end(), finished_.begin(), finished_.end()); }
 
-  /// Why this builder stopped the parser; empty when it did not.
-  const std::string& refusal() const noexcept { return refusal_; }
+  /// Why and where this builder stopped the parser; without a reason when it did not.
+  const ParseError& refusal() const noexcept { return refusal_; }
 
  private:
   struct Open {
@@ -97,7 +103,7 @@ class Builder {
   }
 
   void refuse(std::string reason) {
-    if (refusal_.empty()) refusal_ = std::move(reason);
+    if (refusal_.reason.empty()) refusal_ = errorAt(parser_, std::move(reason));
     XML_StopParser(parser_, XML_FALSE);
   }
 
@@ -105,7 +111,7 @@ class Builder {
   Tree::Parsed& parsed_;
   std::vector<Open> open_;
   std::vector<Node> finished_;
-  std::string refusal_;
+  ParseError refusal_;
 };
 
 struct ParserDeleter {
@@ -129,11 +135,9 @@ bool isMergeMarker(BasicStringRef source, std::size_t position) {
   return line == "<<<<<<<" || line == "=======" || line == ">>>>>>>";
 }
 
-ParseError errorOf(XML_Parser parser, BasicStringRef source, const std::string& refusal) {
-  ParseError error;
-  error.line = static_cast<std::size_t>(XML_GetCurrentLineNumber(parser));
-  error.column = static_cast<std::size_t>(XML_GetCurrentColumnNumber(parser)) + 1;
-  error.reason = refusal.empty() ? XML_ErrorString(XML_GetErrorCode(parser)) : refusal;
+/// The parser's own error.
+ParseError errorOf(XML_Parser parser, BasicStringRef source) {
+  ParseError error = errorAt(parser, XML_ErrorString(XML_GetErrorCode(parser)));
   const auto position = static_cast<std::size_t>(std::max(XML_GetCurrentByteIndex(parser), XML_Index{0}));
   if (isMergeMarker(source, std::min(position, source.size())))
     error.reason += " (a merge-conflict marker stands here)";
@@ -158,7 +162,7 @@ std::optional<Tree> parse(Source source, ParseError& error) {
   parsed.nodes.reserve(expectedNodes(text));
   Builder builder(parser.get(), parsed);
   if (XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()), XML_TRUE) != XML_STATUS_OK) {
-    error = errorOf(parser.get(), text, builder.refusal());
+    error = builder.refusal().reason.empty() ? errorOf(parser.get(), text) : builder.refusal();
     return std::nullopt;
   }
   builder.finish();

@@ -78,7 +78,9 @@ bool XmlSection::save(BasicStringRef fileName) {
 }
 
 bool XmlSection::canName(BasicStringRef tag) const {
-  return Xml::isElementName(tag);
+  if (tree().knowsTag(tag)) return true;
+  // A tag cannot hold references for the characters that the file's encoding lacks.
+  return Xml::isElementName(tag) && Xml::isWithin(tag, Xml::largestCharacter(document_->encoding()));
 }
 
 bool XmlSection::canHold(BasicStringRef value) const {

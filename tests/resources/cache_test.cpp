@@ -1,0 +1,156 @@
+#include <support/message_recorder.h>
+#include <support/mounted_root.h>
+
+#include <resources/data_section_cache.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+using support::MessageRecorder;
+using support::MountedRoot;
+using support::openResource;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+/// Whether two opens gave the same document: an edit of the one shows in the other. The file is not touched.
+bool isSameDocument(const Tal::SmartPointer<Tal::DataSection>& one,
+                    const Tal::SmartPointer<Tal::DataSection>& other) {
+  one->writeString("probe", "x");
+  const bool isSeen = other->readString("probe") == "x";
+  one->deleteSection("probe");
+  return isSeen;
+}
+
+TEST(TheCache, ParsesAnUnchangedFileOnlyOnce) {
+  const MountedRoot root("scripts/a.xml", "<r/>");
+  EXPECT_TRUE(isSameDocument(openResource("scripts/a.xml"), openResource("scripts/a.xml")));
+  EXPECT_TRUE(isSameDocument(openResource("scripts/a.xml"), openResource("./scripts//a.xml")));
+}
+
+TEST(TheCache, SeesAChangeOfTheFileAtTheNextOpen) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "1");
+  root.write("a.xml", "<r>22</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "22");
+  root.replace("a.xml", "<r>33</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "33");
+  fs::remove(root / "a.xml");
+  EXPECT_FALSE(openResource("a.xml"));
+  root.write("a.xml", "<r>44</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "44");
+}
+
+TEST(TheCache, SeesAChangeThatKeepsSizeAndModificationTime) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "1");
+  const auto time = fs::last_write_time(root / "a.xml");
+  root.write("a.xml", "<r>2</r>");
+  fs::last_write_time(root / "a.xml", time);
+  EXPECT_EQ(openResource("a.xml")->value(), "2");
+}
+
+TEST(TheCache, HoldsASavedDocumentUnderItsNewIdentity) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const auto section = openResource("a.xml");
+  section->setValue("2");
+  EXPECT_TRUE(section->save());
+  EXPECT_TRUE(isSameDocument(section, openResource("a.xml")));
+  EXPECT_TRUE(section->save());
+  root.write("a.xml", "<r>3</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "3") << "a later change by anybody is noticed";
+}
+
+TEST(TheCache, KeepsUnsavedEditsWhenTheFileChanges) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  openResource("a.xml")->setValue("mine");
+  root.write("a.xml", "<r>theirs</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "mine");
+  fs::remove(root / "a.xml");
+  EXPECT_EQ(openResource("a.xml")->value(), "mine");
+}
+
+TEST(TheCache, DoesNotServeARefusedNameFromAKeptDocument) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  openResource("a.xml")->setValue("2");
+  MessageRecorder recorder;
+  EXPECT_FALSE(openResource("/a.xml"));
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("is absolute")));
+}
+
+TEST(APurge, ForgetsTheDocumentAndTheEditsThatNobodySaved) {
+  const MountedRoot root("scripts/a.xml", "<r>1</r>");
+  const auto section = openResource("scripts/a.xml");
+  section->setValue("2");
+  Tal::DataSectionCache::purge("scripts/b.xml", false);
+  Tal::DataSectionCache::purge("scripts", false);
+  EXPECT_EQ(openResource("scripts/a.xml")->value(), "2");
+  Tal::DataSectionCache::purge("scripts/a.xml", false);
+  EXPECT_EQ(openResource("scripts/a.xml")->value(), "1");
+  EXPECT_EQ(section->value(), "2") << "handles stay valid";
+}
+
+TEST(APurge, MayReachEverythingBelowAPath) {
+  const MountedRoot root("scripts/deep/a.xml", "<r>1</r>");
+  root.write("scripts-b.xml", "<r>1</r>");
+  openResource("scripts/deep/a.xml")->setValue("2");
+  openResource("scripts-b.xml")->setValue("2");
+  Tal::DataSectionCache::purge("scripts", true);
+  EXPECT_EQ(openResource("scripts/deep/a.xml")->value(), "1");
+  EXPECT_EQ(openResource("scripts-b.xml")->value(), "2");
+  Tal::DataSectionCache::clear();
+  EXPECT_EQ(openResource("scripts-b.xml")->value(), "1");
+}
+
+TEST(AFileThatCannotBeParsed, IsReportedOnceForEachVersion) {
+  const MountedRoot root("a.xml", "<r>");
+  MessageRecorder recorder;
+  EXPECT_FALSE(openResource("a.xml"));
+  EXPECT_FALSE(openResource("a.xml"));
+  Tal::DataSectionCache::purge("a.xml", false);
+  EXPECT_FALSE(openResource("a.xml"));
+  EXPECT_THAT(recorder.texts(), SizeIs(1));
+  root.write("a.xml", "<rr>");
+  EXPECT_FALSE(openResource("a.xml"));
+  EXPECT_THAT(recorder.texts(), SizeIs(2));
+  root.write("a.xml", "<r>1</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "1");
+  root.replace("a.xml", "<r>");
+  EXPECT_FALSE(openResource("a.xml")) << "the last good version is not served any more";
+  EXPECT_THAT(recorder.texts(), SizeIs(3));
+}
+
+TEST(AFileThatCannotBeParsed, IsNotMadeAnew) {
+  const MountedRoot root("a.xml", "<r>");
+  MessageRecorder recorder;
+  EXPECT_FALSE(Tal::FS::Utils::openSection("a.xml", true, nullptr));
+  EXPECT_EQ(root.read("a.xml"), "<r>");
+}
+
+TEST(ANewDocument, IsSharedFromItsMakingOnButThereOnlyOnceItHoldsSomething) {
+  const MountedRoot root;
+  const auto section = Tal::FS::Utils::openSection("a.xml", true, nullptr);
+  EXPECT_EQ(section->tag(), "root");
+  EXPECT_EQ(section->childCount(), 0);
+  EXPECT_FALSE(openResource("a.xml"));
+  const auto again = Tal::FS::Utils::openSection("a.xml", true, nullptr);
+  again->writeString("a", "1");
+  EXPECT_EQ(section->readString("a"), "1");
+  EXPECT_EQ(openResource("a.xml")->readString("a"), "1");
+}
+
+TEST(AnOpen, WithoutResourceRootsIsReported) {
+  Tal::FS::setFileSystem(nullptr);
+  MessageRecorder recorder;
+  EXPECT_FALSE(openResource("a.xml"));
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("no resource roots")));
+}
+
+}  // namespace

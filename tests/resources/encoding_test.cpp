@@ -1,0 +1,96 @@
+#include <support/message_recorder.h>
+#include <support/mounted_root.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using support::MessageRecorder;
+using support::MountedRoot;
+using support::openResource;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using namespace std::string_literals;
+
+std::string littleEndian(const std::u16string& text) {
+  std::string bytes;
+  for (const char16_t unit : text) {
+    bytes += static_cast<char>(unit & 0xFFU);
+    bytes += static_cast<char>(unit >> 8U);
+  }
+  return bytes;
+}
+
+std::string bigEndian(const std::u16string& text) {
+  std::string bytes = littleEndian(text);
+  for (std::size_t i = 0; i < bytes.size(); i += 2) std::swap(bytes[i], bytes[i + 1]);
+  return bytes;
+}
+
+/// A file after a write of "new" to its key "n", whose old value is "1", and of its other key "t".
+void expectKept(const std::string& before, const std::string& text, const std::string& after) {
+  const MountedRoot root("a.xml", before);
+  const auto section = openResource("a.xml");
+  ASSERT_TRUE(section);
+  EXPECT_EQ(section->readString("t"), text);
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(root.read("a.xml"), before);
+  EXPECT_TRUE(section->writeString("n", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"));
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(root.read("a.xml"), after);
+}
+
+TEST(AFileInUtf16, IsReadAndWrittenBackSo) {
+  const std::u16string before =
+      u"\uFEFF<?xml version='1.0' encoding='UTF-16'?>\r\n<r><t>\u00E9\U0001F600</t><n>1</n></r>";
+  const std::u16string after =
+      u"\uFEFF<?xml version='1.0' "
+      u"encoding='UTF-16'?>\r\n<r><t>\u00E9\U0001F600</t><n>\u00E9\u20AC\U0001F600</n></r>";
+  expectKept(littleEndian(before), "\xC3\xA9\xF0\x9F\x98\x80", littleEndian(after));
+  expectKept(bigEndian(before), "\xC3\xA9\xF0\x9F\x98\x80", bigEndian(after));
+  expectKept(littleEndian(before.substr(1)), "\xC3\xA9\xF0\x9F\x98\x80", littleEndian(after.substr(1)));
+}
+
+TEST(AFileInLatin1, IsReadAndWrittenBackSoWithReferencesForOtherCharacters) {
+  expectKept("<?xml version='1.0' encoding=\"ISO-8859-1\"?><r><t>\xE9</t><n>1</n></r>", "\xC3\xA9",
+             "<?xml version='1.0' encoding=\"ISO-8859-1\"?><r><t>\xE9</t><n>\xE9&#8364;&#128512;</n></r>");
+}
+
+TEST(AFileInAscii, TakesReferencesForAllOtherCharacters) {
+  expectKept("<?xml version='1.0' encoding='us-ascii'?><r><t>x</t><n>1</n></r>", "x",
+             "<?xml version='1.0' encoding='us-ascii'?><r><t>x</t><n>&#233;&#8364;&#128512;</n></r>");
+}
+
+TEST(AFileInUtf8, KeepsItsByteOrderMark) {
+  expectKept("\xEF\xBB\xBF<r><t/><n>1</n></r>", "",
+             "\xEF\xBB\xBF<r><t/><n>\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80</n></r>");
+}
+
+TEST(ATagThatTheEncodingLacks, IsNotMade) {
+  const MountedRoot root("a.xml", "<?xml version='1.0' encoding='ISO-8859-1'?><r/>");
+  const auto section = openResource("a.xml");
+  EXPECT_FALSE(section->openSection("\xD0\xB0", true));
+  EXPECT_TRUE(section->openSection("\xC3\xA9", true));
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(root.read("a.xml"), "<?xml version='1.0' encoding='ISO-8859-1'?><r><\xE9/></r>");
+}
+
+TEST(BytesThatAreNotOfTheEncoding, AreRefused) {
+  const std::string half = littleEndian(u"\uFEFF<r>") + "\x00\xD8"s + littleEndian(u"</r>");
+  const std::string odd = littleEndian(u"\uFEFF<r/>") + " ";
+  const std::string high = "<?xml version='1.0' encoding='us-ascii'?><r>\xE9</r>";
+  const std::string reasons[] = {"not valid UTF-16 at byte 8", "not valid UTF-16 at byte 10",
+                                 "not valid ASCII at byte 44"};
+  const std::string* reason = reasons;
+  for (const std::string& bad : {half, odd, high}) {
+    const MountedRoot root("a.xml", bad);
+    MessageRecorder recorder;
+    EXPECT_FALSE(openResource("a.xml"));
+    EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr(*reason++)));
+  }
+}
+
+}  // namespace

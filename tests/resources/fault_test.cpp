@@ -1,0 +1,221 @@
+#include <support/message_recorder.h>
+#include <support/mounted_root.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+// The linker puts these in the place of the system's operations, in the engine's code and not in the
+// system's.
+
+namespace {
+
+/// Which call is to go wrong: the n-th of an operation since it was armed.
+struct Fault {
+  std::string operation;
+  int countdown = 0;
+  int code = 0;
+  bool areWritesShort = false;
+  int calls = 0;
+};
+
+Fault s_fault;
+
+bool isDue(const char* operation) {
+  if (s_fault.operation != operation) return false;
+  ++s_fault.calls;
+  if (--s_fault.countdown != 0) return false;
+  errno = s_fault.code;
+  return true;
+}
+
+}  // namespace
+
+extern "C" {
+
+ssize_t __real_write(int descriptor, const void* bytes, std::size_t size);
+ssize_t __wrap_write(int descriptor, const void* bytes, std::size_t size) {
+  if (isDue("write")) return -1;
+  return __real_write(descriptor, bytes, s_fault.areWritesShort && size > 3 ? size / 3 : size);
+}
+
+int __real_fsync(int descriptor);
+int __wrap_fsync(int descriptor) {
+  return isDue("fsync") ? -1 : __real_fsync(descriptor);
+}
+
+int __real_close(int descriptor);
+int __wrap_close(int descriptor) {
+  const bool isFault = isDue("close");
+  const int code = errno;
+  const int result = __real_close(descriptor);
+  errno = isFault ? code : errno;
+  return isFault ? -1 : result;
+}
+
+int __real_rename(const char* from, const char* to);
+int __wrap_rename(const char* from, const char* to) {
+  return isDue("rename") ? -1 : __real_rename(from, to);
+}
+
+int __real_fchmod(int descriptor, mode_t mode);
+int __wrap_fchmod(int descriptor, mode_t mode) {
+  return isDue("fchmod") ? -1 : __real_fchmod(descriptor, mode);
+}
+
+int __real_open(const char* path, int flags, mode_t mode);
+int __wrap_open(const char* path, int flags, mode_t mode) {
+  return isDue("open") ? -1 : __real_open(path, flags, mode);
+}
+
+int __real_inotify_add_watch(int descriptor, const char* path, std::uint32_t mask);
+int __wrap_inotify_add_watch(int descriptor, const char* path, std::uint32_t mask) {
+  return isDue("inotify_add_watch") ? -1 : __real_inotify_add_watch(descriptor, path, mask);
+}
+
+int __real_inotify_init1(int flags);
+int __wrap_inotify_init1(int flags) {
+  return isDue("inotify_init1") ? -1 : __real_inotify_init1(flags);
+}
+
+}  // extern "C"
+
+namespace {
+
+using support::MessageRecorder;
+using support::MountedRoot;
+using support::openResource;
+using testing::AllOf;
+using testing::AnyOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+struct OperationCase {
+  const char* operation;
+  int code;
+  const char* reason;
+  int leastCalls;  ///< how often a save is known to use the operation
+};
+
+void PrintTo(const OperationCase& one, std::ostream* stream) {
+  *stream << one.operation;
+}
+
+class AFaultOf : public testing::TestWithParam<OperationCase> {
+ protected:
+  void TearDown() override { s_fault = {}; }
+};
+
+/// Saves "<r>1</r>" as "<r>2...</r>" with the n-th call of the operation going wrong. Whether it did.
+bool saveWithFault(const OperationCase& one, int number) {
+  const std::string old = "<r>1</r>";
+  const std::string text(2000, '2');
+  const MountedRoot root("a.xml", old);
+  const auto section = openResource("a.xml");
+  section->setValue(text);
+  MessageRecorder recorder;
+  s_fault = {one.operation, number, one.code, true, 0};
+  const bool isSaved = section->save();
+  const int calls = s_fault.calls;
+  s_fault = {};
+  EXPECT_THAT(root.listing(), ElementsAre("a.xml")) << "nothing is left beside it";
+  if (calls < number) {
+    EXPECT_TRUE(isSaved);
+    EXPECT_THAT(recorder.texts(), IsEmpty());
+    EXPECT_EQ(root.read("a.xml"), "<r>" + text + "</r>");
+    return false;
+  }
+  if (isSaved) {
+    // Only the folder's descriptor is closed without a check, when everything is done.
+    EXPECT_STREQ(one.operation, "close");
+    EXPECT_EQ(root.read("a.xml"), "<r>" + text + "</r>");
+    return true;
+  }
+  EXPECT_EQ(recorder.criticalCount(), 1);
+  EXPECT_THAT(recorder.texts(), ElementsAre(AllOf(HasSubstr("\"a.xml\""), HasSubstr(one.reason),
+                                                  HasSubstr("edits are kept"), HasSubstr("save again"))));
+  EXPECT_THAT(root.read("a.xml"), AnyOf(old, "<r>" + text + "</r>"));
+  EXPECT_EQ(section->value(), text);
+  EXPECT_EQ(openResource("a.xml")->value(), text);
+  s_fault = {"fsync", 0, 0, false, 0};
+  EXPECT_TRUE(section->save()) << "asked again, when the cause is gone";
+  EXPECT_EQ(s_fault.calls, 2) << "the file and its folder are flushed";
+  s_fault = {};
+  EXPECT_EQ(root.read("a.xml"), "<r>" + text + "</r>");
+  EXPECT_THAT(root.listing(), ElementsAre("a.xml"));
+  return true;
+}
+
+TEST_P(AFaultOf, LeavesTheOldFileOrTheNewOneAndKeepsTheEdits) {
+  int number = 1;
+  while (saveWithFault(GetParam(), number) && number < 100) ++number;
+  EXPECT_GT(number, GetParam().leastCalls);
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, AFaultOf,
+                         testing::Values(OperationCase{"write", ENOSPC, "No space left", 5},
+                                         OperationCase{"write", EIO, "Input/output error", 5},
+                                         OperationCase{"write", EDQUOT, "quota", 5},
+                                         OperationCase{"fsync", EIO, "Input/output error", 2},
+                                         OperationCase{"close", EIO, "Input/output error", 1},
+                                         OperationCase{"rename", EROFS, "Read-only", 1},
+                                         OperationCase{"fchmod", EPERM, "not permitted", 1},
+                                         OperationCase{"open", EMFILE, "Too many open files", 2}));
+
+TEST(AnInterruptedCall, IsMadeAgain) {
+  for (const char* operation : {"write", "fsync", "close"}) {
+    const MountedRoot root("a.xml", "<r>1</r>");
+    const auto section = openResource("a.xml");
+    section->setValue("2");
+    s_fault = {operation, 1, EINTR, false, 0};
+    EXPECT_TRUE(section->save()) << operation;
+    s_fault = {};
+    EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
+  }
+}
+
+TEST(AFlushOfTheFolderThatFails, SaysThatTheNewFileIsThereButNotSafe) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const auto section = openResource("a.xml");
+  section->setValue("2");
+  MessageRecorder recorder;
+  s_fault = {"fsync", 2, EIO, false, 0};
+  EXPECT_FALSE(section->save());
+  s_fault = {};
+  EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("may be lost in a power cut")));
+}
+
+TEST(RunningOutOfWatches, GivesOneMessageAndNoMore) {
+  const MountedRoot root("a/b/c.xml", "<r/>");
+  root.write("d/e.xml", "<r/>");
+  MessageRecorder recorder;
+  s_fault = {"inotify_add_watch", 3, ENOSPC, false, 0};
+  EXPECT_NE(root.fileSystem().getFilesystemMonitor(), nullptr);
+  s_fault = {};
+  root.fileSystem().pump();
+  root.fileSystem().pump();
+  EXPECT_THAT(recorder.texts(), ElementsAre(AllOf(HasSubstr("will not be noticed: No space left on device"),
+                                                  HasSubstr("raise fs.inotify.max_user_watches"))));
+}
+
+TEST(ASystemWithoutWatching, GivesOneMessage) {
+  const MountedRoot root("a.xml", "<r/>");
+  MessageRecorder recorder;
+  s_fault = {"inotify_init1", 1, EMFILE, false, 0};
+  EXPECT_NE(root.fileSystem().getFilesystemMonitor(), nullptr);
+  s_fault = {};
+  root.fileSystem().pump();
+  root.fileSystem().pump();
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("cannot be watched for changes: Too many open files")));
+}
+
+}  // namespace

@@ -1,0 +1,147 @@
+#include <support/message_recorder.h>
+#include <support/mounted_root.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using support::MessageRecorder;
+using support::MountedRoot;
+using support::openResource;
+using support::TemporaryFolder;
+using Tal::FS::MultiFileSystem;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+TEST(AResource, IsFoundInTheFirstRootThatHoldsIt) {
+  const TemporaryFolder first;
+  const TemporaryFolder second;
+  second.write("scripts/a.xml", "");
+  const MultiFileSystem fileSystem({first.path(), second.path()});
+  EXPECT_EQ(fileSystem.find("scripts/a.xml"), second / "scripts/a.xml");
+  EXPECT_EQ(fileSystem.locationFor("scripts/a.xml"), second / "scripts/a.xml");
+  EXPECT_EQ(fileSystem.locationFor("scripts/b.xml"), first / "scripts/b.xml");
+  first.write("scripts/a.xml", "");
+  EXPECT_EQ(fileSystem.find("scripts/a.xml"), first / "scripts/a.xml");
+  EXPECT_EQ(fileSystem.find("scripts"), std::nullopt) << "a folder is none";
+  EXPECT_EQ(fileSystem.find("scripts/a.xml/b"), std::nullopt);
+}
+
+TEST(AResource, OfAnEarlierRootIsOpenedAsSoonAsItIsThere) {
+  const TemporaryFolder first;
+  const TemporaryFolder second;
+  second.write("a.xml", "<r>second</r>");
+  Tal::FS::setFileSystem(
+      std::make_unique<MultiFileSystem>(std::vector<fs::path>{first.path(), second.path()}));
+  EXPECT_EQ(openResource("a.xml")->value(), "second");
+  first.write("a.xml", "<r>first</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "first");
+  fs::remove(first / "a.xml");
+  EXPECT_EQ(openResource("a.xml")->value(), "second");
+  Tal::FS::setFileSystem(nullptr);
+}
+
+struct NameCase {
+  std::string name;
+  std::string refusal;
+};
+
+TEST(AName, ThatCannotNameAResourceIsRefusedWithAMessage) {
+  const NameCase cases[] = {
+      {"", "is empty"},
+      {"/etc/passwd", "is absolute"},
+      {"..", "climbs out of its root"},
+      {"../a.xml", "climbs out of its root"},
+      {"scripts/../a.xml", "climbs out of its root"},
+      {"scripts/..", "climbs out of its root"},
+      {"scripts\\a.xml", "holds a backslash"},
+      {std::string("a\0b", 3), "holds a NUL character"},
+      {".", "names no file"},
+      {"./", "names no file"},
+  };
+  const MountedRoot root("scripts/a.xml", "<r/>");
+  for (const NameCase& one : cases) {
+    EXPECT_THAT(MultiFileSystem::refusalOf(one.name), HasSubstr(one.refusal)) << one.name;
+    MessageRecorder recorder;
+    EXPECT_EQ(root.fileSystem().find(one.name), std::nullopt);
+    EXPECT_EQ(root.fileSystem().locationFor(one.name), std::nullopt);
+    EXPECT_FALSE(openResource(one.name));
+    EXPECT_FALSE(Tal::FS::Utils::openSection(one.name, true, nullptr));
+    ASSERT_EQ(recorder.messages().size(), 4U) << "once per call: " << one.name;
+    EXPECT_THAT(recorder.texts()[0], AllOf(HasSubstr("the resource name"), HasSubstr(one.refusal)));
+    EXPECT_EQ(recorder.messages()[0].messagePriority, 5);
+  }
+}
+
+TEST(AName, MayHoldDotsAndSpacesAndAnythingElse) {
+  for (const std::string name : {"a..b.xml", "...", "a b/c.xml", "50%.xml", "\xC3\xA4.xml", "a:b", "~"})
+    EXPECT_EQ(MultiFileSystem::refusalOf(name), "") << name;
+}
+
+TEST(ALinkThatLeadsOutOfItsRoot, IsRefused) {
+  const TemporaryFolder outside;
+  outside.write("a.xml", "<r/>");
+  const MountedRoot root;
+  fs::create_symlink(outside / "a.xml", root / "file.xml");
+  fs::create_directory_symlink(outside.path(), root / "folder");
+  for (const char* name : {"file.xml", "folder/a.xml"}) {
+    MessageRecorder recorder;
+    EXPECT_FALSE(openResource(name));
+    EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("leads out of its root")));
+  }
+  MessageRecorder recorder;
+  EXPECT_EQ(root.fileSystem().locationFor("folder/new/b.xml"), std::nullopt);
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("leads out of its root")));
+}
+
+TEST(ALinkThatStaysInItsRoot, IsFollowed) {
+  const MountedRoot root("store/a.xml", "<r>1</r>");
+  fs::create_symlink(root / "store/a.xml", root / "file.xml");
+  fs::create_directory_symlink("store", root / "folder");
+  EXPECT_EQ(openResource("file.xml")->value(), "1");
+  EXPECT_EQ(openResource("folder/a.xml")->value(), "1");
+}
+
+TEST(ALinkToNothing, IsNoPlaceForAResource) {
+  const MountedRoot root;
+  fs::create_symlink("nowhere.xml", root / "a.xml");
+  MessageRecorder recorder;
+  EXPECT_FALSE(openResource("a.xml"));
+  EXPECT_EQ(root.fileSystem().locationFor("a.xml"), std::nullopt);
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("link to nothing")));
+}
+
+TEST(ARoot, MayItselfBeALink) {
+  const TemporaryFolder folder;
+  folder.write("real/a.xml", "<r/>");
+  fs::create_directory_symlink("real", folder / "link");
+  const MultiFileSystem fileSystem({folder / "link"});
+  EXPECT_EQ(fileSystem.find("a.xml"), folder / "link/a.xml");
+}
+
+TEST(ARoot, ThatIsNoFolderIsReportedAndLeftOut) {
+  const TemporaryFolder folder;
+  folder.write("file", "");
+  MessageRecorder recorder;
+  const MultiFileSystem fileSystem({folder / "none", folder.path(), folder / "file"});
+  EXPECT_THAT(fileSystem.roots(), ElementsAre(folder.path()));
+  EXPECT_THAT(recorder.texts(),
+              ElementsAre(HasSubstr("/none\" is no folder"), HasSubstr("/file\" is no folder")));
+}
+
+TEST(AFileSystem, WithoutRootsHoldsNothing) {
+  const MultiFileSystem fileSystem({});
+  EXPECT_EQ(fileSystem.find("a.xml"), std::nullopt);
+  EXPECT_EQ(fileSystem.locationFor("a.xml"), std::nullopt);
+}
+
+}  // namespace

@@ -1,0 +1,177 @@
+#include <support/message_recorder.h>
+#include <support/mounted_root.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace {
+
+using support::MessageRecorder;
+using support::MountedRoot;
+using support::openResource;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+std::string repeated(const std::string& text, int count) {
+  std::string all;
+  all.reserve(text.size() * static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) all += text;
+  return all;
+}
+
+struct MalformedCase {
+  const char* name;
+  std::string text;
+  const char* message;
+};
+
+TEST(AMalformedFile, IsRefusedWithResourcePlaceAndReason) {
+  const MalformedCase cases[] = {
+      {"empty", "", "a.xml:1:1: no element found"},
+      {"blank", " \n", "a.xml:2:1: no element found"},
+      {"no end tag", "<r>\n<a>", "a.xml:2:4: no element found"},
+      {"crossed tags", "<r><a></r></a>", "a.xml:1:9: mismatched tag"},
+      {"two roots", "<r/><r/>", "a.xml:1:5: junk after document element"},
+      {"text behind the root", "<r/>x", "a.xml:1:5: junk after document element"},
+      {"a duplicate attribute", "<r a='1' a='2'/>", "a.xml:1:10: duplicate attribute"},
+      {"an attribute without quotes", "<r a=1/>", "a.xml:1:6: not well-formed"},
+      {"a bare ampersand", "<r>a & b</r>", "a.xml:1:7: not well-formed"},
+      {"an unknown entity", "<r>&none;</r>", "a.xml:1:4: undefined entity"},
+      {"an entity of a definition elsewhere", "<!DOCTYPE r SYSTEM 'r.dtd'><r>&none;</r>",
+       "a.xml:1:31: the entity \"none\" is not declared in this file"},
+      {"an external entity", "<!DOCTYPE r [<!ENTITY e SYSTEM 'file:///etc/passwd'>]><r>&e;</r>",
+       "a.xml:1:58: external entities are not read"},
+      {"invalid UTF-8", "<r>\xC0\x80</r>", "a.xml:1:4: not well-formed"},
+      {"a control character", "<r>\x01</r>", "a.xml:1:4: not well-formed"},
+      {"a reference to one", "<r>&#1;</r>", "a.xml:1:4: reference to invalid character"},
+      {"a NUL", std::string("<r>\0</r>", 8), "a.xml:1:4: not well-formed"},
+      {"a comment without an end", "<r><!-- ", "a.xml:1:4: unclosed token"},
+      {"a merge conflict", "<r>\n<<<<<<< HEAD\n<a/>\n=======\n",
+       "a.xml:2:2: not well-formed (invalid token) (a "
+       "merge-conflict marker stands here)"},
+      {"an encoding that nobody knows", "<?xml version='1.0' encoding='x-none'?><r/>",
+       "a.xml: the encoding \"x-none\" is not supported"},
+  };
+  for (const MalformedCase& one : cases) {
+    const MountedRoot root("a.xml", one.text);
+    MessageRecorder recorder;
+    EXPECT_FALSE(openResource("a.xml")) << one.name;
+    EXPECT_THAT(recorder.texts(), ElementsAre(StartsWith(one.message))) << one.name;
+  }
+}
+
+TEST(AMalformedFile, NamesItsResourceWithControlCharactersEscaped) {
+  const MountedRoot root("a%s\x1B.xml", "<r>");
+  MessageRecorder recorder;
+  EXPECT_FALSE(openResource("a%s\x1B.xml"));
+  EXPECT_THAT(recorder.texts(), ElementsAre(StartsWith("a%s\\x1b.xml:1:4:")));
+}
+
+TEST(ATruncatedFile, IsRefusedAtEveryByte) {
+  const std::string file =
+      "<?xml version=\"1.0\"?>\n<r a='1'>\n <b>x &amp; y</b><!-- c --><![CDATA[d]]><e/>\n</r>";
+  MessageRecorder recorder;
+  for (std::size_t length = 0; length < file.size(); ++length) {
+    const MountedRoot root("a.xml", file.substr(0, length));
+    EXPECT_FALSE(openResource("a.xml")) << length;
+  }
+  EXPECT_EQ(recorder.messages().size(), file.size());
+}
+
+TEST(ADeepFile, IsReadDownToAThousandLevelsAndRefusedBelow) {
+  const MountedRoot root("a.xml", repeated("<a>", 1000) + "x" + repeated("</a>", 1000));
+  auto section = openResource("a.xml");
+  ASSERT_TRUE(section);
+  for (int depth = 1; depth < 1000; ++depth) section = section->child(0);
+  EXPECT_EQ(section->value(), "x");
+  section->setValue("y");
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(root.read("a.xml"), repeated("<a>", 1000) + "y" + repeated("</a>", 1000));
+
+  for (const std::string& deeper :
+       {repeated("<a>", 1000) + "<a/>" + repeated("</a>", 1000), repeated("<a>", 1'000'000),
+        repeated("<a>", 1'000'000) + repeated("</a>", 1'000'000)}) {
+    root.replace("a.xml", deeper);
+    MessageRecorder recorder;
+    EXPECT_FALSE(openResource("a.xml"));
+    EXPECT_THAT(recorder.texts(),
+                ElementsAre(StartsWith("a.xml:1:3001: elements are nested deeper than 1000 levels")));
+  }
+}
+
+TEST(ADeepEdit, IsWrittenWhateverItsDepth) {
+  const MountedRoot root("a.xml", "<r/>\n");
+  auto section = openResource("a.xml");
+  for (int depth = 0; depth < 900; ++depth) section = section->appendChild("a");
+  EXPECT_TRUE(section->save());
+  EXPECT_TRUE(openResource("a.xml"));
+}
+
+TEST(ALargeFile, OfHugeTextsAndAttributesIsReadRight) {
+  const std::string huge(20'000'000, 'x');
+  const MountedRoot root("a.xml", "<r a='" + huge + "'><b>" + huge + "</b><c>1</c></r>");
+  const auto section = openResource("a.xml");
+  ASSERT_TRUE(section);
+  EXPECT_EQ(section->readString("b"), huge);
+  EXPECT_EQ(section->readInt("c"), 1);
+}
+
+TEST(ALargeFile, OfManyAttributesIsReadInLinearTime) {
+  std::string attributes;
+  for (int i = 0; i < 200'000; ++i) attributes += " a" + std::to_string(i) + "='" + std::to_string(i) + '\'';
+  const MountedRoot root("a.xml", "<r" + attributes + ">1</r>");
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(openResource("a.xml")->value(), "1");
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+}
+
+TEST(ALargeFile, OfManyDifferentTagsIsReadInLinearTime) {
+  std::string file = "<r>";
+  for (int i = 0; i < 200'000; ++i) file += "<t" + std::to_string(i) + "/>";
+  const MountedRoot root("a.xml", file + "</r>");
+  const auto section = openResource("a.xml");
+  EXPECT_EQ(section->childCount(), 200'000);
+  EXPECT_TRUE(section->findChild("t199999"));
+}
+
+TEST(ALargeFile, BeyondTheLimitIsRefusedUnread) {
+  const MountedRoot root("a.xml", "<r/>");
+  std::filesystem::resize_file(root / "a.xml", (std::uintmax_t{1} << 30U) + 1);
+  MessageRecorder recorder;
+  EXPECT_FALSE(openResource("a.xml"));
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("larger than 1024 MiB")));
+}
+
+TEST(AnEntityBomb, IsRefused) {
+  std::string bomb = "<!DOCTYPE r [<!ENTITY e0 'boom'>";
+  for (int i = 1; i < 30; ++i) {
+    const std::string previous = "&e" + std::to_string(i - 1) + ';';
+    bomb += "<!ENTITY e" + std::to_string(i) + " '" + repeated(previous, 10) + "'>";
+  }
+  const MountedRoot root("a.xml", bomb + "]><r>&e29;</r>");
+  MessageRecorder recorder;
+  EXPECT_FALSE(openResource("a.xml"));
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("entity \"e1\" holds markup or references")));
+}
+
+TEST(AnEntityBomb, OfOneLongTextIsRefused) {
+  const MountedRoot root("a.xml", "<!DOCTYPE r [<!ENTITY e '" + std::string(100'000, 'x') + "'>]><r><a>" +
+                                      repeated("&e;", 100'000) + "</a></r>");
+  MessageRecorder recorder;
+  EXPECT_FALSE(openResource("a.xml"));
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("amplification")));
+}
+
+TEST(AFolder, OpensAsNothing) {
+  const MountedRoot root("folder/a.xml", "<r/>");
+  EXPECT_FALSE(openResource("folder"));
+}
+
+}  // namespace

@@ -1,0 +1,323 @@
+#include <support/message_recorder.h>
+#include <support/mounted_root.h>
+
+#include <resources/data_section_cache.h>
+#include <resources/save_group.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+using support::MessageRecorder;
+using support::MountedRoot;
+using support::openResource;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+ino_t inodeOf(const fs::path& file) {
+  struct stat status {};
+  EXPECT_EQ(::stat(file.c_str(), &status), 0);
+  return status.st_ino;
+}
+
+TEST(ASave, ReplacesTheFileAndLeavesNothingBesideIt) {
+  const MountedRoot root("scripts/a.xml", "<r>1</r>");
+  const ino_t before = inodeOf(root / "scripts/a.xml");
+  const auto section = openResource("scripts/a.xml");
+  section->setValue("2");
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(root.read("scripts/a.xml"), "<r>2</r>");
+  EXPECT_NE(inodeOf(root / "scripts/a.xml"), before);
+  EXPECT_THAT(root.listing(), ElementsAre("scripts", "scripts/a.xml"));
+}
+
+TEST(ASave, DoesNotTouchAFileThatHoldsTheSameBytes) {
+  const MountedRoot root("a.xml", "<r><a>1</a></r>");
+  const ino_t before = inodeOf(root / "a.xml");
+  const auto section = openResource("a.xml");
+  EXPECT_TRUE(section->save());
+  section->writeString("a", "2");
+  section->writeString("a", "1");
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(inodeOf(root / "a.xml"), before);
+  section->writeString("a", "2");
+  EXPECT_TRUE(section->save());
+  const ino_t saved = inodeOf(root / "a.xml");
+  EXPECT_NE(saved, before);
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(inodeOf(root / "a.xml"), saved);
+}
+
+TEST(ASave, KeepsThePermissions) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  for (const mode_t mode : {mode_t{0600}, mode_t{0664}, mode_t{0755}}) {
+    ASSERT_EQ(::chmod((root / "a.xml").c_str(), mode), 0);
+    const auto section = openResource("a.xml");
+    section->setValue(std::to_string(mode));
+    EXPECT_TRUE(section->save());
+    struct stat status {};
+    ASSERT_EQ(::stat((root / "a.xml").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, mode);
+  }
+}
+
+TEST(ASave, ReplacesTheTargetOfALink) {
+  const MountedRoot root("store/a.xml", "<r>1</r>");
+  fs::create_directory(root / "scripts");
+  fs::create_symlink("../store/a.xml", root / "scripts/a.xml");
+  const auto section = openResource("scripts/a.xml");
+  section->setValue("2");
+  EXPECT_TRUE(section->save());
+  EXPECT_TRUE(fs::is_symlink(root / "scripts/a.xml"));
+  EXPECT_EQ(root.read("store/a.xml"), "<r>2</r>");
+  EXPECT_THAT(root.listing(), ElementsAre("scripts", "scripts/a.xml", "store", "store/a.xml"));
+}
+
+TEST(ASave, ToAnotherNameWritesACopy) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const auto section = openResource("a.xml");
+  section->setValue("2");
+  EXPECT_TRUE(section->save("copies/b.xml"));
+  EXPECT_EQ(root.read("copies/b.xml"), "<r>2</r>");
+  EXPECT_EQ(root.read("a.xml"), "<r>1</r>");
+  EXPECT_EQ(openResource("copies/b.xml")->value(), "2");
+  EXPECT_TRUE(section->save("./a.xml")) << "which is its own";
+  EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
+}
+
+TEST(ASave, ToARefusedNameFailsWithAMessage) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  MessageRecorder recorder;
+  EXPECT_FALSE(openResource("a.xml")->save("../b.xml"));
+  EXPECT_EQ(recorder.criticalCount(), 1);
+}
+
+TEST(ASave, MakesTheFileOfANewDocument) {
+  const MountedRoot root;
+  const auto section = Tal::FS::Utils::openSection("new/a.xml", true, nullptr);
+  ASSERT_TRUE(section);
+  EXPECT_FALSE(fs::exists(root / "new")) << "opening alone makes nothing";
+  section->writeString("entry/filename", "a.model");
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(root.read("new/a.xml"),
+            "<root>\n\t<entry>\n\t\t<filename>a.model</filename>\n\t</entry>\n</root>\n");
+}
+
+TEST(ASave, PutsAFileBackThatWasDeleted) {
+  const MountedRoot root("scripts/a.xml", "<r>1</r>");
+  const auto section = openResource("scripts/a.xml");
+  section->setValue("2");
+  fs::remove_all(root / "scripts");
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(root.read("scripts/a.xml"), "<r>2</r>");
+}
+
+TEST(ASave, OfAProtectedFileIsRefusedAndMayBeMadeUpFor) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const auto section = openResource("a.xml");
+  section->setValue("2");
+  fs::permissions(root / "a.xml", fs::perms::owner_read);
+  MessageRecorder recorder;
+  EXPECT_FALSE(section->save());
+  ASSERT_EQ(recorder.messages().size(), 1U);
+  EXPECT_TRUE(recorder.messages()[0].isCritical);
+  EXPECT_THAT(recorder.texts()[0], AllOf(HasSubstr("\"a.xml\""), HasSubstr("Permission denied"),
+                                         HasSubstr("the old file is whole"), HasSubstr("edits are kept"),
+                                         HasSubstr("writable and save again")));
+  EXPECT_EQ(root.read("a.xml"), "<r>1</r>");
+  fs::permissions(root / "a.xml", fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
+}
+
+/// Files of this process may not grow beyond a limit during the scope: a write comes back short, the next one
+/// fails.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) {
+    ::getrlimit(RLIMIT_FSIZE, &before_);
+    rlimit limit = before_;
+    limit.rlim_cur = bytes;
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    handler_ = std::signal(SIGXFSZ, SIG_IGN);
+  }
+  ~FileSizeLimit() {
+    ::setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, handler_);
+  }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+ private:
+  rlimit before_{};
+  void (*handler_)(int) = nullptr;
+};
+
+TEST(ASave, ThatRunsOutOfRoomHalfwayLeavesTheOldFileWhole) {
+  const std::string text(100'000, 'x');
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const auto section = openResource("a.xml");
+  section->setValue(text);
+  MessageRecorder recorder;
+  {
+    const FileSizeLimit limit(50'000);
+    EXPECT_FALSE(section->save());
+  }
+  EXPECT_EQ(recorder.criticalCount(), 1);
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("File too large")));
+  EXPECT_EQ(root.read("a.xml"), "<r>1</r>");
+  EXPECT_THAT(root.listing(), ElementsAre("a.xml"));
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(root.read("a.xml"), "<r>" + text + "</r>");
+}
+
+TEST(AFailedSave, IsReportedOnceEachTimeWithNamesAsTheyAre) {
+  const MountedRoot root("100%s\x1B.xml", "<r>1</r>");
+  const auto section = openResource("100%s\x1B.xml");
+  section->setValue("2");
+  fs::permissions(root / "100%s\x1B.xml", fs::perms::owner_read);
+  MessageRecorder recorder;
+  EXPECT_FALSE(section->save());
+  EXPECT_FALSE(section->save());
+  EXPECT_THAT(recorder.texts(),
+              ElementsAre(HasSubstr("\"100%s\\x1b.xml\""), HasSubstr("\"100%s\\x1b.xml\"")));
+}
+
+TEST(AFailedSave, KeepsTheDocumentInTheCacheWhateverHappens) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  {
+    const auto section = openResource("a.xml");
+    section->setValue("2");
+    fs::permissions(root / "a.xml", fs::perms::owner_read);
+    MessageRecorder recorder;
+    EXPECT_FALSE(section->save());
+  }
+  Tal::DataSectionCache::purge("a.xml", false);
+  Tal::DataSectionCache::purge("", true);
+  EXPECT_EQ(openResource("a.xml")->value(), "2");
+  fs::permissions(root / "a.xml", fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_TRUE(openResource("a.xml")->save());
+  EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
+  root.replace("a.xml", "<r>3</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "3") << "what is saved is held no longer";
+}
+
+TEST(ASaveOverAnotherProgramsChange, IsRefusedOnceAndDoneWhenAskedAgain) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const auto section = openResource("a.xml");
+  section->setValue("mine");
+  root.replace("a.xml", "<r>theirs</r>");
+  MessageRecorder recorder;
+  EXPECT_FALSE(section->save());
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("another program has changed the file")));
+  EXPECT_EQ(recorder.criticalCount(), 1);
+  EXPECT_EQ(root.read("a.xml"), "<r>theirs</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "mine");
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(root.read("a.xml"), "<r>mine</r>");
+}
+
+TEST(ASaveOverAnotherProgramsChange, IsNoneWhenOnlyTheFilesDatesChanged) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const auto section = openResource("a.xml");
+  for (const char* value : {"2", "3"}) {
+    section->setValue(value);
+    root.replace("a.xml", root.read("a.xml"));
+    EXPECT_TRUE(section->save());
+    EXPECT_EQ(root.read("a.xml"), "<r>" + std::string(value) + "</r>");
+  }
+}
+
+TEST(ASaveOverAnotherProgramsChange, IsNoneWhenItMadeTheSameChange) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const auto section = openResource("a.xml");
+  section->setValue("2");
+  root.replace("a.xml", "<r>2</r>");
+  const ino_t before = inodeOf(root / "a.xml");
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(inodeOf(root / "a.xml"), before);
+}
+
+TEST(ASaveGroup, WritesEachDocumentOnceWhenItIsCommitted) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  root.write("b.xml", "<r>1</r>");
+  const auto a = openResource("a.xml");
+  const auto b = openResource("b.xml");
+  Tal::SaveGroup group;
+  for (const char* value : {"2", "3"}) {
+    a->setValue(value);
+    EXPECT_TRUE(a->save());
+    b->setValue(value);
+    EXPECT_TRUE(b->save());
+  }
+  EXPECT_EQ(root.read("a.xml"), "<r>1</r>");
+  EXPECT_TRUE(group.commit());
+  EXPECT_EQ(root.read("a.xml"), "<r>3</r>");
+  EXPECT_EQ(root.read("b.xml"), "<r>3</r>");
+  a->setValue("4");
+  EXPECT_TRUE(a->save());
+  EXPECT_EQ(root.read("a.xml"), "<r>4</r>") << "the group is closed";
+  EXPECT_TRUE(group.commit()) << "and stays so";
+}
+
+TEST(ASaveGroup, ThatIsNotCommittedWritesNothingAndKeepsTheEdits) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  {
+    const Tal::SaveGroup group;
+    const auto section = openResource("a.xml");
+    section->setValue("2");
+    EXPECT_TRUE(section->save());
+    Tal::DataSectionCache::purge("a.xml", false);
+    EXPECT_EQ(openResource("a.xml")->value(), "2") << "a document that waits is not dropped";
+  }
+  EXPECT_EQ(root.read("a.xml"), "<r>1</r>");
+  Tal::DataSectionCache::purge("a.xml", false);
+  EXPECT_EQ(openResource("a.xml")->value(), "2");
+  EXPECT_TRUE(openResource("a.xml")->save());
+  EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
+}
+
+TEST(ASaveGroup, InAnotherJoinsIt) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const auto section = openResource("a.xml");
+  Tal::SaveGroup outer;
+  {
+    Tal::SaveGroup inner;
+    section->setValue("2");
+    EXPECT_TRUE(section->save());
+    EXPECT_TRUE(inner.commit());
+  }
+  EXPECT_EQ(root.read("a.xml"), "<r>1</r>");
+  EXPECT_TRUE(outer.commit());
+  EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
+}
+
+TEST(ASaveGroup, SaysWhenADocumentCouldNotBeWrittenAndWritesTheOthers) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  root.write("b.xml", "<r>1</r>");
+  fs::permissions(root / "a.xml", fs::perms::owner_read);
+  MessageRecorder recorder;
+  Tal::SaveGroup group;
+  for (const char* name : {"a.xml", "b.xml"}) {
+    openResource(name)->setValue("2");
+    EXPECT_TRUE(openResource(name)->save());
+  }
+  EXPECT_FALSE(group.commit());
+  EXPECT_EQ(recorder.criticalCount(), 1);
+  EXPECT_EQ(root.read("a.xml"), "<r>1</r>");
+  EXPECT_EQ(root.read("b.xml"), "<r>2</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "2");
+}
+
+}  // namespace
