@@ -67,6 +67,12 @@ std::uint32_t partNumber(BasicStringRef name) {
   return number;
 }
 
+bool holdsControls(BasicStringRef name) {
+  return std::any_of(name.begin(), name.end(), [](char character) {
+    return static_cast<unsigned char>(character) < 0x20 || character == 0x7f;
+  });
+}
+
 // --- From a scene and the author's options to a model
 // -------------------------------------------------------
 
@@ -161,10 +167,8 @@ class Importer {
     if (name.size() > kMaxNameLength) {
       throw GltfFault(start + "is longer than " + std::to_string(kMaxNameLength) + " bytes");
     }
-    const bool hasControls = std::any_of(name.begin(), name.end(), [](char character) {
-      return static_cast<unsigned char>(character) < 0x20 || character == 0x7f;
-    });
-    if (hasControls || !Xml::isStorable(name)) throw GltfFault(start + "holds characters that no file can");
+    if (holdsControls(name) || !Xml::isStorable(name))
+      throw GltfFault(start + "holds characters that no file can");
     if (Xml::trimmed(name) != name) throw GltfFault(start + "has white space around it");
     if (name.empty() && what == "material") throw GltfFault("cannot give a material an empty name");
   }
@@ -285,6 +289,9 @@ std::string faultOfModelName(BasicStringRef modelName) {
   const std::string refusal = FS::MultiFileSystem::refusalOf(modelName);
   if (!refusal.empty()) return "is no name of a resource, it " + refusal;
   if (modelName.size() > kMaxNameLength) return "is too long a name";
+  if (holdsControls(modelName) || !Xml::isStorable(modelName) || Xml::trimmed(modelName) != modelName) {
+    return "is no name that files can hold";
+  }
   const BasicStringRef file = modelName.substr(modelName.rfind('/') + 1);
   if (file.ends_with(kModelExtension) && file.size() > kModelExtension.size()) return {};
   return "is no name of a model; it must end in \".model\"";

@@ -506,6 +506,9 @@ TEST_F(AnImpossibleImport, IsOneOfANameThatNoModelCanHave) {
   EXPECT_THAT(refusalOfName("/house.model"), StartsWith("\"/house.model\": is no name of a resource, it "));
   EXPECT_THAT(refusalOfName("../house.model"),
               StartsWith("\"../house.model\": is no name of a resource, it "));
+  EXPECT_EQ(refusalOfName("a\n.model"), "\"a\\n.model\": is no name that files can hold");
+  EXPECT_EQ(refusalOfName(" a.model"), "\" a.model\": is no name that files can hold");
+  EXPECT_EQ(refusalOfName(std::string(2000, 'a') + ".model").substr(81), ": is too long a name");
   EXPECT_THAT(refusalOfName(""), StartsWith("\"\": is no name of a "));
 }
 

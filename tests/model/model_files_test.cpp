@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
-
-#include <sys/stat.h>
+#include <support/message_recorder.h>
 
 #include "failing_rename.h"
 #include "gltf_builder.h"
@@ -73,7 +72,8 @@ TEST_F(AnImport, IsRefusedWhenALinkLeadsOutOfTheRoot) {
   writeSource(cubeBuilder().glb());
   std::filesystem::create_directory(folder_ / "outside");
   std::filesystem::create_directory_symlink(folder_ / "outside", root() / "content");
-  EXPECT_THAT(refusal(), StartsWith("cannot be imported: \"content/house.glb\" "));
+  const support::MessageRecorder messages;
+  EXPECT_EQ(refusal(), "cannot be imported: \"content/house.glb\" lies outside of the resource root");
   EXPECT_TRUE(std::filesystem::is_empty(folder_ / "outside"));
 }
 
