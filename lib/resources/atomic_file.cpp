@@ -59,14 +59,6 @@ fs::path targetOf(const fs::path& file) {
   return error ? file : target;
 }
 
-fs::path temporaryBeside(const fs::path& file) {
-  static std::atomic<unsigned> s_count{0};
-  const std::string ending =
-      '.' + std::to_string(::getpid()) + '-' + std::to_string(++s_count) + std::string(kTemporaryEnding);
-  const std::string name = file.filename().string().substr(0, kLongestName - ending.size() - 1);
-  return file.parent_path() / ('.' + name + ending);
-}
-
 /// One replacement, step by step; each step gives the failure that ends it.
 class Replacement {
  public:
@@ -189,6 +181,14 @@ std::optional<FileFailure> replaceFile(const fs::path& file, BasicStringRef cont
   std::optional<FileFailure> failure = replacement.run(content);
   if (identity != nullptr) *identity = failure ? std::nullopt : replacement.identity();
   return failure;
+}
+
+fs::path temporaryBeside(const fs::path& file) {
+  static std::atomic<unsigned> s_count{0};
+  const std::string ending =
+      '.' + std::to_string(::getpid()) + '-' + std::to_string(++s_count) + std::string(kTemporaryEnding);
+  const std::string name = file.filename().string().substr(0, kLongestName - ending.size() - 1);
+  return file.parent_path() / ('.' + name + ending);
 }
 
 bool isTemporaryName(BasicStringRef fileName) {

@@ -28,6 +28,9 @@ struct FileFailure {
 std::optional<FileFailure> replaceFile(const std::filesystem::path& file, BasicStringRef content,
                                        std::optional<FileIdentity>* identity = nullptr);
 
+/// A path beside `file` that nothing else has, of a name that isTemporaryName knows.
+std::filesystem::path temporaryBeside(const std::filesystem::path& file);
+
 /// Whether a file name is one of those that replaceFile uses while it writes.
 bool isTemporaryName(BasicStringRef fileName);
 

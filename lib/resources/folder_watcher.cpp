@@ -5,6 +5,7 @@
 
 #include <dirent.h>
 #include <sys/inotify.h>
+#include <sys/stat.h>
 
 #include <unistd.h>
 #include <algorithm>
@@ -48,6 +49,10 @@ bool isLink(const fs::path& path) {
 }
 
 }  // namespace
+
+FolderWatcher::Identity FolderWatcher::identityOf(const struct stat& status) {
+  return {status.st_dev, status.st_ino};
+}
 
 FolderWatcher::FolderWatcher(std::vector<fs::path> roots, ChangeCollector& collector)
     : roots_(std::move(roots)), collector_(collector) {

@@ -3,9 +3,6 @@
 #include <resources/change_collector.h>
 #include <resources/descriptor.h>
 
-#include <sys/stat.h>
-#include <sys/types.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -17,6 +14,7 @@
 #include <vector>
 
 struct inotify_event;
+struct stat;
 
 namespace Tal::FS {
 
@@ -45,8 +43,8 @@ class FolderWatcher {
 
   /// What tells a folder from another one that takes its name.
   struct Identity {
-    dev_t device;
-    ino_t inode;
+    std::uint64_t device;
+    std::uint64_t inode;
     bool operator==(const Identity&) const = default;
   };
 
@@ -61,7 +59,7 @@ class FolderWatcher {
     std::string name;  ///< of the root in the folder that holds it
   };
 
-  static Identity identityOf(const struct stat& status) { return {status.st_dev, status.st_ino}; }
+  static Identity identityOf(const struct stat& status);
   static std::string join(const std::string& folder, const std::string& name);
   std::filesystem::path pathOf(const Key& folder) const;
 

@@ -22,10 +22,6 @@ std::string placeOf(const std::string& resourceName, const Xml::ParseError& erro
   return resourceName + ':' + std::to_string(error.line) + ':' + std::to_string(error.column);
 }
 
-std::size_t hashOf(BasicStringRef bytes) {
-  return std::hash<BasicStringRef>()(bytes);
-}
-
 void reportFailedSave(const std::string& resourceName, const std::string& reason) {
   DebugMessageHelper::criticalMessage("lib/resources/section_document", __LINE__, "cannot save %s: %s",
                                       inQuotes(resourceName).c_str(), reason.c_str());
@@ -119,7 +115,7 @@ bool SectionDocument::adoptFile(BasicStringRef bytes) {
   const BasicStringRef onDisk = content.bytes.view();
   const bool isOurs = isBase(onDisk) || onDisk == bytes;
   identity_ = content.identity;
-  fileHash_ = hashOf(onDisk);
+  base_ = fingerprintOf(onDisk);
   if (isOurs) return true;
   reportFailedSave(
       resourceName_,
@@ -128,11 +124,15 @@ bool SectionDocument::adoptFile(BasicStringRef bytes) {
   return false;
 }
 
+SectionDocument::Fingerprint SectionDocument::fingerprintOf(BasicStringRef bytes) {
+  return {bytes.size(), std::hash<BasicStringRef>()(bytes)};
+}
+
 bool SectionDocument::isBase(BasicStringRef bytes) const {
-  if (fileHash_) return hashOf(bytes) == *fileHash_;
+  if (base_) return bytes.size() == base_->size && fingerprintOf(bytes).hash == base_->hash;
   if (!identity_) return false;
   if (encoding_ == Xml::Encoding::utf8) return bytes == tree_.source();
-  return bytes == Xml::fromUtf8(tree_.source(), encoding_);
+  return bytes == Xml::fromUtf8(std::string(tree_.source()), encoding_);
 }
 
 bool SectionDocument::replaceOwn(BasicStringRef bytes) {
@@ -142,7 +142,7 @@ bool SectionDocument::replaceOwn(BasicStringRef bytes) {
   const std::optional<FileFailure> failure = replaceFile(file_, bytes, &identity);
   if (!failure || failure->isReplaced) {
     identity_ = failure ? identityAt(file_) : identity;
-    fileHash_ = hashOf(bytes);
+    base_ = fingerprintOf(bytes);
     isFlushOwed_ = failure.has_value();
   }
   if (failure) {

@@ -48,6 +48,13 @@ class SectionDocument : public SafeReferenceCount {
   bool write(BasicStringRef resourceName);
 
  private:
+  /// What a file's bytes are recognised by without keeping them.
+  struct Fingerprint {
+    std::size_t size;
+    std::size_t hash;
+  };
+  static Fingerprint fingerprintOf(BasicStringRef bytes);
+
   SectionDocument(std::string resourceName, std::filesystem::path file, Xml::Tree tree,
                   Xml::Encoding encoding, std::optional<FileIdentity> identity);
 
@@ -67,7 +74,7 @@ class SectionDocument : public SafeReferenceCount {
   Xml::Tree tree_;
   Xml::Encoding encoding_;
   std::optional<FileIdentity> identity_;
-  std::optional<std::size_t> fileHash_;  ///< of the file's bytes; empty as long as they are the tree's source
+  std::optional<Fingerprint> base_;  ///< of the file's bytes; empty as long as they are the tree's source
   std::uint64_t savedRevision_ = 0;
   bool isSaveOwed_ = false;
   bool isFlushOwed_ = false;  ///< the file has the content, but has perhaps not reached the disk

@@ -125,11 +125,11 @@ std::optional<Source> toUtf8(Source bytes, Encoding encoding, std::string& reaso
   return Source::copyOf(text);
 }
 
-std::string fromUtf8(BasicStringRef text, Encoding encoding) {
-  if (encoding == Encoding::utf8) return std::string(text);
+std::string fromUtf8(std::string text, Encoding encoding) {
+  if (encoding == Encoding::utf8) return text;
   std::string bytes;
   bytes.reserve(text.size() * 2);
-  while (!text.empty()) appendEncoded(takeCharacter(text), encoding, bytes);
+  for (BasicStringRef rest = text; !rest.empty();) appendEncoded(takeCharacter(rest), encoding, bytes);
   return bytes;
 }
 

@@ -22,7 +22,7 @@ std::optional<Encoding> detectEncoding(BasicStringRef bytes, std::string& reason
 std::optional<Source> toUtf8(Source bytes, Encoding encoding, std::string& reason);
 
 /// The bytes of valid UTF-8 text whose characters are none above largestCharacter(encoding).
-std::string fromUtf8(BasicStringRef text, Encoding encoding);
+std::string fromUtf8(std::string text, Encoding encoding);
 
 /// The last character that can be written as itself; those above need a character reference.
 std::uint32_t largestCharacter(Encoding encoding) noexcept;

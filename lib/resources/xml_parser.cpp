@@ -1,4 +1,6 @@
 #include <resources/xml_parser.h>
+#include <resources/xml_plain_parser.h>
+#include <resources/xml_tree_builder.h>
 
 #include <expat.h>
 
@@ -16,11 +18,10 @@ ParseError errorAt(XML_Parser parser, std::string reason) {
           static_cast<std::size_t>(XML_GetCurrentColumnNumber(parser)) + 1, std::move(reason)};
 }
 
-/// Collects what the parser reports. Finished elements wait on a stack until their parent is finished; then
-/// they leave it together, which makes the children of each element neighbours.
-class Builder {
+/// Turns what the parser reports into a tree.
+class Reception {
  public:
-  Builder(XML_Parser parser, Tree::Parsed& parsed) : parser_(parser), parsed_(parsed) {
+  Reception(XML_Parser parser, Tree::Parsed& parsed) : parser_(parser), parsed_(parsed), builder_(parsed) {
     XML_SetUserData(parser, this);
     XML_SetElementHandler(parser, onStart, onEnd);
     XML_SetEntityDeclHandler(parser, onEntityDeclaration);
@@ -28,18 +29,13 @@ class Builder {
     XML_SetExternalEntityRefHandler(parser, onExternalEntity);
   }
 
-  void finish() { parsed_.nodes.insert(parsed_.nodes.end(), finished_.begin(), finished_.end()); }
+  void finish() { builder_.finish(); }
 
-  /// Why and where this builder stopped the parser; without a reason when it did not.
+  /// Why and where this reception stopped the parser; without a reason when it did not.
   const ParseError& refusal() const noexcept { return refusal_; }
 
  private:
-  struct Open {
-    Node node;
-    std::size_t firstFinished;  ///< where the element's children begin on the stack of finished ones
-  };
-
-  static Builder& of(void* userData) { return *static_cast<Builder*>(userData); }
+  static Reception& of(void* userData) { return *static_cast<Reception*>(userData); }
 
   static void XMLCALL onStart(void* userData, const XML_Char* name, const XML_Char** /*attributes*/) {
     of(userData).start(name);
@@ -66,31 +62,16 @@ class Builder {
   }
 
   void start(const XML_Char* name) {
-    if (open_.size() == kDeepestLevel)
+    if (builder_.depth() == kDeepestLevel)
       refuse("elements are nested deeper than " + std::to_string(kDeepestLevel) + " levels");
     const auto begin = static_cast<std::size_t>(XML_GetCurrentByteIndex(parser_));
     const auto length = static_cast<std::size_t>(XML_GetCurrentByteCount(parser_));
-    Node node;
-    node.begin = static_cast<std::uint32_t>(begin);
-    node.contentBegin = static_cast<std::uint32_t>(begin + length);
     // The name is interned as it stands in the source: the parser's copy does not last.
-    node.tag = parsed_.tags.intern(parsed_.source.view().substr(begin + 1, std::strlen(name))) & kNoTag;
-    open_.push_back({node, finished_.size()});
+    const BasicStringRef tag = parsed_.source.view().substr(begin + 1, std::strlen(name));
+    builder_.start(begin, begin + length, parsed_.tags.intern(tag));
   }
 
-  void end() {
-    auto [node, firstFinished] = open_.back();
-    open_.pop_back();
-    node.contentEnd = static_cast<std::uint32_t>(XML_GetCurrentByteIndex(parser_));
-    node.childCount = static_cast<std::uint32_t>(finished_.size() - firstFinished);
-    if (node.childCount != 0) {
-      node.firstChild = static_cast<NodeIndex>(parsed_.nodes.size());
-      const auto children = finished_.begin() + static_cast<std::ptrdiff_t>(firstFinished);
-      parsed_.nodes.insert(parsed_.nodes.end(), children, finished_.end());
-      finished_.erase(children, finished_.end());
-    }
-    finished_.push_back(node);
-  }
+  void end() { builder_.end(static_cast<std::size_t>(XML_GetCurrentByteIndex(parser_))); }
 
   void declareEntity(BasicStringRef name, BasicStringRef value) {
     static constexpr BasicStringRef kBuiltIn[] = {"lt", "gt", "amp", "apos", "quot"};
@@ -109,8 +90,7 @@ class Builder {
 
   XML_Parser parser_;
   Tree::Parsed& parsed_;
-  std::vector<Open> open_;
-  std::vector<Node> finished_;
+  TreeBuilder builder_;
   ParseError refusal_;
 };
 
@@ -118,15 +98,6 @@ struct ParserDeleter {
   void operator()(XML_Parser parser) const noexcept { XML_ParserFree(parser); }
 };
 using ParserPointer = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter>;
-
-/// How many elements a document has, guessed from its beginning; a little too many rather than too few.
-std::size_t expectedNodes(BasicStringRef source) {
-  constexpr std::size_t kSample = std::size_t{1} << 16U;
-  const BasicStringRef sample = source.substr(0, kSample);
-  const auto tags = static_cast<std::size_t>(std::count(sample.begin(), sample.end(), '<'));
-  const std::size_t inSample = tags / 2 + 1;
-  return source.size() <= kSample ? inSample : source.size() / kSample * (inSample + inSample / 8);
-}
 
 /// A version-control tool leaves such lines in a file that it could not merge.
 bool isMergeMarker(BasicStringRef source, std::size_t position) {
@@ -151,6 +122,13 @@ std::optional<Tree> parse(Source source, ParseError& error) {
     error = {0, 0, "the file is larger than " + std::to_string(kLargestSource >> 20U) + " MiB"};
     return std::nullopt;
   }
+  Tree::Parsed parsed;
+  parsed.source = std::move(source);
+  if (parsePlain(parsed, kDeepestLevel)) return Tree(std::move(parsed));
+  return parseAny(std::move(parsed.source), error);
+}
+
+std::optional<Tree> parseAny(Source source, ParseError& error) {
   const ParserPointer parser(XML_ParserCreate("UTF-8"));
   if (!parser) {
     error = {0, 0, "there is not enough memory to read it"};
@@ -159,13 +137,12 @@ std::optional<Tree> parse(Source source, ParseError& error) {
   Tree::Parsed parsed;
   parsed.source = std::move(source);
   const BasicStringRef text = parsed.source.view();
-  parsed.nodes.reserve(expectedNodes(text));
-  Builder builder(parser.get(), parsed);
+  Reception reception(parser.get(), parsed);
   if (XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()), XML_TRUE) != XML_STATUS_OK) {
-    error = builder.refusal().reason.empty() ? errorOf(parser.get(), text) : builder.refusal();
+    error = reception.refusal().reason.empty() ? errorOf(parser.get(), text) : reception.refusal();
     return std::nullopt;
   }
-  builder.finish();
+  reception.finish();
   return Tree(std::move(parsed));
 }
 

@@ -26,6 +26,10 @@ struct ParseError {
 /// an entity that is more than plain text.
 std::optional<Tree> parse(Source source, ParseError& error);
 
+/// The same by the parser for all of XML alone, without the short cut for plain documents. `source` is no
+/// larger than kLargestSource.
+std::optional<Tree> parseAny(Source source, ParseError& error);
+
 /// Whether `tag` can name an element.
 bool isElementName(BasicStringRef tag);
 

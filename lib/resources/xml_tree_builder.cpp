@@ -1,0 +1,32 @@
+#include <resources/xml_tree_builder.h>
+
+#include <algorithm>
+
+namespace Tal::Xml {
+namespace {
+
+/// How many elements a document has, guessed from its beginning; a little too many rather than too few.
+std::size_t expectedNodes(BasicStringRef source) {
+  constexpr std::size_t kSample = std::size_t{1} << 16U;
+  const BasicStringRef sample = source.substr(0, kSample);
+  const auto tags = static_cast<std::size_t>(std::count(sample.begin(), sample.end(), '<'));
+  const std::size_t inSample = tags / 2 + 1;
+  return source.size() <= kSample ? inSample : source.size() / kSample * (inSample + inSample / 8);
+}
+
+}  // namespace
+
+TreeBuilder::TreeBuilder(Tree::Parsed& parsed) : parsed_(parsed) {
+  parsed_.nodes.clear();
+  parsed_.nodes.reserve(expectedNodes(parsed_.source.view()));
+}
+
+void TreeBuilder::takeChildren(Open& parent) {
+  const auto children = finished_.begin() + static_cast<std::ptrdiff_t>(parent.firstFinished);
+  parent.node.firstChild = static_cast<NodeIndex>(parsed_.nodes.size());
+  parent.node.childCount = static_cast<std::uint32_t>(finished_.end() - children);
+  parsed_.nodes.insert(parsed_.nodes.end(), children, finished_.end());
+  finished_.erase(children, finished_.end());
+}
+
+}  // namespace Tal::Xml

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <resources/xml_tree.h>
+
+#include <cstddef>
+#include <vector>
+
+namespace Tal::Xml {
+
+/// Makes the nodes of a tree from its tags, as a parser comes by them. Finished elements wait on a stack
+/// until their parent is finished; then they leave it together, which makes the children of each element
+/// neighbours.
+class TreeBuilder {
+ public:
+  /// Makes the nodes of `parsed`, whose source is set.
+  explicit TreeBuilder(Tree::Parsed& parsed);
+
+  /// How many elements are open.
+  std::size_t depth() const noexcept { return open_.size(); }
+
+  /// The tag of the innermost open element, of which there is one.
+  TagId innermost() const noexcept { return open_.back().node.tag; }
+
+  /// A start tag, which begins at `begin` and ends in front of `contentBegin`.
+  void start(std::size_t begin, std::size_t contentBegin, TagId tag) {
+    Node node;
+    node.begin = static_cast<std::uint32_t>(begin);
+    node.contentBegin = static_cast<std::uint32_t>(contentBegin);
+    node.tag = tag & kNoTag;
+    open_.push_back({node, finished_.size()});
+  }
+
+  /// The end tag of the innermost open element.
+  void end(std::size_t contentEnd) {
+    Open& ended = open_.back();
+    ended.node.contentEnd = static_cast<std::uint32_t>(contentEnd);
+    if (finished_.size() != ended.firstFinished) takeChildren(ended);
+    finished_.push_back(ended.node);
+    open_.pop_back();
+  }
+
+  /// After the end tag of the root.
+  void finish() { parsed_.nodes.insert(parsed_.nodes.end(), finished_.begin(), finished_.end()); }
+
+ private:
+  struct Open {
+    Node node;
+    std::size_t firstFinished;  ///< where the element's children begin on the stack of finished ones
+  };
+
+  void takeChildren(Open& parent);
+
+  Tree::Parsed& parsed_;
+  std::vector<Open> open_;
+  std::vector<Node> finished_;
+};
+
+}  // namespace Tal::Xml

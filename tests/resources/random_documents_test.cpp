@@ -1,0 +1,138 @@
+#include "random_documents.h"
+
+#include <resources/xml_parser.h>
+#include <resources/xml_plain_parser.h>
+
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Tal::Xml::NodeIndex;
+using Tal::Xml::ParseError;
+using Tal::Xml::Source;
+using Tal::Xml::Tree;
+
+/// Every element's tag, number of children and text, in document order.
+std::string outlineOf(const Tree& tree) {
+  std::string outline;
+  std::vector<NodeIndex> pending = {tree.root()};
+  while (!pending.empty()) {
+    const NodeIndex node = pending.back();
+    pending.pop_back();
+    std::string scratch;
+    outline += std::string(tree.tag(node)) + ' ' + std::to_string(tree.childCount(node)) + " [" +
+               std::string(tree.text(node, scratch)) + "]\n";
+    for (std::uint32_t i = tree.childCount(node); i-- > 0;) pending.push_back(tree.child(node, i));
+  }
+  return outline;
+}
+
+/// The document after an addition to every element: what an edit of it rests on.
+std::string withAdditions(Tree& tree) {
+  std::vector<NodeIndex> pending = {tree.root()};
+  for (std::size_t done = 0; done < pending.size(); ++done) {
+    const NodeIndex node = pending[done];
+    for (std::uint32_t i = 0; i < tree.childCount(node); ++i) pending.push_back(tree.child(node, i));
+  }
+  for (const NodeIndex node : pending) tree.appendChild(node, "added");
+  return tree.serialise();
+}
+
+TEST(ThePlainParser, TakesNothingThatTheFullParserRefusesAndReadsItAlike) {
+  RandomDocuments documents(1);
+  int plainCount = 0;
+  for (int round = 0; round < 20'000; ++round) {
+    std::string text = documents.document();
+    if (round % 4 != 0) text = documents.damaged(std::move(text));
+    Tree::Parsed parsed;
+    parsed.source = Source::copyOf(text);
+    if (!Tal::Xml::parsePlain(parsed, Tal::Xml::kDeepestLevel)) continue;
+    ++plainCount;
+    Tree plain(std::move(parsed));
+    ParseError error;
+    std::optional<Tree> full = Tal::Xml::parseAny(Source::copyOf(text), error);
+    ASSERT_TRUE(full) << error.reason << '\n' << text;
+    ASSERT_EQ(outlineOf(plain), outlineOf(*full)) << text;
+    ASSERT_EQ(withAdditions(plain), withAdditions(*full)) << text;
+  }
+  EXPECT_GT(plainCount, 2'000);
+}
+
+TEST(ADocument, WithoutEditsIsWrittenAsItWasRead) {
+  RandomDocuments documents(2);
+  for (int round = 0; round < 2'000; ++round) {
+    const std::string text = documents.document();
+    ParseError error;
+    const std::optional<Tree> tree = Tal::Xml::parse(Source::copyOf(text), error);
+    ASSERT_TRUE(tree) << error.reason << '\n' << text;
+    ASSERT_EQ(tree->serialise(), text);
+  }
+}
+
+NodeIndex anyElement(const Tree& tree, RandomDocuments& documents) {
+  NodeIndex node = tree.root();
+  while (tree.childCount(node) != 0 && documents.below(4) != 0)
+    node = tree.child(node, static_cast<std::uint32_t>(documents.below(tree.childCount(node))));
+  return node;
+}
+
+void editAnything(Tree& tree, RandomDocuments& documents) {
+  const NodeIndex node = anyElement(tree, documents);
+  const std::uint32_t count = tree.childCount(node);
+  switch (documents.below(5)) {
+    case 0:
+      tree.setText(node, Tal::Xml::escaped(documents.value(), 0x10FFFF));
+      break;
+    case 1:
+      if (count != 0) {
+        const auto place = static_cast<std::uint32_t>(documents.below(count));
+        EXPECT_TRUE(tree.removeChild(node, tree.child(node, place), documents.below(count)));
+      }
+      break;
+    case 2:
+      if (documents.below(4) == 0) tree.removeChildren(node, documents.name());
+      break;
+    case 3:
+      if (documents.below(8) == 0) tree.removeChildren(node);
+      break;
+    default:
+      tree.appendChild(node, documents.name());
+  }
+}
+
+TEST(ADocument, ReadsBackAsItStandsAfterAnyEdits) {
+  RandomDocuments documents(3);
+  for (int round = 0; round < 2'000; ++round) {
+    const std::string text = documents.document();
+    ParseError error;
+    std::optional<Tree> tree = Tal::Xml::parse(Source::copyOf(text), error);
+    ASSERT_TRUE(tree);
+    for (int edit = 0; edit < 12; ++edit) {
+      editAnything(*tree, documents);
+      const std::string written = tree->serialise();
+      const std::optional<Tree> again = Tal::Xml::parse(Source::copyOf(written), error);
+      ASSERT_TRUE(again) << error.reason << '\n' << text << "\n----\n" << written;
+      ASSERT_EQ(outlineOf(*again), outlineOf(*tree)) << text << "\n----\n" << written;
+    }
+  }
+}
+
+TEST(ADamagedDocument, IsReadOrRefusedButNeverHarmful) {
+  RandomDocuments documents(4);
+  for (int round = 0; round < 5'000; ++round) {
+    const std::string text = documents.damaged(documents.document());
+    ParseError error;
+    const std::optional<Tree> tree = Tal::Xml::parse(Source::copyOf(text), error);
+    EXPECT_NE(tree.has_value(), !error.reason.empty());
+    if (tree) {
+      EXPECT_EQ(tree->serialise(), text);
+    }
+  }
+}
+
+}  // namespace
