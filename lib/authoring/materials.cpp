@@ -27,10 +27,10 @@ std::optional<unsigned> partOf(const KsDestructiblesHelper& helper, const Materi
 }
 
 std::string disorderText(const KsDestructiblesHelper& helper, const std::string& name) {
-  return "material " + quotedName(name) + " has part number " +
-         std::to_string(helper.getMaterialNumericID(name)) + " in its name, but kind " +
+  return "material " + quotedName(name) + " ends in part number " +
+         std::to_string(helper.getMaterialNumericID(name)) + ", but its kind " +
          std::to_string(helper.getMaterialKind(name)) +
-         " is not that part; rename it or give it another kind";
+         " is not that part; rename it or give it another kind, unless the number is that of another part";
 }
 
 std::string defaultText(const std::string& name) {

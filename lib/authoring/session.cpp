@@ -88,7 +88,8 @@ Description Session::description() {
 }
 
 bool Session::isMissingInDatabase() {
-  return helper().isMissingInDestructiblesXml();
+  // The helper's mark stays when a reload finds the entry in the file after all.
+  return helper().isMissingInDestructiblesXml() && model_->base().category != category();
 }
 
 bool Session::hasUnsavedEdits() {

@@ -41,6 +41,12 @@ class RunningProcess {
   /// The next line of its standard output, without the line end. Empty when none comes within a minute.
   std::string readLine();
 
+  /// Waits for more of its output of either kind; false when none comes within a minute, or it has ended.
+  bool readMore() { return readSome(std::chrono::steady_clock::now() + std::chrono::minutes(1)); }
+
+  /// What it has written to standard error, as far as it was read.
+  const std::string& messages() const noexcept { return errText_; }
+
   /// Closes the test's end of its standard output, as a reader that goes away.
   void closeOutput();
 

@@ -1,0 +1,209 @@
+#include <authoring/session_fixture.h>
+#include <render/render_system.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <thread>
+
+namespace Tal::authoring {
+namespace {
+
+std::string database(const std::string& health, const std::string& effect) {
+  return "<root>\n\t<fragiles>\n\t\t<entry>\n\t\t\t<filename>content/props/crate.model</"
+         "filename>\n\t\t\t<health>" +
+         health + "</health>\n\t\t\t<effect>" + effect + "</effect>\n\t\t</entry>\n\t</fragiles>\n</root>\n";
+}
+
+class AReload : public SessionTest {
+ protected:
+  AReload() { writeDatabase(database("5", "smoke")); }
+
+  /// Renders frames until something is true; false when that takes too long.
+  static bool renderUntil(const std::function<bool()>& isTrue) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!isTrue()) {
+      if (std::chrono::steady_clock::now() > deadline) return false;
+      rs().beginFrame();
+      FS::fileSystem()->pump();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+  }
+
+  /// Writes the database as another program does, and waits until the session has heard of it.
+  void changeFile(Session& session, const std::string& text) const {
+    bool isReloaded = false;
+    const ks::Connection connection = session.connectReloaded([&isReloaded] { isReloaded = true; });
+    root_.replace(kDatabase, text);
+    EXPECT_TRUE(renderUntil([&isReloaded] { return isReloaded; }));
+  }
+};
+
+TEST_F(AReload, BringsWhatTheFileHoldsNow) {
+  const auto session = open(kCrate);
+  changeFile(*session, database("8", "fire"));
+  EXPECT_EQ(session->description().fragile.value().health, 8);
+  EXPECT_EQ(session->description().fragile.value().effect, "fire");
+  EXPECT_FALSE(session->hasUnsavedEdits());
+}
+
+TEST_F(AReload, KeepsTheEditsThatWereNotSavedAndTakesTheRest) {
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  changeFile(*session, database("8", "fire"));
+  EXPECT_EQ(session->description().fragile.value().health, 35);
+  EXPECT_EQ(session->description().fragile.value().effect, "fire");
+  EXPECT_TRUE(session->hasUnsavedEdits());
+  expectDone(session->save());
+  const KsDestructibleFragileDesc saved = open(kCrate)->description().fragile.value();
+  EXPECT_EQ(saved.health, 35);
+  EXPECT_EQ(saved.effect, "fire");
+}
+
+TEST_F(AReload, KeepsAConversionThatWasNotSaved) {
+  const auto session = open(kLamp);
+  expectDone(session->convert(DT_FALLING_ATOMS));
+  expectDone(session->set({{"health", "77"}}));
+  changeFile(*session, database("8", "fire"));
+  EXPECT_EQ(session->category(), DT_FALLING_ATOMS);
+  EXPECT_EQ(session->description().fallingAtom.value().health, 77);
+  EXPECT_EQ(session->description().fallingAtom.value().fractureEffect, "inf_streetlamp_fracture");
+}
+
+TEST_F(AReload, KeepsEditsOfAnEntryThatAnotherProgramRemoved) {
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  changeFile(*session, "<root>\n</root>\n");
+  EXPECT_EQ(session->category(), DT_FRAGILE);
+  EXPECT_EQ(session->description().fragile.value().health, 35);
+  EXPECT_EQ(session->description().fragile.value().effect, "smoke");
+}
+
+TEST_F(AReload, FollowsTheFileToAnotherCategory) {
+  const auto session = open(kCrate);
+  changeFile(*session,
+             "<root><fallingAtoms><entry><filename>content/props/crate.model</filename><health>3</health>"
+             "</entry></fallingAtoms></root>");
+  EXPECT_EQ(session->category(), DT_FALLING_ATOMS);
+  EXPECT_EQ(session->description().fallingAtom.value().health, 3);
+  EXPECT_FALSE(session->hasUnsavedEdits());
+  changeFile(*session, "<root/>");
+  EXPECT_EQ(session->category(), DT_NON_DESTRUCTIBLE);
+  changeFile(*session,
+             "<root><structures><entry><filename>content/props/crate.model</filename>"
+             "<achievementTag>box</achievementTag><modules><module><matName>n_wood</matName>"
+             "<effectHP>HP_x</effectHP></module></modules></entry></structures></root>");
+  EXPECT_EQ(session->category(), DT_STRUCTURE);
+  EXPECT_EQ(session->description().achievementTag, "box");
+  EXPECT_EQ(session->description().modules.at("n_wood").effectHP, "HP_x");
+}
+
+TEST_F(AReload, KeepsStatesAndModulesOfAStructureThatWereNotSaved) {
+  const std::string house =
+      "<root><structures><entry><filename>content/buildings/house.model</filename><modules><module>"
+      "<matName>n_wall_1</matName><health>1</health></module></modules><states><state><name>open</name>"
+      "<destroyedMaterials>n_door_4 "
+      "</destroyedMaterials></state><state><name>burnt</name></state></states></entry>"
+      "</structures></root>";
+  writeDatabase(house);
+  const auto session = open(kHouse);
+  expectDone(session->set({{"achievementTag", "manor"}}));
+  expectDone(session->setModule("n_wall_1", {{"health", "9"}}));
+  expectDone(session->addMaterials("open", {"n_wall_2"}));
+  expectDone(session->removeState("burnt"));
+  expectDone(session->addState("flooded"));
+  changeFile(*session, house + "\n");
+  const Description now = session->description();
+  EXPECT_EQ(now.achievementTag, "manor");
+  EXPECT_EQ(now.modules.at("n_wall_1").health, 9);
+  EXPECT_THAT(session->stateNames(), testing::ElementsAre("undamaged", "flooded", "open", "destroyed"));
+  EXPECT_THAT(session->materialsForState("open"), testing::ElementsAre("n_door_4", "n_wall_2"));
+}
+
+TEST_F(AReload, GivesAStructureItsOwnTagAgain) {
+  const auto text = [](const std::string& health) {
+    return "<root><structures><entry><filename>content/buildings/house.model</filename>"
+           "<achievementTag>house</achievementTag><modules><module><matName>n_wall_1</matName><health>" +
+           health +
+           "</health><effectHP>HP_wall_2</effectHP></module></modules></entry><entry><filename>other</"
+           "filename>"
+           "<achievementTag>other</achievementTag></entry></structures></root>";
+  };
+  writeDatabase(text("1"));
+  const auto session = open(kHouse);
+  changeFile(*session, text("2"));
+  std::string tag;
+  EXPECT_TRUE(session->helper().getStructureAchievementTag(tag));
+  EXPECT_EQ(tag, "house");
+  EXPECT_EQ(session->description().modules.at("n_wall_1").health, 2);
+  EXPECT_EQ(session->description().modules.at("n_wall_1").effectHP, "HP_wall_2");
+}
+
+TEST_F(AReload, OfAFileThatBecameUnreadableKeepsWhatWasLastRead) {
+  const auto session = open(kCrate);
+  expectDone(session->set({{"effect", "fire"}}));
+  root_.replace(kDatabase, "<root><fragiles>");
+  const std::string message =
+      "scripts/destructibles.xml cannot be read any more; what was last read of "
+      "\"content/props/crate.model\" is "
+      "kept until it can";
+  EXPECT_TRUE(renderUntil([&] {
+    const std::vector<std::string> texts = messages_.texts();
+    return std::find(texts.begin(), texts.end(), message) != texts.end();
+  }));
+  EXPECT_EQ(session->category(), DT_FRAGILE);
+  EXPECT_EQ(session->description().fragile.value().health, 5);
+  EXPECT_EQ(session->description().fragile.value().effect, "fire");
+  changeFile(*session, database("8", "smoke"));
+  EXPECT_EQ(session->description().fragile.value().health, 8);
+  EXPECT_EQ(session->description().fragile.value().effect, "fire");
+}
+
+TEST_F(AReload, ThatAnotherSessionCausesKeepsTheEditsOfThisOne) {
+  const auto crate = open(kCrate);
+  expectDone(crate->set({{"health", "35"}}));
+  const auto lamp = open(kLamp);
+  expectDone(lamp->convert(DT_FALLING_ATOMS));
+  expectDone(lamp->save());
+  KsDestructibleFragileDesc fragile;
+  EXPECT_TRUE(crate->helper().getFragileParameters(fragile));
+  EXPECT_EQ(fragile.health, 35);
+  expectDone(crate->save());
+  EXPECT_EQ(open(kLamp)->category(), DT_FALLING_ATOMS);
+  EXPECT_EQ(open(kCrate)->description().fragile.value().health, 35);
+}
+
+TEST_F(AReload, ThatOpeningAnotherSessionCausesKeepsTheEditsOfThisOne) {
+  const auto crate = open(kCrate);
+  expectDone(crate->set({{"health", "35"}}));
+  { const auto closed = open(kLamp); }
+  const auto lamp = open(kLamp);  // reads the file, since a helper was destroyed
+  KsDestructibleFragileDesc fragile;
+  EXPECT_TRUE(crate->helper().getFragileParameters(fragile));
+  EXPECT_EQ(fragile.health, 35);
+}
+
+TEST_F(AReload, IsToldOfWithTheEditsRestored) {
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  std::vector<int> seen;
+  const ks::Connection connection =
+      session->connectReloaded([&] { seen.push_back(session->description().fragile.value().health); });
+  changeFile(*session, database("8", "fire"));
+  expectDone(session->save());
+  EXPECT_THAT(seen, testing::ElementsAre(35, 35));
+}
+
+TEST_F(AReload, MayCloseASessionFromItsListener) {
+  auto crate = open(kCrate);
+  auto lamp = open(kLamp);
+  const ks::Connection connection = crate->connectReloaded([&lamp] { lamp.reset(); });
+  changeFile(*crate, database("8", "fire"));
+  EXPECT_EQ(lamp, nullptr);
+  EXPECT_EQ(crate->description().fragile.value().health, 8);
+}
+
+}  // namespace
+}  // namespace Tal::authoring

@@ -1,0 +1,182 @@
+#include <authoring/session_fixture.h>
+
+#include <filesystem>
+
+namespace Tal::authoring {
+namespace {
+
+using Code = SaveWarning::Code;
+
+std::vector<std::string> textsOf(const std::vector<SaveWarning>& warnings) {
+  std::vector<std::string> texts;
+  for (const SaveWarning& warning : warnings) texts.push_back(warning.text);
+  return texts;
+}
+
+class Saving : public SessionTest {
+ protected:
+  static constexpr const char* kOneFragile = R"(<root>
+	<!-- the crates -->
+	<fragiles>
+		<entry>
+			<filename>content/props/crate.model</filename>
+			<health>5</health>
+		</entry>
+	</fragiles>
+</root>
+)";
+};
+
+TEST_F(Saving, WritesTheEntryOfTheModel) {
+  writeDatabase(kOneFragile);
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}, {"matName", "n_wood"}}));
+  EXPECT_EQ(readDatabase(), kOneFragile);
+  expectDone(session->save());
+  EXPECT_EQ(readDatabase(), R"(<root>
+	<!-- the crates -->
+	<fragiles>
+		<entry>
+			<filename>content/props/crate.model</filename>
+			<health>35</health>
+			<decayEffect>none</decayEffect>
+			<effect>none</effect>
+			<effectHP/>
+			<effectScale>1</effectScale>
+			<matName>n_wood</matName>
+			<lifetimeEffect>none</lifetimeEffect>
+		</entry>
+	</fragiles>
+</root>
+)");
+  EXPECT_FALSE(session->hasUnsavedEdits());
+}
+
+TEST_F(Saving, OfAStructureNamesTheModulesThatItDrops) {
+  writeDatabase(
+      "<root><structures><entry><filename>content/buildings/house.model</filename><modules/></entry>"
+      "</structures></root>");
+  const auto session = open(kHouse);
+  const std::vector<SaveWarning> warnings = session->saveWarnings();
+  EXPECT_THAT(
+      textsOf(warnings),
+      testing::ElementsAre("module \"n_roof_3_1\" is not saved: the model has no BSP material of that "
+                           "name; import it with one",
+                           "module \"n_window_5\" is not saved: its material kind 75 is that of module "
+                           "\"n_wall_2\"; give the materials different kinds"));
+  for (const SaveWarning& warning : warnings) EXPECT_EQ(warning.code, Code::droppedModule);
+  expectDone(session->save());
+  // The warnings and the writer agree on what stays.
+  std::vector<std::string> kept;
+  for (const auto& [name, module] : session->description().modules) kept.push_back(name);
+  EXPECT_THAT(kept, testing::ElementsAre("n_door_4", "n_wall_1", "n_wall_2"));
+  EXPECT_TRUE(session->saveWarnings().empty());
+}
+
+TEST_F(Saving, NamesAModuleOfAMaterialThatTheModelNoLongerHas) {
+  writeDatabase(
+      "<root><structures><entry><filename>content/buildings/house.model</filename><modules><module>"
+      "<matName>n_gone_9</matName></module></modules></entry></structures></root>");
+  EXPECT_THAT(
+      textsOf(open(kHouse)->saveWarnings()),
+      testing::Contains("module \"n_gone_9\" is not saved: the model has no BSP material of that name; "
+                        "import it with one"));
+}
+
+TEST_F(Saving, NamesAHealthThatCouldNotBeEstimated) {
+  writeDatabase(kOneFragile);
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "-1"}}));
+  EXPECT_THAT(textsOf(session->saveWarnings()),
+              testing::ElementsAre("the health is -1, which stands for \"could not be estimated\"; set one"));
+  expectDone(session->convert(DT_STRUCTURE));
+  expectDone(session->setModule("n_wood", {{"health", "-1"}}));
+  EXPECT_THAT(textsOf(session->saveWarnings()),
+              testing::Contains("the health of module \"n_wood\" is -1, which stands for \"could not be "
+                                "estimated\"; set one"));
+}
+
+TEST_F(Saving, NamesTheEntriesThatItRemoves) {
+  writeDatabase(R"(<root>
+	<trees><entry><filename>content/props/crate.model</filename></entry></trees>
+	<buildings><entry><filename>content/props/crate.model</filename></entry></buildings>
+	<fragiles>
+		<entry><filename>content/props/crate.model</filename></entry>
+		<entry><filename>content/street/lamp.model</filename></entry>
+		<entry><filename>content/props/crate.model</filename></entry>
+	</fragiles>
+</root>
+)");
+  const auto session = open(kCrate);
+  EXPECT_THAT(
+      textsOf(session->saveWarnings()),
+      testing::ElementsAre("the entry of the model in the section \"buildings\" is removed from the file",
+                           "another entry of the model in the section \"fragiles\" is removed from the "
+                           "file"));
+  expectDone(session->save());
+  EXPECT_TRUE(session->saveWarnings().empty());
+  EXPECT_THAT(readDatabase(), testing::HasSubstr("<trees><entry><filename>content/props/crate.model"));
+}
+
+TEST_F(Saving, AModelOfNoCategoryRemovesItsEntriesAndSucceeds) {
+  writeDatabase(kOneFragile);
+  const auto session = open(kCrate);
+  expectDone(session->convert(DT_NON_DESTRUCTIBLE));
+  EXPECT_TRUE(session->hasUnsavedEdits());
+  EXPECT_TRUE(session->saveWarnings().empty());
+  expectDone(session->save());
+  EXPECT_EQ(readDatabase(), "<root>\n\t<!-- the crates -->\n\t<fragiles></fragiles>\n</root>\n");
+  EXPECT_FALSE(session->hasUnsavedEdits());
+  EXPECT_EQ(open(kCrate)->category(), DT_NON_DESTRUCTIBLE);
+}
+
+TEST_F(Saving, AModelThatHasNoEntryAndNoCategoryWritesNothing) {
+  writeDatabase(kOneFragile);
+  const auto before = std::filesystem::last_write_time(root_ / kDatabase);
+  const auto session = open(kLamp);
+  expectDone(session->save());
+  EXPECT_EQ(readDatabase(), kOneFragile);
+  EXPECT_EQ(std::filesystem::last_write_time(root_ / kDatabase), before);
+}
+
+TEST_F(Saving, IsRefusedWhenTheDatabaseIsGone) {
+  writeDatabase(kOneFragile);
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  std::filesystem::remove(root_ / kDatabase);
+  EXPECT_EQ(
+      session->save().refusal,
+      "scripts/destructibles.xml cannot be read, so nothing was saved; restore the file and save again");
+  writeDatabase(kOneFragile);
+  expectDone(session->save());
+  EXPECT_EQ(open(kCrate)->description().fragile.value().health, 35);
+}
+
+/// A database that cannot be written, because a folder stands where the new file has to.
+class FailingSave : public Saving {
+ protected:
+  FailingSave() { writeDatabase(kOneFragile); }
+
+  /// Makes every save fail, whoever runs the test.
+  void blockSaves() const {
+    std::filesystem::rename(root_ / "scripts", root_ / "kept");
+    std::filesystem::create_directory_symlink("/proc/self", root_ / "scripts");
+  }
+};
+
+TEST_F(FailingSave, KeepsTheFileAndTheEdits) {
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  blockSaves();
+  EXPECT_FALSE(session->save());
+  EXPECT_EQ(root_.read("kept/destructibles.xml"), kOneFragile);
+  EXPECT_EQ(session->description().fragile.value().health, 35);
+  EXPECT_TRUE(session->hasUnsavedEdits());
+  std::filesystem::remove(root_ / "scripts");
+  std::filesystem::rename(root_ / "kept", root_ / "scripts");
+  expectDone(session->save());
+  EXPECT_THAT(readDatabase(), testing::HasSubstr("<health>35</health>"));
+}
+
+}  // namespace
+}  // namespace Tal::authoring

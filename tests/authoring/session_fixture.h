@@ -1,0 +1,74 @@
+#pragma once
+
+#include <authoring/session.h>
+#include <support/message_recorder.h>
+#include <support/model_files.h>
+#include <support/mounted_root.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Tal::authoring {
+
+inline constexpr char kDatabase[] = "scripts/destructibles.xml";
+inline constexpr char kHouse[] = "content/buildings/house.model";
+inline constexpr char kCrate[] = "content/props/crate.model";
+inline constexpr char kLamp[] = "content/street/lamp.model";
+
+/// A resource root with an empty database and three models:
+/// a house, whose roof is no collision material and whose window has the kind of a wall; a crate; a lamp.
+class SessionTest : public ::testing::Test {
+ protected:
+  SessionTest() {
+    writeDatabase("<root>\n</root>\n");
+    support::writeModel(root_, "content/buildings/house",
+                        {.materials = {{"n_wall_1", 74},
+                                       {"n_wall_2", 75},
+                                       {"n_roof_3_1", 76},
+                                       {"n_door_4", 77},
+                                       {"n_window_5", 75},
+                                       {"d_wall_1", 88},
+                                       {"d_wall_2", 89},
+                                       {"s_ground", 0}},
+                         .bsp = {"n_wall_1", "n_wall_2", "n_door_4", "n_window_5"},
+                         .nodes = {"root", "HP_wall_1", "HP_wall_2"},
+                         .corner = "2 2 2"});
+    support::writeModel(root_, "content/props/crate",
+                        {.materials = {{"n_wood", 73}, {"d_wood", 87}},
+                         .bsp = {"n_wood"},
+                         .nodes = {"HP_top"},
+                         .corner = "2 2 2"});
+    support::writeModel(root_, "content/street/lamp",
+                        {.materials = {{"n_pole", 73}}, .bsp = {"n_pole"}, .corner = "1 1 6"});
+  }
+
+  void writeDatabase(std::string_view text) const { root_.write(kDatabase, text); }
+  std::string readDatabase() const { return root_.read(kDatabase); }
+
+  /// A session on a model that is there.
+  static std::unique_ptr<Session> open(const std::string& model) {
+    Session::Opened opened = Session::open(model);
+    EXPECT_EQ(opened.refusal, "");
+    if (!opened.session) throw std::runtime_error("no session: " + opened.refusal);
+    return std::move(opened.session);
+  }
+
+  /// A session on a model that is refused; the reason.
+  static std::string refusalOf(const std::string& model) {
+    const Session::Opened opened = Session::open(model);
+    EXPECT_EQ(opened.session, nullptr);
+    return opened.refusal;
+  }
+
+  static void expectDone(const Outcome& outcome) { EXPECT_EQ(outcome.refusal, ""); }
+
+  support::MountedRoot root_;
+  support::MessageRecorder messages_;
+};
+
+}  // namespace Tal::authoring

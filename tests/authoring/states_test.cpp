@@ -1,0 +1,168 @@
+#include <authoring/session_fixture.h>
+
+namespace Tal::authoring {
+namespace {
+
+class States : public SessionTest {
+ protected:
+  States() {
+    writeDatabase(R"(<root>
+	<structures>
+		<entry>
+			<filename>content/buildings/house.model</filename>
+			<modules/>
+			<states>
+				<state>
+					<name>open</name>
+					<destroyedMaterials>n_door_4 n_wall_1 </destroyedMaterials>
+				</state>
+			</states>
+		</entry>
+	</structures>
+</root>
+)");
+  }
+};
+
+TEST_F(States, AreListedBetweenTheBuiltInOnes) {
+  const auto session = open(kHouse);
+  expectDone(session->addState("roofless"));
+  expectDone(session->addState("burnt"));
+  EXPECT_THAT(session->stateNames(),
+              testing::ElementsAre("undamaged", "burnt", "open", "roofless", "destroyed"));
+  EXPECT_THAT(session->materialsForState("open"), testing::ElementsAre("n_door_4", "n_wall_1"));
+}
+
+TEST_F(States, AreRefusedNamesThatCannotBeRight) {
+  const auto session = open(kHouse);
+  EXPECT_EQ(session->addState("undamaged").refusal,
+            "the state \"undamaged\" is built in; choose another name");
+  EXPECT_EQ(session->addState("destroyed").refusal,
+            "the state \"destroyed\" is built in; choose another name");
+  EXPECT_EQ(session->addState("").refusal, "the name of a state cannot be empty");
+  EXPECT_EQ(
+      session->addState(" a").refusal,
+      "the state name \" a\" has white space around it, which the database does not keep; leave it out");
+  EXPECT_THAT(session->addState("a\t").refusal, testing::HasSubstr("white space around it"));
+  EXPECT_THAT(session->addState("a\x1b").refusal, testing::HasSubstr("\"a\\x1b\" holds a control character"));
+  EXPECT_EQ(session->addState("open").refusal, "there is a state \"open\" already");
+  EXPECT_FALSE(session->hasUnsavedEdits());
+}
+
+TEST_F(States, OfHostileNamesRoundTrip) {
+  const std::string hostile = "50% <of> \"it\" & 'more'";
+  {
+    const auto session = open(kHouse);
+    expectDone(session->addState(hostile));
+    expectDone(session->addMaterials(hostile, {"n_wall_2", "n_door_4"}));
+    expectDone(session->save());
+  }
+  EXPECT_THAT(open(kHouse)->materialsForState(hostile), testing::ElementsAre("n_wall_2", "n_door_4"));
+}
+
+TEST_F(States, ThatDoNotExistAreRefusedWithTheNearest) {
+  const auto session = open(kHouse);
+  const std::string reason =
+      "\"content/buildings/house.model\" has no state \"opne\"; did you mean \"open\"?";
+  EXPECT_EQ(session->removeState("opne").refusal, reason);
+  EXPECT_EQ(session->addMaterials("opne", {"n_wall_1"}).refusal, reason);
+  EXPECT_EQ(session->removeMaterials("opne", {"n_wall_1"}).refusal, reason);
+  EXPECT_EQ(session->showState("opne").refusal, reason);
+  EXPECT_EQ(session->shownState(), "undamaged");
+}
+
+TEST_F(States, ThatAreBuiltInCannotBeChanged) {
+  const auto session = open(kHouse);
+  EXPECT_EQ(session->removeState("destroyed").refusal,
+            "the state \"destroyed\" is built in and cannot be changed");
+  EXPECT_EQ(session->addMaterials("undamaged", {"n_wall_1"}).refusal,
+            "the state \"undamaged\" is built in and cannot be changed");
+}
+
+TEST_F(States, TakeMaterialsInTheGivenOrder) {
+  const auto session = open(kHouse);
+  expectDone(session->addMaterials("open", {"n_window_5", "n_roof_3_1"}));
+  EXPECT_THAT(session->materialsForState("open"),
+              testing::ElementsAre("n_door_4", "n_wall_1", "n_window_5", "n_roof_3_1"));
+  expectDone(session->removeMaterials("open", {"n_wall_1", "n_roof_3_1"}));
+  EXPECT_THAT(session->materialsForState("open"), testing::ElementsAre("n_door_4", "n_window_5"));
+}
+
+TEST_F(States, RefuseMaterialsByNameAndThenTakeNone) {
+  const auto session = open(kHouse);
+  EXPECT_EQ(session->addMaterials("open", {"n_wall_2", "n_wal_1"}).refusal,
+            "the model has no material \"n_wal_1\"; did you mean \"n_wall_1\"?");
+  EXPECT_EQ(session->addMaterials("open", {"n_wall_2", "n_wall_1"}).refusal,
+            "the state \"open\" has the material \"n_wall_1\" already");
+  EXPECT_EQ(session->addMaterials("open", {"n_wall_2", "n_wall_2"}).refusal,
+            "the state \"open\" has the material \"n_wall_2\" already");
+  EXPECT_EQ(session->removeMaterials("open", {"n_door_4", "n_wall_2"}).refusal,
+            "the state \"open\" has no material \"n_wall_2\"; did you mean \"n_wall_1\"?");
+  EXPECT_EQ(session->removeMaterials("open", {"n_door_4", "n_door_4"}).refusal,
+            "the state \"open\" has no material \"n_door_4\"; there is \"n_wall_1\"");
+  EXPECT_THAT(session->materialsForState("open"), testing::ElementsAre("n_door_4", "n_wall_1"));
+}
+
+TEST_F(States, RefuseAMaterialWithASpaceInItsName) {
+  support::writeModel(root_, "content/buildings/house",
+                      {.materials = {{"n old wall", 73}}, .bsp = {"n old wall"}, .corner = "2 2 2"});
+  EXPECT_EQ(
+      open(kHouse)->addMaterials("open", {"n old wall"}).refusal,
+      "the material \"n old wall\" cannot be in a state: spaces separate the materials of a state; rename "
+      "the material");
+}
+
+TEST_F(States, WarnOfAMaterialThatIsNoUndamagedPart) {
+  const auto session = open(kHouse);
+  const Outcome outcome = session->addMaterials("open", {"s_ground", "d_wall_1", "n_wall_2"});
+  expectDone(outcome);
+  EXPECT_THAT(
+      outcome.warnings,
+      testing::ElementsAre("the material \"s_ground\" (kind 0) is no undamaged part (73 to 86) that a "
+                           "state could show destroyed",
+                           "the material \"d_wall_1\" (kind 88) is no undamaged part (73 to 86) that a "
+                           "state could show destroyed"));
+}
+
+TEST_F(States, AreRefusedToWhatIsNoStructure) {
+  const auto session = open(kCrate);
+  const std::string reason =
+      "\"content/props/crate.model\" is no structure (its category is none) and has no states; convert it to "
+      "a "
+      "structure first";
+  EXPECT_EQ(session->checkStates().refusal, reason);
+  EXPECT_EQ(session->addState("a").refusal, reason);
+  EXPECT_EQ(session->removeState("a").refusal, reason);
+  EXPECT_EQ(session->addMaterials("a", {"n_wood"}).refusal, reason);
+  EXPECT_EQ(session->removeMaterials("a", {"n_wood"}).refusal, reason);
+  expectDone(open(kHouse)->checkStates());
+}
+
+TEST_F(States, ShowTheirMaterialsDestroyed) {
+  const auto session = open(kHouse);
+  expectDone(session->showState("open"));
+  std::vector<std::string> visible;
+  for (const Material& material : session->materials())
+    if (material.isVisible) visible.push_back(material.name);
+  EXPECT_THAT(visible, testing::ElementsAre("d_wall_1", "n_roof_3_1", "n_wall_2", "n_window_5", "s_ground"));
+  EXPECT_EQ(session->shownState(), "open");
+}
+
+TEST_F(States, ThatWereAllRemovedAreGoneFromTheFile) {
+  const auto session = open(kHouse);
+  expectDone(session->removeState("open"));
+  expectDone(session->save());
+  EXPECT_THAT(open(kHouse)->stateNames(), testing::ElementsAre("undamaged", "destroyed"));
+}
+
+TEST_F(States, OfAModelThatWasConvertedAwayAndBackDoNotReturn) {
+  const auto session = open(kHouse);
+  expectDone(session->convert(DT_NON_DESTRUCTIBLE));
+  expectDone(session->convert(DT_STRUCTURE));
+  EXPECT_THAT(session->stateNames(), testing::ElementsAre("undamaged", "destroyed"));
+  expectDone(session->save());
+  EXPECT_THAT(session->stateNames(), testing::ElementsAre("undamaged", "destroyed"));
+}
+
+}  // namespace
+}  // namespace Tal::authoring

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <support/model_files.h>
+#include <support/process.h>
+#include <support/temporary_folder.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace cli_test {
+
+using Arguments = std::vector<std::string>;
+using support::ProcessResult;
+
+inline constexpr char kHouse[] = "content/buildings/house.model";
+inline constexpr char kCrate[] = "content/props/crate.model";
+inline constexpr char kLamp[] = "content/street/lamp.model";
+inline constexpr char kDatabase[] = "scripts/destructibles.xml";
+
+/// The program itself, run in a temporary folder that is a resource root: an empty database, a house of four
+/// parts, a crate and a lamp.
+class CommandLine : public ::testing::Test {
+ protected:
+  CommandLine();
+
+  ProcessResult run(const Arguments& arguments) const { return runIn(folder_.path(), arguments); }
+  static ProcessResult runIn(const std::filesystem::path& folder, const Arguments& arguments,
+                             const std::map<std::string, std::string>& environment = {});
+
+  /// Runs a command that must succeed without a message; its results.
+  std::string result(const Arguments& arguments) const;
+
+  /// Runs a command that must be refused (1) or used wrongly (2), leaving the folder as it is; the message
+  /// without the program's name and the line end.
+  std::string refusal(const Arguments& arguments) const { return failure(arguments, 1); }
+  std::string misuse(const Arguments& arguments) const { return failure(arguments, 2); }
+
+  void writeDatabase(const std::string& text) const { folder_.write(kDatabase, text); }
+  std::string readDatabase() const { return folder_.read(kDatabase); }
+
+  support::TemporaryFolder folder_;
+
+ private:
+  std::string failure(const Arguments& arguments, int status) const;
+};
+
+}  // namespace cli_test

@@ -1,0 +1,309 @@
+#include <cli/cli_fixture.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+
+namespace cli_test {
+namespace {
+
+using Json = nlohmann::json;
+
+class Editing : public CommandLine {
+ protected:
+  Json shown(const std::string& model) const { return Json::parse(result({"show", model, "--json"})); }
+
+  /// Runs a command that must succeed; its messages, without the program's name, a line each.
+  std::string messagesOf(const Arguments& arguments) const {
+    const ProcessResult result = run(arguments);
+    EXPECT_EQ(result.status, 0);
+    std::string messages;
+    for (std::size_t begin = 0; begin < result.err.size();) {
+      const std::size_t end = result.err.find('\n', begin);
+      EXPECT_EQ(result.err.compare(begin, 15, "destructibles: "), 0) << result.err;
+      messages += result.err.substr(begin + 15, end - begin - 14);
+      begin = end + 1;
+    }
+    return messages;
+  }
+
+  void makeFragile() const { EXPECT_EQ(run({"convert", kCrate, "fragile"}).status, 0); }
+  void makeStructure() const { EXPECT_EQ(run({"convert", kHouse, "structure"}).status, 0); }
+};
+
+using Convert = Editing;
+
+TEST_F(Convert, MakesAModelOfACategoryAndSaves) {
+  const ProcessResult result = run({"convert", kCrate, "fragile"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "content/props/crate.model: category none -> fragile\n");
+  EXPECT_EQ(result.err, "destructibles: Model is set as fragile.\n");
+  EXPECT_EQ(readDatabase(), R"(<root>
+	<fragiles>
+		<entry>
+			<filename>content/props/crate.model</filename>
+			<health>20</health>
+			<decayEffect>none</decayEffect>
+			<effect>hd_bld_SU_206_Cellar</effect>
+			<hitEffect>hd_bld_SU_206_Cellar</hitEffect>
+			<effectHP>HP_top</effectHP>
+			<effectScale>1</effectScale>
+			<matName>n_wood</matName>
+			<lifetimeEffect>none</lifetimeEffect>
+		</entry>
+	</fragiles>
+</root>
+)");
+}
+
+TEST_F(Convert, FindsTheCategoryOut) {
+  EXPECT_EQ(run({"convert", kCrate, "auto"}).out, "content/props/crate.model: category none -> fragile\n");
+  EXPECT_EQ(run({"convert", kHouse, "auto"}).out,
+            "content/buildings/house.model: category none -> structure\n");
+  EXPECT_EQ(run({"convert", kHouse, "auto"}).out,
+            "content/buildings/house.model: category structure already\n");
+  support::writeModel(folder_, "content/plain", {.materials = {{"glass", 0}}});
+  EXPECT_EQ(run({"convert", "content/plain.model", "auto"}).out,
+            "content/plain.model: category none already\n");
+}
+
+TEST_F(Convert, ToNoneRemovesTheEntriesAndSucceeds) {
+  const std::string before = readDatabase();
+  makeFragile();
+  EXPECT_EQ(result({"convert", kCrate, "none"}), "content/props/crate.model: category fragile -> none\n");
+  EXPECT_THAT(readDatabase(), testing::Not(testing::HasSubstr("crate")));
+  EXPECT_EQ(result({"convert", kCrate, "none"}), "content/props/crate.model: category none already\n");
+}
+
+TEST_F(Convert, NamesWhatTheSaveDrops) {
+  EXPECT_EQ(
+      messagesOf({"convert", kHouse, "structure"}),
+      "Model is set as structure.\n"
+      "module \"n_roof_3_1\" is not saved: the model has no BSP material of that name; import it with one\n"
+      "module \"n_window_5\" is not saved: its material kind 75 is that of module \"n_wall_2\"; give the "
+      "materials different kinds\n");
+  EXPECT_EQ(messagesOf({"convert", kHouse, "fragile"}),
+            "Model is set as fragile.\n"
+            "the entry of the model in the section \"structures\" is removed from the file\n");
+}
+
+TEST_F(Convert, NamesAHealthThatCouldNotBeEstimated) {
+  support::writeModel(folder_, "content/gatesandfences/gate",
+                      {.materials = {{"n_brick", 73}}, .bsp = {"n_brick"}});
+  EXPECT_THAT(messagesOf({"convert", "content/gatesandfences/gate.model", "fragile"}),
+              testing::HasSubstr("the health is -1, which stands for \"could not be estimated\"; set one\n"));
+}
+
+TEST_F(Convert, RefusesUnknownCategoriesAndModels) {
+  EXPECT_EQ(refusal({"convert", kCrate, "fragil"}),
+            "there is no category \"fragil\"; did you mean \"fragile\"?");
+  EXPECT_EQ(refusal({"convert", "content/props/crat.model", "fragile"}),
+            "the resource roots hold no model \"content/props/crat.model\"; did you mean "
+            "\"content/props/crate.model\"?");
+}
+
+TEST_F(Convert, RefusesAVariant) {
+  support::writeModel(folder_, "content/lod1/crate", {.materials = {{"n_wood", 73}}, .bsp = {"n_wood"}});
+  EXPECT_THAT(refusal({"convert", "content/lod1/crate.model", "fragile"}),
+              testing::HasSubstr("is a variant (in a folder lod1, lod2, crash or merged)"));
+  EXPECT_EQ(result({"convert", "content/lod1/crate.model", "none"}),
+            "content/lod1/crate.model: category none already\n");
+}
+
+using Set = Editing;
+
+TEST_F(Set, ChangesValuesAndSaysWhatChanged) {
+  makeFragile();
+  EXPECT_EQ(result({"set", kCrate, "health=35", "effectScale=1.25", "hitEffect=", "effect=none"}),
+            "content/props/crate.model: health 20 -> 35\n"
+            "content/props/crate.model: effectScale 1 -> 1.25\n"
+            "content/props/crate.model: effect hd_bld_SU_206_Cellar -> none\n"
+            "content/props/crate.model: hitEffect hd_bld_SU_206_Cellar -> (empty)\n");
+  EXPECT_EQ(shown(kCrate)["fragile"]["health"], 35);
+  EXPECT_EQ(shown(kCrate)["fragile"]["effectScale"], 1.25);
+  EXPECT_EQ(result({"set", kCrate, "health=35"}),
+            "content/props/crate.model: nothing changed, the values were so already\n");
+}
+
+TEST_F(Set, ChangesAModuleAndTheStructuresTag) {
+  makeStructure();
+  EXPECT_EQ(result({"set", kHouse, "--module", "n_wall_1", "effectHP=HP_wall_2"}),
+            "content/buildings/house.model module n_wall_1: effectHP HP_wall_1 -> HP_wall_2\n");
+  EXPECT_EQ(run({"set", kHouse, "achievementTag=manor"}).out,
+            "content/buildings/house.model: achievementTag (empty) -> manor\n");
+  EXPECT_EQ(shown(kHouse)["achievementTag"], "manor");
+  EXPECT_EQ(shown(kHouse)["modules"]["n_wall_1"]["effectHP"], "HP_wall_2");
+}
+
+TEST_F(Set, KeepsValuesThatLookLikeOptionsOrLists) {
+  makeFragile();
+  for (const std::string value :
+       {"-x", "--json", "[a,b]", "{a}", "a=b", "'a'", "\"a\"", "%s", "a,b", "a b", "#x"}) {
+    EXPECT_EQ(run({"set", kCrate, "effect=" + value}).status, 0) << value;
+    EXPECT_EQ(shown(kCrate)["fragile"]["effect"], value);
+  }
+}
+
+TEST_F(Set, RefusesWhatCannotBeRight) {
+  makeFragile();
+  EXPECT_EQ(refusal({"set", kCrate, "helth=3"}), "a fragile has no key \"helth\"; did you mean \"health\"?");
+  EXPECT_EQ(refusal({"set", kCrate, "effect=fire", "health=x"}),
+            "health: \"x\" is not a whole number from -2147483648 to 2147483647");
+  EXPECT_EQ(
+      refusal({"set", kCrate, "effectScale=nan"}),
+      "effectScale: \"nan\" is not a number that 32-bit floating point holds (with a point, as in 1.5)");
+  EXPECT_THAT(refusal({"set", kCrate, "health=2147483648"}), testing::StartsWith("health: "));
+  EXPECT_THAT(refusal({"set", kCrate, "effect=a\x1b"}),
+              testing::HasSubstr("\"a\\x1b\" holds a control character"));
+  EXPECT_EQ(refusal({"set", kLamp, "health=3"}),
+            "\"content/street/lamp.model\" is not destructible and has nothing to set; convert it first");
+  makeStructure();
+  EXPECT_EQ(refusal({"set", kHouse, "--module", "n_wal_1", "health=3"}),
+            "\"content/buildings/house.model\" has no module \"n_wal_1\"; did you mean \"n_wall_1\"?");
+  EXPECT_THAT(refusal({"set", kHouse, "--module", "n_roof_3_1", "health=3"}),
+              testing::HasSubstr("the model has no BSP material of that name"));
+}
+
+TEST_F(Set, TakesWhatIsNoAssignmentForWrongUsage) {
+  makeFragile();
+  EXPECT_EQ(misuse({"set", kCrate, "health"}),
+            "KEY=VALUE: \"health\" is not of the form KEY=VALUE; see \"destructibles set --help\"");
+  EXPECT_THAT(misuse({"set", kCrate, "=3"}), testing::HasSubstr("not of the form KEY=VALUE"));
+  EXPECT_THAT(misuse({"set", kCrate, "--module"}), testing::HasSubstr("--module"));
+}
+
+TEST_F(Set, RefusesWhenTheDatabaseCannotBeWritten) {
+  makeFragile();
+  const std::string before = readDatabase();
+  std::filesystem::rename(folder_ / "scripts", folder_ / "elsewhere");
+  const support::TemporaryFolder outside;
+  // The database is a link out of the root.
+  std::filesystem::create_directories(folder_ / "scripts");
+  outside.write("destructibles.xml", before);
+  std::filesystem::create_symlink(outside / "destructibles.xml", folder_ / kDatabase);
+  const ProcessResult result = run({"set", kCrate, "health=3"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(outside.read("destructibles.xml"), before);
+}
+
+using State = Editing;
+
+TEST_F(State, IsAddedFilledEmptiedAndRemoved) {
+  makeStructure();
+  EXPECT_EQ(run({"state", kHouse, "add", "roofless"}).out,
+            "content/buildings/house.model: added the state roofless\n");
+  EXPECT_EQ(run({"state", kHouse, "add-material", "roofless", "n_roof_3_1", "n_wall_2"}).out,
+            "content/buildings/house.model: added to the state roofless: n_roof_3_1 n_wall_2\n");
+  EXPECT_EQ(result({"state", kHouse, "list"}),
+            "undamaged  n_roof_3_1 n_wall_1 n_wall_2 n_window_5\n"
+            "roofless   n_roof_3_1 n_wall_2\n"
+            "destroyed  d_wall_1\n");
+  EXPECT_THAT(readDatabase(),
+              testing::HasSubstr("<destroyedMaterials>n_roof_3_1 n_wall_2 </destroyedMaterials>"));
+  EXPECT_EQ(run({"state", kHouse, "remove-material", "roofless", "n_roof_3_1"}).out,
+            "content/buildings/house.model: removed from the state roofless: n_roof_3_1\n");
+  EXPECT_EQ(shown(kHouse)["states"]["roofless"], Json::parse("[\"n_wall_2\"]"));
+  EXPECT_EQ(run({"state", kHouse, "remove", "roofless"}).out,
+            "content/buildings/house.model: removed the state roofless\n");
+  EXPECT_EQ(shown(kHouse)["states"].size(), 2U);
+}
+
+TEST_F(State, MayHaveAnyNameThatXmlHolds) {
+  makeStructure();
+  for (const std::string name : {"a b", "<a&\"b\">", "50%s", "list", "add", "-", "[x]", "\xc3\xa4"}) {
+    EXPECT_EQ(run({"state", kHouse, "add", "--", name}).status, 0) << name;
+    EXPECT_TRUE(shown(kHouse)["states"].contains(name));
+  }
+}
+
+TEST_F(State, IsRefusedWhenItCannotBeRight) {
+  makeStructure();
+  EXPECT_EQ(run({"state", kHouse, "add", "open"}).status, 0);
+  EXPECT_EQ(refusal({"state", kHouse, "add", "open"}), "there is a state \"open\" already");
+  EXPECT_EQ(refusal({"state", kHouse, "add", "destroyed"}),
+            "the state \"destroyed\" is built in; choose another name");
+  EXPECT_EQ(refusal({"state", kHouse, "add", ""}), "the name of a state cannot be empty");
+  EXPECT_EQ(refusal({"state", kHouse, "remove", "opne"}),
+            "\"content/buildings/house.model\" has no state \"opne\"; did you mean \"open\"?");
+  EXPECT_EQ(refusal({"state", kHouse, "add-material", "open", "n_wal_1"}),
+            "the model has no material \"n_wal_1\"; did you mean \"n_wall_1\"?");
+  EXPECT_EQ(refusal({"state", kHouse, "remove-material", "open", "n_wall_1"}),
+            "the state \"open\" has no material \"n_wall_1\"; there is none");
+}
+
+TEST_F(State, IsRefusedToWhatIsNoStructure) {
+  makeFragile();
+  for (const Arguments& arguments :
+       {Arguments{"state", kCrate, "list"}, Arguments{"state", kCrate, "add", "a"},
+        Arguments{"state", kCrate, "remove", "a"}, Arguments{"state", kCrate, "add-material", "a", "n_wood"},
+        Arguments{"state", kCrate, "remove-material", "a", "n_wood"}}) {
+    EXPECT_EQ(refusal(arguments),
+              "\"content/props/crate.model\" is no structure (its category is fragile) and has no states; "
+              "convert it "
+              "to a structure first");
+  }
+}
+
+TEST_F(State, TakesUnknownActionsAndWrongCountsForWrongUsage) {
+  EXPECT_THAT(misuse({"state", kHouse, "ad", "x"}),
+              testing::HasSubstr("there is no action \"ad\"; did you mean \"add\"?"));
+  EXPECT_THAT(misuse({"state", kHouse, "list", "x"}), testing::HasSubstr("the form is: state MODEL list"));
+  EXPECT_THAT(misuse({"state", kHouse, "add"}), testing::HasSubstr("the form is: state MODEL add NAME"));
+  EXPECT_THAT(misuse({"state", kHouse, "add", "a", "b"}), testing::HasSubstr("state MODEL add NAME"));
+  EXPECT_THAT(misuse({"state", kHouse, "add-material", "a"}),
+              testing::HasSubstr("the form is: state MODEL add-material NAME MATERIAL..."));
+  EXPECT_THAT(misuse({"state", kHouse}), testing::HasSubstr("ACTION"));
+}
+
+using HostileNames = Editing;
+
+TEST_F(HostileNames, AreHarmlessFromTheFirstCommandToTheLast) {
+  // A model whose name, material and hard point hold what formats, markup and terminals act on.
+  for (const std::string stem :
+       {"content/100%s%n", "content/a&b<c>'\"", "content/\xc3\xa4\xe2\x82\xac", "content/x y"}) {
+    const std::string model = stem + ".model";
+    folder_.write(
+        model,
+        "<root><visual>content/hostile.visual</visual><bspMaterials><m>n_%s&amp;</m></bspMaterials></root>");
+    folder_.write(
+        "content/hostile.visual",
+        "<root><materials><m><identifier>n_%s&amp;</identifier><kind>73</kind></m></materials></root>");
+    EXPECT_EQ(run({"convert", model, "structure"}).status, 0);
+    EXPECT_EQ(run({"set", model, "--module", "n_%s&", "hitEffect=%n<&>"}).status, 0);
+    EXPECT_EQ(run({"set", model, "achievementTag=]]>%x"}).status, 0);
+    const Json json = shown(model);
+    EXPECT_EQ(json["model"], model);
+    EXPECT_EQ(json["modules"]["n_%s&"]["hitEffect"], "%n<&>");
+    EXPECT_EQ(json["achievementTag"], "]]>%x");
+    EXPECT_THAT(result({"list"}), testing::HasSubstr(model));
+    EXPECT_EQ(run({"convert", model, "none"}).status, 0);
+  }
+}
+
+TEST_F(HostileNames, ThatTheDatabaseCannotHoldAreRefused) {
+  for (const std::string stem : {"content/a\x1b[31m", "content/a\xff", "content/a\n"}) {
+    const std::string model = stem + ".model";
+    folder_.write(model, "<root><visual>content/props/crate.visual</visual></root>");
+    const bool isHeld = stem.back() == '\n';  // XML holds line ends
+    const ProcessResult result = run({"convert", model, "fragile"});
+    EXPECT_EQ(result.status, isHeld ? 0 : 1);
+    EXPECT_EQ(result.err.find('\x1b'), std::string::npos);
+    const ProcessResult json = run({"show", model, "--json"});
+    EXPECT_EQ(json.status, 0);
+    EXPECT_TRUE(Json::accept(json.out));
+    EXPECT_EQ(run({"show", model}).out.find('\x1b'), std::string::npos);
+  }
+}
+
+TEST_F(HostileNames, OfUnknownThingsAreShownEscapedAndShort) {
+  makeFragile();
+  const std::string huge(100'000, 'x');
+  EXPECT_LT(refusal({"show", "content/" + huge + ".model"}).size(), 400U);
+  EXPECT_LT(refusal({"set", kCrate, huge + "=1"}).size(), 400U);
+  EXPECT_LT(refusal({"convert", kCrate, huge}).size(), 400U);
+  EXPECT_THAT(refusal({"set", kCrate, "%s%n\x1b=1"}),
+              testing::StartsWith("a fragile has no key \"%s%n\\x1b\""));
+}
+
+}  // namespace
+}  // namespace cli_test

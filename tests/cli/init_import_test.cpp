@@ -1,0 +1,134 @@
+#include <cli/cli_fixture.h>
+
+#include <filesystem>
+
+namespace cli_test {
+namespace {
+
+namespace fs = std::filesystem;
+
+using Init = CommandLine;
+
+TEST_F(Init, MakesAnEmptyDatabaseAndEffectsFile) {
+  EXPECT_EQ(result({"init", "new/game"}),
+            "made new/game/scripts/destructibles.xml\nmade new/game/scripts/destructibles_effects.xml\n");
+  EXPECT_EQ(folder_.read("new/game/scripts/destructibles.xml"),
+            "<root>\n\t<trees/>\n\t<fragiles/>\n\t<fallingAtoms/>\n\t<structures/>\n</root>\n");
+  EXPECT_EQ(folder_.read("new/game/scripts/destructibles_effects.xml"),
+            "<root>\n\t<fragiles/>\n\t<fallingAtoms/>\n\t<structures/>\n</root>\n");
+  EXPECT_EQ(result({"--root", "new/game", "list", "--json"}), "[]\n");
+}
+
+TEST_F(Init, OverwritesNothing) {
+  EXPECT_EQ(
+      refusal({"init", "."}),
+      "\"./scripts/destructibles.xml\" exists already and is not overwritten; remove it or choose another "
+      "folder");
+  folder_.write("half/scripts/destructibles_effects.xml", "mine");
+  EXPECT_EQ(
+      refusal({"init", "half"}),
+      "\"half/scripts/destructibles_effects.xml\" exists already and is not overwritten; remove it or choose "
+      "another folder");
+  EXPECT_FALSE(fs::exists(folder_ / "half/scripts/destructibles.xml"));
+  fs::create_directories(folder_ / "link/scripts");
+  fs::create_symlink("nowhere", folder_ / "link/scripts/destructibles.xml");
+  EXPECT_THAT(refusal({"init", "link"}), testing::HasSubstr("exists already"));
+}
+
+TEST_F(Init, SaysWhyAFolderCannotBeMade) {
+  folder_.write("file", "");
+  EXPECT_EQ(refusal({"init", "file"}), "\"file/scripts\" cannot be made: Not a directory");
+}
+
+class Import : public CommandLine {
+ protected:
+  static std::string barrel() { return TEST_GLTF_FOLDER "/barrel.gltf"; }
+};
+
+TEST_F(Import, MakesAModelOfAFileWithoutAnyNamingConvention) {
+  EXPECT_EQ(
+      result({"import", barrel(), "content/props/barrel.model", "--kind", "Material.001=73"}),
+      "made content/props/barrel.model\nmade content/props/barrel.visual\nmade content/props/barrel.glb\n"
+      "  material      Material.001  kind 73 (as told)\n"
+      "  BSP material  Material.001\n");
+  result({"convert", "content/props/barrel.model", "auto"});
+  EXPECT_THAT(result({"show", "content/props/barrel.model"}), testing::HasSubstr("category       fragile"));
+}
+
+TEST_F(Import, RenamesMaterialsAndMakesHardPoints) {
+  EXPECT_EQ(
+      result({"import", barrel(), "content/props/barrel.model", "--material", "Material.001=n_wood",
+              "--hard-point", "Cylinder=HP_middle", "--bsp", "n_wood"}),
+      "made content/props/barrel.model\nmade content/props/barrel.visual\nmade content/props/barrel.glb\n"
+      "  material      n_wood     kind 73 (by its name)\n"
+      "  BSP material  n_wood\n"
+      "  hard point    HP_middle\n");
+}
+
+TEST_F(Import, WritesBelowTheFirstRoot) {
+  const support::TemporaryFolder first;
+  const ProcessResult imported =
+      run({"--root", first.path().string(), "--root", ".", "import", barrel(), "content/barrel.model"});
+  EXPECT_EQ(imported.status, 0) << imported.err;
+  EXPECT_TRUE(fs::exists(first / "content/barrel.model"));
+  EXPECT_FALSE(fs::exists(folder_ / "content/barrel.model"));
+}
+
+TEST_F(Import, ReplacesAModelOnlyWhenForced) {
+  EXPECT_THAT(refusal({"import", barrel(), kCrate}), testing::HasSubstr("content/props/crate.model"));
+  EXPECT_EQ(run({"import", barrel(), kCrate, "--force"}).status, 0);
+}
+
+TEST_F(Import, RefusesNamesThatTheFileDoesNotHold) {
+  const std::string model = "content/props/barrel.model";
+  EXPECT_EQ(refusal({"import", barrel(), model, "--kind", "Materal.001=73"}),
+            barrel() + ": has no material \"Materal.001\"; did you mean \"Material.001\"?");
+  EXPECT_EQ(refusal({"import", barrel(), model, "--material", "x=y"}),
+            barrel() + ": has no material \"x\"; there is \"Material.001\"");
+  EXPECT_THAT(refusal({"import", barrel(), model, "--hard-point", "Cylindre=HP_a"}),
+              testing::HasSubstr("did you mean \"Cylinder\"?"));
+  EXPECT_THAT(refusal({"import", barrel(), model, "--bsp", "x"}), testing::HasSubstr("\"Material.001\""));
+}
+
+TEST_F(Import, TakesMalformedOptionsForWrongUsage) {
+  const std::string model = "content/props/barrel.model";
+  for (const char* const kind : {"Material.001", "Material.001=", "=73", "Material.001=x", "Material.001=-1",
+                                 "Material.001=4294967296", "Material.001=7.5", "Material.001= 7"}) {
+    EXPECT_THAT(misuse({"import", barrel(), model, "--kind", kind}), testing::HasSubstr("MATERIAL=NUMBER"));
+  }
+  EXPECT_THAT(misuse({"import", barrel(), model, "--material", "a"}), testing::HasSubstr("OLD=NEW"));
+  EXPECT_THAT(misuse({"import", barrel(), model, "--hard-point", "a"}), testing::HasSubstr("NODE=NAME"));
+  EXPECT_THAT(misuse({"import", barrel()}), testing::HasSubstr("MODEL"));
+}
+
+TEST_F(Import, RefusesModelNamesThatCannotBe) {
+  EXPECT_THAT(refusal({"import", barrel(), "/tmp/barrel.model"}), testing::HasSubstr("is absolute"));
+  EXPECT_THAT(refusal({"import", barrel(), "../barrel.model"}), testing::HasSubstr("climbs out of its root"));
+  EXPECT_THAT(refusal({"import", barrel(), "content/barrel"}), testing::HasSubstr("must end in \".model\""));
+  EXPECT_THAT(
+      refusal({"import", barrel(), "content/a\x1b.model"}),
+      testing::AllOf(testing::HasSubstr("a\\x1b.model"), testing::HasSubstr("cannot stand in the database")));
+  EXPECT_THAT(refusal({"import", barrel(), " content/a.model"}),
+              testing::HasSubstr("cannot stand in the database"));
+}
+
+TEST_F(Import, RefusesALinkThatLeadsOutOfTheRoot) {
+  const support::TemporaryFolder outside;
+  fs::create_directory_symlink(outside.path(), folder_ / "content/away");
+  EXPECT_EQ(run({"import", barrel(), "content/away/barrel.model"}).status, 1);
+  EXPECT_TRUE(outside.listing().empty());
+}
+
+TEST_F(Import, NamesTheFileAndTheFaultOfABrokenOne) {
+  folder_.write("source/broken.gltf", "{\"asset\": {\"version\": \"2.0\"}");
+  folder_.write("source/empty.glb", "");
+  fs::copy_file(barrel(), folder_ / "source/barrel.gltf");  // without its buffer
+  for (const char* const file :
+       {"source/broken.gltf", "source/empty.glb", "source/barrel.gltf", "source/none.glb"}) {
+    EXPECT_THAT(refusal({"import", file, "content/new/barrel.model"}),
+                testing::StartsWith(std::string(file) + ": "));
+  }
+}
+
+}  // namespace
+}  // namespace cli_test

@@ -1,0 +1,135 @@
+#include <cli/cli_fixture.h>
+
+#include <filesystem>
+
+namespace cli_test {
+namespace {
+
+using TheProgram = CommandLine;
+
+TEST_F(TheProgram, PrintsItsHelpAsAMessageWhenCalledAlone) {
+  const ProcessResult result = run({});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err, testing::HasSubstr("Usage: destructibles"));
+}
+
+TEST_F(TheProgram, PrintsItsHelpWhenAskedTo) {
+  const std::string help = result({"--help"});
+  for (const char* const command :
+       {"init", "import", "list", "show", "convert", "set", "state", "health", "watch", "--root"})
+    EXPECT_THAT(help, testing::HasSubstr(command));
+  EXPECT_EQ(result({"-h"}), help);
+}
+
+TEST_F(TheProgram, ExplainsEveryCommandWithAnExample) {
+  for (const std::string command :
+       {"init", "import", "list", "show", "convert", "set", "state", "health", "watch"}) {
+    const std::string help = result({command, "--help"});
+    EXPECT_THAT(help, testing::HasSubstr("Usage: destructibles " + command));
+    EXPECT_THAT(help, testing::HasSubstr("Example"));
+    EXPECT_THAT(help, testing::HasSubstr("\n  destructibles " + command + " ")) << help;
+  }
+}
+
+TEST_F(TheProgram, PrintsItsVersion) {
+  EXPECT_THAT(result({"--version"}), testing::MatchesRegex("destructibles [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST_F(TheProgram, RefusesWrongUsageWithAHint) {
+  EXPECT_THAT(misuse({"shwo", kCrate}), testing::EndsWith("; see \"destructibles --help\""));
+  EXPECT_THAT(misuse({"--rot", ".", "list"}), testing::EndsWith("; see \"destructibles --help\""));
+  EXPECT_THAT(misuse({"list", "--jsn"}), testing::EndsWith("; see \"destructibles list --help\""));
+  EXPECT_THAT(misuse({"show"}), testing::EndsWith("; see \"destructibles show --help\""));
+  EXPECT_THAT(misuse({"convert", kCrate}), testing::EndsWith("; see \"destructibles convert --help\""));
+  EXPECT_THAT(misuse({"set", kCrate}), testing::EndsWith("; see \"destructibles set --help\""));
+  EXPECT_THAT(misuse({"show", kCrate, "more"}), testing::EndsWith("; see \"destructibles show --help\""));
+  EXPECT_THAT(misuse({"--root"}), testing::EndsWith("; see \"destructibles --help\""));
+}
+
+TEST_F(TheProgram, ShowsControlCharactersOfWrongArgumentsEscaped) {
+  EXPECT_THAT(misuse({"list", "\x1b[31m%s%n"}), testing::HasSubstr("\\x1b[31m%s%n"));
+}
+
+TEST_F(TheProgram, TakesTheRootsOfTheCommandLineInOrder) {
+  const support::TemporaryFolder first;
+  support::writeModel(first, "content/props/crate", {.materials = {{"n_first", 73}}, .bsp = {"n_first"}});
+  const support::TemporaryFolder elsewhere;
+  const ProcessResult both = runIn(
+      elsewhere.path(), {"--root", first.path().string(), "--root", folder_.path().string(), "show", kCrate});
+  EXPECT_EQ(both.status, 0) << both.err;
+  EXPECT_THAT(both.out, testing::HasSubstr("n_first"));
+  const ProcessResult reversed = runIn(
+      elsewhere.path(), {"--root", folder_.path().string(), "--root", first.path().string(), "show", kCrate});
+  EXPECT_THAT(reversed.out, testing::HasSubstr("n_wood"));
+}
+
+TEST_F(TheProgram, TakesTheRootsOfTheEnvironment) {
+  const support::TemporaryFolder first;
+  support::writeModel(first, "content/props/tin", {.materials = {{"n_tin", 73}}, .bsp = {"n_tin"}});
+  const support::TemporaryFolder elsewhere;
+  const std::string list = first.path().string() + "::" + folder_.path().string() + ":";
+  for (const char* const model : {"content/props/tin.model", kCrate}) {
+    const ProcessResult result = runIn(elsewhere.path(), {"show", model}, {{"DESTRUCTIBLES_ROOT", list}});
+    EXPECT_EQ(result.status, 0) << result.err;
+  }
+}
+
+TEST_F(TheProgram, PrefersTheRootsOfTheCommandLineToThoseOfTheEnvironment) {
+  const support::TemporaryFolder elsewhere;
+  const ProcessResult result = runIn(elsewhere.path(), {"--root", folder_.path().string(), "show", kCrate},
+                                     {{"DESTRUCTIBLES_ROOT", "/nowhere"}});
+  EXPECT_EQ(result.status, 0) << result.err;
+}
+
+TEST_F(TheProgram, FindsTheNearestRootUpwards) {
+  std::filesystem::create_directories(folder_ / "content/deep/er");
+  EXPECT_EQ(runIn(folder_ / "content/deep/er", {"show", kCrate}).status, 0);
+  folder_.write("content/deep/scripts/destructibles.xml", "<root/>");
+  EXPECT_EQ(runIn(folder_ / "content/deep/er", {"show", kCrate}).status, 1);
+}
+
+TEST_F(TheProgram, SaysHowToGiveARootWhenThereIsNone) {
+  const support::TemporaryFolder elsewhere;
+  const ProcessResult result = runIn(elsewhere.path(), {"list"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(
+      result.err,
+      "destructibles: no resource root: no folder from here upwards holds scripts/destructibles.xml; give "
+      "one with --root DIR or DESTRUCTIBLES_ROOT, or make one with \"destructibles init DIR\"\n");
+}
+
+TEST_F(TheProgram, RefusesARootThatIsNoFolder) {
+  EXPECT_EQ(refusal({"--root", "nowhere", "list"}),
+            "the resource root \"nowhere\" is no folder; name one that exists");
+  EXPECT_EQ(refusal({"--root", kDatabase, "list"}),
+            "the resource root \"scripts/destructibles.xml\" is no folder; name one that exists");
+}
+
+TEST_F(TheProgram, FailsWhenItsResultsCannotBeWritten) {
+  for (const Arguments& arguments : {Arguments{"list"}, Arguments{"show", kCrate}, Arguments{"--help"}}) {
+    writeDatabase("<root><fragiles><entry><filename>a</filename></entry></fragiles></root>");
+    const ProcessResult result = support::runProcess(
+        DESTRUCTIBLES_PROGRAM, arguments, {.folder = folder_.path(), .standardOutput = "/dev/full"});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(
+        result.err,
+        "destructibles: the results could not be written to standard output: No space left on device\n");
+  }
+}
+
+TEST_F(TheProgram, EndsQuietlyWhenItsReaderGoesAway) {
+  std::string text = "<root><fragiles>";
+  for (int number = 0; number < 5000; ++number)
+    text +=
+        "<entry><filename>content/" + std::string(40, 'x') + std::to_string(number) + "</filename></entry>";
+  writeDatabase(text + "</fragiles></root>");
+  support::RunningProcess program(DESTRUCTIBLES_PROGRAM, {"list"}, {.folder = folder_.path()});
+  program.closeOutput();
+  const ProcessResult result = program.wait();
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err, "");
+}
+
+}  // namespace
+}  // namespace cli_test
