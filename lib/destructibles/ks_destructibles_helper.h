@@ -119,7 +119,9 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   ~KsDestructiblesHelper() override;
 
   /// Destroys the helper that `helper` holds, if any, and puts a new one in its place. With `keepVisibility`
-  /// the kinds that were hidden or shown before are so again.
+  /// the kinds that were hidden or shown before are so again. The old helper's disabler lets go of the model
+  /// on the way: a disabler that goes on is attached to the model again by the host, which then shows all
+  /// this.
   static void reinit(std::unique_ptr<KsDestructiblesHelper>& helper, SuperModel* superModel,
                      const std::string& modelName, KsMaterialDisabler* materialDisabler, bool keepVisibility);
 
@@ -327,7 +329,7 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
 
   // Writing.
   SmartPointer<DataSection> keepOneEntry(const SmartPointer<DataSection>& root, const std::string& category);
-  void writeEntry(SmartPointer<DataSection>& entry);
+  void writeEntry(DataSection& category, SmartPointer<DataSection>& entry);
   void writeStructure(SmartPointer<DataSection>& entry);
   void makeFragileXmlTag(const KsDestructibleFragileDesc& desc, SmartPointer<DataSection>& entry);
   void makeFallingAtomXmlTag(const KsDestructibleFallingAtomDesc& desc, SmartPointer<DataSection>& entry);

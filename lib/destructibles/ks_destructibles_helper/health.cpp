@@ -93,11 +93,14 @@ int KsDestructiblesHelper::gateHealth(const std::string& normalisedPath) {
 int KsDestructiblesHelper::healthByCategory() {
   if (destructibleType_ == DT_FRAGILE || destructibleType_ == DT_FALLING_ATOMS) return kObjectHealth;
   if (destructibleType_ != DT_STRUCTURE) return kUnknownHealth;
+  // Before as well: naming the materials may load the database, which drops a table made in memory for this
+  // estimate.
+  const bool hadModules = s_destrModuleMap.contains(modelName_);
   const std::vector<std::string> undamaged = getMaterialsForState(fixed_names::kUndamagedState);
   const auto parts = std::count_if(undamaged.begin(), undamaged.end(), [this](const std::string& name) {
     return bspMaterialNames_.contains(name);
   });
-  const bool hasModules = s_destrModuleMap.contains(modelName_);
+  const bool hasModules = hadModules || s_destrModuleMap.contains(modelName_);
   return hasModules && parts == kTwoParts ? kTwoPartStructureHealth : kStructureHealth;
 }
 

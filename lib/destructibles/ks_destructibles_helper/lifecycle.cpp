@@ -59,10 +59,12 @@ struct DeclaredDependencies {
     for (std::size_t i = kIdToken + 1; i < tokens.size(); ++i) {
       const std::optional<unsigned> dependency = leadingNumber(tokens[i]);
       if (!dependency) return;
-      std::vector<unsigned>& known = depsById[*id];
-      if (std::find(known.begin(), known.end(), *dependency) == known.end()) known.push_back(*dependency);
+      if (declared_.emplace(*id, *dependency).second) depsById[*id].push_back(*dependency);
     }
   }
+
+ private:
+  std::set<std::pair<unsigned, unsigned>> declared_;
 };
 
 }  // namespace
@@ -173,6 +175,7 @@ void KsDestructiblesHelper::reinit(std::unique_ptr<KsDestructiblesHelper>& helpe
                                    const std::string& modelName, KsMaterialDisabler* materialDisabler,
                                    bool keepVisibility) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::reinit", kSource, 108);
+  const std::string name = modelName;  // which may be that of the helper that goes
   std::map<unsigned int, bool> visibles;
   if (helper) {
     if (keepVisibility && helper->materialDisabler_ != nullptr) {
@@ -182,7 +185,7 @@ void KsDestructiblesHelper::reinit(std::unique_ptr<KsDestructiblesHelper>& helpe
     helper->detachSuperModel(superModel);
     helper.reset();
   }
-  helper = std::make_unique<KsDestructiblesHelper>(superModel, modelName, materialDisabler);
+  helper = std::make_unique<KsDestructiblesHelper>(superModel, name, materialDisabler);
   if (!keepVisibility || helper->materialDisabler_ == nullptr) return;
   for (const auto& [kind, isVisible] : visibles)
     helper->materialDisabler_->setMaterialKindVisible(kind, isVisible);

@@ -16,14 +16,17 @@ bool beginsWithLonger(BasicStringRef name, BasicStringRef prefix) {
   return name.size() > prefix.size() && name.starts_with(prefix);
 }
 
-// std::regex_match recurses once or more per character. Names that the caller's stack may not bear are
-// matched on one that is made for them; it is address space only until it is used.
+// std::regex_match recurses several times per character, the more often the more groups the pattern has. What
+// the caller's stack may not bear is matched on one that is made for it; that is address space only until it
+// is used.
 bool matchesWhole(const std::string& name, const std::regex& pattern) {
-  constexpr std::size_t kSafeLength = 1024;
+  constexpr std::size_t kSafeLength = 64;
   constexpr std::size_t kStackPerCharacter = 16384;
+  constexpr std::size_t kStackPerGroup = 4096;
   if (name.size() <= kSafeLength) return std::regex_match(name, pattern);
+  const std::size_t perCharacter = kStackPerCharacter + kStackPerGroup * pattern.mark_count();
   bool matches = false;
-  runOnLargeStack(name.size() * kStackPerCharacter, [&] { matches = std::regex_match(name, pattern); });
+  runOnLargeStack(name.size() * perCharacter, [&] { matches = std::regex_match(name, pattern); });
   return matches;
 }
 

@@ -99,12 +99,12 @@ void KsDestructiblesHelper::setMissingModules() {
 
 // Every module, also one whose hard point somebody chose: that is the rule.
 void KsDestructiblesHelper::assignHardPoints(ModuleTable& modules) const {
+  std::map<std::uint32_t, const std::string*> firstOfNumber;
+  for (const std::string& hardPoint : hardpointNames_)
+    firstOfNumber.try_emplace(numberIn(hardPoint), &hardPoint);
   for (auto& [name, desc] : modules) {
-    const std::uint32_t number = moduleNumber(name);
-    const auto matching =
-        std::find_if(hardpointNames_.begin(), hardpointNames_.end(),
-                     [number](const std::string& hardPoint) { return numberIn(hardPoint) == number; });
-    desc.effectHP = matching != hardpointNames_.end() ? *matching : hardpointNames_.front();
+    const auto matching = firstOfNumber.find(moduleNumber(name));
+    desc.effectHP = matching != firstOfNumber.end() ? *matching->second : hardpointNames_.front();
   }
 }
 

@@ -37,8 +37,7 @@ bool KsDestructiblesHelper::saveConfig() {
     saves.commit();
     return false;
   }
-  if (!entry) entry = categorySection->appendChild("entry");
-  writeEntry(entry);
+  writeEntry(*categorySection, entry);
   if (!saves.commit()) return false;
   DataSectionCache::purge(kDestructiblesXml, false);
   loadConfig(true);
@@ -66,15 +65,17 @@ SmartPointer<DataSection> KsDestructiblesHelper::keepOneEntry(const SmartPointer
   return kept;
 }
 
-void KsDestructiblesHelper::writeEntry(SmartPointer<DataSection>& entry) {
+// A fragile or falling atom whose record is gone is not written, and gets no new entry either.
+void KsDestructiblesHelper::writeEntry(DataSection& category, SmartPointer<DataSection>& entry) {
+  const auto fragile = s_destrFragileMap.find(modelName_);
+  const auto atom = s_destrFallingAtomMap.find(modelName_);
+  if (destructibleType_ == DT_FRAGILE && fragile == s_destrFragileMap.end()) return;
+  if (destructibleType_ == DT_FALLING_ATOMS && atom == s_destrFallingAtomMap.end()) return;
+  if (!entry) entry = category.appendChild("entry");
   if (destructibleType_ == DT_STRUCTURE) return writeStructure(entry);
   if (destructibleType_ == DT_FRAGILE) {
-    const auto fragile = s_destrFragileMap.find(modelName_);
-    if (fragile == s_destrFragileMap.end()) return;
     makeFragileXmlTag(fragile->second, entry);
   } else {
-    const auto atom = s_destrFallingAtomMap.find(modelName_);
-    if (atom == s_destrFallingAtomMap.end()) return;
     makeFallingAtomXmlTag(atom->second, entry);
   }
   entry->save("");

@@ -151,18 +151,20 @@ void KsDestructiblesHelper::applyKinds(const std::vector<unsigned int>& hide,
 void KsDestructiblesHelper::setMaterialDestroyed(unsigned int kind, bool destroyed) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::setMaterialDestroyed", kSource, 2364);
   loadConfig(false);
-  if (materialDisabler_ == nullptr) return;
-  const bool isVisible = materialDisabler_->getMaterialKindVisible(kind);
+  // Without a disabler one of no model answers, and shows nothing.
+  KsMaterialDisabler unbound;
+  KsMaterialDisabler& disabler = materialDisabler_ != nullptr ? *materialDisabler_ : unbound;
+  const bool isVisible = disabler.getMaterialKindVisible(kind);
   if (!material_kinds::isUndamaged(kind) || isVisible != destroyed) return;
   // Also when the part is restored: after a change by hand the model is in no other state.
   destructibleState_ = kDestroyedState;
-  materialDisabler_->setMaterialKindVisible(kind, !destroyed);
-  materialDisabler_->setMaterialKindVisible(kind + kToDestroyed, destroyed);
+  disabler.setMaterialKindVisible(kind, !destroyed);
+  disabler.setMaterialKindVisible(kind + kToDestroyed, destroyed);
   for (const unsigned dependency : getMaterialDependencies(kind)) {
     // Both looks alike, on purpose: what depends on a broken part is gone, and all of it returns with the
     // part.
-    materialDisabler_->setMaterialKindVisible(dependency, !destroyed);
-    materialDisabler_->setMaterialKindVisible(dependency + kToDestroyed, !destroyed);
+    disabler.setMaterialKindVisible(dependency, !destroyed);
+    disabler.setMaterialKindVisible(dependency + kToDestroyed, !destroyed);
   }
 }
 
