@@ -2,8 +2,6 @@
 #include <model/file_set.h>
 #include <resources/atomic_file.h>
 
-#include <unistd.h>
-#include <atomic>
 #include <exception>
 #include <optional>
 #include <stdexcept>
@@ -11,18 +9,8 @@
 #include <utility>
 
 namespace Tal {
-namespace {
 
 namespace fs = std::filesystem;
-
-/// A name that no other file in the folder has; of the form of the names that saving uses (isTemporaryName).
-fs::path freeName(const fs::path& folder) {
-  static std::atomic<unsigned> s_count = 0;
-  const std::string number = std::to_string(::getpid()) + "-" + std::to_string(++s_count);
-  return folder / (".import." + number + ".saving");
-}
-
-}  // namespace
 
 void FileSet::add(fs::path target, BasicStringRef content) {
   entries_.push_back({std::move(target), content, {}, false});
@@ -57,7 +45,7 @@ void FileSet::keepOld(Entry& entry) {
   std::error_code failure;
   if (!fs::exists(entry.target, failure)) return;
   entry.target = fs::canonical(entry.target, failure);
-  entry.backup = freeName(entry.target.parent_path());
+  entry.backup = temporaryBeside(entry.target);
   fs::create_hard_link(entry.target, entry.backup, failure);
   // Not every file system has hard links.
   if (failure) fs::copy_file(entry.target, entry.backup, failure);

@@ -225,6 +225,16 @@ TEST_F(ARaise, GoesOnWhenARaiseWithinItDisconnectsTheSlotThatItStandsOn) {
   EXPECT_THAT(raise(), ElementsAre("b"));
 }
 
+TEST_F(ARaise, WithinACallThatDisconnectedItsOwnSlotDoesNotCallThatSlotAgain) {
+  Connection a;
+  a = connect("a", [&] {
+    a.disconnect();
+    signal_();
+  });
+  const Connection b = connect("b");
+  EXPECT_THAT(raise(), ElementsAre("a", "b", "b"));
+}
+
 TEST_F(ARaise, MayBeNestedDeeply) {
   int depth = 0;
   const Connection a = connect("a", [&] {

@@ -192,12 +192,13 @@ TEST(ASignalUnderThreads, IsNotLockedWhileACallbackIsDestroyed) {
 }
 
 TEST(ASignalUnderThreads, MayEndWhileItsHandlesAreUsed) {
+  constexpr int kConnections = kThreads * 8;
   for (int round = 0; round < 100; ++round) {
     std::optional<Signal<void()>> signal(std::in_place);
     std::atomic<int> destroyed = 0;
     std::vector<Connection> connections;
-    connections.reserve(kThreads * 8);
-    for (int i = 0; i < kThreads * 8; ++i) {
+    connections.reserve(kConnections);
+    for (int i = 0; i < kConnections; ++i) {
       connections.push_back(signal->connect([token = whenDestroyed([&destroyed] { ++destroyed; })] {}));
     }
     runTogether([&](int number) {
@@ -207,7 +208,7 @@ TEST(ASignalUnderThreads, MayEndWhileItsHandlesAreUsed) {
         connections[i].disconnect();
       }
     });
-    ASSERT_EQ(destroyed, kThreads * 8);
+    ASSERT_EQ(destroyed, kConnections);
     for (const Connection& connection : connections) ASSERT_FALSE(connection.connected());
   }
 }

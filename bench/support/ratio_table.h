@@ -1,0 +1,42 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// How the times of two benchmarks of one run compare.
+struct Ratio {
+  std::string name;               ///< what a person reads: "raise 16 slots, ours / Boost.Signals2"
+  std::string numerator;          ///< the full name of a benchmark, as its program lists it
+  std::string denominator;        ///< the full name of another
+  std::optional<double> promise;  ///< what the ratio must not exceed; empty when it is only shown
+};
+
+/// The times of every repetition of each benchmark, by its full name.
+using Samples = std::map<std::string, std::vector<double>>;
+
+/// The middle value of a list that is not empty; the mean of the two middle ones when their number is even.
+double median(std::vector<double> values);
+
+/// A ratio together with what a run showed.
+struct RatioResult {
+  Ratio ratio;
+  std::optional<double> value;  ///< the ratio of the medians; empty when one of the two was not measured
+
+  bool isBroken() const { return value && ratio.promise && *value > *ratio.promise; }
+};
+
+/// Every ratio with its value, in the given order.
+std::vector<RatioResult> evaluate(const std::vector<Ratio>& ratios, const Samples& samples);
+
+/// One line per ratio: "NAME = 0.72 (promise: at most 1.00)", the equals signs below each other, with BROKEN
+/// behind a promise that does not hold and "not measured" where there is no value.
+std::string tableOf(const std::vector<RatioResult>& results);
+
+/// Whether no promise is broken and, unless `mayLackSome`, every ratio was measured.
+bool areKept(const std::vector<RatioResult>& results, bool mayLackSome);
+
+}  // namespace bench

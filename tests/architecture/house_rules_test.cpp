@@ -1,0 +1,184 @@
+#include "house_rules.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <support/temporary_folder.h>
+
+#include <initializer_list>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "include_cycles.h"
+
+namespace {
+
+using architecture::includeCycles;
+using architecture::IncludeGraph;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// What the rules say about a tree of the given files. Headers get their "#pragma once" as a first line.
+std::vector<std::string> breachesOf(std::initializer_list<std::pair<std::string, std::string>> files) {
+  const support::TemporaryFolder tree;
+  for (const char* folder : {"lib", "apps"}) std::filesystem::create_directories(tree / folder);
+  for (const auto& [path, content] : files)
+    tree.write(path, (path.ends_with(".h") ? "#pragma once\n" : "") + content);
+  return architecture::breaches(architecture::readSources(tree.path(), {"lib", "apps"}));
+}
+
+TEST(TheHouse, StandsWhenEveryRoomIncludesDownwards) {
+  EXPECT_THAT(
+      breachesOf({{"lib/core/a.h", "#include <string>\n"},
+                  {"lib/core/a.cpp", "#include <core/a.h>\n#include <spdlog/spdlog.h>\n"},
+                  {"lib/ks/b.h", "#include <core/a.h>\n#include <functional>\n"},
+                  {"lib/mio/c.h", "#include <core/a.h>\n#include <ks/b.h>\n"},
+                  {"lib/resources/d.cpp", "#include <core/a.h>\n#include <expat.h>\n#include <sys/stat.h>\n"},
+                  {"lib/render/e.h", "#include <core/a.h>\n"},
+                  {"lib/authoring/f.h", "#include <mio/c.h>\n#include <render/e.h>\n"},
+                  {"apps/cli/g.h", "#include <authoring/f.h>\n#include <nlohmann/json.hpp>\n"},
+                  {"apps/cli/g.cpp", "#include <cli/g.h>\n#include <CLI/CLI.hpp>\n#include <core/a.h>\n"}}),
+      IsEmpty());
+}
+
+TEST(TheHouse, RefusesAnIncludeOfARoomAbove) {
+  EXPECT_THAT(breachesOf({{"lib/core/a.h", "\n#include <ks/b.h>\n"}, {"lib/ks/b.h", ""}}),
+              ElementsAre("lib/core/a.h:3: the room core must not include <ks/b.h> of the room ks"));
+  EXPECT_THAT(
+      breachesOf({{"lib/mio/a.cpp", "#include <resources/b.h>\n"}, {"lib/resources/b.h", ""}}),
+      ElementsAre("lib/mio/a.cpp:1: the room mio must not include <resources/b.h> of the room resources"));
+  EXPECT_THAT(
+      breachesOf({{"lib/destructibles/deep/a.cpp", "#include <authoring/b.h>\n"}, {"lib/authoring/b.h", ""}}),
+      ElementsAre(
+          "lib/destructibles/deep/a.cpp:1: the room destructibles must not include <authoring/b.h> of the "
+          "room authoring"));
+}
+
+TEST(TheHouse, LetsTheRenderRoomIncludeTheCoreAlone) {
+  EXPECT_THAT(
+      breachesOf({{"lib/render/a.cpp", "#include <core/c.h>\n#include <model/b.h>\n"},
+                  {"lib/model/b.h", ""},
+                  {"lib/core/c.h", ""}}),
+      ElementsAre("lib/render/a.cpp:2: the room render must not include <model/b.h> of the room model"));
+}
+
+TEST(TheHouse, RefusesAnAppInARoomAndInAnotherApp) {
+  EXPECT_THAT(
+      breachesOf({{"apps/cli/tool.h", ""}, {"lib/authoring/a.cpp", "#include <cli/tool.h>\n"}}),
+      ElementsAre("lib/authoring/a.cpp:1: <cli/tool.h> belongs to an app, which only its own files include"));
+  EXPECT_THAT(
+      breachesOf({{"apps/cli/tool.h", ""}, {"apps/editor/a.cpp", "#include <cli/tool.h>\n"}}),
+      ElementsAre("apps/editor/a.cpp:1: <cli/tool.h> belongs to an app, which only its own files include"));
+}
+
+TEST(TheHouse, RefusesARoomThatItDoesNotKnow) {
+  EXPECT_THAT(breachesOf({{"lib/cellar/a.cpp", ""}}),
+              ElementsAre("lib/cellar/a.cpp:1: lib/cellar is no room of the house"));
+  EXPECT_THAT(breachesOf({{"lib/a.h", ""}}), ElementsAre("lib/a.h:1: lib/a.h is no room of the house"));
+}
+
+TEST(TheHouse, RefusesAnIncludeOfAFileThatIsNotThere) {
+  EXPECT_THAT(breachesOf({{"lib/core/a.cpp", "#include <core/gone.h>\n"}}),
+              ElementsAre("lib/core/a.cpp:1: there is no lib/core/gone.h"));
+}
+
+TEST(TheHouse, RefusesAThirdPartyHeaderInAHeader) {
+  EXPECT_THAT(
+      breachesOf({{"lib/core/a.h", "#include <spdlog/fmt/fmt.h>\n"}}),
+      ElementsAre("lib/core/a.h:2: <spdlog/fmt/fmt.h> shows spdlog in a header; only .cpp files may"));
+  EXPECT_THAT(
+      breachesOf({{"lib/resources/a.h", "#include <sys/stat.h>\n"}}),
+      ElementsAre("lib/resources/a.h:2: <sys/stat.h> shows the operating system in a header; only .cpp "
+                  "files may"));
+}
+
+TEST(TheHouse, RefusesAThirdPartyLibraryOutsideItsRoom) {
+  EXPECT_THAT(
+      breachesOf({{"lib/model/a.cpp", "#include <expat.h>\n#include <tiny_gltf.h>\n"},
+                  {"lib/resources/b.cpp", "#include <tiny_gltf.h>\n#include <nlohmann/json.hpp>\n"},
+                  {"lib/ks/c.cpp", "#include <spdlog/spdlog.h>\n#include <fmt/format.h>\n"},
+                  {"lib/destructibles/d.cpp",
+                   "#include <CLI/CLI.hpp>\n#include <sys/inotify.h>\n#include <unistd.h>\n"},
+                  {"apps/cli/e.cpp", "#include <expat.h>\n#include <gtest/gtest.h>\n"}}),
+      ElementsAre(
+          "apps/cli/e.cpp:1: <expat.h> brings expat where it is not to be known",
+          "apps/cli/e.cpp:2: <gtest/gtest.h> brings GoogleTest where it is not to be known",
+          "lib/destructibles/d.cpp:1: <CLI/CLI.hpp> brings CLI11 where it is not to be known",
+          "lib/destructibles/d.cpp:2: <sys/inotify.h> brings the operating system where it is not to be "
+          "known",
+          "lib/destructibles/d.cpp:3: <unistd.h> brings the operating system where it is not to be known",
+          "lib/ks/c.cpp:1: <spdlog/spdlog.h> brings spdlog where it is not to be known",
+          "lib/ks/c.cpp:2: <fmt/format.h> brings fmt where it is not to be known",
+          "lib/model/a.cpp:1: <expat.h> brings expat where it is not to be known",
+          "lib/resources/b.cpp:1: <tiny_gltf.h> brings tinygltf where it is not to be known",
+          "lib/resources/b.cpp:2: <nlohmann/json.hpp> brings nlohmann-json where it is not to be known"));
+}
+
+TEST(TheHouse, RefusesQtInEveryRoomAndInEveryAppButTheEditor) {
+  EXPECT_THAT(breachesOf({{"lib/authoring/a.cpp", "#include <QString>\n#include <QtCore/qglobal.h>\n"},
+                          {"apps/cli/b.cpp", "#include <QWidget>\n"},
+                          {"apps/editor/c.h", "#include <QWidget>\n"}}),
+              ElementsAre("apps/cli/b.cpp:1: <QWidget> brings Qt where it is not to be known",
+                          "lib/authoring/a.cpp:1: <QString> brings Qt where it is not to be known",
+                          "lib/authoring/a.cpp:2: <QtCore/qglobal.h> brings Qt where it is not to be known"));
+}
+
+TEST(TheHouse, RefusesAHeaderThatNobodyKnows) {
+  EXPECT_THAT(
+      breachesOf({{"lib/core/a.cpp", "#include <yaml.h>\n#include <string.h>\n"},
+                  {"apps/cli/b.cpp", "#include <zip.h>\n"}}),
+      ElementsAre(
+          "apps/cli/b.cpp:1: <zip.h> is neither of the standard library, nor of lib/, nor of a known "
+          "library",
+          "lib/core/a.cpp:1: <yaml.h> is neither of the standard library, nor of lib/, nor of a known "
+          "library",
+          "lib/core/a.cpp:2: <string.h> is neither of the standard library, nor of lib/, nor of a "
+          "known library"));
+}
+
+TEST(TheHouse, RefusesIncludesThatAreNotNamedFromTheIncludeRoot) {
+  EXPECT_THAT(breachesOf({{"lib/core/a.cpp", "#include \"b.h\"\n#include <../ks/c.h>\n#include HEADER\n"}}),
+              ElementsAre("lib/core/a.cpp:1: write the include as <room/file.h>, not b.h",
+                          "lib/core/a.cpp:2: the include <../ks/c.h> climbs; name it from the include root",
+                          "lib/core/a.cpp:3: write the include as <room/file.h>, not HEADER"));
+}
+
+TEST(TheHouse, RefusesACycleWithinARoom) {
+  EXPECT_THAT(breachesOf({{"lib/core/a.h", "#include <core/b.h>\n"},
+                          {"lib/core/b.h", "#include <core/c.h>\n"},
+                          {"lib/core/c.h", "#include <core/a.h>\n"}}),
+              ElementsAre("lib/core/a.h:1: the file includes itself through lib/core/b.h -> lib/core/c.h -> "
+                          "lib/core/a.h"));
+  EXPECT_THAT(breachesOf({{"apps/cli/a.h", "#include <cli/a.h>\n"}}),
+              ElementsAre("apps/cli/a.h:1: the file includes itself through apps/cli/a.h"));
+}
+
+TEST(TheHouse, RefusesAHeaderWithoutPragmaOnce) {
+  const support::TemporaryFolder tree;
+  tree.write("tests/core/a.h", "#ifndef A_H\n#define A_H\n#endif\n");
+  tree.write("tests/core/b.cpp", "");
+  EXPECT_THAT(architecture::breaches(architecture::readSources(tree.path(), {"tests"})),
+              ElementsAre("tests/core/a.h:1: the header lacks #pragma once"));
+}
+
+TEST(TheHouse, RefusesAFileOfMoreThanSixHundredLines) {
+  EXPECT_THAT(breachesOf({{"lib/core/a.cpp", std::string(600, '\n')}}), IsEmpty());
+  EXPECT_THAT(breachesOf({{"lib/core/a.cpp", std::string(601, '\n')}}),
+              ElementsAre("lib/core/a.cpp:601: the file has 601 lines; more than 600 ask to be two files"));
+}
+
+TEST(TheHouse, RefusesOtherEndingsThanItsTwo) {
+  EXPECT_THAT(breachesOf({{"lib/core/a.hpp", ""}, {"lib/core/b.cc", ""}}),
+              ElementsAre("lib/core/a.hpp:1: a source file ends in .h or .cpp",
+                          "lib/core/b.cc:1: a source file ends in .h or .cpp"));
+}
+
+TEST(IncludeCycles, AreFoundOnceEachAndOnlyWhereThereAreSome) {
+  EXPECT_THAT(includeCycles({}), IsEmpty());
+  EXPECT_THAT(includeCycles({{"a", {"b", "c"}}, {"b", {"d"}}, {"c", {"d"}}}), IsEmpty())
+      << "two ways are no cycle";
+  EXPECT_THAT(includeCycles({{"a", {"b"}}, {"b", {"c", "d"}}, {"c", {"b"}}, {"d", {"d"}}}),
+              ElementsAre(ElementsAre("b", "c", "b"), ElementsAre("d", "d")));
+}
+
+}  // namespace
