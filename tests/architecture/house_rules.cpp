@@ -27,7 +27,7 @@ struct Library {
   std::array<std::string_view, 3> folders;
 };
 
-constexpr std::array<Library, 20> kLibraries = {{
+constexpr std::array<Library, 21> kLibraries = {{
     {"spdlog/", "spdlog", {"lib/core/"}},
     {"fmt/", "fmt", {"lib/core/", "apps/"}},
     {"expat", "expat", {"lib/resources/"}},
@@ -36,6 +36,7 @@ constexpr std::array<Library, 20> kLibraries = {{
     {"CLI/", "CLI11", {"apps/"}},
     {"Qt", "Qt", {"apps/editor/"}},
     {"pthread.h", "the operating system", {"lib/core/"}},
+    {"sys/mman.h", "the operating system", {"lib/core/"}},
     {"sys/", "the operating system", {"lib/resources/", "apps/"}},
     {"dirent.h", "the operating system", {"lib/resources/", "apps/"}},
     {"fcntl.h", "the operating system", {"lib/resources/", "apps/"}},
