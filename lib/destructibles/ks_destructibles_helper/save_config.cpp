@@ -34,6 +34,7 @@ bool KsDestructiblesHelper::saveConfig() {
   const SmartPointer<DataSection> categorySection = root->openSection(category, true, nullptr);
   SmartPointer<DataSection> entry = keepOneEntry(root, category);
   if (category.empty()) {
+    root->save("");  // what an earlier save that failed could not remove from the file
     saves.commit();
     return false;
   }
