@@ -63,6 +63,18 @@ TEST_F(MaterialNames, GiveThePartNumberThatTheExpressionGives) {
   }
 }
 
+TEST_F(MaterialNames, GiveTheSameNumberWhereverALineBreakStandsInALongName) {
+  for (const std::size_t length : {63U, 64U, 65U, 66U, 130U}) {
+    EXPECT_EQ(numberOf(std::string(length - 1, 'a') + "7"), 7U);
+    EXPECT_EQ(numberOf(std::string(length, '7')), 7U);
+    for (std::size_t place = 0; place < length; ++place) {
+      std::string name(length, '7');
+      name[place] = place % 2 == 0 ? '\n' : '\r';
+      EXPECT_EQ(numberOf(name), 0U) << "a line break at " << place << " of " << length;
+    }
+  }
+}
+
 // --- Names of any length ---
 
 TEST_F(MaterialNames, OfAMillionCharactersGiveTheirPartNumber) {
@@ -111,6 +123,7 @@ INSTANTIATE_TEST_SUITE_P(
     Rows, LongNames,
     ::testing::Values(
         PatternRow{"WithAnything", ".*", std::string(100'000, 'a'), true},
+        PatternRow{"OfAMillionCharactersWithAnything", ".*", std::string(1'000'000, 'a'), true},
         PatternRow{"WithAnythingButALineBreak", ".*", std::string(99'999, 'a') + "\n", false},
         PatternRow{"WithAPrefixOfAParts", "(part|x)[ND].*", "partD" + std::string(100'000, '7'), true},
         PatternRow{"WithAPrefixOfAnotherName", "(part|x)[ND].*", "partE" + std::string(100'000, '7'), false},

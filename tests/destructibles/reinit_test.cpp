@@ -110,8 +110,7 @@ TEST_F(ReplacingAHelper, WithNoModelLeavesAnEmptyHelper) {
 
 TEST_F(ReplacingAHelper, MayTakeItsNameFromTheOldHelper) {
   OpenModel open({}, "a model name that is too long to be held in place");
-  KsDestructiblesHelper::reinit(open.helper, open.model.get(), std::string(open->modelName()), &open.disabler,
-                                true);
+  KsDestructiblesHelper::reinit(open.helper, open.model.get(), open->modelName(), &open.disabler, true);
   EXPECT_EQ(open->modelName(), "a model name that is too long to be held in place");
 }
 

@@ -382,13 +382,30 @@ TEST_F(SavingAStructure, ThatIsInNeitherTableAndNotInTheFileWritesItsNameAndTagO
 }
 
 TEST_F(SavingAStructure, WritesAStateWithoutMaterialsWithAnEmptyValue) {
-  writeDatabase("<root/>");
+  writeBareHouse();
   const OpenModel house({}, "house");
   house->setAsStructure();
   ASSERT_TRUE(house->addDestructibleState("bare"));
   EXPECT_TRUE(house->saveConfig());
-  EXPECT_THAT(readDatabase(),
-              ::testing::ContainsRegex("<destroyedMaterials ?/>|<destroyedMaterials></destroyedMaterials>"));
+  EXPECT_EQ(readDatabase(), R"(<root>
+  <structures>
+    <entry>
+      <filename>other</filename>
+      <achievementTag></achievementTag>
+    </entry>
+    <entry>
+      <filename>house</filename>
+      <states>
+        <state>
+          <name>bare</name>
+          <destroyedMaterials/>
+        </state>
+      </states>
+      <modules/>
+    </entry>
+  </structures>
+</root>
+)");
   EXPECT_THAT(Access::stateMap().at("house").states, ElementsAre(Pair("bare", IsEmpty())));
 }
 

@@ -120,6 +120,20 @@ TEST_F(TheSignals, ReachEveryListenerAgainWhenOneReloads) {
   EXPECT_THAT(told_, ElementsAre("1 in load 1", "1 in load 2", "2 sees b", "2 sees b"));
 }
 
+TEST_F(TheSignals, LetAListenerSave) {
+  const OpenModel open({}, "a");
+  const ks::Connection listening = open->connectLoadedConfigSignal([&] {
+    told_.push_back("health " + std::to_string(Access::fragileMap().at("a").health));
+    if (told_.size() > 1) return;
+    Access::fragileMap().at("a").health = 9;
+    EXPECT_TRUE(open->saveConfig());
+  });
+  Access::fragileMap().at("a").health = 8;
+  EXPECT_TRUE(open->saveConfig());
+  EXPECT_THAT(told_, ElementsAre("health 8", "health 9"));
+  EXPECT_THAT(readDatabase(), ::testing::HasSubstr("<health>9</health>"));
+}
+
 TEST_F(TheSignals, LetAHandleOutliveItsHelper) {
   ks::Connection loaded;
   ks::Connection type;
@@ -143,6 +157,22 @@ TEST_F(TheSignals, DestroyTheirCallbacksWithTheHelper) {
     EXPECT_EQ(held.use_count(), 2);
   }
   EXPECT_EQ(held.use_count(), 1);
+}
+
+TEST_F(TheSignals, AreReleasedTheLoadedSignalFirstAfterTheDestructionWasPopped) {
+  const auto noteAtEnd = [this](const char* name) {
+    return std::shared_ptr<void>(nullptr, [this, name](void*) {
+      told_.push_back(name + std::string(StackTracker::entries().empty() ? "" : " while tracked"));
+    });
+  };
+  ks::Connection type;
+  ks::Connection loaded;
+  {
+    const KsDestructiblesHelper shortLived;
+    type = shortLived.connectDestructibleTypeChanged([note = noteAtEnd("type")] {});
+    loaded = shortLived.connectLoadedConfigSignal([note = noteAtEnd("loaded")] {});
+  }
+  EXPECT_THAT(told_, ElementsAre("loaded", "type"));
 }
 
 // --- The helper goes away inside its own callback ---

@@ -415,8 +415,11 @@ TEST_F(TheStates, OfAHelperWithoutADisablerAreListedAndSet) {
   const auto model = support::buildModel({{{"wall", 73}}});
   KsDestructiblesHelper helper(model.get(), "m", nullptr);
   EXPECT_THAT(helper.getMaterialsForState("undamaged"), ElementsAre("wall"));
+  EXPECT_TRUE(helper.setDestructibleState("destroyed"));
+  EXPECT_EQ(helper.getDestructibleState(), "destroyed");
   EXPECT_TRUE(helper.setDestructibleState("undamaged"));
-  EXPECT_EQ(helper.getDestructibleState(), "undamaged");
+  helper.setMaterialDestroyed(73, true);
+  EXPECT_EQ(helper.getDestructibleState(), "undamaged") << "there is nothing to hide";
 }
 
 TEST_F(TheStates, AreReplacedByAReloadOfTheFile) {
