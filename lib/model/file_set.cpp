@@ -9,8 +9,11 @@
 #include <utility>
 
 namespace Tal {
+namespace {
 
 namespace fs = std::filesystem;
+
+}  // namespace
 
 void FileSet::add(fs::path target, BasicStringRef content) {
   entries_.push_back({std::move(target), content, {}, false});

@@ -174,7 +174,7 @@ void checkVersion(const json& root) {
   walk(root, nullptr, "asset.version", [&](const json& value, const Place& /*place*/) {
     if (value.is_string()) version = value.get<std::string>();
   });
-  if (version.empty()) throw GltfFault("has no \"asset\" with a \"version\", so it is no glTF");
+  if (version.empty()) throw GltfFault(R"(has no "asset" with a "version", so it is no glTF)");
   if (!version.starts_with("2.")) {
     throw GltfFault("is glTF of version " + quotedName(version) + "; only version 2 can be imported");
   }

@@ -8,6 +8,6 @@ namespace Tal {
 /// depth and size, every index is in range, every accessor lies inside its buffer view and every buffer view
 /// inside its buffer (as long as the document says that the buffer is), and it requires no extension that is
 /// unknown here. Throws GltfFault.
-void checkGltfJson(BasicStringRef json);
+void checkGltfJson(BasicStringRef text);
 
 }  // namespace Tal

@@ -113,7 +113,7 @@ class Importer {
         scene_.materials[index].name = newName;
         isFound = true;
       }
-      if (!isFound) throwUnknown("material", oldName, fileNames_);
+      if (!isFound) throwUnknownMaterial(oldName, fileNames_);
     }
   }
 
@@ -211,7 +211,7 @@ class Importer {
     for (std::size_t index = 0; index < fileNames_.size(); ++index) {
       if (fileNames_[index] == name) found.push_back(index);
     }
-    if (found.empty()) throwUnknown("material", name, names);
+    if (found.empty()) throwUnknownMaterial(name, std::move(names));
     return found;
   }
 
@@ -266,6 +266,14 @@ class Importer {
     result_.geometryName = geometryNameOf(stem);
     result_.boxMin = scene_.box.min;
     result_.boxMax = scene_.box.max;
+  }
+
+  [[noreturn]] void throwUnknownMaterial(const std::string& name, std::vector<std::string> existing) const {
+    const auto& unused = scene_.unusedMaterials;
+    if (std::find(unused.begin(), unused.end(), name) != unused.end()) {
+      throw GltfFault("has the material " + quotedName(name) + " on no mesh of its scene");
+    }
+    throwUnknown("material", name, std::move(existing));
   }
 
   [[noreturn]] static void throwUnknown(const std::string& what, const std::string& name,

@@ -18,6 +18,7 @@ namespace Tal {
 namespace {
 
 constexpr BasicStringRef kCollisionPrefix = "BSP_";
+constexpr std::size_t kShownLoaderText = 160;
 constexpr const char* kNoMaterialName = "unassigned";
 
 std::string nodeText(std::size_t index) {
@@ -57,7 +58,11 @@ tinygltf::Model parseGlb(const std::string& glb) {
   const bool isLoaded = loader.LoadBinaryFromMemory(&model, &error, &warning,
                                                     reinterpret_cast<const unsigned char*>(glb.data()),
                                                     static_cast<unsigned>(glb.size()));
-  if (!isLoaded) throw GltfFault("cannot be read: " + escapeControls(error.substr(0, error.find('\n'))));
+  if (!isLoaded) {
+    // The loader's text may repeat whole names of the file.
+    const std::size_t shown = std::min(error.find('\n'), kShownLoaderText);
+    throw GltfFault("cannot be read: " + escapeControls(error.substr(0, shown)));
+  }
   return model;
 }
 
@@ -217,6 +222,10 @@ class SceneReader {
     for (auto& [index, material] : materials) {
       material.index = index;
       if (index >= 0) describe(model_.materials[asIndex(index)], material);
+    }
+    for (std::size_t index = 0; index < model_.materials.size(); ++index) {
+      if (materials.contains(static_cast<int>(index))) continue;
+      scene.unusedMaterials.push_back(trimmedName(model_.materials[index].name));
     }
     auto unassigned = materials.extract(-1);
     for (auto& [index, material] : materials) scene.materials.push_back(std::move(material));

@@ -26,9 +26,10 @@ struct GltfNode {
 
 /// What an import needs to know of a glTF file. Names are without surrounding white space.
 struct GltfScene {
-  std::vector<GltfNode> nodes;          ///< of the default scene, every node behind its parent
-  std::vector<GltfMaterial> materials;  ///< by their place in the file; what carries none comes last
-  BoundingBox box;                      ///< of the shown meshes, in the scene's space
+  std::vector<GltfNode> nodes;               ///< of the default scene, every node behind its parent
+  std::vector<GltfMaterial> materials;       ///< by their place in the file; what carries none comes last
+  std::vector<std::string> unusedMaterials;  ///< the names of those that no mesh of the scene uses
+  BoundingBox box;                           ///< of the shown meshes, in the scene's space
   std::vector<std::string> warnings;
   std::string glb;  ///< the file with everything that it refers to
 };

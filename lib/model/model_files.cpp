@@ -90,6 +90,7 @@ std::string faultOf(const std::string& resource, const fs::path& target, bool ov
   std::error_code failure;
   const fs::file_status status = fs::status(target, failure);
   if (status.type() == fs::file_type::not_found) return {};
+  if (!fs::status_known(status)) return quotedName(resource) + " cannot be made: " + failure.message();
   if (!fs::is_regular_file(status)) return quotedName(resource) + " is there and is no file";
   return overwrite ? std::string() : quotedName(resource) + " is already there; force it to be replaced";
 }
@@ -120,7 +121,7 @@ std::string writeModelFiles(const ModelDescription& description, const fs::path&
   for (const auto& [resource, content] : contents) {
     const std::optional<fs::path> target = files.locationFor(resource);
     if (!target) return quotedName(resource) + " lies outside of the resource root";
-    const std::string fault = faultOf(resource, *target, overwrite);
+    std::string fault = faultOf(resource, *target, overwrite);
     if (!fault.empty()) return fault;
     set.add(*target, content);
   }

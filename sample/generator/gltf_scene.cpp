@@ -40,7 +40,7 @@ void append(std::string& bytes, Number number) {
 /// A document that grows mesh by mesh.
 class DocumentBuilder {
  public:
-  ordered_json root;
+  ordered_json root = ordered_json::object();
   std::string bin;
 
   /// Adds a mesh and gives its index. One that is never drawn needs no normals.

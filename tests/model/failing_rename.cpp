@@ -1,8 +1,8 @@
 #include "failing_rename.h"
 
 #include <fcntl.h>
-#include <stdio.h>
 #include <cerrno>
+#include <cstdio>
 
 namespace {
 
@@ -25,6 +25,7 @@ FailingRename::~FailingRename() {
 }  // namespace support
 
 // Stands in for the C library's operation in this program.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the names there are reserved ones
 extern "C" int rename(const char* from, const char* to) noexcept {
   if (s_succeeding > 0) {
     --s_succeeding;

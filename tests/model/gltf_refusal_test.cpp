@@ -97,7 +97,7 @@ TEST_F(ABrokenGltf, IsRefusedWithTheLineOfItsSyntaxError) {
 }
 
 TEST_F(ABrokenGltf, IsRefusedWhenItIsNestedWithoutEnd) {
-  const std::string deep(10'000'000, '[');
+  const std::string deep(5'000'000, '[');
   writeSource(R"({"asset":{"version":"2.0"},"extras":)" + deep, "in.gltf");
   EXPECT_EQ(refusal(), "is nested deeper than 64 levels");
 }
@@ -197,7 +197,7 @@ const std::vector<Damage> kDamages = {
     {"component type", [](json& root) { root["accessors"][0]["componentType"] = 5130; },
      "accessors[0] has the unknown \"componentType\" 5130"},
     {"type", [](json& root) { root["accessors"][0]["type"] = "VEC9"; },
-     "accessors[0] has the unknown \"type\" \"VEC9\""},
+     R"(accessors[0] has the unknown "type" "VEC9")"},
     {"pairs", [](json& root) { root["accessors"][0]["type"] = "VEC2"; },
      "meshes[0].primitives[0] has positions that are no triples of floats"},
     {"whole numbers", [](json& root) { root["accessors"][0]["componentType"] = 5122; },
@@ -446,6 +446,14 @@ TEST_F(AnImpossibleImport, NamesTheNearestMaterialOrNode) {
   EXPECT_EQ(refusal({.hardPoints = {{"", "HP_1"}}}), "has no node \"\"; there is \"cube\"");
 }
 
+TEST_F(AnImpossibleImport, IsOneThatNamesAMaterialOfNoMesh) {
+  GltfBuilder builder = cubeBuilder();
+  builder.addMaterial("spare");
+  writeSource(builder.glb());
+  EXPECT_EQ(refusal({.materialKinds = {{"spare", 73}}}),
+            "has the material \"spare\" on no mesh of its scene");
+}
+
 TEST_F(AnImpossibleImport, IsOneThatNamesAMaterialTwice) {
   writeSource(cubeBuilder().glb());
   EXPECT_EQ(refusal({.renamedMaterials = {{"wall", "a"}, {"wall", "b"}}}),
@@ -509,6 +517,8 @@ TEST_F(AnImpossibleImport, IsOneOfANameThatNoModelCanHave) {
   EXPECT_EQ(refusalOfName("a\n.model"), "\"a\\n.model\": is no name that files can hold");
   EXPECT_EQ(refusalOfName(" a.model"), "\" a.model\": is no name that files can hold");
   EXPECT_EQ(refusalOfName(std::string(2000, 'a') + ".model").substr(81), ": is too long a name");
+  EXPECT_THAT(refusalOfName(std::string(300, 'a') + ".model"),
+              testing::EndsWith("\" cannot be made: File name too long"));
   EXPECT_THAT(refusalOfName(""), StartsWith("\"\": is no name of a "));
 }
 
