@@ -176,7 +176,6 @@ void KsDestructiblesHelper::reinit(std::unique_ptr<KsDestructiblesHelper>& helpe
                                    bool keepVisibility) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::reinit", kSource, 108);
   const std::string name = modelName;  // which may be that of the helper that goes
-  const std::string name = modelName;  // it may be the old helper's own
   std::map<unsigned int, bool> visibles;
   if (helper) {
     if (keepVisibility && helper->materialDisabler_ != nullptr) {
