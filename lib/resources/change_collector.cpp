@@ -33,10 +33,11 @@ std::uint64_t ChangeCollector::found() const {
 std::vector<ResourceChange> ChangeCollector::take() {
   const std::lock_guard lock(mutex_);
   std::vector<ResourceChange> taken;
-  for (const auto& [place, change] : changes_)
-    if (change.wasThere || change.isThere)
-      taken.push_back(
-          {roots_[place.first], place.second, actionOf(change.wasThere, change.isThere), change.sequence});
+  for (const auto& [place, change] : changes_) {
+    if (!change.wasThere && !change.isThere) continue;
+    taken.push_back(
+        {roots_[place.first], place.second, actionOf(change.wasThere, change.isThere), change.sequence});
+  }
   changes_.clear();
   return taken;
 }

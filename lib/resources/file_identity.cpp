@@ -2,11 +2,18 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <ctime>
+
 namespace Tal {
 namespace {
 
+constexpr std::int64_t kSecond = 1'000'000'000;
+constexpr std::int64_t kFineStep = 20'000'000;     ///< more than a tick of the kernel's clock
+constexpr std::int64_t kCoarseStep = 2 * kSecond;  ///< of file systems that know only seconds
+
 std::int64_t nanoseconds(const timespec& time) {
-  return std::int64_t{time.tv_sec} * 1'000'000'000 + std::int64_t{time.tv_nsec};
+  return std::int64_t{time.tv_sec} * kSecond + std::int64_t{time.tv_nsec};
 }
 
 FileIdentity identityFrom(const struct stat& status) {
@@ -15,6 +22,14 @@ FileIdentity identityFrom(const struct stat& status) {
 }
 
 }  // namespace
+
+bool isRecent(const FileIdentity& identity) {
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  const bool isCoarse = identity.modified % kSecond == 0 && identity.changed % kSecond == 0;
+  const std::int64_t age = nanoseconds(now) - std::max(identity.modified, identity.changed);
+  return age < (isCoarse ? kCoarseStep : kFineStep) && age > -kCoarseStep;
+}
 
 std::optional<FileIdentity> identityAt(const std::filesystem::path& file) {
   struct stat status {};

@@ -23,4 +23,8 @@ std::optional<FileIdentity> identityAt(const std::filesystem::path& file);
 /// The identity of an open file.
 std::optional<FileIdentity> identityOf(int descriptor);
 
+/// Whether the file changed so short a time ago that another change could leave the same identity: the times
+/// of many file systems go forward in steps.
+bool isRecent(const FileIdentity& identity);
+
 }  // namespace Tal

@@ -42,8 +42,8 @@ std::string readFile(const std::filesystem::path& file, std::size_t largest, Fil
     const auto size = static_cast<std::size_t>(before->size);
     if (size > largest)
       return "the file is larger than " + std::to_string(largest >> 20U) + " MiB; divide it";
-    content.bytes = {std::make_unique_for_overwrite<char[]>(size), size};
-    const std::ptrdiff_t count = readFully(descriptor.get(), content.bytes.bytes.get(), size);
+    content.bytes = Xml::Source(size);
+    const std::ptrdiff_t count = readFully(descriptor.get(), content.bytes.data(), size);
     if (count < 0) return systemFailure("read");
     content.identity = *before;
     if (static_cast<std::size_t>(count) == size && identityOf(descriptor.get()) == before) return {};

@@ -92,12 +92,13 @@ void FolderWatcher::watchAnchor(std::size_t root) {
 
 int FolderWatcher::watch(const fs::path& folder) {
   const int descriptor = ::inotify_add_watch(inotify_.get(), folder.c_str(), kMask);
-  if (descriptor < 0 && errno != ENOENT && errno != ENOTDIR)
-    collector_.noteProblem("changes in \"" + escapeControls(folder.native()) +
-                           "\" and perhaps in other folders will not be noticed: " + std::strerror(errno) +
-                           (errno == ENOSPC ? "; raise fs.inotify.max_user_watches" : "; make it readable") +
-                           ", or reload by hand after a change");
-  return descriptor;
+  const int code = errno;
+  if (descriptor >= 0 || code == ENOENT || code == ENOTDIR) return descriptor;
+  collector_.noteProblem("changes in \"" + escapeControls(folder.native()) +
+                         "\" and perhaps in other folders will not be noticed: " + std::strerror(code) +
+                         (code == ENOSPC ? "; raise fs.inotify.max_user_watches" : "; make it readable") +
+                         ", or reload by hand after a change");
+  return -1;
 }
 
 void FolderWatcher::add(const Key& top, bool isNews) {
@@ -174,8 +175,7 @@ void FolderWatcher::drop(const Key& top) {
 }
 
 void FolderWatcher::dropOne(const Key& key, const Folder& folder) {
-  for (const std::string& name : folder.files)
-    collector_.note(key.first, join(key.second, name), true, false);
+  noteAllGone(key, folder);
   const auto watchers = watched_.find(folder.watch);
   if (watchers == watched_.end()) return;
   std::erase(watchers->second, key);
@@ -183,6 +183,11 @@ void FolderWatcher::dropOne(const Key& key, const Folder& folder) {
   watched_.erase(watchers);
   // The folder itself may be alive elsewhere; what happens to it there is no concern of the roots.
   if (!anchors_.contains(folder.watch)) ::inotify_rm_watch(inotify_.get(), folder.watch);
+}
+
+void FolderWatcher::noteAllGone(const Key& key, const Folder& folder) {
+  for (const std::string& name : folder.files)
+    collector_.note(key.first, join(key.second, name), true, false);
 }
 
 void FolderWatcher::collect() {
@@ -212,12 +217,14 @@ void FolderWatcher::handle(const inotify_event& event) {
   if (event.len == 0) return;
   const std::string name = event.name;
   // Copies: handling an entry may take up and give up folders.
-  if (const auto anchors = anchors_.find(event.wd); anchors != anchors_.end())
+  if (const auto anchors = anchors_.find(event.wd); anchors != anchors_.end()) {
     for (const Anchor& anchor : std::vector<Anchor>(anchors->second))
       if (anchor.name == name) handleAnchor(anchor);
+  }
   if (isTemporaryName(name)) return;
-  if (const auto folders = watched_.find(event.wd); folders != watched_.end())
+  if (const auto folders = watched_.find(event.wd); folders != watched_.end()) {
     for (const Key& folder : std::vector<Key>(folders->second)) handleEntry(folder, name, event.mask);
+  }
 }
 
 void FolderWatcher::handleAnchor(const Anchor& anchor) {
@@ -281,9 +288,7 @@ void FolderWatcher::noteLinksTo(const fs::path& file) {
 }
 
 void FolderWatcher::startOver() {
-  for (const auto& [key, folder] : folders_)
-    for (const std::string& name : folder.files)
-      collector_.note(key.first, join(key.second, name), true, false);
+  for (const auto& [key, folder] : folders_) noteAllGone(key, folder);
   folders_.clear();
   watched_.clear();
   anchors_.clear();

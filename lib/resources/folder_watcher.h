@@ -82,6 +82,7 @@ class FolderWatcher {
   void handleAnchor(const Anchor& anchor);
   void handleEntry(const Key& folder, const std::string& name, std::uint32_t mask);
   void handleFolder(const Key& key, const struct stat& status);
+  void noteAllGone(const Key& key, const Folder& folder);
   void noteAbsence(const Key& folder, const std::string& name);
   void notePresence(const Key& folder, const std::string& name);
   void noteLinksTo(const std::filesystem::path& file);

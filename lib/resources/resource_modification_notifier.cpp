@@ -32,11 +32,12 @@ void ResourceModificationNotifier::deliver(const std::vector<ResourceChange>& ch
   std::vector<Registration> concerned = registrations_;
   std::erase_if(concerned, [&](const Registration& one) { return one.found >= latest->sequence; });
   callEach(concerned, [](auto& listener, auto) { listener.onTriggerTaskQueue(); });
-  for (const ResourceChange& change : changes)
+  for (const ResourceChange& change : changes) {
     callEach(concerned, [&change](ResourceModificationListener& listener, std::uint64_t found) {
-      if (change.sequence > found)
-        listener.onResourceModified(change.basePath, change.resourceName, change.action);
+      if (change.sequence <= found) return;
+      listener.onResourceModified(change.basePath, change.resourceName, change.action);
     });
+  }
   callEach(concerned, [](auto& listener, auto) { listener.onTaskQueueEmpty(); });
 }
 

@@ -16,6 +16,7 @@ namespace {
 
 std::vector<std::string> nativePaths(const std::vector<std::filesystem::path>& roots) {
   std::vector<std::string> paths;
+  paths.reserve(roots.size());
   for (const std::filesystem::path& root : roots) paths.push_back(root.native());
   return paths;
 }

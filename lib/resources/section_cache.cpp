@@ -63,7 +63,7 @@ SmartPointer<SectionDocument> SectionCache::documentOf(const std::string& name,
   const auto identity = identityAt(file);
   if (!identity) return nullptr;
   Entry& entry = entries_[name];
-  if (entry.document && entry.document->identity() == identity) return entry.document;
+  if (entry.document && entry.document->isCurrent(*identity)) return entry.document;
   entry.document = nullptr;
   if (entry.refused == identity) return nullptr;
   SectionDocument::Refusal refusal;

@@ -56,8 +56,9 @@ SectionDocument::SectionDocument(std::string resourceName, std::filesystem::path
     : resourceName_(std::move(resourceName)),
       file_(std::move(file)),
       tree_(std::move(tree)),
-      encoding_(encoding),
-      identity_(identity) {}
+      encoding_(encoding) {
+  noteIdentity(identity);
+}
 
 SmartPointer<SectionDocument> SectionDocument::read(std::string resourceName,
                                                     const std::filesystem::path& file, Refusal& refusal) {
@@ -88,6 +89,21 @@ SmartPointer<SectionDocument> SectionDocument::make(std::string resourceName,
                              std::nullopt);
 }
 
+void SectionDocument::noteIdentity(const std::optional<FileIdentity>& identity) {
+  identity_ = identity;
+  isRecent_ = identity && isRecent(*identity);
+}
+
+bool SectionDocument::isCurrent(const FileIdentity& now) {
+  if (identity_ != now) return false;
+  if (!isRecent_) return true;
+  FileContent content;
+  const bool isRead = readFile(file_, Xml::kLargestSource, content).empty();
+  if (!isRead || !isBase(content.bytes.view())) return false;
+  noteIdentity(content.identity);
+  return true;
+}
+
 bool SectionDocument::write(BasicStringRef resourceName) {
   const bool isOwn = resourceName.empty() || normalisedName(resourceName) == resourceName_;
   return isOwn ? writeOwn() : writeOther(resourceName);
@@ -114,7 +130,7 @@ bool SectionDocument::adoptFile(BasicStringRef bytes) {
   }
   const BasicStringRef onDisk = content.bytes.view();
   const bool isOurs = isBase(onDisk) || onDisk == bytes;
-  identity_ = content.identity;
+  noteIdentity(content.identity);
   base_ = fingerprintOf(onDisk);
   if (isOurs) return true;
   reportFailedSave(
@@ -141,7 +157,7 @@ bool SectionDocument::replaceOwn(BasicStringRef bytes) {
   std::optional<FileIdentity> identity;
   const std::optional<FileFailure> failure = replaceFile(file_, bytes, &identity);
   if (!failure || failure->isReplaced) {
-    identity_ = failure ? identityAt(file_) : identity;
+    noteIdentity(failure ? identityAt(file_) : identity);
     base_ = fingerprintOf(bytes);
     isFlushOwed_ = failure.has_value();
   }

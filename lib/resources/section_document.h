@@ -36,6 +36,10 @@ class SectionDocument : public SafeReferenceCount {
   /// file.
   const std::optional<FileIdentity>& identity() const noexcept { return identity_; }
 
+  /// Whether the file, whose identity is now `now`, is still the version that this document goes back to. The
+  /// file is read when its identity does not tell.
+  bool isCurrent(const FileIdentity& now);
+
   /// Whether edits were made that no save has brought to the file.
   bool isEdited() const noexcept { return tree_.revision() != savedRevision_; }
 
@@ -66,6 +70,7 @@ class SectionDocument : public SafeReferenceCount {
   /// Whether the bytes are the version of the file that this document was last in step with.
   bool isBase(BasicStringRef bytes) const;
   bool replaceOwn(BasicStringRef bytes);
+  void noteIdentity(const std::optional<FileIdentity>& identity);
   void noteSaved() noexcept;
   std::string bytesNow() const { return Xml::fromUtf8(tree_.serialise(), encoding_); }
 
@@ -76,6 +81,7 @@ class SectionDocument : public SafeReferenceCount {
   std::optional<FileIdentity> identity_;
   std::optional<Fingerprint> base_;  ///< of the file's bytes; empty as long as they are the tree's source
   std::uint64_t savedRevision_ = 0;
+  bool isRecent_ = false;  ///< the file was changed just before it was read or written
   bool isSaveOwed_ = false;
   bool isFlushOwed_ = false;  ///< the file has the content, but has perhaps not reached the disk
 };

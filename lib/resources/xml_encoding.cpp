@@ -113,8 +113,8 @@ std::optional<Source> toUtf8(Source bytes, Encoding encoding, std::string& reaso
     return Source::copyOf(*text);
   }
   std::string text;
-  text.reserve(bytes.size + bytes.size / 8);
-  for (std::size_t i = 0; i < bytes.size; ++i) {
+  text.reserve(bytes.size() + bytes.size() / 8);
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
     const std::uint32_t code = byteAt(bytes.view(), i);
     if (code > largestCharacter(encoding)) {
       reason = "the text is not valid ASCII at byte " + std::to_string(i);

@@ -5,6 +5,7 @@
 #include <expat.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -74,8 +75,8 @@ class Reception {
   void end() { builder_.end(static_cast<std::size_t>(XML_GetCurrentByteIndex(parser_))); }
 
   void declareEntity(BasicStringRef name, BasicStringRef value) {
-    static constexpr BasicStringRef kBuiltIn[] = {"lt", "gt", "amp", "apos", "quot"};
-    if (std::find(std::begin(kBuiltIn), std::end(kBuiltIn), name) != std::end(kBuiltIn)) return;
+    static constexpr std::array<BasicStringRef, 5> kBuiltIn = {"lt", "gt", "amp", "apos", "quot"};
+    if (std::find(kBuiltIn.begin(), kBuiltIn.end(), name) != kBuiltIn.end()) return;
     if (value.find_first_of("<&") != BasicStringRef::npos) {
       refuse("the entity \"" + std::string(name) + "\" holds markup or references, which is not supported");
       return;
@@ -118,7 +119,7 @@ ParseError errorOf(XML_Parser parser, BasicStringRef source) {
 }  // namespace
 
 std::optional<Tree> parse(Source source, ParseError& error) {
-  if (source.size > kLargestSource) {
+  if (source.size() > kLargestSource) {
     error = {0, 0, "the file is larger than " + std::to_string(kLargestSource >> 20U) + " MiB"};
     return std::nullopt;
   }

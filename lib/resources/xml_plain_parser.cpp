@@ -146,8 +146,8 @@ class PlainParser {
     std::size_t count = 0;
     while (skipSpace() && at_ < text_.size() && isOf(text_[at_], kNameStart)) {
       const BasicStringRef attribute = name();
-      const auto end = names.begin() + static_cast<std::ptrdiff_t>(count);
-      if (count == kMostAttributes || std::find(names.begin(), end, attribute) != end) return false;
+      const bool isRepeated = std::find(names.begin(), names.end(), attribute) != names.end();
+      if (count == kMostAttributes || isRepeated) return false;
       names[count++] = attribute;
       skipSpace();
       if (!take('=')) return false;

@@ -4,10 +4,10 @@ namespace Tal::Xml {
 
 std::size_t TagTable::slotOf(BasicStringRef name) noexcept {
   if (name.empty()) return 0;
-  const auto first = static_cast<unsigned char>(name.front());
-  const auto middle = static_cast<unsigned char>(name[name.size() / 2]);
-  const auto last = static_cast<unsigned char>(name.back());
-  return (name.size() + first * 3U + middle * 7U + last * 31U) % kSlots;
+  const std::size_t first = static_cast<unsigned char>(name.front());
+  const std::size_t middle = static_cast<unsigned char>(name[name.size() / 2]);
+  const std::size_t last = static_cast<unsigned char>(name.back());
+  return (name.size() + first * 3 + middle * 7 + last * 31) % kSlots;
 }
 
 TagId TagTable::find(BasicStringRef name) const {

@@ -1,6 +1,7 @@
 #include <resources/xml_text.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdint>
 
@@ -86,7 +87,7 @@ std::size_t sequenceLength(std::uint32_t first) noexcept {
 /// Whether a code that came in a sequence of that length is a character that XML can hold, written as short
 /// as it can be.
 bool isHeldCharacter(std::uint32_t code, std::size_t length) noexcept {
-  constexpr std::uint32_t kShortest[] = {0x80, 0x800, 0x10000};
+  constexpr std::array<std::uint32_t, 3> kShortest = {0x80, 0x800, 0x10000};
   const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
   const bool isNoncharacter = code == 0xFFFE || code == 0xFFFF;
   return code >= kShortest[length - 2] && code <= 0x10FFFF && !isSurrogate && !isNoncharacter;

@@ -5,9 +5,13 @@
 
 namespace Tal::Xml {
 
+Source::Source(std::size_t size)
+    : bytes_(std::make_unique_for_overwrite<char[]>(size)),  // NOLINT(modernize-avoid-c-arrays)
+      size_(size) {}
+
 Source Source::copyOf(BasicStringRef text) {
-  Source source{std::make_unique_for_overwrite<char[]>(text.size()), text.size()};
-  if (!text.empty()) std::memcpy(source.bytes.get(), text.data(), text.size());
+  Source source(text.size());
+  if (!text.empty()) std::memcpy(source.data(), text.data(), text.size());
   return source;
 }
 

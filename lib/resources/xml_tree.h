@@ -32,13 +32,21 @@ struct Node {
   std::uint32_t childCount = 0;
 };
 
-/// The source text of a document, owned.
-struct Source {
-  std::unique_ptr<char[]> bytes;
-  std::size_t size = 0;
-
-  BasicStringRef view() const noexcept { return {bytes.get(), size}; }
+/// The source text of a document, owned; moving it leaves its bytes in their place.
+class Source {
+ public:
+  Source() noexcept = default;
+  /// Room for so many bytes, which have no value yet.
+  explicit Source(std::size_t size);
   static Source copyOf(BasicStringRef text);
+
+  char* data() noexcept { return bytes_.get(); }
+  std::size_t size() const noexcept { return size_; }
+  BasicStringRef view() const noexcept { return {bytes_.get(), size_}; }
+
+ private:
+  std::unique_ptr<char[]> bytes_;  // NOLINT(modernize-avoid-c-arrays): a vector would fill it first
+  std::size_t size_ = 0;
 };
 
 /// A well-formed document: its source and its elements, and the edits made to it since. What no edit touches
@@ -127,7 +135,7 @@ class Tree {
 
   struct Frame;
 
-  bool isAdded(const Node& node) const noexcept { return node.contentBegin == 0; }
+  static bool isAdded(const Node& node) noexcept { return node.contentBegin == 0; }
   const Content& contentOf(NodeIndex node) const { return *contents_.find(node)->second; }
   BasicStringRef sourceText(std::size_t begin, std::size_t end) const {
     return parsed_.source.view().substr(begin, end - begin);
@@ -150,7 +158,7 @@ class Tree {
   template <class Predicate>
   void takeOutAll(NodeIndex node, const Predicate& isWanted);
   /// Notes that children were removed from a content; one without any is tidied.
-  void noteRemoval(Content& content, BasicStringRef lastBefore);
+  static void noteRemoval(Content& content, BasicStringRef lastBefore);
   /// Stores added text for as long as the tree lives.
   BasicStringRef keep(std::string text);
   BasicStringRef keepJoined(BasicStringRef first, BasicStringRef second);

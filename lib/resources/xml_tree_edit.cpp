@@ -69,9 +69,10 @@ BasicStringRef Tree::keepJoined(BasicStringRef first, BasicStringRef second) {
 void Tree::noteParents() {
   if (!parents_.empty()) return;
   parents_.assign(parsed_.nodes.size(), kNoNode);
-  for (NodeIndex node = 0; node < parsed_.nodes.size(); ++node)
-    for (NodeIndex i = 0; i < parsed_.nodes[node].childCount; ++i)
-      parents_[parsed_.nodes[node].firstChild + i] = node;
+  for (NodeIndex node = 0; node < parsed_.nodes.size(); ++node) {
+    const Node& parent = parsed_.nodes[node];
+    for (NodeIndex i = 0; i < parent.childCount; ++i) parents_[parent.firstChild + i] = node;
+  }
 }
 
 void Tree::markChanged(NodeIndex node) {

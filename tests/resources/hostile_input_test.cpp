@@ -129,7 +129,7 @@ TEST(ALargeFile, OfManyAttributesIsReadInLinearTime) {
   const MountedRoot root("a.xml", "<r" + attributes + ">1</r>");
   const auto begin = std::chrono::steady_clock::now();
   EXPECT_EQ(openResource("a.xml")->value(), "1");
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
 }
 
 TEST(ALargeFile, OfManyDifferentTagsIsReadInLinearTime) {

@@ -10,6 +10,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <unistd.h>
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -70,6 +71,18 @@ TEST(ASave, KeepsThePermissions) {
     ASSERT_EQ(::stat((root / "a.xml").c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777U, mode);
   }
+}
+
+TEST(ASave, KeepsTheOwner) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const uid_t owner = ::geteuid() == 0 ? 12345 : ::geteuid();  // only the superuser may have files of others
+  ASSERT_EQ(::chown((root / "a.xml").c_str(), owner, static_cast<gid_t>(-1)), 0);
+  const auto section = openResource("a.xml");
+  section->setValue("2");
+  EXPECT_TRUE(section->save());
+  struct stat status {};
+  ASSERT_EQ(::stat((root / "a.xml").c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, owner);
 }
 
 TEST(ASave, ReplacesTheTargetOfALink) {
