@@ -174,7 +174,7 @@ TEST_F(TheBoundingBox, SkipsPrimitivesWithoutPositions) {
   expectBox(builder, {0, 0, 0}, {1, 1, 1});
 }
 
-TEST_F(TheBoundingBox, IsFoundUnderTenThousandsOfNestedNodes) {
+TEST_F(TheBoundingBox, IsFoundUnderAHundredThousandNestedNodes) {
   GltfBuilder builder = cubeBuilder();
   auto nodes = nlohmann::json::array();
   constexpr int kDepth = 100'000;
