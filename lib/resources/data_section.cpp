@@ -1,6 +1,7 @@
 #include <resources/data_section.h>
 #include <resources/number_text.h>
 #include <resources/report.h>
+#include <resources/save_queue.h>
 #include <resources/section_path.h>
 #include <resources/xml_text.h>
 
@@ -27,6 +28,7 @@ std::string vectorText(const Vector3& value) {
 void reportNotFinite(BasicStringRef key) {
   reportRefusal("the value for " + inQuotes(key) +
                 " is not finite and was not written; give a finite number");
+  SaveQueue::instance().noteRefusedValue();
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <core/debug_message.h>
 #include <core/format.h>
 #include <resources/report.h>
+#include <resources/save_queue.h>
 
 namespace Tal {
 
@@ -11,6 +12,7 @@ void reportRefusal(BasicStringRef text) {
 bool reportUnholdable(BasicStringRef key) {
   reportRefusal("the value for " + inQuotes(key) +
                 " holds control characters or is not valid UTF-8 and was not written; take them out");
+  SaveQueue::instance().noteRefusedValue();
   return false;
 }
 

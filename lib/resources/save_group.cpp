@@ -1,7 +1,9 @@
+#include <core/debug_message.h>
 #include <resources/save_group.h>
 #include <resources/save_queue.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace Tal {
 
@@ -21,6 +23,13 @@ bool SaveQueue::put(const SmartPointer<SectionDocument>& document, BasicStringRe
 bool SaveQueue::close(bool isCommitted) {
   if (--depth_ > 0) return true;
   const std::vector<Save> saves = std::exchange(saves_, {});
+  if (std::exchange(isValueRefused_, false) && isCommitted) {
+    DebugMessageHelper::criticalMessage(
+        "lib/resources/save_group", __LINE__,
+        "nothing was saved, since a value was refused; the edits are kept: correct the "
+        "value and save again");
+    return false;
+  }
   bool isWritten = true;
   for (const auto& [document, resourceName] : saves)
     if (isCommitted) isWritten = document->write(resourceName) && isWritten;

@@ -13,9 +13,10 @@ class SaveGroup {
   SaveGroup(const SaveGroup&) = delete;
   SaveGroup& operator=(const SaveGroup&) = delete;
 
-  /// Writes every noted document and closes the group. False when one could not be written; that was
-  /// reported, its old file is whole and its edits are kept. In an inner group: true, and the outer group's
-  /// commit writes.
+  /// Writes every noted document and closes the group. False when a value was refused while it was open: then
+  /// nothing is written and one critical message says so. False also when a document could not be written;
+  /// that was reported, its old file is whole and its edits are kept. In an inner group: true, and the outer
+  /// group's commit writes.
   bool commit();
 
  private:

@@ -20,6 +20,9 @@ class SaveQueue {
   /// Puts a document down to be written once when the outermost group commits; false when no group is open.
   bool put(const SmartPointer<SectionDocument>& document, BasicStringRef resourceName);
 
+  /// Notes that a value was refused: the open group, if any, will not write.
+  void noteRefusedValue() noexcept { isValueRefused_ = depth_ > 0; }
+
   /// Closes a group; the outermost one writes what was put down, or forgets it.
   bool close(bool isCommitted);
 
@@ -27,6 +30,7 @@ class SaveQueue {
   using Save = std::pair<SmartPointer<SectionDocument>, std::string>;
 
   int depth_ = 0;
+  bool isValueRefused_ = false;
   std::vector<Save> saves_;
 };
 

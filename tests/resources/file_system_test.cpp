@@ -63,7 +63,6 @@ TEST(AName, ThatCannotNameAResourceIsRefusedWithAMessage) {
       {"../a.xml", "climbs out of its root"},
       {"scripts/../a.xml", "climbs out of its root"},
       {"scripts/..", "climbs out of its root"},
-      {"scripts\\a.xml", "holds a backslash"},
       {std::string("a\0b", 3), "holds a NUL character"},
       {".", "names no file"},
       {"./", "names no file"},
@@ -80,6 +79,14 @@ TEST(AName, ThatCannotNameAResourceIsRefusedWithAMessage) {
     EXPECT_THAT(recorder.texts()[0], AllOf(HasSubstr("the resource name"), HasSubstr(one.refusal)));
     EXPECT_EQ(recorder.messages()[0].messagePriority, 5);
   }
+}
+
+TEST(AName, TakesABackslashForAnyOtherCharacter) {
+  const MountedRoot root("scripts/a.xml", "<r/>");
+  MessageRecorder recorder;
+  EXPECT_EQ(root.fileSystem().find("scripts\\a.xml"), std::nullopt);
+  EXPECT_FALSE(openResource("scripts\\a.xml"));
+  EXPECT_TRUE(recorder.messages().empty()) << "it is absent, which is no fault";
 }
 
 TEST(AName, MayHoldDotsAndSpacesAndAnythingElse) {
