@@ -1,5 +1,5 @@
-// The database: reading it against a parse of the same bytes, saving one model against writing the file once, and
-// selecting another model.
+// The database: reading it against a parse of the same bytes, saving one model against writing the file once,
+// and selecting another model.
 
 #include "support/database.h"
 #include "support/ratios.h"
@@ -11,10 +11,10 @@
 #include <malloc.h>
 #include <model/ks_material_disabler.h>
 #include <model/super_model.h>
-#include <pugixml.hpp>
 #include <resources/data_section_cache.h>
 #include <resources/file_system.h>
 #include <unistd.h>
+#include <pugixml.hpp>
 
 #include <filesystem>
 #include <fstream>
@@ -48,8 +48,8 @@ class Studio {
       bsp->materialNames_.push_back(name);
       slots.push_back(std::make_shared<Tal::MaterialInstance>(name, 73 + part));
     }
-    model_ = std::make_unique<Tal::SuperModel>(Tal::makeSmart<Tal::Model>(bsp), Tal::Skeleton::SkeletonInstance(),
-                                               Tal::ModelMaterials(slots));
+    model_ = std::make_unique<Tal::SuperModel>(Tal::makeSmart<Tal::Model>(bsp),
+                                               Tal::Skeleton::SkeletonInstance(), Tal::ModelMaterials(slots));
     disabler_ = std::make_unique<Tal::KsMaterialDisabler>(model_.get());
   }
 
@@ -73,7 +73,9 @@ class Studio {
   std::unique_ptr<Tal::KsMaterialDisabler> disabler_;
 };
 
-int countOf(const benchmark::State& state) { return static_cast<int>(state.range(0)); }
+int countOf(const benchmark::State& state) {
+  return static_cast<int>(state.range(0));
+}
 
 void firstLoad(benchmark::State& state) {
   const Studio studio(countOf(state));
@@ -103,11 +105,13 @@ void parse(benchmark::State& state) {
 
 void selectModel(benchmark::State& state) {
   Studio studio(countOf(state));
-  auto helper = std::make_unique<KsDestructiblesHelper>(studio.model(), bench::modelName(0), studio.disabler());
+  auto helper =
+      std::make_unique<KsDestructiblesHelper>(studio.model(), bench::modelName(0), studio.disabler());
   int selected = 0;
   for (auto _ : state) {
     selected = (selected + 10) % countOf(state);
-    KsDestructiblesHelper::reinit(helper, studio.model(), bench::modelName(selected), studio.disabler(), false);
+    KsDestructiblesHelper::reinit(helper, studio.model(), bench::modelName(selected), studio.disabler(),
+                                  false);
   }
 }
 
@@ -137,7 +141,8 @@ void writeOnce(benchmark::State& state) {
     }
     const bool isWhole = written == studio.text().size() && fsync(file) == 0;
     close(file);
-    if (!isWhole || rename(temporary.c_str(), target.c_str()) != 0) state.SkipWithError("the file was not written");
+    if (!isWhole || rename(temporary.c_str(), target.c_str()) != 0)
+      state.SkipWithError("the file was not written");
   }
 }
 
