@@ -50,6 +50,21 @@ void make(const NewFile& file) {
   if (!document->save()) throw Refusal(file.name + " cannot be written, see the message before this one");
 }
 
+// Both files or none.
+void makeAll(const fs::path& root) {
+  std::vector<fs::path> made;
+  try {
+    for (const NewFile& file : newFiles()) {
+      make(file);
+      made.push_back(root / file.name);
+    }
+  } catch (const Refusal&) {
+    std::error_code ignored;
+    for (const fs::path& path : made) fs::remove(path, ignored);
+    throw;
+  }
+}
+
 void init(const std::string& folder, Tool& tool) {
   const fs::path root(folder);
   refuseExisting(root);
@@ -57,10 +72,8 @@ void init(const std::string& folder, Tool& tool) {
   fs::create_directories(root / "scripts", error);
   if (error) throw Refusal(failure(root / "scripts", error));
   FS::setFileSystem(std::make_unique<FS::MultiFileSystem>(std::vector<fs::path>{root}));
-  for (const NewFile& file : newFiles()) {
-    make(file);
-    tool.print("made " + shown((root / file.name).native()) + "\n");
-  }
+  makeAll(root);
+  for (const NewFile& file : newFiles()) tool.print("made " + shown((root / file.name).native()) + "\n");
 }
 
 }  // namespace

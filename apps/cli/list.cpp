@@ -19,23 +19,24 @@ using authoring::CatalogueEntry;
 
 struct ListOptions {
   std::string category;
+  bool hasCategory = false;
   bool isJson = false;
 };
 
-std::vector<CatalogueEntry> catalogue(const std::string& category) {
-  const std::optional<KsDestructibleType> wanted = authoring::categoryFromName(category);
-  if (!category.empty() && (!wanted || wanted == DT_NON_DESTRUCTIBLE)) {
-    std::vector<std::string> names = authoring::categoryNames();
-    names.pop_back();  // the models without a category are not in the database
-    throw Refusal("there is no category " + quotedName(category) + nameSuggestion(category, names));
-  }
+// The category to list; nothing when it is every one.
+std::optional<KsDestructibleType> wantedCategory(const ListOptions& options) {
+  if (!options.hasCategory) return std::nullopt;
+  const std::optional<KsDestructibleType> category = authoring::categoryFromName(options.category);
+  if (category && category != DT_NON_DESTRUCTIBLE) return category;
+  std::vector<std::string> names = authoring::categoryNames();
+  names.pop_back();  // "none" is no category to list by
+  throw Refusal("there is no category " + quotedName(options.category) +
+                nameSuggestion(options.category, names));
+}
+
+std::vector<CatalogueEntry> catalogue(std::optional<KsDestructibleType> wanted) {
   std::optional<std::vector<CatalogueEntry>> entries = authoring::readCatalogue();
-  if (!entries) {
-    throw Refusal(
-        "scripts/destructibles.xml is missing below the resource roots or cannot be read; mend it, or make "
-        "an "
-        "empty one with \"destructibles init DIR\"");
-  }
+  if (!entries) throw Refusal(authoring::refusalOfDatabase());
   if (wanted) std::erase_if(*entries, [&](const CatalogueEntry& entry) { return entry.category != *wanted; });
   return *entries;
 }
@@ -61,7 +62,7 @@ std::string asTable(const std::vector<CatalogueEntry>& entries) {
 
 void list(const ListOptions& options, Tool& tool) {
   tool.setUpRoots();
-  const std::vector<CatalogueEntry> entries = catalogue(options.category);
+  const std::vector<CatalogueEntry> entries = catalogue(wantedCategory(options));
   tool.print(options.isJson ? jsonText(asJson(entries)) : asTable(entries));
 }
 
@@ -70,12 +71,16 @@ void list(const ListOptions& options, Tool& tool) {
 void addList(CLI::App& program, Tool& tool) {
   auto options = std::make_shared<ListOptions>();
   CLI::App* const command = program.add_subcommand("list", "List the models of the database");
-  command->add_option("--category", options->category, "Only the models of one category")
-      ->type_name("structure|fragile|falling-atom");
+  CLI::Option* const category =
+      command->add_option("--category", options->category, "Only the models of one category")
+          ->type_name("structure|fragile|falling-atom");
   command->add_flag("--json", options->isJson,
                     "Print an array of objects with model, category and modelFile");
   command->footer("Example:\n  destructibles list --category fragile");
-  command->callback([options, &tool] { list(*options, tool); });
+  command->callback([options, category, &tool] {
+    options->hasCategory = category->count() > 0;
+    list(*options, tool);
+  });
 }
 
 }  // namespace Tal::cli

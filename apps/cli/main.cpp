@@ -7,12 +7,38 @@
 #include <exception>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace {
 
 constexpr int kDone = 0;
 constexpr int kRefused = 1;
 constexpr int kWrongUsage = 2;
+
+// The parser takes a word in brackets for a list of words. A byte behind it that no word of a command line
+// can hold keeps it whole, until it is an option's value.
+constexpr char kMark = '\0';
+
+std::string marked(std::string word) {
+  if (word.starts_with('[') && word.ends_with(']')) word += kMark;
+  return word;
+}
+
+std::string unmarked(std::string word) {
+  if (word.ends_with(kMark)) word.pop_back();
+  return word;
+}
+
+void keepWordsWhole(CLI::App& command) {
+  for (CLI::Option* const option : command.get_options()) option->transform(unmarked);
+}
+
+// The words behind the program's name, last one first, as the parser wants them.
+std::vector<std::string> wordsOf(int argc, char** argv) {
+  std::vector<std::string> words;
+  for (int index = argc - 1; index > 0; --index) words.push_back(marked(argv[index]));
+  return words;
+}
 
 void describe(CLI::App& program, Tal::cli::Tool& tool) {
   program.name("destructibles");
@@ -41,12 +67,16 @@ void describe(CLI::App& program, Tal::cli::Tool& tool) {
   Tal::cli::addState(program, tool);
   Tal::cli::addHealth(program, tool);
   Tal::cli::addWatch(program, tool);
+  keepWordsWhole(program);
+  for (CLI::App* const command : program.get_subcommands({})) keepWordsWhole(*command);
 }
 
 // The command that was meant, as its help is asked for.
 std::string helpCall(const CLI::App& program) {
   const auto commands = program.get_subcommands();
-  const std::string command = commands.empty() ? "" : commands.front()->get_name() + " ";
+  // Words in front of the command that nobody expected are no matter of the command's.
+  const bool isCommands = !commands.empty() && program.remaining_size() == 0;
+  const std::string command = isCommands ? commands.front()->get_name() + " " : "";
   return "\"destructibles " + command + "--help\"";
 }
 
@@ -70,7 +100,7 @@ int run(int argc, char** argv, Tal::cli::Tool& tool) {
     return kWrongUsage;
   }
   try {
-    program.parse(argc, argv);
+    program.parse(wordsOf(argc, argv));
   } catch (const CLI::ParseError& error) {
     return reportParsing(program, error, tool);
   } catch (const Tal::cli::Refusal& refusal) {
@@ -83,8 +113,9 @@ int run(int argc, char** argv, Tal::cli::Tool& tool) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // A reader that goes away is noticed by the write that fails.
+  // A reader that goes away and a limit on file sizes are noticed by the write that fails.
   std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   Tal::cli::sendMessagesToStandardError();
   Tal::cli::Tool tool;
   int status = kRefused;

@@ -67,8 +67,7 @@ void addSet(CLI::App& program, Tool& tool) {
       ->add_option("KEY=VALUE", options->assignments,
                    "A value by its key in the database: health, effectScale, effectHP, ...; for a structure "
                    "itself achievementTag. An empty value clears the key")
-      ->required()
-      ->allow_extra_args(false);  // else "[a,b]" would be taken apart
+      ->required();
   command->footer(
       "Examples:\n"
       "  destructibles set content/props/crate.model health=35 effectScale=1.5\n"

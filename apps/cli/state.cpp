@@ -113,10 +113,8 @@ void addState(CLI::App& program, Tool& tool) {
   command->add_option("MODEL", options->model, "The model's resource name")->required();
   command->add_option("ACTION", options->action, "list, add, remove, add-material or remove-material")
       ->required();
-  command
-      ->add_option("NAME", options->arguments,
-                   "The state; behind it, for add-material and remove-material, the materials")
-      ->allow_extra_args(false);  // else "[a,b]" would be taken apart
+  command->add_option("NAME", options->arguments,
+                      "The state; behind it, for add-material and remove-material, the materials");
   command->footer(
       "Examples:\n"
       "  destructibles state content/buildings/house.model list\n"

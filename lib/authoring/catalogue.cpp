@@ -1,5 +1,6 @@
 #include <authoring/catalogue.h>
 #include <authoring/database_entries.h>
+#include <destructibles/ks_destructibles_helper/fixed_names.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
 
@@ -57,6 +58,13 @@ std::set<std::string> modelFileSet() {
 }
 
 }  // namespace
+
+std::string refusalOfDatabase() {
+  if (openDatabase()) return {};
+  const std::string name = fixed_names::kDestructiblesXml;
+  if (FS::fileSystem()->find(name)) return name + " cannot be read; mend the file and try again";
+  return "the resource roots hold no " + name + "; make an empty one with \"destructibles init\"";
+}
 
 std::optional<std::vector<CatalogueEntry>> readCatalogue() {
   const SmartPointer<DataSection> root = openDatabase();

@@ -8,6 +8,9 @@
 
 namespace Tal::authoring {
 
+/// Why the database cannot be read and what to do, a line for a person; empty when it can.
+std::string refusalOfDatabase();
+
 /// One model of the database.
 struct CatalogueEntry {
   std::string model;

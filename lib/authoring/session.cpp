@@ -3,7 +3,6 @@
 #include <authoring/kept_model.h>
 #include <authoring/session.h>
 #include <core/nearest_name.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
 #include <model/super_model.h>
 #include <resources/file_system.h>
 #include <resources/resource_name.h>
@@ -25,7 +24,7 @@ bool isInSomeRoot(const std::string& modelName) {
 }
 
 // Why the roots cannot supply a model of this name; empty when they can.
-std::string refusalOfName(const std::string& modelName) {
+std::string refusalOfModel(const std::string& modelName) {
   const std::string model = "the model name " + quotedName(modelName);
   const std::string refusal = FS::MultiFileSystem::refusalOf(modelName);
   if (!refusal.empty()) return model + " " + refusal + "; give a name below the resource roots";
@@ -39,13 +38,6 @@ std::string refusalOfName(const std::string& modelName) {
          nameSuggestion(modelName, modelFiles());
 }
 
-std::string refusalOfDatabase() {
-  if (openDatabase()) return {};
-  const std::string name = fixed_names::kDestructiblesXml;
-  if (FS::fileSystem()->find(name)) return name + " cannot be read; mend the file and try again";
-  return "the resource roots hold no " + name + "; make an empty one with \"destructibles init\"";
-}
-
 }  // namespace
 
 Session::Opened Session::open(const std::string& modelName) {
@@ -54,7 +46,7 @@ Session::Opened Session::open(const std::string& modelName) {
     opened.refusal = "no resource roots are set up";
     return opened;
   }
-  opened.refusal = refusalOfName(modelName);
+  opened.refusal = refusalOfModel(modelName);
   if (opened.refusal.empty()) opened.refusal = refusalOfDatabase();
   if (!opened.refusal.empty()) return opened;
   std::unique_ptr<SuperModel> superModel = SuperModel::load(modelName, &opened.refusal);

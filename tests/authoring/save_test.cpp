@@ -1,5 +1,7 @@
 #include <authoring/session_fixture.h>
 
+#include <sys/resource.h>
+#include <csignal>
 #include <filesystem>
 
 namespace Tal::authoring {
@@ -152,30 +154,81 @@ TEST_F(Saving, IsRefusedWhenTheDatabaseIsGone) {
   EXPECT_EQ(open(kCrate)->description().fragile.value().health, 35);
 }
 
-/// A database that cannot be written, because a folder stands where the new file has to.
-class FailingSave : public Saving {
- protected:
-  FailingSave() { writeDatabase(kOneFragile); }
-
-  /// Makes every save fail, whoever runs the test.
-  void blockSaves() const {
-    std::filesystem::rename(root_ / "scripts", root_ / "kept");
-    std::filesystem::create_directory_symlink("/proc/self", root_ / "scripts");
+/// While it lives, no file of this process can grow: every save fails, whoever runs the test.
+class FullDisk {
+ public:
+  FullDisk() {
+    ::getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit none{0, before_.rlim_max};
+    previousAction_ = std::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &none);
   }
+  ~FullDisk() {
+    ::setrlimit(RLIMIT_FSIZE, &before_);
+    std::signal(SIGXFSZ, previousAction_);
+  }
+  FullDisk(const FullDisk&) = delete;
+  FullDisk& operator=(const FullDisk&) = delete;
+
+ private:
+  rlimit before_{};
+  void (*previousAction_)(int) = SIG_DFL;
 };
 
-TEST_F(FailingSave, KeepsTheFileAndTheEdits) {
+constexpr char kNotWritten[] =
+    "scripts/destructibles.xml could not be written; the file is as it was, see the message before this one "
+    "and "
+    "save again";
+
+class AFailedSave : public Saving {
+ protected:
+  AFailedSave() { writeDatabase(kOneFragile); }
+};
+
+TEST_F(AFailedSave, KeepsTheFileAndTheEditsAndMayBeTriedAgain) {
   const auto session = open(kCrate);
   expectDone(session->set({{"health", "35"}}));
-  blockSaves();
-  EXPECT_FALSE(session->save());
-  EXPECT_EQ(root_.read("kept/destructibles.xml"), kOneFragile);
+  {
+    const FullDisk disk;
+    EXPECT_EQ(session->save().refusal, kNotWritten);
+  }
+  EXPECT_EQ(messages_.criticalCount(), 1);
+  EXPECT_EQ(readDatabase(), kOneFragile);
   EXPECT_EQ(session->description().fragile.value().health, 35);
   EXPECT_TRUE(session->hasUnsavedEdits());
-  std::filesystem::remove(root_ / "scripts");
-  std::filesystem::rename(root_ / "kept", root_ / "scripts");
   expectDone(session->save());
   EXPECT_THAT(readDatabase(), testing::HasSubstr("<health>35</health>"));
+  EXPECT_FALSE(session->hasUnsavedEdits());
+}
+
+TEST_F(AFailedSave, OfAStructureKeepsItsTagModulesAndStates) {
+  const auto session = open(kHouse);
+  expectDone(session->convert(DT_STRUCTURE));
+  expectDone(session->set({{"achievementTag", "manor"}}));
+  expectDone(session->setModule("n_wall_1", {{"health", "9"}}));
+  expectDone(session->addState("open"));
+  {
+    const FullDisk disk;
+    EXPECT_EQ(session->save().refusal, kNotWritten);
+  }
+  EXPECT_EQ(readDatabase(), kOneFragile);
+  expectDone(session->save());
+  const Description saved = open(kHouse)->description();
+  EXPECT_EQ(saved.achievementTag, "manor");
+  EXPECT_EQ(saved.modules.at("n_wall_1").health, 9);
+  EXPECT_TRUE(saved.states.contains("open"));
+}
+
+TEST_F(AFailedSave, OfAModelWithoutACategoryIsNotTakenForDone) {
+  const auto session = open(kCrate);
+  expectDone(session->convert(DT_NON_DESTRUCTIBLE));
+  {
+    const FullDisk disk;
+    EXPECT_EQ(session->save().refusal, kNotWritten);
+  }
+  EXPECT_EQ(readDatabase(), kOneFragile);
+  expectDone(session->save());
+  EXPECT_EQ(open(kCrate)->category(), DT_NON_DESTRUCTIBLE);
 }
 
 }  // namespace

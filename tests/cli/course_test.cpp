@@ -13,6 +13,7 @@ using Json = nlohmann::json;
 class TheCourseOfWork : public ::testing::Test {
  protected:
   TheCourseOfWork() {
+    fs::create_directory(folder_ / "sample");
     for (const char* const name : {"content", "scripts", "source"})
       fs::copy(fs::path(SAMPLE_FOLDER) / name, folder_ / "sample" / name, fs::copy_options::recursive);
   }
@@ -41,8 +42,8 @@ TEST_F(TheCourseOfWork, LeadsFromAFileOfAModellingProgramToATunedFragile) {
   run("game", {"set", model, "health=35", "achievementTag=barrels", "effectScale=1.5"});
   const Json barrel = show("game", model);
   EXPECT_EQ(barrel["category"], "fragile");
-  EXPECT_EQ(barrel["fragile"]["health"], 35);
-  EXPECT_EQ(barrel["fragile"]["matName"], "Material.001");
+  EXPECT_EQ(barrel.at("fragile").at("health"), 35);
+  EXPECT_EQ(barrel.at("fragile").at("matName"), "Material.001");
   EXPECT_EQ(folder_.read("game/scripts/destructibles.xml"), R"(<root>
 	<trees/>
 	<fragiles>
@@ -77,9 +78,9 @@ TEST_F(TheCourseOfWork, LeadsFromAHouseToAStructureWithAState) {
   const Json house = show("game", model);
   EXPECT_EQ(house["category"], "structure");
   EXPECT_EQ(house["achievementTag"], "house");
-  EXPECT_EQ(house["modules"]["n_roof_5_6"]["health"], 40);
-  EXPECT_EQ(house["modules"]["n_roof_5_6"]["effectHP"], "HP_smoke");
-  EXPECT_EQ(house["states"]["roofless"], Json::parse(R"(["n_roof_5_6", "n_chimney_6"])"));
+  EXPECT_EQ(house.at("modules").at("n_roof_5_6").at("health"), 40);
+  EXPECT_EQ(house.at("modules").at("n_roof_5_6").at("effectHP"), "HP_smoke");
+  EXPECT_EQ(house.at("states").at("roofless"), Json::parse(R"(["n_roof_5_6", "n_chimney_6"])"));
 }
 
 TEST_F(TheCourseOfWork, LeavesEveryOtherEntryOfTheSampleByteForByte) {

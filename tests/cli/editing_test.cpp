@@ -1,5 +1,6 @@
 #include <cli/cli_fixture.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
@@ -118,28 +119,28 @@ TEST_F(Set, ChangesValuesAndSaysWhatChanged) {
             "content/props/crate.model: effectScale 1 -> 1.25\n"
             "content/props/crate.model: effect hd_bld_SU_206_Cellar -> none\n"
             "content/props/crate.model: hitEffect hd_bld_SU_206_Cellar -> (empty)\n");
-  EXPECT_EQ(shown(kCrate)["fragile"]["health"], 35);
-  EXPECT_EQ(shown(kCrate)["fragile"]["effectScale"], 1.25);
+  EXPECT_EQ(shown(kCrate).at("fragile").at("health"), 35);
+  EXPECT_EQ(shown(kCrate).at("fragile").at("effectScale"), 1.25);
   EXPECT_EQ(result({"set", kCrate, "health=35"}),
             "content/props/crate.model: nothing changed, the values were so already\n");
 }
 
 TEST_F(Set, ChangesAModuleAndTheStructuresTag) {
   makeStructure();
-  EXPECT_EQ(result({"set", kHouse, "--module", "n_wall_1", "effectHP=HP_wall_2"}),
+  EXPECT_EQ(run({"set", kHouse, "--module", "n_wall_1", "effectHP=HP_wall_2"}).out,
             "content/buildings/house.model module n_wall_1: effectHP HP_wall_1 -> HP_wall_2\n");
   EXPECT_EQ(run({"set", kHouse, "achievementTag=manor"}).out,
             "content/buildings/house.model: achievementTag (empty) -> manor\n");
-  EXPECT_EQ(shown(kHouse)["achievementTag"], "manor");
-  EXPECT_EQ(shown(kHouse)["modules"]["n_wall_1"]["effectHP"], "HP_wall_2");
+  EXPECT_EQ(shown(kHouse).at("achievementTag"), "manor");
+  EXPECT_EQ(shown(kHouse).at("modules").at("n_wall_1").at("effectHP"), "HP_wall_2");
 }
 
 TEST_F(Set, KeepsValuesThatLookLikeOptionsOrLists) {
   makeFragile();
   for (const std::string value :
-       {"-x", "--json", "[a,b]", "{a}", "a=b", "'a'", "\"a\"", "%s", "a,b", "a b", "#x"}) {
+       {"-x", "--json", "[a,b]", "{a}", "{}", "%%", "a=b", "'a'", "\"a\"", "%s", "a,b", "a b", "#x"}) {
     EXPECT_EQ(run({"set", kCrate, "effect=" + value}).status, 0) << value;
-    EXPECT_EQ(shown(kCrate)["fragile"]["effect"], value);
+    EXPECT_EQ(shown(kCrate).at("fragile").at("effect"), value);
   }
 }
 
@@ -171,18 +172,31 @@ TEST_F(Set, TakesWhatIsNoAssignmentForWrongUsage) {
   EXPECT_THAT(misuse({"set", kCrate, "--module"}), testing::HasSubstr("--module"));
 }
 
-TEST_F(Set, RefusesWhenTheDatabaseCannotBeWritten) {
+TEST_F(Set, FailsWhenTheDatabaseCannotBeWritten) {
   makeFragile();
   const std::string before = readDatabase();
-  std::filesystem::rename(folder_ / "scripts", folder_ / "elsewhere");
-  const support::TemporaryFolder outside;
-  // The database is a link out of the root.
-  std::filesystem::create_directories(folder_ / "scripts");
-  outside.write("destructibles.xml", before);
-  std::filesystem::create_symlink(outside / "destructibles.xml", folder_ / kDatabase);
-  const ProcessResult result = run({"set", kCrate, "health=3"});
+  // No file may grow, as on a full disk.
+  const ProcessResult result = support::runProcess(
+      "/bin/sh", {"-c", "ulimit -f 0; exec \"$@\"", "sh", DESTRUCTIBLES_PROGRAM, "set", kCrate, "health=3"},
+      {.folder = folder_.path()});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "");
+  EXPECT_THAT(result.err,
+              testing::EndsWith("destructibles: scripts/destructibles.xml could not be written; the file is "
+                                "as it was, see the message before this one and save again\n"));
+  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 2) << result.err;
+  EXPECT_EQ(readDatabase(), before);
+  EXPECT_THAT(folder_.listing(), testing::Not(testing::Contains(testing::HasSubstr("destructibles.xml."))));
+}
+
+TEST_F(Set, RefusesADatabaseThatIsALinkOutOfTheRoot) {
+  makeFragile();
+  const std::string before = readDatabase();
+  const support::TemporaryFolder outside;
+  outside.write("destructibles.xml", before);
+  std::filesystem::remove(folder_ / kDatabase);
+  std::filesystem::create_symlink(outside / "destructibles.xml", folder_ / kDatabase);
+  EXPECT_EQ(run({"set", kCrate, "health=3"}).status, 1);
   EXPECT_EQ(outside.read("destructibles.xml"), before);
 }
 
@@ -202,17 +216,18 @@ TEST_F(State, IsAddedFilledEmptiedAndRemoved) {
               testing::HasSubstr("<destroyedMaterials>n_roof_3_1 n_wall_2 </destroyedMaterials>"));
   EXPECT_EQ(run({"state", kHouse, "remove-material", "roofless", "n_roof_3_1"}).out,
             "content/buildings/house.model: removed from the state roofless: n_roof_3_1\n");
-  EXPECT_EQ(shown(kHouse)["states"]["roofless"], Json::parse("[\"n_wall_2\"]"));
+  EXPECT_EQ(shown(kHouse).at("states").at("roofless"), Json::parse("[\"n_wall_2\"]"));
   EXPECT_EQ(run({"state", kHouse, "remove", "roofless"}).out,
             "content/buildings/house.model: removed the state roofless\n");
-  EXPECT_EQ(shown(kHouse)["states"].size(), 2U);
+  EXPECT_EQ(shown(kHouse).at("states").size(), 2U);
 }
 
 TEST_F(State, MayHaveAnyNameThatXmlHolds) {
   makeStructure();
-  for (const std::string name : {"a b", "<a&\"b\">", "50%s", "list", "add", "-", "[x]", "\xc3\xa4"}) {
+  for (const std::string name :
+       {"a b", "<a&\"b\">", "50%s", "list", "add", "-", "[x]", "{}", "%%", "\xc3\xa4"}) {
     EXPECT_EQ(run({"state", kHouse, "add", "--", name}).status, 0) << name;
-    EXPECT_TRUE(shown(kHouse)["states"].contains(name));
+    EXPECT_TRUE(shown(kHouse).at("states").contains(name));
   }
 }
 
@@ -272,9 +287,9 @@ TEST_F(HostileNames, AreHarmlessFromTheFirstCommandToTheLast) {
     EXPECT_EQ(run({"set", model, "--module", "n_%s&", "hitEffect=%n<&>"}).status, 0);
     EXPECT_EQ(run({"set", model, "achievementTag=]]>%x"}).status, 0);
     const Json json = shown(model);
-    EXPECT_EQ(json["model"], model);
-    EXPECT_EQ(json["modules"]["n_%s&"]["hitEffect"], "%n<&>");
-    EXPECT_EQ(json["achievementTag"], "]]>%x");
+    EXPECT_EQ(json.at("model"), model);
+    EXPECT_EQ(json.at("modules").at("n_%s&").at("hitEffect"), "%n<&>");
+    EXPECT_EQ(json.at("achievementTag"), "]]>%x");
     EXPECT_THAT(result({"list"}), testing::HasSubstr(model));
     EXPECT_EQ(run({"convert", model, "none"}).status, 0);
   }
