@@ -84,9 +84,11 @@ void KsDestructiblesHelper::setMissingModules() {
   // An existing table leaves the flag as it is, unlike an existing fragile or falling atom.
   if (s_destrModuleMap.try_emplace(modelName_).second) isMissingInDestructiblesXml_ = true;
   const int health = calculateDestructibleHealth();
-  // Looked up only now: the estimate loads the database when another helper's end has marked it as not
-  // loaded.
-  ModuleTable& modules = s_destrModuleMap[modelName_];
+  // Only now, and made anew where it is gone: the estimate loads the database when another helper's end has
+  // marked it as not loaded.
+  const auto [model, isMadeAnew] = s_destrModuleMap.try_emplace(modelName_);
+  if (isMadeAnew) isMissingInDestructiblesXml_ = true;
+  ModuleTable& modules = model->second;
   for (const auto& [name, kind] : materialNames_) {
     if (!isMaterialKindUndamaged(name) || modules.contains(name)) continue;
     KsDestructibleModuleDesc& desc = modules[name];
