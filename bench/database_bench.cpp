@@ -8,7 +8,6 @@
 #include <core/debug_message.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <fcntl.h>
-#include <malloc.h>
 #include <model/ks_material_disabler.h>
 #include <model/super_model.h>
 #include <resources/data_section_cache.h>
@@ -16,10 +15,10 @@
 #include <unistd.h>
 #include <pugixml.hpp>
 
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 namespace {
@@ -29,6 +28,7 @@ using Tal::KsDestructiblesHelper;
 constexpr int kSmall = 1000;
 constexpr int kMedium = 10000;
 constexpr int kLarge = 100000;
+constexpr std::array<int, 3> kModelCounts = {kSmall, kMedium, kLarge};
 
 // A resource root of its own with a database of so many models, and what one of its structures is bound to.
 class Studio {
@@ -146,4 +146,47 @@ void writeOnce(benchmark::State& state) {
   }
 }
 
+void registerAll(const char* name, void (*measure)(benchmark::State&)) {
+  auto* const benchmark =
+      benchmark::RegisterBenchmark(name, measure)->Unit(benchmark::kMillisecond)->UseRealTime();
+  for (const int count : kModelCounts) benchmark->Arg(count);
+}
+
+std::string nameOf(const char* measure, int count) {
+  return std::string(measure) + "/" + std::to_string(count) + "/real_time";
+}
+
+std::vector<bench::Ratio> ratios() {
+  std::vector<bench::Ratio> ratios;
+  for (const int count : kModelCounts) {
+    const std::string models = std::to_string(count) + " models: ";
+    ratios.push_back(
+        {models + "first loadConfig / parse", nameOf("firstLoad", count), nameOf("parse", count), 4.0});
+    ratios.push_back(
+        {models + "loadConfig, file unchanged / parse", nameOf("reload", count), nameOf("parse", count), {}});
+    ratios.push_back(
+        {models + "another model / parse", nameOf("selectModel", count), nameOf("parse", count), {}});
+    ratios.push_back({models + "saveConfig / writing the file",
+                      nameOf("saveModel", count),
+                      nameOf("writeOnce", count),
+                      {}});
+  }
+  // Linear growth: ten times the models, ten times the work and a margin for what no longer fits the caches.
+  for (const char* const measure : {"firstLoad", "selectModel", "saveModel"}) {
+    ratios.push_back({std::string(measure) + ": 100000 / 10000 models", nameOf(measure, kLarge),
+                      nameOf(measure, kMedium), 20.0});
+  }
+  return ratios;
+}
+
 }  // namespace
+
+int main(int argc, char** argv) {
+  registerAll("parse", parse);
+  registerAll("firstLoad", firstLoad);
+  registerAll("reload", reload);
+  registerAll("selectModel", selectModel);
+  registerAll("saveModel", saveModel);
+  registerAll("writeOnce", writeOnce);
+  return bench::run(argc, argv, ratios());
+}
