@@ -21,7 +21,6 @@ using support::MountedRoot;
 using support::openResource;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::SizeIs;
 
 /// Whether two opens gave the same document: an edit of the one shows in the other. The file is not touched.

@@ -19,7 +19,6 @@ using support::openResource;
 using Section = Tal::SmartPointer<Tal::DataSection>;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 /// The text of a file that held `before`, after an edit of its root and a save.
 std::string edited(const std::string& before, const std::function<void(Tal::DataSection&)>& edit) {
@@ -28,7 +27,7 @@ std::string edited(const std::string& before, const std::function<void(Tal::Data
   if (!section) return "cannot be opened";
   edit(*section);
   EXPECT_TRUE(section->save());
-  const std::string after = root.read("a.xml");
+  std::string after = root.read("a.xml");
   // What was written reads back as it stands in memory.
   Tal::DataSectionCache::clear();
   EXPECT_TRUE(openResource("a.xml")) << after;
@@ -144,7 +143,7 @@ struct AdditionCase {
 };
 
 TEST(ANewSection, TakesOnTheLayoutOfItsNeighbours) {
-  const AdditionCase cases[] = {
+  const std::vector<AdditionCase> cases = {
       {"indented by tabs", "<r>\n\t<a/>\n</r>\n", "b", "<r>\n\t<a/>\n\t<b/>\n</r>\n"},
       {"indented by spaces, CRLF", "<r>\r\n  <a/>\r\n</r>", "b", "<r>\r\n  <a/>\r\n  <b/>\r\n</r>"},
       {"on one line", "<r><a/></r>", "b", "<r><a/><b/></r>"},
@@ -235,7 +234,7 @@ struct RemovalCase {
 };
 
 TEST(RemovingASection, LeavesNoBlankLineAndKeepsTheRest) {
-  const RemovalCase cases[] = {
+  const std::vector<RemovalCase> cases = {
       {"the first", "<r>\n  <a/>\n  <b/>\n</r>", "a", "<r>\n  <b/>\n</r>"},
       {"the last", "<r>\n  <a/>\n  <b/>\n</r>", "b", "<r>\n  <a/>\n</r>"},
       {"the only one", "<r>\n  <a/>\n</r>", "a", "<r></r>"},
@@ -252,9 +251,10 @@ TEST(RemovingASection, LeavesNoBlankLineAndKeepsTheRest) {
       {"without a name", "<r>\n  <a/>\n</r>", "", "<r>\n  <a/>\n</r>"},
       {"only the first of its tag", "<r><a>1</a><a>2</a></r>", "a", "<r><a>2</a></r>"},
   };
-  for (const RemovalCase& one : cases)
-    EXPECT_EQ(edited(one.before, [&](Tal::DataSection& root) { root.deleteSection(one.key); }), one.after)
-        << one.name;
+  for (const RemovalCase& one : cases) {
+    const auto remove = [&](Tal::DataSection& root) { root.deleteSection(one.key); };
+    EXPECT_EQ(edited(one.before, remove), one.after) << one.name;
+  }
 }
 
 TEST(RemovingEverySectionOfATag, KeepsTheOthersAndTheComments) {

@@ -82,9 +82,9 @@ TEST(BytesThatAreNotOfTheEncoding, AreRefused) {
   const std::string half = littleEndian(u"\uFEFF<r>") + "\x00\xD8"s + littleEndian(u"</r>");
   const std::string odd = littleEndian(u"\uFEFF<r/>") + " ";
   const std::string high = "<?xml version='1.0' encoding='us-ascii'?><r>\xE9</r>";
-  const std::string reasons[] = {"not valid UTF-16 at byte 8", "not valid UTF-16 at byte 10",
-                                 "not valid ASCII at byte 44"};
-  const std::string* reason = reasons;
+  const std::vector<std::string> reasons = {"not valid UTF-16 at byte 8", "not valid UTF-16 at byte 10",
+                                            "not valid ASCII at byte 44"};
+  auto reason = reasons.begin();
   for (const std::string& bad : {half, odd, high}) {
     const MountedRoot root("a.xml", bad);
     MessageRecorder recorder;

@@ -38,6 +38,7 @@ bool isDue(const char* operation) {
 
 }  // namespace
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker gives the names
 extern "C" {
 
 ssize_t __real_write(int descriptor, const void* bytes, std::size_t size);
@@ -86,6 +87,7 @@ int __wrap_inotify_init1(int flags) {
 }
 
 }  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace {
 

@@ -20,7 +20,6 @@ using Tal::FS::MultiFileSystem;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 TEST(AResource, IsFoundInTheFirstRootThatHoldsIt) {
   const TemporaryFolder first;
@@ -56,7 +55,7 @@ struct NameCase {
 };
 
 TEST(AName, ThatCannotNameAResourceIsRefusedWithAMessage) {
-  const NameCase cases[] = {
+  const std::vector<NameCase> cases = {
       {"", "is empty"},
       {"/etc/passwd", "is absolute"},
       {"..", "climbs out of its root"},

@@ -26,9 +26,9 @@ class HandWatch {
   std::vector<std::string> changes() {
     watcher_.collect();
     std::vector<std::string> lines;
-    const char* const verbs[] = {"added ", "modified ", "removed "};
+    const std::vector<std::string> verbs = {"added ", "modified ", "removed "};
     for (const Tal::ResourceChange& change : collector_.take())
-      lines.push_back(verbs[static_cast<int>(change.action)] + change.resourceName);
+      lines.push_back(verbs.at(static_cast<std::size_t>(change.action)) + change.resourceName);
     EXPECT_EQ(collector_.takeProblem(), "");
     return lines;
   }

@@ -33,7 +33,7 @@ struct MalformedCase {
 };
 
 TEST(AMalformedFile, IsRefusedWithResourcePlaceAndReason) {
-  const MalformedCase cases[] = {
+  const std::vector<MalformedCase> cases = {
       {"empty", "", "a.xml:1:1: no element found"},
       {"blank", " \n", "a.xml:2:1: no element found"},
       {"no end tag", "<r>\n<a>", "a.xml:2:4: no element found"},

@@ -128,9 +128,10 @@ TEST(ADelivery, IsFramedByItsHooksAndNoneIsMadeOfNothing) {
 
 std::vector<std::string> taken(Tal::FS::ChangeCollector& collector) {
   std::vector<std::string> lines;
-  const char* const verbs[] = {"added ", "modified ", "removed "};
+  const std::vector<std::string> verbs = {"added ", "modified ", "removed "};
   for (const ResourceChange& change : collector.take())
-    lines.push_back(verbs[static_cast<int>(change.action)] + change.basePath + ':' + change.resourceName);
+    lines.push_back(verbs.at(static_cast<std::size_t>(change.action)) + change.basePath + ':' +
+                    change.resourceName);
   return lines;
 }
 

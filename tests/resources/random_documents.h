@@ -3,10 +3,13 @@
 #include <cstddef>
 #include <random>
 #include <string>
+#include <vector>
 
 /// Random documents and damages of them, the same for the same seed.
 class RandomDocuments {
  public:
+  using Choices = std::vector<const char*>;
+
   explicit RandomDocuments(unsigned seed) : random_(seed) {}
 
   /// A number below `end`.
@@ -16,15 +19,15 @@ class RandomDocuments {
 
   /// A well-formed document in one of many styles.
   std::string document() {
-    static const char* const kHeads[] = {"",
-                                         "",
-                                         "\xEF\xBB\xBF",
-                                         "<?xml version=\"1.0\"?>\n",
-                                         "<?xml version='1.0' encoding='UTF-8' ?>\r\n<!-- head -->\n",
-                                         "\n\n",
-                                         "<!DOCTYPE r [<!ENTITY own 'entity'>]>"};
-    static const char* const kLineEnds[] = {"\n", "\r\n", "", " ", "\n\n"};
-    static const char* const kUnits[] = {"\t", "  ", "", "    "};
+    static const Choices kHeads = {"",
+                                   "",
+                                   "\xEF\xBB\xBF",
+                                   "<?xml version=\"1.0\"?>\n",
+                                   "<?xml version='1.0' encoding='UTF-8' ?>\r\n<!-- head -->\n",
+                                   "\n\n",
+                                   "<!DOCTYPE r [<!ENTITY own 'entity'>]>"};
+    static const Choices kLineEnds = {"\n", "\r\n", "", " ", "\n\n"};
+    static const Choices kUnits = {"\t", "  ", "", "    "};
     const char* const head = pick(kHeads);
     hasEntity_ = std::string(head).starts_with("<!DOCTYPE");
     lineEnd_ = pick(kLineEnds);
@@ -36,7 +39,7 @@ class RandomDocuments {
 
   /// The text with a few bytes removed, doubled, exchanged or taken from elsewhere.
   std::string damaged(std::string text) {
-    static const char* const kScraps[] = {
+    static const Choices kScraps = {
         "<",  ">",  "/",         "&",    ";",    "]]>",  "--",           "<!--", "-->",        "\"",
         "'",  "=",  "\0",        "\x01", "\xC3", "\x80", "\xEF\xBF\xBE", "&#0;", "&#x110000;", "&lt",
         "<?", "?>", "<![CDATA[", "</",   "/>",   " ",    "\r",           "<a>",  "</a>",       ":"};
@@ -61,32 +64,29 @@ class RandomDocuments {
   }
 
   std::string name() {
-    static const char* const kNames[] = {"a", "entry", "filename", "_x", "n-1.2", "ns:b", "health"};
+    static const Choices kNames = {"a", "entry", "filename", "_x", "n-1.2", "ns:b", "health"};
     return pick(kNames);
   }
 
   std::string value() {
-    static const char* const kValues[] = {"",    "1",      "wall roof ", "<&>]]>", "\xD0\xB0\xE2\x82\xAC",
-                                          "  x", "a\r\nb", "none"};
+    static const Choices kValues = {"",    "1",      "wall roof ", "<&>]]>", "\xD0\xB0\xE2\x82\xAC",
+                                    "  x", "a\r\nb", "none"};
     return pick(kValues);
   }
 
  private:
-  template <std::size_t size>
-  const char* pick(const char* const (&choices)[size]) {
-    return choices[below(size)];
-  }
+  const char* pick(const Choices& choices) { return choices[below(choices.size())]; }
 
   std::string text() {
-    static const char* const kPlain[] = {"",         "1",      " padded ",     "a&amp;b&#65;", "]] ]>",
-                                         "\xC3\xA9", "a\r\nb", "&#xE9;&apos;", "x<!-- c -->y"};
-    static const char* const kOther[] = {"<![CDATA[<x>]]>", "<?pi here?>"};
+    static const Choices kPlain = {"",         "1",      " padded ",     "a&amp;b&#65;", "]] ]>",
+                                   "\xC3\xA9", "a\r\nb", "&#xE9;&apos;", "x<!-- c -->y"};
+    static const Choices kOther = {"<![CDATA[<x>]]>", "<?pi here?>"};
     if (hasEntity_ && below(4) == 0) return "&own;";
     return below(30) == 0 ? pick(kOther) : pick(kPlain);
   }
 
   void element(std::string& out, std::size_t depth) {
-    static const char* const kAttributes[] = {" a='1'", " b = \"x>y\"  c=''", " d='&lt;'"};
+    static const Choices kAttributes = {" a='1'", " b = \"x>y\"  c=''", " d='&lt;'"};
     const std::string tag = name();
     out += '<' + tag;
     if (below(10) == 0) out += pick(kAttributes);

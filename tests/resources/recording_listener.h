@@ -30,8 +30,8 @@ class RecordingListener : public Tal::ResourceModificationListener {
  protected:
   void onResourceModified(const Tal::BasicStringRef& basePath, const Tal::BasicStringRef& resourceName,
                           Action action) override {
-    const char* const verbs[] = {"added ", "modified ", "removed "};
-    calls.push_back(verbs[static_cast<int>(action)] + std::string(resourceName));
+    const std::vector<std::string> verbs = {"added ", "modified ", "removed "};
+    calls.push_back(verbs.at(static_cast<std::size_t>(action)) + std::string(resourceName));
     basePaths.emplace_back(basePath);
     const std::function<void()> call = onCall;  // which may exchange itself
     call();

@@ -1,13 +1,15 @@
 #include <support/mounted_root.h>
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace support {
 
 MountedRoot::MountedRoot() {
-  Tal::FS::setFileSystem(
-      std::make_unique<Tal::FS::MultiFileSystem>(std::vector<std::filesystem::path>{path()}));
+  auto mounted = std::make_unique<Tal::FS::MultiFileSystem>(std::vector<std::filesystem::path>{path()});
+  fileSystem_ = mounted.get();
+  Tal::FS::setFileSystem(std::move(mounted));
 }
 
 MountedRoot::MountedRoot(const std::filesystem::path& name, std::string_view content) : MountedRoot() {

@@ -22,7 +22,10 @@ class MountedRoot : public TemporaryFolder {
   MountedRoot(const MountedRoot&) = delete;
   MountedRoot& operator=(const MountedRoot&) = delete;
 
-  Tal::FS::MultiFileSystem& fileSystem() const { return *Tal::FS::fileSystem(); }
+  Tal::FS::MultiFileSystem& fileSystem() const noexcept { return *fileSystem_; }
+
+ private:
+  Tal::FS::MultiFileSystem* fileSystem_ = nullptr;
 };
 
 /// Opens a resource of the process's file system; null when it cannot be opened.
