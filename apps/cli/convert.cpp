@@ -13,7 +13,7 @@
 namespace Tal::cli {
 namespace {
 
-constexpr char kAuto[] = "auto";
+constexpr const char* kAuto = "auto";
 
 struct ConvertOptions {
   std::string model;

@@ -37,9 +37,10 @@ std::string failure(const fs::path& path, const std::error_code& error) {
 void refuseExisting(const fs::path& root) {
   for (const NewFile& file : newFiles()) {
     std::error_code error;
-    if (fs::exists(fs::symlink_status(root / file.name, error)))
-      throw Refusal(quotedName((root / file.name).native()) +
-                    " exists already and is not overwritten; remove it or choose another folder");
+    const fs::path path = root / file.name;
+    if (!fs::exists(fs::symlink_status(path, error))) continue;
+    throw Refusal(quotedName(path.native()) +
+                  " exists already and is not overwritten; remove it or choose another folder");
   }
 }
 

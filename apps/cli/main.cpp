@@ -88,7 +88,7 @@ int reportParsing(const CLI::App& program, const CLI::ParseError& error, Tal::cl
     tool.print(results.str());
     return kDone;
   }
-  tool.say(std::string(error.what()) + "; see " + helpCall(program));
+  Tal::cli::Tool::say(std::string(error.what()) + "; see " + helpCall(program));
   return kWrongUsage;
 }
 
@@ -104,7 +104,7 @@ int run(int argc, char** argv, Tal::cli::Tool& tool) {
   } catch (const CLI::ParseError& error) {
     return reportParsing(program, error, tool);
   } catch (const Tal::cli::Refusal& refusal) {
-    tool.say(refusal.what());
+    Tal::cli::Tool::say(refusal.what());
     return kRefused;
   }
   return kDone;
@@ -123,7 +123,7 @@ int main(int argc, char** argv) {
     status = run(argc, argv, tool);
     Tal::FS::setFileSystem(nullptr);
   } catch (const std::exception& error) {
-    tool.say(std::string("an unexpected error ended the command: ") + error.what());
+    Tal::cli::Tool::say(std::string("an unexpected error ended the command: ") + error.what());
   }
   if (!tool.flush() && status == kDone) status = kRefused;
   return status;

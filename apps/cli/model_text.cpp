@@ -14,7 +14,7 @@ using authoring::NamedField;
 using authoring::Session;
 
 constexpr int kIndent = 2;
-constexpr char kNothing[] = "-";
+constexpr const char* kNothing = "-";
 
 std::string orNothing(std::string text) {
   return text.empty() ? kNothing : std::move(text);

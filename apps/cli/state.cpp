@@ -4,7 +4,7 @@
 #include <cli/tool.h>
 #include <core/nearest_name.h>
 
-#include <algorithm>
+#include <limits>
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
@@ -39,7 +39,7 @@ std::string joined(const Arguments& names) {
 }
 
 const std::vector<Action>& actions() {
-  constexpr std::size_t kAny = static_cast<std::size_t>(-1);
+  constexpr auto kAny = std::numeric_limits<std::size_t>::max();
   using authoring::Session;
   static const std::vector<Action> all = {
       {"list", "", 0, 0, nullptr, nullptr},

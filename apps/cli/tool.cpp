@@ -15,8 +15,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kRootVariable[] = "DESTRUCTIBLES_ROOT";
-constexpr char kDatabase[] = "scripts/destructibles.xml";
+constexpr const char* kRootVariable = "DESTRUCTIBLES_ROOT";
+constexpr const char* kDatabase = "scripts/destructibles.xml";
 constexpr std::string_view kLineEnds = "\r\n";
 
 bool writeAll(int file, std::string_view text) {

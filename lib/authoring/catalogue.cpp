@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr char kModelExtension[] = ".model";
+constexpr const char* kModelExtension = ".model";
 
 // A name that cannot be a resource has no file; asking for it would only be reported.
 bool isModelFile(const std::string& model) {

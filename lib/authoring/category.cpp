@@ -37,6 +37,7 @@ std::optional<KsDestructibleType> categoryFromName(BasicStringRef name) noexcept
 
 std::vector<std::string> categoryNames() {
   std::vector<std::string> names;
+  names.reserve(kCategories.size());
   for (const NamedCategory& named : kCategories) names.emplace_back(named.name);
   return names;
 }

@@ -55,11 +55,10 @@ std::map<std::string, Value> mergedMap(const std::map<std::string, Value>& base,
   for (const auto& [name, value] : mine) {
     const auto before = base.find(name);
     const auto other = theirs.find(name);
-    if (before == base.end()) {
-      result.emplace(name, value);
-    } else if (other != theirs.end()) {
+    const bool isNew = before == base.end();
+    if (!isNew && other != theirs.end()) {
       result.emplace(name, mergedValue(before->second, value, other->second));
-    } else if (!isSameValue(before->second, value)) {
+    } else if (isNew || !isSameValue(before->second, value)) {
       result.emplace(name, value);
     }
   }

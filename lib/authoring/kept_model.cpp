@@ -39,6 +39,11 @@ std::map<std::string, std::string> hardPointsOf(const Description::Modules& modu
   return hardPoints;
 }
 
+std::optional<FileIdentity> databaseIdentity() {
+  const auto file = FS::fileSystem()->find(fixed_names::kDestructiblesXml);
+  return file ? identityAt(*file) : std::nullopt;
+}
+
 }  // namespace
 
 KeptModel::KeptModel(const std::string& modelName, std::unique_ptr<SuperModel> superModel)
@@ -49,8 +54,11 @@ KeptModel::KeptModel(const std::string& modelName, std::unique_ptr<SuperModel> s
   // Connected first, so that everybody else's slots see the restored values.
   typeChanged_ = helper_->connectDestructibleTypeChanged([this] { onTypeChanged(); });
   loaded_ = helper_->connectLoadedConfigSignal(&KeptModel::notifyAll);
+  // Tables that were loaded before this helper came may be of an older file.
+  if (!openModels().empty() && openModels().front()->lastRead_ != databaseIdentity())
+    helper_->loadConfig(/*force=*/true);
   resync();
-  // The helper's first load told nobody.
+  // The load in the helper's construction told nobody.
   for (KeptModel* const model : openModels()) model->ensureLoaded();
   openModels().push_back(this);
   // Behind the helper: its reload has happened when this listener is called.
@@ -74,6 +82,10 @@ void KeptModel::ensureLoaded() {
   helper_->loadConfig(false);
   // Tables that a failed load left empty raise no signal.
   if (!isSame(read(), mine_)) resync();
+}
+
+void KeptModel::refresh() {
+  if (depth_ == 0 && databaseIdentity() != lastRead_) helper_->loadConfig(/*force=*/true);
 }
 
 Outcome KeptModel::edit(const std::function<Outcome()>& work) {
@@ -123,6 +135,7 @@ void KeptModel::setStates(const Description::States& wanted) {
 }
 
 void KeptModel::markSaved() {
+  lastRead_ = databaseIdentity();
   remember();
   base_ = mine_;
 }
@@ -163,6 +176,7 @@ void KeptModel::tablesWereLoaded() {
 void KeptModel::resync() {
   const RunningEdit running(depth_);
   isReloadPending_ = false;
+  lastRead_ = databaseIdentity();
   const std::optional<FileEntries> file = readEntries(helper_->modelName());
   if (!file) return apply(mine_);
   const Description mine = mine_;

@@ -6,11 +6,13 @@
 #include <destructibles/ks_destructibles_helper.h>
 #include <ks/connection.h>
 #include <ks/signal.h>
+#include <resources/file_identity.h>
 #include <resources/resource_modification_listener.h>
 
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -45,6 +47,9 @@ class KeptModel : private ResourceModificationListener {
 
   /// Loads the tables if a helper's end has marked them as not loaded, and restores what that loses.
   void ensureLoaded();
+
+  /// Reads the file again if it is not the one that was last read, as long as nobody has told of the change.
+  void refresh();
 
   /// Runs an edit on loaded tables and remembers its result. Edits may be nested.
   Outcome edit(const std::function<Outcome()>& work);
@@ -82,8 +87,9 @@ class KeptModel : private ResourceModificationListener {
   ks::Connection typeChanged_;
   mutable ks::Signal<void()> reloaded_;
 
-  std::set<std::string> moduleNames_;  // every name that a module may have; the helper cannot list them
-  std::string ownTag_;                 // the structure's tag, kept also while the model is no structure
+  std::set<std::string> moduleNames_;     // every name that a module may have; the helper cannot list them
+  std::string ownTag_;                    // the structure's tag, kept also while the model is no structure
+  std::optional<FileIdentity> lastRead_;  // the file that base_ is from
   Description base_;
   Description mine_;              // base_ with the edits since then
   int depth_ = 0;                 // of the edits that are running

@@ -9,7 +9,7 @@ namespace Tal::authoring {
 namespace {
 
 // The names that the helper takes for those of undamaged and destroyed parts.
-constexpr char kPartNames[] = "(?:[nd]|part[ND][\\s\\S])[\\s\\S]*";
+constexpr const char* kPartNames = R"((?:[nd]|part[ND][\s\S])[\s\S]*)";
 
 MaterialClass classOf(const KsDestructiblesHelper& helper, const std::string& name) {
   if (helper.isStaticMaterialName(name)) return MaterialClass::fixed;

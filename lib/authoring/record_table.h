@@ -4,6 +4,7 @@
 #include <core/string_ref.h>
 #include <destructibles/ks_destructibles_helper.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -47,10 +48,8 @@ bool isSameField(const RecordField<Record>& field, const Record& a, const Record
 /// Whether every field is equal, numbers exactly.
 template <class Record>
 bool isSameRecord(const Record& a, const Record& b) {
-  for (const RecordField<Record>& field : recordFields<Record>()) {
-    if (!isSameField(field, a, b)) return false;
-  }
-  return true;
+  return std::ranges::all_of(recordFields<Record>(),
+                             [&](const RecordField<Record>& field) { return isSameField(field, a, b); });
 }
 
 /// `theirs` with every field in which `mine` differs from `base`.

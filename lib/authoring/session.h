@@ -122,7 +122,8 @@ class Session {
   std::vector<SaveWarning> saveWarnings();
 
   /// Writes the model's entries to the database, or removes them when it has no category. When refused, the
-  /// file is as it was and the edits are kept; saving again tries again.
+  /// file is as it was and the edits are kept; saving again tries again. What another program wrote into the
+  /// entry meanwhile is kept where this session changed nothing.
   Outcome save();
 
   /// Calls `slot` after every reload of the database that this session took part in, with its edits restored;
@@ -139,7 +140,7 @@ class Session {
 
   // Edits.
   std::string refusalOfEdit() const;
-  Outcome setAchievementTag(const std::vector<Assignment>& assignments);
+  Outcome setAchievementTag(const std::vector<Assignment>& assignments) const;
   void checkNames(const std::vector<Assignment>& assignments, Outcome& outcome) const;
   std::string refusalOfStates() const;
   std::string refusalOfState(const std::string& state);

@@ -13,7 +13,7 @@
 namespace Tal::authoring {
 namespace {
 
-constexpr char kAchievementTag[] = "achievementTag";
+constexpr const char* kAchievementTag = "achievementTag";
 constexpr std::size_t kPhysicParams = 7;
 
 template <class Record>
@@ -21,8 +21,11 @@ std::vector<Change> changesBetween(const Record& before, const Record& after) {
   std::vector<Change> changes;
   for (const RecordField<Record>& field : recordFields<Record>()) {
     if (isSameField(field, before, after)) continue;
-    changes.push_back(
-        {std::string(field.key), textOf(valueOf(before, field)), textOf(valueOf(after, field))});
+    Change change;
+    change.key = field.key;
+    change.before = textOf(valueOf(before, field));
+    change.after = textOf(valueOf(after, field));
+    changes.push_back(std::move(change));
   }
   return changes;
 }
@@ -59,7 +62,7 @@ std::size_t countNumbers(BasicStringRef text, bool& areAllNumbers) {
   while (true) {
     while (!text.empty() && Xml::isSpace(text.front())) text.remove_prefix(1);
     if (text.empty()) return count;
-    const auto end = std::find_if(text.begin(), text.end(), Xml::isSpace);
+    const auto* const end = std::find_if(text.begin(), text.end(), Xml::isSpace);
     const auto length = static_cast<std::size_t>(end - text.begin());
     areAllNumbers = areAllNumbers && parseFloat(text.substr(0, length)).has_value();
     text.remove_prefix(length);
@@ -169,7 +172,7 @@ Outcome Session::setModule(const std::string& module, const std::vector<Assignme
   });
 }
 
-Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) {
+Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) const {
   Outcome outcome = checkKeysAreDistinct(assignments);
   if (!outcome) return outcome;
   for (const Assignment& assignment : assignments) {

@@ -82,6 +82,7 @@ std::vector<SaveWarning> Session::saveWarnings() {
 
 Outcome Session::save() {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
+  model_->refresh();
   return model_->edit([this]() -> Outcome {
     if (!openDatabase()) {
       return refused(std::string(fixed_names::kDestructiblesXml) +

@@ -196,6 +196,33 @@ TEST_F(AReload, IsToldOfWithTheEditsRestored) {
   EXPECT_THAT(seen, testing::ElementsAre(35, 35));
 }
 
+TEST_F(AReload, ThatNobodyHasToldOfYetIsMadeBeforeASave) {
+  const auto session = open(kCrate);
+  root_.replace(kDatabase, database("8", "fire"));
+  expectDone(session->set({{"health", "35"}}));
+  expectDone(session->save());
+  const KsDestructibleFragileDesc saved = open(kCrate)->description().fragile.value();
+  EXPECT_EQ(saved.health, 35);
+  EXPECT_EQ(saved.effect, "fire");
+}
+
+TEST_F(AReload, ThatNobodyHasToldOfYetIsMadeWhenASecondSessionOpens) {
+  const auto lamp = open(kLamp);
+  root_.replace(kDatabase, database("8", "fire"));
+  EXPECT_EQ(open(kCrate)->description().fragile.value().health, 8);
+}
+
+TEST_F(AReload, MayCloseItsOwnSessionFromTheListener) {
+  auto session = open(kCrate);
+  bool isClosed = false;
+  const ks::Connection connection = session->connectReloaded([&] {
+    session.reset();
+    isClosed = true;
+  });
+  root_.replace(kDatabase, database("8", "fire"));
+  EXPECT_TRUE(renderUntil([&isClosed] { return isClosed; }));
+}
+
 TEST_F(AReload, MayCloseASessionFromItsListener) {
   auto crate = open(kCrate);
   auto lamp = open(kLamp);

@@ -1,5 +1,9 @@
 #include <cli/cli_fixture.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+#include <array>
+#include <cstdlib>
 #include <filesystem>
 
 namespace cli_test {
@@ -116,6 +120,40 @@ TEST_F(TheProgram, FailsWhenItsResultsCannotBeWritten) {
         result.err,
         "destructibles: the results could not be written to standard output: No space left on device\n");
   }
+}
+
+/// What the program shows of a model on a terminal.
+class OnATerminal : public CommandLine {
+ protected:
+  std::string show(const std::map<std::string, std::string>& environment) const {
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    EXPECT_GE(terminal, 0);
+    EXPECT_EQ(::grantpt(terminal), 0);
+    EXPECT_EQ(::unlockpt(terminal), 0);
+    std::array<char, 64> name{};
+    EXPECT_EQ(::ptsname_r(terminal, name.data(), name.size()), 0);
+    // Kept open, so that the terminal keeps what was written to it after the program has ended.
+    const int slave = ::open(name.data(), O_RDWR | O_NOCTTY);
+    const ProcessResult result = support::runProcess(
+        DESTRUCTIBLES_PROGRAM, {"show", kCrate},
+        {.folder = folder_.path(), .environment = environment, .standardOutput = name.data()});
+    EXPECT_EQ(result.status, 0) << result.err;
+    std::array<char, 8192> text{};
+    const ssize_t count = ::read(terminal, text.data(), text.size());
+    ::close(slave);
+    ::close(terminal);
+    return count > 0 ? std::string(text.data(), static_cast<std::size_t>(count)) : std::string();
+  }
+};
+
+TEST_F(OnATerminal, HeadingsAreEmphasised) {
+  EXPECT_THAT(show({}), testing::StartsWith("\x1b[1mcontent/props/crate.model\x1b[0m"));
+}
+
+TEST_F(OnATerminal, NothingIsColouredForThoseWhoWantNone) {
+  const std::string text = show({{"NO_COLOR", "1"}});
+  EXPECT_THAT(text, testing::StartsWith("content/props/crate.model"));
+  EXPECT_EQ(text.find('\x1b'), std::string::npos);
 }
 
 TEST_F(TheProgram, EndsQuietlyWhenItsReaderGoesAway) {
