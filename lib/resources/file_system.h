@@ -16,9 +16,9 @@ class MonitorThreadBase;
 
 /// The resource roots, in the order in which a name is looked up. Main thread only.
 ///
-/// A resource name is relative, with forward slashes. One that is absolute, holds "..", or reaches a file
-/// outside its root through a link is refused: it is reported once per call with priority 5 and treated as
-/// absent.
+/// A resource name is relative, with forward slashes; empty steps and "." mean nothing. One that is empty or
+/// absolute, holds ".." or a NUL, or reaches a place outside its root through a link is refused: it is
+/// reported once per call with priority 5 and treated as absent.
 class MultiFileSystem {
  public:
   /// `roots` are existing directories; one that is not is reported and left out.

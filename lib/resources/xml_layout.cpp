@@ -60,15 +60,15 @@ std::string Tree::leadForFirstChild(NodeIndex node) const {
 std::optional<std::string> Tree::leadByNeighbours(NodeIndex node) const {
   const NodeIndex parent = parents_[node];
   if (parent == kNoNode) return std::nullopt;
+  const std::optional<std::uint32_t> found = placeOf(parent, node);
+  if (!found) return std::nullopt;
+  const std::uint32_t place = *found;
   const std::uint32_t count = childCount(parent);
-  std::uint32_t place = count;
-  while (place > 0 && child(parent, place - 1) != node) --place;
-  if (place == 0) return std::nullopt;
   const BasicStringRef own = lineOf(leadOf(node));
   const std::uint32_t first = place > kNeighbours ? place - kNeighbours : 0;
-  for (std::uint32_t i = place - 1; i-- > first;)
+  for (std::uint32_t i = place; i-- > first;)
     if (auto lead = leadLikeIn(child(parent, i), own)) return lead;
-  for (std::uint32_t i = place; i < std::min(count, place + kNeighbours); ++i)
+  for (std::uint32_t i = place + 1; i < std::min(count, place + 1 + kNeighbours); ++i)
     if (auto lead = leadLikeIn(child(parent, i), own)) return lead;
   return std::nullopt;
 }

@@ -9,13 +9,12 @@
 
 namespace Tal {
 
-XmlSection::XmlSection(SmartPointer<SectionDocument> document, Xml::NodeIndex node,
-                       std::uint32_t place) noexcept
-    : document_(std::move(document)), node_(node), place_(place) {}
+XmlSection::XmlSection(SmartPointer<SectionDocument> document, Xml::NodeIndex node) noexcept
+    : document_(std::move(document)), node_(node) {}
 
-SmartPointer<DataSection> XmlSection::sectionOf(Xml::NodeIndex node, std::uint32_t place) const {
+SmartPointer<DataSection> XmlSection::sectionOf(Xml::NodeIndex node) const {
   if (node == Xml::kNoNode) return nullptr;
-  return new XmlSection(document_, node, place);
+  return new XmlSection(document_, node);
 }
 
 BasicStringRef XmlSection::tag() const {
@@ -41,8 +40,7 @@ int XmlSection::childCount() const {
 
 SmartPointer<DataSection> XmlSection::child(int index) const {
   if (index < 0 || index >= childCount()) return nullptr;
-  const auto place = static_cast<std::uint32_t>(index);
-  return sectionOf(tree().child(node_, place), place);
+  return sectionOf(tree().child(node_, static_cast<std::uint32_t>(index)));
 }
 
 SmartPointer<DataSection> XmlSection::findChild(BasicStringRef tag) const {
@@ -57,12 +55,12 @@ SmartPointer<DataSection> XmlSection::appendChild(BasicStringRef tag) {
 bool XmlSection::removeChild(const SmartPointer<DataSection>& child) {
   const auto* const section = dynamic_cast<const XmlSection*>(child.get());
   if (section == nullptr || !(section->document_ == document_)) return false;
-  return document_->tree().removeChild(node_, section->node_, section->place_);
+  return document_->tree().removeChild(node_, section->node_);
 }
 
 bool XmlSection::removeChild(BasicStringRef tag) {
   const Xml::NodeIndex found = tree().findChild(node_, tag);
-  return found != Xml::kNoNode && document_->tree().removeChild(node_, found, 0);
+  return found != Xml::kNoNode && document_->tree().removeChild(node_, found);
 }
 
 void XmlSection::removeEvery(BasicStringRef tag) {

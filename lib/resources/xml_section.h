@@ -3,15 +3,12 @@
 #include <resources/data_section.h>
 #include <resources/section_document.h>
 
-#include <cstdint>
-
 namespace Tal {
 
 /// A handle on one element of an XML document.
 class XmlSection final : public DataSection {
  public:
-  /// `place` is where the element stands among its parent's children, when that is known.
-  XmlSection(SmartPointer<SectionDocument> document, Xml::NodeIndex node, std::uint32_t place = 0) noexcept;
+  XmlSection(SmartPointer<SectionDocument> document, Xml::NodeIndex node) noexcept;
 
   BasicStringRef tag() const override;
   std::string value() const override;
@@ -33,11 +30,10 @@ class XmlSection final : public DataSection {
 
  private:
   const Xml::Tree& tree() const noexcept { return document_->tree(); }
-  SmartPointer<DataSection> sectionOf(Xml::NodeIndex node, std::uint32_t place = 0) const;
+  SmartPointer<DataSection> sectionOf(Xml::NodeIndex node) const;
 
   SmartPointer<SectionDocument> document_;
   Xml::NodeIndex node_;
-  std::uint32_t place_;
 };
 
 }  // namespace Tal

@@ -30,6 +30,22 @@ NodeIndex Tree::child(NodeIndex node, std::uint32_t place) const {
   return element.firstChild + place;
 }
 
+std::optional<std::uint32_t> Tree::placeOf(NodeIndex node, NodeIndex child) const {
+  // Children stand in the order of their numbers: parsed ones are neighbours, and later ones are appended.
+  std::uint32_t first = 0;
+  for (std::uint32_t count = childCount(node); count > 0;) {
+    const std::uint32_t half = count / 2;
+    if (this->child(node, first + half) < child) {
+      first += half + 1;
+      count -= half + 1;
+    } else {
+      count = half;
+    }
+  }
+  const bool isFound = first < childCount(node) && this->child(node, first) == child;
+  return isFound ? std::optional(first) : std::nullopt;
+}
+
 NodeIndex Tree::findChild(NodeIndex node, BasicStringRef tag) const {
   const TagId wanted = parsed_.tags.find(tag);
   if (wanted == kNoTag) return kNoNode;

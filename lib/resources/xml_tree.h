@@ -72,6 +72,8 @@ class Tree {
   std::uint32_t childCount(NodeIndex node) const;
   /// `place` is below childCount.
   NodeIndex child(NodeIndex node, std::uint32_t place) const;
+  /// Where a child stands; empty when it is none of `node`.
+  std::optional<std::uint32_t> placeOf(NodeIndex node, NodeIndex child) const;
   /// The first child of that tag; kNoNode when there is none.
   NodeIndex findChild(NodeIndex node, BasicStringRef tag) const;
   /// Whether some element has or had that tag.
@@ -97,9 +99,8 @@ class Tree {
   /// can name an element.
   NodeIndex appendChild(NodeIndex node, BasicStringRef tag);
 
-  /// Removes the child with the white space in front of it. `place` is where it was last known to be. False
-  /// when it is no child of `node`.
-  bool removeChild(NodeIndex node, NodeIndex child, std::size_t place);
+  /// Removes the child with the white space in front of it. False when it is no child of `node`.
+  bool removeChild(NodeIndex node, NodeIndex child);
 
   /// Removes every child of that tag.
   void removeChildren(NodeIndex node, BasicStringRef tag);

@@ -168,16 +168,12 @@ void Tree::noteRemoval(Content& content, BasicStringRef lastBefore) {
   content.tail = {};
 }
 
-bool Tree::removeChild(NodeIndex node, NodeIndex child, std::size_t place) {
-  if (place >= childCount(node) || this->child(node, static_cast<std::uint32_t>(place)) != child) {
-    const std::uint32_t count = childCount(node);
-    for (place = 0; place < count; ++place)
-      if (this->child(node, static_cast<std::uint32_t>(place)) == child) break;
-    if (place == count) return false;
-  }
+bool Tree::removeChild(NodeIndex node, NodeIndex child) {
+  const std::optional<std::uint32_t> place = placeOf(node, child);
+  if (!place) return false;
   Content& content = contentForEdit(node);
-  const BasicStringRef before = content.children[place].before;
-  takeOut(content, place);
+  const BasicStringRef before = content.children[*place].before;
+  takeOut(content, *place);
   noteRemoval(content, before);
   return true;
 }

@@ -46,7 +46,7 @@ std::string withAdditions(Tree& tree) {
 TEST(ThePlainParser, TakesNothingThatTheFullParserRefusesAndReadsItAlike) {
   RandomDocuments documents(1);
   int plainCount = 0;
-  for (int round = 0; round < 20'000; ++round) {
+  for (int round = 0; round < 8'000; ++round) {
     std::string text = documents.document();
     if (round % 4 != 0) text = documents.damaged(std::move(text));
     Tree::Parsed parsed;
@@ -60,12 +60,12 @@ TEST(ThePlainParser, TakesNothingThatTheFullParserRefusesAndReadsItAlike) {
     ASSERT_EQ(outlineOf(plain), outlineOf(*full)) << text;
     ASSERT_EQ(withAdditions(plain), withAdditions(*full)) << text;
   }
-  EXPECT_GT(plainCount, 2'000);
+  EXPECT_GT(plainCount, 500);
 }
 
 TEST(ADocument, WithoutEditsIsWrittenAsItWasRead) {
   RandomDocuments documents(2);
-  for (int round = 0; round < 2'000; ++round) {
+  for (int round = 0; round < 600; ++round) {
     const std::string text = documents.document();
     ParseError error;
     const std::optional<Tree> tree = Tal::Xml::parse(Source::copyOf(text), error);
@@ -91,7 +91,7 @@ void editAnything(Tree& tree, RandomDocuments& documents) {
     case 1:
       if (count != 0) {
         const auto place = static_cast<std::uint32_t>(documents.below(count));
-        EXPECT_TRUE(tree.removeChild(node, tree.child(node, place), documents.below(count)));
+        EXPECT_TRUE(tree.removeChild(node, tree.child(node, place)));
       }
       break;
     case 2:
@@ -107,7 +107,7 @@ void editAnything(Tree& tree, RandomDocuments& documents) {
 
 TEST(ADocument, ReadsBackAsItStandsAfterAnyEdits) {
   RandomDocuments documents(3);
-  for (int round = 0; round < 2'000; ++round) {
+  for (int round = 0; round < 600; ++round) {
     const std::string text = documents.document();
     ParseError error;
     std::optional<Tree> tree = Tal::Xml::parse(Source::copyOf(text), error);
@@ -124,7 +124,7 @@ TEST(ADocument, ReadsBackAsItStandsAfterAnyEdits) {
 
 TEST(ADamagedDocument, IsReadOrRefusedButNeverHarmful) {
   RandomDocuments documents(4);
-  for (int round = 0; round < 5'000; ++round) {
+  for (int round = 0; round < 2'000; ++round) {
     const std::string text = documents.damaged(documents.document());
     ParseError error;
     const std::optional<Tree> tree = Tal::Xml::parse(Source::copyOf(text), error);
