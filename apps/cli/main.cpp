@@ -1,7 +1,10 @@
 #include <cli/commands.h>
 #include <cli/tool.h>
+#include <core/nearest_name.h>
 #include <resources/file_system.h>
 
+#include <fcntl.h>
+#include <unistd.h>
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <exception>
@@ -29,8 +32,11 @@ std::string unmarked(std::string word) {
   return word;
 }
 
-void keepWordsWhole(CLI::App& command) {
-  for (CLI::Option* const option : command.get_options()) option->transform(unmarked);
+void finishOptions(CLI::App& command) {
+  for (CLI::Option* const option : command.get_options()) {
+    option->transform(unmarked);
+    if (option->get_positional()) option->type_name("");  // the help shows its name, which says more
+  }
 }
 
 // The words behind the program's name, last one first, as the parser wants them.
@@ -67,8 +73,8 @@ void describe(CLI::App& program, Tal::cli::Tool& tool) {
   Tal::cli::addState(program, tool);
   Tal::cli::addHealth(program, tool);
   Tal::cli::addWatch(program, tool);
-  keepWordsWhole(program);
-  for (CLI::App* const command : program.get_subcommands({})) keepWordsWhole(*command);
+  finishOptions(program);
+  for (CLI::App* const command : program.get_subcommands({})) finishOptions(*command);
 }
 
 // The command that was meant, as its help is asked for.
@@ -80,6 +86,17 @@ std::string helpCall(const CLI::App& program) {
   return "\"destructibles " + command + "--help\"";
 }
 
+// What is wrong with the words of the command line.
+std::string faultOf(const CLI::App& program, const CLI::ParseError& error) {
+  const std::vector<std::string> unknown = program.remaining();
+  if (!program.get_subcommands().empty() || unknown.empty() || unknown.front().starts_with('-'))
+    return error.what();
+  std::vector<std::string> names;
+  for (const CLI::App* const command : program.get_subcommands({})) names.push_back(command->get_name());
+  return "there is no command " + Tal::quotedName(unknown.front()) +
+         Tal::nameSuggestion(unknown.front(), names);
+}
+
 int reportParsing(const CLI::App& program, const CLI::ParseError& error, Tal::cli::Tool& tool) {
   if (error.get_exit_code() == kDone) {  // help or the version was asked for
     std::ostringstream results;
@@ -88,7 +105,8 @@ int reportParsing(const CLI::App& program, const CLI::ParseError& error, Tal::cl
     tool.print(results.str());
     return kDone;
   }
-  Tal::cli::Tool::say(std::string(error.what()) + "; see " + helpCall(program));
+  const std::string fault = faultOf(program, error);
+  Tal::cli::Tool::say(fault + (fault.ends_with('?') ? " See " : "; see ") + helpCall(program));
   return kWrongUsage;
 }
 
@@ -110,9 +128,18 @@ int run(int argc, char** argv, Tal::cli::Tool& tool) {
   return kDone;
 }
 
+// A standard file that the caller has closed must not become the first file that is opened: results would be
+// written into it. Writing to the stand-in fails.
+void occupyStandardFiles() {
+  for (int file = STDIN_FILENO; file <= STDERR_FILENO; ++file) {
+    if (::fcntl(file, F_GETFD) < 0) static_cast<void>(::open("/dev/null", O_RDONLY));
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  occupyStandardFiles();
   // A reader that goes away and a limit on file sizes are noticed by the write that fails.
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);

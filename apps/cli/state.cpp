@@ -4,8 +4,8 @@
 #include <cli/tool.h>
 #include <core/nearest_name.h>
 
-#include <limits>
 #include <CLI/CLI.hpp>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>

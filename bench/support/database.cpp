@@ -11,8 +11,12 @@ constexpr int kFallingAtomsPerGroup = 3;
 constexpr int kModules = 9;
 constexpr int kStates = 3;
 
-bool isStructure(int index) { return index % kGroup == 0; }
-bool isFallingAtom(int index) { return index % kGroup > 0 && index % kGroup <= kFallingAtomsPerGroup; }
+bool isStructure(int index) {
+  return index % kGroup == 0;
+}
+bool isFallingAtom(int index) {
+  return index % kGroup > 0 && index % kGroup <= kFallingAtomsPerGroup;
+}
 
 void appendKey(std::string& text, int depth, const char* key, const std::string& value) {
   text.append(static_cast<std::size_t>(depth), '\t');
@@ -27,7 +31,9 @@ void closeTag(std::string& text, int depth, const char* tag) {
   text.append(static_cast<std::size_t>(depth), '\t').append("</").append(tag).append(">\n");
 }
 
-std::string effectName(int number) { return "inf_bld_UNI_" + std::to_string(number % 700) + "_Base_02"; }
+std::string effectName(int number) {
+  return "inf_bld_UNI_" + std::to_string(number % 700) + "_Base_02";
+}
 
 void appendFragile(std::string& text, int index) {
   openTag(text, 2, "entry");
@@ -87,7 +93,8 @@ void appendStructure(std::string& text, int index) {
 }
 
 template <class Holds>
-void appendCategory(std::string& text, const char* tag, int modelCount, Holds holds, void (*append)(std::string&, int)) {
+void appendCategory(std::string& text, const char* tag, int modelCount, Holds holds,
+                    void (*append)(std::string&, int)) {
   openTag(text, 1, tag);
   for (int index = 0; index < modelCount; ++index) {
     if (holds(index)) append(text, index);
@@ -98,11 +105,12 @@ void appendCategory(std::string& text, const char* tag, int modelCount, Holds ho
 }  // namespace
 
 std::string modelName(int index) {
-  static constexpr std::array<const char*, 5> kFolders = {"buildings", "environment", "militaryenvironment", "railway",
-                                                          "gatesandfences"};
+  static constexpr std::array<const char*, 5> kFolders = {"buildings", "environment", "militaryenvironment",
+                                                          "railway", "gatesandfences"};
   const std::string number = std::to_string(index);
-  return "content/" + std::string(kFolders[static_cast<std::size_t>(index) % kFolders.size()]) + "/district_" +
-         std::to_string(index % 37) + "/bld_" + number + "/normal/lod0/bld_" + number + ".model";
+  return "content/" + std::string(kFolders[static_cast<std::size_t>(index) % kFolders.size()]) +
+         "/district_" + std::to_string(index % 37) + "/bld_" + number + "/normal/lod0/bld_" + number +
+         ".model";
 }
 
 std::string makeDatabase(int modelCount) {

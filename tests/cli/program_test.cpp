@@ -41,7 +41,9 @@ TEST_F(TheProgram, PrintsItsVersion) {
 }
 
 TEST_F(TheProgram, RefusesWrongUsageWithAHint) {
-  EXPECT_THAT(misuse({"shwo", kCrate}), testing::EndsWith("; see \"destructibles --help\""));
+  EXPECT_EQ(misuse({"shwo", kCrate}),
+            "there is no command \"shwo\"; did you mean \"show\"? See \"destructibles --help\"");
+  EXPECT_EQ(misuse({"--root", "."}), "A subcommand is required; see \"destructibles --help\"");
   EXPECT_THAT(misuse({"--rot", ".", "list"}), testing::EndsWith("; see \"destructibles --help\""));
   EXPECT_THAT(misuse({"list", "--jsn"}), testing::EndsWith("; see \"destructibles list --help\""));
   EXPECT_THAT(misuse({"show"}), testing::EndsWith("; see \"destructibles show --help\""));
@@ -154,6 +156,19 @@ TEST_F(OnATerminal, NothingIsColouredForThoseWhoWantNone) {
   const std::string text = show({{"NO_COLOR", "1"}});
   EXPECT_THAT(text, testing::StartsWith("content/props/crate.model"));
   EXPECT_EQ(text.find('\x1b'), std::string::npos);
+}
+
+TEST_F(TheProgram, FailsWhenStandardOutputIsClosedAndWritesItsResultsNowhere) {
+  writeDatabase(
+      "<root><fragiles><entry><filename>content/props/crate.model</filename></entry></fragiles></root>");
+  const ProcessResult result = support::runProcess(
+      "/bin/sh", {"-c", "exec \"$@\" >&-", "sh", DESTRUCTIBLES_PROGRAM, "set", kCrate, "health=7"},
+      {.folder = folder_.path()});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.err,
+            "destructibles: the results could not be written to standard output: Bad file descriptor\n");
+  EXPECT_THAT(readDatabase(), testing::HasSubstr("<health>7</health>"));
+  EXPECT_THAT(readDatabase(), testing::EndsWith("</root>"));
 }
 
 TEST_F(TheProgram, EndsQuietlyWhenItsReaderGoesAway) {
