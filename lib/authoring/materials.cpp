@@ -8,6 +8,8 @@
 namespace Tal::authoring {
 namespace {
 
+constexpr unsigned kLastDigit = 9;  // the greatest number that a name gives
+
 // The names that the helper takes for those of undamaged and destroyed parts.
 constexpr const char* kPartNames = R"((?:[nd]|part[ND][\s\S])[\s\S]*)";
 
@@ -21,16 +23,36 @@ std::optional<unsigned> partOf(const KsDestructiblesHelper& helper, const Materi
   if (material.materialClass != MaterialClass::undamaged &&
       material.materialClass != MaterialClass::destroyed)
     return std::nullopt;
-  if (material_kinds::isUndamaged(material.kind)) return material.kind - material_kinds::kFirstUndamaged;
-  if (material_kinds::isDestroyed(material.kind)) return material.kind - material_kinds::kFirstDestroyed;
-  return helper.getMaterialNumericID(material.name);
+  const std::optional<unsigned> part = material_kinds::partOf(material.kind);
+  return part ? *part : helper.getMaterialNumericID(material.name);
+}
+
+// The kind that a name of a part asks for by the number that it ends in; none for every other name.
+std::optional<unsigned> kindByName(const KsDestructiblesHelper& helper, const std::string& name) {
+  const unsigned number = helper.getMaterialNumericID(name);
+  if (helper.isDestroyedMaterialName(name)) return material_kinds::kFirstDestroyed + number;
+  if (helper.isUndamagedMaterialName(name)) return material_kinds::kFirstUndamaged + number;
+  return std::nullopt;
+}
+
+std::string disorderAdvice(const KsDestructiblesHelper& helper, const std::string& name) {
+  const unsigned kind = helper.getMaterialKind(name);
+  if (!helper.getMaterialDependencies(kind).empty())
+    return "that is in order if it ends in the number of a part that it depends on";
+  const std::optional<unsigned> wanted = kindByName(helper, name);
+  if (!wanted) return "rename it: only names of parts (n..., d...) end in a number";
+  if (material_kinds::partOf(kind).value_or(0) > kLastDigit)
+    return "of a number above 9 only the last digit counts, so it cannot agree";
+  return "rename it or give it kind " + std::to_string(*wanted);
 }
 
 std::string disorderText(const KsDestructiblesHelper& helper, const std::string& name) {
-  return "material " + quotedName(name) + " ends in part number " +
-         std::to_string(helper.getMaterialNumericID(name)) + ", but its kind " +
-         std::to_string(helper.getMaterialKind(name)) +
-         " is not that part; rename it or give it another kind, unless the number is that of another part";
+  const bool hasNumber = name.find_last_of("0123456789") == name.size() - 1;
+  return "material " + quotedName(name) +
+         (hasNumber ? " ends in part number " + std::to_string(helper.getMaterialNumericID(name))
+                    : " ends in no part number, which stands for 0") +
+         ", but its kind " + std::to_string(helper.getMaterialKind(name)) + " is not of that part; " +
+         disorderAdvice(helper, name);
 }
 
 std::string defaultText(const std::string& name) {

@@ -119,9 +119,10 @@ std::string writeModelFiles(const ModelDescription& description, const fs::path&
        {modelNameOf(description.stem), modelText(description)}}};
   FileSet set;
   for (const auto& [resource, content] : contents) {
-    const std::optional<fs::path> target = files.locationFor(resource);
-    if (!target) return quotedName(resource) + " lies outside of the resource root";
-    std::string fault = faultOf(resource, *target, overwrite);
+    std::string fault;
+    const std::optional<fs::path> target = files.locationFor(resource, &fault);
+    if (!target) return quotedName(resource) + ' ' + fault;
+    fault = faultOf(resource, *target, overwrite);
     if (!fault.empty()) return fault;
     set.add(*target, content);
   }

@@ -42,15 +42,16 @@ void reportName(BasicStringRef name, const std::string& refusal) {
 }  // namespace
 
 struct MultiFileSystem::State {
-  /// Where a resource is; with `mayBeNew` else where it would be made. A refusal is reported.
-  std::optional<fs::path> placeOf(BasicStringRef resourceName, bool mayBeNew) const;
+  /// Where a resource is; with `mayBeNew` else where it would be made. Empty with the reason when refused.
+  std::optional<fs::path> placeOf(BasicStringRef resourceName, bool mayBeNew, std::string& refusal) const;
 
   std::vector<fs::path> roots;
   std::unique_ptr<ResourceMonitor> monitor;
 };
 
-std::optional<fs::path> MultiFileSystem::State::placeOf(BasicStringRef resourceName, bool mayBeNew) const {
-  std::string refusal = refusalOf(resourceName);
+std::optional<fs::path> MultiFileSystem::State::placeOf(BasicStringRef resourceName, bool mayBeNew,
+                                                        std::string& refusal) const {
+  refusal = refusalOf(resourceName);
   std::optional<fs::path> place;
   if (refusal.empty()) {
     const std::string name = normalisedName(resourceName);
@@ -64,9 +65,7 @@ std::optional<fs::path> MultiFileSystem::State::placeOf(BasicStringRef resourceN
       refusal = refusalOfPlace(roots.front(), *place);
     }
   }
-  if (refusal.empty()) return place;
-  reportName(resourceName, refusal);
-  return std::nullopt;
+  return refusal.empty() ? place : std::nullopt;
 }
 
 MultiFileSystem::MultiFileSystem(std::vector<fs::path> roots) : state_(std::make_unique<State>()) {
@@ -92,11 +91,22 @@ std::string MultiFileSystem::refusalOf(BasicStringRef resourceName) {
 }
 
 std::optional<fs::path> MultiFileSystem::find(BasicStringRef resourceName) const {
-  return state_->placeOf(resourceName, false);
+  std::string refusal;
+  auto place = state_->placeOf(resourceName, false, refusal);
+  if (!refusal.empty()) reportName(resourceName, refusal);
+  return place;
 }
 
-std::optional<fs::path> MultiFileSystem::locationFor(BasicStringRef resourceName) const {
-  return state_->placeOf(resourceName, true);
+std::optional<fs::path> MultiFileSystem::locationFor(BasicStringRef resourceName,
+                                                     std::string* refusal) const {
+  std::string reason;
+  auto place = state_->placeOf(resourceName, true, reason);
+  if (refusal != nullptr) {
+    *refusal = std::move(reason);
+  } else if (!reason.empty()) {
+    reportName(resourceName, reason);
+  }
+  return place;
 }
 
 MonitorThreadBase* MultiFileSystem::getFilesystemMonitor() {

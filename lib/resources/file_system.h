@@ -34,8 +34,10 @@ class MultiFileSystem {
   std::optional<std::filesystem::path> find(BasicStringRef resourceName) const;
 
   /// Where a resource is, or would be made in the first root; empty when the name is refused or there is no
-  /// root.
-  std::optional<std::filesystem::path> locationFor(BasicStringRef resourceName) const;
+  /// root. The reason of a refusal goes to `refusal` ("leads out of its root through a link"), or is reported
+  /// where that is null.
+  std::optional<std::filesystem::path> locationFor(BasicStringRef resourceName,
+                                                   std::string* refusal = nullptr) const;
 
   /// Why a name can never name a resource ("is absolute", "climbs out of its root", ...); empty when it can.
   static std::string refusalOf(BasicStringRef resourceName);

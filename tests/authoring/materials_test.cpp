@@ -48,16 +48,34 @@ TEST_F(Materials, WithoutAKindAreNamedWhenTheirNamesExpectAPart) {
             "material \"d_b\" is named as a part but has no kind (0); give it one of 73 to 100");
 }
 
-TEST_F(Materials, WhoseKindIsNotThatOfTheirNumberAreNamed) {
-  const auto session = withMaterials({{"partN3", 77}, {"partN4", 77}, {"glass7", 0}});
-  const std::vector<MaterialWarning> warnings = session->materialWarnings();
-  ASSERT_EQ(warnings.size(), 2U);
-  EXPECT_EQ(warnings[0].material, "glass7");
-  EXPECT_EQ(materialWarningName(warnings[1].code), "disordered-kind");
-  EXPECT_EQ(
-      warnings[1].text,
-      "material \"partN3\" ends in part number 3, but its kind 77 is not that part; rename it or give it "
-      "another kind, unless the number is that of another part");
+TEST_F(Materials, WhoseKindIsNotThatOfTheirNumberAreNamedWithWhatToDo) {
+  const auto session = withMaterials({{"n_a_2_1", 75},
+                                      {"n_b_1", 74},
+                                      {"partN3", 77},
+                                      {"partN4", 77},
+                                      {"partN12", 85},
+                                      {"d_roof", 88},
+                                      {"glass7", 0}});
+  std::vector<std::string> texts;
+  for (const MaterialWarning& warning : session->materialWarnings()) {
+    EXPECT_EQ(materialWarningName(warning.code), "disordered-kind");
+    EXPECT_THAT(warning.text, testing::StartsWith("material \"" + warning.material + "\" ends in "));
+    texts.push_back(warning.text);
+  }
+  EXPECT_THAT(
+      texts,
+      testing::ElementsAre(
+          "material \"d_roof\" ends in no part number, which stands for 0, but its kind 88 is not of that "
+          "part; rename it or give it kind 87",
+          "material \"glass7\" ends in part number 7, but its kind 0 is not of that part; rename it: only "
+          "names of parts (n..., d...) end in a number",
+          "material \"n_a_2_1\" ends in part number 1, but its kind 75 is not of that part; that is in order "
+          "if it ends in the number of a part that it depends on",
+          "material \"partN12\" ends in part number 2, but its kind 85 is not of that part; of a number "
+          "above "
+          "9 only the last digit counts, so it cannot agree",
+          "material \"partN3\" ends in part number 3, but its kind 77 is not of that part; rename it or give "
+          "it kind 76"));
 }
 
 TEST_F(Materials, WithVeryLongNamesAreClassified) {

@@ -153,8 +153,8 @@ materials in the state undamaged
   s_ground    0     static     -     yes      -
 
 warnings
-  material "n_roof_3_1" ends in part number 1, but its kind 76 is not that part; rename it or give it another kind, unless the number is that of another part
-  material "n_window_5" ends in part number 5, but its kind 75 is not that part; rename it or give it another kind, unless the number is that of another part
+  material "n_roof_3_1" ends in part number 1, but its kind 76 is not of that part; that is in order if it ends in the number of a part that it depends on
+  material "n_window_5" ends in part number 5, but its kind 75 is not of that part; rename it or give it kind 78
 )");
 }
 

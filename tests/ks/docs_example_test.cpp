@@ -3,20 +3,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <ks/signal.h>
+#include <support/document.h>
+#include <support/temporary_folder.h>
 
-#include <algorithm>
-#include <fstream>
-#include <iterator>
-#include <sstream>
-#include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 // [shown]
 class HealthPanel {
@@ -86,56 +81,12 @@ TEST(TheDocumentedNewcomer, WaitsForTheNextRaise) {
   // [/shown]
 }
 
-std::string textOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw std::runtime_error("cannot read " + path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/// `block` without the indentation of its first line.
-std::string unindented(const std::vector<std::string>& block) {
-  std::string text;
-  const std::size_t indentation = block.empty() ? 0 : block.front().find_first_not_of(' ');
-  for (const std::string& line : block) text += line.substr(std::min(indentation, line.size())) + "\n";
-  return text;
-}
-
-/// The texts between every line that is `begin` and the next that is `end`, apart from indentation.
-std::vector<std::string> blocksBetween(const std::string& text, const std::string& begin,
-                                       const std::string& end) {
-  std::vector<std::string> blocks;
-  std::vector<std::string> block;
-  bool isInside = false;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    const std::string content = line.substr(std::min(line.find_first_not_of(' '), line.size()));
-    if (!isInside && content == begin) {
-      isInside = true;
-    } else if (isInside && content == end) {
-      isInside = false;
-      blocks.push_back(unindented(std::exchange(block, {})));
-    } else if (isInside) {
-      block.push_back(line);
-    }
-  }
-  return blocks;
-}
-
 TEST(TheSignalsPage, ShowsExactlyTheCodeThatIsTestedHere) {
   const std::string root = DESTRUCTIBLES_SOURCE_DIR;
-  const auto tested =
-      blocksBetween(textOf(root + "/tests/ks/docs_example_test.cpp"), "// [shown]", "// [/shown]");
-  const auto shown = blocksBetween(textOf(root + "/docs/signals.md"), "```cpp", "```");
+  const auto tested = support::blocksBetween(support::readFile(root + "/tests/ks/docs_example_test.cpp"),
+                                             "// [shown]", "// [/shown]");
   EXPECT_EQ(tested.size(), 5U);
-  EXPECT_EQ(shown, tested);
-}
-
-TEST(TheComparisonWithThePage, FindsBlocksAndIgnoresTheirIndentation) {
-  EXPECT_THAT(blocksBetween("a\n```cpp\nx\n  y\n```\nb\n```cpp\n```\n", "```cpp", "```"),
-              ElementsAre("x\n  y\n", ""));
-  EXPECT_THAT(blocksBetween("  // [shown]\n  x\n\n    y\n  // [/shown]\n", "// [shown]", "// [/shown]"),
-              ElementsAre("x\n\n  y\n"));
-  EXPECT_THAT(blocksBetween("no block\n", "```cpp", "```"), IsEmpty());
+  EXPECT_EQ(support::blocksBetween(support::readFile(root + "/docs/signals.md"), "```cpp", "```"), tested);
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 namespace Tal::material_kinds {
 
 inline constexpr unsigned kNone = 0;
@@ -16,6 +18,14 @@ constexpr bool isUndamaged(unsigned kind) noexcept {
 }
 constexpr bool isDestroyed(unsigned kind) noexcept {
   return kind >= kFirstDestroyed && kind <= kLastDestroyed;
+}
+
+/// The number of the part, 0 to 13, that an undamaged or a destroyed kind belongs to; none for every other
+/// kind.
+constexpr std::optional<unsigned> partOf(unsigned kind) noexcept {
+  if (isUndamaged(kind)) return kind - kFirstUndamaged;
+  if (isDestroyed(kind)) return kind - kFirstDestroyed;
+  return std::nullopt;
 }
 
 }  // namespace Tal::material_kinds
