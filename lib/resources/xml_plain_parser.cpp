@@ -17,7 +17,7 @@ enum CharacterClass : std::uint8_t {
   kNameStart = 1,
   kName = 2,
   kSpace = 4,
-  kText = 8,  ///< ASCII that stands for itself in text, "]" excepted
+  kText = 8,  ///< ASCII that stands for itself in text, "]" and what a line end is made of excepted
 };
 
 constexpr std::array<std::uint8_t, 256> makeClasses() {
@@ -26,7 +26,7 @@ constexpr std::array<std::uint8_t, 256> makeClasses() {
     const bool isLetter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':';
     const bool isDigit = (c >= '0' && c <= '9') || c == '-' || c == '.';
     const bool isBlank = isSpace(static_cast<char>(c));
-    const bool isText = (c >= 0x20 && c < 0x80 && c != '<' && c != '&' && c != ']') || isBlank;
+    const bool isText = (c >= 0x20 && c < 0x80 && c != '<' && c != '&' && c != ']') || (isBlank && c != '\r');
     classes[c] = static_cast<std::uint8_t>((isLetter ? kNameStart | kName : 0) | (isDigit ? kName : 0) |
                                            (isBlank ? kSpace : 0) | (isText ? kText : 0));
   }
@@ -68,9 +68,16 @@ class PlainParser {
     return isHere;
   }
 
+  /// Goes on to the first character that is of none of the classes.
+  void skip(unsigned classes) noexcept {
+    std::size_t at = at_;  // a local, which the compiler keeps in a register
+    while (at < text_.size() && isOf(text_[at], classes)) ++at;
+    at_ = at;
+  }
+
   bool skipSpace() noexcept {
     const std::size_t begin = at_;
-    while (at_ < text_.size() && isOf(text_[at_], kSpace)) ++at_;
+    skip(kSpace);
     return at_ != begin;
   }
 
@@ -110,7 +117,7 @@ class PlainParser {
   /// Any character that XML can hold.
   bool character() noexcept {
     const char c = text_[at_];
-    if (isOf(c, kText) || c == '<' || c == '&' || c == ']') {
+    if (isOf(c, kText | kSpace) || c == '<' || c == '&' || c == ']') {
       ++at_;
       return true;
     }
@@ -122,8 +129,7 @@ class PlainParser {
 
   BasicStringRef name() noexcept {
     const std::size_t begin = at_;
-    if (at_ < text_.size() && isOf(text_[at_], kNameStart)) ++at_;
-    while (at_ != begin && at_ < text_.size() && isOf(text_[at_], kName)) ++at_;
+    if (at_ < text_.size() && isOf(text_[at_], kNameStart)) skip(kName);
     return text_.substr(begin, at_ - begin);
   }
 
@@ -166,26 +172,28 @@ class PlainParser {
     return take(quote);
   }
 
-  bool endTag() {
+  /// An end tag behind text that begins at `textBegin`.
+  bool endTag(std::size_t textBegin) {
     const std::size_t begin = at_;
     at_ += 2;
     if (!take(tags_.text(builder_.innermost()))) return false;
     skipSpace();
     if (!take('>')) return false;
-    builder_.end(begin);
+    builder_.end(begin, textBegin == builder_.contentBegin());
     return true;
   }
 
   /// Text up to the next tag, and that tag.
   bool content() {
-    while (at_ < text_.size() && isOf(text_[at_], kText)) ++at_;
+    const std::size_t begin = at_;
+    skip(kText);
     if (at_ + 1 >= text_.size()) return false;
     const char c = text_[at_];
     if (c == '&') return reference();
     if (c == ']') return !isAt("]]>") && character();
     if (c != '<') return character();
     const char next = text_[at_ + 1];
-    if (next == '/') return endTag();
+    if (next == '/') return endTag(begin);
     if (next == '!') return isAt("<!--") && comment();
     return element();
   }

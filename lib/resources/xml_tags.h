@@ -10,7 +10,7 @@
 namespace Tal::Xml {
 
 using TagId = std::uint32_t;
-constexpr TagId kNoTag = 0x3FFFFFFF;
+constexpr TagId kNoTag = 0x1FFFFFFF;
 
 /// The element names of one document, each stored once, so that comparing names compares numbers. The texts
 /// are held as views: they must live as long as the table.

@@ -86,7 +86,7 @@ BasicStringRef Tree::text(NodeIndex node, std::string& scratch) const {
   const Node& element = parsed_.nodes[node];
   if (element.hasContent == 0 && element.childCount == 0) {
     const BasicStringRef raw = sourceText(element.contentBegin, element.contentEnd);
-    if (isPlain(raw)) return trimmed(raw);
+    if (element.isVerbatim != 0 || isPlain(raw)) return trimmed(raw);
   }
   scratch.clear();
   for (const BasicStringRef gap : gapsOf(node)) decode(gap, parsed_.entities, scratch);

@@ -25,7 +25,8 @@ struct Node {
   std::uint32_t begin = 0;         ///< of the start tag
   std::uint32_t contentBegin = 0;  ///< behind the start tag
   std::uint32_t contentEnd = 0;    ///< at the end tag; for <a/> the same as contentBegin
-  TagId tag : 30 = 0;
+  TagId tag : 29 = 0;
+  std::uint32_t isVerbatim : 1 = 0;  ///< its content is text alone, which stands for itself
   std::uint32_t hasContent : 1 = 0;  ///< its children or text are no longer those of the source
   std::uint32_t isChanged : 1 = 0;   ///< it or something below it is no longer as in the source
   NodeIndex firstChild = 0;

@@ -21,6 +21,9 @@ class TreeBuilder {
   /// The tag of the innermost open element, of which there is one.
   TagId innermost() const noexcept { return open_.back().node.tag; }
 
+  /// Where the content of the innermost open element begins.
+  std::size_t contentBegin() const noexcept { return open_.back().node.contentBegin; }
+
   /// A start tag, which begins at `begin` and ends in front of `contentBegin`.
   void start(std::size_t begin, std::size_t contentBegin, TagId tag) {
     Node node;
@@ -30,9 +33,10 @@ class TreeBuilder {
     open_.push_back({node, finished_.size()});
   }
 
-  /// The end tag of the innermost open element.
-  void end(std::size_t contentEnd) {
+  /// The end tag of the innermost open element; `isVerbatim` as Node has it.
+  void end(std::size_t contentEnd, bool isVerbatim = false) {
     Open& ended = open_.back();
+    ended.node.isVerbatim = isVerbatim ? 1 : 0;
     ended.node.contentEnd = static_cast<std::uint32_t>(contentEnd);
     if (finished_.size() != ended.firstFinished) takeChildren(ended);
     finished_.push_back(ended.node);
