@@ -45,6 +45,7 @@ NamePair splitAt(const std::string& option, const std::string& form, const std::
 std::vector<NamePair> namePairs(const std::string& option, const std::string& form,
                                 const std::vector<std::string>& texts) {
   std::vector<NamePair> pairs;
+  pairs.reserve(texts.size());
   for (const std::string& text : texts) pairs.push_back(splitAt(option, form, text, text.find('=')));
   return pairs;
 }

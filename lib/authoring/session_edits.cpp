@@ -80,7 +80,7 @@ void checkPhysicParams(const std::string& value, Outcome& outcome) {
 
 void checkTag(const std::string& value, Outcome& outcome) {
   if (value != UNDEFINED_EFFECT) return;
-  outcome.warnings.push_back("achievementTag: \"none\" stands for no tag and is not stored");
+  outcome.warnings.emplace_back("achievementTag: \"none\" stands for no tag and is not stored");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <core/nearest_name.h>
 #include <destructibles/ks_destructibles_helper/fixed_names.h>
 #include <resources/data_section.h>
+#include <resources/data_section_cache.h>
 #include <resources/save_group.h>
 
 #include <utility>
@@ -110,7 +111,10 @@ void Session::forgetStatesOfFile() {
 Outcome Session::saveNone() {
   SaveGroup saves;
   helper().saveConfig();
-  if (!saves.commit()) return refused(kNotWritten);
+  if (!saves.commit()) {
+    DataSectionCache::discard(fixed_names::kDestructiblesXml);
+    return refused(kNotWritten);
+  }
   const std::optional<FileEntries> file = readEntries(modelName());
   if (!file || !file->sections.empty()) {
     return refused("entries of " + quotedName(modelName()) + " are still in " +

@@ -23,6 +23,7 @@ namespace Tal {
 
 class DataSection;
 class KsMaterialDisabler;
+class MatrixProvider;
 class SuperModel;
 
 /// The effect name that stands for no effect; the writer treats it as not set.
@@ -52,6 +53,9 @@ struct DESTRUCTIBLES_API KsDestructibleModuleDesc : mio::Object {
   mutable mio::RecordSignal<void(mio::SetterFlags)> changed;
   /// Raised when the effect hard point of this record was set through reflection.
   mutable mio::RecordSignal<void()> hardPointChanged;
+
+  /// How panels show and edit the record; never null.
+  const mio::MetaObject* metaObject() const override;
 };
 
 /// A fragile object. What is said of the module record holds here too.
@@ -70,6 +74,9 @@ struct DESTRUCTIBLES_API KsDestructibleFragileDesc : mio::Object {
   mutable mio::RecordSignal<void(mio::SetterFlags)> changed;
   /// Raised when the effect hard point of this record was set through reflection.
   mutable mio::RecordSignal<void()> hardPointChanged;
+
+  /// How panels show and edit the record; never null.
+  const mio::MetaObject* metaObject() const override;
 };
 
 /// A falling atom. What is said of the module record holds here too.
@@ -86,6 +93,9 @@ struct DESTRUCTIBLES_API KsDestructibleFallingAtomDesc : mio::Object {
 
   /// Raised when a property of this record was set through reflection.
   mutable mio::RecordSignal<void(mio::SetterFlags)> changed;
+
+  /// How panels show and edit the record; never null.
+  const mio::MetaObject* metaObject() const override;
 };
 
 /// The destructible settings of one open model, over the database "scripts/destructibles.xml".
@@ -110,9 +120,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// destroyed, classifies the model, makes the entries that its category lacks, applies the state
   /// "undamaged" and listens for changes of the file. Without a model the helper is empty. A null disabler is
   /// reported and shows nothing.
-  explicit KsDestructiblesHelper(SuperModel* superModel = nullptr,
-                                 const std::string& modelName = std::string(),
-                                 KsMaterialDisabler* materialDisabler = nullptr);
+  KsDestructiblesHelper(SuperModel* superModel = nullptr, const std::string& modelName = std::string(),
+                        KsMaterialDisabler* materialDisabler = nullptr);
 
   /// Stops listening and drops the model's entries that were only made in memory. The next helper reads the
   /// file anew.
@@ -156,9 +165,9 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   bool loadConfig(bool force);
 
   /// Writes the model's entry to the file, drops its other entries and reloads the tables. False when the
-  /// file could not be opened or written (then the file is as it was, the edits stay in the tables and a
-  /// critical message was logged), and for a model of no category, whose entries are removed from the file
-  /// all the same.
+  /// file could not be opened or written: then the file is as it was, the edits stay in the tables, and a
+  /// critical message has said why it could not be written. False also for a model of no category, whose
+  /// entries are removed from the file all the same.
   bool saveConfig();
 
   /// True while the model's entries were made in memory and are not in the file.
@@ -323,8 +332,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   void collectMaterialDependencies();
 
   // Loading.
-  void readFragile(const std::string& model, const DataSection& entry);
-  void readFallingAtom(const std::string& model, const DataSection& entry);
+  static void readFragile(const std::string& model, const DataSection& entry);
+  static void readFallingAtom(const std::string& model, const DataSection& entry);
   void readStructure(const std::string& model, DataSection& entry);
 
   // Writing.
@@ -376,5 +385,22 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   static std::map<std::string, KsDestructibleFallingAtomDesc> s_destrFallingAtomMap;
   static bool s_hasLoadedDestrXml;
 };
+
+/// @name Scene
+/// Independent of the helper and the database. Main thread only.
+/// @{
+
+/// Hides trees that are close to the camera, or shows them again; nothing happens without a tree renderer.
+DESTRUCTIBLES_API void ks_enableTreeHiding(bool enable);
+
+/// Sets the tree renderer's two hiding radii; nothing happens without a tree renderer.
+DESTRUCTIBLES_API void ks_setTreeHidingRadius(float hiddenRadius, float fadeRadius);
+
+/// A snapshot of the world matrix of one chunk of a space; the identity for a chunk that the space does not
+/// have. Empty when there is no such space, and, with a development assertion, when the space has no
+/// destruction data.
+DESTRUCTIBLES_API std::shared_ptr<MatrixProvider> ks_getChunkMatrix(int spaceId, int chunkId);
+
+/// @}
 
 }  // namespace Tal

@@ -1,22 +1,81 @@
 #pragma once
 
-#include <cstdint>
+#include <core/string_ref.h>
+#include <mio/setter_flags.h>
+
+#include <memory>
+#include <vector>
 
 namespace mio {
 
-/// How a property was set; slots of a record's change signal receive it.
-enum class SetterFlags : std::uint32_t {
-  none = 0,
-};
+class BoundProperty;
+class MetaObject;
+class Property;
 
-/// The base of every record that describes itself. A copy is an object of its own: what the library keeps for
-/// an object is never copied with it.
+/// The base of everything that describes itself: records, and the objects of an editor's tree.
+///
+/// An object may have a parent and children; it owns neither. What the library keeps for an object is its
+/// own: a copy starts without parent and children, and assignment leaves both objects' in place. Main thread
+/// only.
 class Object {
  public:
-  Object();
-  Object(const Object& other);
-  Object& operator=(const Object& other);
+  Object() noexcept;
+  Object(const Object& other) noexcept;
+  Object& operator=(const Object& other) noexcept;
+  /// The children are without a parent then.
   virtual ~Object();
+
+  /// What is registered for the object's type; null when nothing is.
+  virtual const MetaObject* metaObject() const;
+
+  /// @name The tree
+  /// @{
+
+  /// Null at the top.
+  Object* parent() const noexcept;
+
+  /// Makes this the last child of `parent`; null takes it out of the tree. False, with no effect, when
+  /// `parent` is this object or below it.
+  bool setParent(Object* parent);
+
+  /// In the order in which they came; valid until the next change.
+  const std::vector<Object*>& children() const noexcept;
+
+  /// @}
+  /// @name Properties
+  /// @{
+
+  /// The property of that display name, of the meta-object or else of this object alone; not valid when there
+  /// is none.
+  BoundProperty property(Tal::BasicStringRef name);
+
+  /// Those of the meta-object in the order of their registration, then those of this object alone.
+  std::vector<BoundProperty> properties();
+
+  /// @}
+
+ protected:
+  /// Properties that only this object has and no meta-object knows; they live as long as the object.
+  virtual std::vector<const Property*> ownProperties() const;
+
+ private:
+  friend class WeakObject;
+
+  struct Kin;
+  Kin& kin() const;
+
+  mutable std::unique_ptr<Kin> kin_;  // most objects have none
+};
+
+/// Knows whether an object still lives. Main thread only.
+class WeakObject {
+ public:
+  explicit WeakObject(const Object& object);
+
+  bool isAlive() const noexcept { return *isAlive_; }
+
+ private:
+  std::shared_ptr<const bool> isAlive_;
 };
 
 }  // namespace mio

@@ -15,6 +15,10 @@ class DataSectionCache {
   /// handles on it stay valid. A document whose save failed or waits for a SaveGroup is kept.
   static void purge(BasicStringRef path, bool recursive);
 
+  /// Forgets the cached document of a resource with all its unsaved edits, also when their save failed: for a
+  /// caller who holds elsewhere what is to be saved, and will write it again into the file as it is then.
+  static void discard(BasicStringRef path);
+
   /// Forgets every document, unsaved edits included; for the end of a program or a test.
   static void clear();
 };

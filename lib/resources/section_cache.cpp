@@ -83,12 +83,20 @@ void SectionCache::purge(BasicStringRef resourceName, bool recursive) {
     forget(entry->second.document);
 }
 
+void SectionCache::discard(BasicStringRef resourceName) {
+  entries_.erase(normalisedName(resourceName));
+}
+
 void SectionCache::clear() {
   entries_.clear();
 }
 
 void DataSectionCache::purge(BasicStringRef path, bool recursive) {
   SectionCache::instance().purge(path, recursive);
+}
+
+void DataSectionCache::discard(BasicStringRef path) {
+  SectionCache::instance().discard(path);
 }
 
 void DataSectionCache::clear() {

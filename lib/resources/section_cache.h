@@ -20,6 +20,7 @@ class SectionCache {
 
   /// See DataSectionCache.
   void purge(BasicStringRef resourceName, bool recursive);
+  void discard(BasicStringRef resourceName);
   void clear();
 
  private:

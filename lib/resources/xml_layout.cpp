@@ -60,7 +60,8 @@ std::string Tree::leadForFirstChild(NodeIndex node) const {
 std::optional<std::string> Tree::leadByNeighbours(NodeIndex node) const {
   const NodeIndex parent = parents_[node];
   if (parent == kNoNode) return std::nullopt;
-  const std::optional<std::uint32_t> found = placeOf(parent, node);
+  const std::optional<std::uint32_t> found =
+      placeOf(parent, node);  // NOLINT(readability-suspicious-call-argument)
   if (!found) return std::nullopt;
   const std::uint32_t place = *found;
   const std::uint32_t count = childCount(parent);

@@ -122,6 +122,11 @@ TEST_F(TheHealth, OfTheEnvironmentFollowsTheVolumeFrom3On) {
   EXPECT_THAT(messages_.messages(), IsEmpty());
 }
 
+TEST_F(TheHealth, OfTheEnvironmentIs1WhenTheVolumeIsNoNumber) {
+  writeVisual("a/environment/rock.visual", "1e30 1e30 0");  // too large a product, times nothing
+  EXPECT_EQ(ofModel("a/environment/rock.model"), 1);
+}
+
 TEST_F(TheHealth, OfTheEnvironmentIsTheSameUnderEachMarkerAndForEachCategory) {
   for (const char* folder : {"a/environment", "a/militaryenvironment", "a/railway"}) {
     const std::string name = std::string(folder) + "/x";

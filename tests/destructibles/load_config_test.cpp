@@ -78,9 +78,13 @@ TEST_F(LoadingTheDatabase, ThatIsMissingLeavesTheTablesEmptyAndIsNotTriedAgain) 
   EXPECT_TRUE(Access::hasLoaded());
   EXPECT_EQ(told, 0);
   EXPECT_THAT(messages_.messages(), IsEmpty());
+  const OpenModel later({}, "a");
 
   writeDatabase("<r><fragiles><entry><filename>a</filename></entry></fragiles></r>");
   EXPECT_FALSE(helper_.loadConfig(false));
+  EXPECT_FALSE(later->loadConfig(false));
+  const OpenModel latest({}, "a");
+  EXPECT_EQ(latest->destructibleType(), DT_NON_DESTRUCTIBLE);
   EXPECT_TRUE(Access::tablesAreEmpty());
   EXPECT_TRUE(helper_.loadConfig(true));
   EXPECT_THAT(Access::fragileMap(), ElementsAre(Key("a")));

@@ -191,6 +191,18 @@ TEST_F(MissingEntries, OfGatesWithoutKnownMaterialsGetTheHealthMinus1AndTheWarni
                   isLogged(2, "Model is set as structure.")));
 }
 
+TEST_F(MissingEntries, OfAFragileGateWithoutMaterialsWarnOfItsHealthBeforeItsMaterial) {
+  const OpenModel open({}, "a/gatesandfences/b");
+  open->setAsFragile();
+  EXPECT_EQ(Access::fragileMap().at("a/gatesandfences/b").health, -1);
+  EXPECT_THAT(
+      messages_.messages(),
+      ElementsAre(isLogged(4,
+                           "[Wrn.122] Model a/gatesandfences/b has no stone, wood and metal materials - "
+                           "cannot calculate health of destructible."),
+                  isLogged(5, kNoUndamagedMaterial), isLogged(2, "Model is set as fragile.")));
+}
+
 TEST_F(MissingEntries, AskForTheHealthOnEveryFillOfModulesAndOnceForOtherEntries) {
   const OpenModel open({}, "a/gatesandfences/b");
   Access::setMissingFragile(*open);

@@ -31,6 +31,51 @@ class AReload : public DestructiblesTest {
   KsDestructiblesHelper helper_;
 };
 
+// --- When a helper listens ---
+
+/// Hears of every change, so that a test knows that one was delivered.
+struct Witness : ResourceModificationListener {
+  void onResourceModified(const BasicStringRef& /*basePath*/, const BasicStringRef& /*resourceName*/,
+                          Action /*action*/) override {
+    hasHeard = true;
+  }
+  bool hasHeard = false;
+};
+
+/// Delivers what waits at the monitor in the middle of the change of the model's look.
+class DeliveringDisabler : public RecordingDisabler {
+ public:
+  DeliveringDisabler(SuperModel* model, Journal* journal, std::function<bool()> deliver)
+      : RecordingDisabler(model, journal), deliver_(std::move(deliver)) {}
+  void setIsDestroyed(bool isDestroyed) override {
+    EXPECT_TRUE(deliver_());
+    RecordingDisabler::setIsDestroyed(isDestroyed);
+  }
+
+ private:
+  std::function<bool()> deliver_;
+};
+
+TEST_F(AReload, IsNotDoneByAHelperThatIsStillShowingItsFirstState) {
+  writeFragile("m");
+  Witness witness;
+  FS::fileSystem()->getFilesystemMonitor()->addModificationListener(&witness);
+  FS::fileSystem()->getFilesystemMonitor()->removeModificationListener(&helper_);
+  const auto model = support::buildModel({});
+  Journal journal;
+  DeliveringDisabler disabler(model.get(), &journal,
+                              [&] { return renderUntil([&] { return witness.hasHeard; }); });
+  folder_.replace(kDatabase, "<r><fragiles><entry><filename>m</filename></entry></fragiles> </r>");
+  {
+    const TrackRecorder recorder(&journal);
+    const KsDestructiblesHelper helper(model.get(), "m", &disabler);
+    EXPECT_TRUE(witness.hasHeard);
+    EXPECT_THAT(journal, ::testing::Contains("> setDestructibleState"));
+    EXPECT_THAT(journal, ::testing::Not(::testing::Contains("> onResourceModified")));
+  }
+  FS::fileSystem()->getFilesystemMonitor()->removeModificationListener(&witness);
+}
+
 // --- Which notifications count ---
 
 TEST_F(AReload, FollowsAChangeOfTheDatabaseInAnyFolderAndOfNothingElse) {

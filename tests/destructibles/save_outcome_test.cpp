@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <csignal>
 #include <cstring>
+#include <optional>
 
 namespace Tal {
 namespace {
@@ -311,6 +312,59 @@ TEST_F(TheOutcomeOfASave, ThatCannotRemoveTheEntriesOfAModelOfNoCategoryLeavesTh
   </fragiles>
 </root>
 )");
+}
+
+/// Two models of one file; the save of the crate has failed, with its health at 77 in memory.
+class AfterAFailedSave : public DestructiblesTest {
+ protected:
+  AfterAFailedSave() {
+    writeDatabase(text(1, 2));
+    crate_.emplace(support::ModelParts{}, "crate");
+    other_.emplace(support::ModelParts{}, "other");
+    setHealth(*crate_, 77);
+    const FullDisk disk(0);
+    EXPECT_FALSE((*crate_)->saveConfig());
+  }
+
+  static std::string text(int crateHealth, int otherHealth) {
+    const auto entry = [](const std::string& name, int health) {
+      return "<entry><filename>" + name + "</filename><health>" + std::to_string(health) +
+             "</health><decayEffect>none</decayEffect><effect>none</effect><effectHP/>"
+             "<effectScale>1</effectScale><lifetimeEffect>none</lifetimeEffect></entry>";
+    };
+    return "<root><fragiles>" + entry("crate", crateHealth) + entry("other", otherHealth) +
+           "</fragiles></root>";
+  }
+
+  static void setHealth(const OpenModel& model, int health) {
+    KsDestructibleFragileDesc desc;
+    ASSERT_TRUE(model->getFragileParameters(desc));
+    desc.health = health;
+    ASSERT_TRUE(model->updateFragileParameters(desc));
+  }
+
+  std::optional<OpenModel> crate_;
+  std::optional<OpenModel> other_;
+};
+
+TEST_F(AfterAFailedSave, AReloadReadsTheFile) {
+  EXPECT_EQ(Access::fragileMap().at("crate").health, 77);
+  folder_.replace(kDatabase, text(1, 9));
+  EXPECT_TRUE((*other_)->loadConfig(true));
+  EXPECT_EQ(Access::fragileMap().at("crate").health, 1);
+  EXPECT_EQ(Access::fragileMap().at("other").health, 9);
+}
+
+TEST_F(AfterAFailedSave, TheSaveOfAnotherModelDoesNotWriteTheEntry) {
+  setHealth(*other_, 55);
+  EXPECT_TRUE((*other_)->saveConfig());
+  EXPECT_EQ(readDatabase(), text(1, 55));
+}
+
+TEST_F(AfterAFailedSave, TheNextTryKeepsWhatAnotherProgramWroteMeanwhile) {
+  folder_.replace(kDatabase, text(1, 9));
+  EXPECT_TRUE((*crate_)->saveConfig());
+  EXPECT_EQ(readDatabase(), text(77, 9));
 }
 
 }  // namespace

@@ -203,6 +203,17 @@ TEST_F(TheStates, NamedShowTheirListWithoutAFilter) {
   EXPECT_THAT(Access::stateMap().at("m").states, ElementsAre(Key("ruined"))) << "asking adds no state";
 }
 
+TEST_F(TheStates, BuiltInOfOtherCaseAreUnknown) {
+  const OpenModel open({{{"nwall", 73}, {"dwall", 87}}}, "m");
+  Access::stateMap()["m"].states["ruined"] = {"nwall"};
+  for (const char* const state : {"Destroyed", "Undamaged", "destroyed "}) {
+    EXPECT_FALSE(open->setDestructibleState(state));
+    EXPECT_EQ(open->getDestructibleState(), state);
+    EXPECT_TRUE(open->isMaterialKindVisible(73));
+    EXPECT_FALSE(open->isMaterialKindVisible(87));
+  }
+}
+
 TEST_F(TheStates, BuiltInHideStoredOnesOfTheSameName) {
   const OpenModel open({{{"wall", 73}}}, "m");
   Access::stateMap()["m"].states["undamaged"] = {"stored"};

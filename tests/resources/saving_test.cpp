@@ -226,6 +226,20 @@ TEST(AFailedSave, KeepsTheDocumentInTheCacheWhateverHappens) {
   EXPECT_EQ(openResource("a.xml")->value(), "3") << "what is saved is held no longer";
 }
 
+TEST(AFailedSave, CanBeGivenUp) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const auto section = openResource("a.xml");
+  section->setValue("2");
+  fs::permissions(root / "a.xml", fs::perms::owner_read);
+  MessageRecorder recorder;
+  EXPECT_FALSE(section->save());
+  Tal::DataSectionCache::discard("b.xml");
+  EXPECT_EQ(openResource("a.xml")->value(), "2");
+  Tal::DataSectionCache::discard("a.xml");
+  EXPECT_EQ(openResource("a.xml")->value(), "1");
+  EXPECT_EQ(section->value(), "2") << "handles stay valid";
+}
+
 TEST(ASaveOverAnotherProgramsChange, IsRefusedOnceAndDoneWhenAskedAgain) {
   const MountedRoot root("a.xml", "<r>1</r>");
   const auto section = openResource("a.xml");

@@ -1,6 +1,6 @@
+#include <core/assertion.h>
 #include <core/stack_tracker.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <destructibles/ks_destructibles_helper/assertion.h>
 #include <destructibles/ks_destructibles_helper/fixed_names.h>
 #include <destructibles/ks_destructibles_helper/material_kinds.h>
 #include <model/ks_material_disabler.h>
@@ -75,7 +75,7 @@ KsDestructiblesHelper::KsDestructiblesHelper(SuperModel* superModel, const std::
       modelName_(modelName),
       destructibleState_(fixed_names::kUndamagedState) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::KsDestructiblesHelper", kSource, 166);
-  if (materialDisabler_ == nullptr) reportAssertion("materialDisabler_", 167);
+  if (materialDisabler_ == nullptr) reportAssertion("materialDisabler_", kSource, 167);
   if (superModel == nullptr) return;
   collectBspMaterialNames(*superModel);
   resetMatKindsByName(superModel);
@@ -175,7 +175,8 @@ void KsDestructiblesHelper::reinit(std::unique_ptr<KsDestructiblesHelper>& helpe
                                    const std::string& modelName, KsMaterialDisabler* materialDisabler,
                                    bool keepVisibility) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::reinit", kSource, 108);
-  const std::string name = modelName;  // which may be that of the helper that goes
+  // The name may be that of the helper that goes.
+  const std::string name = modelName;  // NOLINT(performance-unnecessary-copy-initialization)
   std::map<unsigned int, bool> visibles;
   if (helper) {
     if (keepVisibility && helper->materialDisabler_ != nullptr) {

@@ -1,7 +1,7 @@
+#include <core/assertion.h>
 #include <core/large_stack.h>
 #include <core/stack_tracker.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <destructibles/ks_destructibles_helper/assertion.h>
 #include <destructibles/ks_destructibles_helper/fixed_names.h>
 #include <destructibles/ks_destructibles_helper/material_kinds.h>
 #include <model/ks_material_disabler.h>
@@ -104,7 +104,7 @@ bool KsDestructiblesHelper::isMaterialKindUndamaged(const std::string& name) con
 
 bool KsDestructiblesHelper::isMaterialKindVisible(unsigned int kind) const {
   if (materialDisabler_ != nullptr) return materialDisabler_->getMaterialKindVisible(kind);
-  reportAssertion("materialDisabler_", 1689);
+  reportAssertion("materialDisabler_", kSource, 1689);
   // The question is still put, to a disabler of no model.
   const KsMaterialDisabler unbound;
   return unbound.getMaterialKindVisible(kind);

@@ -30,9 +30,8 @@ std::uint32_t numberIn(BasicStringRef name) {
 
 // The first digit of a module's name belongs to its material and does not count.
 std::uint32_t moduleNumber(BasicStringRef name) {
-  const auto firstDigit = std::find_if(name.begin(), name.end(), isDigit);
-  if (firstDigit == name.end()) return 0;
-  return numberIn(name.substr(static_cast<std::size_t>(firstDigit - name.begin()) + 1));
+  const auto firstDigit = name.find_first_of("0123456789");
+  return firstDigit == BasicStringRef::npos ? 0 : numberIn(name.substr(firstDigit + 1));
 }
 
 }  // namespace
@@ -99,7 +98,8 @@ void KsDestructiblesHelper::setMissingModules() {
   if (!hardpointNames_.empty()) assignHardPoints(modules);
 }
 
-// Every module, also one whose hard point somebody chose: that is the rule.
+// Every module, also one whose hard point somebody chose: the numbers in the names decide, so that a part
+// that was renamed follows its hard point.
 void KsDestructiblesHelper::assignHardPoints(ModuleTable& modules) const {
   std::map<std::uint32_t, const std::string*> firstOfNumber;
   for (const std::string& hardPoint : hardpointNames_)

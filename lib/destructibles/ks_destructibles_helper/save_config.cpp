@@ -33,13 +33,13 @@ bool KsDestructiblesHelper::saveConfig() {
   const std::string category = getCategoryName();
   const SmartPointer<DataSection> categorySection = root->openSection(category, true, nullptr);
   SmartPointer<DataSection> entry = keepOneEntry(root, category);
-  if (category.empty()) {
-    root->save("");  // what an earlier save that failed could not remove from the file
-    saves.commit();
+  if (!category.empty()) writeEntry(*categorySection, entry);
+  if (!saves.commit()) {
+    // The tables hold the edits; the document must not bring them into another model's save or a reload.
+    DataSectionCache::discard(kDestructiblesXml);
     return false;
   }
-  writeEntry(*categorySection, entry);
-  if (!saves.commit()) return false;
+  if (category.empty()) return false;
   DataSectionCache::purge(kDestructiblesXml, false);
   loadConfig(true);
   return true;

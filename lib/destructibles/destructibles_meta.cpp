@@ -1,0 +1,180 @@
+// What property panels know of the descriptor records. A record is described by one chain: what is said of
+// the class, its methods, then its properties in the order in which a panel lists them.
+
+#include <core/stack_tracker.h>
+#include <destructibles/ks_destructibles_helper.h>
+#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <mio/describe.h>
+#include <resources/data_section.h>
+#include <resources/file_system.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tal {
+namespace {
+
+using mio::Autocomplete;
+using mio::BoundProperty;
+using mio::ChangeNotification;
+using mio::ComboBox;
+using mio::OnChange;
+using mio::Precision;
+using tyk::Variant;
+using tyk::VariantList;
+
+using Module = KsDestructibleModuleDesc;
+using Fragile = KsDestructibleFragileDesc;
+using FallingAtom = KsDestructibleFallingAtomDesc;
+
+constexpr char kMetaSource[] = "lib/destructibles/destructibles_meta";
+constexpr char kEffectsXml[] = "scripts/destructibles_effects.xml";
+
+// The methods that the notifications call.
+constexpr char kNotify[] = "_notify";
+constexpr char kNotifyHardPointChanged[] = "_notifyHardPointChanged";
+
+// What the parent of an edited record offers.
+constexpr char kDestructibleType[] = "Destructible Type";
+constexpr char kHardPoints[] = "_hardPoints";
+
+std::string lowerCase(BasicStringRef text) {
+  std::string result(text);
+  for (char& c : result)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  return result;
+}
+
+const char* effectsSection(int category) {
+  if (category == DT_FRAGILE) return fixed_names::kFragilesSection;
+  if (category == DT_FALLING_ATOMS) return fixed_names::kFallingAtomsSection;
+  return fixed_names::kStructuresSection;
+}
+
+// The effects of a category, in the order of the file, whose names in lower case hold the key. The key is
+// taken as it is: one with capitals finds nothing.
+std::vector<std::string> getEffectNames(int category, const std::string& key) {
+  const TrackedScope tracked("getEffectNames", kMetaSource, 21);
+  std::vector<std::string> names;
+  const SmartPointer<DataSection> root = FS::Utils::openSection(kEffectsXml, false, nullptr);
+  if (!root) return names;
+  const SmartPointer<DataSection> section = root->openSection(effectsSection(category), false, nullptr);
+  if (!section) return names;
+  for (const SmartPointer<DataSection>& effect : *section) {
+    const BasicStringRef name = effect->tag();
+    if (key.empty() || lowerCase(name).find(key) != std::string::npos) names.emplace_back(name);
+  }
+  return names;
+}
+
+// A property of the parent of the record that is edited; not valid when there is none.
+BoundProperty parentProperty(const BoundProperty& edited, const char* name) {
+  mio::Object* const parent = edited.object() == nullptr ? nullptr : edited.object()->parent();
+  return parent == nullptr ? BoundProperty() : parent->property(name);
+}
+
+// Offers the effects of the model's category.
+ComboBox effectList(std::string key) {
+  return ComboBox([key = std::move(key)](const BoundProperty& edited) {
+    VariantList options{"", UNDEFINED_EFFECT};
+    const BoundProperty category = parentProperty(edited, kDestructibleType);
+    if (!category.isValid()) return options;
+    for (std::string& name : getEffectNames(category.get().castTo<int>(), key))
+      options.emplace_back(std::move(name));
+    return options;
+  });
+}
+
+// Offers the hard points of the model.
+ComboBox hardPointList() {
+  return ComboBox([](const BoundProperty& edited) {
+    VariantList options{""};
+    const BoundProperty hardPoints = parentProperty(edited, kHardPoints);
+    if (!hardPoints.isValid()) return options;
+    for (std::string& name : hardPoints.get().castTo<std::vector<std::string>>())
+      options.emplace_back(std::move(name));
+    return options;
+  });
+}
+
+template <class Record>
+void notify(Record& record, mio::SetterFlags flags) {
+  record.changed(flags);
+}
+
+template <class Record>
+void notifyHardPointChanged(Record& record) {
+  record.hardPointChanged();
+}
+
+// Made when the library is loaded, or by whoever asks first; released when the library is unloaded.
+
+const mio::MetaObject& moduleMeta() {
+  static const mio::Registration registration(
+      mio::describe<Module>("Tal::KsDestructibleModuleDesc")
+          .annotation(ChangeNotification(kNotify))
+          .method(kNotify, &notify<Module>)
+          .method(kNotifyHardPointChanged, &notifyHardPointChanged<Module>)
+          .property("Health", &Module::health, Precision(0))
+          .property("Effect hardpoint", &Module::effectHP, hardPointList(), OnChange(kNotifyHardPointChanged))
+          .property("Hit effect", &Module::hitEffect, Autocomplete(true), effectList(""))
+          .property("Ram effect", &Module::ramEffect, Autocomplete(true), effectList(""))
+          .property("Decay effect", &Module::decayEffect, Autocomplete(true), effectList("")));
+  return registration.metaObject();
+}
+
+const mio::MetaObject& fragileMeta() {
+  static const mio::Registration registration(
+      mio::describe<Fragile>("Tal::KsDestructibleFragileDesc")
+          .annotation(ChangeNotification(kNotify))
+          .method(kNotify, &notify<Fragile>)
+          .method(kNotifyHardPointChanged, &notifyHardPointChanged<Fragile>)
+          .property("Health", &Fragile::health, Precision(0))
+          .property("Effect hardpoint", &Fragile::effectHP, hardPointList(),
+                    OnChange(kNotifyHardPointChanged))
+          .property("Hit effect", &Fragile::hitEffect, Autocomplete(true), effectList(""))
+          .property("Effect", &Fragile::effect, Autocomplete(true), effectList(""))
+          .property("Lifetime effect", &Fragile::lifetimeEffect, Autocomplete(true), effectList(""))
+          .property("Decay effect", &Fragile::decayEffect, Autocomplete(true), effectList("")));
+  return registration.metaObject();
+}
+
+const mio::MetaObject& fallingAtomMeta() {
+  static const mio::Registration registration(mio::describe<FallingAtom>("Tal::KsDestructibleFallingAtomDesc")
+                                                  .annotation(ChangeNotification(kNotify))
+                                                  .method(kNotify, &notify<FallingAtom>)
+                                                  .property("Health", &FallingAtom::health, Precision(0))
+                                                  .property("Fracture effect", &FallingAtom::fractureEffect,
+                                                            Autocomplete(true), effectList("fracture"))
+                                                  .property("Touchdown effect", &FallingAtom::touchdownEffect,
+                                                            Autocomplete(true), effectList("touchdown"))
+                                                  .property("Touchdown break effect",
+                                                            &FallingAtom::touchdownBreakEffect,
+                                                            Autocomplete(true), effectList("touchdown_break"))
+                                                  .property("Lifetime effect", &FallingAtom::lifetimeEffect,
+                                                            Autocomplete(true), effectList("lifetime")));
+  return registration.metaObject();
+}
+
+[[maybe_unused]] const bool areRegistered = (moduleMeta(), fragileMeta(), fallingAtomMeta(), true);
+
+}  // namespace
+
+// Each is its record's first virtual operation that is not inline, so whatever program uses a record holds
+// this file, and with it the registrations.
+
+const mio::MetaObject* KsDestructibleModuleDesc::metaObject() const {
+  return &moduleMeta();
+}
+
+const mio::MetaObject* KsDestructibleFragileDesc::metaObject() const {
+  return &fragileMeta();
+}
+
+const mio::MetaObject* KsDestructibleFallingAtomDesc::metaObject() const {
+  return &fallingAtomMeta();
+}
+
+}  // namespace Tal

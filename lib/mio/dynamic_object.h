@@ -1,0 +1,26 @@
+#pragma once
+
+#include <mio/object.h>
+#include <mio/property.h>
+
+#include <deque>
+#include <functional>
+#include <string>
+
+namespace mio {
+
+/// An object with properties that no field holds: a host adds them one by one, each computed when it is read.
+class DynamicObject : public Object {
+ public:
+  /// Adds a property that can only be read. `type` is what `read` gives. Of two properties with one name the
+  /// first is found.
+  void addProperty(std::string name, tyk::Variant::Type type, std::function<tyk::Variant()> read);
+
+ protected:
+  std::vector<const Property*> ownProperties() const override;
+
+ private:
+  std::deque<Property> properties_;  // whose elements keep their places
+};
+
+}  // namespace mio

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <core/string_ref.h>
+#include <mio/annotation.h>
+#include <mio/object.h>
+#include <tyk/variant.h>
+
+#include <functional>
+#include <string>
+
+namespace mio {
+
+/// One named value of objects: how it is read and written, and what is said of it. Immutable.
+class Property {
+ public:
+  using Reader = std::function<tyk::Variant(const Object&)>;
+  using Writer = std::function<void(Object&, const tyk::Variant&)>;
+
+  /// Reader and writer throw tyk::BadCast for an object or a value that is not theirs; then nothing changes.
+  /// An empty writer makes a property that can only be read.
+  Property(std::string name, tyk::Variant::Type type, Reader reader, Writer writer,
+           Annotations annotations = Annotations());
+
+  /// As a panel displays it.
+  const std::string& name() const noexcept { return name_; }
+  tyk::Variant::Type type() const noexcept { return type_; }
+  bool isWritable() const noexcept { return static_cast<bool>(writer_); }
+  const Annotations& annotations() const noexcept { return annotations_; }
+
+  /// The value of an object's property.
+  tyk::Variant read(const Object& object) const { return reader_(object); }
+
+  /// Sets the value and tells nobody; throws tyk::BadCast also when the property can only be read.
+  void write(Object& object, const tyk::Variant& value) const;
+
+ private:
+  std::string name_;
+  tyk::Variant::Type type_;
+  Reader reader_;
+  Writer writer_;
+  Annotations annotations_;
+};
+
+/// A property together with the object that has it: what a panel edits. Valid as long as both live.
+class BoundProperty {
+ public:
+  /// Not valid.
+  BoundProperty() noexcept = default;
+  BoundProperty(Object& object, const Property& property) noexcept : object_(&object), property_(&property) {}
+
+  bool isValid() const noexcept { return property_ != nullptr; }
+
+  /// Null when not valid.
+  Object* object() const noexcept { return object_; }
+  const Property* property() const noexcept { return property_; }
+
+  /// The value; an empty variant when not valid.
+  tyk::Variant get() const;
+
+  /// Sets the value, then calls the method that the object's class wants to be told with, then that of the
+  /// property. Throws tyk::BadCast when the value is refused: then nothing changes and nobody is told. A
+  /// method may destroy the object. Nothing happens when not valid.
+  void set(const tyk::Variant& value, SetterFlags flags = SetterFlags::none) const;
+
+  /// What a combo box offers; empty when there is none.
+  tyk::VariantList options() const;
+
+ private:
+  Object* object_ = nullptr;
+  const Property* property_ = nullptr;
+};
+
+}  // namespace mio

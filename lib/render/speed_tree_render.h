@@ -1,0 +1,27 @@
+#pragma once
+
+namespace Tal::zelkor {
+
+/// What the tree renderer is told about trees close to the camera. Main thread only.
+class SpeedTreeRender {
+ public:
+  /// Whether trees close to the camera are hidden; they are not at first.
+  void setHideClosest(bool enable) noexcept { isHidingClosest_ = enable; }
+  bool isHidingClosest() const noexcept { return isHidingClosest_; }
+
+  /// The distances from the camera, in metres, within which trees are hidden: completely below the first,
+  /// fading out up to the second. Both are kept as they are given.
+  void setHidingParams(float hiddenRadius, float fadeRadius) noexcept {
+    hiddenRadius_ = hiddenRadius;
+    fadeRadius_ = fadeRadius;
+  }
+  float hiddenRadius() const noexcept { return hiddenRadius_; }
+  float fadeRadius() const noexcept { return fadeRadius_; }
+
+ private:
+  bool isHidingClosest_ = false;
+  float hiddenRadius_ = 0.0F;
+  float fadeRadius_ = 0.0F;
+};
+
+}  // namespace Tal::zelkor

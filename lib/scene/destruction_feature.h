@@ -1,0 +1,31 @@
+#pragma once
+
+#include <core/matrix.h>
+#include <scene/scene.h>
+
+#include <map>
+
+namespace Tal {
+
+/// The destruction data of a space: where its chunks stand in the world.
+class DestructionFeature final : public SceneFeature {
+ public:
+  static constexpr SceneFeatureTypeID kTypeIndex = 1;
+
+  /// Places a chunk, or moves it.
+  void setChunkMatrix(int chunkId, const Matrix& matrix) { chunkMatrices_[chunkId] = matrix; }
+
+  /// Fills `matrix` with the world matrix of a chunk. False when there is no such chunk: `matrix` is as it
+  /// was.
+  bool chunkMatrix(int chunkId, Matrix& matrix) const {
+    const auto found = chunkMatrices_.find(chunkId);
+    if (found == chunkMatrices_.end()) return false;
+    matrix = found->second;
+    return true;
+  }
+
+ private:
+  std::map<int, Matrix> chunkMatrices_;
+};
+
+}  // namespace Tal

@@ -1,0 +1,20 @@
+#include <core/assertion.h>
+#include <scene/scene.h>
+
+namespace Tal {
+namespace {
+
+// Where the assertion stands for those who read the log; it does not follow the code.
+constexpr char kSource[] = "lib/scene/scene";
+constexpr unsigned kHasFeatureLine = 87;
+
+}  // namespace
+
+SceneFeature* Scene::find(SceneFeatureTypeID type) const {
+  const auto found = features_.find(type);
+  if (found != features_.end()) return found->second.get();
+  reportAssertion("has<Feature>()", kSource, kHasFeatureLine);
+  return nullptr;
+}
+
+}  // namespace Tal
