@@ -127,9 +127,9 @@ struct ToText {
 struct Shown {
   std::string operator()(std::monostate) const { return {}; }
   std::string operator()(const VariantList& values) const {
-    std::string text;
-    for (const Variant& value : values) text += (text.empty() ? "" : ", ") + value.text();
-    return "[" + text + "]";
+    std::string text = "[";
+    for (const Variant& value : values) text += (&value == &values.front() ? "" : ", ") + value.text();
+    return text + "]";
   }
   template <class Value>
   std::string operator()(const Value& value) const {

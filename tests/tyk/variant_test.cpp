@@ -55,6 +55,7 @@ TEST(AVariant, ShowsItsValueToAPerson) {
   EXPECT_EQ(Variant(0.1F).text(), "0.1");
   EXPECT_EQ(Variant(std::nan("")).text(), "nan");
   EXPECT_EQ(Variant(VariantList{1, "a", VariantList{}}).text(), "[1, a, []]");
+  EXPECT_EQ(Variant(VariantList{"", "a", ""}).text(), "[, a, ]");
 }
 
 TEST(AnInteger, BecomesEveryWidthThatHoldsIt) {
