@@ -18,6 +18,8 @@ void addConvert(CLI::App& program, Tool& tool);
 void addSet(CLI::App& program, Tool& tool);
 void addState(CLI::App& program, Tool& tool);
 void addHealth(CLI::App& program, Tool& tool);
+void addProperties(CLI::App& program, Tool& tool);
+void addEffects(CLI::App& program, Tool& tool);
 void addWatch(CLI::App& program, Tool& tool);
 
 }  // namespace Tal::cli

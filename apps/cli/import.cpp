@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -117,8 +118,12 @@ void import(ImportOptions& options, Tool& tool) {
   checkModelName(options.model);
   sayLongWork(options.gltf);
   std::string error;
-  const auto imported =
-      importGltf(options.gltf, options.model, FS::fileSystem()->roots().front(), gltfOptions, &error);
+  std::optional<ImportedModel> imported;
+  {
+    const HeldInterrupts held;  // the three files belong together
+    imported =
+        importGltf(options.gltf, options.model, FS::fileSystem()->roots().front(), gltfOptions, &error);
+  }
   if (!imported) throw Refusal(error);
   for (const std::string& warning : imported->warnings) Tool::say(warning);
   tool.print(reportOf(*imported));

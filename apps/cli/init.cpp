@@ -67,6 +67,7 @@ void makeAll(const fs::path& root) {
 }
 
 void init(const std::string& folder, Tool& tool) {
+  if (folder.empty()) throw CLI::ValidationError("DIR", "the folder has no name");
   const fs::path root(folder);
   refuseExisting(root);
   std::error_code error;

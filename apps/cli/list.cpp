@@ -4,7 +4,6 @@
 #include <cli/json_text.h>
 #include <cli/table.h>
 #include <cli/tool.h>
-#include <core/nearest_name.h>
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -26,12 +25,7 @@ struct ListOptions {
 // The category to list; nothing when it is every one.
 std::optional<KsDestructibleType> wantedCategory(const ListOptions& options) {
   if (!options.hasCategory) return std::nullopt;
-  const std::optional<KsDestructibleType> category = authoring::categoryFromName(options.category);
-  if (category && category != DT_NON_DESTRUCTIBLE) return category;
-  std::vector<std::string> names = authoring::categoryNames();
-  names.pop_back();  // "none" is no category to list by
-  throw Refusal("there is no category " + quotedName(options.category) +
-                nameSuggestion(options.category, names));
+  return Tool::destructibleCategory(options.category);
 }
 
 std::vector<CatalogueEntry> catalogue(std::optional<KsDestructibleType> wanted) {

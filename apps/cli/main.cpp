@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <unistd.h>
+#include <algorithm>
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <exception>
@@ -72,6 +73,8 @@ void describe(CLI::App& program, Tal::cli::Tool& tool) {
   Tal::cli::addSet(program, tool);
   Tal::cli::addState(program, tool);
   Tal::cli::addHealth(program, tool);
+  Tal::cli::addProperties(program, tool);
+  Tal::cli::addEffects(program, tool);
   Tal::cli::addWatch(program, tool);
   finishOptions(program);
   for (CLI::App* const command : program.get_subcommands({})) finishOptions(*command);
@@ -88,7 +91,10 @@ std::string helpCall(const CLI::App& program) {
 
 // What is wrong with the words of the command line.
 std::string faultOf(const CLI::App& program, const CLI::ParseError& error) {
-  const std::vector<std::string> unknown = program.remaining();
+  const std::vector<std::string> unknown = program.remaining(true);
+  if (std::find(unknown.begin(), unknown.end(), "--root") != unknown.end())
+    return "--root was not expected here, it stands in front of the command: destructibles --root DIR "
+           "COMMAND ...";
   if (!program.get_subcommands().empty() || unknown.empty() || unknown.front().starts_with('-'))
     return error.what();
   std::vector<std::string> names;

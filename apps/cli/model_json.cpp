@@ -26,7 +26,7 @@ void addRecords(const Description& description, Json& json) {
 
 Json statesJson(Session& session) {
   Json states = Json::object();
-  for (const std::string& state : session.stateNames()) states[state] = session.materialsForState(state);
+  for (const auto& [state, materials] : session.states()) states[state] = materials;
   return states;
 }
 

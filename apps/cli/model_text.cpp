@@ -55,8 +55,7 @@ std::string modulesText(const Description::Modules& modules, const Style& style)
 
 std::string statesText(Session& session, const Style& style) {
   Table table(kIndent);
-  for (const std::string& state : session.stateNames())
-    table.add({shown(state), joined(session.materialsForState(state))});
+  for (const auto& [state, materials] : session.states()) table.add({shown(state), joined(materials)});
   return section("states", table, style);
 }
 

@@ -33,10 +33,12 @@ std::string valueText(const std::string& value) {
   return value.empty() ? "(empty)" : shown(value);
 }
 
-std::string changeText(const SetOptions& options, const authoring::Outcome& outcome) {
+std::string changeText(const SetOptions& options, const authoring::Outcome& outcome, bool isFileChanged) {
   const std::string subject =
       shown(options.model) + (options.hasModule ? " module " + shown(options.module) : "") + ": ";
-  if (outcome.changes.empty()) return subject + "nothing changed, the values were so already\n";
+  if (outcome.changes.empty())
+    return subject + (isFileChanged ? "the values were so already, but the entry was tidied\n"
+                                    : "nothing changed, the values were so already\n");
   std::string text;
   for (const authoring::Change& change : outcome.changes)
     text += subject + change.key + " " + valueText(change.before) + " -> " + valueText(change.after) + "\n";
@@ -49,8 +51,8 @@ void set(const SetOptions& options, Tool& tool) {
   const authoring::Outcome outcome =
       options.hasModule ? session->setModule(options.module, assignments) : session->set(assignments);
   Tool::check(outcome);
-  Tool::save(*session);
-  tool.print(changeText(options, outcome));
+  const bool isFileChanged = Tool::save(*session);
+  tool.print(changeText(options, outcome, isFileChanged));
 }
 
 }  // namespace
@@ -65,12 +67,14 @@ void addSet(CLI::App& program, Tool& tool) {
           ->type_name("NAME");
   command
       ->add_option("KEY=VALUE", options->assignments,
-                   "A value by its key in the database: health, effectScale, effectHP, ...; for a structure "
-                   "itself achievementTag. An empty value clears the key")
+                   "A value by its key in the database (health, effectScale, effectHP, ...; for a structure "
+                   "itself achievementTag), or by the name that panels display (\"Hit effect\"). An empty "
+                   "value clears the key")
       ->required();
   command->footer(
       "Examples:\n"
       "  destructibles set content/props/crate.model health=35 effectScale=1.5\n"
+      "  destructibles set content/props/crate.model \"Hit effect\"=inf_hit_wood\n"
       "  destructibles set content/buildings/house.model --module partN1 effectHP=HP_roof_1");
   command->callback([options, module, &tool] {
     options->hasModule = module->count() > 0;

@@ -84,8 +84,7 @@ const Action& chosenAction(const StateOptions& options) {
 
 std::string listText(authoring::Session& session) {
   Table table(0);
-  for (const std::string& state : session.stateNames())
-    table.add({shown(state), joined(session.materialsForState(state))});
+  for (const auto& [state, materials] : session.states()) table.add({shown(state), joined(materials)});
   return table.text();
 }
 

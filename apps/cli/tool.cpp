@@ -1,7 +1,9 @@
+#include <authoring/category.h>
 #include <cli/tool.h>
 #include <core/debug_message.h>
 #include <core/format.h>
 #include <core/nearest_name.h>
+#include <resources/file_identity.h>
 #include <resources/file_system.h>
 
 #include <unistd.h>
@@ -18,6 +20,11 @@ namespace fs = std::filesystem;
 constexpr const char* kRootVariable = "DESTRUCTIBLES_ROOT";
 constexpr const char* kDatabase = "scripts/destructibles.xml";
 constexpr std::string_view kLineEnds = "\r\n";
+
+std::optional<FileIdentity> databaseIdentity() {
+  const auto file = FS::fileSystem()->find(kDatabase);
+  return file ? identityAt(*file) : std::nullopt;
+}
 
 bool writeAll(int file, std::string_view text) {
   while (!text.empty()) {
@@ -44,7 +51,7 @@ std::vector<fs::path> rootUpwards() {
   std::error_code error;
   for (fs::path folder = fs::current_path(error); !error; folder = folder.parent_path()) {
     std::error_code ignored;
-    if (fs::exists(folder / kDatabase, ignored)) return {folder};
+    if (fs::is_regular_file(folder / kDatabase, ignored)) return {folder};
     if (folder == folder.parent_path()) break;
   }
   return {};
@@ -76,7 +83,12 @@ std::string shown(std::string_view name) {
 }
 
 void sendMessagesToStandardError() {
-  DebugMessageHelper::setSink([](const DebugMessage& message) { Tool::say(message.text); });
+  // What several steps of one command meet again is said once.
+  DebugMessageHelper::setSink([last = std::string()](const DebugMessage& message) mutable {
+    if (message.text == last) return;
+    last = message.text;
+    Tool::say(message.text);
+  });
 }
 
 bool Tool::flush() {
@@ -109,9 +121,21 @@ void Tool::setUpRoots() const {
 
 std::unique_ptr<authoring::Session> Tool::openSession(const std::string& model) const {
   setUpRoots();
+  {
+    const HeldInterrupts held;  // the monitor's thread is to leave interrupts to this one
+    FS::fileSystem()->getFilesystemMonitor();
+  }
   authoring::Session::Opened opened = authoring::Session::open(model);
   if (!opened.session) throw Refusal(opened.refusal);
   return std::move(opened.session);
+}
+
+KsDestructibleType Tool::destructibleCategory(const std::string& name) {
+  const std::optional<KsDestructibleType> category = authoring::categoryFromName(name);
+  if (category && category != DT_NON_DESTRUCTIBLE) return *category;
+  std::vector<std::string> names = authoring::categoryNames();
+  names.pop_back();
+  throw Refusal("there is no category " + quotedName(name) + nameSuggestion(name, names));
 }
 
 void Tool::check(const authoring::Outcome& outcome) {
@@ -119,9 +143,25 @@ void Tool::check(const authoring::Outcome& outcome) {
   if (!outcome) throw Refusal(outcome.refusal);
 }
 
-void Tool::save(authoring::Session& session) {
+HeldInterrupts::HeldInterrupts() {
+  sigset_t interrupts;
+  sigemptyset(&interrupts);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&interrupts, signal);
+  pthread_sigmask(SIG_BLOCK, &interrupts, &before_);
+}
+
+HeldInterrupts::~HeldInterrupts() {
+  pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+bool Tool::save(authoring::Session& session) {
   for (const authoring::SaveWarning& warning : session.saveWarnings()) say(warning.text);
-  check(session.save());
+  const std::optional<FileIdentity> before = databaseIdentity();
+  {
+    const HeldInterrupts held;
+    check(session.save());
+  }
+  return databaseIdentity() != before;
 }
 
 }  // namespace Tal::cli

@@ -3,6 +3,7 @@
 #include <authoring/outcome.h>
 #include <authoring/session.h>
 
+#include <signal.h>  // NOLINT(modernize-deprecated-headers): sets of signals are POSIX
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -41,15 +42,30 @@ class Tool {
   /// Sets up the roots and opens a session on a model, or refuses.
   std::unique_ptr<authoring::Session> openSession(const std::string& model) const;
 
+  /// The category of a name, or a refusal: "none" is not one either.
+  static KsDestructibleType destructibleCategory(const std::string& name);
+
   /// Says the warnings of an edit and refuses when it was refused.
   static void check(const authoring::Outcome& outcome);
 
-  /// Says what a save will drop, saves, and refuses when that fails.
-  static void save(authoring::Session& session);
+  /// Says what a save will drop, saves, and refuses when that fails. Whether the file was changed.
+  static bool save(authoring::Session& session);
 
  private:
   std::vector<std::string> givenRoots_;
   std::string pending_;
+};
+
+/// Keeps interrupts (INT, TERM, HUP) waiting while it lives, so that a write ends before the program does.
+class HeldInterrupts {
+ public:
+  HeldInterrupts();
+  ~HeldInterrupts();
+  HeldInterrupts(const HeldInterrupts&) = delete;
+  HeldInterrupts& operator=(const HeldInterrupts&) = delete;
+
+ private:
+  sigset_t before_;
 };
 
 /// A text in which nothing acts on a terminal: control characters and bytes that are not UTF-8 are escaped,

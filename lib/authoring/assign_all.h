@@ -4,6 +4,7 @@
 #include <authoring/outcome.h>
 #include <authoring/record_table.h>
 #include <core/nearest_name.h>
+#include <mio/property.h>
 
 #include <set>
 #include <string>
@@ -21,12 +22,50 @@ std::string parseValue(const std::string& text, std::int32_t& value);
 std::string parseValue(const std::string& text, float& value);
 std::string parseValue(const std::string& text, std::string& value);
 
+/// Replaces every assignment to a display name, such as "Hit effect", by what setting that property changes:
+/// none when the value is the same. Refused when a property refuses its value; then the list is not to be
+/// used.
+template <class Record>
+Outcome replaceDisplayNames(const Record& record, std::vector<Assignment>& assignments);
+
 /// The refusal of a key that a record of this kind ("a fragile") does not have.
 std::string unknownKey(const std::string& key, BasicStringRef recordKind,
                        const std::vector<std::string>& keys);
 
 /// Refuses a key that is assigned twice; else done.
 Outcome checkKeysAreDistinct(const std::vector<Assignment>& assignments);
+
+/// The assignments, by their keys, that make one record of another.
+template <class Record>
+std::vector<Assignment> differences(const Record& before, const Record& after) {
+  std::vector<Assignment> assignments;
+  for (const RecordField<Record>& field : recordFields<Record>()) {
+    if (!isSameField(field, before, after))
+      assignments.push_back({std::string(field.key), textOf(valueOf(after, field))});
+  }
+  return assignments;
+}
+
+template <class Record>
+Outcome replaceDisplayNames(const Record& record, std::vector<Assignment>& assignments) {
+  std::vector<Assignment> byKeys;
+  for (Assignment& assignment : assignments) {
+    Record edited = record;
+    const mio::BoundProperty property = edited.property(assignment.key);
+    if (!property.isValid()) {
+      byKeys.push_back(std::move(assignment));
+      continue;
+    }
+    try {
+      property.set(assignment.value);
+    } catch (const tyk::BadCast& error) {
+      return refused(assignment.key + ": " + error.what());
+    }
+    for (Assignment& difference : differences(record, edited)) byKeys.push_back(std::move(difference));
+  }
+  assignments = std::move(byKeys);
+  return {};
+}
 
 /// Makes every assignment on `record`, or refuses: then `record` is not to be used. Says nothing of whether
 /// the names among the values exist.
@@ -39,7 +78,7 @@ Outcome assignAll(Record& record, BasicStringRef recordKind, const std::vector<A
     for (const RecordField<Record>& field : recordFields<Record>()) {
       if (field.key == assignment.key) named = &field;
     }
-    if (named == nullptr) return refused(unknownKey(assignment.key, recordKind, keysOf<Record>()));
+    if (named == nullptr) return refused(unknownKey(assignment.key, recordKind, settableNames<Record>()));
     std::string value;
     Outcome stored = storedValue(assignment, value);
     if (!stored) return stored;

@@ -4,7 +4,7 @@
 
 namespace Tal::authoring {
 
-/// A field, by its XML key, and the text that it is to be set from.
+/// A field, by its XML key or the name that panels display, and the text that it is to be set from.
 struct Assignment {
   std::string key;
   std::string value;

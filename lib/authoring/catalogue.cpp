@@ -62,7 +62,9 @@ std::set<std::string> modelFileSet() {
 std::string refusalOfDatabase() {
   if (openDatabase()) return {};
   const std::string name = fixed_names::kDestructiblesXml;
-  if (FS::fileSystem()->find(name)) return name + " cannot be read; mend the file and try again";
+  std::string refusal;
+  if (FS::fileSystem()->find(name, &refusal)) return name + " cannot be read; mend the file and try again";
+  if (!refusal.empty()) return name + ' ' + refusal + "; mend that and try again";
   return "the resource roots hold no " + name + "; make an empty one with \"destructibles init\"";
 }
 

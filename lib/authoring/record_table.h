@@ -3,6 +3,7 @@
 #include <authoring/record_fields.h>
 #include <core/string_ref.h>
 #include <destructibles/ks_destructibles_helper.h>
+#include <mio/property.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -67,6 +68,15 @@ std::vector<std::string> keysOf() {
   std::vector<std::string> keys;
   for (const RecordField<Record>& field : recordFields<Record>()) keys.emplace_back(field.key);
   return keys;
+}
+
+/// Every name that a field is set by: the keys, then the names that panels display.
+template <class Record>
+std::vector<std::string> settableNames() {
+  std::vector<std::string> names = keysOf<Record>();
+  Record record;
+  for (const mio::BoundProperty& property : record.properties()) names.push_back(property.property()->name());
+  return names;
 }
 
 }  // namespace Tal::authoring

@@ -7,33 +7,25 @@
 #include <resources/file_system.h>
 #include <resources/resource_name.h>
 
-#include <algorithm>
-#include <filesystem>
-#include <system_error>
 #include <utility>
 
 namespace Tal::authoring {
 namespace {
-
-bool isInSomeRoot(const std::string& modelName) {
-  const std::vector<std::filesystem::path>& roots = FS::fileSystem()->roots();
-  return std::any_of(roots.begin(), roots.end(), [&modelName](const std::filesystem::path& root) {
-    std::error_code error;
-    return std::filesystem::is_regular_file(root / modelName, error);
-  });
-}
 
 // Why the roots cannot supply a model of this name; empty when they can.
 std::string refusalOfModel(const std::string& modelName) {
   const std::string model = "the model name " + quotedName(modelName);
   const std::string refusal = FS::MultiFileSystem::refusalOf(modelName);
   if (!refusal.empty()) return model + " " + refusal + "; give a name below the resource roots";
-  // The database compares names byte by byte: two spellings would be two models.
-  if (const std::string spelled = normalisedName(modelName); spelled != modelName)
-    return model + " is spelled " + quotedName(spelled) + " in the database; use that name";
-  if (FS::fileSystem()->find(modelName)) return {};
-  if (isInSomeRoot(modelName))
-    return model + " leads out of the resource roots through a link; put the files below a root";
+  std::string fault;
+  if (FS::fileSystem()->find(modelName, &fault)) {
+    // The database compares names byte by byte: two spellings would be two models.
+    const std::string spelled = normalisedName(modelName);
+    return spelled == modelName
+               ? std::string()
+               : model + " is spelled " + quotedName(spelled) + " in the database; use that name";
+  }
+  if (!fault.empty()) return model + " " + fault + "; put the model's files below a root";
   return "the resource roots hold no model " + quotedName(modelName) +
          nameSuggestion(modelName, modelFiles());
 }
@@ -112,6 +104,16 @@ std::vector<std::string> Session::stateNames() {
 std::vector<std::string> Session::materialsForState(const std::string& state) {
   model_->ensureLoaded();
   return helper().getMaterialsForState(state);
+}
+
+std::vector<std::pair<std::string, std::vector<std::string>>> Session::states() {
+  model_->ensureLoaded();
+  std::vector<std::pair<std::string, std::vector<std::string>>> states;
+  for (std::string& name : helper().getStateNames()) {
+    std::vector<std::string> materials = helper().getMaterialsForState(name);
+    states.emplace_back(std::move(name), std::move(materials));
+  }
+  return states;
 }
 
 const std::string& Session::shownState() const {

@@ -13,6 +13,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Tal::authoring {
@@ -25,6 +26,8 @@ struct SaveWarning {
     droppedModule,  ///< a module that the save does not write
     unknownHealth,  ///< a health of -1, which stands for "could not be estimated"
     removedEntry,   ///< another entry of the model that the save removes from the file
+    addedModule,    ///< a module that the structure in the file lacks
+    lostContent,    ///< something within the entry that the save does not keep
   };
   Code code;
   std::string module;  ///< the module it is about; empty when it is about the model
@@ -76,6 +79,8 @@ class Session {
   /// "undamaged", the named states in ascending order, "destroyed".
   std::vector<std::string> stateNames();
   std::vector<std::string> materialsForState(const std::string& state);
+  /// Each of stateNames with its materials.
+  std::vector<std::pair<std::string, std::vector<std::string>>> states();
   /// The state that the model shows.
   const std::string& shownState() const;
 
@@ -95,8 +100,8 @@ class Session {
   /// hard points of its modules and its states stay.
   Outcome reset();
 
-  /// Sets fields of the model's own record, by their XML keys: of a fragile, a falling atom, or, for a
-  /// structure, its "achievementTag".
+  /// Sets fields of the model's own record, by their XML keys or the names that panels display: of a fragile,
+  /// a falling atom, or, for a structure, its "achievementTag".
   Outcome set(const std::vector<Assignment>& assignments);
 
   /// Sets fields of one module of a structure. Refused for a module that a save would drop.

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <set>
 #include <utility>
 
 namespace Tal::authoring {
@@ -46,12 +47,14 @@ void store(const Record& before, const Record& after, const std::function<bool(c
 }
 
 template <class Record>
-Outcome editRecord(Record before, BasicStringRef recordKind, const std::vector<Assignment>& assignments,
-                   const std::function<void(Outcome&)>& check,
+Outcome editRecord(Record before, BasicStringRef recordKind, std::vector<Assignment> assignments,
+                   const std::function<void(const std::vector<Assignment>&, Outcome&)>& check,
                    const std::function<bool(const Record&)>& update) {
+  Outcome outcome = replaceDisplayNames(before, assignments);
+  if (!outcome) return outcome;
   Record after = before;
-  Outcome outcome = assignAll(after, recordKind, assignments);
-  if (outcome) check(outcome);
+  outcome = assignAll(after, recordKind, assignments);
+  if (outcome) check(assignments, outcome);
   if (outcome) store(before, after, update, outcome);
   return outcome;
 }
@@ -130,7 +133,9 @@ Outcome Session::reset() {
 
 Outcome Session::set(const std::vector<Assignment>& assignments) {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
-  const auto check = [this, &assignments](Outcome& outcome) { checkNames(assignments, outcome); };
+  const auto check = [this](const std::vector<Assignment>& byKeys, Outcome& outcome) {
+    checkNames(byKeys, outcome);
+  };
   return model_->edit([&]() -> Outcome {
     const Description now = model_->description();
     if (now.category == DT_STRUCTURE) return setAchievementTag(assignments);
@@ -167,7 +172,7 @@ Outcome Session::setModule(const std::string& module, const std::vector<Assignme
       return refused("module " + quotedName(module) + " cannot be saved: " + reason->second);
     return editRecord<KsDestructibleModuleDesc>(
         existing->second, "a module", assignments,
-        [&](Outcome& outcome) { checkNames(assignments, outcome); },
+        [this](const std::vector<Assignment>& byKeys, Outcome& outcome) { checkNames(byKeys, outcome); },
         [&](const auto& record) { return helper().updateDestructibleModule(module, record, false); });
   });
 }
@@ -178,7 +183,9 @@ Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) c
   for (const Assignment& assignment : assignments) {
     if (assignment.key == kAchievementTag) continue;
     const std::vector<std::string> moduleKeys = keysOf<KsDestructibleModuleDesc>();
-    if (std::find(moduleKeys.begin(), moduleKeys.end(), assignment.key) != moduleKeys.end()) {
+    const bool isModuleKey =
+        std::find(moduleKeys.begin(), moduleKeys.end(), assignment.key) != moduleKeys.end();
+    if (isModuleKey || KsDestructibleModuleDesc().property(assignment.key).isValid()) {
       return refused("a structure has no " + assignment.key +
                      " of its own, its modules have; name the module");
     }
@@ -202,11 +209,11 @@ void Session::checkNames(const std::vector<Assignment>& assignments, Outcome& ou
   for (const Assignment& assignment : assignments) {
     const std::string value(Xml::trimmed(assignment.value));
     if (assignment.key == "matName" && !value.empty()) {
-      std::vector<std::string> names(bspMaterials().begin(), bspMaterials().end());
-      for (const auto& [name, kind] : helper().getMaterialNames()) names.push_back(name);
-      if (std::find(names.begin(), names.end(), value) == names.end()) {
-        outcome =
-            refused("matName: the model has no material " + quotedName(value) + nameSuggestion(value, names));
+      std::set<std::string> names = bspMaterials();
+      for (const auto& [name, kind] : helper().getMaterialNames()) names.insert(name);
+      if (!names.contains(value)) {
+        outcome = refused("matName: the model has no material " + quotedName(value) +
+                          nameSuggestion(value, {names.begin(), names.end()}));
         return;
       }
     } else if (assignment.key == "effectHP" && !value.empty()) {

@@ -1,6 +1,7 @@
 #include <authoring/category.h>
 #include <authoring/database_entries.h>
 #include <authoring/kept_model.h>
+#include <authoring/save_losses.h>
 #include <authoring/session.h>
 #include <core/nearest_name.h>
 #include <destructibles/ks_destructibles_helper/fixed_names.h>
@@ -15,9 +16,9 @@ namespace {
 
 constexpr int kUnknownHealth = -1;
 
-const std::string kNotWritten =
-    std::string(fixed_names::kDestructiblesXml) +
-    " could not be written; the file is as it was, see the message before this one and save again";
+const std::string kNotWritten = std::string(fixed_names::kDestructiblesXml) +
+                                " could not be written and is as it was, for the reason in the message "
+                                "before this one; nothing was saved: when it is mended, do the same again";
 
 template <class Record>
 void warnOfHealth(const Record& record, const std::string& module, std::vector<SaveWarning>& warnings) {
@@ -36,6 +37,18 @@ void warnOfEntries(const FileEntries& file, BasicStringRef ownSection, std::vect
     warnings.push_back({SaveWarning::Code::removedEntry, "",
                         std::string(isOwn ? "another" : "the") + " entry of the model in the section " +
                             quotedName(section) + " is removed from the file"});
+  }
+}
+
+// The filler gives a structure the modules that its entry lacks.
+void warnOfNewModules(const FileEntries& file, const Description& now,
+                      const std::map<std::string, std::string>& dropped, std::vector<SaveWarning>& warnings) {
+  if (file.category != DT_STRUCTURE) return;
+  for (const auto& [name, module] : now.modules) {
+    if (file.hardPoints.contains(name) || dropped.contains(name)) continue;
+    warnings.push_back({SaveWarning::Code::addedModule, name,
+                        "module " + quotedName(name) + " is added with health " +
+                            std::to_string(module.health) + ", since the file has none for this material"});
   }
 }
 
@@ -77,7 +90,12 @@ std::vector<SaveWarning> Session::saveWarnings() {
   }
   if (now.fragile) warnOfHealth(*now.fragile, "", warnings);
   if (now.fallingAtom) warnOfHealth(*now.fallingAtom, "", warnings);
-  if (const auto file = readEntries(modelName())) warnOfEntries(*file, sectionTag(now.category), warnings);
+  if (const auto file = readEntries(modelName())) {
+    if (now.category == DT_STRUCTURE) warnOfNewModules(*file, now, droppedModules(), warnings);
+    warnOfEntries(*file, sectionTag(now.category), warnings);
+  }
+  for (std::string& loss : lossesOfSave(modelName(), now.category))
+    warnings.push_back({SaveWarning::Code::lostContent, "", std::move(loss)});
   return warnings;
 }
 

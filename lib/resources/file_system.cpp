@@ -19,24 +19,46 @@ std::unique_ptr<MultiFileSystem>& current() {
   return fileSystem;
 }
 
-bool isRegularFile(const fs::path& path) {
+/// What a root has at a place.
+struct Finding {
+  bool isThere = false;  ///< something that stands for the resource, if only a link that leads nowhere
+  std::string fault;     ///< why it cannot be used; empty when it can
+};
+
+Finding lookAt(const fs::path& place) {
   std::error_code error;
-  return fs::is_regular_file(path, error);
+  const fs::file_status status = fs::status(place, error);
+  if (fs::is_regular_file(status)) return {true, ""};
+  if (fs::exists(status)) return {false, "is no regular file"};
+  if (status.type() != fs::file_type::not_found) return {true, "cannot be examined: " + error.message()};
+  return fs::is_symlink(place, error) ? Finding{true, "is a link to nothing"} : Finding();
 }
 
 /// Why a place below a root may not be used; empty when it may. The place need not exist.
 std::string refusalOfPlace(const fs::path& root, fs::path place) {
   std::error_code error;
-  if (fs::is_symlink(place, error) && !fs::exists(place, error)) return "is a link to nothing";
   while (!fs::exists(place, error) && place.has_relative_path() && place != root) place = place.parent_path();
   const fs::path target = resolvedPath(place);
   return target.empty() || isPathBelow(target, resolvedPath(root)) ? ""
                                                                    : "leads out of its root through a link";
 }
 
-void reportName(BasicStringRef name, const std::string& refusal) {
+constexpr BasicStringRef kAdvice = "; what stands there must be a file below the root that can be read";
+
+void reportRefused(BasicStringRef name, const std::string& refusal) {
+  const bool isOfName = !refusalOfName(name).empty();
   reportRefusal("the resource name " + inQuotes(name) + ' ' + refusal +
-                "; give a name below the resource roots, such as \"scripts/destructibles.xml\"");
+                (isOfName ? "; give a name below the resource roots, such as \"scripts/destructibles.xml\""
+                          : std::string(kAdvice)));
+}
+
+/// Hands out the reason of a refusal, or reports it when nobody takes it.
+void passOn(BasicStringRef name, std::string reason, std::string* refusal) {
+  if (refusal != nullptr) {
+    *refusal = std::move(reason);
+  } else if (!reason.empty()) {
+    reportRefused(name, reason);
+  }
 }
 
 }  // namespace
@@ -55,14 +77,17 @@ std::optional<fs::path> MultiFileSystem::State::placeOf(BasicStringRef resourceN
   std::optional<fs::path> place;
   if (refusal.empty()) {
     const std::string name = normalisedName(resourceName);
-    const auto holder = std::find_if(roots.begin(), roots.end(),
-                                     [&](const fs::path& root) { return isRegularFile(root / name); });
-    if (holder != roots.end()) {
-      place = *holder / name;
-      refusal = refusalOfPlace(*holder, *place);
-    } else if (mayBeNew && !roots.empty()) {
+    for (const fs::path& root : roots) {
+      const Finding finding = lookAt(root / name);
+      if (finding.isThere || refusal.empty()) refusal = finding.fault;
+      if (!finding.isThere) continue;
+      place = root / name;
+      if (refusal.empty()) refusal = refusalOfPlace(root, *place);
+      return refusal.empty() ? place : std::nullopt;
+    }
+    if (mayBeNew && !roots.empty()) {
       place = roots.front() / name;
-      refusal = refusalOfPlace(roots.front(), *place);
+      if (refusal.empty()) refusal = refusalOfPlace(roots.front(), *place);
     }
   }
   return refusal.empty() ? place : std::nullopt;
@@ -90,10 +115,10 @@ std::string MultiFileSystem::refusalOf(BasicStringRef resourceName) {
   return refusalOfName(resourceName);
 }
 
-std::optional<fs::path> MultiFileSystem::find(BasicStringRef resourceName) const {
-  std::string refusal;
-  auto place = state_->placeOf(resourceName, false, refusal);
-  if (!refusal.empty()) reportName(resourceName, refusal);
+std::optional<fs::path> MultiFileSystem::find(BasicStringRef resourceName, std::string* refusal) const {
+  std::string reason;
+  auto place = state_->placeOf(resourceName, false, reason);
+  passOn(resourceName, std::move(reason), refusal);
   return place;
 }
 
@@ -101,11 +126,7 @@ std::optional<fs::path> MultiFileSystem::locationFor(BasicStringRef resourceName
                                                      std::string* refusal) const {
   std::string reason;
   auto place = state_->placeOf(resourceName, true, reason);
-  if (refusal != nullptr) {
-    *refusal = std::move(reason);
-  } else if (!reason.empty()) {
-    reportName(resourceName, reason);
-  }
+  passOn(resourceName, std::move(reason), refusal);
   return place;
 }
 

@@ -29,13 +29,14 @@ class MultiFileSystem {
 
   const std::vector<std::filesystem::path>& roots() const noexcept;
 
-  /// Where the first root that holds the resource has it (a regular file); empty when none does or the name
-  /// is refused.
-  std::optional<std::filesystem::path> find(BasicStringRef resourceName) const;
+  /// Where the first root that holds the resource has it (a regular file); empty when none does or it is
+  /// refused: for its name, or since what stands there cannot be used. The reason ("leads out of its root
+  /// through a link") goes to `refusal`, or is reported where that is null.
+  std::optional<std::filesystem::path> find(BasicStringRef resourceName,
+                                            std::string* refusal = nullptr) const;
 
-  /// Where a resource is, or would be made in the first root; empty when the name is refused or there is no
-  /// root. The reason of a refusal goes to `refusal` ("leads out of its root through a link"), or is reported
-  /// where that is null.
+  /// Where a resource is, or would be made in the first root; empty when it is refused, as by find, or there
+  /// is no root.
   std::optional<std::filesystem::path> locationFor(BasicStringRef resourceName,
                                                    std::string* refusal = nullptr) const;
 

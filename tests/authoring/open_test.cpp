@@ -49,7 +49,7 @@ TEST_F(OpeningASession, RefusesALinkThatLeadsOutOfTheRoots) {
   support::writeModel(outside, "secret", {});
   std::filesystem::create_symlink(outside / "secret.model", root_ / "content/secret.model");
   EXPECT_EQ(refusalOf("content/secret.model"),
-            "the model name \"content/secret.model\" leads out of the resource roots through a link; put the "
+            "the model name \"content/secret.model\" leads out of its root through a link; put the model's "
             "files below a root");
 }
 

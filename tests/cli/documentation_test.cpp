@@ -71,7 +71,7 @@ class TheDocumentation : public ::testing::Test {
 
 TEST_F(TheDocumentation, ShowsWhatTheCommandsReallyPrint) {
   const std::vector<Example> examples = examplesOf(support::readFile(DOCUMENTATION));
-  EXPECT_GE(examples.size(), 9U);  // at least one for each command
+  EXPECT_GE(examples.size(), 11U);  // at least one for each command
   for (const Example& example : examples) {
     if (example.command.starts_with("destructibles watch ")) {
       runWatch(example);
@@ -83,8 +83,8 @@ TEST_F(TheDocumentation, ShowsWhatTheCommandsReallyPrint) {
 
 TEST_F(TheDocumentation, HasAnExampleOfEveryCommand) {
   const std::string document = support::readFile(DOCUMENTATION);
-  for (const std::string command :
-       {"init", "import", "list", "show", "convert", "set", "state", "health", "watch"})
+  for (const std::string command : {"init", "import", "list", "show", "convert", "set", "state", "health",
+                                    "properties", "effects", "watch"})
     EXPECT_THAT(document, testing::HasSubstr("\n$ destructibles " + command + " "));
 }
 

@@ -11,7 +11,7 @@ TEST(ThePictureOfTheReadme, ShowsWhatTheMainJobPrints) {
   const support::TemporaryFolder scratch;
   const support::ProcessResult made =
       support::runProcess(source + "/sample/picture.sh", {DESTRUCTIBLES_PROGRAM, scratch.path().string()},
-                          {.environment = {{"PATH", "/usr/bin:/bin"}}});
+                          {.folder = {}, .environment = {{"PATH", "/usr/bin:/bin"}}});
   EXPECT_EQ(made.status, 0) << made.err;
   EXPECT_EQ(made.out, support::readFile(source + "/docs/images/tour.svg"))
       << "after a change of what the tool prints, make the picture anew with sample/picture.sh";

@@ -1,7 +1,6 @@
 #include "gltf_builder.h"
 
 #include <cstdint>
-#include <cstring>
 #include <utility>
 
 namespace support {
@@ -42,15 +41,22 @@ int GltfBuilder::push(const char* list, nlohmann::json element) {
   return static_cast<int>(root[list].size()) - 1;
 }
 
-int GltfBuilder::addPositions(const Points& points) {
+int GltfBuilder::addView(std::string_view bytes) {
+  bin.resize((bin.size() + 3) / 4 * 4);
   const std::size_t begin = bin.size();
-  bin.resize(begin + points.size() * sizeof(points[0]));
-  std::memcpy(bin.data() + begin, points.data(), points.size() * sizeof(points[0]));
+  bin += bytes;
   root["buffers"][0]["byteLength"] = bin.size();
-  const int view =
-      push("bufferViews", {{"buffer", 0}, {"byteOffset", begin}, {"byteLength", bin.size() - begin}});
-  return push("accessors",
-              {{"bufferView", view}, {"componentType", 5126}, {"count", points.size()}, {"type", "VEC3"}});
+  return push("bufferViews", {{"buffer", 0}, {"byteOffset", begin}, {"byteLength", bytes.size()}});
+}
+
+int GltfBuilder::addAccessor(std::string_view bytes, nlohmann::json description) {
+  description["bufferView"] = addView(bytes);
+  return push("accessors", std::move(description));
+}
+
+int GltfBuilder::addPositions(const Points& points) {
+  return addAccessor({reinterpret_cast<const char*>(points.data()), points.size() * sizeof(points[0])},
+                     {{"componentType", 5126}, {"count", points.size()}, {"type", "VEC3"}});
 }
 
 int GltfBuilder::addMaterial(const std::string& name) {

@@ -21,6 +21,13 @@ class GltfBuilder {
 
   /// Each returns the index of what it added.
   int addPositions(const Points& points);
+  /// An accessor of vertex indices, each a std::uint8_t, std::uint16_t or std::uint32_t.
+  template <class Index>
+  int addIndices(const std::vector<Index>& indices) {
+    constexpr int kComponentType = sizeof(Index) == 1 ? 5121 : sizeof(Index) == 2 ? 5123 : 5125;
+    return addAccessor({reinterpret_cast<const char*>(indices.data()), indices.size() * sizeof(Index)},
+                       {{"componentType", kComponentType}, {"count", indices.size()}, {"type", "SCALAR"}});
+  }
   int addMaterial(const std::string& name);
   /// A mesh of one primitive; a negative material means none.
   int addMesh(const Points& points, int material);
@@ -28,6 +35,9 @@ class GltfBuilder {
   int addNode(const std::string& name, int mesh = -1);
   /// A node below another.
   int addChild(int parent, const std::string& name, int mesh = -1);
+
+  /// A buffer view of its own for the bytes.
+  int addView(std::string_view bytes);
 
   std::string json() const { return root.dump(); }
   std::string glb() const;
@@ -37,6 +47,8 @@ class GltfBuilder {
 
  private:
   int push(const char* list, nlohmann::json element);
+  /// An accessor of the bytes; `description` is all but its buffer view.
+  int addAccessor(std::string_view bytes, nlohmann::json description);
 };
 
 /// A .glb with one visible mesh of the unit cube, of the material "wall".

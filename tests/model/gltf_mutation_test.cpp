@@ -31,7 +31,7 @@ GltfBuilder richBuilder() {
   root["textures"] = {{{"source", 0}, {"sampler", 0}}};
   root["materials"][0]["pbrMetallicRoughness"] = {{"baseColorFactor", {1, 0, 0, 1}},
                                                   {"baseColorTexture", {{"index", 0}}}};
-  root["meshes"][0]["primitives"][0]["indices"] = 0;
+  root["meshes"][0]["primitives"][0]["indices"] = builder.addIndices<std::uint16_t>({0, 1, 2, 7, 6, 5});
   root["meshes"][0]["primitives"][0]["targets"] = {{{"POSITION", 0}}};
   root["accessors"][0]["sparse"] = {{"count", 1},
                                     {"indices", {{"bufferView", 0}, {"componentType", 5121}}},

@@ -2,9 +2,11 @@
 
 #include <cmath>
 #include <cstdint>
+#include <fstream>
 #include <limits>
 
 #include "gltf_builder.h"
+#include "gltf_damage.h"
 #include "import_fixture.h"
 
 namespace Tal {
@@ -12,6 +14,7 @@ namespace {
 
 using support::boxPoints;
 using support::cubeBuilder;
+using support::Damage;
 using support::glbOf;
 using support::GltfBuilder;
 using testing::HasSubstr;
@@ -135,23 +138,10 @@ TEST_F(ABrokenGltf, IsRefusedWhenItRequiresAnUnknownExtension) {
       "requires the extension \"KHR_draco_mesh_compression\", which cannot be imported; export it without");
 }
 
-struct Damage {
-  const char* what;
-  void (*apply)(nlohmann::json& root);
-  const char* fault;
-};
-
-void PrintTo(const Damage& damage, std::ostream* stream) {
-  *stream << damage.what;
-}
-
-class ADamagedDocument : public support::ImportFixture, public testing::WithParamInterface<Damage> {};
+class ADamagedDocument : public support::DamageFixture {};
 
 TEST_P(ADamagedDocument, IsRefusedWithThePlaceOfTheDamage) {
-  GltfBuilder builder = cubeBuilder();
-  GetParam().apply(builder.root);
-  writeSource(builder.glb());
-  EXPECT_EQ(refusal(), GetParam().fault);
+  EXPECT_EQ(refusalOf(cubeBuilder()), GetParam().fault);
 }
 
 using nlohmann::json;
@@ -248,7 +238,7 @@ const std::vector<Damage> kDamages = {
                                          {"indices", {{"bufferView", 0}, {"componentType", 5121}}},
                                          {"values", {{"bufferView", 0}}}};
      },
-     "has sparse positions whose indices do not rise"},
+     "accessors[0].sparse has indices that do not rise or lie beyond its elements"},
     {"matrix",
      [](json& root) {
        root["nodes"][0]["matrix"] = {1, 2, 3};
@@ -274,6 +264,13 @@ const std::vector<Damage> kDamages = {
        root["materials"][0]["extras"] = {{"materialKind", 73.5}};
      },
      "materials[0].extras.materialKind is no whole number from 0 up"},
+    {"needed version", [](json& root) { root["asset"]["minVersion"] = "2.1"; },
+     "needs glTF of version \"2.1\"; only version 2.0 can be imported"},
+    {"needed major version", [](json& root) { root["asset"]["minVersion"] = "10.0"; },
+     "needs glTF of version \"10.0\"; only version 2.0 can be imported"},
+    {"needed text", [](json& root) { root["asset"]["minVersion"] = "new"; },
+     "needs glTF of version \"new\"; only version 2.0 can be imported"},
+    {"needed number", [](json& root) { root["asset"]["minVersion"] = 2; }, "asset.minVersion is no text"},
     {"own parent", [](json& root) { root["nodes"][0]["children"] = {0}; }, "has nodes[0] below itself"},
     {"cycle",
      [](json& root) {
@@ -312,12 +309,7 @@ const std::vector<Damage> kDamages = {
     {"only collision", [](json& root) { root["nodes"][0]["name"] = "BSP_1"; }, "shows no mesh"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Each, ADamagedDocument, testing::ValuesIn(kDamages),
-                         [](const testing::TestParamInfo<Damage>& damage) {
-                           std::string name = damage.param.what;
-                           std::replace(name.begin(), name.end(), ' ', '_');
-                           return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Each, ADamagedDocument, testing::ValuesIn(kDamages), support::nameOfDamage);
 
 TEST_F(ABrokenGltf, IsRefusedWhenAPositionIsNoFiniteNumber) {
   constexpr float kInfinity = std::numeric_limits<float>::infinity();
@@ -340,6 +332,37 @@ TEST_F(ABrokenGltf, IsRefusedWhenItShowsPointsWithoutEnd) {
   }
   writeSource(builder.glb());
   EXPECT_EQ(refusal(), "shows more than 20000000 points, counted at every node");
+}
+
+TEST_F(ABrokenGltf, IsTakenWhenItNeedsThisVersionOrAnOlderOne) {
+  for (const char* version : {"2.0", "1.9"}) {
+    GltfBuilder builder = cubeBuilder();
+    builder.root["asset"]["minVersion"] = version;
+    writeSource(builder.glb());
+    EXPECT_TRUE(import({.overwrite = true})) << error_;
+  }
+}
+
+/// The bytes that this process has read from files so far.
+std::uint64_t bytesRead() {
+  std::ifstream counters("/proc/self/io");
+  std::string name;
+  std::uint64_t bytes = 0;
+  counters >> name >> bytes;
+  EXPECT_EQ(name, "rchar:");
+  return bytes;
+}
+
+TEST_F(ABrokenGltf, IsRefusedByItsSizeBeforeItIsRead) {
+  constexpr std::uint64_t kLimit = std::uint64_t{512} << 20U;
+  constexpr std::uint64_t kFew = 1U << 20U;
+  writeSource(cubeBuilder().glb());
+  for (const std::uint64_t size : {kLimit + 1, kLimit << 11U}) {
+    std::filesystem::resize_file(source_, size);
+    const std::uint64_t before = bytesRead();
+    EXPECT_EQ(refusal(), "is larger than 512 MiB");
+    EXPECT_LT(bytesRead() - before, kFew);
+  }
 }
 
 // --- Other files ------------------------------------------------------------------------------------------
@@ -400,6 +423,17 @@ TEST_F(AGltfWithOtherFiles, IsRefusedWhenAnImageLiesOutside) {
   builder.root["images"] = {{{"uri", "../outside.png"}}};
   writeSource(builder.glb());
   EXPECT_EQ(refusal(), "names the file \"../outside.png\", which is not one below its own folder");
+}
+
+TEST_F(AGltfWithOtherFiles, IsRefusedByTheSizeOfAnImageBeforeThatIsRead) {
+  GltfBuilder builder = cubeBuilder();
+  builder.root["images"] = {{{"uri", "huge.png"}}};
+  writeSource(builder.glb());
+  folder_.write("huge.png", "\x89PNG");
+  std::filesystem::resize_file(folder_ / "huge.png", (std::uint64_t{512} << 20U) + 1);
+  const std::uint64_t before = bytesRead();
+  EXPECT_EQ(refusal(), "needs the image \"huge.png\", which is larger than 512 MiB");
+  EXPECT_LT(bytesRead() - before, 1U << 20U);
 }
 
 // --- Names ------------------------------------------------------------------------------------------------
@@ -518,7 +552,7 @@ TEST_F(AnImpossibleImport, IsOneOfANameThatNoModelCanHave) {
   EXPECT_EQ(refusalOfName(" a.model"), "\" a.model\": is no name that files can hold");
   EXPECT_EQ(refusalOfName(std::string(2000, 'a') + ".model").substr(81), ": is too long a name");
   EXPECT_THAT(refusalOfName(std::string(300, 'a') + ".model"),
-              testing::EndsWith("\" cannot be made: File name too long"));
+              testing::EndsWith("\" cannot be examined: File name too long"));
   EXPECT_THAT(refusalOfName(""), StartsWith("\"\": is no name of a "));
 }
 

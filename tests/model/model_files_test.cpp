@@ -57,8 +57,7 @@ TEST_F(AnImport, KeepsThePermissionsOfTheFilesThatItReplaces) {
 TEST_F(AnImport, IsRefusedWhenAFolderHasTheNameOfAFile) {
   writeSource(cubeBuilder().glb());
   std::filesystem::create_directories(root() / "content/house.visual");
-  EXPECT_EQ(refusal({.overwrite = true}),
-            "cannot be imported: \"content/house.visual\" is there and is no file");
+  EXPECT_EQ(refusal({.overwrite = true}), "cannot be imported: \"content/house.visual\" is no regular file");
   EXPECT_THAT(folder_.listing(), ElementsAre("in.glb", "root", "root/content", "root/content/house.visual"));
 }
 

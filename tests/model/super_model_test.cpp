@@ -162,6 +162,35 @@ TEST_F(AModel, IsNotLoadedWhenAMaterialIsNotWhole) {
   }
 }
 
+TEST_F(AModel, IsNotLoadedWhenANodeHasNoParentBeforeIt) {
+  for (const std::string parent : {"99", "1", "2", "-2", "abc", "", "0.5", "4294967295"}) {
+    EXPECT_EQ(refusalOfVisual("<visual><skeleton><node><name>top</name></node>"
+                              "<node><name>fx</name><parent>" +
+                              parent + "</parent></node><node/></skeleton></visual>"),
+              "\"house.visual\": node number 2 has the parent \"" + parent +
+                  "\", which is no place of a node before it and not -1; import the model again");
+  }
+}
+
+TEST_F(AModel, IsNotLoadedWhenACornerOfItsBoxIsNotThreeNumbers) {
+  for (const std::string corner : {"1 2", "1 2 3 4", "wide", "", "1 2 nan", "1 inf 3", "1e39 0 0"}) {
+    for (const std::string name : {"min", "max"}) {
+      EXPECT_EQ(refusalOfVisual("<visual><boundingBox><" + name + ">" + corner + "</" + name +
+                                "></boundingBox></visual>"),
+                "\"house.visual\": \"boundingBox/" + name + "\" is \"" + corner +
+                    "\", which is not three numbers; import the model again");
+    }
+  }
+}
+
+TEST_F(AModel, MayHaveNoBoxOrHalfOfOne) {
+  root_.write("house.model", "<model><visual>house.visual</visual></model>");
+  for (const char* box : {"", "<boundingBox/>", "<boundingBox><max>1 2 3</max></boundingBox>"}) {
+    root_.write("house.visual", "<visual>" + std::string(box) + "<skeleton/></visual>");
+    EXPECT_NE(load(), nullptr) << error_;
+  }
+}
+
 TEST_F(AModel, IsNotLoadedWithoutResourceRoots) {
   FS::setFileSystem(nullptr);
   EXPECT_EQ(load(), nullptr);

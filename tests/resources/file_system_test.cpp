@@ -123,7 +123,45 @@ TEST(ALinkToNothing, IsNoPlaceForAResource) {
   MessageRecorder recorder;
   EXPECT_FALSE(openResource("a.xml"));
   EXPECT_EQ(root.fileSystem().locationFor("a.xml"), std::nullopt);
-  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("link to nothing")));
+  EXPECT_THAT(recorder.texts(),
+              ElementsAre(HasSubstr("is a link to nothing"), HasSubstr("is a link to nothing")));
+}
+
+TEST(ALinkToNothing, InTheFirstRootDoesNotLetTheSecondStandInForIt) {
+  const TemporaryFolder first;
+  const TemporaryFolder second;
+  fs::create_symlink("nowhere.xml", first / "a.xml");
+  second.write("a.xml", "<r/>");
+  const Tal::FS::MultiFileSystem files({first.path(), second.path()});
+  std::string refusal;
+  EXPECT_EQ(files.find("a.xml", &refusal), std::nullopt);
+  EXPECT_EQ(refusal, "is a link to nothing");
+}
+
+TEST(AFileThatCannotBeExamined, IsRefusedWithTheReason) {
+  const TemporaryFolder first;
+  const TemporaryFolder second;
+  fs::create_symlink("a.xml", first / "a.xml");  // onto itself
+  second.write("a.xml", "<r/>");
+  const Tal::FS::MultiFileSystem files({first.path(), second.path()});
+  std::string refusal;
+  EXPECT_EQ(files.find("a.xml", &refusal), std::nullopt);
+  EXPECT_EQ(refusal, "cannot be examined: Too many levels of symbolic links");
+}
+
+TEST(AFolder, IsNoResource) {
+  const TemporaryFolder first;
+  const TemporaryFolder second;
+  fs::create_directory(first / "a.xml");
+  const Tal::FS::MultiFileSystem files({first.path(), second.path()});
+  std::string refusal;
+  EXPECT_EQ(files.find("a.xml", &refusal), std::nullopt);
+  EXPECT_EQ(refusal, "is no regular file");
+  EXPECT_EQ(files.find("b.xml", &refusal), std::nullopt);
+  EXPECT_EQ(refusal, "");
+  second.write("a.xml", "<r/>");
+  EXPECT_EQ(files.find("a.xml", &refusal), second / "a.xml");
+  EXPECT_EQ(refusal, "");
 }
 
 TEST(ARoot, MayItselfBeALink) {

@@ -1,0 +1,75 @@
+#include <authoring/category.h>
+#include <authoring/effects.h>
+#include <cli/commands.h>
+#include <cli/json_text.h>
+#include <cli/table.h>
+#include <cli/tool.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tal::cli {
+namespace {
+
+struct EffectsOptions {
+  std::string category;
+  bool hasCategory = false;
+  std::string key;
+  bool isJson = false;
+};
+
+using CategoryAndEffect = std::pair<KsDestructibleType, std::string>;
+
+std::vector<CategoryAndEffect> effectsOf(const EffectsOptions& options) {
+  std::vector<KsDestructibleType> categories{DT_STRUCTURE, DT_FRAGILE, DT_FALLING_ATOMS};
+  if (options.hasCategory) categories = {Tool::destructibleCategory(options.category)};
+  std::vector<CategoryAndEffect> effects;
+  for (const KsDestructibleType category : categories)
+    for (std::string& name : authoring::effectNames(category, options.key))
+      effects.emplace_back(category, std::move(name));
+  return effects;
+}
+
+Json asJson(const std::vector<CategoryAndEffect>& effects) {
+  Json list = Json::array();
+  for (const auto& [category, name] : effects)
+    list.push_back({{"category", authoring::categoryName(category)}, {"effect", name}});
+  return list;
+}
+
+std::string asTable(const std::vector<CategoryAndEffect>& effects) {
+  Table table(0);
+  for (const auto& [category, name] : effects)
+    table.add({std::string(authoring::categoryName(category)), shown(name)});
+  return table.text();
+}
+
+void effects(const EffectsOptions& options, Tool& tool) {
+  tool.setUpRoots();
+  const std::vector<CategoryAndEffect> found = effectsOf(options);
+  if (const std::string refusal = authoring::refusalOfEffects(); !refusal.empty()) throw Refusal(refusal);
+  tool.print(options.isJson ? jsonText(asJson(found)) : asTable(found));
+}
+
+}  // namespace
+
+void addEffects(CLI::App& program, Tool& tool) {
+  auto options = std::make_shared<EffectsOptions>();
+  CLI::App* const command = program.add_subcommand("effects", "List the effects that panels offer");
+  CLI::Option* const category =
+      command->add_option("--category", options->category, "Only the effects of one category")
+          ->type_name("structure|fragile|falling-atom");
+  command->add_option("--key", options->key, "Only effects whose names hold this, in any case")
+      ->type_name("KEY");
+  command->add_flag("--json", options->isJson, "Print an array of objects with category and effect");
+  command->footer("Example:\n  destructibles effects --category falling-atom --key touchdown");
+  command->callback([options, category, &tool] {
+    options->hasCategory = category->count() > 0;
+    effects(*options, tool);
+  });
+}
+
+}  // namespace Tal::cli

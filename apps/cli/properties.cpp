@@ -1,0 +1,150 @@
+#include <authoring/panel_record.h>
+#include <cli/commands.h>
+#include <cli/json_text.h>
+#include <cli/table.h>
+#include <cli/tool.h>
+#include <mio/meta_object.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tal::cli {
+namespace {
+
+using mio::BoundProperty;
+using mio::Property;
+using tyk::Variant;
+
+struct PropertiesOptions {
+  std::string model;
+  std::string module;
+  bool hasModule = false;
+  bool withOptions = false;
+  bool isJson = false;
+};
+
+const char* typeText(const Property& property) {
+  return Variant::typeName(property.type());
+}
+
+// What a panel edits the property with.
+std::string widgetText(const Property& property) {
+  const mio::Annotations& annotations = property.annotations();
+  if (annotations.find<mio::ComboBox>() != nullptr) {
+    const auto* const autocomplete = annotations.find<mio::Autocomplete>();
+    return autocomplete != nullptr && autocomplete->isOn ? "combo box, autocomplete" : "combo box";
+  }
+  const auto* const precision = annotations.find<mio::Precision>();
+  if (precision == nullptr) return typeText(property);
+  return std::string(typeText(property)) + ", " + std::to_string(precision->decimals) + " decimals";
+}
+
+std::string valueText(const Variant& value) {
+  const std::string text = value.text();
+  return text.empty() ? "-" : shown(text);
+}
+
+std::string optionsText(const BoundProperty& property) {
+  std::string text;
+  for (const Variant& option : property.options()) text += (text.empty() ? "" : ", ") + valueText(option);
+  return text;
+}
+
+std::string asTable(mio::Object& object, const PropertiesOptions& options) {
+  Table table(0);
+  for (const BoundProperty& property : object.properties()) {
+    std::vector<std::string> row{shown(property.property()->name()), valueText(property.get()),
+                                 widgetText(*property.property())};
+    if (options.withOptions) row.push_back(optionsText(property));
+    table.add(std::move(row));
+  }
+  return table.text();
+}
+
+Json asJson(const Variant& value) {
+  switch (value.type()) {
+    case Variant::Type::boolean:
+      return value.castTo<bool>();
+    case Variant::Type::signedInteger:
+      return value.castTo<std::int64_t>();
+    case Variant::Type::unsignedInteger:
+      return value.castTo<std::uint64_t>();
+    case Variant::Type::singleFloat:
+      return toJson(value.castTo<float>());
+    case Variant::Type::doubleFloat:
+      return value.castTo<double>();
+    case Variant::Type::string:
+      return value.castTo<std::string>();
+    case Variant::Type::list:
+      break;
+    case Variant::Type::empty:
+      return nullptr;
+  }
+  Json list = Json::array();
+  for (const Variant& each : value.castTo<tyk::VariantList>()) list.push_back(asJson(each));
+  return list;
+}
+
+Json asJson(const BoundProperty& property, bool withOptions) {
+  const mio::Annotations& annotations = property.property()->annotations();
+  Json json = {{"name", property.property()->name()},
+               {"value", asJson(property.get())},
+               {"type", typeText(*property.property())},
+               {"widget", widgetText(*property.property())}};
+  if (const auto* const precision = annotations.find<mio::Precision>())
+    json["precision"] = precision->decimals;
+  if (const auto* const autocomplete = annotations.find<mio::Autocomplete>())
+    json["autocomplete"] = autocomplete->isOn;
+  if (const auto* const onChange = annotations.find<mio::OnChange>()) json["onChange"] = onChange->method();
+  if (withOptions && annotations.find<mio::ComboBox>() != nullptr)
+    json["options"] = asJson(Variant(property.options()));
+  return json;
+}
+
+Json asJson(mio::Object& object, const PropertiesOptions& options) {
+  Json json = {{"model", options.model}};
+  if (options.hasModule) json["module"] = options.module;
+  json["record"] = object.metaObject()->typeName();
+  json["properties"] = Json::array();
+  for (const BoundProperty& property : object.properties())
+    json["properties"].push_back(asJson(property, options.withOptions));
+  return json;
+}
+
+void properties(const PropertiesOptions& options, Tool& tool) {
+  const auto session = tool.openSession(options.model);
+  std::string refusal;
+  const auto record = authoring::PanelRecord::open(
+      *session, options.hasModule ? std::optional(options.module) : std::nullopt, refusal);
+  if (!record) throw Refusal(refusal);
+  tool.print(options.isJson ? jsonText(asJson(record->object(), options))
+                            : asTable(record->object(), options));
+}
+
+}  // namespace
+
+void addProperties(CLI::App& program, Tool& tool) {
+  auto options = std::make_shared<PropertiesOptions>();
+  CLI::App* const command = program.add_subcommand(
+      "properties", "Show a model's record, or one module's, as an editor's property panel does");
+  command->add_option("MODEL", options->model, "The model's resource name")->required();
+  CLI::Option* const module =
+      command->add_option("--module", options->module, "The module of a structure, by its material")
+          ->type_name("NAME");
+  command->add_flag("--options", options->withOptions, "Show what the combo boxes offer, too");
+  command->add_flag("--json", options->isJson, "Print one object with record and properties");
+  command->footer(
+      "Examples:\n"
+      "  destructibles properties content/props/crate.model --options\n"
+      "  destructibles properties content/buildings/house.model --module partN7");
+  command->callback([options, module, &tool] {
+    options->hasModule = module->count() > 0;
+    properties(*options, tool);
+  });
+}
+
+}  // namespace Tal::cli

@@ -1,0 +1,46 @@
+#include <authoring/effects.h>
+#include <authoring/panel_record.h>
+#include <resources/data_section.h>
+#include <resources/file_system.h>
+
+#include <algorithm>
+
+namespace Tal::authoring {
+namespace {
+
+constexpr const char* kEffectsXml = "scripts/destructibles_effects.xml";
+constexpr std::ptrdiff_t kWithoutEffect = 2;  // the options in front of the effects: nothing, and "none"
+
+char lowerCase(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool holdsInAnyCase(BasicStringRef name, BasicStringRef key) {
+  return !std::ranges::search(name, key, {}, lowerCase, lowerCase).empty() || key.empty();
+}
+
+}  // namespace
+
+std::vector<std::string> effectNames(KsDestructibleType category, BasicStringRef key) {
+  // The record of a module offers every effect of whatever category its parent names.
+  mio::DynamicObject model;
+  offerToRecords(
+      model, [category] { return category; }, [] { return std::vector<std::string>(); });
+  KsDestructibleModuleDesc record;
+  record.setParent(&model);
+  const auto options =
+      tyk::Variant(record.property("Hit effect").options()).castTo<std::vector<std::string>>();
+  std::vector<std::string> names;
+  std::copy_if(options.begin() + kWithoutEffect, options.end(), std::back_inserter(names),
+               [key](const std::string& name) { return holdsInAnyCase(name, key); });
+  return names;
+}
+
+std::string refusalOfEffects() {
+  if (FS::Utils::openSection(kEffectsXml, false, nullptr)) return {};
+  const bool isThere = FS::fileSystem() != nullptr && FS::fileSystem()->find(kEffectsXml);
+  return isThere ? std::string(kEffectsXml) + " cannot be read; mend it first"
+                 : "no resource root holds " + std::string(kEffectsXml) + "; make one to offer effects";
+}
+
+}  // namespace Tal::authoring

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <core/string_ref.h>
+#include <destructibles/ks_destructibles_helper.h>
+
+#include <string>
+#include <vector>
+
+namespace Tal::authoring {
+
+/// The effects that panels offer for models of a category (not DT_NON_DESTRUCTIBLE), in the order of
+/// "scripts/destructibles_effects.xml": those whose names hold `key` in any case; every one when it is empty.
+/// Nothing when there is no such file. Main thread only.
+std::vector<std::string> effectNames(KsDestructibleType category, BasicStringRef key);
+
+/// Why the effects cannot be listed and what to do, a line for a person; empty when they can.
+std::string refusalOfEffects();
+
+}  // namespace Tal::authoring

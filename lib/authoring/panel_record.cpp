@@ -1,0 +1,93 @@
+#include <authoring/assign_all.h>
+#include <authoring/panel_record.h>
+#include <authoring/session.h>
+#include <core/nearest_name.h>
+
+#include <utility>
+
+namespace Tal::authoring {
+namespace {
+
+using Record =
+    std::variant<KsDestructibleModuleDesc, KsDestructibleFragileDesc, KsDestructibleFallingAtomDesc>;
+
+std::vector<std::string> namesOf(const std::map<std::string, KsDestructibleModuleDesc>& modules) {
+  std::vector<std::string> names;
+  names.reserve(modules.size());
+  for (const auto& [name, module] : modules) names.push_back(name);
+  return names;
+}
+
+// The record as the session has it now; nothing, with the reason, when there is none.
+std::optional<Record> recordOf(Session& session, const std::optional<std::string>& module,
+                               std::string& refusal) {
+  const Description now = session.description();
+  const std::string model = quotedName(session.modelName());
+  if (now.category == DT_STRUCTURE && module) {
+    if (const auto found = now.modules.find(*module); found != now.modules.end()) return found->second;
+    refusal = model + " has no module " + quotedName(*module) + nameSuggestion(*module, namesOf(now.modules));
+  } else if (now.category == DT_STRUCTURE) {
+    refusal = model + " is a structure, whose records are its modules; name one" +
+              nameSuggestion("", namesOf(now.modules));
+  } else if (module) {
+    refusal = model + " is no structure and has no modules; convert it first";
+  } else if (now.fragile) {
+    return *now.fragile;
+  } else if (now.fallingAtom) {
+    return *now.fallingAtom;
+  } else {
+    refusal = model + " is not destructible and has no properties; convert it first";
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+void offerToRecords(mio::DynamicObject& object, std::function<KsDestructibleType()> category,
+                    std::function<std::vector<std::string>()> hardPoints) {
+  object.addProperty("Destructible Type", tyk::Variant::Type::signedInteger,
+                     [category = std::move(category)] { return tyk::Variant(std::int32_t{category()}); });
+  object.addProperty("_hardPoints", tyk::Variant::Type::list,
+                     [hardPoints = std::move(hardPoints)] { return tyk::Variant(hardPoints()); });
+}
+
+std::unique_ptr<PanelRecord> PanelRecord::open(Session& session, const std::optional<std::string>& module,
+                                               std::string& refusal) {
+  const std::optional<Record> record = recordOf(session, module, refusal);
+  if (!record) return nullptr;
+  return std::unique_ptr<PanelRecord>(new PanelRecord(session, module, *record));
+}
+
+PanelRecord::PanelRecord(Session& session, std::optional<std::string> module, const Record& record)
+    : session_(session), module_(std::move(module)), record_(record) {
+  offerToRecords(
+      model_, [this] { return session_.category(); }, [this] { return session_.hardPoints(); });
+  object().setParent(&model_);
+  std::visit([this](auto& own) { changed_ = own.changed.connect([this](mio::SetterFlags) { commit(); }); },
+             record_);
+}
+
+PanelRecord::~PanelRecord() = default;
+
+mio::Object& PanelRecord::object() noexcept {
+  return std::visit([](auto& record) -> mio::Object& { return record; }, record_);
+}
+
+void PanelRecord::commit() {
+  lastOutcome_ = Outcome();
+  const std::optional<Record> before = recordOf(session_, module_, lastOutcome_.refusal);
+  if (!before || before->index() != record_.index()) {
+    if (lastOutcome_) lastOutcome_ = refused("the model has another category now; look at it anew");
+    return;
+  }
+  std::visit(
+      [&](auto& own) {
+        const auto& stored = std::get<std::decay_t<decltype(own)>>(*before);
+        const std::vector<Assignment> assignments = differences(stored, own);
+        lastOutcome_ = module_ ? session_.setModule(*module_, assignments) : session_.set(assignments);
+        if (!lastOutcome_) own = stored;
+      },
+      record_);
+}
+
+}  // namespace Tal::authoring

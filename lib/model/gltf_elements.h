@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace tinygltf {
+class Model;
+}
+
+namespace Tal {
+
+/// A number from any place in a buffer, aligned or not.
+template <class Number>
+Number readNumber(const unsigned char* bytes) {
+  Number number;
+  std::memcpy(&number, bytes, sizeof(number));
+  return number;
+}
+
+/// A whole number of 1, 2 or 4 bytes.
+inline std::uint32_t readUnsigned(const unsigned char* bytes, std::size_t size) {
+  switch (size) {
+    case 1:
+      return *bytes;
+    case 2:
+      return readNumber<std::uint16_t>(bytes);
+    default:
+      return readNumber<std::uint32_t>(bytes);
+  }
+}
+
+/// The bytes of one component of an accessor.
+std::size_t gltfComponentSize(int componentType);
+
+/// The elements of an accessor as its buffer view and its sparse values give them. A view of the model, which
+/// was checked (see checkGltfJson).
+class GltfElements {
+ public:
+  GltfElements(const tinygltf::Model& model, std::size_t accessor);
+
+  /// Calls `visit` with the first byte of every element, in order. Elements that no buffer view holds are
+  /// zero; null then stands for all of them together. The sparse indices were checked (see checkGltfIndices).
+  template <class Visit>
+  void forEach(Visit visit) const {
+    std::size_t nextSparse = 0;
+    if (data_ == nullptr) {
+      if (sparseCount_ < count_) visit(static_cast<const unsigned char*>(nullptr));
+      for (; nextSparse < sparseCount_; ++nextSparse) visit(sparseValue(nextSparse));
+      return;
+    }
+    for (std::size_t index = 0; index < count_; ++index) {
+      const bool isReplaced = nextSparse < sparseCount_ && sparseIndex(nextSparse) == index;
+      visit(isReplaced ? sparseValue(nextSparse++) : data_ + index * stride_);
+    }
+  }
+
+  std::size_t count() const noexcept { return count_; }
+
+  std::size_t sparseCount() const noexcept { return sparseCount_; }
+  /// The place among the elements that a sparse value replaces; `index` is below sparseCount().
+  std::size_t sparseIndex(std::size_t index) const {
+    return readUnsigned(sparseIndices_ + index * sparseIndexSize_, sparseIndexSize_);
+  }
+
+  /// How many bytes forEach reads at most.
+  std::size_t bytesToRead() const noexcept {
+    return (data_ == nullptr ? 0 : count_ * elementSize_) + sparseCount_ * (sparseIndexSize_ + elementSize_);
+  }
+
+ private:
+  const unsigned char* sparseValue(std::size_t index) const { return sparseValues_ + index * elementSize_; }
+
+  const unsigned char* data_ = nullptr;  // null without a buffer view
+  std::size_t count_;
+  std::size_t elementSize_;
+  std::size_t stride_ = 0;
+  const unsigned char* sparseIndices_ = nullptr;
+  const unsigned char* sparseValues_ = nullptr;
+  std::size_t sparseCount_ = 0;
+  std::size_t sparseIndexSize_ = 0;
+};
+
+}  // namespace Tal

@@ -1,0 +1,183 @@
+#include <authoring/effects.h>
+#include <authoring/panel_record.h>
+#include <authoring/session_fixture.h>
+#include <mio/meta_object.h>
+#include <mio/property.h>
+
+#include <optional>
+
+namespace Tal::authoring {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class APanelRecord : public SessionTest {
+ protected:
+  static std::unique_ptr<PanelRecord> record(Session& session,
+                                             const std::optional<std::string>& module = std::nullopt) {
+    std::string refusal;
+    auto record = PanelRecord::open(session, module, refusal);
+    EXPECT_EQ(refusal, "");
+    return record;
+  }
+
+  static std::string refusal(Session& session, const std::optional<std::string>& module = std::nullopt) {
+    std::string refusal;
+    EXPECT_EQ(PanelRecord::open(session, module, refusal), nullptr);
+    return refusal;
+  }
+
+  static std::unique_ptr<Session> opened(const char* model, KsDestructibleType category) {
+    auto session = open(model);
+    expectDone(session->convert(category));
+    return session;
+  }
+
+  static std::vector<std::string> options(mio::Object& object, const char* property) {
+    return tyk::Variant(object.property(property).options()).castTo<std::vector<std::string>>();
+  }
+};
+
+TEST_F(APanelRecord, ShowsTheRecordOfTheModelOrOfAModule) {
+  const auto crate = opened(kCrate, DT_FRAGILE);
+  EXPECT_EQ(record(*crate)->object().metaObject()->typeName(), "Tal::KsDestructibleFragileDesc");
+  const auto lamp = opened(kLamp, DT_FALLING_ATOMS);
+  EXPECT_EQ(record(*lamp)->object().metaObject()->typeName(), "Tal::KsDestructibleFallingAtomDesc");
+  const auto house = opened(kHouse, DT_STRUCTURE);
+  const auto wall = record(*house, "n_wall_1");
+  EXPECT_EQ(wall->object().metaObject()->typeName(), "Tal::KsDestructibleModuleDesc");
+  EXPECT_EQ(wall->object().property("Health").get(), tyk::Variant(50));
+}
+
+TEST_F(APanelRecord, OffersTheEffectsOfTheCategoryAndTheHardPointsOfTheModel) {
+  root_.write("scripts/destructibles_effects.xml",
+              "<root><structures><s/></structures><fragiles><f/></fragiles></root>");
+  const auto house = opened(kHouse, DT_STRUCTURE);
+  const auto wall = record(*house, "n_wall_1");
+  EXPECT_THAT(options(wall->object(), "Effect hardpoint"), ElementsAre("", "HP_wall_1", "HP_wall_2"));
+  EXPECT_THAT(options(wall->object(), "Hit effect"), ElementsAre("", "none", "s"));
+  const auto crate = opened(kCrate, DT_FRAGILE);
+  EXPECT_THAT(options(record(*crate)->object(), "Hit effect"), ElementsAre("", "none", "f"));
+}
+
+TEST_F(APanelRecord, MakesWhatIsSetAnEditOfTheSession) {
+  const auto crate = opened(kCrate, DT_FRAGILE);
+  expectDone(crate->save());
+  const auto panel = record(*crate);
+  panel->object().property("Health").set("33");
+  EXPECT_EQ(panel->lastOutcome().refusal, "");
+  ASSERT_EQ(panel->lastOutcome().changes.size(), 1U);
+  EXPECT_EQ(panel->lastOutcome().changes[0].key, "health");
+  EXPECT_EQ(crate->description().fragile->health, 33);
+  EXPECT_TRUE(crate->hasUnsavedEdits());
+  const auto house = opened(kHouse, DT_STRUCTURE);
+  const std::string before = house->description().modules.at("n_wall_1").effectHP;
+  record(*house, "n_wall_2")->object().property("Effect hardpoint").set("HP_wall_2");
+  EXPECT_EQ(house->description().modules.at("n_wall_2").effectHP, "HP_wall_2");
+  EXPECT_EQ(house->description().modules.at("n_wall_1").effectHP, before);
+}
+
+TEST_F(APanelRecord, HasTheOldValueAgainWhenTheSessionRefusesTheNewOne) {
+  const auto crate = opened(kCrate, DT_FRAGILE);
+  const auto panel = record(*crate);
+  panel->object().property("Hit effect").set("bad\x01");
+  EXPECT_THAT(panel->lastOutcome().refusal, HasSubstr("control character"));
+  EXPECT_EQ(panel->object().property("Hit effect").get(),
+            tyk::Variant(crate->description().fragile->hitEffect));
+  panel->object().property("Hit effect").set("boom");
+  EXPECT_EQ(panel->lastOutcome().refusal, "");
+  EXPECT_EQ(crate->description().fragile->hitEffect, "boom");
+}
+
+TEST_F(APanelRecord, IsRefusedAnEditWhenTheModelHasAnotherCategory) {
+  const auto crate = opened(kCrate, DT_FRAGILE);
+  const auto panel = record(*crate);
+  expectDone(crate->convert(DT_FALLING_ATOMS));
+  const Description before = crate->description();
+  panel->object().property("Health").set(99);
+  EXPECT_NE(panel->lastOutcome().refusal, "");
+  EXPECT_TRUE(isSame(crate->description(), before));
+}
+
+TEST_F(APanelRecord, IsRefusedWhereThereIsNone) {
+  EXPECT_EQ(refusal(*open(kCrate)),
+            "\"content/props/crate.model\" is not destructible and has no properties; convert it first");
+  const auto crate = opened(kCrate, DT_FRAGILE);
+  EXPECT_EQ(refusal(*crate, "n_wood"),
+            "\"content/props/crate.model\" is no structure and has no modules; convert it first");
+  const auto house = opened(kHouse, DT_STRUCTURE);
+  EXPECT_THAT(refusal(*house), HasSubstr("is a structure, whose records are its modules; name one"));
+  EXPECT_EQ(refusal(*house, "n_wal_1"),
+            "\"content/buildings/house.model\" has no module \"n_wal_1\"; did you mean \"n_wall_1\"?");
+}
+
+// --- Display names ---
+
+TEST_F(APanelRecord, NamesItsPropertiesForAnEditToo) {
+  const auto crate = opened(kCrate, DT_FRAGILE);
+  const Outcome outcome = crate->set({{"Hit effect", "boom"}, {"health", "9"}, {"Decay effect", "dust"}});
+  EXPECT_EQ(outcome.refusal, "");
+  const auto fragile = *crate->description().fragile;
+  EXPECT_EQ(fragile.hitEffect, "boom");
+  EXPECT_EQ(fragile.health, 9);
+  EXPECT_EQ(fragile.decayEffect, "dust");
+  const auto house = opened(kHouse, DT_STRUCTURE);
+  EXPECT_EQ(house->setModule("n_wall_1", {{"Ram effect", "bang"}}).refusal, "");
+  EXPECT_EQ(house->description().modules.at("n_wall_1").ramEffect, "bang");
+}
+
+TEST_F(APanelRecord, RefusesAnEditByDisplayNameAsAWhole) {
+  const auto crate = opened(kCrate, DT_FRAGILE);
+  const Description before = crate->description();
+  EXPECT_EQ(crate->set({{"Hit effect", "boom"}, {"Health", "9x"}}).refusal,
+            "Health: cannot convert the string \"9x\" to int32");
+  EXPECT_EQ(crate->set({{"Health", "9"}, {"health", "8"}}).refusal,
+            "the key \"health\" is given twice; give it once");
+  EXPECT_EQ(crate->set({{"Hit efect", "boom"}}).refusal,
+            "a fragile has no key \"Hit efect\"; did you mean \"Hit effect\"?");
+  EXPECT_NE(crate->set({{"Hit effect", "bad\x01"}}).refusal, "");
+  EXPECT_TRUE(isSame(crate->description(), before));
+}
+
+TEST_F(APanelRecord, WarnsOfAHardPointThatTheModelLacks) {
+  const auto crate = opened(kCrate, DT_FRAGILE);
+  EXPECT_THAT(crate->set({{"Effect hardpoint", "HP_tap"}}).warnings,
+              ElementsAre("effectHP: the model has no hard point \"HP_tap\"; did you mean \"HP_top\"?"));
+}
+
+TEST_F(APanelRecord, OfAStructureIsItsModules) {
+  const auto house = opened(kHouse, DT_STRUCTURE);
+  EXPECT_EQ(house->set({{"Hit effect", "boom"}}).refusal,
+            "a structure has no Hit effect of its own, its modules have; name the module");
+}
+
+// --- Effects ---
+
+using TheEffects = SessionTest;
+
+TEST_F(TheEffects, AreThoseOfTheCategoryWhoseNamesHoldTheKeyInAnyCase) {
+  root_.write("scripts/destructibles_effects.xml",
+              "<root><structures><b/><Wood_a/></structures><fragiles><f_wood/><g/></fragiles>"
+              "<fallingAtoms><h/></fallingAtoms></root>");
+  EXPECT_THAT(effectNames(DT_STRUCTURE, ""), ElementsAre("b", "Wood_a"));
+  EXPECT_THAT(effectNames(DT_FRAGILE, "WOOD"), ElementsAre("f_wood"));
+  EXPECT_THAT(effectNames(DT_STRUCTURE, "wood"), ElementsAre("Wood_a"));
+  EXPECT_THAT(effectNames(DT_FALLING_ATOMS, ""), ElementsAre("h"));
+  EXPECT_THAT(effectNames(DT_FALLING_ATOMS, "wood"), IsEmpty());
+  EXPECT_EQ(refusalOfEffects(), "");
+}
+
+TEST_F(TheEffects, AreRefusedWithoutAFileThatCanBeRead) {
+  EXPECT_EQ(refusalOfEffects(),
+            "no resource root holds scripts/destructibles_effects.xml; make one to offer effects");
+  root_.write("scripts/destructibles_effects.xml", "<root>");
+  EXPECT_EQ(refusalOfEffects(), "scripts/destructibles_effects.xml cannot be read; mend it first");
+  EXPECT_THAT(effectNames(DT_FRAGILE, ""), IsEmpty());
+  EXPECT_THAT(messages_.texts(), Contains(HasSubstr("destructibles_effects.xml")));
+}
+
+}  // namespace
+}  // namespace Tal::authoring

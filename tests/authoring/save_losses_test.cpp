@@ -1,0 +1,89 @@
+#include <authoring/session_fixture.h>
+
+namespace Tal::authoring {
+namespace {
+
+using Code = SaveWarning::Code;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class TheLossesOfASave : public SessionTest {
+ protected:
+  /// The texts of the warnings of one kind, after a structure of that content was opened.
+  std::vector<std::string> ofHouse(const std::string& content, Code code = Code::lostContent) const {
+    writeDatabase("<root><structures><entry><filename>content/buildings/house.model</filename>" + content +
+                  "</entry></structures></root>");
+    return warnings(kHouse, code);
+  }
+
+  static std::vector<std::string> warnings(const char* model, Code code) {
+    std::vector<std::string> texts;
+    for (const SaveWarning& warning : open(model)->saveWarnings())
+      if (warning.code == code) texts.push_back(warning.text);
+    return texts;
+  }
+
+  static std::string module(const std::string& name, const std::string& more = "") {
+    return "<module><matName>" + name + "</matName>" + more + "</module>";
+  }
+};
+
+TEST_F(TheLossesOfASave, AreWhatNobodyKnowsInModulesAndStates) {
+  EXPECT_THAT(
+      ofHouse("<note>stays</note><modules>" + module("n_wall_1", "<health>5</health><owner>Joe</owner>") +
+              "</modules><states><state><name>open</name><destroyedMaterials/><sound>boom</sound></state></"
+              "states>"),
+      ElementsAre("the key \"owner\" of module \"n_wall_1\" is not kept",
+                  "the key \"sound\" of state \"open\" is not kept"));
+}
+
+TEST_F(TheLossesOfASave, AreElementsThatALoadTakesForOneOrForNone) {
+  EXPECT_THAT(
+      ofHouse("<modules>" + module("n_wall_1") + module("n_wall_1") + module("n_wall_1") +
+              "<module><health>5</health></module></modules><states><state/>"
+              "<state><name>a</name></state><state><name>a</name></state></states>"),
+      ElementsAre("of several elements of module \"n_wall_1\" the last is kept",
+                  "a module without a \"matName\" is not kept", "a state without a \"name\" is not kept",
+                  "of several elements of state \"a\" the last is kept"));
+}
+
+TEST_F(TheLossesOfASave, AreNumbersThatAreNone) {
+  EXPECT_THAT(ofHouse("<modules>" + module("n_wall_1", "<health>abc</health>") + "</modules>"),
+              ElementsAre("the health \"abc\" of module \"n_wall_1\" is no whole number and is not kept"));
+  writeDatabase(
+      "<root><fragiles><entry><filename>content/props/crate.model</filename><health>5.5</health>"
+      "<effectScale>nan</effectScale><mine>stays</mine></entry></fragiles></root>");
+  EXPECT_THAT(warnings(kCrate, Code::lostContent),
+              ElementsAre("the health \"5.5\" is no whole number and is not kept",
+                          "the effectScale \"nan\" is no number and is not kept"));
+}
+
+TEST_F(TheLossesOfASave, AreNoneInAnEntryThatTheEditorWrote) {
+  const auto session = open(kHouse);
+  expectDone(session->convert(DT_STRUCTURE));
+  expectDone(session->addState("open"));
+  expectDone(session->save());
+  EXPECT_THAT(warnings(kHouse, Code::lostContent), IsEmpty());
+  EXPECT_THAT(warnings(kHouse, Code::addedModule), IsEmpty());
+}
+
+TEST_F(TheLossesOfASave, OfVeryManyAreNamedInPart) {
+  std::string modules;
+  for (int number = 0; number < 1000; ++number) modules += "<module/>";
+  const std::vector<std::string> losses = ofHouse("<modules>" + modules + "</modules>");
+  ASSERT_EQ(losses.size(), 21U);
+  EXPECT_EQ(losses.back(), "and 980 more that the save does not keep");
+}
+
+TEST_F(TheLossesOfASave, ComeWithTheModulesThatItAdds) {
+  EXPECT_THAT(
+      ofHouse("<modules>" + module("n_wall_1") + module("n_wall_2") + "</modules>", Code::addedModule),
+      ElementsAre("module \"n_door_4\" is added with health 50, since the file has none for this material"));
+  const auto crate = open(kCrate);
+  expectDone(crate->convert(DT_STRUCTURE));
+  for (const SaveWarning& warning : crate->saveWarnings())
+    EXPECT_NE(warning.code, Code::addedModule) << "nobody wonders at the modules of a new structure";
+}
+
+}  // namespace
+}  // namespace Tal::authoring
