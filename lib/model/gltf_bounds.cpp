@@ -1,28 +1,20 @@
 #include <model/gltf_bounds.h>
+#include <model/gltf_elements.h>
 #include <model/gltf_fault.h>
 #include <tiny_gltf.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <string>
 
 namespace Tal {
 namespace {
 
-constexpr std::size_t kMaxPoints = 20'000'000;
 constexpr std::size_t kCorners = 8;
 
 using Point = std::array<double, 3>;
-
-template <class Number>
-Number readNumber(const unsigned char* bytes) {
-  Number number;
-  std::memcpy(&number, bytes, sizeof(number));
-  return number;
-}
 
 /// A component as the format maps it to a number.
 template <class Integer>
@@ -47,92 +39,19 @@ double readComponent(const unsigned char* bytes, int type, bool isNormalized) {
   }
 }
 
-std::size_t componentSize(int type) {
-  return static_cast<std::size_t>(tinygltf::GetComponentSizeInBytes(static_cast<std::uint32_t>(type)));
-}
-
-/// The points of an accessor, in order.
-class PositionReader {
- public:
-  PositionReader(const tinygltf::Model& model, const tinygltf::Accessor& accessor)
-      : model_(model), accessor_(accessor), componentSize_(componentSize(accessor.componentType)) {}
-
-  template <class Visit>
-  void forEach(Visit visit) const {
-    const std::size_t sparseCount =
-        accessor_.sparse.isSparse ? static_cast<std::size_t>(accessor_.sparse.count) : 0;
-    // Without a buffer view every point that no sparse value replaces is the origin: one stands for all.
-    if (accessor_.bufferView < 0) {
-      if (sparseCount < accessor_.count) visit(Point{0, 0, 0});
-      for (std::size_t index = 0; index < sparseCount; ++index) visit(sparsePoint(index));
-      return;
-    }
-    const tinygltf::BufferView& view = viewAt(accessor_.bufferView);
-    const std::size_t stride = view.byteStride != 0 ? view.byteStride : 3 * componentSize_;
-    const unsigned char* bytes = dataAt(view, accessor_.byteOffset);
-    std::size_t nextSparse = 0;
-    for (std::size_t index = 0; index < accessor_.count; ++index) {
-      if (nextSparse < sparseCount && sparseIndex(nextSparse) == index) {
-        visit(sparsePoint(nextSparse++));
-      } else {
-        visit(pointAt(bytes + index * stride));
-      }
-    }
-    if (nextSparse < sparseCount) throw GltfFault("has sparse positions whose indices do not rise");
-  }
-
-  std::size_t count() const {
-    return accessor_.bufferView >= 0   ? accessor_.count
-           : accessor_.sparse.isSparse ? static_cast<std::size_t>(accessor_.sparse.count) + 1
-                                       : 1;
-  }
-
- private:
-  const tinygltf::BufferView& viewAt(int index) const {
-    return model_.bufferViews[static_cast<std::size_t>(index)];
-  }
-
-  const unsigned char* dataAt(const tinygltf::BufferView& view, std::size_t offset) const {
-    return model_.buffers[static_cast<std::size_t>(view.buffer)].data.data() + view.byteOffset + offset;
-  }
-
-  Point pointAt(const unsigned char* bytes) const {
+/// Calls `visit` with the points of an accessor, in order; those that no data holds are one origin.
+template <class Visit>
+void forEachPoint(const tinygltf::Model& model, std::size_t accessor, Visit visit) {
+  const int type = model.accessors[accessor].componentType;
+  const bool isNormalized = model.accessors[accessor].normalized;
+  const std::size_t size = gltfComponentSize(type);
+  GltfElements(model, accessor).forEach([&](const unsigned char* bytes) {
     Point point{};
-    for (double& component : point) {
-      component = readComponent(bytes, accessor_.componentType, accessor_.normalized);
-      bytes += componentSize_;
+    for (std::size_t axis = 0; axis < 3 && bytes != nullptr; ++axis) {
+      point[axis] = readComponent(bytes + axis * size, type, isNormalized);
     }
-    return point;
-  }
-
-  std::size_t sparseIndex(std::size_t index) const {
-    const auto& indices = accessor_.sparse.indices;
-    const std::size_t size = componentSize(indices.componentType);
-    const unsigned char* bytes =
-        dataAt(viewAt(indices.bufferView), static_cast<std::size_t>(indices.byteOffset)) + index * size;
-    switch (size) {
-      case 1:
-        return *bytes;
-      case 2:
-        return readNumber<std::uint16_t>(bytes);
-      default:
-        return readNumber<std::uint32_t>(bytes);
-    }
-  }
-
-  Point sparsePoint(std::size_t index) const {
-    const auto& values = accessor_.sparse.values;
-    return pointAt(dataAt(viewAt(values.bufferView), static_cast<std::size_t>(values.byteOffset)) +
-                   index * 3 * componentSize_);
-  }
-
-  const tinygltf::Model& model_;
-  const tinygltf::Accessor& accessor_;
-  std::size_t componentSize_;
-};
-
-const tinygltf::Accessor& accessorAt(const tinygltf::Model& model, int index) {
-  return model.accessors[static_cast<std::size_t>(index)];
+    visit(point);
+  });
 }
 
 Vector3 rounded(const Point& point) {
@@ -162,19 +81,20 @@ Affine Affine::operator*(const Affine& inner) const noexcept {
 }
 
 void GltfBounds::add(int mesh, const Affine& world) {
-  for (const int accessor : positionsOf(mesh)) {
+  for (const std::size_t accessor : positionsOf(mesh)) {
+    countPoints(accessor);
     const Box& local = localBoxOf(accessor);
-    countWork(kCorners);
     // Inside the corners lies everything, so a mesh that cannot enlarge the box is not looked through.
     if (holds(local, world)) continue;
-    const PositionReader reader(model_, accessorAt(model_, accessor));
-    countWork(reader.count());
-    reader.forEach([&](const Point& point) { grow(world(point)); });
+    forEachPoint(model_, accessor, [&](const Point& point) { grow(world(point)); });
   }
 }
 
 void GltfBounds::check(int mesh) {
-  for (const int accessor : positionsOf(mesh)) localBoxOf(accessor);
+  for (const std::size_t accessor : positionsOf(mesh)) {
+    countPoints(accessor);
+    localBoxOf(accessor);
+  }
 }
 
 std::optional<BoundingBox> GltfBounds::box() const {
@@ -182,28 +102,27 @@ std::optional<BoundingBox> GltfBounds::box() const {
   return BoundingBox{rounded(box_->min), rounded(box_->max)};
 }
 
-const std::vector<int>& GltfBounds::positionsOf(int mesh) {
+const std::vector<std::size_t>& GltfBounds::positionsOf(int mesh) {
   const auto [entry, isNew] = positions_.try_emplace(mesh);
-  if (!isNew) return entry->second;
-  std::vector<int>& accessors = entry->second;
+  std::vector<std::size_t>& accessors = entry->second;
+  if (!isNew) return accessors;
   for (const tinygltf::Primitive& primitive : model_.meshes[static_cast<std::size_t>(mesh)].primitives) {
     const auto position = primitive.attributes.find("POSITION");
-    if (position != primitive.attributes.end()) accessors.push_back(position->second);
+    if (position == primitive.attributes.end()) continue;
+    accessors.push_back(static_cast<std::size_t>(position->second));
   }
   std::sort(accessors.begin(), accessors.end());
   accessors.erase(std::unique(accessors.begin(), accessors.end()), accessors.end());
   return accessors;
 }
 
-const GltfBounds::Box& GltfBounds::localBoxOf(int accessor) {
+const GltfBounds::Box& GltfBounds::localBoxOf(std::size_t accessor) {
   const auto [entry, isNew] = localBoxes_.try_emplace(accessor);
   Box& box = entry->second;
   if (!isNew) return box;
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   box = {{kInfinity, kInfinity, kInfinity}, {-kInfinity, -kInfinity, -kInfinity}};
-  const PositionReader reader(model_, accessorAt(model_, accessor));
-  countWork(reader.count());
-  reader.forEach([&](const Point& point) {
+  forEachPoint(model_, accessor, [&](const Point& point) {
     for (std::size_t axis = 0; axis < 3; ++axis) {
       if (!std::isfinite(point[axis])) {
         throw GltfFault("has a position that is no finite number in accessors[" + std::to_string(accessor) +
@@ -242,11 +161,10 @@ bool GltfBounds::holds(const Box& local, const Affine& world) const {
   return true;
 }
 
-void GltfBounds::countWork(std::size_t points) {
-  work_ += points;
-  if (work_ > kMaxPoints) {
-    throw GltfFault("shows more than " + std::to_string(kMaxPoints) + " points, counted at every node");
-  }
+void GltfBounds::countPoints(std::size_t accessor) {
+  points_ += model_.accessors[accessor].count;
+  if (points_ <= kMaxGltfPoints) return;
+  throw GltfFault("shows more than " + std::to_string(kMaxGltfPoints) + " points, counted at every node");
 }
 
 }  // namespace Tal

@@ -23,17 +23,20 @@ struct Affine {
   Affine operator*(const Affine& inner) const noexcept;
 };
 
+/// An import shows at most so many points, each counted at every node that shows it.
+constexpr std::size_t kMaxGltfPoints = 20'000'000;
+
 struct BoundingBox {
   Vector3 min;
   Vector3 max;
 };
 
 /// Gathers the bounding box of meshes that are placed in the world. Every point is transformed, so the box is
-/// exact under rotation. Work is bounded: GltfFault when more than 20,000,000 points have to be looked at,
-/// or when one is no finite number.
+/// exact under rotation. Work is bounded: GltfFault when the meshes have more than kMaxGltfPoints points,
+/// each counted whenever its mesh is added or checked, or when one is no finite number.
 class GltfBounds {
  public:
-  /// `model` was checked (see checkGltfJson) and outlives this object.
+  /// `model` was checked (see checkGltfJson and checkGltfIndices) and outlives this object.
   explicit GltfBounds(const tinygltf::Model& model) : model_(model) {}
 
   void add(int mesh, const Affine& world);
@@ -51,17 +54,17 @@ class GltfBounds {
     Point max;
   };
 
-  const std::vector<int>& positionsOf(int mesh);
-  const Box& localBoxOf(int accessor);
+  const std::vector<std::size_t>& positionsOf(int mesh);
+  const Box& localBoxOf(std::size_t accessor);
   void grow(const Point& point);
   bool holds(const Box& local, const Affine& world) const;
-  void countWork(std::size_t points);
+  void countPoints(std::size_t accessor);
 
   const tinygltf::Model& model_;
-  std::map<int, std::vector<int>> positions_;  // the different position accessors of a mesh
-  std::map<int, Box> localBoxes_;
+  std::map<int, std::vector<std::size_t>> positions_;  // the different position accessors of a mesh
+  std::map<std::size_t, Box> localBoxes_;
   std::optional<Box> box_;
-  std::size_t work_ = 0;
+  std::size_t points_ = 0;
 };
 
 }  // namespace Tal

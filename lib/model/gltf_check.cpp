@@ -1,7 +1,9 @@
 #include <core/format.h>
 #include <core/nearest_name.h>
+#include <model/gltf_bounds.h>
 #include <model/gltf_check.h>
 #include <model/gltf_fault.h>
+#include <resources/number_text.h>
 
 #include <algorithm>
 #include <array>
@@ -21,6 +23,9 @@ using nlohmann::json;
 constexpr std::size_t kMaxDepth = 64;
 constexpr std::size_t kMaxValues = 4'000'000;
 constexpr std::size_t kShownParserText = 160;
+constexpr float kVersion = 2.0F;
+constexpr std::size_t kDefaultMode = 4;  // triangles
+constexpr std::size_t kLastMode = 6;
 constexpr std::uint64_t kMaxNumber = std::numeric_limits<std::int32_t>::max();
 
 // --- JSON of bounded depth and size
@@ -180,6 +185,16 @@ void checkVersion(const json& root) {
   }
 }
 
+void checkNeededVersion(const json& root) {
+  walk(root, nullptr, "asset.minVersion", [](const json& value, const Place& place) {
+    if (!value.is_string()) fail(place, "is no text");
+    const auto& text = value.get_ref<const std::string&>();
+    const auto version = parseFloat(text);
+    if (version && *version <= kVersion) return;
+    throw GltfFault("needs glTF of version " + quotedName(text) + "; only version 2.0 can be imported");
+  });
+}
+
 /// Extensions that change no positions, or that are understood.
 bool isSupportedExtension(BasicStringRef name) {
   static constexpr std::array<BasicStringRef, 4> kKnownBeginnings = {"KHR_materials_", "KHR_texture_",
@@ -312,6 +327,11 @@ std::size_t componentSize(std::size_t componentType, const Place& place) {
   }
 }
 
+/// Whether numbers of this type can be indices: they are whole and from 0 up.
+bool isIndexType(std::size_t componentType) {
+  return componentType == 5121 || componentType == 5123 || componentType == 5125;
+}
+
 /// The bytes of one element; the columns of a matrix begin at multiples of 4.
 std::size_t elementSize(const json& accessor, const Place& place) {
   struct ElementType {
@@ -337,15 +357,30 @@ std::size_t elementSize(const json& accessor, const Place& place) {
   fail(place, "has the unknown \"type\" " + quotedName(type->get_ref<const std::string&>()));
 }
 
-/// Makes sure that `count` elements from `offset` on lie inside a buffer view.
-void checkRange(const json& view, const Place& place, std::size_t offset, std::size_t count,
-                std::size_t size) {
-  const std::size_t stride = view.value("byteStride", size);
+/// Elements that stand one behind the other in a buffer view.
+struct ElementRange {
+  std::size_t offset;  ///< of the first, in the view
+  std::size_t count;   ///< at least 1
+  std::size_t elementSize;
+  std::size_t componentSize;
+};
+
+/// Makes sure that elements lie inside a buffer view, at addresses that numbers of their size can have.
+void checkRange(const json& view, const Place& place, const ElementRange& range) {
+  const std::size_t stride = view.value("byteStride", range.elementSize);
   const auto available = view["byteLength"].get<std::size_t>();
-  if (stride < size) fail(place, "has elements that are larger than their \"byteStride\"");
-  const std::size_t needed = offset + stride * (count - 1) + size;
-  if (needed <= available) return;
-  fail(place, "needs " + std::to_string(needed) + " bytes of a buffer view of " + std::to_string(available));
+  if (stride < range.elementSize) fail(place, "has elements that are larger than their \"byteStride\"");
+  const std::size_t needed = range.offset + stride * (range.count - 1) + range.elementSize;
+  if (needed > available) {
+    fail(place,
+         "needs " + std::to_string(needed) + " bytes of a buffer view of " + std::to_string(available));
+  }
+  // A stride is a multiple of 4 (see checkBuffers), so the first element stands for all.
+  const std::size_t begin = view.value("byteOffset", std::size_t{0}) + range.offset;
+  if (begin % range.componentSize == 0) return;
+  fail(place, "begins at byte " + std::to_string(begin) +
+                  " of its buffer, which is no multiple of its component size " +
+                  std::to_string(range.componentSize));
 }
 
 const json& viewOf(const json& root, const json& object, const Place& place) {
@@ -353,61 +388,107 @@ const json& viewOf(const json& root, const json& object, const Place& place) {
   return root["bufferViews"][index];
 }
 
-void checkSparse(const json& root, const json& accessor, const Place& place, std::size_t count,
-                 std::size_t size) {
+/// `range` is that of the elements that the sparse values replace.
+void checkSparse(const json& root, const json& accessor, const Place& place, const ElementRange& range) {
   const json& sparse = requiredObject(accessor, place, "sparse");
   const Place sparsePlace{&place, "sparse", 0};
-  const std::size_t sparseCount = requiredNumber(sparse, sparsePlace, "count");
-  if (sparseCount == 0 || sparseCount > count) fail(sparsePlace, "has an impossible \"count\"");
+  const std::size_t count = requiredNumber(sparse, sparsePlace, "count");
+  if (count == 0 || count > range.count) fail(sparsePlace, "has an impossible \"count\"");
 
   const json& indices = requiredObject(sparse, sparsePlace, "indices");
   const Place indicesPlace{&sparsePlace, "indices", 0};
   const std::size_t indexType = requiredNumber(indices, indicesPlace, "componentType");
-  if (indexType != 5121 && indexType != 5123 && indexType != 5125) {
+  if (!isIndexType(indexType)) {
     fail(indicesPlace, "has the unknown \"componentType\" " + std::to_string(indexType));
   }
+  const std::size_t indexSize = componentSize(indexType, indicesPlace);
   checkRange(viewOf(root, indices, indicesPlace), indicesPlace,
-             numberAt(indices, indicesPlace, "byteOffset", 0), sparseCount,
-             componentSize(indexType, indicesPlace));
+             {numberAt(indices, indicesPlace, "byteOffset", 0), count, indexSize, indexSize});
 
   const json& values = requiredObject(sparse, sparsePlace, "values");
   const Place valuesPlace{&sparsePlace, "values", 0};
-  checkRange(viewOf(root, values, valuesPlace), valuesPlace, numberAt(values, valuesPlace, "byteOffset", 0),
-             sparseCount, size);
+  checkRange(viewOf(root, values, valuesPlace), valuesPlace,
+             {numberAt(values, valuesPlace, "byteOffset", 0), count, range.elementSize, range.componentSize});
 }
 
 void checkAccessors(const json& root) {
   walk(root, nullptr, "accessors[]", [&](const json& accessor, const Place& place) {
-    const std::size_t size = elementSize(accessor, place);
-    const std::size_t count = requiredNumber(accessor, place, "count");
-    if (count == 0) fail(place, "is empty");
-    const std::size_t offset = numberAt(accessor, place, "byteOffset", 0);
+    const ElementRange range{numberAt(accessor, place, "byteOffset", 0),
+                             requiredNumber(accessor, place, "count"), elementSize(accessor, place),
+                             componentSize(accessor["componentType"].get<std::size_t>(), place)};
+    if (range.count == 0) fail(place, "is empty");
     if (accessor.contains("bufferView")) {
-      checkRange(viewOf(root, accessor, place), place, offset, count, size);
+      checkRange(viewOf(root, accessor, place), place, range);
+    } else if (range.count > kMaxGltfPoints) {
+      fail(place, "has " + std::to_string(range.count) + " elements that no buffer view holds; at most " +
+                      std::to_string(kMaxGltfPoints) + " can be imported");
     }
-    if (accessor.contains("sparse")) checkSparse(root, accessor, place, count, size);
+    if (accessor.contains("sparse")) checkSparse(root, accessor, place, range);
+  });
+  walk(root, nullptr, "accessors[].normalized", [](const json& value, const Place& place) {
+    if (!value.is_boolean()) fail(place, "is neither true nor false");
   });
 }
 
+const json& accessorAt(const json& root, const json& index) {
+  return root["accessors"][index.get<std::size_t>()];  // in range, see checkIndices
+}
+
 /// Positions are three floats, or whole numbers in a file with quantized meshes.
+void checkPositions(const json& root, const json& attributes, const Place& place) {
+  const auto position = attributes.find("POSITION");
+  if (position == attributes.end()) return;
+  const json& accessor = accessorAt(root, *position);
+  const bool isFloat = accessor["componentType"] == 5126;
+  if (accessor["type"] != "VEC3" || accessor["componentType"] == 5125) {
+    fail(place, "has positions that are no triples of floats");
+  }
+  if (isFloat) return;
+  const auto required = root.find("extensionsRequired");
+  const bool isQuantized = required != root.end() && std::find(required->begin(), required->end(),
+                                                               "KHR_mesh_quantization") != required->end();
+  if (!isQuantized) fail(place, "has positions that are no triples of floats");
+}
+
+/// Every attribute of a primitive, morphed ones too, says something of each of its points.
+void checkPointCounts(const json& root, const json& primitive, const Place& place) {
+  const json& attributes = primitive["attributes"];
+  if (attributes.empty()) return;
+  const auto position = attributes.find("POSITION");
+  const auto first = position != attributes.end() ? position : attributes.begin();
+  const json& count = accessorAt(root, first.value())["count"];
+  const Visit checkCount = [&](const json& attribute, const Place& attributePlace) {
+    const json& attributeCount = accessorAt(root, attribute)["count"];
+    if (attributeCount == count) return;
+    fail(attributePlace, "has " + attributeCount.dump() + " elements, but " +
+                             escapeControls(BasicStringRef(first.key()).substr(0, 64)) + " has " +
+                             count.dump());
+  };
+  walk(primitive, &place, "attributes{}", checkCount);
+  walk(primitive, &place, "targets[]{}", checkCount);
+}
+
+/// Vertex indices are plain whole numbers; what they are is checked with the data (see checkGltfIndices).
+void checkVertexIndices(const json& root, const json& primitive, const Place& place) {
+  const auto indices = primitive.find("indices");
+  if (indices == primitive.end()) return;
+  const json& accessor = accessorAt(root, *indices);
+  if (accessor["type"] != "SCALAR" || !isIndexType(accessor["componentType"].get<std::size_t>())) {
+    fail(place, "has indices that are no single whole numbers from 0 up");
+  }
+  if (accessor.value("normalized", false)) fail(place, "has indices that are normalized");
+}
+
 void checkPrimitives(const json& root) {
   walk(root, nullptr, "meshes[]", [&](const json& mesh, const Place& place) {
     if (!mesh.contains("primitives")) fail(place, "has no \"primitives\"");
   });
   walk(root, nullptr, "meshes[].primitives[]", [&](const json& primitive, const Place& place) {
-    const json& attributes = requiredObject(primitive, place, "attributes");
-    const auto position = attributes.find("POSITION");
-    if (position == attributes.end()) return;
-    const json& accessor = root["accessors"][position->get<std::size_t>()];
-    const bool isFloat = accessor["componentType"] == 5126;
-    if (accessor["type"] != "VEC3" || accessor["componentType"] == 5125) {
-      fail(place, "has positions that are no triples of floats");
-    }
-    if (isFloat) return;
-    const auto required = root.find("extensionsRequired");
-    const bool isQuantized = required != root.end() && std::find(required->begin(), required->end(),
-                                                                 "KHR_mesh_quantization") != required->end();
-    if (!isQuantized) fail(place, "has positions that are no triples of floats");
+    const std::size_t mode = numberAt(primitive, place, "mode", kDefaultMode);
+    if (mode > kLastMode) fail(place, "has the unknown \"mode\" " + std::to_string(mode));
+    checkPositions(root, requiredObject(primitive, place, "attributes"), place);
+    checkPointCounts(root, primitive, place);
+    checkVertexIndices(root, primitive, place);
   });
 }
 
@@ -418,6 +499,7 @@ void checkGltfJson(BasicStringRef text) {
   json::sax_parse(text, &shape);
   const json root = json::parse(text);
   checkVersion(root);
+  checkNeededVersion(root);
   checkExtensions(root);
   checkTypes(root);
   checkTransforms(root);

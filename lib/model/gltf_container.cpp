@@ -89,7 +89,6 @@ void appendChunk(std::string& glb, std::uint32_t type, BasicStringRef data, char
 
 GltfContainer splitGltf(BasicStringRef bytes) {
   if (bytes.empty()) throw GltfFault("is empty");
-  if (bytes.size() > kMaxGltfBytes) throw GltfFault("is larger than 512 MiB");
   if (bytes.starts_with(kMagic)) return splitGlb(bytes);
   if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
   const std::size_t first = bytes.find_first_not_of(" \t\r\n");

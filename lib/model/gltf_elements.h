@@ -37,7 +37,8 @@ std::size_t gltfComponentSize(int componentType);
 /// was checked (see checkGltfJson).
 class GltfElements {
  public:
-  GltfElements(const tinygltf::Model& model, std::size_t accessor);
+  /// `index` is that of an accessor of `model`, which outlives this object.
+  GltfElements(const tinygltf::Model& model, std::size_t index);
 
   /// Calls `visit` with the first byte of every element, in order. Elements that no buffer view holds are
   /// zero; null then stands for all of them together. The sparse indices were checked (see checkGltfIndices).
@@ -61,11 +62,6 @@ class GltfElements {
   /// The place among the elements that a sparse value replaces; `index` is below sparseCount().
   std::size_t sparseIndex(std::size_t index) const {
     return readUnsigned(sparseIndices_ + index * sparseIndexSize_, sparseIndexSize_);
-  }
-
-  /// How many bytes forEach reads at most.
-  std::size_t bytesToRead() const noexcept {
-    return (data_ == nullptr ? 0 : count_ * elementSize_) + sparseCount_ * (sparseIndexSize_ + elementSize_);
   }
 
  private:

@@ -167,8 +167,8 @@ class Embedding {
                           " is not beside the file and stays out");
       return;
     }
-    const std::string bytes = readGltfBytes(
-        *file, kMaxGltfBytes, "needs the image " + quotedName(percentDecoded(uri)) + ", which ");
+    const std::string bytes =
+        readGltfFile(*file, "needs the image " + quotedName(percentDecoded(uri)) + ", which ");
     const std::string mimeType = mimeTypeOf(bytes);
     if (mimeType.empty()) {
       warnings_.push_back("the image " + quotedName(percentDecoded(uri)) +

@@ -17,6 +17,10 @@ std::string inBrackets(std::size_t index) {
   return "[" + std::to_string(index) + "]";
 }
 
+std::size_t componentSizeOf(const tinygltf::Model& model, std::size_t accessor) {
+  return gltfComponentSize(model.accessors[accessor].componentType);
+}
+
 /// The largest vertex index that the data of each accessor of vertex indices holds.
 using LargestIndices = std::map<std::size_t, std::uint32_t>;
 
@@ -43,7 +47,8 @@ void checkWork(const tinygltf::Model& model, const LargestIndices& accessors) {
   std::size_t bytes = 0;
   for (std::size_t index = 0; index < model.accessors.size(); ++index) {
     const GltfElements elements(model, index);
-    bytes += accessors.contains(index) ? elements.bytesToRead() : elements.sparseBytes();
+    bytes += elements.sparseCount() * sizeof(std::uint32_t);
+    if (accessors.contains(index)) bytes += elements.count() * componentSizeOf(model, index);
     if (bytes > kMaxGltfBytes) {
       throw GltfFault("has more than 512 MiB of indices, counted at every accessor of them");
     }
@@ -66,7 +71,7 @@ void checkSparse(const tinygltf::Model& model) {
 }
 
 std::uint32_t largestIndex(const tinygltf::Model& model, std::size_t accessor) {
-  const std::size_t size = gltfComponentSize(model.accessors[accessor].componentType);
+  const std::size_t size = componentSizeOf(model, accessor);
   std::uint32_t largest = 0;
   GltfElements(model, accessor).forEach([&](const unsigned char* bytes) {
     if (bytes != nullptr) largest = std::max(largest, readUnsigned(bytes, size));

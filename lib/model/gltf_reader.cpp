@@ -5,6 +5,7 @@
 #include <model/gltf_embed.h>
 #include <model/gltf_fault.h>
 #include <model/gltf_file.h>
+#include <model/gltf_indices.h>
 #include <model/gltf_reader.h>
 #include <resources/xml_text.h>
 #include <tiny_gltf.h>
@@ -252,13 +253,14 @@ class SceneReader {
 GltfScene readGltf(const std::filesystem::path& file) {
   GltfScene scene;
   {
-    const std::string bytes = readGltfBytes(file, kMaxGltfBytes + 1, {});
+    const std::string bytes = readGltfFile(file, {});
     const GltfContainer container = splitGltf(bytes);
     checkGltfJson(container.json);
     scene.glb =
         embedGltfData(container, bytes, file.has_parent_path() ? file.parent_path() : ".", scene.warnings);
   }
   const tinygltf::Model model = parseGlb(scene.glb);
+  checkGltfIndices(model);
   SceneReader(model).read(scene);
   return scene;
 }

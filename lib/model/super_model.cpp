@@ -2,13 +2,17 @@
 #include <model/super_model.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
+#include <resources/number_text.h>
 
 #include <cstdint>
+#include <optional>
 #include <utility>
 #include <vector>
 
 namespace Tal {
 namespace {
+
+constexpr BasicStringRef kNoParent = "-1";
 
 /// Opens a file of the model; null, with the fault in `error`, when that is not possible.
 SmartPointer<DataSection> openModelFile(BasicStringRef name, std::string& error) {
@@ -64,14 +68,36 @@ ModelMaterials::Slots readMaterials(const SmartPointer<DataSection>& visual, Bas
   return slots;
 }
 
-Skeleton::SkeletonInstance readSkeleton(const SmartPointer<DataSection>& visual) {
+/// The skeleton of a visual; empty, with the fault in `error`, when a node has no parent before it.
+Skeleton::SkeletonInstance readSkeleton(const SmartPointer<DataSection>& visual, BasicStringRef visualName,
+                                        std::string& error) {
   std::vector<interned_string> nodeNames;
-  if (const auto skeleton = visual->openSection("skeleton")) {
-    for (const SmartPointer<DataSection> node : *skeleton) {
-      if (node != nullptr) nodeNames.emplace_back(node->readString("name"));
+  const auto skeleton = visual->openSection("skeleton");
+  if (skeleton == nullptr) return Skeleton::SkeletonInstance();
+  for (const SmartPointer<DataSection> node : *skeleton) {
+    if (node == nullptr) continue;
+    const std::string parent = node->readString("parent", kNoParent);
+    const std::optional<int> place = parseInt(parent);
+    if (!place || *place < -1 || *place >= static_cast<int>(nodeNames.size())) {
+      error = quotedName(visualName) + ": node number " + std::to_string(nodeNames.size() + 1) +
+              " has the parent " + quotedName(parent) +
+              ", which is no place of a node before it and not -1; import the model again";
+      return Skeleton::SkeletonInstance();
     }
+    nodeNames.emplace_back(node->readString("name"));
   }
   return Skeleton::SkeletonInstance(std::move(nodeNames));
+}
+
+/// What is wrong with the bounding box of a visual; empty when nothing is. A corner may be absent.
+std::string faultOfBox(const SmartPointer<DataSection>& visual, BasicStringRef visualName) {
+  for (const char* name : {"boundingBox/min", "boundingBox/max"}) {
+    const SmartPointer<DataSection> corner = visual->openSection(name);
+    if (corner == nullptr || parseVector3(corner->value())) continue;
+    return quotedName(visualName) + ": " + quotedName(name) + " is " + quotedName(corner->value()) +
+           ", which is not three numbers; import the model again";
+  }
+  return {};
 }
 
 std::unique_ptr<SuperModel> loadModel(BasicStringRef modelName, std::string& error) {
@@ -89,7 +115,11 @@ std::unique_ptr<SuperModel> loadModel(BasicStringRef modelName, std::string& err
   }
   ModelMaterials::Slots materials = readMaterials(visual, visualName, error);
   if (!error.empty()) return nullptr;
-  return std::make_unique<SuperModel>(readModel(model), readSkeleton(visual),
+  Skeleton::SkeletonInstance skeleton = readSkeleton(visual, visualName, error);
+  if (!error.empty()) return nullptr;
+  error = faultOfBox(visual, visualName);
+  if (!error.empty()) return nullptr;
+  return std::make_unique<SuperModel>(readModel(model), std::move(skeleton),
                                       ModelMaterials(std::move(materials)));
 }
 
