@@ -27,9 +27,10 @@ std::vector<CategoryAndEffect> effectsOf(const EffectsOptions& options) {
   std::vector<KsDestructibleType> categories{DT_STRUCTURE, DT_FRAGILE, DT_FALLING_ATOMS};
   if (options.hasCategory) categories = {Tool::destructibleCategory(options.category)};
   std::vector<CategoryAndEffect> effects;
-  for (const KsDestructibleType category : categories)
+  for (const KsDestructibleType category : categories) {
     for (std::string& name : authoring::effectNames(category, options.key))
       effects.emplace_back(category, std::move(name));
+  }
   return effects;
 }
 

@@ -92,9 +92,10 @@ std::string helpCall(const CLI::App& program) {
 // What is wrong with the words of the command line.
 std::string faultOf(const CLI::App& program, const CLI::ParseError& error) {
   const std::vector<std::string> unknown = program.remaining(true);
-  if (std::find(unknown.begin(), unknown.end(), "--root") != unknown.end())
+  if (std::find(unknown.begin(), unknown.end(), "--root") != unknown.end()) {
     return "--root was not expected here, it stands in front of the command: destructibles --root DIR "
            "COMMAND ...";
+  }
   if (!program.get_subcommands().empty() || unknown.empty() || unknown.front().starts_with('-'))
     return error.what();
   std::vector<std::string> names;

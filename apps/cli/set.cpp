@@ -36,9 +36,10 @@ std::string valueText(const std::string& value) {
 std::string changeText(const SetOptions& options, const authoring::Outcome& outcome, bool isFileChanged) {
   const std::string subject =
       shown(options.model) + (options.hasModule ? " module " + shown(options.module) : "") + ": ";
-  if (outcome.changes.empty())
+  if (outcome.changes.empty()) {
     return subject + (isFileChanged ? "the values were so already, but the entry was tidied\n"
                                     : "nothing changed, the values were so already\n");
+  }
   std::string text;
   for (const authoring::Change& change : outcome.changes)
     text += subject + change.key + " " + valueText(change.before) + " -> " + valueText(change.after) + "\n";

@@ -16,7 +16,8 @@ char lowerCase(char c) {
 }
 
 bool holdsInAnyCase(BasicStringRef name, BasicStringRef key) {
-  return !std::ranges::search(name, key, {}, lowerCase, lowerCase).empty() || key.empty();
+  const auto isSame = [](char a, char b) { return lowerCase(a) == lowerCase(b); };
+  return key.empty() || std::search(name.begin(), name.end(), key.begin(), key.end(), isSame) != name.end();
 }
 
 }  // namespace

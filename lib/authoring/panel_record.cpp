@@ -58,8 +58,8 @@ std::unique_ptr<PanelRecord> PanelRecord::open(Session& session, const std::opti
   return std::unique_ptr<PanelRecord>(new PanelRecord(session, module, *record));
 }
 
-PanelRecord::PanelRecord(Session& session, std::optional<std::string> module, const Record& record)
-    : session_(session), module_(std::move(module)), record_(record) {
+PanelRecord::PanelRecord(Session& session, std::optional<std::string> module, Record record)
+    : session_(session), module_(std::move(module)), record_(std::move(record)) {
   offerToRecords(
       model_, [this] { return session_.category(); }, [this] { return session_.hardPoints(); });
   object().setParent(&model_);
@@ -69,7 +69,7 @@ PanelRecord::PanelRecord(Session& session, std::optional<std::string> module, co
 
 PanelRecord::~PanelRecord() = default;
 
-mio::Object& PanelRecord::object() noexcept {
+mio::Object& PanelRecord::object() {
   return std::visit([](auto& record) -> mio::Object& { return record; }, record_);
 }
 

@@ -34,7 +34,7 @@ class PanelRecord {
   PanelRecord& operator=(const PanelRecord&) = delete;
 
   /// The record; its parent offers what its options are computed from.
-  mio::Object& object() noexcept;
+  mio::Object& object();
 
   /// What became of the last value that was set; when it was refused, the record has the old value again.
   const Outcome& lastOutcome() const noexcept { return lastOutcome_; }
@@ -43,7 +43,7 @@ class PanelRecord {
   using Record =
       std::variant<KsDestructibleModuleDesc, KsDestructibleFragileDesc, KsDestructibleFallingAtomDesc>;
 
-  PanelRecord(Session& session, std::optional<std::string> module, const Record& record);
+  PanelRecord(Session& session, std::optional<std::string> module, Record record);
   void commit();
 
   Session& session_;

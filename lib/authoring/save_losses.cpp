@@ -68,9 +68,10 @@ void noteList(DataSection& entry, const List& list, Losses& losses) {
       losses.add("a " + std::string(list.kind) + " without a \"" + list.nameKey + "\" is not kept");
       continue;
     }
-    if (++seen[name] == 2)
+    if (++seen[name] == 2) {
       losses.add("of several elements of " + std::string(list.kind) + ' ' + quotedName(name) +
                  " the last is kept");
+    }
     noteElement(*element, list, name, losses);
   }
 }

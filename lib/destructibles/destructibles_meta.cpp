@@ -22,7 +22,6 @@ using mio::ChangeNotification;
 using mio::ComboBox;
 using mio::OnChange;
 using mio::Precision;
-using tyk::Variant;
 using tyk::VariantList;
 
 using Module = KsDestructibleModuleDesc;
@@ -81,8 +80,9 @@ ComboBox effectList(std::string key) {
     VariantList options{"", UNDEFINED_EFFECT};
     const BoundProperty category = parentProperty(edited, kDestructibleType);
     if (!category.isValid()) return options;
-    for (std::string& name : getEffectNames(category.get().castTo<int>(), key))
-      options.emplace_back(std::move(name));
+    std::vector<std::string> names = getEffectNames(category.get().castTo<int>(), key);
+    options.reserve(options.size() + names.size());
+    for (std::string& name : names) options.emplace_back(std::move(name));
     return options;
   });
 }

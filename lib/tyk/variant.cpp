@@ -32,9 +32,10 @@ std::string textOf(Number number) {
 /// An integer that a floating-point number is; empty when it is not whole, or out of range.
 template <class Integer>
 std::optional<Integer> wholeIn(double number) {
-  // The limits themselves are powers of two, which a double holds.
-  constexpr double kBegin = static_cast<double>(std::numeric_limits<Integer>::min());
-  constexpr double kEnd = 2.0 * static_cast<double>(std::numeric_limits<Integer>::max() / 2 + 1);
+  // Both limits are powers of two or 0, which a double holds; the greatest integer itself may be none.
+  constexpr auto kBegin = static_cast<double>(std::numeric_limits<Integer>::min());
+  constexpr Integer kHalf = std::numeric_limits<Integer>::max() / 2 + 1;
+  constexpr double kEnd = 2.0 * static_cast<double>(kHalf);
   const bool isWhole = number >= kBegin && number < kEnd && std::trunc(number) == number;
   return isWhole ? std::optional(static_cast<Integer>(number)) : std::nullopt;
 }
