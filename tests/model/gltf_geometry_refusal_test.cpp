@@ -11,7 +11,6 @@ namespace Tal {
 namespace {
 
 using nlohmann::json;
-using support::boxPoints;
 using support::Damage;
 using support::GltfBuilder;
 using support::Points;

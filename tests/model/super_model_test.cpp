@@ -173,13 +173,15 @@ TEST_F(AModel, IsNotLoadedWhenANodeHasNoParentBeforeIt) {
 }
 
 TEST_F(AModel, IsNotLoadedWhenACornerOfItsBoxIsNotThreeNumbers) {
-  for (const std::string corner : {"1 2", "1 2 3 4", "wide", "", "1 2 nan", "1 inf 3", "1e39 0 0"}) {
-    for (const std::string name : {"min", "max"}) {
-      EXPECT_EQ(refusalOfVisual("<visual><boundingBox><" + name + ">" + corner + "</" + name +
-                                "></boundingBox></visual>"),
-                "\"house.visual\": \"boundingBox/" + name + "\" is \"" + corner +
-                    "\", which is not three numbers; import the model again");
-    }
+  const auto expectRefused = [this](const std::string& name, const std::string& corner) {
+    EXPECT_EQ(refusalOfVisual("<visual><boundingBox><" + name + ">" + corner + "</" + name +
+                              "></boundingBox></visual>"),
+              "\"house.visual\": \"boundingBox/" + name + "\" is \"" + corner +
+                  "\", which is not three numbers; import the model again");
+  };
+  for (const char* corner : {"1 2", "1 2 3 4", "wide", "", "1 2 nan", "1 inf 3", "1e39 0 0"}) {
+    expectRefused("min", corner);
+    expectRefused("max", corner);
   }
 }
 
