@@ -5,6 +5,7 @@
 #include <authoring/record_table.h>
 #include <core/nearest_name.h>
 #include <mio/property.h>
+#include <resources/xml_text.h>
 
 #include <set>
 #include <string>
@@ -22,9 +23,9 @@ std::string parseValue(const std::string& text, std::int32_t& value);
 std::string parseValue(const std::string& text, float& value);
 std::string parseValue(const std::string& text, std::string& value);
 
-/// Replaces every assignment to a display name, such as "Hit effect", by what setting that property changes:
-/// none when the value is the same. Refused when a property refuses its value; then the list is not to be
-/// used.
+/// Replaces every assignment to a display name, such as "Hit effect", by one to its key, with the value that the
+/// record has when it tells of the change. Refused when a property refuses its value; then the list is not to
+/// be used.
 template <class Record>
 Outcome replaceDisplayNames(const Record& record, std::vector<Assignment>& assignments);
 
@@ -46,24 +47,35 @@ std::vector<Assignment> differences(const Record& before, const Record& after) {
   return assignments;
 }
 
+/// The field that a property shows, with its present value: the one that changes with the property.
+template <class Record>
+Assignment fieldOfProperty(const Record& record, BasicStringRef displayName) {
+  for (const char* const value : {"1", "2"}) {
+    Record probe = record;
+    probe.property(displayName).set(value);
+    const std::vector<Assignment> changed = differences(probe, record);
+    if (!changed.empty()) return changed.front();
+  }
+  return {};
+}
+
 template <class Record>
 Outcome replaceDisplayNames(const Record& record, std::vector<Assignment>& assignments) {
-  std::vector<Assignment> byKeys;
   for (Assignment& assignment : assignments) {
     Record edited = record;
     const mio::BoundProperty property = edited.property(assignment.key);
-    if (!property.isValid()) {
-      byKeys.push_back(std::move(assignment));
-      continue;
-    }
+    if (!property.isValid()) continue;
+    Assignment byKey = fieldOfProperty(record, assignment.key);
+    const ks::Connection told = edited.changed.connect([&](mio::SetterFlags) {
+      for (const Assignment& changed : differences(record, edited)) byKey = changed;
+    });
     try {
-      property.set(assignment.value);
+      property.set(Xml::trimmed(assignment.value));
     } catch (const tyk::BadCast& error) {
-      return refused(assignment.key + ": " + error.what());
+      return refused(assignment.key + ": " + error.what() + "; give a value that fits");
     }
-    for (Assignment& difference : differences(record, edited)) byKeys.push_back(std::move(difference));
+    assignment = byKey;
   }
-  assignments = std::move(byKeys);
   return {};
 }
 

@@ -1,5 +1,6 @@
 #include <authoring/effects.h>
 #include <authoring/panel_record.h>
+#include <destructibles/ks_destructibles_helper/fixed_names.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
 
@@ -8,7 +9,6 @@
 namespace Tal::authoring {
 namespace {
 
-constexpr const char* kEffectsXml = "scripts/destructibles_effects.xml";
 constexpr std::ptrdiff_t kWithoutEffect = 2;  // the options in front of the effects: nothing, and "none"
 
 char lowerCase(char c) {
@@ -38,10 +38,11 @@ std::vector<std::string> effectNames(KsDestructibleType category, BasicStringRef
 }
 
 std::string refusalOfEffects() {
-  if (FS::Utils::openSection(kEffectsXml, false, nullptr)) return {};
-  const bool isThere = FS::fileSystem() != nullptr && FS::fileSystem()->find(kEffectsXml);
-  return isThere ? std::string(kEffectsXml) + " cannot be read; mend it first"
-                 : "no resource root holds " + std::string(kEffectsXml) + "; make one to offer effects";
+  if (FS::Utils::openSection(fixed_names::kEffectsXml, false, nullptr)) return {};
+  const bool isThere = FS::fileSystem() != nullptr && FS::fileSystem()->find(fixed_names::kEffectsXml);
+  return isThere ? std::string(fixed_names::kEffectsXml) + " cannot be read; mend it first"
+                 : "no resource root holds " + std::string(fixed_names::kEffectsXml) +
+                       "; make one to offer effects";
 }
 
 }  // namespace Tal::authoring

@@ -59,12 +59,13 @@ std::unique_ptr<PanelRecord> PanelRecord::open(Session& session, const std::opti
 }
 
 PanelRecord::PanelRecord(Session& session, std::optional<std::string> module, Record record)
-    : session_(session), module_(std::move(module)), record_(std::move(record)) {
+    : session_(session), module_(std::move(module)), record_(std::move(record)), base_(record_) {
   offerToRecords(
       model_, [this] { return session_.category(); }, [this] { return session_.hardPoints(); });
   object().setParent(&model_);
   std::visit([this](auto& own) { changed_ = own.changed.connect([this](mio::SetterFlags) { commit(); }); },
              record_);
+  reloaded_ = session_.connectReloaded([this] { refresh(); });
 }
 
 PanelRecord::~PanelRecord() = default;
@@ -73,21 +74,28 @@ mio::Object& PanelRecord::object() {
   return std::visit([](auto& record) -> mio::Object& { return record; }, record_);
 }
 
+bool PanelRecord::refresh() {
+  std::string refusal;
+  const std::optional<Record> stored = recordOf(session_, module_, refusal);
+  const bool isThere = stored && stored->index() == base_.index();
+  if (isThere) base_ = *stored;
+  // The record stays in its place, with its connections: only its fields are replaced.
+  std::visit([this](auto& own) { own = std::get<std::decay_t<decltype(own)>>(base_); }, record_);
+  return isThere;
+}
+
 void PanelRecord::commit() {
   lastOutcome_ = Outcome();
-  const std::optional<Record> before = recordOf(session_, module_, lastOutcome_.refusal);
-  if (!before || before->index() != record_.index()) {
-    if (lastOutcome_) lastOutcome_ = refused("the model has another category now; look at it anew");
-    return;
+  const std::optional<Record> stored = recordOf(session_, module_, lastOutcome_.refusal);
+  if (stored && stored->index() == base_.index()) {
+    const std::vector<Assignment> assignments = std::visit(
+        [this](const auto& own) { return differences(std::get<std::decay_t<decltype(own)>>(base_), own); },
+        record_);
+    lastOutcome_ = module_ ? session_.setModule(*module_, assignments) : session_.set(assignments);
+  } else if (lastOutcome_) {
+    lastOutcome_ = refused("the model has another category now; look at it anew");
   }
-  std::visit(
-      [&](auto& own) {
-        const auto& stored = std::get<std::decay_t<decltype(own)>>(*before);
-        const std::vector<Assignment> assignments = differences(stored, own);
-        lastOutcome_ = module_ ? session_.setModule(*module_, assignments) : session_.set(assignments);
-        if (!lastOutcome_) own = stored;
-      },
-      record_);
+  refresh();
 }
 
 }  // namespace Tal::authoring

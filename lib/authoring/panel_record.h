@@ -36,6 +36,10 @@ class PanelRecord {
   /// The record; its parent offers what its options are computed from.
   mio::Object& object();
 
+  /// Takes over what the session has now, whoever set it; a reload does so by itself. False when the session
+  /// has no such record any more; then the record shows what it was.
+  bool refresh();
+
   /// What became of the last value that was set; when it was refused, the record has the old value again.
   const Outcome& lastOutcome() const noexcept { return lastOutcome_; }
 
@@ -50,8 +54,10 @@ class PanelRecord {
   std::optional<std::string> module_;
   mio::DynamicObject model_;
   Record record_;
+  Record base_;  // what the session had when it was last looked at
   Outcome lastOutcome_;
   ks::Connection changed_;
+  ks::Connection reloaded_;
 };
 
 }  // namespace Tal::authoring

@@ -29,7 +29,6 @@ using Fragile = KsDestructibleFragileDesc;
 using FallingAtom = KsDestructibleFallingAtomDesc;
 
 constexpr char kMetaSource[] = "lib/destructibles/destructibles_meta";
-constexpr char kEffectsXml[] = "scripts/destructibles_effects.xml";
 
 // The methods that the notifications call.
 constexpr char kNotify[] = "_notify";
@@ -57,7 +56,7 @@ const char* effectsSection(int category) {
 std::vector<std::string> getEffectNames(int category, const std::string& key) {
   const TrackedScope tracked("getEffectNames", kMetaSource, 21);
   std::vector<std::string> names;
-  const SmartPointer<DataSection> root = FS::Utils::openSection(kEffectsXml, false, nullptr);
+  const SmartPointer<DataSection> root = FS::Utils::openSection(fixed_names::kEffectsXml, false, nullptr);
   if (!root) return names;
   const SmartPointer<DataSection> section = root->openSection(effectsSection(category), false, nullptr);
   if (!section) return names;
@@ -109,7 +108,8 @@ void notifyHardPointChanged(Record& record) {
   record.hardPointChanged();
 }
 
-// Made when the library is loaded, or by whoever asks first; released when the library is unloaded.
+// Made when the library is loaded, or by the first record that is asked for its meta-object; released when
+// the library is unloaded.
 
 const mio::MetaObject& moduleMeta() {
   static const mio::Registration registration(

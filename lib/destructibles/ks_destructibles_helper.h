@@ -393,7 +393,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
 /// Hides trees that are close to the camera, or shows them again; nothing happens without a tree renderer.
 DESTRUCTIBLES_API void ks_enableTreeHiding(bool enable);
 
-/// Sets the tree renderer's two hiding radii; nothing happens without a tree renderer.
+/// Sets the tree renderer's two hiding radii, in metres, in their order; nothing happens without a tree
+/// renderer.
 DESTRUCTIBLES_API void ks_setTreeHidingRadius(float hiddenRadius, float fadeRadius);
 
 /// A snapshot of the world matrix of one chunk of a space; the identity for a chunk that the space does not

@@ -48,13 +48,13 @@ class ArgumentReader {
 
 /// Describes a class step by step; what comes first is listed first.
 template <class Described>
-class Description {
+class MetaObjectBuilder {
  public:
-  explicit Description(std::string typeName) : meta_(std::move(typeName), typeid(Described)) {}
+  explicit MetaObjectBuilder(std::string typeName) : meta_(std::move(typeName), typeid(Described)) {}
 
   /// Something that is said of the whole class.
   template <class Given>
-  Description&& annotation(Given annotation) && {
+  MetaObjectBuilder&& annotation(Given annotation) && {
     meta_.annotations_.add(std::move(annotation));
     return std::move(*this);
   }
@@ -62,7 +62,7 @@ class Description {
   /// A method that calls `function(object, arguments...)`. A parameter of type SetterFlags receives the flags
   /// of the call and is no explicit argument; the others are cast from variants.
   template <class Result, class Receiver, class... Parameters>
-  Description&& method(std::string name, Result (*function)(Receiver&, Parameters...)) && {
+  MetaObjectBuilder&& method(std::string name, Result (*function)(Receiver&, Parameters...)) && {
     constexpr unsigned kCount = (0U + ... + (std::is_same_v<Parameters, SetterFlags> ? 0U : 1U));
     const auto call = [function, typeName = meta_.typeName()](Object& object, Method::Arguments arguments,
                                                               SetterFlags flags) {
@@ -84,7 +84,7 @@ class Description {
 
   /// A property that a field holds, with what is said of it.
   template <class Field, class... Given>
-  Description&& property(std::string displayName, Field Described::*field, Given... annotations) && {
+  MetaObjectBuilder&& property(std::string displayName, Field Described::*field, Given... annotations) && {
     const auto read = [field, typeName = meta_.typeName()](const Object& object) {
       return tyk::Variant(details::objectAs<Described>(object, typeName).*field);
     };
@@ -106,9 +106,9 @@ class Description {
 
 /// Begins the description of a class under the name that it is found by.
 template <class Described>
-Description<Described> describe(std::string typeName) {
+MetaObjectBuilder<Described> describe(std::string typeName) {
   static_assert(std::is_base_of_v<Object, Described>);
-  return Description<Described>(std::move(typeName));
+  return MetaObjectBuilder<Described>(std::move(typeName));
 }
 
 }  // namespace mio

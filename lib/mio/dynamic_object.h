@@ -10,6 +10,7 @@
 namespace mio {
 
 /// An object with properties that no field holds: a host adds them one by one, each computed when it is read.
+/// Main thread only.
 class DynamicObject : public Object {
  public:
   /// Adds a property that can only be read. `type` is what `read` gives. Of two properties with one name the

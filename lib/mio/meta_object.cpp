@@ -39,8 +39,11 @@ void forget(Table& table, const Key& key, const MetaObject* metaObject) {
 }
 
 void checkMethod(const MetaObject& metaObject, const MethodCall* call) {
-  if (call == nullptr || metaObject.method(call->method()) != nullptr) return;
-  throw std::logic_error(metaObject.typeName() + " has no method \"" + call->method() + "\" to be told with");
+  if (call == nullptr) return;
+  const Method* const method = metaObject.method(call->method());
+  if (method != nullptr && method->argumentCount() == 0) return;
+  throw std::logic_error(metaObject.typeName() + " has no method \"" + call->method() +
+                         "\" without arguments to be told with");
 }
 
 }  // namespace
@@ -65,8 +68,13 @@ Registration::Registration(MetaObject metaObject) : metaObject_(std::move(metaOb
   checkMethod(metaObject_, metaObject_.annotations().find<ChangeNotification>());
   for (const Property& property : metaObject_.properties())
     checkMethod(metaObject_, property.annotations().find<OnChange>());
-  registry().byType.emplace(metaObject_.type(), &metaObject_);
-  registry().byName.emplace(metaObject_.typeName(), &metaObject_);
+  const auto byType = registry().byType.emplace(metaObject_.type(), &metaObject_);
+  try {
+    registry().byName.emplace(metaObject_.typeName(), &metaObject_);
+  } catch (...) {
+    if (byType.second) registry().byType.erase(byType.first);
+    throw;
+  }
 }
 
 Registration::~Registration() {

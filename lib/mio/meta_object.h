@@ -12,7 +12,8 @@
 namespace mio {
 
 /// What is known of a class: its registered name, its annotations, methods and properties, each in the order
-/// of their registration. Immutable once it is registered (see registration.h).
+/// of their registration. Immutable once it is registered (see Registration). Of two with one name the first
+/// is found. Main thread only.
 class MetaObject {
  public:
   MetaObject(std::string typeName, std::type_index type) : typeName_(std::move(typeName)), type_(type) {}
@@ -42,7 +43,7 @@ class MetaObject {
 
  private:
   template <class Described>
-  friend class Description;
+  friend class MetaObjectBuilder;
 
   std::string typeName_;
   std::type_index type_;
@@ -55,6 +56,8 @@ class MetaObject {
 /// the first.
 class Registration {
  public:
+  /// Throws std::logic_error when a notification names a method that the class does not have or that takes
+  /// arguments; in a static object that ends the program, so that the mistake shows at once.
   explicit Registration(MetaObject metaObject);
   ~Registration();
   Registration(const Registration&) = delete;

@@ -11,7 +11,7 @@
 
 namespace mio {
 
-/// A function of a class that is called by its name. Immutable.
+/// A function of a class that is called by its name. Immutable; main thread only.
 class Method {
  public:
   using Arguments = std::span<const tyk::Variant>;

@@ -15,8 +15,8 @@ class Property;
 /// The base of everything that describes itself: records, and the objects of an editor's tree.
 ///
 /// An object may have a parent and children; it owns neither. What the library keeps for an object is its
-/// own: a copy starts without parent and children, and assignment leaves both objects' in place. Main thread
-/// only.
+/// own: a copy starts without parent and children, and assignment leaves both objects' in place. A move is a
+/// copy. Main thread only.
 class Object {
  public:
   Object() noexcept;

@@ -14,8 +14,10 @@ Property::Property(std::string name, tyk::Variant::Type type, Reader reader, Wri
       annotations_(std::move(annotations)) {}
 
 void Property::write(Object& object, const tyk::Variant& value) const {
-  if (!writer_)
-    throw tyk::BadCast(tyk::Variant::typeName(value.type()), "a property that can only be read", name_);
+  if (!writer_) {
+    throw tyk::BadCast(tyk::Variant::typeName(value.type()), "property " + name_ + ", which can only be read",
+                       value.text());
+  }
   writer_(object, value);
 }
 
@@ -25,15 +27,17 @@ tyk::Variant BoundProperty::get() const {
 
 void BoundProperty::set(const tyk::Variant& value, SetterFlags flags) const {
   if (!isValid()) return;
-  // A slot may destroy the object, and with it a property that only this object has.
+  // Whoever is told may destroy the object, a property that only this object has, and this very handle.
+  const BoundProperty self = *this;
   const WeakObject object(*object_);
   const Annotations annotations = property_->annotations();
   property_->write(*object_, value);
-  const MetaObject* const meta = object_->metaObject();
+  if (!object.isAlive()) return;
+  const MetaObject* const meta = self.object_->metaObject();
   if (const auto* const notify = meta == nullptr ? nullptr : meta->annotations().find<ChangeNotification>())
-    (*notify)(*this, flags);
+    (*notify)(self, flags);
   const auto* const onChange = annotations.find<OnChange>();
-  if (onChange != nullptr && object.isAlive()) (*onChange)(*this, flags);
+  if (onChange != nullptr && object.isAlive()) (*onChange)(self, flags);
 }
 
 tyk::VariantList BoundProperty::options() const {

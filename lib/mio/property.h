@@ -10,7 +10,8 @@
 
 namespace mio {
 
-/// One named value of objects: how it is read and written, and what is said of it. Immutable.
+/// One named value of objects: how it is read and written, and what is said of it. Immutable; used on the
+/// main thread, as all of reflection is.
 class Property {
  public:
   using Reader = std::function<tyk::Variant(const Object&)>;
@@ -27,13 +28,13 @@ class Property {
   bool isWritable() const noexcept { return static_cast<bool>(writer_); }
   const Annotations& annotations() const noexcept { return annotations_; }
 
-  /// The value of an object's property.
-  tyk::Variant read(const Object& object) const { return reader_(object); }
+ private:
+  friend class BoundProperty;
 
-  /// Sets the value and tells nobody; throws tyk::BadCast also when the property can only be read.
+  tyk::Variant read(const Object& object) const { return reader_(object); }
+  /// Throws tyk::BadCast also when the property can only be read.
   void write(Object& object, const tyk::Variant& value) const;
 
- private:
   std::string name_;
   tyk::Variant::Type type_;
   Reader reader_;
@@ -54,15 +55,18 @@ class BoundProperty {
   Object* object() const noexcept { return object_; }
   const Property* property() const noexcept { return property_; }
 
-  /// The value; an empty variant when not valid.
+  /// The value; an empty variant when not valid. Throws tyk::BadCast when the property is not one of the
+  /// object's class.
   tyk::Variant get() const;
 
   /// Sets the value, then calls the method that the object's class wants to be told with, then that of the
-  /// property. Throws tyk::BadCast when the value is refused: then nothing changes and nobody is told. A
-  /// method may destroy the object. Nothing happens when not valid.
+  /// property. Throws tyk::BadCast when the value is refused: then nothing changes and nobody is told. What a
+  /// method throws is passed on with the value set. A method may destroy the object and this handle. An
+  /// object whose own class nobody described tells nobody. Nothing happens when not valid.
   void set(const tyk::Variant& value, SetterFlags flags = SetterFlags::none) const;
 
-  /// What a combo box offers; empty when there is none.
+  /// What a combo box offers; empty when there is none. Throws what its computation throws: tyk::BadCast when
+  /// the parent offers something of the wrong type.
   tyk::VariantList options() const;
 
  private:

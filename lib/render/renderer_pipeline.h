@@ -31,7 +31,8 @@ class RendererPipeline final : public IRendererPipeline {
 /// The process's renderer pipeline. Before one is set it is a RendererPipeline without any renderer.
 IRendererPipeline& rp();
 
-/// Makes this the process's pipeline; null restores the one that it begins with.
+/// Makes this the process's pipeline; null restores the one that it begins with. The old one is destroyed,
+/// and with it whatever rp() gave out.
 void setRendererPipeline(std::unique_ptr<IRendererPipeline> pipeline);
 
 }  // namespace Tal

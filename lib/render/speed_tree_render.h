@@ -10,7 +10,7 @@ class SpeedTreeRender {
   bool isHidingClosest() const noexcept { return isHidingClosest_; }
 
   /// The distances from the camera, in metres, within which trees are hidden: completely below the first,
-  /// fading out up to the second. Both are kept as they are given.
+  /// fading out up to the second. Both are kept as they are given; at first they are 0.
   void setHidingParams(float hiddenRadius, float fadeRadius) noexcept {
     hiddenRadius_ = hiddenRadius;
     fadeRadius_ = fadeRadius;

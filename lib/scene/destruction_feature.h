@@ -7,7 +7,7 @@
 
 namespace Tal {
 
-/// The destruction data of a space: where its chunks stand in the world.
+/// The destruction data of a space: where its chunks stand in the world. Main thread only.
 class DestructionFeature final : public SceneFeature {
  public:
   static constexpr SceneFeatureTypeID kTypeIndex = 1;

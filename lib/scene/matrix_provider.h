@@ -4,7 +4,7 @@
 
 namespace Tal {
 
-/// Supplies a matrix to whoever draws or attaches something.
+/// Supplies a matrix to whoever draws or attaches something. Main thread only.
 class MatrixProvider {
  public:
   virtual ~MatrixProvider() = default;

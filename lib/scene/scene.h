@@ -20,7 +20,8 @@ class SceneFeature {
 /// The features of a space, at most one of each type. Main thread only.
 class Scene {
  public:
-  /// Puts a feature in, in place of the one of its type.
+  /// Puts a feature, which is not null, in place of the one of its type. The reference is valid until that is
+  /// replaced or removed.
   template <class Feature>
   Feature& add(std::unique_ptr<Feature> feature) {
     Feature& added = *feature;
@@ -38,8 +39,8 @@ class Scene {
     return features_.contains(Feature::kTypeIndex);
   }
 
-  /// The feature of a type, which belongs to the scene. A scene without it is reported as a development
-  /// assertion, and the result is null.
+  /// The feature of a type; it belongs to the scene and is valid until it is replaced or removed. A scene
+  /// without it is reported as a development assertion, and the result is null.
   template <class Feature>
   Feature* get() const {
     return static_cast<Feature*>(find(Feature::kTypeIndex));

@@ -15,10 +15,11 @@ class SpaceManager {
   /// The space; null when there is none. Whoever keeps it takes a reference.
   ClientSpace* space(int id) const;
 
-  /// Opens an empty space, in place of the one of that identifier.
+  /// Makes an empty space, in place of the one of that identifier. The reference is valid until it is removed
+  /// or replaced.
   ClientSpace& createSpace(int id);
 
-  /// Closes a space, which lives on as long as somebody holds it.
+  /// Forgets a space, which lives on as long as somebody holds it.
   void removeSpace(int id);
 
  private:

@@ -44,15 +44,19 @@ class Variant {
   };
 
   Variant() noexcept = default;
-  Variant(bool value) noexcept : value_(value) {}
+  /// Only of a bool, not of what converts to one, such as a pointer.
+  template <std::same_as<bool> Bool>
+  Variant(Bool value) noexcept : value_(value) {}
   template <std::signed_integral Number>
   Variant(Number value) noexcept : value_(std::int64_t{value}) {}
   template <std::unsigned_integral Number>
-  Variant(Number value) noexcept : value_(std::uint64_t{value}) {}
+  requires(!std::same_as<Number, bool>) Variant(Number value)
+  noexcept : value_(std::uint64_t{value}) {}
   Variant(float value) noexcept : value_(value) {}
   Variant(double value) noexcept : value_(value) {}
   Variant(std::string value) noexcept : value_(std::move(value)) {}
   Variant(Tal::BasicStringRef value) : value_(std::string(value)) {}
+  /// Of a text that ends with a NUL; not null.
   Variant(const char* value) : value_(std::string(value)) {}
   Variant(VariantList value) noexcept : value_(std::move(value)) {}
   template <class Element>

@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -26,6 +28,13 @@ TEST(TheProject, KeepsTheRulesOfTheHouse) {
   std::string text;
   for (const std::string& breach : architecture::breaches(projectFiles())) text += breach + "\n";
   EXPECT_EQ(text, "");
+}
+
+TEST(ThePropertyPanels, KnowNoRecord) {
+  std::ifstream file(std::string(DESTRUCTIBLES_SOURCE_DIR) + "/apps/cli/properties.cpp");
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  EXPECT_THAT(text, testing::HasSubstr("metaObject()"));
+  EXPECT_THAT(text, testing::Not(testing::HasSubstr("KsDestructible")));
 }
 
 TEST(TheProject, IsReallyLookedAt) {

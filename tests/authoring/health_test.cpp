@@ -37,7 +37,7 @@ TEST_F(Estimate, AgreesWithItsExplanationInEveryCase) {
         for (const std::size_t bspCount : {1U, 2U, 3U}) {
           const std::string stem = "content/" + folder + "/m" + std::to_string(compared);
           support::ModelFiles files;
-          files.corner = corner;
+          files.corner = corner.empty() ? "1 1 1" : corner;
           for (const char* const digit : {"1", "2", "3"}) {
             const std::string name = "n_" + word + digit;
             files.materials.emplace_back(name, 73 + static_cast<unsigned>(*digit - '0'));

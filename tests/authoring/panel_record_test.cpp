@@ -97,9 +97,56 @@ TEST_F(APanelRecord, IsRefusedAnEditWhenTheModelHasAnotherCategory) {
   const auto panel = record(*crate);
   expectDone(crate->convert(DT_FALLING_ATOMS));
   const Description before = crate->description();
+  const tyk::Variant health = panel->object().property("Health").get();
   panel->object().property("Health").set(99);
-  EXPECT_NE(panel->lastOutcome().refusal, "");
+  EXPECT_EQ(panel->lastOutcome().refusal, "the model has another category now; look at it anew");
   EXPECT_TRUE(isSame(crate->description(), before));
+  EXPECT_EQ(panel->object().property("Health").get(), health);
+  EXPECT_FALSE(panel->refresh());
+  expectDone(crate->convert(DT_NON_DESTRUCTIBLE));
+  panel->object().property("Health").set(99);
+  EXPECT_THAT(panel->lastOutcome().refusal, HasSubstr("is not destructible"));
+  EXPECT_EQ(panel->object().property("Health").get(), health);
+}
+
+TEST_F(APanelRecord, LeavesWhatOthersEditedMeanwhile) {
+  const auto crate = opened(kCrate, DT_FRAGILE);
+  const auto panel = record(*crate);
+  const auto other = record(*crate);
+  expectDone(crate->set({{"effectScale", "2"}, {"hitEffect", "boom"}}));
+  other->object().property("Decay effect").set("dust");
+  panel->object().property("Health").set(9);
+  const auto fragile = *crate->description().fragile;
+  EXPECT_EQ(fragile.health, 9);
+  EXPECT_EQ(fragile.effectScale, 2.0F);
+  EXPECT_EQ(fragile.hitEffect, "boom");
+  EXPECT_EQ(fragile.decayEffect, "dust");
+  EXPECT_EQ(panel->object().property("Hit effect").get(), tyk::Variant("boom"));
+  EXPECT_TRUE(other->refresh());
+  EXPECT_EQ(other->object().property("Health").get(), tyk::Variant(9));
+}
+
+TEST_F(APanelRecord, ShowsAValueAsItWasStored) {
+  const auto crate = opened(kCrate, DT_FRAGILE);
+  const auto panel = record(*crate);
+  panel->object().property("Hit effect").set(" boom ");
+  EXPECT_EQ(panel->object().property("Hit effect").get(), tyk::Variant("boom"));
+  EXPECT_THAT(panel->lastOutcome().warnings, ElementsAre(HasSubstr("white space")));
+  panel->object().property("Health").set(3);
+  EXPECT_THAT(panel->lastOutcome().warnings, IsEmpty());
+}
+
+TEST_F(APanelRecord, FollowsAReload) {
+  const auto crate = opened(kCrate, DT_FRAGILE);
+  expectDone(crate->save());
+  const auto panel = record(*crate);
+  std::string text = readDatabase();
+  text.replace(text.find("<effect>"), 8, "<effect>big_");
+  root_.replace(kDatabase, text);
+  expectDone(crate->set({{"health", "4"}}));
+  expectDone(crate->save());
+  EXPECT_THAT(panel->object().property("Effect").get().text(), testing::StartsWith("big_"));
+  EXPECT_EQ(panel->object().property("Health").get(), tyk::Variant(4));
 }
 
 TEST_F(APanelRecord, IsRefusedWhereThereIsNone) {
@@ -133,9 +180,12 @@ TEST_F(APanelRecord, RefusesAnEditByDisplayNameAsAWhole) {
   const auto crate = opened(kCrate, DT_FRAGILE);
   const Description before = crate->description();
   EXPECT_EQ(crate->set({{"Hit effect", "boom"}, {"Health", "9x"}}).refusal,
-            "Health: cannot convert the string \"9x\" to int32");
-  EXPECT_EQ(crate->set({{"Health", "9"}, {"health", "8"}}).refusal,
-            "the key \"health\" is given twice; give it once");
+            "Health: cannot convert the string \"9x\" to int32; give a value that fits");
+  const std::string same = std::to_string(before.fragile->health);
+  for (const std::string& health : {std::string("9"), same}) {
+    EXPECT_EQ(crate->set({{"Health", health}, {"health", "8"}}).refusal,
+              "the key \"health\" is given twice; give it once");
+  }
   EXPECT_EQ(crate->set({{"Hit efect", "boom"}}).refusal,
             "a fragile has no key \"Hit efect\"; did you mean \"Hit effect\"?");
   EXPECT_NE(crate->set({{"Hit effect", "bad\x01"}}).refusal, "");

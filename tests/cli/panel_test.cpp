@@ -73,7 +73,8 @@ TEST_F(ThePanel, NamesWhatIsSet) {
             "content/props/crate.model: health 7 -> 12\n"
             "content/props/crate.model: hitEffect (empty) -> f_hit\n");
   EXPECT_THAT(readDatabase(), HasSubstr("<hitEffect>f_hit</hitEffect>"));
-  EXPECT_EQ(refusal({"set", kCrate, "Health=3.5"}), "Health: cannot convert the string \"3.5\" to int32");
+  EXPECT_EQ(refusal({"set", kCrate, "Health=3.5"}),
+            "Health: cannot convert the string \"3.5\" to int32; give a value that fits");
 }
 
 TEST_F(ThePanel, OffersTheEffectsThatAreListed) {

@@ -53,16 +53,24 @@ const std::vector<Row<FallingAtom>> kFallingAtomRows = {
 class TheMetaObject : public EffectsTest {
  protected:
   TheMetaObject() {
-    writeEffects(
-        "<r><structures><a_lifetime/><b_touchdown_break/><c_fracture/><d/></structures></r>");  // in this
-                                                                                                // order
+    std::string text;
+    for (const std::string& name : effects()) text += "<" + name + "/>";
+    writeEffects("<r><structures>" + text + "</structures></r>");
+  }
+
+  /// For each key one effect that holds it, and others that nearly do.
+  static const Strings& effects() {
+    static const Strings names{"a_lifetime",     "lifetim",     "ifetime",  "b_touchdown_break",
+                               "touchdown_brea", "c_touchdown", "touchdow", "ouchdown",
+                               "d_fracture",     "fractur",     "racture"};
+    return names;
   }
 
   /// What the effects of the file give for a key.
   static Strings effectsWith(const std::string& key) {
     Strings names{"", "none"};
-    for (const char* const name : {"a_lifetime", "b_touchdown_break", "c_fracture", "d"})
-      if (std::string(name).find(key) != std::string::npos) names.emplace_back(name);
+    std::copy_if(effects().begin(), effects().end(), std::back_inserter(names),
+                 [&key](const std::string& name) { return name.find(key) != std::string::npos; });
     return names;
   }
 

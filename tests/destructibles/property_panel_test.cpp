@@ -170,6 +170,16 @@ TEST_F(APropertyPanel, MayLoseItsRecordInTheMiddleOfANotification) {
   EXPECT_FALSE(gone.connected());
 }
 
+TEST_F(APropertyPanel, MayLoseItsRecordWhenToldOfTheHardPoint) {
+  auto edited = std::make_unique<EditedRecord<Fragile>>(DT_FRAGILE, Strings{"HP_1"});
+  int late = 0;
+  const ks::Connection first = edited->record.hardPointChanged.connect([&] { edited.reset(); });
+  const ks::Connection second = edited->record.hardPointChanged.connect([&] { ++late; });
+  Panel(edited->record).enter("Effect hardpoint", "HP_1");
+  EXPECT_EQ(edited, nullptr);
+  EXPECT_EQ(late, 0);
+}
+
 // --- The notification methods ---
 
 template <class Record>

@@ -1,3 +1,4 @@
+#include <core/debug_message.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -145,6 +146,17 @@ TEST_F(AChunkMatrix, OfASpaceWithoutDestructionDataIsReportedAndEmpty) {
   EXPECT_EQ(ks_getChunkMatrix(kSpace, 1), nullptr);
   EXPECT_THAT(messages.texts(), ElementsAre("ASSERTION FAILED: has<Feature>()\r\nlib/scene/scene(87)\r\n"));
   EXPECT_EQ(messages.criticalCount(), 1);
+  EXPECT_EQ(heldReferences(), 0U);
+}
+
+TEST_F(AChunkMatrix, HoldsTheSpaceWhileItLooks) {
+  space_->scene().remove<DestructionFeature>();
+  std::uint32_t heldMeanwhile = 0;
+  const auto before =
+      DebugMessageHelper::setSink([&](const DebugMessage&) { heldMeanwhile = heldReferences(); });
+  EXPECT_EQ(ks_getChunkMatrix(kSpace, 1), nullptr);
+  DebugMessageHelper::setSink(before);
+  EXPECT_EQ(heldMeanwhile, 1U);
   EXPECT_EQ(heldReferences(), 0U);
 }
 

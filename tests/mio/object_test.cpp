@@ -131,6 +131,9 @@ TEST(SetterFlagsOfAProperty, AreThirtyTwoBitsAndNoneByDefault) {
   EXPECT_TRUE((std::is_same_v<std::underlying_type_t<SetterFlags>, std::uint32_t>));
   EXPECT_EQ(SetterFlags(), SetterFlags::none);
   EXPECT_EQ(static_cast<std::uint32_t>(SetterFlags::none), 0U);
+  EXPECT_EQ(SetterFlags::none | SetterFlags::interactive, SetterFlags::interactive);
+  EXPECT_TRUE(mio::hasFlags(SetterFlags::interactive, SetterFlags::interactive));
+  EXPECT_FALSE(mio::hasFlags(SetterFlags::none, SetterFlags::interactive));
 }
 
 }  // namespace

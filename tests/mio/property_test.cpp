@@ -3,7 +3,9 @@
 #include <mio/lamp.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -93,6 +95,24 @@ TEST_F(ABoundProperty, LetsASlotDestroyItsObject) {
   EXPECT_EQ(lamp, nullptr);
   EXPECT_EQ(calls, 1);
   EXPECT_FALSE(second.connected());
+}
+
+TEST_F(ABoundProperty, LetsASlotDestroyTheHandleThatIsSet) {
+  std::vector<BoundProperty> rows = lamp_.properties();
+  const ks::Connection connection = lamp_.changed.connect([&](SetterFlags) {
+    rows.clear();
+    rows.shrink_to_fit();
+  });
+  rows.back().set("fire");
+  EXPECT_THAT(rows, IsEmpty());
+  EXPECT_THAT(lamp_.told, ElementsAre("changed 0", "effect changed to fire"));
+}
+
+TEST_F(ABoundProperty, LetsAMethodDestroyItsObject) {
+  auto lamp = std::make_unique<Lamp>();
+  const ks::Connection connection = lamp->changed.connect([&](SetterFlags) { lamp.reset(); });
+  registration_.metaObject().method("_notify")->invoke(*lamp, {});
+  EXPECT_EQ(lamp, nullptr);
 }
 
 TEST_F(ABoundProperty, LetsASlotSetAnotherProperty) {

@@ -51,7 +51,13 @@ TEST(ARegistration, RefusesNotificationsThatNoMethodTakes) {
   EXPECT_THROW(
       Registration(mio::describe<Crate>("C").property("Health", &Crate::health, mio::OnChange("_notify"))),
       std::logic_error);
+  EXPECT_THROW(
+      Registration(
+          mio::describe<Lamp>("L").annotation(mio::ChangeNotification("damage")).method("damage", &damage)),
+      std::logic_error)
+      << "it takes arguments";
   EXPECT_EQ(MetaObject::of<Crate>(), nullptr);
+  EXPECT_EQ(MetaObject::find("L"), nullptr);
 }
 
 }  // namespace

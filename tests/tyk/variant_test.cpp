@@ -2,10 +2,11 @@
 #include <gtest/gtest.h>
 #include <tyk/variant.h>
 
-#include <clocale>
 #include <cmath>
 #include <limits>
+#include <locale>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,12 @@ TEST(AVariant, HoldsAValueOfItsType) {
   EXPECT_EQ(Variant(1.5).type(), Type::doubleFloat);
   EXPECT_EQ(Variant("none").type(), Type::string);
   EXPECT_EQ(Variant(std::vector<std::string>{"a"}).type(), Type::list);
+}
+
+TEST(AVariant, IsNoBoolForWhatConvertsToOne) {
+  static_assert(!std::is_constructible_v<Variant, const int*>);
+  static_assert(!std::is_constructible_v<Variant, void*>);
+  EXPECT_EQ(Variant("text").type(), Type::string);
 }
 
 TEST(AVariant, EqualsAnotherOfItsTypeAndValue) {
@@ -131,13 +138,23 @@ TEST(ANumber, BecomesTheShortestTextThatReadsBackEqual) {
   }
 }
 
+/// A locale as many countries have it.
+struct DecimalComma : std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
 TEST(ANumber, IsReadAndWrittenAlikeInEveryLocale) {
-  const std::string before = std::setlocale(LC_ALL, nullptr);
-  std::setlocale(LC_ALL, "de_DE.UTF-8");  // with a decimal comma, where the system has it
+  const std::locale before = std::locale::global(std::locale(std::locale(), new DecimalComma));
+  std::ostringstream stream;
+  stream << 1234.5;
+  EXPECT_EQ(stream.str(), "1.234,5") << "the locale is in force";
+  EXPECT_EQ(Variant(1234567).castTo<std::string>(), "1234567");
   EXPECT_EQ(Variant(1.5).castTo<std::string>(), "1.5");
   EXPECT_EQ(Variant("1.5").tryCastTo<double>(), 1.5);
   EXPECT_EQ(Variant("1,5").tryCastTo<double>(), kNone);
-  std::setlocale(LC_ALL, before.c_str());
+  std::locale::global(before);
 }
 
 TEST(ABool, BecomesZeroOrOneAndItsName) {

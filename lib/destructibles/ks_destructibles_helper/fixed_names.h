@@ -7,6 +7,7 @@ namespace Tal::fixed_names {
 inline constexpr char kSource[] = "lib/destructibles/ks_destructibles_helper";
 
 inline constexpr char kDestructiblesXml[] = "scripts/destructibles.xml";
+inline constexpr char kEffectsXml[] = "scripts/destructibles_effects.xml";
 
 inline constexpr char kTreesSection[] = "trees";
 inline constexpr char kStructuresSection[] = "structures";
