@@ -23,9 +23,9 @@ std::string parseValue(const std::string& text, std::int32_t& value);
 std::string parseValue(const std::string& text, float& value);
 std::string parseValue(const std::string& text, std::string& value);
 
-/// Replaces every assignment to a display name, such as "Hit effect", by one to its key, with the value that the
-/// record has when it tells of the change. Refused when a property refuses its value; then the list is not to
-/// be used.
+/// Replaces every assignment to a display name, such as "Hit effect", by one to its key, with the value that
+/// the record has when it tells of the change. Refused when a property refuses its value; then the list is
+/// not to be used.
 template <class Record>
 Outcome replaceDisplayNames(const Record& record, std::vector<Assignment>& assignments);
 
