@@ -1,6 +1,7 @@
 #include <core/format.h>
 #include <resources/atomic_file.h>
 #include <resources/descriptor.h>
+#include <resources/file_lock.h>
 
 #include <sys/stat.h>
 
@@ -10,6 +11,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <system_error>
 #include <utility>
 
@@ -18,12 +20,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A temporary file is ".NAME.PROCESS-NUMBER.saving"; the process tells a left-over from one in use.
+/// A temporary file is ".NAME.PROCESS-NUMBER.saving". Its writer holds its lock, so that a left-over can be
+/// told from one in use.
 constexpr BasicStringRef kTemporaryEnding = ".saving";
 constexpr std::size_t kLongestName = 255;
 constexpr mode_t kPermissions = 07777;
 constexpr mode_t kAnyWrite = 0222;
 constexpr mode_t kNewFile = 0666;
+constexpr std::time_t kLeftOverAge = 60;  // seconds
 
 BasicStringRef hintFor(int code) {
   switch (code) {
@@ -59,6 +63,24 @@ fs::path targetOf(const fs::path& file) {
   return error ? file : target;
 }
 
+fs::path folderOf(const fs::path& file) {
+  return file.has_parent_path() ? file.parent_path() : fs::path(".");
+}
+
+/// Whether a temporary file was written long enough ago that its writer has locked it if he lives.
+bool isOld(int descriptor) {
+  struct stat status {};
+  return ::fstat(descriptor, &status) == 0 && std::time(nullptr) - status.st_mtime > kLeftOverAge;
+}
+
+/// Whether the process in a temporary file's name lives, behind `beginning`.
+bool isOfLivingProcess(BasicStringRef name, BasicStringRef beginning) {
+  const BasicStringRef process =
+      name.substr(beginning.size(), name.find('-', beginning.size()) - beginning.size());
+  std::error_code error;
+  return fs::exists("/proc/" + std::string(process), error);
+}
+
 /// One replacement, step by step; each step gives the failure that ends it.
 class Replacement {
  public:
@@ -71,6 +93,7 @@ class Replacement {
 
   std::optional<FileFailure> run(BasicStringRef content) {
     if (auto failure = examine()) return failure;
+    removeLeftOvers();
     if (auto failure = open()) return failure;
     if (auto failure = write(content)) return failure;
     if (auto failure = flushAndClose()) return failure;
@@ -109,7 +132,7 @@ class Replacement {
   }
 
   std::optional<FileFailure> open() {
-    const fs::path folder = file_.has_parent_path() ? file_.parent_path() : fs::path(".");
+    const fs::path folder = folderOf(file_);
     folder_ = Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!folder_) return fail("opening the folder", folder);
     const mode_t mode = isOldThere_ ? old_.st_mode & kPermissions : kNewFile;
@@ -117,6 +140,7 @@ class Replacement {
         Descriptor(::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
     if (!descriptor_) return fail("making", temporary_);
     isTemporaryThere_ = true;
+    tryLock(descriptor_.get());  // tells others that it is in use
     if (!isOldThere_) return std::nullopt;
     struct stat made {};
     if (::fstat(descriptor_.get(), &made) != 0) return fail("examining", temporary_);
@@ -127,6 +151,21 @@ class Replacement {
       return fail("setting the owner of", temporary_);
     if (::fchmod(descriptor_.get(), mode) != 0) return fail("setting the permissions of", temporary_);
     return std::nullopt;
+  }
+
+  /// What processes that were killed while they saved this file have left beside it.
+  void removeLeftOvers() const {
+    const std::string beginning = '.' + file_.filename().string() + '.';
+    std::error_code error;
+    for (fs::directory_iterator entry(folderOf(file_), error), end; !error && entry != end;
+         entry.increment(error)) {
+      const std::string name = entry->path().filename().string();
+      if (!name.starts_with(beginning) || !isTemporaryName(name) || isOfLivingProcess(name, beginning))
+        continue;
+      const Descriptor descriptor(
+          ::open(entry->path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+      if (descriptor && isOld(descriptor.get()) && tryLock(descriptor.get())) ::unlink(entry->path().c_str());
+    }
   }
 
   std::optional<FileFailure> write(BasicStringRef content) {

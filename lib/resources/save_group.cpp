@@ -1,4 +1,5 @@
 #include <core/debug_message.h>
+#include <core/format.h>
 #include <resources/save_group.h>
 #include <resources/save_queue.h>
 
@@ -20,9 +21,26 @@ bool SaveQueue::put(const SmartPointer<SectionDocument>& document, BasicStringRe
   return true;
 }
 
+bool SaveQueue::lock(const std::filesystem::path& file) {
+  if (locks_.contains(file)) return true;
+  std::string holder;
+  std::optional<FileLock> lock = FileLock::acquire(file, patience_, holder);
+  if (lock) {
+    locks_.emplace(file, *std::move(lock));
+    return true;
+  }
+  DebugMessageHelper::criticalMessage("lib/resources/save_group", __LINE__,
+                                      "cannot save %s: %s is saving it and does not come to an end; nothing "
+                                      "was saved and the edits are kept: "
+                                      "save again when it has ended",
+                                      escapeControls(file.native()).c_str(), holder.c_str());
+  return false;
+}
+
 bool SaveQueue::close(bool isCommitted) {
   if (--depth_ > 0) return true;
   const std::vector<Save> saves = std::exchange(saves_, {});
+  const auto locks = std::exchange(locks_, {});  // let go when everything is written
   if (std::exchange(isValueRefused_, false) && isCommitted) {
     DebugMessageHelper::criticalMessage(
         "lib/resources/save_group", __LINE__,

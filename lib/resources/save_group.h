@@ -3,7 +3,9 @@
 namespace Tal {
 
 /// Gathers the saves of a scope: while a group is open, DataSection::save only notes the document, and each
-/// noted document is written once when the group is committed. A group within a group joins the outer one.
+/// noted document is written once when the group is committed. A file that is opened while a group is open is
+/// locked until that closes: another program that saves it waits, and reads what this one has written before
+/// it makes its own edits. A group within a group joins the outer one.
 /// Main thread only.
 class SaveGroup {
  public:

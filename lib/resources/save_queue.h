@@ -2,8 +2,12 @@
 
 #include <core/smart_pointer.h>
 #include <core/string_ref.h>
+#include <resources/file_lock.h>
 #include <resources/section_document.h>
 
+#include <chrono>
+#include <filesystem>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +20,15 @@ class SaveQueue {
   static SaveQueue& instance();
 
   void open() noexcept { ++depth_; }
+
+  bool isOpen() const noexcept { return depth_ > 0; }
+
+  /// Keeps other programs from saving a file until the outermost group is closed. False, with a critical
+  /// message, when one of them does not let go of it.
+  bool lock(const std::filesystem::path& file);
+
+  /// How long `lock` waits; for tests.
+  void setPatience(std::chrono::milliseconds patience) noexcept { patience_ = patience; }
 
   /// Puts a document down to be written once when the outermost group commits; false when no group is open.
   bool put(const SmartPointer<SectionDocument>& document, BasicStringRef resourceName);
@@ -32,6 +45,8 @@ class SaveQueue {
   int depth_ = 0;
   bool isValueRefused_ = false;
   std::vector<Save> saves_;
+  std::map<std::filesystem::path, FileLock> locks_;
+  std::chrono::milliseconds patience_{10'000};
 };
 
 }  // namespace Tal

@@ -2,6 +2,7 @@
 #include <resources/file_system.h>
 #include <resources/report.h>
 #include <resources/resource_name.h>
+#include <resources/save_queue.h>
 #include <resources/section_cache.h>
 #include <resources/xml_section.h>
 
@@ -25,6 +26,14 @@ SmartPointer<DataSection> rootOf(const SmartPointer<SectionDocument>& document) 
   return new XmlSection(document, document->tree().root());
 }
 
+/// What is opened to be saved is kept from other programs until it is; false when one of them has it.
+bool lockForSaving(const FS::MultiFileSystem& fileSystem, const std::string& name) {
+  if (!SaveQueue::instance().isOpen()) return true;
+  std::string refusal;  // to be reported by who opens it
+  const auto place = fileSystem.find(name, &refusal);
+  return !place || SaveQueue::instance().lock(*place);
+}
+
 }  // namespace
 
 SectionCache& SectionCache::instance() {
@@ -40,6 +49,7 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
     return nullptr;
   }
   const std::string name = normalisedName(resourceName);
+  if (!lockForSaving(*fileSystem, name)) return nullptr;
   const auto known = entries_.find(name);
   const bool isKnown = known != entries_.end() && known->second.document;
   if (isKnown && isKept(*known->second.document) && refusalOfName(resourceName).empty())

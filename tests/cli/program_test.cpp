@@ -171,6 +171,22 @@ TEST_F(TheProgram, FailsWhenStandardOutputIsClosedAndWritesItsResultsNowhere) {
   EXPECT_THAT(readDatabase(), testing::EndsWith("</root>"));
 }
 
+TEST_F(TheProgram, LosesNoEditWhenItRunsTwiceAtOnceOnTwoModels) {
+  writeDatabase(
+      "<root><fragiles><entry><filename>content/props/crate.model</filename></entry></fragiles><fallingAtoms>"
+      "<entry><filename>content/street/lamp.model</filename></entry></fallingAtoms></root>");
+  for (int round = 100; round < 110; ++round) {
+    const std::string health = "health=" + std::to_string(round);
+    support::RunningProcess crate(DESTRUCTIBLES_PROGRAM, {"set", kCrate, health}, {.folder = folder_.path()});
+    support::RunningProcess lamp(DESTRUCTIBLES_PROGRAM, {"set", kLamp, health}, {.folder = folder_.path()});
+    EXPECT_EQ(crate.wait().status, 0);
+    EXPECT_EQ(lamp.wait().status, 0);
+    const std::string entry = "<health>" + std::to_string(round) + "</health>";
+    const std::string text = readDatabase();
+    EXPECT_NE(text.find(entry), text.rfind(entry)) << text;
+  }
+}
+
 TEST_F(TheProgram, EndsQuietlyWhenItsReaderGoesAway) {
   std::string text = "<root><fragiles>";
   for (int number = 0; number < 5000; ++number)

@@ -1,0 +1,189 @@
+#include <resources/atomic_file.h>
+#include <resources/data_section.h>
+#include <resources/file_lock.h>
+#include <resources/save_group.h>
+#include <resources/save_queue.h>
+#include <support/message_recorder.h>
+#include <support/mounted_root.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <unistd.h>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <thread>
+
+namespace {
+
+namespace fs = std::filesystem;
+using support::MountedRoot;
+using support::openResource;
+using Tal::FileLock;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr std::chrono::milliseconds kShort{50};
+constexpr std::chrono::milliseconds kLong{20'000};
+
+/// Sets how long a group waits, for the length of a scope.
+class Patience {
+ public:
+  explicit Patience(std::chrono::milliseconds patience) { Tal::SaveQueue::instance().setPatience(patience); }
+  ~Patience() { Tal::SaveQueue::instance().setPatience(std::chrono::seconds(10)); }
+  Patience(const Patience&) = delete;
+  Patience& operator=(const Patience&) = delete;
+};
+
+/// Another program.
+class Child {
+ public:
+  template <class Work>
+  explicit Child(const Work& work) : id_(fork()) {
+    if (id_ != 0) return;
+    work();
+    _exit(0);
+  }
+  ~Child() {
+    kill(id_, SIGKILL);
+    wait();
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  void wait() const { waitpid(id_, nullptr, 0); }
+  void killHard() const { kill(id_, SIGKILL); }
+  pid_t id() const { return id_; }
+
+ private:
+  pid_t id_;
+};
+
+/// Another program that holds the lock of a file; returns when it has it.
+Child holderOf(const fs::path& file, const fs::path& sign) {
+  return Child([&] {
+    std::string holder;
+    const auto lock = FileLock::acquire(file, kLong, holder);
+    support::writeFile(sign, "locked");
+    while (true) pause();
+  });
+}
+
+void awaitFile(const fs::path& file) {
+  const auto deadline = std::chrono::steady_clock::now() + kLong;
+  while (!fs::exists(file) && std::chrono::steady_clock::now() < deadline)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  ASSERT_TRUE(fs::exists(file));
+}
+
+TEST(AFileLock, IsWaitedForAsLongAsOneIsPatientAndNamesItsHolder) {
+  const MountedRoot root("a.xml", "<r/>");
+  const Child other = holderOf(root / "a.xml", root / "sign");
+  awaitFile(root / "sign");
+  std::string holder;
+  EXPECT_FALSE(FileLock::acquire(root / "a.xml", kShort, holder));
+  EXPECT_THAT(holder, testing::StartsWith("process " + std::to_string(other.id()) + " ("));
+}
+
+TEST(AFileLock, EndsWithTheProcessHoweverThatEnds) {
+  const MountedRoot root("a.xml", "<r/>");
+  const Child other = holderOf(root / "a.xml", root / "sign");
+  awaitFile(root / "sign");
+  other.killHard();
+  std::string holder;
+  EXPECT_TRUE(FileLock::acquire(root / "a.xml", kLong, holder));
+}
+
+TEST(AFileLock, OfAFileThatIsNotThereHoldsNothing) {
+  const support::TemporaryFolder folder;
+  std::string holder;
+  EXPECT_TRUE(FileLock::acquire(folder / "a.xml", kShort, holder));
+  EXPECT_FALSE(fs::exists(folder / "a.xml"));
+}
+
+TEST(AFileLock, IsOfTheNewFileWhenTheHolderHasReplacedIt) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const Child other([&] {
+    std::string holder;
+    const auto lock = FileLock::acquire(root / "a.xml", kLong, holder);
+    support::writeFile(root / "sign", "locked");
+    std::this_thread::sleep_for(kShort);
+    Tal::replaceFile(root / "a.xml", "<r>2</r>");
+  });
+  awaitFile(root / "sign");
+  std::string holder;
+  const auto lock = FileLock::acquire(root / "a.xml", kLong, holder);
+  ASSERT_TRUE(lock);
+  EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
+  std::string second;
+  EXPECT_FALSE(FileLock::acquire(root / "a.xml", kShort, second)) << "the new file is the one that is locked";
+}
+
+TEST(ASaveGroup, RefusesToOpenWhatAnotherProgramIsSaving) {
+  const MountedRoot root("a.xml", "<r/>");
+  const Child other = holderOf(root / "a.xml", root / "sign");
+  awaitFile(root / "sign");
+  const Patience patience(kShort);
+  const support::MessageRecorder messages;
+  {
+    Tal::SaveGroup group;
+    EXPECT_FALSE(openResource("a.xml"));
+  }
+  EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("is saving it and does not come to an end")));
+  EXPECT_EQ(messages.criticalCount(), 1);
+  EXPECT_TRUE(openResource("a.xml")) << "reading needs no lock";
+}
+
+TEST(ASaveGroup, LetsGoOfItsFilesWhenItIsClosed) {
+  const MountedRoot root("a.xml", "<r/>");
+  std::string holder;
+  {
+    Tal::SaveGroup group;
+    openResource("a.xml")->setValue("1");
+    EXPECT_FALSE(FileLock::acquire(root / "a.xml", kShort, holder));
+    EXPECT_TRUE(openResource("a.xml")) << "the group itself opens it as often as it likes";
+  }
+  EXPECT_TRUE(FileLock::acquire(root / "a.xml", kShort, holder));
+}
+
+TEST(TwoPrograms, LoseNoneOfTheirEditsWhenTheySaveAtTheSameTime) {
+  constexpr int kRounds = 40;
+  const MountedRoot root("a.xml", "<r><mine>0</mine><theirs>0</theirs></r>");
+  const auto work = [](const char* key) {
+    for (int round = 1; round <= kRounds; ++round) {
+      Tal::SaveGroup group;
+      const auto document = openResource("a.xml");
+      if (!document || document->readInt(key, -1) != round - 1) return;
+      document->writeInt(key, round);
+      document->save();
+      if (!group.commit()) return;
+    }
+  };
+  const Child other([&] { work("theirs"); });
+  work("mine");
+  other.wait();
+  EXPECT_EQ(root.read("a.xml"), "<r><mine>40</mine><theirs>40</theirs></r>");
+}
+
+TEST(ASave, RemovesWhatAKilledProcessLeftBesideTheFile) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const Child gone([] {});
+  gone.wait();
+  const std::string dead = ".a.xml." + std::to_string(gone.id()) + "-1.saving";
+  const std::string young = ".a.xml." + std::to_string(gone.id()) + "-2.saving";
+  const std::string living = ".a.xml." + std::to_string(getppid()) + "-1.saving";
+  const std::string ofAnother = ".b.xml." + std::to_string(gone.id()) + "-1.saving";
+  const auto longAgo = fs::file_time_type::clock::now() - std::chrono::hours(1);
+  for (const std::string& name : {dead, young, living, ofAnother}) {
+    root.write(name, "half");
+    if (name != young) fs::last_write_time(root / name, longAgo);
+  }
+  EXPECT_FALSE(Tal::replaceFile(root / "a.xml", "<r>2</r>"));
+  EXPECT_THAT(root.listing(), testing::UnorderedElementsAre("a.xml", young, living, ofAnother));
+}
+
+}  // namespace
