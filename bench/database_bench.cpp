@@ -186,7 +186,12 @@ std::vector<bench::Ratio> ratios() {
                       {}});
   }
   // Linear growth: ten times the models, ten times the work and a margin for what no longer fits the caches.
-  for (const char* const measure : {"firstLoad", "selectModel", "saveModel"}) {
+  // Selecting a model reloads the tables and does little beside.
+  for (const int count : kModelCounts) {
+    ratios.push_back({std::to_string(count) + " models: another model / loadConfig, file unchanged",
+                      nameOf("selectModel", count), nameOf("reload", count), 2.0});
+  }
+  for (const char* const measure : {"firstLoad", "reload", "saveModel"}) {
     ratios.push_back({std::string(measure) + ": 100000 / 10000 models", nameOf(measure, kLarge),
                       nameOf(measure, kMedium), 20.0});
   }
