@@ -360,7 +360,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
 
   // Health.
   int gateHealth(const std::string& normalisedPath);
-  int healthByCategory();
+  int healthByCategory(bool isFillingModules);
+  int estimateHealth(bool isFillingModules);
 
   // States.
   std::vector<std::string>* materialsOfNamedState(const std::string& state);

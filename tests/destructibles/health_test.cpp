@@ -222,6 +222,18 @@ TEST_F(TheHealth, OfAStructureWithoutAModuleEntryIs50) {
   EXPECT_EQ(ofStructure({{"a", 73}, {"b", 74}}, {"a", "b"}, false), 50);
 }
 
+TEST_F(TheHealth, OfAStructureWhoseModulesAreDroppedByTheLoadWithinIs50) {
+  writeDatabase("<r/>");
+  writeVisual("big.visual", "2 2 2");
+  auto other = std::make_unique<OpenModel>(support::ModelParts{}, "other");
+  const OpenModel open({.materials = {{"a", 73}, {"b", 74}}, .bsp = {"a", "b"}}, "big.model");
+  open->setAsStructure();
+  EXPECT_EQ(Access::moduleMap().at("big.model").at("a").health, 35);
+  EXPECT_EQ(open->calculateDestructibleHealth(), 35);
+  other.reset();  // the next look at the materials reads the file, which has no modules
+  EXPECT_EQ(open->calculateDestructibleHealth(), 50);
+}
+
 TEST_F(TheHealth, OfAModelWithoutAVisualFollowsItsCategory) {
   EXPECT_EQ(ofModel("none.model", DT_FRAGILE), 20);
   EXPECT_EQ(ofModel("none.model", DT_FALLING_ATOMS), 20);

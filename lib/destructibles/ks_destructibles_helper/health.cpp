@@ -55,6 +55,10 @@ std::optional<float> volumeOf(const std::string& modelName) {
 }  // namespace
 
 int KsDestructiblesHelper::calculateDestructibleHealth() {
+  return estimateHealth(false);
+}
+
+int KsDestructiblesHelper::estimateHealth(bool isFillingModules) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::calculateDestructibleHealth", fixed_names::kSource,
                              1204);
   const std::string path = normalised(modelName_);
@@ -68,7 +72,7 @@ int KsDestructiblesHelper::calculateDestructibleHealth() {
   }
   // Written so that a volume that is not a number counts as small.
   if (volume && !(*volume >= kBigVolume)) return kWeakHealth;
-  return healthByCategory();
+  return healthByCategory(isFillingModules);
 }
 
 int KsDestructiblesHelper::gateHealth(const std::string& normalisedPath) {
@@ -90,17 +94,15 @@ int KsDestructiblesHelper::gateHealth(const std::string& normalisedPath) {
   return hasStone ? kSturdyHealth : kWeakHealth;
 }
 
-int KsDestructiblesHelper::healthByCategory() {
+int KsDestructiblesHelper::healthByCategory(bool isFillingModules) {
   if (destructibleType_ == DT_FRAGILE || destructibleType_ == DT_FALLING_ATOMS) return kObjectHealth;
   if (destructibleType_ != DT_STRUCTURE) return kUnknownHealth;
-  // Before as well: naming the materials may load the database, which drops a table made in memory for this
-  // estimate.
-  const bool hadModules = s_destrModuleMap.contains(modelName_);
   const std::vector<std::string> undamaged = getMaterialsForState(fixed_names::kUndamagedState);
   const auto parts = std::count_if(undamaged.begin(), undamaged.end(), [this](const std::string& name) {
     return bspMaterialNames_.contains(name);
   });
-  const bool hasModules = hadModules || s_destrModuleMap.contains(modelName_);
+  // Naming the materials may have loaded the database, and so dropped the table that is being filled.
+  const bool hasModules = isFillingModules || s_destrModuleMap.contains(modelName_);
   return hasModules && parts == kTwoParts ? kTwoPartStructureHealth : kStructureHealth;
 }
 

@@ -82,7 +82,7 @@ void KsDestructiblesHelper::setMissingModules() {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::setMissingModules", kSource, 1118);
   // An existing table leaves the flag as it is, unlike an existing fragile or falling atom.
   if (s_destrModuleMap.try_emplace(modelName_).second) isMissingInDestructiblesXml_ = true;
-  const int health = calculateDestructibleHealth();
+  const int health = estimateHealth(true);
   // Only now, and made anew where it is gone: the estimate loads the database when another helper's end has
   // marked it as not loaded.
   const auto [model, isMadeAnew] = s_destrModuleMap.try_emplace(modelName_);
