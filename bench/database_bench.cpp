@@ -191,7 +191,7 @@ std::vector<bench::Ratio> ratios() {
     ratios.push_back({std::to_string(count) + " models: another model / loadConfig, file unchanged",
                       nameOf("selectModel", count), nameOf("reload", count), 2.0});
   }
-  for (const char* const measure : {"firstLoad", "reload", "saveModel"}) {
+  for (const char* const measure : {"firstLoad", "reload", "selectModel", "saveModel"}) {
     ratios.push_back({std::string(measure) + ": 100000 / 10000 models", nameOf(measure, kLarge),
                       nameOf(measure, kMedium), 20.0});
   }
