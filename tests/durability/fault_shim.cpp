@@ -1,0 +1,245 @@
+// A library in front of the system's: it makes chosen calls on chosen files fail, come back short, or be
+// noted. It is linked into a program or preloaded, and takes everything else straight to the kernel.
+//
+// The operations: "open" (for reading), "open-write", "open-folder", "read", "write", "flush" (fsync and
+// fdatasync of a file), "flush-folder", "close", "rename", "mode" (fchmod), "owner" (fchown), "lock",
+// "mkdir".
+
+#include <durability/fault_shim.h>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+using Path = std::array<char, PATH_MAX>;
+
+struct Order {
+  Path below{};
+  Path trace{};
+  std::array<char, 32> operation{};
+  int number = 0;
+  int code = 0;
+  bool isLasting = false;
+  int largestWrite = 0;
+};
+
+Order s_order;
+std::atomic<bool> s_isArmed{false};
+std::atomic<int> s_calls{0};
+
+template <std::size_t kSize>
+void copyText(std::array<char, kSize>& into, const char* text) {
+  std::snprintf(into.data(), kSize, "%s", text == nullptr ? "" : text);
+}
+
+int numberFrom(const char* variable) {
+  const char* const text = std::getenv(variable);
+  return text == nullptr ? 0 : std::atoi(text);
+}
+
+/// A program that was started with the library preloaded finds its order in its environment.
+[[gnu::constructor]] void armFromEnvironment() {
+  const char* const below = std::getenv("FAULT_BELOW");
+  if (below == nullptr) return;
+  const FaultOrder order{below,
+                         std::getenv("FAULT_TRACE"),
+                         std::getenv("FAULT_OPERATION"),
+                         numberFrom("FAULT_NUMBER"),
+                         numberFrom("FAULT_ERRNO"),
+                         numberFrom("FAULT_LASTING"),
+                         numberFrom("FAULT_LARGEST_WRITE")};
+  faultShimArm(&order);
+}
+
+/// The part of a path below the order's folder ("." for the folder itself); null when it lies elsewhere.
+const char* nameBelow(const char* path) {
+  const std::size_t length = std::strlen(s_order.below.data());
+  if (std::strncmp(path, s_order.below.data(), length) != 0) return nullptr;
+  if (path[length] == '\0') return ".";
+  return path[length] == '/' ? path + length + 1 : nullptr;
+}
+
+const char* nameOf(int descriptor, Path& path) {
+  std::array<char, 64> link{};
+  std::snprintf(link.data(), link.size(), "/proc/self/fd/%d", descriptor);
+  const auto length = ::readlink(link.data(), path.data(), path.size() - 1);
+  if (length < 0) return nullptr;
+  path[static_cast<std::size_t>(length)] = '\0';
+  return nameBelow(path.data());
+}
+
+const char* nameOf(const char* path, Path& absolute) {
+  if (path[0] == '/') return nameBelow(path);
+  if (::getcwd(absolute.data(), absolute.size()) == nullptr) return nullptr;
+  const std::size_t length = std::strlen(absolute.data());
+  std::snprintf(absolute.data() + length, absolute.size() - length, "/%s", path);
+  return nameBelow(absolute.data());
+}
+
+void note(const char* operation, const char* name) {
+  if (s_order.trace[0] == '\0') return;
+  std::array<char, PATH_MAX + 64> line{};
+  const int length = std::snprintf(line.data(), line.size(), "%s %s\n", operation, name);
+  const long file =
+      ::syscall(SYS_openat, AT_FDCWD, s_order.trace.data(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+  if (file < 0) return;
+  ::syscall(SYS_write, file, line.data(), static_cast<std::size_t>(length));
+  ::syscall(SYS_close, file);
+}
+
+/// Whether this call is to fail; errno is then set. `what` is a descriptor or a path.
+template <class What>
+bool isToFail(const char* operation, What what) {
+  if (!s_isArmed) return false;
+  const int before = errno;
+  Path path{};
+  const char* const name = nameOf(what, path);
+  errno = before;
+  if (name == nullptr) return false;
+  note(operation, name);
+  errno = before;
+  if (std::strcmp(s_order.operation.data(), operation) != 0) return false;
+  const int call = ++s_calls;
+  if (call != s_order.number && !(s_order.isLasting && call > s_order.number)) return false;
+  errno = s_order.code;
+  return true;
+}
+
+const char* openOperation(int flags) {
+  if ((flags & O_ACCMODE) != O_RDONLY) return "open-write";
+  return (flags & O_DIRECTORY) != 0 ? "open-folder" : "open";
+}
+
+bool isFolder(int descriptor) {
+  struct stat status {};
+  return ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+int openAt(int folder, const char* path, int flags, mode_t mode) {
+  if (isToFail(openOperation(flags), path)) return -1;
+  return static_cast<int>(::syscall(SYS_openat, folder, path, flags, mode));
+}
+
+int flush(int descriptor, long call) {
+  if (s_isArmed && isToFail(isFolder(descriptor) ? "flush-folder" : "flush", descriptor)) return -1;
+  return static_cast<int>(::syscall(call, descriptor));
+}
+
+std::size_t shortened(int descriptor, std::size_t size) {
+  if (!s_isArmed || s_order.largestWrite <= 0) return size;
+  const int before = errno;
+  Path path{};
+  const bool isMeant = nameOf(descriptor, path) != nullptr;
+  errno = before;
+  const auto largest = static_cast<std::size_t>(s_order.largestWrite);
+  return isMeant && size > largest ? largest : size;
+}
+
+mode_t modeFrom(int flags, va_list arguments) {
+  return (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(arguments, mode_t) : 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+void faultShimArm(const FaultOrder* order) {
+  s_isArmed = false;
+  copyText(s_order.below, order->below);
+  copyText(s_order.trace, order->trace);
+  copyText(s_order.operation, order->operation);
+  s_order.number = order->number;
+  s_order.code = order->code;
+  s_order.isLasting = order->lasting != 0;
+  s_order.largestWrite = order->largestWrite;
+  s_calls = 0;
+  s_isArmed = true;
+}
+
+int faultShimDisarm(void) {
+  s_isArmed = false;
+  return s_calls;
+}
+
+int open(const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = modeFrom(flags, arguments);
+  va_end(arguments);
+  return openAt(AT_FDCWD, path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = modeFrom(flags, arguments);
+  va_end(arguments);
+  return openAt(AT_FDCWD, path, flags, mode);
+}
+
+ssize_t read(int descriptor, void* bytes, std::size_t size) {
+  if (isToFail("read", descriptor)) return -1;
+  return ::syscall(SYS_read, descriptor, bytes, size);
+}
+
+ssize_t write(int descriptor, const void* bytes, std::size_t size) {
+  if (isToFail("write", descriptor)) return -1;
+  return ::syscall(SYS_write, descriptor, bytes, shortened(descriptor, size));
+}
+
+int fsync(int descriptor) {
+  return flush(descriptor, SYS_fsync);
+}
+
+int fdatasync(int descriptor) {
+  return flush(descriptor, SYS_fdatasync);
+}
+
+/// The descriptor is gone however close ends, as the system has it.
+int close(int descriptor) {
+  const bool isFault = isToFail("close", descriptor);
+  const int code = errno;
+  const auto result = static_cast<int>(::syscall(SYS_close, descriptor));
+  if (!isFault) return result;
+  errno = code;
+  return -1;
+}
+
+int rename(const char* from, const char* to) {
+  if (isToFail("rename", to)) return -1;
+  return static_cast<int>(::syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+}
+
+int fchmod(int descriptor, mode_t mode) {
+  if (isToFail("mode", descriptor)) return -1;
+  return static_cast<int>(::syscall(SYS_fchmod, descriptor, mode));
+}
+
+int fchown(int descriptor, uid_t owner, gid_t group) {
+  if (isToFail("owner", descriptor)) return -1;
+  return static_cast<int>(::syscall(SYS_fchown, descriptor, owner, group));
+}
+
+int flock(int descriptor, int operation) {
+  if (isToFail("lock", descriptor)) return -1;
+  return static_cast<int>(::syscall(SYS_flock, descriptor, operation));
+}
+
+int mkdir(const char* path, mode_t mode) {
+  if (isToFail("mkdir", path)) return -1;
+  return static_cast<int>(::syscall(SYS_mkdirat, AT_FDCWD, path, mode));
+}
+
+}  // extern "C"

@@ -1,0 +1,245 @@
+// Processes that save are killed at random moments.
+
+#include <core/debug_message.h>
+#include <durability/town.h>
+#include <resources/atomic_file.h>
+#include <resources/file_lock.h>
+#include <resources/save_group.h>
+#include <support/message_recorder.h>
+#include <support/mounted_root.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/mman.h>
+#include <sys/wait.h>
+
+#include <unistd.h>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <new>
+#include <random>
+#include <string>
+#include <thread>
+
+namespace {
+
+namespace fs = std::filesystem;
+using durability::kDatabase;
+using durability::Town;
+using std::chrono::steady_clock;
+using support::MountedRoot;
+using testing::ElementsAre;
+
+constexpr int kKillsOfTheShortForm = 400;
+constexpr std::chrono::seconds kPatience{60};
+
+/// What a process that is killed has told by then: memory that it shares with its parent.
+struct Progress {
+  std::atomic<int> asked{0};  ///< the newest version whose save was asked for
+  std::atomic<int> saved{0};  ///< the newest version whose save has come back
+  std::atomic<bool> hasFailed{false};
+  std::atomic<int> microseconds{8'000};  ///< how long a save took lately
+};
+
+class SharedProgress {
+ public:
+  SharedProgress()
+      : place_(::mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)) {
+    if (place_ == MAP_FAILED) std::abort();
+    progress_ = new (place_) Progress;
+  }
+  ~SharedProgress() { ::munmap(place_, sizeof(Progress)); }
+  SharedProgress(const SharedProgress&) = delete;
+  SharedProgress& operator=(const SharedProgress&) = delete;
+
+  Progress* operator->() const noexcept { return progress_; }
+  Progress& operator*() const noexcept { return *progress_; }
+
+ private:
+  void* place_;
+  Progress* progress_ = nullptr;
+};
+
+/// Another process of this program, which works until it is killed.
+class Victim {
+ public:
+  template <class Work>
+  explicit Victim(const Work& work) : id_(::fork()) {
+    if (id_ != 0) return;
+    work();
+    while (true) ::pause();
+  }
+  ~Victim() { killHard(); }
+  Victim(const Victim&) = delete;
+  Victim& operator=(const Victim&) = delete;
+
+  /// Kills it if that was not done; returns when it is dead.
+  void killHard() {
+    if (id_ <= 0) return;
+    ::kill(id_, SIGKILL);
+    ::waitpid(id_, nullptr, 0);
+    id_ = -1;
+  }
+
+ private:
+  pid_t id_;
+};
+
+void saveVersionAfterVersion(Progress& progress) {
+  Tal::DebugMessageHelper::setSink([](const Tal::DebugMessage& message) {
+    if (message.isCritical) std::cerr << message.text << std::endl;
+  });
+  Town town;
+  for (int version = progress.saved + 1;; ++version) {
+    town.edit(version);
+    const auto begin = steady_clock::now();
+    progress.asked = version;
+    if (!town.save(version)) {
+      progress.hasFailed = true;
+      while (true) ::pause();
+    }
+    progress.saved = version;
+    const auto duration = steady_clock::now() - begin;
+    progress.microseconds =
+        static_cast<int>(std::chrono::duration_cast<std::chrono::microseconds>(duration).count());
+  }
+}
+
+template <class Condition>
+bool await(const Condition& isTrue) {
+  const auto deadline = steady_clock::now() + kPatience;
+  while (!isTrue()) {
+    if (steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::microseconds(100));
+  }
+  return true;
+}
+
+/// 400, or what the environment variable DESTRUCTIBLES_KILLS says.
+int killsToDo() {
+  const char* const text = std::getenv("DESTRUCTIBLES_KILLS");
+  const int kills = text == nullptr ? 0 : std::atoi(text);
+  return kills > 0 ? kills : kKillsOfTheShortForm;
+}
+
+/// How many kills there were, and where they hit.
+struct Hits {
+  int kills = 0;
+  int duringSaves = 0;     ///< the newest save had not come back
+  int afterTheRename = 0;  ///< and had its content in place
+  int withLeftOver = 0;    ///< a temporary file was left
+};
+
+class KilledSaves : public testing::Test {
+ protected:
+  KilledSaves() : root_(kDatabase, Town::textOf(0)) {}
+
+  /// One process, from its birth to its death. False when it did wrong.
+  bool killOne(std::chrono::microseconds delay) {
+    const std::size_t before = leftOvers().size();
+    const int first = progress_->saved;
+    Victim victim([this] { saveVersionAfterVersion(*progress_); });
+    const bool isWorking = await([&] { return progress_->asked > first || progress_->hasFailed; });
+    std::this_thread::sleep_for(delay);
+    victim.killHard();
+    EXPECT_TRUE(isWorking);
+    EXPECT_FALSE(progress_->hasFailed);
+    ++hits_.kills;
+    if (progress_->saved != progress_->asked) ++hits_.duringSaves;
+    if (leftOvers().size() > before) ++hits_.withLeftOver;
+    return isTheFileWhole() && isNobodyHoldingIt() && isWorking && !progress_->hasFailed;
+  }
+
+  /// Whether the file is that of the last save that came back, or of the one that was under way; the next
+  /// process goes on from there.
+  bool isTheFileWhole() {
+    const std::string text = root_.read(kDatabase);
+    if (progress_->asked != progress_->saved && text == Town::textOf(progress_->asked)) {
+      progress_->saved = progress_->asked.load();
+      ++hits_.afterTheRename;
+    }
+    progress_->asked = progress_->saved.load();
+    const bool isWhole = text == Town::textOf(progress_->saved);
+    EXPECT_TRUE(isWhole) << "version " << progress_->saved << " is not what the file holds:\n" << text;
+    return isWhole;
+  }
+
+  bool isNobodyHoldingIt() const {
+    std::string holder;
+    const bool isFree =
+        Tal::FileLock::acquire(root_ / kDatabase, std::chrono::milliseconds(0), holder).has_value();
+    EXPECT_TRUE(isFree) << holder;
+    return isFree;
+  }
+
+  /// What stands beside the database; nothing but temporary files may.
+  std::vector<fs::path> leftOvers() const {
+    std::vector<fs::path> files;
+    for (const auto& entry : fs::directory_iterator(root_ / "scripts")) {
+      if (entry.path() == root_ / kDatabase) continue;
+      EXPECT_TRUE(Tal::isTemporaryName(entry.path().filename().string())) << entry.path();
+      files.push_back(entry.path());
+    }
+    return files;
+  }
+
+  MountedRoot root_;
+  SharedProgress progress_;
+  Hits hits_;
+};
+
+TEST_F(KilledSaves, LeaveTheOldFileOrTheNewOneWhole) {
+  const int kills = killsToDo();
+  const unsigned seed = std::random_device()();
+  std::mt19937 random(seed);
+  std::uniform_real_distribution<double> delays(0, 3);  // in saves; the first one of a process is the slowest
+  const auto begin = steady_clock::now();
+  for (int kill = 1; kill <= kills; ++kill) {
+    const double delay = delays(random) * progress_->microseconds;
+    if (killOne(std::chrono::microseconds(static_cast<int>(delay)))) continue;
+    FAIL() << "after kill " << kill << ", seed " << seed;
+  }
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(steady_clock::now() - begin).count();
+  std::cout << hits_.kills << " kills in " << seconds << " s, " << hits_.duringSaves
+            << " of them during a save (" << hits_.afterTheRename << " with the new file in place), "
+            << hits_.withLeftOver << " left a temporary file; " << progress_->saved << " saves" << std::endl;
+  EXPECT_GT(hits_.duringSaves, kills / 10) << "the moments were no good";
+
+  for (const fs::path& file : leftOvers())
+    fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(1));
+  const support::MessageRecorder messages;
+  Town town;
+  town.edit(progress_->saved + 1);
+  EXPECT_TRUE(town.save(progress_->saved + 1));
+  EXPECT_EQ(root_.read(kDatabase), Town::textOf(progress_->saved + 1));
+  EXPECT_THAT(root_.listing(), ElementsAre("scripts", kDatabase)) << "a later save has cleaned up";
+}
+
+TEST_F(KilledSaves, DoNotHoldUpTheNextOneAlsoWhenTheyHeldTheLock) {
+  for (int version = 1; version <= 4; ++version) {
+    Victim victim([&] {
+      const Tal::SaveGroup group;
+      const auto document = support::openResource(kDatabase);  // which locks it
+      EXPECT_TRUE(document->writeString("unsaved", "1"));
+      support::writeFile(root_ / "sign", "locked");
+      while (true) ::pause();
+    });
+    ASSERT_TRUE(await([&] { return fs::exists(root_ / "sign"); }));
+    victim.killHard();
+    fs::remove(root_ / "sign");
+    const support::MessageRecorder messages;
+    Town town;
+    town.edit(version);
+    EXPECT_TRUE(town.save(version));
+    EXPECT_EQ(messages.criticalCount(), 0);
+    EXPECT_EQ(root_.read(kDatabase), Town::textOf(version));
+  }
+}
+
+}  // namespace
