@@ -332,6 +332,12 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   void collectMaterialDependencies();
 
   // Loading.
+  struct LastLoad;
+  struct Tables;
+  static Tables takeTables();
+  void restoreLoaded(Tables tables);
+  void rememberLoadedEntries() const;
+  void readAll(DataSection& root);
   static void readFragile(const std::string& model, const DataSection& entry);
   static void readFallingAtom(const std::string& model, const DataSection& entry);
   void readStructure(const std::string& model, DataSection& entry);
@@ -385,6 +391,7 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   static std::map<std::string, KsDestructibleFragileDesc> s_destrFragileMap;
   static std::map<std::string, KsDestructibleFallingAtomDesc> s_destrFallingAtomMap;
   static bool s_hasLoadedDestrXml;
+  static LastLoad s_lastLoad;
 };
 
 /// @name Scene

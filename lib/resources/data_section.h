@@ -5,6 +5,7 @@
 #include <core/string_ref.h>
 #include <core/vector3.h>
 
+#include <cstdint>
 #include <string>
 
 namespace Tal {
@@ -82,6 +83,11 @@ class DataSection : public SafeReferenceCount {
 
   /// The first child with that tag (a plain tag, not a path); null when there is none.
   virtual SmartPointer<DataSection> findChild(BasicStringRef tag) const = 0;
+
+  /// What the section's document holds, as a number: as long as it stays the same, so does everything in the
+  /// document, and no document with another content has had it in this process. 0 when the format does not
+  /// tell.
+  virtual std::uint64_t contentStamp() const { return 0; }
 
   /// Adds an empty element behind the last child; null when `tag` cannot name an element.
   virtual SmartPointer<DataSection> appendChild(BasicStringRef tag) = 0;

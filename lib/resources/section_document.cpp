@@ -104,6 +104,13 @@ bool SectionDocument::isCurrent(const FileIdentity& now) {
   return true;
 }
 
+std::uint64_t SectionDocument::contentStamp() {
+  static std::uint64_t lastStamp = 0;
+  if (contentStamp_ != 0 && stampedRevision_ == tree_.revision()) return contentStamp_;
+  stampedRevision_ = tree_.revision();
+  return contentStamp_ = ++lastStamp;
+}
+
 bool SectionDocument::write(BasicStringRef resourceName) {
   const bool isOwn = resourceName.empty() || normalisedName(resourceName) == resourceName_;
   return isOwn ? writeOwn() : writeOther(resourceName);

@@ -40,6 +40,12 @@ class SectionDocument : public SafeReferenceCount {
   /// file is read when its identity does not tell.
   bool isCurrent(const FileIdentity& now);
 
+  /// Makes the identity tell nothing until the file was read again.
+  void doubt() noexcept { isRecent_ = true; }
+
+  /// See DataSection::contentStamp.
+  std::uint64_t contentStamp();
+
   /// Whether edits were made that no save has brought to the file.
   bool isEdited() const noexcept { return tree_.revision() != savedRevision_; }
 
@@ -81,7 +87,9 @@ class SectionDocument : public SafeReferenceCount {
   std::optional<FileIdentity> identity_;
   std::optional<Fingerprint> base_;  ///< of the file's bytes; empty as long as they are the tree's source
   std::uint64_t savedRevision_ = 0;
-  bool isRecent_ = false;  ///< the file was changed just before it was read or written
+  std::uint64_t contentStamp_ = 0;     ///< 0: none was given yet
+  std::uint64_t stampedRevision_ = 0;  ///< the one that the stamp stands for
+  bool isRecent_ = false;              ///< the file was changed just before it was read or written
   bool isSaveOwed_ = false;
   bool isFlushOwed_ = false;  ///< the file has the content, but has perhaps not reached the disk
 };

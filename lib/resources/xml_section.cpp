@@ -47,6 +47,10 @@ SmartPointer<DataSection> XmlSection::findChild(BasicStringRef tag) const {
   return sectionOf(tree().findChild(node_, tag));
 }
 
+std::uint64_t XmlSection::contentStamp() const {
+  return document_->contentStamp();
+}
+
 SmartPointer<DataSection> XmlSection::appendChild(BasicStringRef tag) {
   if (!canName(tag)) return nullptr;
   return sectionOf(document_->tree().appendChild(node_, tag));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <destructibles/ks_destructibles_helper.h>
+#include <destructibles/ks_destructibles_helper/loaded_tables.h>
 #include <resources/data_section.h>
 
 #include <map>
@@ -16,13 +17,33 @@ struct KsDestructiblesHelperTestAccess {
   using Modules = std::map<std::string, KsDestructibleModuleDesc>;
   using Action = ResourceModificationListener::Action;
 
-  // The class-wide tables.
-  static std::map<std::string, States>& stateMap() { return Helper::s_destrStateMap; }
-  static std::map<std::string, Modules>& moduleMap() { return Helper::s_destrModuleMap; }
-  static std::map<std::string, KsDestructibleFragileDesc>& fragileMap() { return Helper::s_destrFragileMap; }
+  // The class-wide tables. Whoever takes one to change it makes the next load read everything.
+  static std::map<std::string, States>& stateMap() {
+    forgetLastLoad();
+    return Helper::s_destrStateMap;
+  }
+  static std::map<std::string, Modules>& moduleMap() {
+    forgetLastLoad();
+    return Helper::s_destrModuleMap;
+  }
+  static std::map<std::string, KsDestructibleFragileDesc>& fragileMap() {
+    forgetLastLoad();
+    return Helper::s_destrFragileMap;
+  }
   static std::map<std::string, KsDestructibleFallingAtomDesc>& fallingAtomMap() {
+    forgetLastLoad();
     return Helper::s_destrFallingAtomMap;
   }
+  static const std::map<std::string, States>& states() { return Helper::s_destrStateMap; }
+  static const std::map<std::string, Modules>& modules() { return Helper::s_destrModuleMap; }
+  static const std::map<std::string, KsDestructibleFragileDesc>& fragiles() {
+    return Helper::s_destrFragileMap;
+  }
+  static const std::map<std::string, KsDestructibleFallingAtomDesc>& fallingAtoms() {
+    return Helper::s_destrFallingAtomMap;
+  }
+  static void forgetLastLoad() { Helper::s_lastLoad = {}; }
+  static bool knowsLastLoad() { return Helper::s_lastLoad.contentStamp != 0; }
   static bool& hasLoaded() { return Helper::s_hasLoadedDestrXml; }
   static bool tablesAreEmpty() {
     return stateMap().empty() && moduleMap().empty() && fragileMap().empty() && fallingAtomMap().empty();

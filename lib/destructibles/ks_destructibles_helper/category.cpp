@@ -83,6 +83,7 @@ void KsDestructiblesHelper::setAsNonDestructible(bool force) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::setAsNonDestructible", kSource, 966);
   if (!force && destructibleType_ == DT_NON_DESTRUCTIBLE) return;
   destructibleType_ = DT_NON_DESTRUCTIBLE;
+  rememberLoadedEntries();
   const auto eraseFrom = [this](auto& table) {
     if (table.erase(modelName_) != 0) isMissingInDestructiblesXml_ = true;
   };

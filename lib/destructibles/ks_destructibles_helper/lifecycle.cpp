@@ -94,6 +94,7 @@ KsDestructiblesHelper::~KsDestructiblesHelper() {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::~KsDestructiblesHelper", kSource, 327);
   s_hasLoadedDestrXml = false;
   if (isMissingInDestructiblesXml_) {
+    rememberLoadedEntries();
     switch (destructibleType_) {
       case DT_STRUCTURE:
         s_destrModuleMap.erase(modelName_);

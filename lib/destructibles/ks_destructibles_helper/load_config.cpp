@@ -1,6 +1,7 @@
 #include <core/stack_tracker.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <destructibles/ks_destructibles_helper/loaded_tables.h>
 #include <render/render_system.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
@@ -56,24 +57,29 @@ KsDestructiblesHelper::DestrStates_t readStates(const DataSection& states) {
 
 }  // namespace
 
-std::map<std::string, KsDestructiblesHelper::DestrStates_t> KsDestructiblesHelper::s_destrStateMap;
-std::map<std::string, KsDestructiblesHelper::ModuleTable> KsDestructiblesHelper::s_destrModuleMap;
-std::map<std::string, KsDestructibleFragileDesc> KsDestructiblesHelper::s_destrFragileMap;
-std::map<std::string, KsDestructibleFallingAtomDesc> KsDestructiblesHelper::s_destrFallingAtomMap;
-bool KsDestructiblesHelper::s_hasLoadedDestrXml = false;
-
 bool KsDestructiblesHelper::loadConfig(bool force) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::loadConfig", kSource, 356);
   if (s_hasLoadedDestrXml && !force) return false;
   // Before the file is opened, so that later helpers do not try a missing file again.
   s_hasLoadedDestrXml = true;
-  s_destrStateMap.clear();
-  s_destrModuleMap.clear();
-  s_destrFragileMap.clear();
-  s_destrFallingAtomMap.clear();
+  Tables last = takeTables();
   const SmartPointer<DataSection> root = FS::Utils::openSection(kDestructiblesXml, false, nullptr);
   if (!root) return false;
-  for (const SmartPointer<DataSection>& category : *root) {
+  const std::uint64_t contentStamp = root->contentStamp();
+  if (contentStamp != 0 && contentStamp == last.lastLoad.contentStamp) {
+    restoreLoaded(std::move(last));
+  } else {
+    last = {};
+    readAll(*root);
+    s_lastLoad.contentStamp = contentStamp;
+  }
+  loadedConfigSignal_();
+  return true;
+}
+
+void KsDestructiblesHelper::readAll(DataSection& root) {
+  bool hasStructures = false;
+  for (const SmartPointer<DataSection>& category : root) {
     const BasicStringRef tag = category->tag();
     if (tag == fixed_names::kTreesSection) continue;
     const bool holdsFragiles = tag == fixed_names::kFragilesSection;
@@ -86,11 +92,11 @@ bool KsDestructiblesHelper::loadConfig(bool force) {
         readFallingAtom(model, *entry);
       } else {
         readStructure(model, *entry);
+        hasStructures = true;
       }
     }
   }
-  loadedConfigSignal_();
-  return true;
+  if (hasStructures) s_lastLoad.lastAchievementTag = structureAchievementTag_;
 }
 
 // The defaults of the reads differ on purpose from those of the records.

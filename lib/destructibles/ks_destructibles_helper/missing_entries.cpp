@@ -46,6 +46,7 @@ void KsDestructiblesHelper::setMissingFallingAtom() {
   desc.fractureEffect = DEFAULT_FRACTURE_EFFECT;
   desc.touchdownEffect = DEFAULT_TOUCHDOWN_EFFECT;
   desc.health = calculateDestructibleHealth();
+  rememberLoadedEntries();
   s_destrFallingAtomMap[modelName_] = desc;
   isMissingInDestructiblesXml_ = true;
 }
@@ -64,6 +65,7 @@ void KsDestructiblesHelper::setMissingFragile() {
   desc.matName = intactMaterial();
   if (desc.matName.empty())
     logMessage(kRefusedPriority, "Model doesn't have an undamaged matkind material!\n");
+  rememberLoadedEntries();
   s_destrFragileMap[modelName_] = desc;
   isMissingInDestructiblesXml_ = true;
 }
@@ -80,9 +82,11 @@ std::string KsDestructiblesHelper::intactMaterial() const {
 
 void KsDestructiblesHelper::setMissingModules() {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::setMissingModules", kSource, 1118);
+  rememberLoadedEntries();
   // An existing table leaves the flag as it is, unlike an existing fragile or falling atom.
   if (s_destrModuleMap.try_emplace(modelName_).second) isMissingInDestructiblesXml_ = true;
   const int health = estimateHealth(true);
+  rememberLoadedEntries();
   // Only now, and made anew where it is gone: the estimate loads the database when another helper's end has
   // marked it as not loaded.
   const auto [model, isMadeAnew] = s_destrModuleMap.try_emplace(modelName_);

@@ -69,6 +69,7 @@ bool KsDestructiblesHelper::updateDestructibleModule(const std::string& moduleNa
                                                      const KsDestructibleModuleDesc& desc,
                                                      bool keepExisting) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::updateDestructibleModule", kSource, 1327);
+  rememberLoadedEntries();
   const auto [stored, isNew] = s_destrModuleMap[modelName_].try_emplace(moduleName, desc);
   if (isNew) return true;
   if (!isDifferent(stored->second, desc)) return false;
@@ -84,7 +85,9 @@ bool KsDestructiblesHelper::getFragileParameters(KsDestructibleFragileDesc& desc
 
 bool KsDestructiblesHelper::updateFragileParameters(const KsDestructibleFragileDesc& desc) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::updateFragileParameters", kSource, 1382);
-  return destructibleType_ == DT_FRAGILE && updateIn(s_destrFragileMap, modelName_, desc);
+  if (destructibleType_ != DT_FRAGILE) return false;
+  rememberLoadedEntries();
+  return updateIn(s_destrFragileMap, modelName_, desc);
 }
 
 bool KsDestructiblesHelper::getFallingAtomParameters(KsDestructibleFallingAtomDesc& desc) {
@@ -94,7 +97,9 @@ bool KsDestructiblesHelper::getFallingAtomParameters(KsDestructibleFallingAtomDe
 
 bool KsDestructiblesHelper::updateFallingAtomParameters(const KsDestructibleFallingAtomDesc& desc) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::updateFallingAtomParameters", kSource, 1428);
-  return destructibleType_ == DT_FALLING_ATOMS && updateIn(s_destrFallingAtomMap, modelName_, desc);
+  if (destructibleType_ != DT_FALLING_ATOMS) return false;
+  rememberLoadedEntries();
+  return updateIn(s_destrFallingAtomMap, modelName_, desc);
 }
 
 bool KsDestructiblesHelper::getStructureAchievementTag(std::string& tag) {

@@ -21,13 +21,16 @@ constexpr BasicStringRef kStaticMark = "s_";
 
 bool KsDestructiblesHelper::addDestructibleState(const std::string& state) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::addDestructibleState", kSource, 2070);
+  rememberLoadedEntries();
   return s_destrStateMap[modelName_].states.try_emplace(state).second;
 }
 
 bool KsDestructiblesHelper::delDestructibleState(const std::string& state) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::delDestructibleState", kSource, 2094);
   const auto record = s_destrStateMap.find(modelName_);
-  return record != s_destrStateMap.end() && record->second.states.erase(state) != 0;
+  if (record == s_destrStateMap.end()) return false;
+  rememberLoadedEntries();
+  return record->second.states.erase(state) != 0;
 }
 
 bool KsDestructiblesHelper::addMaterialToDestrState(const std::string& state, const std::string& material) {
@@ -36,6 +39,7 @@ bool KsDestructiblesHelper::addMaterialToDestrState(const std::string& state, co
   if (materials == nullptr || std::find(materials->begin(), materials->end(), material) != materials->end()) {
     return false;
   }
+  rememberLoadedEntries();
   materials->push_back(material);
   return true;
 }
@@ -46,6 +50,7 @@ bool KsDestructiblesHelper::delMaterialFromDestrState(const std::string& state, 
   if (materials == nullptr) return false;
   const auto found = std::find(materials->begin(), materials->end(), material);
   if (found == materials->end()) return false;
+  rememberLoadedEntries();
   materials->erase(found);
   return true;
 }

@@ -1,0 +1,64 @@
+#include <destructibles/ks_destructibles_helper/loaded_tables.h>
+
+#include <utility>
+
+namespace Tal {
+namespace {
+
+template <class Entry>
+std::optional<Entry> entryOf(const std::map<std::string, Entry>& table, const std::string& model) {
+  const auto found = table.find(model);
+  return found != table.end() ? std::optional<Entry>(found->second) : std::nullopt;
+}
+
+template <class Entry>
+void putBack(std::map<std::string, Entry>& table, const std::string& model, std::optional<Entry>& entry) {
+  if (entry) {
+    table.insert_or_assign(model, *std::move(entry));
+  } else {
+    table.erase(model);
+  }
+}
+
+}  // namespace
+
+std::map<std::string, KsDestructiblesHelper::DestrStates_t> KsDestructiblesHelper::s_destrStateMap;
+std::map<std::string, KsDestructiblesHelper::ModuleTable> KsDestructiblesHelper::s_destrModuleMap;
+std::map<std::string, KsDestructibleFragileDesc> KsDestructiblesHelper::s_destrFragileMap;
+std::map<std::string, KsDestructibleFallingAtomDesc> KsDestructiblesHelper::s_destrFallingAtomMap;
+bool KsDestructiblesHelper::s_hasLoadedDestrXml = false;
+KsDestructiblesHelper::LastLoad KsDestructiblesHelper::s_lastLoad;
+
+// To be called before the model's entries in the tables are edited.
+void KsDestructiblesHelper::rememberLoadedEntries() const {
+  if (s_lastLoad.contentStamp == 0 || s_lastLoad.edited.contains(modelName_)) return;
+  s_lastLoad.edited.emplace(
+      modelName_,
+      LastLoad::Entries{entryOf(s_destrStateMap, modelName_), entryOf(s_destrModuleMap, modelName_),
+                        entryOf(s_destrFragileMap, modelName_), entryOf(s_destrFallingAtomMap, modelName_)});
+}
+
+KsDestructiblesHelper::Tables KsDestructiblesHelper::takeTables() {
+  return {std::exchange(s_destrStateMap, {}), std::exchange(s_destrModuleMap, {}),
+          std::exchange(s_destrFragileMap, {}), std::exchange(s_destrFallingAtomMap, {}),
+          std::exchange(s_lastLoad, {})};
+}
+
+// Makes the tables, and this helper, what the load that filled them had made of them.
+void KsDestructiblesHelper::restoreLoaded(Tables tables) {
+  s_destrStateMap.swap(tables.states);
+  s_destrModuleMap.swap(tables.modules);
+  s_destrFragileMap.swap(tables.fragiles);
+  s_destrFallingAtomMap.swap(tables.fallingAtoms);
+  for (auto& [model, entries] : tables.lastLoad.edited) {
+    putBack(s_destrStateMap, model, entries.states);
+    putBack(s_destrModuleMap, model, entries.modules);
+    putBack(s_destrFragileMap, model, entries.fragile);
+    putBack(s_destrFallingAtomMap, model, entries.fallingAtom);
+  }
+  tables.lastLoad.edited.clear();
+  s_lastLoad = std::move(tables.lastLoad);
+  if (s_lastLoad.lastAchievementTag) structureAchievementTag_ = *s_lastLoad.lastAchievementTag;
+}
+
+}  // namespace Tal
