@@ -165,12 +165,13 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   bool loadConfig(bool force);
 
   /// Writes the model's entry to the file, drops its other entries and reloads the tables. False when the
-  /// file could not be opened or written: then the file is as it was, the edits stay in the tables, and a
-  /// critical message has said why it could not be written. False also for a model of no category, whose
-  /// entries are removed from the file all the same.
+  /// file could not be opened or written: then the file is whole, as it was (or, when only the last flush to
+  /// the disk failed, as it was to be), the edits stay in the tables, and a critical message has said why.
+  /// False also for a model of no category, whose entries are removed from the file all the same.
   bool saveConfig();
 
-  /// True while the model's entries were made in memory and are not in the file.
+  /// True while the tables' entries of the model differ from the file in being there or not: they were made
+  /// in memory, or removed by setAsNonDestructible, and no save was asked for since.
   bool isMissingInDestructiblesXml();
 
   /// Calls `slot` after every load that this helper performed.
@@ -216,8 +217,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// if that is not null. Names of any length are safe.
   bool hasDefaultMaterialKinds(const std::regex& pattern, std::vector<std::string>* names) const;
 
-  /// Whether a material's kind does not agree with the part number in its name. All such names are appended
-  /// to `names` if that is not null.
+  /// Whether a material's kind does not agree with the part number in its name; static names always agree.
+  /// All that do not are appended to `names` if that is not null.
   bool hasDisorderedMaterialKinds(std::vector<std::string>* names) const;
 
   /// The kinds that vanish together with a kind; an empty list when there are none. Valid as long as the
@@ -278,7 +279,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
 
   /// @}
   /// @name Destruction states
-  /// "undamaged" and "destroyed" are built in and never stored; the named states belong to the model's entry.
+  /// "undamaged" and "destroyed" are built in; the named states belong to the model's entry. A named state
+  /// called like a built-in one is stored, and never shown.
   /// @{
 
   /// Adds an empty state; false when there is one of that name.
@@ -294,8 +296,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// "undamaged", the named states in ascending order, "destroyed".
   std::vector<std::string> getStateNames();
 
-  /// The materials that a named state shows destroyed, or those of the built-in look; empty for an unknown
-  /// state.
+  /// The materials that a named state shows destroyed, or those of the built-in look (undamaged or destroyed
+  /// kinds; names that hold "s_" only for falling atoms); empty for an unknown state.
   std::vector<std::string> getMaterialsForState(const std::string& state);
 
   /// The kinds of those materials, then the kinds that depend on them; duplicates are kept.
@@ -343,7 +345,9 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   void readStructure(const std::string& model, DataSection& entry);
 
   // Writing.
-  SmartPointer<DataSection> keepOneEntry(const SmartPointer<DataSection>& root, const std::string& category);
+  SmartPointer<DataSection> keepOneEntry(const SmartPointer<DataSection>& root, const std::string& category,
+                                         bool& hasRemoved);
+  bool isRecordThere() const;
   void writeEntry(DataSection& category, SmartPointer<DataSection>& entry);
   void writeStructure(SmartPointer<DataSection>& entry);
   void makeFragileXmlTag(const KsDestructibleFragileDesc& desc, SmartPointer<DataSection>& entry);

@@ -103,8 +103,8 @@ class DataSection : public SafeReferenceCount {
 
   /// Writes the whole document to a file: with an empty name to the one that it was read from, else to that
   /// resource. The file is replaced atomically, and only when its content changes. False when it could not be
-  /// written: then the old file is whole, the edits stay in the document, and one critical message has said
-  /// what failed. Inside a SaveGroup the write waits for the group's commit, and true means only that it was
+  /// written: then the file is whole, the old one (or the new one when only its last flush to the disk failed),
+  /// the edits stay in the document, and one critical message has said what failed. Inside a SaveGroup the write waits for the group's commit, and true means only that it was
   /// put down for it.
   virtual bool save(BasicStringRef fileName = {}) = 0;
 

@@ -28,7 +28,8 @@ std::string XmlSection::value() const {
 
 bool XmlSection::setValue(BasicStringRef value) {
   std::string scratch;
-  if (tree().text(node_, scratch) == Xml::trimmed(value)) return true;
+  const bool isNew = tree().isUnwritten(node_);  // white space alone equals nothing, but is written once
+  if (tree().text(node_, scratch) == Xml::trimmed(value) && (!isNew || value.empty())) return true;
   if (!canHold(value)) return reportUnholdable(tag());
   document_->tree().setText(node_, Xml::escaped(value, Xml::largestCharacter(document_->encoding())));
   return true;

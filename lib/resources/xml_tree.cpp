@@ -62,6 +62,12 @@ NodeIndex Tree::findChild(NodeIndex node, BasicStringRef tag) const {
   return kNoNode;
 }
 
+bool Tree::isUnwritten(NodeIndex node) const {
+  if (!isAdded(parsed_.nodes[node])) return false;
+  const Content& content = contentOf(node);
+  return content.children.empty() && content.tail.empty();
+}
+
 std::vector<BasicStringRef> Tree::gapsOf(NodeIndex node) const {
   const Node& element = parsed_.nodes[node];
   std::vector<BasicStringRef> gaps;

@@ -83,6 +83,9 @@ class Tree {
   /// text had to be decoded.
   BasicStringRef text(NodeIndex node, std::string& scratch) const;
 
+  /// Whether an element was added and has neither text nor children yet.
+  bool isUnwritten(NodeIndex node) const;
+
   /// The text that was parsed.
   BasicStringRef source() const noexcept { return parsed_.source.view(); }
 

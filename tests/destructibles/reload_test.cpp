@@ -76,6 +76,55 @@ TEST_F(AReload, IsNotDoneByAHelperThatIsStillShowingItsFirstState) {
   FS::fileSystem()->getFilesystemMonitor()->removeModificationListener(&witness);
 }
 
+/// Delivers what waits at the monitor when an operation is popped from the call stack, once.
+class DeliveryAtPop {
+ public:
+  DeliveryAtPop(std::string function, std::function<bool()> deliver) {
+    previous_ = StackTracker::setRecorder([this, function = std::move(function),
+                                           deliver = std::move(deliver)](const StackTracker::Event& event) {
+      const bool isPush = event.kind == StackTracker::Event::Kind::push;
+      if (isPush && isDelivering_) pushed_.emplace_back(event.entry.function);
+      if (isPush || isDelivering_ || event.entry.function != function) return;
+      isDelivering_ = true;
+      EXPECT_TRUE(deliver());
+      isDelivering_ = false;
+    });
+  }
+  ~DeliveryAtPop() { StackTracker::setRecorder(std::move(previous_)); }
+  DeliveryAtPop(const DeliveryAtPop&) = delete;
+  DeliveryAtPop& operator=(const DeliveryAtPop&) = delete;
+
+  /// The operations that the delivery caused.
+  const Strings& pushed() const { return pushed_; }
+
+ private:
+  bool isDelivering_ = false;
+  Strings pushed_;
+  StackTracker::Recorder previous_;
+};
+
+TEST_F(AReload, IsDoneByAHelperFromTheEndOfItsConstructionToTheEndOfItsDestruction) {
+  const std::string name = "Tal::KsDestructiblesHelper::";
+  for (const bool isAtTheEnd : {false, true}) {
+    writeFragile("m");
+    Witness witness;
+    FS::fileSystem()->getFilesystemMonitor()->addModificationListener(&witness);
+    FS::fileSystem()->getFilesystemMonitor()->removeModificationListener(&helper_);
+    const DeliveryAtPop delivery(name + (isAtTheEnd ? "~" : "") + "KsDestructiblesHelper", [&] {
+      witness.hasHeard = false;
+      folder_.replace(kDatabase, "<r><fragiles><entry><filename>m</filename></entry></fragiles> </r>");
+      return renderUntil([&] { return witness.hasHeard; });
+    });
+    { const OpenModel open({}, "m"); }
+    if (isAtTheEnd) {
+      EXPECT_THAT(delivery.pushed(), IsEmpty()) << "it has left before its destruction is popped";
+    } else {
+      EXPECT_THAT(delivery.pushed(), ::testing::Contains(name + "onResourceModified"));
+    }
+    FS::fileSystem()->getFilesystemMonitor()->removeModificationListener(&witness);
+  }
+}
+
 // --- Which notifications count ---
 
 TEST_F(AReload, FollowsAChangeOfTheDatabaseInAnyFolderAndOfNothingElse) {

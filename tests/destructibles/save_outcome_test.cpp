@@ -116,6 +116,26 @@ TEST_F(TheOutcomeOfASave, WhoseRecordIsGoneWritesNoKeysAndStillSucceeds) {
   }
 }
 
+TEST_F(TheOutcomeOfASave, WhoseRecordIsGoneMakesNoSectionWhenOnlyAnEntryUnderTheRootIsRemoved) {
+  writeDatabase("<r>\n  <entry>\n    <filename>crate</filename>\n  </entry>\n</r>\n");
+  const OpenModel crate({}, "crate");
+  crate->setAsFragile();
+  Access::fragileMap().erase("crate");
+  EXPECT_TRUE(crate->saveConfig());
+  EXPECT_EQ(readDatabase(), "<r></r>\n");
+}
+
+TEST_F(TheOutcomeOfASave, WhoseRecordIsGoneMakesTheSectionWithTheRemovalsFromOtherCategories) {
+  writeDatabase(
+      "<r>\n  <structures>\n    <entry>\n      <filename>crate</filename>\n    </entry>\n"
+      "  </structures>\n</r>\n");
+  const OpenModel crate({}, "crate");
+  crate->setAsFragile();
+  Access::fragileMap().erase("crate");
+  EXPECT_TRUE(crate->saveConfig());
+  EXPECT_EQ(readDatabase(), "<r>\n  <structures></structures>\n  <fragiles/>\n</r>\n");
+}
+
 TEST_F(TheOutcomeOfASave, SeesAChangeOfTheFileByAnotherProgram) {
   writeDatabase("<root/>");
   const OpenModel crate({}, "crate");

@@ -409,6 +409,17 @@ TEST_F(SavingAStructure, WritesAStateWithoutMaterialsWithAnEmptyValue) {
   EXPECT_THAT(Access::stateMap().at("house").states, ElementsAre(Pair("bare", IsEmpty())));
 }
 
+TEST_F(SavingAStructure, WritesTheSpaceOfAMaterialWithoutAName) {
+  writeDatabase("<r/>");
+  const OpenModel house({{{"nwall", 73}}, {"nwall"}}, "house");
+  Access::moduleMap()["house"];
+  house->addDestructibleState("ruined");
+  ASSERT_TRUE(house->addMaterialToDestrState("ruined", ""));
+  Access::type(*house) = DT_STRUCTURE;
+  ASSERT_TRUE(house->saveConfig());
+  EXPECT_THAT(readDatabase(), HasSubstr("<destroyedMaterials> </destroyedMaterials>"));
+}
+
 TEST_F(SavingAStructure, WritesStatesThatBearTheBuiltInNames) {
   writeDatabase("<root/>");
   const OpenModel house({}, "house");

@@ -31,9 +31,16 @@ bool KsDestructiblesHelper::saveConfig() {
   if (!root) return false;
   deleteDuplicate(root, 0);
   const std::string category = getCategoryName();
+  const bool isNewCategory = !root->openSection(category);
   const SmartPointer<DataSection> categorySection = root->openSection(category, true, nullptr);
-  SmartPointer<DataSection> entry = keepOneEntry(root, category);
-  if (!category.empty()) writeEntry(*categorySection, entry);
+  bool hasRemoved = false;
+  SmartPointer<DataSection> entry = keepOneEntry(root, category, hasRemoved);
+  if (!isRecordThere()) {
+    // Only with the removals does a new section reach the file.
+    if (isNewCategory && !hasRemoved) root->removeChild(categorySection);
+  } else if (!category.empty()) {
+    writeEntry(*categorySection, entry);
+  }
   if (!saves.commit()) {
     // The tables hold the edits; the document must not bring them into another model's save or a reload.
     DataSectionCache::discard(kDestructiblesXml);
@@ -48,13 +55,13 @@ bool KsDestructiblesHelper::saveConfig() {
 // Removes the model's entries from every category but its own, and there all but the first, which is
 // returned; null when there is none.
 SmartPointer<DataSection> KsDestructiblesHelper::keepOneEntry(const SmartPointer<DataSection>& root,
-                                                              const std::string& category) {
+                                                              const std::string& category, bool& hasRemoved) {
   SmartPointer<DataSection> kept;
   for (SmartPointer<DataSection> child : *root) {
     if (child->tag() == fixed_names::kTreesSection) continue;
     int firstDuplicate = 0;
+    const int count = child->childCount();
     if (child->tag() == category) {
-      const int count = child->childCount();
       while (firstDuplicate < count &&
              child->child(firstDuplicate)->readString("filename", "", 0) != modelName_) {
         ++firstDuplicate;
@@ -62,22 +69,32 @@ SmartPointer<DataSection> KsDestructiblesHelper::keepOneEntry(const SmartPointer
       if (firstDuplicate < count) kept = child->child(firstDuplicate++);
     }
     deleteDuplicate(child, firstDuplicate);
+    hasRemoved = hasRemoved || child->childCount() != count;
   }
   return kept;
 }
 
 // A fragile or falling atom whose record is gone is not written, and gets no new entry either.
+bool KsDestructiblesHelper::isRecordThere() const {
+  switch (destructibleType_) {
+    case DT_FRAGILE:
+      return s_destrFragileMap.contains(modelName_);
+    case DT_FALLING_ATOMS:
+      return s_destrFallingAtomMap.contains(modelName_);
+    case DT_STRUCTURE:
+    case DT_NON_DESTRUCTIBLE:
+      break;
+  }
+  return true;
+}
+
 void KsDestructiblesHelper::writeEntry(DataSection& category, SmartPointer<DataSection>& entry) {
-  const auto fragile = s_destrFragileMap.find(modelName_);
-  const auto atom = s_destrFallingAtomMap.find(modelName_);
-  if (destructibleType_ == DT_FRAGILE && fragile == s_destrFragileMap.end()) return;
-  if (destructibleType_ == DT_FALLING_ATOMS && atom == s_destrFallingAtomMap.end()) return;
   if (!entry) entry = category.appendChild("entry");
   if (destructibleType_ == DT_STRUCTURE) return writeStructure(entry);
   if (destructibleType_ == DT_FRAGILE) {
-    makeFragileXmlTag(fragile->second, entry);
+    makeFragileXmlTag(s_destrFragileMap.at(modelName_), entry);
   } else {
-    makeFallingAtomXmlTag(atom->second, entry);
+    makeFallingAtomXmlTag(s_destrFallingAtomMap.at(modelName_), entry);
   }
   entry->save("");
 }
