@@ -16,9 +16,10 @@ namespace {
 
 constexpr int kUnknownHealth = -1;
 
-const std::string kNotWritten = std::string(fixed_names::kDestructiblesXml) +
-                                " could not be written and is as it was, for the reason in the message "
-                                "before this one; nothing was saved: when it is mended, do the same again";
+const std::string kNotWritten =
+    "the save of " + std::string(fixed_names::kDestructiblesXml) +
+    " failed, for the reason in the message before this one: when it is mended, do "
+    "the same again";
 
 template <class Record>
 void warnOfHealth(const Record& record, const std::string& module, std::vector<SaveWarning>& warnings) {

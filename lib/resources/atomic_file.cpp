@@ -2,6 +2,7 @@
 #include <resources/atomic_file.h>
 #include <resources/descriptor.h>
 #include <resources/file_lock.h>
+#include <resources/retried.h>
 
 #include <sys/stat.h>
 
@@ -28,6 +29,7 @@ constexpr mode_t kPermissions = 07777;
 constexpr mode_t kAnyWrite = 0222;
 constexpr mode_t kNewFile = 0666;
 constexpr std::time_t kLeftOverAge = 60;  // seconds
+constexpr int kNames = 1000;              // to be tried for a temporary file
 
 BasicStringRef hintFor(int code) {
   switch (code) {
@@ -73,18 +75,19 @@ bool isOld(int descriptor) {
   return ::fstat(descriptor, &status) == 0 && std::time(nullptr) - status.st_mtime > kLeftOverAge;
 }
 
-/// Whether the process in a temporary file's name lives, behind `beginning`.
-bool isOfLivingProcess(BasicStringRef name, BasicStringRef beginning) {
+/// Whether the process in a temporary file's name, behind `beginning`, is another one that lives. What has
+/// this one's number is in use only if it is locked.
+bool isOfAnotherLivingProcess(BasicStringRef name, BasicStringRef beginning) {
   const BasicStringRef process =
       name.substr(beginning.size(), name.find('-', beginning.size()) - beginning.size());
   std::error_code error;
-  return fs::exists("/proc/" + std::string(process), error);
+  return process != std::to_string(::getpid()) && fs::exists("/proc/" + std::string(process), error);
 }
 
 /// One replacement, step by step; each step gives the failure that ends it.
 class Replacement {
  public:
-  explicit Replacement(const fs::path& file) : file_(targetOf(file)), temporary_(temporaryBeside(file_)) {}
+  explicit Replacement(const fs::path& file) : file_(targetOf(file)) {}
   ~Replacement() {
     if (isTemporaryThere_) ::unlink(temporary_.c_str());
   }
@@ -97,7 +100,8 @@ class Replacement {
     if (auto failure = open()) return failure;
     if (auto failure = write(content)) return failure;
     if (auto failure = flushAndClose()) return failure;
-    if (::rename(temporary_.c_str(), file_.c_str()) != 0) return fail("renaming to", file_);
+    if (retried([&] { return ::rename(temporary_.c_str(), file_.c_str()); }) != 0)
+      return fail("renaming to", file_);
     isTemporaryThere_ = false;
     return flushFolder();
   }
@@ -133,24 +137,42 @@ class Replacement {
 
   std::optional<FileFailure> open() {
     const fs::path folder = folderOf(file_);
-    folder_ = Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    folder_ = Descriptor(retried([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
     if (!folder_) return fail("opening the folder", folder);
-    const mode_t mode = isOldThere_ ? old_.st_mode & kPermissions : kNewFile;
-    descriptor_ =
-        Descriptor(::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, mode));
+    makeTemporary();
     if (!descriptor_) return fail("making", temporary_);
     isTemporaryThere_ = true;
     tryLock(descriptor_.get());  // tells others that it is in use
-    if (!isOldThere_) return std::nullopt;
+    return isOldThere_ ? keepOwnerAndPermissions() : std::nullopt;
+  }
+
+  /// Under the next name when something of that name is there: where processes get the same few numbers
+  /// again and again, a killed one of the same number may have left it.
+  void makeTemporary() {
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
+    const mode_t mode = isOldThere_ ? old_.st_mode & kPermissions : kNewFile;
+    for (int attempt = 0; attempt < kNames; ++attempt) {
+      temporary_ = temporaryBeside(file_);
+      descriptor_ = Descriptor(retried([&] { return ::open(temporary_.c_str(), kFlags, mode); }));
+      if (descriptor_ || errno != EEXIST) return;
+    }
+  }
+
+  std::optional<FileFailure> keepOwnerAndPermissions() {
     struct stat made {};
     if (::fstat(descriptor_.get(), &made) != 0) return fail("examining", temporary_);
     // Another owner can be set by few; the group or nothing at all is the best that others can do.
     const bool isOwnerOther = made.st_uid != old_.st_uid || made.st_gid != old_.st_gid;
-    if (isOwnerOther && ::fchown(descriptor_.get(), old_.st_uid, old_.st_gid) != 0 &&
-        ::fchown(descriptor_.get(), made.st_uid, old_.st_gid) != 0 && errno != EPERM)
+    if (isOwnerOther && !setOwner(old_.st_uid) && !setOwner(made.st_uid) && errno != EPERM)
       return fail("setting the owner of", temporary_);
-    if (::fchmod(descriptor_.get(), mode) != 0) return fail("setting the permissions of", temporary_);
+    const mode_t mode = old_.st_mode & kPermissions;
+    if (retried([&] { return ::fchmod(descriptor_.get(), mode); }) != 0)
+      return fail("setting the permissions of", temporary_);
     return std::nullopt;
+  }
+
+  bool setOwner(uid_t owner) const {
+    return retried([&] { return ::fchown(descriptor_.get(), owner, old_.st_gid); }) == 0;
   }
 
   /// What processes that were killed while they saved this file have left beside it.
@@ -160,7 +182,7 @@ class Replacement {
     for (fs::directory_iterator entry(folderOf(file_), error), end; !error && entry != end;
          entry.increment(error)) {
       const std::string name = entry->path().filename().string();
-      if (!name.starts_with(beginning) || !isTemporaryName(name) || isOfLivingProcess(name, beginning))
+      if (!name.starts_with(beginning) || !isTemporaryName(name) || isOfAnotherLivingProcess(name, beginning))
         continue;
       const Descriptor descriptor(
           ::open(entry->path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
@@ -170,8 +192,8 @@ class Replacement {
 
   std::optional<FileFailure> write(BasicStringRef content) {
     while (!content.empty()) {
-      const ssize_t count = ::write(descriptor_.get(), content.data(), content.size());
-      if (count < 0 && errno == EINTR) continue;
+      const ssize_t count =
+          retried([&] { return ::write(descriptor_.get(), content.data(), content.size()); });
       if (count == 0) return failureOf("writing", temporary_, ENOSPC);
       if (count < 0) return fail("writing", temporary_);
       content.remove_prefix(static_cast<std::size_t>(count));
@@ -180,10 +202,7 @@ class Replacement {
   }
 
   static int flush(int descriptor) {
-    int result = 0;
-    do result = ::fsync(descriptor);
-    while (result != 0 && errno == EINTR);
-    return result;
+    return retried([descriptor] { return ::fsync(descriptor); });
   }
 
   std::optional<FileFailure> flushAndClose() {

@@ -1,6 +1,7 @@
 #include <core/format.h>
 #include <resources/file_identity.h>
 #include <resources/file_lock.h>
+#include <resources/retried.h>
 
 #include <sys/file.h>
 
@@ -47,17 +48,14 @@ std::string holderOf(int descriptor) {
 }  // namespace
 
 bool tryLock(int descriptor) noexcept {
-  while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-    if (errno != EINTR) return false;
-  }
-  return true;
+  return retried([descriptor] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0;
 }
 
 std::optional<FileLock> FileLock::acquire(const std::filesystem::path& file,
                                           std::chrono::milliseconds patience, std::string& holder) {
   const auto deadline = std::chrono::steady_clock::now() + patience;
   while (true) {
-    Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    Descriptor descriptor(retried([&] { return ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
     if (!descriptor) return FileLock(Descriptor());
     if (tryLock(descriptor.get())) {
       if (isSameFile(identityOf(descriptor.get()), identityAt(file))) return FileLock(std::move(descriptor));

@@ -1,5 +1,6 @@
 #include <resources/descriptor.h>
 #include <resources/file_read.h>
+#include <resources/retried.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -22,8 +23,7 @@ std::string systemFailure(const char* step) {
 std::ptrdiff_t readFully(int descriptor, char* into, std::size_t size) {
   std::size_t done = 0;
   while (done < size) {
-    const ssize_t count = ::read(descriptor, into + done, size - done);
-    if (count < 0 && errno == EINTR) continue;
+    const ssize_t count = retried([&] { return ::read(descriptor, into + done, size - done); });
     if (count < 0) return -1;
     if (count == 0) break;
     done += static_cast<std::size_t>(count);
@@ -35,7 +35,8 @@ std::ptrdiff_t readFully(int descriptor, char* into, std::size_t size) {
 
 std::string readFile(const std::filesystem::path& file, std::size_t largest, FileContent& content) {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    const Descriptor descriptor(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Descriptor descriptor(
+        retried([&] { return ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
     if (!descriptor) return systemFailure("open");
     const auto before = identityOf(descriptor.get());
     if (!before) return systemFailure("examine");

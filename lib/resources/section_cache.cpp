@@ -78,8 +78,8 @@ SmartPointer<SectionDocument> SectionCache::documentOf(const std::string& name,
   if (entry.refused == identity) return nullptr;
   SectionDocument::Refusal refusal;
   entry.document = SectionDocument::read(name, file, refusal);
-  entry.refused = entry.document ? std::nullopt : identity;
-  if (!entry.document) reportRefusal(refusal);
+  entry.refused = refusal.isOfContent ? identity : std::nullopt;
+  if (!entry.document) reportRefusal(refusal.text);
   return entry.document;
 }
 

@@ -26,8 +26,7 @@ class SectionCache {
  private:
   struct Entry {
     SmartPointer<SectionDocument> document;
-    std::optional<FileIdentity>
-        refused;  ///< the version of the file that could not be opened, and was reported
+    std::optional<FileIdentity> refused;  ///< the version of the file that is no document, and was reported
   };
 
   SmartPointer<SectionDocument> documentOf(const std::string& name, const std::filesystem::path& file);

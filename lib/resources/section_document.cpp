@@ -65,7 +65,7 @@ SmartPointer<SectionDocument> SectionDocument::read(std::string resourceName,
   const std::string name = escapeControls(resourceName);
   FileContent content;
   if (const std::string failure = readFile(file, Xml::kLargestSource, content); !failure.empty()) {
-    refusal = name + ": " + failure;
+    refusal = {name + ": " + failure, false};
     return nullptr;
   }
   Xml::ParseError error;
@@ -73,7 +73,8 @@ SmartPointer<SectionDocument> SectionDocument::read(std::string resourceName,
   std::optional<Xml::Tree> tree;
   if (text) tree = Xml::parse(std::move(text->utf8), error);
   if (!tree) {
-    refusal = placeOf(name, error) + ": " + error.reason + "; the file was not loaded: correct it there";
+    refusal = {placeOf(name, error) + ": " + error.reason + "; the file was not loaded: correct it there",
+               true};
     return nullptr;
   }
   return new SectionDocument(std::move(resourceName), file, std::move(*tree), text->encoding,

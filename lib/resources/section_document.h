@@ -17,8 +17,11 @@ namespace Tal {
 /// A document of the XML room: its tree, and the resource that it belongs to. Its sections hold it.
 class SectionDocument : public SafeReferenceCount {
  public:
-  /// Why a file could not be opened as a document; one line, what to do included.
-  using Refusal = std::string;
+  /// Why a file could not be opened as a document.
+  struct Refusal {
+    std::string text;          ///< one line, what to do included
+    bool isOfContent = false;  ///< the file is refused as long as it stays as it is
+  };
 
   /// Reads and parses a file. Null when that fails; `refusal` then says why.
   static SmartPointer<SectionDocument> read(std::string resourceName, const std::filesystem::path& file,

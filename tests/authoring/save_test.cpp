@@ -176,9 +176,8 @@ class FullDisk {
 };
 
 constexpr char kNotWritten[] =
-    "scripts/destructibles.xml could not be written and is as it was, for the reason in the message before "
-    "this "
-    "one; nothing was saved: when it is mended, do the same again";
+    "the save of scripts/destructibles.xml failed, for the reason in the message before this one: when it is "
+    "mended, do the same again";
 
 class AFailedSave : public Saving {
  protected:

@@ -32,8 +32,8 @@ class Town {
   /// Makes the edits of a version in memory.
   void edit(int version);
 
-  /// Saves the model that a version is about. Whether that was done, also where the model ends up without an
-  /// entry.
+  /// Saves the model that a version is about. False when that is said to have failed; nothing is said of a
+  /// model of no category.
   bool save(int version);
 
  private:

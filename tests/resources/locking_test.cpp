@@ -17,6 +17,7 @@
 #include <filesystem>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -184,6 +185,36 @@ TEST(ASave, RemovesWhatAKilledProcessLeftBesideTheFile) {
   }
   EXPECT_FALSE(Tal::replaceFile(root / "a.xml", "<r>2</r>"));
   EXPECT_THAT(root.listing(), testing::UnorderedElementsAre("a.xml", young, living, ofAnother));
+}
+
+TEST(ASave, ByAProcessOfTheNumberOfAKilledOneRemovesWhatThatLeftToo) {
+  // Where every process is the first one of its container, the names of temporary files come again.
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const std::string own = ".a.xml." + std::to_string(getpid()) + "-old.saving";
+  const std::string inUse = ".a.xml." + std::to_string(getpid()) + "-used.saving";
+  for (const std::string& name : {own, inUse}) {
+    root.write(name, "half");
+    fs::last_write_time(root / name, fs::file_time_type::clock::now() - std::chrono::hours(1));
+  }
+  std::string holder;
+  const auto lock = FileLock::acquire(root / inUse, kShort, holder);
+  EXPECT_FALSE(Tal::replaceFile(root / "a.xml", "<r>2</r>"));
+  EXPECT_THAT(root.listing(), testing::UnorderedElementsAre("a.xml", inUse));
+}
+
+TEST(ASave, TakesAnotherNameWhenThatOfItsTemporaryFileIsTaken) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  const std::string latest = Tal::temporaryBeside(root / "a.xml").filename().string();
+  const std::size_t number = latest.rfind('-') + 1;
+  const int next = std::stoi(latest.substr(number)) + 1;
+  std::vector<std::string> expected = {"a.xml"};
+  for (int i = next; i < next + 3; ++i) {
+    expected.push_back(latest.substr(0, number) + std::to_string(i) + ".saving");
+    root.write(expected.back(), "young");
+  }
+  EXPECT_FALSE(Tal::replaceFile(root / "a.xml", "<r>2</r>"));
+  EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
+  EXPECT_THAT(root.listing(), testing::UnorderedElementsAreArray(expected));
 }
 
 }  // namespace

@@ -1,0 +1,166 @@
+// The program itself, with a library preloaded that makes the calls of its saves fail.
+
+#include <cli/cli_fixture.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using cli_test::Arguments;
+using cli_test::kCrate;
+using cli_test::kDatabase;
+using cli_test::kHouse;
+using cli_test::kLamp;
+using cli_test::ProcessResult;
+using testing::AllOf;
+using testing::AnyOf;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+
+using Environment = std::map<std::string, std::string>;
+
+/// One command that saves, behind those that make what it needs.
+struct Course {
+  const char* name;
+  std::vector<Arguments> before;
+  Arguments command;
+};
+
+void PrintTo(const Course& course, std::ostream* stream) {
+  *stream << course.name;
+}
+
+struct Fault {
+  const char* operation;
+  int code;
+};
+
+/// What a save calls on the database, its folder and its temporary file, each with a reason to fail.
+const std::vector<Fault>& faults() {
+  static const std::vector<Fault> all = {{"open-folder", EMFILE}, {"open-write", EDQUOT}, {"mode", EROFS},
+                                         {"write", ENOSPC},       {"flush", EIO},         {"close", EDQUOT},
+                                         {"rename", EROFS},       {"flush-folder", EIO}};
+  return all;
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+class TheProgramWithAFault : public cli_test::CommandLine, public testing::WithParamInterface<Course> {
+ protected:
+  void SetUp() override {
+    for (const Arguments& arguments : GetParam().before) ASSERT_EQ(run(arguments).status, 0);
+    old_ = readDatabase();
+    const ProcessResult result = runIn(folder_.path(), GetParam().command, environment());
+    ASSERT_EQ(result.status, 0) << result.err;
+    new_ = readDatabase();
+    ASSERT_NE(new_, old_);
+  }
+
+  /// Preloads the library, which notes every call on the database's folder.
+  Environment environment() const {
+    return {{"LD_PRELOAD", FAULT_PRELOAD},
+            {"FAULT_BELOW", fs::canonical(folder_.path() / "scripts").string()},
+            {"FAULT_TRACE", (traces_ / "trace").string()}};
+  }
+
+  Environment environment(const Fault& fault, int number) const {
+    Environment all = environment();
+    all["FAULT_OPERATION"] = fault.operation;
+    all["FAULT_NUMBER"] = std::to_string(number);
+    all["FAULT_ERRNO"] = std::to_string(fault.code);
+    all["FAULT_LARGEST_WRITE"] = "150";
+    return all;
+  }
+
+  /// How many calls of an operation the last run made.
+  int callsOf(const std::string& operation) const {
+    int count = 0;
+    for (const std::string& line : linesOf(traces_.read("trace")))
+      count += line.starts_with(operation + ' ') ? 1 : 0;
+    return count;
+  }
+
+  void expectWhole() const {
+    EXPECT_THAT(readDatabase(), AnyOf(old_, new_));
+    EXPECT_THAT(folder_.listing(), Not(Contains(HasSubstr(".saving"))));
+  }
+
+  /// Runs the command with the n-th call going wrong, then again without. False when there are not so many
+  /// calls.
+  bool tryCall(const Fault& fault, int number) {
+    writeDatabase(old_);
+    fs::remove(traces_ / "trace");
+    const ProcessResult result = runIn(folder_.path(), GetParam().command, environment(fault, number));
+    const bool isReached = callsOf(fault.operation) >= number;
+    expectWhole();
+    if (result.status == 0) {
+      EXPECT_EQ(readDatabase(), new_);
+      EXPECT_THAT(result.err, Not(HasSubstr(std::strerror(fault.code))));
+      return isReached;
+    }
+    EXPECT_TRUE(isReached) << result.err;
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
+    const std::vector<std::string> lines = linesOf(result.err);
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                            [&](const std::string& line) {
+                              return line.find(std::strerror(fault.code)) != std::string::npos;
+                            }),
+              1)
+        << result.err;
+    EXPECT_THAT(lines, Contains(AllOf(HasSubstr("cannot save \"scripts/destructibles.xml\""),
+                                      HasSubstr("save again"))));
+    EXPECT_EQ(run(GetParam().command).status, 0) << "the cause is gone";
+    EXPECT_EQ(readDatabase(), new_);
+    expectWhole();
+    return true;
+  }
+
+  std::string old_;
+  std::string new_;
+  support::TemporaryFolder traces_;
+};
+
+TEST_P(TheProgramWithAFault, FailsWithOneMessageAndKeepsTheFileWhole) {
+  for (const Fault& fault : faults()) {
+    int number = 1;
+    SCOPED_TRACE(fault.operation);
+    while (tryCall(fault, number) && !HasFailure()) ++number;
+    if (HasFailure()) FAIL() << "call " << number;
+    EXPECT_GT(number, std::string(fault.operation) == "write" ? 3 : 1);
+  }
+}
+
+std::string nameOf(const testing::TestParamInfo<Course>& course) {
+  return course.param.name;
+}
+
+const Arguments kMakeCrate = {"convert", kCrate, "fragile"};
+const Arguments kMakeHouse = {"convert", kHouse, "structure"};
+const Arguments kMakeLamp = {"convert", kLamp, "falling-atom"};
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, TheProgramWithAFault,
+    testing::Values(Course{"OfAFragile", {kMakeCrate}, {"set", kCrate, "health=12"}},
+                    Course{
+                        "OfAStructure", {kMakeHouse}, {"set", kHouse, "--module", "n_wall_1", "health=12"}},
+                    Course{"OfAFallingAtom", {kMakeLamp}, {"set", kLamp, "health=12"}},
+                    Course{"OfAnEntryThatIsNew", {}, kMakeCrate},
+                    Course{"OfAModelOfNoCategory", {kMakeLamp, kMakeCrate}, {"convert", kCrate, "none"}}),
+    nameOf);
+
+}  // namespace
