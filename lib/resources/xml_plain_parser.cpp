@@ -1,3 +1,4 @@
+#include <resources/same_text.h>
 #include <resources/xml_plain_parser.h>
 #include <resources/xml_text.h>
 #include <resources/xml_tree_builder.h>
@@ -70,9 +71,24 @@ class PlainParser {
 
   /// Goes on to the first character that is of none of the classes.
   void skip(unsigned classes) noexcept {
-    std::size_t at = at_;  // a local, which the compiler keeps in a register
-    while (at < text_.size() && isOf(text_[at], classes)) ++at;
-    at_ = at;
+    // The 0 behind the text is of no class.
+    const char* at = text_.data() + at_;
+    while (isOf(at[0], classes)) {
+      if (!isOf(at[1], classes)) {
+        at += 1;
+        break;
+      }
+      if (!isOf(at[2], classes)) {
+        at += 2;
+        break;
+      }
+      if (!isOf(at[3], classes)) {
+        at += 3;
+        break;
+      }
+      at += 4;
+    }
+    at_ = static_cast<std::size_t>(at - text_.data());
   }
 
   bool skipSpace() noexcept {
@@ -141,9 +157,25 @@ class PlainParser {
     if (tag.empty() || builder_.depth() == deepest_ || !attributes()) return false;
     const bool isEmpty = take('/');
     if (!take('>')) return false;
-    builder_.start(begin, at_, tags_.intern(tag));
+    const TagId id = tags_.intern(tag);
+    if (!isEmpty && builder_.depth() != 0 && leaf(begin, tag, id)) return true;
+    builder_.start(begin, at_, id);
     if (isEmpty) builder_.end(at_);
     return true;
+  }
+
+  /// The content and the end tag of an element that holds nothing but text, which most do; what else there
+  /// is, is left where it stands.
+  bool leaf(std::size_t begin, BasicStringRef tag, TagId id) {
+    const std::size_t contentBegin = at_;
+    skip(kText);
+    const std::size_t contentEnd = at_;
+    const std::size_t tagEnd = contentEnd + 2 + tag.size();
+    const bool isEnd = tagEnd < text_.size() && text_[contentEnd] == '<' && text_[contentEnd + 1] == '/' &&
+                       text_[tagEnd] == '>' && isSameText(text_.substr(contentEnd + 2, tag.size()), tag);
+    at_ = isEnd ? tagEnd + 1 : contentBegin;
+    if (isEnd) builder_.leaf(begin, contentBegin, contentEnd, id);
+    return isEnd;
   }
 
   bool attributes() {

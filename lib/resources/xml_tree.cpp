@@ -6,8 +6,10 @@
 namespace Tal::Xml {
 
 Source::Source(std::size_t size)
-    : bytes_(std::make_unique_for_overwrite<char[]>(size)),  // NOLINT(modernize-avoid-c-arrays)
-      size_(size) {}
+    : bytes_(std::make_unique_for_overwrite<char[]>(size + 1)),  // NOLINT(modernize-avoid-c-arrays)
+      size_(size) {
+  bytes_[size] = 0;
+}
 
 Source Source::copyOf(BasicStringRef text) {
   Source source(text.size());

@@ -33,7 +33,8 @@ struct Node {
   std::uint32_t childCount = 0;
 };
 
-/// The source text of a document, owned; moving it leaves its bytes in their place.
+/// The source text of a document, owned; moving it leaves its bytes in their place. A 0 stands behind the
+/// last byte, for readers that look one further.
 class Source {
  public:
   Source() noexcept = default;

@@ -43,6 +43,17 @@ class TreeBuilder {
     open_.pop_back();
   }
 
+  /// An element below the innermost open one whose content is verbatim text, whole.
+  void leaf(std::size_t begin, std::size_t contentBegin, std::size_t contentEnd, TagId tag) {
+    Node node;
+    node.begin = static_cast<std::uint32_t>(begin);
+    node.contentBegin = static_cast<std::uint32_t>(contentBegin);
+    node.contentEnd = static_cast<std::uint32_t>(contentEnd);
+    node.tag = tag & kNoTag;
+    node.isVerbatim = 1;
+    finished_.push_back(node);
+  }
+
   /// After the end tag of the root.
   void finish() { parsed_.nodes.insert(parsed_.nodes.end(), finished_.begin(), finished_.end()); }
 

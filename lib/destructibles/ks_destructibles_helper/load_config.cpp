@@ -33,7 +33,7 @@ std::map<std::string, KsDestructibleModuleDesc> readModules(const DataSection& m
   for (const SmartPointer<DataSection>& module : modules) {
     std::string name = module->readString("matName", "", 0);
     if (name.empty()) continue;
-    KsDestructibleModuleDesc& desc = table[std::move(name)];
+    KsDestructibleModuleDesc& desc = table.try_emplace(table.end(), std::move(name))->second;
     desc.health = module->readInt("health", 80);
     desc.effectScale = module->readFloat("effectScale", 1.0F);
     desc.effectHP = module->readString("effectHP", "", 0);
