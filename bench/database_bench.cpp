@@ -3,87 +3,31 @@
 
 #include "support/database.h"
 #include "support/ratios.h"
+#include "support/studio.h"
 
 #include <benchmark/benchmark.h>
-#include <core/debug_message.h>
+#include <core/stack_tracker.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <fcntl.h>
-#include <model/ks_material_disabler.h>
-#include <model/super_model.h>
-#include <resources/file_system.h>
 #include <unistd.h>
 #include <pugixml.hpp>
 
 #include <array>
-#include <filesystem>
-#include <fstream>
+#include <chrono>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace {
 
+using bench::Studio;
 using Tal::KsDestructiblesHelper;
 
 constexpr int kSmall = 1000;
 constexpr int kMedium = 10000;
 constexpr int kLarge = 100000;
 constexpr std::array<int, 3> kModelCounts = {kSmall, kMedium, kLarge};
-
-// A resource root of its own with a database of so many models, and what one of its structures is bound to.
-class Studio {
- public:
-  explicit Studio(int modelCount)
-      : root_(std::filesystem::temp_directory_path() / ("destructibles_bench_" + std::to_string(getpid()))),
-        text_(bench::makeDatabase(modelCount)) {
-    std::filesystem::create_directories(root_ / "scripts");
-    std::filesystem::create_directories(root_ / "elsewhere");
-    std::ofstream(file(), std::ios::binary) << text_;
-    Tal::DebugMessageHelper::setSink([](const Tal::DebugMessage&) {});
-    mount();
-    auto bsp = Tal::makeSmart<Tal::BspData>();
-    Tal::ModelMaterials::Slots slots;
-    for (unsigned part = 0; part < 9; ++part) {
-      const std::string name = "n_wall_" + std::to_string(part);
-      bsp->materialNames_.push_back(name);
-      slots.push_back(std::make_shared<Tal::MaterialInstance>(name, 73 + part));
-    }
-    model_ = std::make_unique<Tal::SuperModel>(Tal::makeSmart<Tal::Model>(bsp),
-                                               Tal::Skeleton::SkeletonInstance(), Tal::ModelMaterials(slots));
-    disabler_ = std::make_unique<Tal::KsMaterialDisabler>(model_.get());
-  }
-
-  /// Makes the process forget what it read: the tables are empty and the next load is the first.
-  void forget(KsDestructiblesHelper& helper) const {
-    Tal::FS::setFileSystem(
-        std::make_unique<Tal::FS::MultiFileSystem>(std::vector<std::filesystem::path>{root_ / "elsewhere"}));
-    helper.loadConfig(true);
-    mount();
-  }
-
-  ~Studio() {
-    Tal::FS::setFileSystem(nullptr);
-    std::filesystem::remove_all(root_);
-  }
-
-  Studio(const Studio&) = delete;
-  Studio& operator=(const Studio&) = delete;
-
-  std::filesystem::path file() const { return root_ / "scripts" / "destructibles.xml"; }
-  const std::string& text() const { return text_; }
-  Tal::SuperModel* model() { return model_.get(); }
-  Tal::KsMaterialDisabler* disabler() { return disabler_.get(); }
-
- private:
-  void mount() const {
-    Tal::FS::setFileSystem(
-        std::make_unique<Tal::FS::MultiFileSystem>(std::vector<std::filesystem::path>{root_}));
-  }
-
-  std::filesystem::path root_;
-  std::string text_;
-  std::unique_ptr<Tal::SuperModel> model_;
-  std::unique_ptr<Tal::KsMaterialDisabler> disabler_;
-};
+constexpr std::array<int, 2> kModuleCounts = {1, 14};
 
 int countOf(const benchmark::State& state) {
   return static_cast<int>(state.range(0));
@@ -103,6 +47,7 @@ void firstLoad(benchmark::State& state) {
 void reload(benchmark::State& state) {
   const Studio studio(countOf(state));
   KsDestructiblesHelper helper;
+  helper.loadConfig(true);
   for (auto _ : state) {
     if (!helper.loadConfig(true)) state.SkipWithError("the database was not loaded");
   }
@@ -140,6 +85,32 @@ void saveModel(benchmark::State& state) {
   }
 }
 
+// A save up to its closing reload, for a structure of one module and of as many as there can be.
+void saveModelOnly(benchmark::State& state) {
+  const auto moduleCount = static_cast<unsigned>(state.range(1));
+  Studio studio(countOf(state), moduleCount);
+  KsDestructiblesHelper helper(studio.model(), bench::modelName(10), studio.disabler());
+  Tal::KsDestructibleModuleDesc desc;
+  for (unsigned part = 0; part < moduleCount; ++part)
+    helper.updateDestructibleModule("n_wall_" + std::to_string(part), desc, true);
+  if (!helper.saveConfig()) state.SkipWithError("the database was not saved");
+  using Clock = std::chrono::steady_clock;
+  Clock::time_point end;
+  const auto previous = Tal::StackTracker::setRecorder([&end](const Tal::StackTracker::Event& event) {
+    const bool isPush = event.kind == Tal::StackTracker::Event::Kind::push;
+    if (isPush && std::string_view(event.entry.function) == "Tal::KsDestructiblesHelper::loadConfig")
+      end = Clock::now();
+  });
+  for (auto _ : state) {
+    desc.health = desc.health % 1000 + 1;
+    helper.updateDestructibleModule("n_wall_0", desc, false);
+    const Clock::time_point begin = Clock::now();
+    if (!helper.saveConfig()) state.SkipWithError("the database was not saved");
+    state.SetIterationTime(std::chrono::duration<double>(end - begin).count());
+  }
+  Tal::StackTracker::setRecorder(previous);
+}
+
 // The floor of a save: the same bytes written to a file beside, flushed, and renamed over the old file.
 void writeOnce(benchmark::State& state) {
   const Studio studio(countOf(state));
@@ -170,27 +141,31 @@ std::string nameOf(const char* measure, int count) {
   return std::string(measure) + "/" + std::to_string(count) + "/real_time";
 }
 
+std::string saveOnlyName(int count, int modules) {
+  return "saveModelOnly/" + std::to_string(count) + "/" + std::to_string(modules) + "/manual_time";
+}
+
 std::vector<bench::Ratio> ratios() {
   std::vector<bench::Ratio> ratios;
   for (const int count : kModelCounts) {
     const std::string models = std::to_string(count) + " models: ";
     ratios.push_back(
-        {models + "first loadConfig / parse", nameOf("firstLoad", count), nameOf("parse", count), 4.0});
+        {models + "first loadConfig / parse", nameOf("firstLoad", count), nameOf("parse", count), 3.0});
+    ratios.push_back({models + "loadConfig, file unchanged / parse", nameOf("reload", count),
+                      nameOf("parse", count), 0.25});
     ratios.push_back(
-        {models + "loadConfig, file unchanged / parse", nameOf("reload", count), nameOf("parse", count), {}});
-    ratios.push_back(
-        {models + "another model / parse", nameOf("selectModel", count), nameOf("parse", count), {}});
-    ratios.push_back({models + "saveConfig / writing the file",
+        {models + "another model / parse", nameOf("selectModel", count), nameOf("parse", count), 0.25});
+    for (const int modules : kModuleCounts) {
+      ratios.push_back({models + "saveConfig of " + std::to_string(modules) +
+                            " modules without its reload / writing the file",
+                        saveOnlyName(count, modules), nameOf("writeOnce", count), 1.5});
+    }
+    ratios.push_back({models + "saveConfig / (1.5 writing the file + first loadConfig)",
                       nameOf("saveModel", count),
-                      nameOf("writeOnce", count),
-                      {}});
+                      {{{1.5, nameOf("writeOnce", count)}, {1.0, nameOf("firstLoad", count)}}},
+                      1.0});
   }
   // Linear growth: ten times the models, ten times the work and a margin for what no longer fits the caches.
-  // Selecting a model reloads the tables and does little beside.
-  for (const int count : kModelCounts) {
-    ratios.push_back({std::to_string(count) + " models: another model / loadConfig, file unchanged",
-                      nameOf("selectModel", count), nameOf("reload", count), 2.0});
-  }
   for (const char* const measure : {"firstLoad", "reload", "selectModel", "saveModel"}) {
     ratios.push_back({std::string(measure) + ": 100000 / 10000 models", nameOf(measure, kLarge),
                       nameOf(measure, kMedium), 20.0});
@@ -207,5 +182,13 @@ int main(int argc, char** argv) {
   registerAll("selectModel", selectModel);
   registerAll("saveModel", saveModel);
   registerAll("writeOnce", writeOnce);
+  for (const int count : kModelCounts) {
+    for (const int modules : kModuleCounts) {
+      benchmark::RegisterBenchmark("saveModelOnly", saveModelOnly)
+          ->Unit(benchmark::kMillisecond)
+          ->UseManualTime()
+          ->Args({count, modules});
+    }
+  }
   return bench::run(argc, argv, ratios());
 }

@@ -16,9 +16,14 @@ std::optional<double> medianOf(const Samples& samples, const std::string& benchm
 
 std::optional<double> valueOf(const Ratio& ratio, const Samples& samples) {
   const std::optional<double> numerator = medianOf(samples, ratio.numerator);
-  const std::optional<double> denominator = medianOf(samples, ratio.denominator);
-  if (!numerator || !denominator || *denominator <= 0.0) return std::nullopt;
-  return *numerator / *denominator;
+  double denominator = 0.0;
+  for (const Term& term : ratio.denominator.terms) {
+    const std::optional<double> time = medianOf(samples, term.benchmark);
+    if (!time) return std::nullopt;
+    denominator += term.times * *time;
+  }
+  if (!numerator || denominator <= 0.0) return std::nullopt;
+  return *numerator / denominator;
 }
 
 }  // namespace

@@ -3,15 +3,32 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace bench {
 
-/// How the times of two benchmarks of one run compare.
+/// So many times the time of a benchmark.
+struct Term {
+  double times;
+  std::string benchmark;  ///< the full name, as its program lists it
+};
+
+/// What a time is compared with: another benchmark's time, or a sum of such.
+struct Floor {
+  // Implicit: most floors are one benchmark.
+  Floor(const char* benchmark) : terms{{1.0, benchmark}} {}             // NOLINT(google-explicit-constructor)
+  Floor(std::string benchmark) : terms{{1.0, std::move(benchmark)}} {}  // NOLINT(google-explicit-constructor)
+  Floor(std::vector<Term> sum) : terms(std::move(sum)) {}               // NOLINT(google-explicit-constructor)
+
+  std::vector<Term> terms;
+};
+
+/// How the times of benchmarks of one run compare.
 struct Ratio {
-  std::string name;               ///< what a person reads: "raise 16 slots, ours / Boost.Signals2"
-  std::string numerator;          ///< the full name of a benchmark, as its program lists it
-  std::string denominator;        ///< the full name of another
+  std::string name;       ///< what a person reads: "raise 16 slots, ours / Boost.Signals2"
+  std::string numerator;  ///< the full name of a benchmark, as its program lists it
+  Floor denominator;
   std::optional<double> promise;  ///< what the ratio must not exceed; empty when it is only shown
 };
 
@@ -24,7 +41,7 @@ double median(std::vector<double> values);
 /// A ratio together with what a run showed.
 struct RatioResult {
   Ratio ratio;
-  std::optional<double> value;  ///< the ratio of the medians; empty when one of the two was not measured
+  std::optional<double> value;  ///< the ratio of the medians; empty when something was not measured
 
   bool isBroken() const { return value && ratio.promise && *value > *ratio.promise; }
 };

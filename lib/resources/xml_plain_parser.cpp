@@ -268,7 +268,7 @@ class PlainParser {
 }  // namespace
 
 bool parsePlain(Tree::Parsed& parsed, std::size_t deepest) {
-  return PlainParser(parsed, deepest).run();
+  return !parsed.source.view().empty() && PlainParser(parsed, deepest).run();
 }
 
 }  // namespace Tal::Xml

@@ -33,6 +33,15 @@ TEST(ARatio, IsThatOfTheMedians) {
   EXPECT_EQ(results.front().ratio.name, "load");
 }
 
+TEST(ARatio, CanBeThatToASum) {
+  const std::vector<Ratio> ratios = {{"a / (1.5 b + c)", "a", {{{1.5, "b"}, {1.0, "c"}}}, {}},
+                                     {"a / (b + d)", "a", {{{1.0, "b"}, {1.0, "d"}}}, {}}};
+  const std::vector<RatioResult> results =
+      bench::evaluate(ratios, {{"a", {8.0}}, {"b", {2.0}}, {"c", {1.0}}});
+  EXPECT_EQ(results[0].value, 2.0);
+  EXPECT_EQ(results[1].value, std::nullopt) << "d was not measured";
+}
+
 TEST(ARatio, HasNoValueWhenABenchmarkWasNotMeasured) {
   const Samples samples = {{"ours", {1.0}}, {"empty", {}}, {"zero", {0.0}}};
   for (const char* missing : {"peer", "empty", "zero"}) {

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <model/ks_material_disabler.h>
+#include <model/super_model.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace Tal {
+class KsDestructiblesHelper;
+}
+
+namespace bench {
+
+/// A resource root of its own with a database of so many models, mounted as the process's only one, and a
+/// model of so many modules that one of the database's structures can be bound to.
+class Studio {
+ public:
+  explicit Studio(int modelCount, unsigned moduleCount = 9);
+  ~Studio();
+  Studio(const Studio&) = delete;
+  Studio& operator=(const Studio&) = delete;
+
+  /// Makes the process forget what it read: the tables are empty and the next load is the first.
+  void forget(Tal::KsDestructiblesHelper& helper) const;
+
+  std::filesystem::path file() const { return root_ / "scripts" / "destructibles.xml"; }
+  const std::string& text() const { return text_; }
+  Tal::SuperModel* model() { return model_.get(); }
+  Tal::KsMaterialDisabler* disabler() { return disabler_.get(); }
+
+ private:
+  void mount() const;
+
+  std::filesystem::path root_;
+  std::string text_;
+  std::unique_ptr<Tal::SuperModel> model_;
+  std::unique_ptr<Tal::KsMaterialDisabler> disabler_;
+};
+
+}  // namespace bench
