@@ -9,6 +9,9 @@
 #include <resources/file_system.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <iterator>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -51,19 +54,36 @@ const char* effectsSection(int category) {
   return fixed_names::kStructuresSection;
 }
 
+// Every effect of a section, in the order of the file. A panel asks for the same list for each of its fields.
+const std::vector<std::string>& namesIn(DataSection& root, const char* sectionName) {
+  struct Known {
+    std::uint64_t contentStamp = 0;
+    std::vector<std::string> names;
+  };
+  static std::map<std::string, Known> s_known;
+  Known& known = s_known[sectionName];
+  const std::uint64_t contentStamp = root.contentStamp();
+  if (contentStamp != 0 && contentStamp == known.contentStamp) return known.names;
+  known = {};
+  if (const SmartPointer<DataSection> section = root.openSection(sectionName, false, nullptr); section) {
+    known.names.reserve(static_cast<std::size_t>(section->childCount()));
+    for (const SmartPointer<DataSection>& effect : *section) known.names.emplace_back(effect->tag());
+  }
+  known.contentStamp = contentStamp;
+  return known.names;
+}
+
 // The effects of a category, in the order of the file, whose names in lower case hold the key. The key is
 // taken as it is: one with capitals finds nothing.
 std::vector<std::string> getEffectNames(int category, const std::string& key) {
   const TrackedScope tracked("getEffectNames", kMetaSource, 21);
-  std::vector<std::string> names;
   const SmartPointer<DataSection> root = FS::Utils::openSection(fixed_names::kEffectsXml, false, nullptr);
-  if (!root) return names;
-  const SmartPointer<DataSection> section = root->openSection(effectsSection(category), false, nullptr);
-  if (!section) return names;
-  for (const SmartPointer<DataSection>& effect : *section) {
-    const BasicStringRef name = effect->tag();
-    if (key.empty() || lowerCase(name).find(key) != std::string::npos) names.emplace_back(name);
-  }
+  if (!root) return {};
+  const std::vector<std::string>& all = namesIn(*root, effectsSection(category));
+  if (key.empty()) return all;
+  std::vector<std::string> names;
+  std::copy_if(all.begin(), all.end(), std::back_inserter(names),
+               [&key](const std::string& name) { return lowerCase(name).find(key) != std::string::npos; });
   return names;
 }
 

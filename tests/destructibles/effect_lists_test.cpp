@@ -78,6 +78,14 @@ TEST_F(TheEffectList, IsComputedAnewEachTime) {
   EXPECT_THAT(edited.options("Hit effect"), ElementsAre("", "none", "a", "b"));
 }
 
+TEST_F(TheEffectList, FollowsAnEditOfTheOpenDocument) {
+  EditedRecord<Module> edited(DT_STRUCTURE, {});
+  writeEffects("<root><structures><a/></structures><fragiles><f/></fragiles></root>");
+  EXPECT_THAT(edited.options("Hit effect"), ElementsAre("", "none", "a"));
+  support::openResource("scripts/destructibles_effects.xml")->openSection("structures")->appendChild("b");
+  EXPECT_THAT(edited.options("Hit effect"), ElementsAre("", "none", "a", "b"));
+}
+
 TEST_F(TheEffectList, TakesTheFirstOfTwoSections) {
   writeEffects("<root><structures><a/></structures><structures><b/></structures></root>");
   EXPECT_THAT(of("Hit effect"), ElementsAre("", "none", "a"));
