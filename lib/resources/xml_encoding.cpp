@@ -9,6 +9,7 @@ namespace Tal::Xml {
 namespace {
 
 constexpr std::size_t kLongestDeclaration = 1024;
+constexpr BasicStringRef kByteOrderMark = "\xEF\xBB\xBF";
 
 std::uint32_t byteAt(BasicStringRef bytes, std::size_t place) noexcept {
   return static_cast<unsigned char>(bytes[place]);
@@ -45,6 +46,18 @@ bool isSurrogate(std::uint32_t unit, std::uint32_t firstOfKind) noexcept {
   return (unit & 0xFC00U) == firstOfKind;
 }
 
+/// Where in a text its next character stands, for a person.
+std::string placeBehind(BasicStringRef text) {
+  const auto isBegin = [](char c) {
+    return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
+  };  // of a character
+  const auto lines = std::count(text.begin(), text.end(), '\n');
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  const BasicStringRef line = text.substr(text.rfind('\n') + 1);  // all of it when there is no line end
+  const auto column = std::count_if(line.begin(), line.end(), isBegin) + 1;
+  return "line " + std::to_string(lines + 1) + ", column " + std::to_string(column);
+}
+
 constexpr std::uint32_t kHighSurrogate = 0xD800;
 constexpr std::uint32_t kLowSurrogate = 0xDC00;
 
@@ -62,7 +75,7 @@ std::optional<std::string> utf16ToUtf8(BasicStringRef bytes, Encoding encoding, 
       }
     }
     if (isSurrogate(code, kHighSurrogate) || isSurrogate(code, kLowSurrogate)) {
-      reason = "the text is not valid UTF-16 at byte " + std::to_string(i);
+      reason = "the text is not valid UTF-16 at byte " + std::to_string(i) + " (" + placeBehind(text) + ')';
       return std::nullopt;
     }
     appendCharacter(code, text);
@@ -96,7 +109,7 @@ std::optional<Encoding> detectEncoding(BasicStringRef bytes, std::string& reason
     return Encoding::utf16LittleEndian;
   if (bytes.starts_with("\xFE\xFF") || bytes.starts_with(BasicStringRef("\0<", 2)))
     return Encoding::utf16BigEndian;
-  if (bytes.starts_with("\xEF\xBB\xBF")) return Encoding::utf8;
+  if (bytes.starts_with(kByteOrderMark)) return Encoding::utf8;
   const std::string declared = declaredEncoding(bytes);
   if (declared.empty() || declared == "utf-8" || declared == "utf8") return Encoding::utf8;
   if (declared == "iso-8859-1" || declared == "latin1") return Encoding::latin1;
@@ -117,7 +130,8 @@ std::optional<Source> toUtf8(Source bytes, Encoding encoding, std::string& reaso
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     const std::uint32_t code = byteAt(bytes.view(), i);
     if (code > largestCharacter(encoding)) {
-      reason = "the text is not valid ASCII at byte " + std::to_string(i);
+      reason = "the text is not valid ASCII at byte " + std::to_string(i) + " (" + placeBehind(text) +
+               "); name the encoding that it has in its first line, or store it as UTF-8";
       return std::nullopt;
     }
     appendCharacter(code, text);

@@ -1,3 +1,4 @@
+#include <resources/xml_hints.h>
 #include <resources/xml_parser.h>
 #include <resources/xml_plain_parser.h>
 #include <resources/xml_tree_builder.h>
@@ -13,10 +14,15 @@
 namespace Tal::Xml {
 namespace {
 
+/// The parser takes time for each pair of declared attributes, and for each of them at each element.
+constexpr int kMostDeclaredAttributes = 256;
+
 /// An error at the place where the parser is.
-ParseError errorAt(XML_Parser parser, std::string reason) {
-  return {static_cast<std::size_t>(XML_GetCurrentLineNumber(parser)),
-          static_cast<std::size_t>(XML_GetCurrentColumnNumber(parser)) + 1, std::move(reason)};
+ParseError errorAt(XML_Parser parser, BasicStringRef source, std::string reason) {
+  const auto line = static_cast<std::size_t>(XML_GetCurrentLineNumber(parser));
+  const auto column = static_cast<std::size_t>(XML_GetCurrentColumnNumber(parser)) + 1;
+  const bool isBehindMark = line == 1 && column > 1 && source.starts_with("\xEF\xBB\xBF");
+  return {line, isBehindMark ? column - 1 : column, std::move(reason)};
 }
 
 /// Turns what the parser reports into a tree.
@@ -26,11 +32,20 @@ class Reception {
     XML_SetUserData(parser, this);
     XML_SetElementHandler(parser, onStart, onEnd);
     XML_SetEntityDeclHandler(parser, onEntityDeclaration);
+    XML_SetAttlistDeclHandler(parser, onAttributeDeclaration);
     XML_SetSkippedEntityHandler(parser, onSkippedEntity);
     XML_SetExternalEntityRefHandler(parser, onExternalEntity);
   }
 
   void finish() { builder_.finish(); }
+
+  /// The innermost element that is open.
+  std::optional<OpenElement> open() const {
+    if (builder_.depth() == 0) return std::nullopt;
+    // No start tag holds another "<".
+    const std::size_t begin = parsed_.source.view().rfind('<', builder_.contentBegin() - 1);
+    return OpenElement{parsed_.tags.text(builder_.innermost()), begin};
+  }
 
   /// Why and where this reception stopped the parser; without a reason when it did not.
   const ParseError& refusal() const noexcept { return refusal_; }
@@ -49,6 +64,14 @@ class Reception {
                                           const XML_Char* /*notation*/) {
     if (isParameter != 0 || value == nullptr) return;
     of(userData).declareEntity(name, {value, static_cast<std::size_t>(length)});
+  }
+
+  static void XMLCALL onAttributeDeclaration(void* userData, const XML_Char* /*element*/,
+                                             const XML_Char* /*attribute*/, const XML_Char* /*type*/,
+                                             const XML_Char* /*value*/, int /*isRequired*/) {
+    Reception& reception = of(userData);
+    if (++reception.declaredAttributes_ > kMostDeclaredAttributes)
+      reception.refuse("more than " + std::to_string(kMostDeclaredAttributes) + " attributes are declared");
   }
 
   static void XMLCALL onSkippedEntity(void* userData, const XML_Char* name, int isParameter) {
@@ -86,7 +109,7 @@ class Reception {
   }
 
   void refuse(std::string reason) {
-    if (refusal_.reason.empty()) refusal_ = errorAt(parser_, std::move(reason));
+    if (refusal_.reason.empty()) refusal_ = errorAt(parser_, parsed_.source.view(), std::move(reason));
     XML_StopParser(parser_, XML_FALSE);
   }
 
@@ -94,6 +117,7 @@ class Reception {
   Tree::Parsed& parsed_;
   TreeBuilder builder_;
   ParseError refusal_;
+  int declaredAttributes_ = 0;
 };
 
 struct ParserDeleter {
@@ -101,19 +125,42 @@ struct ParserDeleter {
 };
 using ParserPointer = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter>;
 
-/// A version-control tool leaves such lines in a file that it could not merge.
-bool isMergeMarker(BasicStringRef source, std::size_t position) {
-  const std::size_t before = position == 0 ? BasicStringRef::npos : source.rfind('\n', position - 1);
-  const BasicStringRef line = source.substr(before == BasicStringRef::npos ? 0 : before + 1, 7);
-  return line == "<<<<<<<" || line == "=======" || line == ">>>>>>>";
+std::optional<Slip> slipOf(XML_Error code) {
+  switch (code) {
+    case XML_ERROR_INVALID_TOKEN:
+    case XML_ERROR_PARTIAL_CHAR:
+    case XML_ERROR_SYNTAX:
+      return Slip::token;
+    case XML_ERROR_TAG_MISMATCH:
+      return Slip::mismatchedTag;
+    case XML_ERROR_NO_ELEMENTS:
+      return Slip::missingEnd;
+    case XML_ERROR_UNCLOSED_TOKEN:
+    case XML_ERROR_UNCLOSED_CDATA_SECTION:
+      return Slip::unclosedToken;
+    case XML_ERROR_JUNK_AFTER_DOC_ELEMENT:
+      return Slip::secondRoot;
+    case XML_ERROR_UNDEFINED_ENTITY:
+      return Slip::entity;
+    case XML_ERROR_DUPLICATE_ATTRIBUTE:
+      return Slip::attribute;
+    case XML_ERROR_BAD_CHAR_REF:
+      return Slip::character;
+    case XML_ERROR_MISPLACED_XML_PI:
+      return Slip::lateDeclaration;
+    default:
+      return std::nullopt;
+  }
 }
 
 /// The parser's own error.
-ParseError errorOf(XML_Parser parser, BasicStringRef source) {
-  ParseError error = errorAt(parser, XML_ErrorString(XML_GetErrorCode(parser)));
+ParseError errorOf(XML_Parser parser, BasicStringRef source, const std::optional<OpenElement>& open) {
+  const XML_Error code = XML_GetErrorCode(parser);
+  ParseError error = errorAt(parser, source, XML_ErrorString(code));
+  const std::optional<Slip> slip = slipOf(code);
   const auto position = static_cast<std::size_t>(std::max(XML_GetCurrentByteIndex(parser), XML_Index{0}));
-  if (isMergeMarker(source, std::min(position, source.size())))
-    error.reason += " (a merge-conflict marker stands here)";
+  const std::string hint = slip ? hintFor(*slip, source, position, open) : std::string();
+  if (!hint.empty()) error.reason += " (" + hint + ')';
   return error;
 }
 
@@ -141,7 +188,8 @@ std::optional<Tree> parseAny(Source source, ParseError& error) {
   const BasicStringRef text = parsed.source.view();
   Reception reception(parser.get(), parsed);
   if (XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()), XML_TRUE) != XML_STATUS_OK) {
-    error = reception.refusal().reason.empty() ? errorOf(parser.get(), text) : reception.refusal();
+    error = reception.refusal().reason.empty() ? errorOf(parser.get(), text, reception.open())
+                                               : reception.refusal();
     return std::nullopt;
   }
   reception.finish();

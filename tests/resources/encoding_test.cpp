@@ -54,6 +54,16 @@ TEST(AFileInUtf16, IsReadAndWrittenBackSo) {
   expectKept(littleEndian(before.substr(1)), "\xC3\xA9\xF0\x9F\x98\x80", littleEndian(after.substr(1)));
 }
 
+TEST(AFileInUtf16, IsRefusedWhenItIsCutOffAtWhateverByte) {
+  const std::string file = littleEndian(u"\uFEFF<r><t>\u00E9\U0001F600</t><n>1</n></r>");
+  MessageRecorder recorder;
+  for (std::size_t length = 0; length < file.size(); ++length) {
+    const MountedRoot root("a.xml", file.substr(0, length));
+    EXPECT_FALSE(openResource("a.xml")) << length;
+  }
+  EXPECT_EQ(recorder.messages().size(), file.size());
+}
+
 TEST(AFileInLatin1, IsReadAndWrittenBackSoWithReferencesForOtherCharacters) {
   expectKept("<?xml version='1.0' encoding=\"ISO-8859-1\"?><r><t>\xE9</t><n>1</n></r>", "\xC3\xA9",
              "<?xml version='1.0' encoding=\"ISO-8859-1\"?><r><t>\xE9</t><n>\xE9&#8364;&#128512;</n></r>");
@@ -82,8 +92,9 @@ TEST(BytesThatAreNotOfTheEncoding, AreRefused) {
   const std::string half = littleEndian(u"\uFEFF<r>") + "\x00\xD8"s + littleEndian(u"</r>");
   const std::string odd = littleEndian(u"\uFEFF<r/>") + " ";
   const std::string high = "<?xml version='1.0' encoding='us-ascii'?><r>\xE9</r>";
-  const std::vector<std::string> reasons = {"not valid UTF-16 at byte 8", "not valid UTF-16 at byte 10",
-                                            "not valid ASCII at byte 44"};
+  const std::vector<std::string> reasons = {"not valid UTF-16 at byte 8 (line 1, column 4)",
+                                            "not valid UTF-16 at byte 10 (line 1, column 5)",
+                                            "not valid ASCII at byte 44 (line 1, column 45)"};
   auto reason = reasons.begin();
   for (const std::string& bad : {half, odd, high}) {
     const MountedRoot root("a.xml", bad);
