@@ -35,7 +35,7 @@ BasicStringRef Tree::leadOf(NodeIndex node) const {
 }
 
 std::string Tree::leadForChild(NodeIndex node, const Content& content) const {
-  if (!content.children.empty()) return std::string(lineOf(leadOf(content.children.back().node)));
+  if (!content.children.empty()) return std::string(lineOf(trailingSpace(content.children.back().before)));
   if (content.emptied) return std::string(lineOf(content.emptied->before));
   return leadForFirstChild(node);
 }

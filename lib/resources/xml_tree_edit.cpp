@@ -11,11 +11,12 @@ bool hasLineEnd(BasicStringRef text) {
 }
 
 /// What of the gap in front of a removed child stays: comments, instructions and text, but not the white
-/// space that set the child off.
-BasicStringRef keptOf(BasicStringRef gap) {
+/// space that set the child off, unless it alone parts a text from what is `next`.
+BasicStringRef keptOf(BasicStringRef gap, BasicStringRef next) {
   const BasicStringRef rest = gap.substr(0, gap.size() - trailingSpace(gap).size());
   const bool isMarkup = rest.ends_with("-->") || rest.ends_with("?>");
-  return rest.empty() || isMarkup ? rest : gap;
+  const bool isParted = !next.empty() && isSpace(next.front());
+  return rest.empty() || isMarkup || isParted ? rest : gap;
 }
 
 /// Puts `raw` in the place of the first text in a gap and takes out the other texts.
@@ -152,7 +153,7 @@ void Tree::takeOut(Content& content, std::size_t place) {
   const Child removed = content.children[place];
   const bool isLast = place + 1 == content.children.size();
   BasicStringRef& next = isLast ? content.tail : content.children[place + 1].before;
-  const BasicStringRef kept = keptOf(removed.before);
+  const BasicStringRef kept = keptOf(removed.before, next);
   if (kept.empty() && !isLast && hasLineEnd(removed.before) && trimmed(next).empty() && !hasLineEnd(next)) {
     next = removed.before;  // the next child stood on the removed one's line, and keeps it
   } else {

@@ -243,7 +243,8 @@ TEST(RemovingASection, LeavesNoBlankLineAndKeepsTheRest) {
       {"with an instruction in front", "<r>\n  <?of a?>\n  <a/>\n</r>", "a", "<r>\n  <?of a?>\n</r>"},
       {"on the line of the next", "<r>\n  <a/><b/>\n</r>", "a", "<r>\n  <b/>\n</r>"},
       {"within a line", "<r><a/><b/></r>", "b", "<r><a/></r>"},
-      {"among text", "<r>one <a/> two</r>", "a", "<r>one  two</r>"},
+      {"among text", "<r>one <a/> two</r>", "a", "<r>one two</r>"},
+      {"that alone parts texts", "<r>one <a/>two</r>", "a", "<r>one two</r>"},
       {"of a deeper path", "<r>\n  <a>\n    <b/>\n    <c/>\n  </a>\n</r>", "a/b",
        "<r>\n  <a>\n    <c/>\n  </a>\n</r>"},
       {"that is not there", "<r>\n  <a/>\n</r>", "b", "<r>\n  <a/>\n</r>"},
@@ -313,6 +314,26 @@ TEST(ASectionThatIsEmptiedAndFilledAgain, LooksAsBefore) {
     for (const char* value : {"1", "2"}) states->appendChild("state")->setValue(value);
   };
   EXPECT_EQ(edited(before, rewrite), before);
+}
+
+TEST(ASectionThatIsEmptiedAndFilledAgain, LooksAsBeforeWithTextBesideItsChildren) {
+  const auto rewrite = [](Tal::DataSection& root) {
+    const Section section = root.openSection("s");
+    section->deleteSections("a");
+    for (int i = 0; i < 2; ++i) section->appendChild("a");
+  };
+  const std::string before = "<r>\n  <s>text\n    <a/>\n    <a/>\n  </s>\n</r>\n";
+  EXPECT_EQ(edited(before, rewrite), before);
+  const std::string once = edited("<r>\n  <s>text <a/> <a/> </s><t> <b/></t>\n</r>\n", rewrite);
+  EXPECT_EQ(edited(once, rewrite), once) << "or it grows with every save";
+}
+
+TEST(ANewSection, StandsOnALineOfItsOwnWhenTheLastOneCameToDoSo) {
+  const auto exchange = [](Tal::DataSection& root) {
+    root.deleteSection("a");
+    root.appendChild("c");
+  };
+  EXPECT_EQ(edited("<r>\n  <a/><b/>\n</r>", exchange), "<r>\n  <b/>\n  <c/>\n</r>");
 }
 
 TEST(AnEditThatIsTakenBack, LeavesTheFileAsItWas) {
