@@ -12,11 +12,12 @@ Action actionOf(bool wasThere, bool isThere) {
 
 }  // namespace
 
-void ChangeCollector::note(std::size_t root, const std::string& name, bool wasThere, bool isThere) {
+void ChangeCollector::note(std::size_t root, const std::string& name, bool wasThere, bool isThere,
+                           bool isDoubtful) {
   const std::lock_guard lock(mutex_);
-  Change& change = changes_.try_emplace({root, name}, Change{wasThere, isThere, 0}).first->second;
+  Change& change = changes_.try_emplace({root, name}, Change{wasThere, isThere, false}).first->second;
   change.isThere = isThere;
-  change.sequence = ++found_;
+  change.isDoubtful = change.isDoubtful || isDoubtful;
 }
 
 void ChangeCollector::noteProblem(const std::string& text) {
@@ -25,18 +26,13 @@ void ChangeCollector::noteProblem(const std::string& text) {
   isProblemKnown_ = true;
 }
 
-std::uint64_t ChangeCollector::found() const {
-  const std::lock_guard lock(mutex_);
-  return found_;
-}
-
 std::vector<ResourceChange> ChangeCollector::take() {
   const std::lock_guard lock(mutex_);
   std::vector<ResourceChange> taken;
   for (const auto& [place, change] : changes_) {
     if (!change.wasThere && !change.isThere) continue;
     taken.push_back(
-        {roots_[place.first], place.second, actionOf(change.wasThere, change.isThere), change.sequence});
+        {roots_[place.first], place.second, actionOf(change.wasThere, change.isThere), change.isDoubtful});
   }
   changes_.clear();
   return taken;

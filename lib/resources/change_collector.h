@@ -3,7 +3,6 @@
 #include <resources/resource_modification_notifier.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <map>
 #include <mutex>
 #include <string>
@@ -19,14 +18,11 @@ class ChangeCollector {
   /// `roots` are the native paths of the roots.
   explicit ChangeCollector(std::vector<std::string> roots) : roots_(std::move(roots)) {}
 
-  /// Notes a change of the resource `name` below a root.
-  void note(std::size_t root, const std::string& name, bool wasThere, bool isThere);
+  /// Notes a change of the resource `name` below a root; a doubtful one does not show in the file's identity.
+  void note(std::size_t root, const std::string& name, bool wasThere, bool isThere, bool isDoubtful = false);
 
   /// Notes that something cannot be watched; only the first such problem is kept.
   void noteProblem(const std::string& text);
-
-  /// How many changes were noted so far.
-  std::uint64_t found() const;
 
   /// The changes since the last call, by root and name. One whose resource is away as it was before is none.
   std::vector<ResourceChange> take();
@@ -38,13 +34,12 @@ class ChangeCollector {
   struct Change {
     bool wasThere;
     bool isThere;
-    std::uint64_t sequence;
+    bool isDoubtful;
   };
 
   const std::vector<std::string> roots_;
-  mutable std::mutex mutex_;
+  std::mutex mutex_;
   std::map<std::pair<std::size_t, std::string>, Change> changes_;
-  std::uint64_t found_ = 0;
   std::string problem_;
   bool isProblemKnown_ = false;
 };

@@ -16,12 +16,12 @@ std::int64_t nanoseconds(const timespec& time) {
   return std::int64_t{time.tv_sec} * kSecond + std::int64_t{time.tv_nsec};
 }
 
-FileIdentity identityFrom(const struct stat& status) {
+}  // namespace
+
+FileIdentity identityIn(const struct stat& status) {
   return {status.st_dev, status.st_ino, status.st_size, nanoseconds(status.st_mtim),
           nanoseconds(status.st_ctim)};
 }
-
-}  // namespace
 
 bool isRecent(const FileIdentity& identity) {
   timespec now{};
@@ -34,13 +34,13 @@ bool isRecent(const FileIdentity& identity) {
 std::optional<FileIdentity> identityAt(const std::filesystem::path& file) {
   struct stat status {};
   if (::stat(file.c_str(), &status) != 0) return std::nullopt;
-  return identityFrom(status);
+  return identityIn(status);
 }
 
 std::optional<FileIdentity> identityOf(int descriptor) {
   struct stat status {};
   if (::fstat(descriptor, &status) != 0) return std::nullopt;
-  return identityFrom(status);
+  return identityIn(status);
 }
 
 }  // namespace Tal

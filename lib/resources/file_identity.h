@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <optional>
 
+struct stat;
+
 namespace Tal {
 
 /// What tells one version of a file from another without reading it.
@@ -19,6 +21,9 @@ struct FileIdentity {
 
 /// The identity of the file at a path, links followed; empty when there is none.
 std::optional<FileIdentity> identityAt(const std::filesystem::path& file);
+
+/// The identity in what the system said of a file.
+FileIdentity identityIn(const struct stat& status);
 
 /// The identity of an open file.
 std::optional<FileIdentity> identityOf(int descriptor);

@@ -1,9 +1,9 @@
 #include <core/format.h>
-#include <resources/atomic_file.h>
+#include <resources/folder_names.h>
 #include <resources/folder_watcher.h>
+#include <resources/passing_name.h>
 #include <resources/path_links.h>
 
-#include <dirent.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 
@@ -21,27 +21,21 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::uint32_t kFileMask = IN_MODIFY | IN_CLOSE_WRITE;
+/// What is done to a file that has lost its name is no concern of the one that took it.
 constexpr std::uint32_t kMask =
-    IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_ONLYDIR;
+    kFileMask | IN_MOVED_FROM | IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_ONLYDIR | IN_EXCL_UNLINK;
 
 /// Links may multiply the ways through a tree without end.
 constexpr std::size_t kMostFolders = 100'000;
 
+/// Watches are shared by all of a user's programs. Files of several names beyond are only looked at.
+constexpr std::size_t kMostWatchedFiles = 1000;
+
 constexpr std::size_t kBufferSize = std::size_t{64} * 1024;
 
-struct DirectoryCloser {
-  void operator()(DIR* directory) const noexcept { ::closedir(directory); }
-};
-
-std::vector<std::string> namesIn(const fs::path& folder) {
-  std::vector<std::string> names;
-  const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(folder.c_str()));
-  while (const dirent* entry = directory ? ::readdir(directory.get()) : nullptr) {
-    const std::string name = entry->d_name;
-    if (name != "." && name != "..") names.push_back(name);
-  }
-  return names;
-}
+constexpr const char* kOtherWay =
+    "; files are looked at a few times a second instead, which notices changes later";
 
 bool isLink(const fs::path& path) {
   std::error_code error;
@@ -60,17 +54,19 @@ FolderWatcher::FolderWatcher(std::vector<fs::path> roots, ChangeCollector& colle
 }
 
 void FolderWatcher::begin(bool isNews) {
-  inotify_ = Descriptor(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-  if (!inotify_) {
-    collector_.noteProblem(std::string("the resource roots cannot be watched for changes: ") +
-                           std::strerror(errno) +
-                           "; raise fs.inotify.max_user_instances, or reload by hand after a change");
-    return;
-  }
+  openQueue();
   for (std::size_t root = 0; root < roots_.size(); ++root) {
     watchAnchor(root);
     add({root, {}}, isNews);
   }
+}
+
+void FolderWatcher::openQueue() {
+  inotify_ = Descriptor(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+  if (inotify_) return;
+  const int code = errno;
+  collector_.noteProblem(std::string("the system does not tell of changes below the resource roots: ") +
+                         std::strerror(code) + kOtherWay + "; raise fs.inotify.max_user_instances");
 }
 
 std::string FolderWatcher::join(const std::string& folder, const std::string& name) {
@@ -86,19 +82,28 @@ void FolderWatcher::watchAnchor(std::size_t root) {
   const fs::path path = fs::absolute(roots_[root], error).lexically_normal();
   const fs::path named = path.has_filename() ? path : path.parent_path();
   if (error || !named.has_relative_path()) return;
-  const int descriptor = watch(named.parent_path());
-  if (descriptor >= 0) anchors_[descriptor].push_back({root, named.filename().string()});
+  // A folder above that cannot be watched is no loss: looks find the root's place.
+  const int descriptor = ::inotify_add_watch(inotify_.get(), named.parent_path().c_str(), kMask);
+  if (descriptor < 0) return;
+  std::vector<Anchor>& anchors = anchors_[descriptor];
+  const bool isKnown =
+      std::any_of(anchors.begin(), anchors.end(), [=](const Anchor& other) { return other.root == root; });
+  if (!isKnown) anchors.push_back({root, named.filename().string()});
 }
 
 int FolderWatcher::watch(const fs::path& folder) {
+  if (!inotify_) return -1;
   const int descriptor = ::inotify_add_watch(inotify_.get(), folder.c_str(), kMask);
   const int code = errno;
   if (descriptor >= 0 || code == ENOENT || code == ENOTDIR) return descriptor;
-  collector_.noteProblem("changes in \"" + escapeControls(folder.native()) +
-                         "\" and perhaps in other folders will not be noticed: " + std::strerror(code) +
-                         (code == ENOSPC ? "; raise fs.inotify.max_user_watches" : "; make it readable") +
-                         ", or reload by hand after a change");
+  collector_.noteProblem("the system does not tell of changes in \"" + escapeControls(folder.native()) +
+                         "\" and perhaps in other folders: " + std::strerror(code) + kOtherWay +
+                         (code == ENOSPC ? "; raise fs.inotify.max_user_watches" : "; make it readable"));
   return -1;
+}
+
+bool FolderWatcher::isWatched(const Folder& folder) const {
+  return watched_.contains(folder.watch);
 }
 
 void FolderWatcher::add(const Key& top, bool isNews) {
@@ -123,28 +128,45 @@ bool FolderWatcher::addOne(const Key& key, bool isNews, std::vector<Key>& below)
   }
   // Watched first, looked into second: what comes in between is then found twice rather than never.
   const int descriptor = watch(path);
-  folders_[key] = {identityOf(status), descriptor, {}};
+  Folder& folder = folders_[key];
+  folder.identity = identityOf(status);
+  folder.watch = descriptor;
   if (descriptor >= 0) watched_[descriptor].push_back(key);
-  for (const std::string& name : namesIn(path)) {
+  for (const std::string& name : namesIn(path).value_or(std::vector<std::string>())) {
     struct stat entry {};
     if (::stat((path / name).c_str(), &entry) != 0) continue;
     if (S_ISDIR(entry.st_mode)) {
       below.emplace_back(key.first, join(key.second, name));
-    } else if (S_ISREG(entry.st_mode) && !isTemporaryName(name)) {
-      addFile(key, name, isNews);
+    } else if (S_ISREG(entry.st_mode) && !isPassingName(name)) {
+      isNews ? notePresence(key, name, entry) : keep(key, name, entry);
     }
   }
   return true;
 }
 
-void FolderWatcher::addFile(const Key& folder, const std::string& name, bool isNews) {
-  if (isNews) {
-    notePresence(folder, name);
-    return;
-  }
-  folders_[folder].files.insert(name);
+void FolderWatcher::keep(const Key& folder, const std::string& name, const struct stat& status) {
+  File& file = folders_[folder].files[name];
+  file.identity = identityIn(status);
+  unwatchFile({folder, name}, file);
+  if (status.st_nlink > 1) watchFile({folder, name}, file);
   const fs::path path = pathOf(folder) / name;
   if (isLink(path)) links_[resolvedPath(path)].emplace(folder, name);
+}
+
+void FolderWatcher::watchFile(const FilePlace& place, File& file) {
+  if (!inotify_ || watchedFiles_.size() >= kMostWatchedFiles) return;
+  const fs::path path = pathOf(place.first) / place.second;
+  file.watch = ::inotify_add_watch(inotify_.get(), path.c_str(), kFileMask);
+  if (file.watch >= 0) watchedFiles_[file.watch].insert(place);
+}
+
+void FolderWatcher::unwatchFile(const FilePlace& place, File& file) {
+  const auto watched = watchedFiles_.find(std::exchange(file.watch, -1));
+  if (watched == watchedFiles_.end()) return;
+  watched->second.erase(place);
+  if (!watched->second.empty()) return;
+  ::inotify_rm_watch(inotify_.get(), watched->first);
+  watchedFiles_.erase(watched);
 }
 
 bool FolderWatcher::isAstray(const Key& key, const Identity& identity) const {
@@ -174,8 +196,9 @@ void FolderWatcher::drop(const Key& top) {
   folders_.erase(found);
 }
 
-void FolderWatcher::dropOne(const Key& key, const Folder& folder) {
+void FolderWatcher::dropOne(const Key& key, Folder& folder) {
   noteAllGone(key, folder);
+  for (auto& [name, file] : folder.files) unwatchFile({key, name}, file);
   const auto watchers = watched_.find(folder.watch);
   if (watchers == watched_.end()) return;
   std::erase(watchers->second, key);
@@ -186,7 +209,7 @@ void FolderWatcher::dropOne(const Key& key, const Folder& folder) {
 }
 
 void FolderWatcher::noteAllGone(const Key& key, const Folder& folder) {
-  for (const std::string& name : folder.files)
+  for (const auto& [name, file] : folder.files)
     collector_.note(key.first, join(key.second, name), true, false);
 }
 
@@ -212,16 +235,20 @@ void FolderWatcher::handle(const inotify_event& event) {
   if ((event.mask & IN_IGNORED) != 0) {
     watched_.erase(event.wd);
     anchors_.erase(event.wd);
+    watchedFiles_.erase(event.wd);
     return;
   }
-  if (event.len == 0) return;
+  if (event.len == 0) {
+    handleFile(event.wd, event.mask);
+    return;
+  }
   const std::string name = event.name;
   // Copies: handling an entry may take up and give up folders.
   if (const auto anchors = anchors_.find(event.wd); anchors != anchors_.end()) {
     for (const Anchor& anchor : std::vector<Anchor>(anchors->second))
       if (anchor.name == name) handleAnchor(anchor);
   }
-  if (isTemporaryName(name)) return;
+  if ((event.mask & IN_ISDIR) == 0 && isPassingName(name)) return;
   if (const auto folders = watched_.find(event.wd); folders != watched_.end()) {
     for (const Key& folder : std::vector<Key>(folders->second)) handleEntry(folder, name, event.mask);
   }
@@ -237,8 +264,20 @@ void FolderWatcher::handleAnchor(const Anchor& anchor) {
   }
 }
 
+void FolderWatcher::handleFile(int watch, std::uint32_t mask) {
+  const auto watched = watchedFiles_.find(watch);
+  if (watched == watchedFiles_.end()) return;
+  for (const auto& [folder, name] : std::set<FilePlace>(watched->second)) handleEntry(folder, name, mask);
+}
+
 void FolderWatcher::handleEntry(const Key& folder, const std::string& name, std::uint32_t mask) {
-  if (!folders_.contains(folder)) return;
+  const auto known = folders_.find(folder);
+  if (known == folders_.end()) return;
+  if ((mask & IN_MODIFY) != 0) {
+    known->second.written.insert(name);
+    return;
+  }
+  known->second.written.erase(name);
   const fs::path path = pathOf(folder) / name;
   struct stat status {};
   const bool isThere = ::stat(path.c_str(), &status) == 0;
@@ -252,7 +291,11 @@ void FolderWatcher::handleEntry(const Key& folder, const std::string& name, std:
   if (!isThere || !S_ISREG(status.st_mode)) return;
   // A new file is complete when its writer closes it; a link is when it is made.
   const bool isMadeWhole = (mask & IN_CREATE) != 0 && (status.st_nlink > 1 || isLink(path));
-  if ((mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) != 0 || isMadeWhole) notePresence(folder, name);
+  if ((mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) != 0 || isMadeWhole) {
+    notePresence(folder, name, status);
+  } else if (status.st_size == 0) {
+    known->second.written.insert(name);
+  }
 }
 
 void FolderWatcher::handleFolder(const Key& key, const struct stat& status) {
@@ -263,27 +306,33 @@ void FolderWatcher::handleFolder(const Key& key, const struct stat& status) {
 }
 
 void FolderWatcher::noteAbsence(const Key& folder, const std::string& name) {
-  if (folders_[folder].files.erase(name) != 0)
-    collector_.note(folder.first, join(folder.second, name), true, false);
+  auto& files = folders_[folder].files;
+  const auto known = files.find(name);
+  if (known == files.end()) return;
+  unwatchFile({folder, name}, known->second);
+  files.erase(known);
+  collector_.note(folder.first, join(folder.second, name), true, false);
 }
 
-void FolderWatcher::notePresence(const Key& folder, const std::string& name) {
-  const bool isNew = folders_[folder].files.insert(name).second;
-  collector_.note(folder.first, join(folder.second, name), !isNew, true);
+void FolderWatcher::notePresence(const Key& folder, const std::string& name, const struct stat& status) {
+  const auto& files = folders_[folder].files;
+  const auto known = files.find(name);
+  const bool isNew = known == files.end();
+  const bool isDoubtful = !isNew && known->second.identity == identityIn(status);
+  keep(folder, name, status);
+  collector_.note(folder.first, join(folder.second, name), !isNew, true, isDoubtful);
+  if (links_.empty()) return;
   const fs::path path = pathOf(folder) / name;
-  if (isLink(path)) {
-    links_[resolvedPath(path)].emplace(folder, name);
-  } else if (!links_.empty()) {
-    noteLinksTo(resolvedPath(path));
-  }
+  if (!isLink(path)) noteLinksTo(resolvedPath(path), status);
 }
 
-void FolderWatcher::noteLinksTo(const fs::path& file) {
+void FolderWatcher::noteLinksTo(const fs::path& file, const struct stat& status) {
   const auto found = links_.find(file);
   if (found == links_.end()) return;
-  for (const auto& [folder, name] : found->second) {
+  for (const auto& [folder, name] : std::set<FilePlace>(found->second)) {
     const bool isStillLink = folders_.contains(folder) && resolvedPath(pathOf(folder) / name) == file;
-    if (isStillLink) collector_.note(folder.first, join(folder.second, name), true, true);
+    if (!isStillLink) continue;
+    notePresence(folder, name, status);
   }
 }
 
@@ -292,6 +341,7 @@ void FolderWatcher::startOver() {
   folders_.clear();
   watched_.clear();
   anchors_.clear();
+  watchedFiles_.clear();
   links_.clear();
   begin(true);  // on a new queue: the old one ends with all its watches
 }

@@ -4,10 +4,10 @@
 
 namespace Tal {
 
-void ResourceModificationNotifier::add(ResourceModificationListener* listener, std::uint64_t found) {
+void ResourceModificationNotifier::add(ResourceModificationListener* listener) {
   const bool isThere = std::any_of(registrations_.begin(), registrations_.end(),
                                    [=](const Registration& other) { return other.listener == listener; });
-  if (!isThere && listener != nullptr) registrations_.push_back({listener, ++lastSerial_, found});
+  if (!isThere && listener != nullptr) registrations_.push_back({listener, ++lastSerial_});
 }
 
 void ResourceModificationNotifier::remove(ResourceModificationListener* listener) {
@@ -21,24 +21,20 @@ void ResourceModificationNotifier::callEach(const std::vector<Registration>& reg
     const bool isStillThere =
         std::any_of(registrations_.begin(), registrations_.end(),
                     [&](const Registration& other) { return other.serial == registration.serial; });
-    if (isStillThere) hook(*registration.listener, registration.found);
+    if (isStillThere) hook(*registration.listener);
   }
 }
 
 void ResourceModificationNotifier::deliver(const std::vector<ResourceChange>& changes) {
-  const auto latest = std::max_element(changes.begin(), changes.end(),
-                                       [](const auto& a, const auto& b) { return a.sequence < b.sequence; });
-  if (latest == changes.end()) return;
-  std::vector<Registration> concerned = registrations_;
-  std::erase_if(concerned, [&](const Registration& one) { return one.found >= latest->sequence; });
-  callEach(concerned, [](auto& listener, auto) { listener.onTriggerTaskQueue(); });
+  if (changes.empty()) return;
+  const std::vector<Registration> concerned = registrations_;
+  callEach(concerned, [](auto& listener) { listener.onTriggerTaskQueue(); });
   for (const ResourceChange& change : changes) {
-    callEach(concerned, [&change](ResourceModificationListener& listener, std::uint64_t found) {
-      if (change.sequence <= found) return;
+    callEach(concerned, [&change](ResourceModificationListener& listener) {
       listener.onResourceModified(change.basePath, change.resourceName, change.action);
     });
   }
-  callEach(concerned, [](auto& listener, auto) { listener.onTaskQueueEmpty(); });
+  callEach(concerned, [](auto& listener) { listener.onTaskQueueEmpty(); });
 }
 
 }  // namespace Tal

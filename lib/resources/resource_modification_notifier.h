@@ -13,21 +13,21 @@ struct ResourceChange {
   std::string basePath;  ///< the root that holds it
   std::string resourceName;
   ResourceModificationListener::Action action = ResourceModificationListener::Action::modified;
-  std::uint64_t sequence = 0;  ///< grows with each change found
+  bool isDoubtful = false;  ///< it may have changed, but its file's identity does not show it
 };
 
 /// The listeners of a monitor, and the only one that calls their hooks. Main thread only.
 class ResourceModificationNotifier {
  public:
-  /// Adds a listener behind the others; nothing happens when it is there already. It hears of the changes
-  /// whose sequence is above `found`.
-  void add(ResourceModificationListener* listener, std::uint64_t found);
+  /// Adds a listener behind the others; nothing happens when it is there already. It hears of the deliveries
+  /// that begin from now on.
+  void add(ResourceModificationListener* listener);
 
   /// Takes a listener out; it is called no more, by a delivery under way neither.
   void remove(ResourceModificationListener* listener);
 
-  /// Tells every listener of its changes: the hook for the beginning, one call per change, the hook for the
-  /// end; one without changes is not called. From within, a listener may add and remove listeners, itself
+  /// Tells every listener of the changes: the hook for the beginning, one call per change, the hook for the
+  /// end; nothing when there are no changes. From within, a listener may add and remove listeners, itself
   /// too, and deliver again.
   void deliver(const std::vector<ResourceChange>& changes);
 
@@ -36,7 +36,6 @@ class ResourceModificationNotifier {
   struct Registration {
     ResourceModificationListener* listener;
     std::uint64_t serial;
-    std::uint64_t found;
   };
 
   template <class Hook>

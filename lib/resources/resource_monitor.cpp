@@ -1,12 +1,15 @@
 #include <resources/report.h>
 #include <resources/resource_monitor.h>
+#include <resources/section_cache.h>
 
 #include <sys/eventfd.h>
 
 #include <poll.h>
 #include <unistd.h>
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <string>
@@ -20,6 +23,15 @@ std::vector<std::string> nativePaths(const std::vector<std::filesystem::path>& r
   for (const std::filesystem::path& root : roots) paths.push_back(root.native());
   return paths;
 }
+
+using Milliseconds = std::chrono::milliseconds;
+
+constexpr std::chrono::steady_clock::duration kLookPause = Milliseconds(250);
+constexpr std::chrono::steady_clock::duration kLongestLookPause = std::chrono::seconds(5);
+constexpr int kPauseForEachLook = 19;
+
+/// How late the thread learns that it is to end, when nothing can wake it.
+constexpr std::chrono::steady_clock::duration kStopPause = Milliseconds(50);
 
 /// Signals are the host's: its handlers must not run on a thread that it does not know.
 class BlockedSignals {
@@ -43,36 +55,42 @@ ResourceMonitor::ResourceMonitor(const std::vector<std::filesystem::path>& roots
     : collector_(nativePaths(roots)),
       watcher_(roots, collector_),
       stop_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-  if (watcher_.descriptor() < 0) return;
-  if (!stop_) {
-    collector_.noteProblem(
-        "the resource roots cannot be watched for changes: there are no more descriptors; "
-        "close some files, or reload by hand after a change");
-    return;
-  }
   const BlockedSignals blocked;
   thread_ = std::thread(&ResourceMonitor::run, this);
 }
 
 ResourceMonitor::~ResourceMonitor() {
-  if (!thread_.joinable()) return;
+  isStopping_ = true;
   const std::uint64_t one = 1;
-  while (::write(stop_.get(), &one, sizeof(one)) < 0 && errno == EINTR) {
+  while (stop_ && ::write(stop_.get(), &one, sizeof(one)) < 0 && errno == EINTR) {
   }
   thread_.join();
 }
 
 void ResourceMonitor::run() {
-  while (watcher_.descriptor() >= 0) {
+  Clock::time_point nextLook = Clock::now() + kLookPause;
+  while (!isStopping_) {
+    // A source that the system did not provide has the descriptor -1, which poll passes over.
     std::array<pollfd, 2> sources = {{{watcher_.descriptor(), POLLIN, 0}, {stop_.get(), POLLIN, 0}}};
-    if (::poll(sources.data(), sources.size(), -1) < 0 && errno != EINTR) return;
-    if (sources[1].revents != 0) return;
-    if (sources[0].revents != 0) watcher_.collect();
+    const Clock::duration pause = std::max(nextLook - Clock::now(), Clock::duration::zero());
+    const auto wait = std::chrono::ceil<Milliseconds>(stop_ ? pause : std::min(pause, kStopPause));
+    const int count = ::poll(sources.data(), sources.size(), static_cast<int>(wait.count()));
+    if (count < 0 && errno != EINTR) std::this_thread::sleep_for(wait);
+    if (count > 0 && sources[0].revents != 0) watcher_.collect();
+    if (Clock::now() >= nextLook) nextLook = look();
   }
 }
 
+ResourceMonitor::Clock::time_point ResourceMonitor::look() {
+  const Clock::time_point begin = Clock::now();
+  watcher_.collect();
+  watcher_.look();
+  const Clock::time_point end = Clock::now();
+  return end + std::clamp((end - begin) * kPauseForEachLook, kLookPause, kLongestLookPause);
+}
+
 void ResourceMonitor::addModificationListener(ResourceModificationListener* listener) {
-  notifier_.add(listener, collector_.found());
+  notifier_.add(listener);
 }
 
 void ResourceMonitor::removeModificationListener(ResourceModificationListener* listener) {
@@ -81,7 +99,11 @@ void ResourceMonitor::removeModificationListener(ResourceModificationListener* l
 
 void ResourceMonitor::pump() {
   if (const std::string problem = collector_.takeProblem(); !problem.empty()) reportRefusal(problem);
-  notifier_.deliver(collector_.take());
+  const std::vector<ResourceChange> changes = collector_.take();
+  for (const ResourceChange& change : changes) {
+    if (change.isDoubtful) SectionCache::instance().doubt(change.resourceName);
+  }
+  notifier_.deliver(changes);
 }
 
 }  // namespace Tal::FS

@@ -6,13 +6,17 @@
 #include <resources/monitor.h>
 #include <resources/resource_modification_notifier.h>
 
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <thread>
 #include <vector>
 
 namespace Tal::FS {
 
-/// The monitor of a set of roots: a thread of its own collects, the caller of pump delivers.
+/// The monitor of a set of roots: a thread of its own collects, the caller of pump delivers. The thread wakes
+/// for each change that the system tells of, and four times a second to look at every file; where a look
+/// takes long it comes less often, so that looks take a twentieth of one processor at most.
 class ResourceMonitor final : public MonitorThreadBase {
  public:
   /// From its return on, changes are noticed.
@@ -24,16 +28,21 @@ class ResourceMonitor final : public MonitorThreadBase {
   void addModificationListener(ResourceModificationListener* listener) override;
   void removeModificationListener(ResourceModificationListener* listener) override;
 
-  /// Delivers what was found since the last call, and reports what cannot be watched.
+  /// Delivers what was found since the last call, and reports once what the system does not watch.
   void pump();
 
  private:
+  using Clock = std::chrono::steady_clock;
+
   void run();
+  /// Looks at every file; returns when to do it next.
+  Clock::time_point look();
 
   ResourceModificationNotifier notifier_;
   ChangeCollector collector_;
   FolderWatcher watcher_;
-  Descriptor stop_;  ///< becomes readable when the thread is to end
+  Descriptor stop_;  ///< becomes readable when the thread is to end; none when there are no more descriptors
+  std::atomic<bool> isStopping_ = false;
   std::thread thread_;
 };
 

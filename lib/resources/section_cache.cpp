@@ -101,6 +101,13 @@ void SectionCache::clear() {
   entries_.clear();
 }
 
+void SectionCache::doubt(BasicStringRef resourceName) {
+  const auto found = entries_.find(normalisedName(resourceName));
+  if (found == entries_.end()) return;
+  found->second.refused = std::nullopt;
+  if (found->second.document) found->second.document->doubt();
+}
+
 void DataSectionCache::purge(BasicStringRef path, bool recursive) {
   SectionCache::instance().purge(path, recursive);
 }

@@ -23,6 +23,9 @@ class SectionCache {
   void discard(BasicStringRef resourceName);
   void clear();
 
+  /// The file of a resource may have changed although its identity did not: the next open reads it.
+  void doubt(BasicStringRef resourceName);
+
  private:
   struct Entry {
     SmartPointer<SectionDocument> document;

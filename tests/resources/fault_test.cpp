@@ -7,7 +7,6 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -74,16 +73,6 @@ int __wrap_fchmod(int descriptor, mode_t mode) {
 int __real_open(const char* path, int flags, mode_t mode);
 int __wrap_open(const char* path, int flags, mode_t mode) {
   return isDue("open") ? -1 : __real_open(path, flags, mode);
-}
-
-int __real_inotify_add_watch(int descriptor, const char* path, std::uint32_t mask);
-int __wrap_inotify_add_watch(int descriptor, const char* path, std::uint32_t mask) {
-  return isDue("inotify_add_watch") ? -1 : __real_inotify_add_watch(descriptor, path, mask);
-}
-
-int __real_inotify_init1(int flags);
-int __wrap_inotify_init1(int flags) {
-  return isDue("inotify_init1") ? -1 : __real_inotify_init1(flags);
 }
 
 }  // extern "C"
@@ -194,30 +183,6 @@ TEST(AFlushOfTheFolderThatFails, SaysThatTheNewFileIsThereButNotSafe) {
   s_fault = {};
   EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
   EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("may be lost in a power cut")));
-}
-
-TEST(RunningOutOfWatches, GivesOneMessageAndNoMore) {
-  const MountedRoot root("a/b/c.xml", "<r/>");
-  root.write("d/e.xml", "<r/>");
-  MessageRecorder recorder;
-  s_fault = {"inotify_add_watch", 3, ENOSPC, false, 0};
-  EXPECT_NE(root.fileSystem().getFilesystemMonitor(), nullptr);
-  s_fault = {};
-  root.fileSystem().pump();
-  root.fileSystem().pump();
-  EXPECT_THAT(recorder.texts(), ElementsAre(AllOf(HasSubstr("will not be noticed: No space left on device"),
-                                                  HasSubstr("raise fs.inotify.max_user_watches"))));
-}
-
-TEST(ASystemWithoutWatching, GivesOneMessage) {
-  const MountedRoot root("a.xml", "<r/>");
-  MessageRecorder recorder;
-  s_fault = {"inotify_init1", 1, EMFILE, false, 0};
-  EXPECT_NE(root.fileSystem().getFilesystemMonitor(), nullptr);
-  s_fault = {};
-  root.fileSystem().pump();
-  root.fileSystem().pump();
-  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("cannot be watched for changes: Too many open files")));
 }
 
 }  // namespace

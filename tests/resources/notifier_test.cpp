@@ -21,8 +21,7 @@ using Action = Tal::ResourceModificationListener::Action;
 
 std::vector<ResourceChange> changesOf(const std::vector<std::string>& names) {
   std::vector<ResourceChange> changes;
-  for (const std::string& name : names)
-    changes.push_back({"/root", name, Action::modified, changes.size() + 1});
+  for (const std::string& name : names) changes.push_back({"/root", name, Action::modified, false});
   return changes;
 }
 
@@ -33,9 +32,9 @@ TEST(ADelivery, ReachesTheListenersInTheOrderOfTheirRegistration) {
   first.onCall = [&] { order.emplace_back("first"); };
   second.onCall = [&] { order.emplace_back("second"); };
   ResourceModificationNotifier notifier;
-  notifier.add(&first, 0);
-  notifier.add(&second, 0);
-  notifier.add(&first, 0);
+  notifier.add(&first);
+  notifier.add(&second);
+  notifier.add(&first);
   notifier.deliver(changesOf({"a", "b"}));
   EXPECT_THAT(order, ElementsAre("first", "second", "first", "second"));
 }
@@ -45,8 +44,8 @@ TEST(ADelivery, DoesNotReachAListenerThatIsTakenOutMeanwhile) {
   RecordingListener second;
   ResourceModificationNotifier notifier;
   first.onCall = [&] { notifier.remove(&second); };
-  notifier.add(&first, 0);
-  notifier.add(&second, 0);
+  notifier.add(&first);
+  notifier.add(&second);
   notifier.deliver(changesOf({"a"}));
   EXPECT_THAT(first.calls, ElementsAre("modified a"));
   EXPECT_THAT(second.calls, IsEmpty());
@@ -57,8 +56,8 @@ TEST(ADelivery, SurvivesAListenerThatTakesItselfOut) {
   RecordingListener second;
   ResourceModificationNotifier notifier;
   first.onCall = [&] { notifier.remove(&first); };
-  notifier.add(&first, 0);
-  notifier.add(&second, 0);
+  notifier.add(&first);
+  notifier.add(&second);
   notifier.deliver(changesOf({"a", "b"}));
   EXPECT_THAT(first.calls, ElementsAre("modified a"));
   EXPECT_THAT(second.calls, ElementsAre("modified a", "modified b"));
@@ -69,13 +68,13 @@ TEST(ADelivery, DoesNotTakeANewListenerForOneThatLeftTheSamePlace) {
   auto* second = new (place) RecordingListener;
   RecordingListener first;
   ResourceModificationNotifier notifier;
-  notifier.add(&first, 0);
-  notifier.add(second, 0);
+  notifier.add(&first);
+  notifier.add(second);
   first.onCall = [&] {
     notifier.remove(second);
     second->~RecordingListener();
     second = new (place) RecordingListener;
-    notifier.add(second, 2);
+    notifier.add(second);
     first.onCall = [] {};
   };
   notifier.deliver(changesOf({"a", "b"}));
@@ -86,21 +85,13 @@ TEST(ADelivery, DoesNotTakeANewListenerForOneThatLeftTheSamePlace) {
 TEST(ADelivery, MayBeMadeFromWithinOne) {
   RecordingListener listener;
   ResourceModificationNotifier notifier;
-  notifier.add(&listener, 0);
+  notifier.add(&listener);
   listener.onCall = [&] {
     listener.onCall = [] {};
     notifier.deliver(changesOf({"inner"}));
   };
   notifier.deliver(changesOf({"outer"}));
   EXPECT_THAT(listener.calls, ElementsAre("modified outer", "modified inner"));
-}
-
-TEST(ADelivery, LeavesOutWhatWasFoundBeforeTheListenerCame) {
-  RecordingListener listener;
-  ResourceModificationNotifier notifier;
-  notifier.add(&listener, 1);
-  notifier.deliver(changesOf({"before", "after"}));
-  EXPECT_THAT(listener.calls, ElementsAre("modified after"));
 }
 
 class HookListener : public Tal::ResourceModificationListener {
@@ -119,7 +110,7 @@ class HookListener : public Tal::ResourceModificationListener {
 TEST(ADelivery, IsFramedByItsHooksAndNoneIsMadeOfNothing) {
   HookListener listener;
   ResourceModificationNotifier notifier;
-  notifier.add(&listener, 0);
+  notifier.add(&listener);
   notifier.deliver({});
   EXPECT_THAT(listener.calls, IsEmpty());
   notifier.deliver(changesOf({"a", "b"}));
@@ -149,7 +140,17 @@ TEST(TheCollector, MakesOneChangeOfWhatHappensToAResource) {
   EXPECT_THAT(taken(collector),
               ElementsAre("modified /one:a", "removed /one:gone", "added /one:z", "modified /two:b"));
   EXPECT_THAT(taken(collector), IsEmpty());
-  EXPECT_EQ(collector.found(), 9U);
+}
+
+TEST(TheCollector, KeepsADoubtAboutAResource) {
+  Tal::FS::ChangeCollector collector({"/one"});
+  collector.note(0, "a", true, true, true);
+  collector.note(0, "a", true, true);
+  collector.note(0, "b", true, true);
+  const std::vector<ResourceChange> changes = collector.take();
+  ASSERT_EQ(changes.size(), 2U);
+  EXPECT_TRUE(changes[0].isDoubtful);
+  EXPECT_FALSE(changes[1].isDoubtful);
 }
 
 TEST(TheCollector, TellsOfTheFirstProblemOnce) {

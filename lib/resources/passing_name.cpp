@@ -1,0 +1,19 @@
+#include <resources/passing_name.h>
+
+#include <algorithm>
+#include <array>
+
+namespace Tal::FS {
+namespace {
+
+constexpr std::array<BasicStringRef, 6> kEndings = {"~", ".new", ".part", ".swp", ".temp", ".tmp"};
+
+}  // namespace
+
+bool isPassingName(BasicStringRef fileName) {
+  if (fileName.starts_with('.') || fileName.starts_with('#')) return true;
+  return std::any_of(kEndings.begin(), kEndings.end(),
+                     [=](BasicStringRef ending) { return fileName.ends_with(ending); });
+}
+
+}  // namespace Tal::FS

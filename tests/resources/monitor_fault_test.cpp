@@ -1,0 +1,271 @@
+#include "reading_listener.h"
+#include "recording_listener.h"
+
+#include <support/database_deeds.h>
+#include <support/message_recorder.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdint>
+#include <fstream>
+#include <string>
+#include <vector>
+
+// The linker puts these in the place of the system's operations, in the engine's code and not in the
+// system's. The monitor's thread calls them too.
+
+namespace {
+
+std::atomic<int> s_queuesLeft = INT_MAX;
+std::atomic<int> s_watchesLeft = INT_MAX;
+std::atomic<int> s_stopsLeft = INT_MAX;
+std::atomic<bool> s_areEventsHeldBack = false;
+std::atomic<int> s_emptyReads = 0;
+
+/// Whether one more may be had; else as the system refuses it.
+bool isGranted(std::atomic<int>& left, int code) {
+  if (left > 0) {
+    --left;
+    return true;
+  }
+  errno = code;
+  return false;
+}
+
+}  // namespace
+
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker gives the names
+extern "C" {
+
+int __real_inotify_add_watch(int descriptor, const char* path, std::uint32_t mask);
+int __wrap_inotify_add_watch(int descriptor, const char* path, std::uint32_t mask) {
+  return isGranted(s_watchesLeft, ENOSPC) ? __real_inotify_add_watch(descriptor, path, mask) : -1;
+}
+
+int __real_inotify_init1(int flags);
+int __wrap_inotify_init1(int flags) {
+  return isGranted(s_queuesLeft, EMFILE) ? __real_inotify_init1(flags) : -1;
+}
+
+int __real_eventfd(unsigned count, int flags);
+int __wrap_eventfd(unsigned count, int flags) {
+  return isGranted(s_stopsLeft, EMFILE) ? __real_eventfd(count, flags) : -1;
+}
+
+ssize_t __real_read(int descriptor, void* into, std::size_t size);
+ssize_t __wrap_read(int descriptor, void* into, std::size_t size) {
+  const bool isQueue = (::fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0 && size == std::size_t{64} * 1024;
+  if (isQueue && s_areEventsHeldBack) {
+    ::usleep(1000);  // the queue stays readable, and its reader must not take the whole processor
+    errno = EAGAIN;
+    return -1;
+  }
+  const ssize_t result = __real_read(descriptor, into, size);
+  if (isQueue && result < 0) ++s_emptyReads;
+  return result;
+}
+
+}  // extern "C"
+// NOLINTEND(bugprone-reserved-identifier)
+
+namespace {
+
+using support::MessageRecorder;
+using support::Stage;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+/// The system has no more than so many of each, as long as this is alive.
+class Scarcity {
+ public:
+  Scarcity(int queues, int watches, int stops = INT_MAX) {
+    s_queuesLeft = queues;
+    s_watchesLeft = watches;
+    s_stopsLeft = stops;
+  }
+  ~Scarcity() {
+    s_queuesLeft = INT_MAX;
+    s_watchesLeft = INT_MAX;
+    s_stopsLeft = INT_MAX;
+  }
+  Scarcity(const Scarcity&) = delete;
+  Scarcity& operator=(const Scarcity&) = delete;
+};
+
+class AChangeThatTheSystemDoesNotTell : public testing::TestWithParam<support::Deed> {};
+
+TEST_P(AChangeThatTheSystemDoesNotTell, IsFollowedByLooking) {
+  const MessageRecorder messages;
+  const Scarcity scarcity(0, 0);
+  Stage stage;
+  GetParam().prepare(stage);
+  const ReadingListener listener(stage);
+  expectToBeFollowed(GetParam(), stage, listener.reads);
+}
+
+/// All but the one that shows neither in the file's times nor in its size, only in the end of the mapping.
+std::vector<support::Deed> deedsThatShow() {
+  std::vector<support::Deed> deeds = support::changingDeeds();
+  std::erase_if(deeds,
+                [](const auto& deed) { return std::string("WritingMappedMemorySlowly") == deed.name; });
+  return deeds;
+}
+
+INSTANTIATE_TEST_SUITE_P(By, AChangeThatTheSystemDoesNotTell, testing::ValuesIn(deedsThatShow()),
+                         support::nameOfDeed<testing::TestParamInfo<support::Deed>>);
+
+class NoChangeToLookAt : public testing::TestWithParam<support::Deed> {};
+
+TEST_P(NoChangeToLookAt, MakesAListenerReadAgain) {
+  const MessageRecorder messages;
+  const Scarcity scarcity(0, 0);
+  Stage stage;
+  GetParam().prepare(stage);
+  const ReadingListener listener(stage);
+  expectToGoUnnoticed(GetParam(), stage, listener.reads);
+}
+
+// New permissions and names cannot be told from a write that put the times back.
+INSTANTIATE_TEST_SUITE_P(By, NoChangeToLookAt,
+                         testing::ValuesIn(support::otherDeeds().begin(), support::otherDeeds().begin() + 3),
+                         support::nameOfDeed<testing::TestParamInfo<support::Deed>>);
+
+void expectASaveToBeSeen(Stage& stage, const ReadingListener& listener, int version) {
+  stage.replace(version);
+  EXPECT_TRUE(stage.framesUntil([&] { return listener.reads.back() == version; }));
+}
+
+TEST(RunningOutOfWatches, GivesOneMessageAndChangesAreStillSeen) {
+  const MessageRecorder messages;
+  const Scarcity scarcity(INT_MAX, 2);  // the folder above the root and the root itself
+  Stage stage;
+  stage.write(1);
+  support::writeFile(stage.root("more/folders/a.xml"), "<r/>");
+  const ReadingListener listener(stage);
+  for (const int version : {2, 3}) expectASaveToBeSeen(stage, listener, version);
+  EXPECT_THAT(messages.texts(),
+              ElementsAre(AllOf(HasSubstr("perhaps in other folders: No space left on device"),
+                                HasSubstr("looked at a few times a second instead"),
+                                HasSubstr("raise fs.inotify.max_user_watches"))));
+  EXPECT_EQ(messages.messages().front().messagePriority, 5);
+}
+
+TEST(RunningOutOfWatches, InTheMiddleLeavesNewFoldersToBeLookedAt) {
+  const MessageRecorder messages;
+  Stage stage;
+  const ReadingListener listener(stage);
+  const Scarcity scarcity(INT_MAX, 0);
+  stage.write(2);
+  EXPECT_TRUE(stage.framesUntil([&] { return listener.reads.back() == 2; }));
+  expectASaveToBeSeen(stage, listener, 3);
+  EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("No space left on device")));
+}
+
+TEST(ASystemWithoutQueues, GivesOneMessageAndChangesAreStillSeen) {
+  const MessageRecorder messages;
+  const Scarcity scarcity(0, INT_MAX, 0);
+  Stage stage;
+  stage.write(1);
+  const ReadingListener listener(stage);
+  for (const int version : {2, 3}) expectASaveToBeSeen(stage, listener, version);
+  EXPECT_THAT(
+      messages.texts(),
+      ElementsAre(AllOf(HasSubstr("does not tell of changes below the resource roots: Too many open files"),
+                        HasSubstr("looked at a few times a second instead"),
+                        HasSubstr("raise fs.inotify.max_user_instances"))));
+}
+
+TEST(ASystemThatRefusedForAWhile, TellsOfChangesAgain) {
+  const MessageRecorder messages;
+  Stage stage;
+  stage.write(1);
+  auto scarcity = std::make_unique<Scarcity>(0, INT_MAX);
+  const ReadingListener listener(stage);
+  expectASaveToBeSeen(stage, listener, 2);
+  scarcity.reset();
+  s_emptyReads = 0;
+  // Only a queue that has been emptied is read in vain.
+  EXPECT_TRUE(stage.framesUntil([] { return s_emptyReads > 0; }));
+  expectASaveToBeSeen(stage, listener, 3);
+  EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("Too many open files")));
+}
+
+/// As the system itself refuses: no descriptor is left while the monitor begins.
+TEST(AProcessWithoutDescriptors, IsToldOfChangesAllTheSame) {
+  const MessageRecorder messages;
+  Stage stage;
+  stage.write(1);
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  rlimit none = before;
+  none.rlim_cur = 0;
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+  Tal::FS::fileSystem()->getFilesystemMonitor();
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+  const ReadingListener listener(stage);
+  for (const int version : {2, 3}) expectASaveToBeSeen(stage, listener, version);
+  EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("Too many open files")));
+}
+
+TEST(AnOverflowOfTheSystemsQueue, LosesNoChange) {
+  int longestQueue = 0;
+  std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> longestQueue;
+  ASSERT_GT(longestQueue, 0);
+  Stage stage;
+  stage.write(1);
+  support::writeFile(stage.root("scripts/a"), "");
+  const ReadingListener listener(stage);
+  s_areEventsHeldBack = true;
+  for (int i = 0; i <= longestQueue; ++i)
+    std::filesystem::rename(stage.root(i % 2 == 0 ? "scripts/a" : "scripts/b"),
+                            stage.root(i % 2 == 0 ? "scripts/b" : "scripts/a"));
+  stage.replace(2);
+  s_areEventsHeldBack = false;
+  EXPECT_TRUE(stage.framesUntil([&] { return listener.reads.back() == 2; }));
+  stage.letEverythingBeTold();
+  expectASaveToBeSeen(stage, listener, 3);
+  EXPECT_THAT(listener.reads, testing::Each(testing::AnyOf(1, 2, 3)));
+}
+
+void waitForAnEmptyQueue() {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (s_emptyReads == 0 && std::chrono::steady_clock::now() < deadline) ::usleep(1000);
+  EXPECT_GT(s_emptyReads, 0);
+}
+
+TEST(ALaterListener, HearsOfWhatWasNoticedButNotDelivered) {
+  WatchedRoot root("a.xml", "<r/>");
+  root.listen();
+  s_emptyReads = 0;
+  root.write("a.xml", "<r>2</r>");
+  // The thread notices the change, and then finds its queue empty.
+  waitForAnEmptyQueue();
+  RecordingListener late;
+  root.fileSystem().getFilesystemMonitor()->addModificationListener(&late);
+  EXPECT_TRUE(pumpUntil(root, [&] { return late.heard("modified a.xml"); }));
+}
+
+TEST(AListenerThatLeft, DoesNotHearOfWhatWasNoticedBefore) {
+  WatchedRoot root("a.xml", "<r/>");
+  root.listen();
+  RecordingListener leaving;
+  root.fileSystem().getFilesystemMonitor()->addModificationListener(&leaving);
+  s_emptyReads = 0;
+  root.write("a.xml", "<r>2</r>");
+  waitForAnEmptyQueue();
+  root.fileSystem().getFilesystemMonitor()->removeModificationListener(&leaving);
+  EXPECT_THAT(root.changes(), ElementsAre("modified a.xml"));
+  EXPECT_THAT(leaving.calls, IsEmpty());
+}
+
+}  // namespace
