@@ -12,8 +12,10 @@ endif()
 if(DESTRUCTIBLES_SANITIZE)
   target_compile_options(project_options INTERFACE -fsanitize=${DESTRUCTIBLES_SANITIZE}
                          -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  # With sanitizers GCC's flow analysis reports values of std::regex that are set; the other builds keep the warning.
-  target_compile_options(project_options INTERFACE -Wno-maybe-uninitialized)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # With sanitizers GCC's flow analysis reports values of std::regex that are set; the other builds keep the warning.
+    target_compile_options(project_options INTERFACE -Wno-maybe-uninitialized)
+  endif()
   target_link_options(project_options INTERFACE -fsanitize=${DESTRUCTIBLES_SANITIZE})
 endif()
 
