@@ -18,7 +18,7 @@ class ChangeCollector {
   /// `roots` are the native paths of the roots.
   explicit ChangeCollector(std::vector<std::string> roots) : roots_(std::move(roots)) {}
 
-  /// Notes a change of the resource `name` below a root; a doubtful one does not show in the file's identity.
+  /// Notes a change of the resource `name` below a root; see ResourceChange::isDoubtful.
   void note(std::size_t root, const std::string& name, bool wasThere, bool isThere, bool isDoubtful = false);
 
   /// Notes that something cannot be watched; only the first such problem is kept.

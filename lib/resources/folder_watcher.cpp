@@ -318,7 +318,8 @@ void FolderWatcher::notePresence(const Key& folder, const std::string& name, con
   const auto& files = folders_[folder].files;
   const auto known = files.find(name);
   const bool isNew = known == files.end();
-  const bool isDoubtful = !isNew && known->second.identity == identityIn(status);
+  const FileIdentity now = identityIn(status);
+  const bool isDoubtful = isRecent(now) || (!isNew && known->second.identity == now);
   keep(folder, name, status);
   collector_.note(folder.first, join(folder.second, name), !isNew, true, isDoubtful);
   if (links_.empty()) return;

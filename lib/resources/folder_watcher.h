@@ -45,8 +45,8 @@ class FolderWatcher {
   void collect();
 
   /// Looks at every file and notes what is not noted yet. A file that has changed is noted when a second look
-  /// finds it as the first one did, and not at all while events tell that somebody writes it. Takes about a
-  /// microsecond for each file.
+  /// finds it as the first one did, and not at all while events tell that somebody writes it. Takes a few
+  /// microseconds for each file.
   void look();
 
  private:

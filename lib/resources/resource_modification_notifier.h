@@ -13,7 +13,7 @@ struct ResourceChange {
   std::string basePath;  ///< the root that holds it
   std::string resourceName;
   ResourceModificationListener::Action action = ResourceModificationListener::Action::modified;
-  bool isDoubtful = false;  ///< it may have changed, but its file's identity does not show it
+  bool isDoubtful = false;  ///< the identity of its file does not show for certain that it changed
 };
 
 /// The listeners of a monitor, and the only one that calls their hooks. Main thread only.

@@ -1,5 +1,7 @@
+#include <support/mapped_file.h>
 #include <support/temporary_folder.h>
 
+#include <resources/file_identity.h>
 #include <resources/folder_watcher.h>
 
 #include <gmock/gmock.h>
@@ -8,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -21,7 +24,19 @@ using testing::IsEmpty;
 class HandWatch {
  public:
   explicit HandWatch(const TemporaryFolder& root)
-      : collector_({root.path().native()}), watcher_({root.path()}, collector_) {}
+      : root_(root.path()), collector_({root.path().native()}), watcher_({root.path()}, collector_) {}
+
+  void look() { watcher_.look(); }
+
+  /// What looks find when every change has become old enough to count.
+  std::vector<std::string> changesFoundByLooks() {
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root_)) {
+      while (Tal::isRecent(*Tal::identityAt(entry.path()))) std::this_thread::yield();
+    }
+    look();
+    look();
+    return changes();
+  }
 
   std::vector<std::string> changes() {
     watcher_.collect();
@@ -34,6 +49,7 @@ class HandWatch {
   }
 
  private:
+  fs::path root_;
   Tal::FS::ChangeCollector collector_;
   Tal::FS::FolderWatcher watcher_;
 };
@@ -82,6 +98,45 @@ TEST(TheWatcher, FindsWhatAFolderHoldsThatIsFilledAsItIsMade) {
   fs::create_directory(root / "f/c/new");
   root.write("f/c/new/g.xml", "");
   EXPECT_THAT(watch.changes(), ElementsAre("added f/c/new/g.xml"));
+}
+
+TEST(ALook, FindsNothingWhereEverythingWasTold) {
+  const TemporaryFolder root;
+  root.write("a.xml", "");
+  HandWatch watch(root);
+  root.write("a.xml", "1");
+  root.write("b/c.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml", "added b/c.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+}
+
+TEST(ALook, NotesAFileOnlyWhenItIsAsTheLookBeforeFoundIt) {
+  const TemporaryFolder root;
+  root.write("a.xml", "....");
+  root.write("b.xml", "....");
+  HandWatch watch(root);
+  const auto memory = support::mapFile(root / "a.xml", 4);
+  memory.get()[0] = '1';
+  watch.look();
+  EXPECT_THAT(watch.changes(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("modified a.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+}
+
+TEST(TheWatcher, PassesOverFilesOfTemporaryNames) {
+  const TemporaryFolder root;
+  root.write(".hidden.xml", "");
+  HandWatch watch(root);
+  for (const char* name : {"a.xml~", "a.xml.tmp", "a.xml.new", "a.xml.temp", "a.xml.part", "a.xml.swp",
+                           "#a.xml#", ".hidden.xml", ".a.xml.1-1.saving"})
+    root.write(name, "1");
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  for (const char* name : {"a.xml.bak", "tmp", "new.xml", "~a", "a#"}) root.write(name, "1");
+  EXPECT_THAT(watch.changes(),
+              ElementsAre("added a#", "added a.xml.bak", "added new.xml", "added tmp", "added ~a"));
+  fs::rename(root / "a.xml.tmp", root / "a.xml");
+  root.write(".folder/b.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("added .folder/b.xml", "added a.xml"));
 }
 
 TEST(TheWatcher, HearsOfAHardLinkThatIsMade) {

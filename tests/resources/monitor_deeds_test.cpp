@@ -6,9 +6,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <fstream>
+#include <string>
+
 namespace {
 
 using support::Stage;
+using testing::ElementsAre;
 
 class AChange : public testing::TestWithParam<support::Deed> {};
 
@@ -22,6 +27,23 @@ TEST_P(AChange, IsFollowedToItsEndByAListenerThatReads) {
 
 INSTANTIATE_TEST_SUITE_P(By, AChange, testing::ValuesIn(support::changingDeeds()),
                          support::nameOfDeed<testing::TestParamInfo<support::Deed>>);
+
+TEST(AFileThatIsBeingWritten, IsReadOnlyWhenItsWriterIsDone) {
+  Stage stage;
+  stage.write(1);
+  const ReadingListener listener(stage);
+  const std::string text = support::databaseOfVersion(2);
+  std::ofstream stream(stage.database(), std::ios::binary);
+  for (const std::size_t half : {std::size_t{0}, text.size() / 2}) {
+    stream << text.substr(half, text.size() / 2) << std::flush;
+    stage.letEverythingBeTold();
+    EXPECT_THAT(listener.reads, ElementsAre(1));
+  }
+  stream << text.substr(text.size() / 2 * 2);
+  stream.close();
+  EXPECT_TRUE(stage.framesUntil([&] { return listener.reads.size() > 1; }));
+  EXPECT_THAT(listener.reads, ElementsAre(1, 2));
+}
 
 class NoChange : public testing::TestWithParam<support::Deed> {};
 

@@ -17,6 +17,7 @@
 #include <fstream>
 #include <ostream>
 #include <thread>
+#include <utility>
 
 namespace support {
 namespace {
@@ -54,10 +55,12 @@ void exchange(const fs::path& a, const fs::path& b) {
   EXPECT_EQ(::renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE), 0);
 }
 
-/// Counts what it hears of the marks.
+/// Counts what it hears of a mark.
 class MarkListener : public Tal::ResourceModificationListener {
  public:
-  MarkListener() { Tal::FS::fileSystem()->getFilesystemMonitor()->addModificationListener(this); }
+  explicit MarkListener(std::string mark) : mark_(std::move(mark)) {
+    Tal::FS::fileSystem()->getFilesystemMonitor()->addModificationListener(this);
+  }
   ~MarkListener() override {
     Tal::FS::fileSystem()->getFilesystemMonitor()->removeModificationListener(this);
   }
@@ -69,8 +72,11 @@ class MarkListener : public Tal::ResourceModificationListener {
  protected:
   void onResourceModified(const Tal::BasicStringRef& /*basePath*/, const Tal::BasicStringRef& resourceName,
                           Action /*action*/) override {
-    if (resourceName.starts_with(kMarks)) ++count;
+    if (resourceName == mark_) ++count;
   }
+
+ private:
+  const std::string mark_;
 };
 
 void prepareFirst(Stage& stage) {
@@ -394,8 +400,9 @@ bool Stage::framesUntil(const std::function<bool()>& condition) const {
 }
 
 void Stage::letEverythingBeTold() {
-  const MarkListener listener;
-  const fs::path mark = root(fs::path(kMarks) / std::to_string(++marks_));
+  const std::string name = std::string(kMarks) + '/' + std::to_string(++marks_);
+  const fs::path mark = root(name);
+  const MarkListener listener(name);
   writeFile(mark, "-");
   EXPECT_TRUE(framesUntil([&] { return listener.count == 1; }));
   // Only a look at the files notices this, and it notes everything else before.
