@@ -11,6 +11,8 @@
 #include <system_error>
 #include <utility>
 
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
+
 namespace fuzz {
 
 namespace fs = std::filesystem;
@@ -75,6 +77,13 @@ std::string_view Input::part(std::string_view name) const {
   const auto found =
       std::find_if(parts.begin(), parts.end(), [name](const Part& part) { return part.name == name; });
   return found == parts.end() ? std::string_view() : found->bytes;
+}
+
+std::size_t mutateBytes(std::uint8_t* data, std::size_t size, std::size_t maxSize, bool isDocumentKept) {
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  const std::size_t kept = isDocumentKept ? Input(text).document.size() : 0;
+  if (kept == size) return LLVMFuzzerMutate(data, size, maxSize);
+  return kept + LLVMFuzzerMutate(data + kept, size - kept, maxSize - kept);
 }
 
 std::size_t Choices::below(std::size_t end) {

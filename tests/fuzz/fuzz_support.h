@@ -37,6 +37,10 @@ struct Input {
   std::vector<Part> parts;
 };
 
+/// Lets the fuzzer change the bytes of an input anyhow; with `isDocumentKept` only those behind its document,
+/// if there are any. Returns the new size.
+std::size_t mutateBytes(std::uint8_t* data, std::size_t size, std::size_t maxSize, bool isDocumentKept);
+
 /// Decisions drawn from bytes, one after the other; everything is the first choice when they are used up.
 class Choices {
  public:

@@ -8,8 +8,6 @@
 #include <string>
 #include <string_view>
 
-extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
-
 namespace fuzz {
 namespace {
 
@@ -188,13 +186,13 @@ class Mutation {
 std::size_t mutateJson(std::uint8_t* data, std::size_t size, std::size_t maxSize, unsigned seed) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   const std::string_view document = Input(text).document;
-  if (seed % 2 == 0) return LLVMFuzzerMutate(data, size, maxSize);
+  if (seed % 4 < 2) return mutateBytes(data, size, maxSize, seed % 4 == 0);
   json root = json::parse(document, nullptr, false);
-  if (root.is_discarded()) return LLVMFuzzerMutate(data, size, maxSize);
+  if (root.is_discarded()) return mutateBytes(data, size, maxSize, false);
   std::string changed =
-      Mutation(std::move(root), seed / 2).run().dump(-1, ' ', false, json::error_handler_t::replace);
+      Mutation(std::move(root), seed / 4).run().dump(-1, ' ', false, json::error_handler_t::replace);
   changed += text.substr(document.size());
-  if (changed.size() > maxSize) return LLVMFuzzerMutate(data, size, maxSize);
+  if (changed.size() > maxSize) return mutateBytes(data, size, maxSize, false);
   std::memcpy(data, changed.data(), changed.size());
   return changed.size();
 }

@@ -6,8 +6,6 @@
 #include <random>
 #include <string_view>
 
-extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t maxSize);
-
 namespace fuzz {
 namespace {
 
@@ -164,10 +162,10 @@ std::string storedXml(const Input& input) {
 std::size_t mutateXml(std::uint8_t* data, std::size_t size, std::size_t maxSize, unsigned seed) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
   const std::string_view document = Input(text).document;
-  if (seed % 2 == 0 || document.empty()) return LLVMFuzzerMutate(data, size, maxSize);
-  std::string changed = Mutation(std::string(document), seed / 2).run();
+  if (seed % 4 < 2 || document.empty()) return mutateBytes(data, size, maxSize, seed % 4 == 0);
+  std::string changed = Mutation(std::string(document), seed / 4).run();
   changed += text.substr(document.size());
-  if (changed.size() > maxSize) return LLVMFuzzerMutate(data, size, maxSize);
+  if (changed.size() > maxSize) return mutateBytes(data, size, maxSize, false);
   std::memcpy(data, changed.data(), changed.size());
   return changed.size();
 }
