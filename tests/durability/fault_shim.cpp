@@ -173,6 +173,7 @@ int faultShimDisarm(void) {
   return s_calls;
 }
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the system's own names are reserved ones
 int open(const char* path, int flags, ...) {
   va_list arguments;
   va_start(arguments, flags);
@@ -241,5 +242,6 @@ int mkdir(const char* path, mode_t mode) {
   if (isToFail("mkdir", path)) return -1;
   return static_cast<int>(::syscall(SYS_mkdirat, AT_FDCWD, path, mode));
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 
 }  // extern "C"

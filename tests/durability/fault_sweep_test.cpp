@@ -132,10 +132,10 @@ std::string withoutNumbers(std::string text) {
 /// The saves of a town that differ, by the version.
 class ASaveWithAFault : public testing::TestWithParam<int> {
  protected:
-  int version() const { return GetParam(); }
+  static int version() { return GetParam(); }
 
   /// "old", "new", or the text that is neither.
-  std::string stateOf(const Attempt& attempt) const {
+  static std::string stateOf(const Attempt& attempt) {
     const std::string text = attempt.text();
     if (text == Town::textOf(version() - 1)) return "old";
     return text == Town::textOf(version()) ? "new" : text;
@@ -148,13 +148,13 @@ class ASaveWithAFault : public testing::TestWithParam<int> {
                                   HasSubstr("edits are kept"), HasSubstr("save again"))));
   }
 
-  void expectNoTemporaryFile(const Attempt& attempt) const {
+  static void expectNoTemporaryFile(const Attempt& attempt) {
     EXPECT_THAT(attempt.listing(), ElementsAre("scripts", kDatabase));
   }
 
   /// Lets the n-th call go wrong, judges what became of it, and saves again when the cause is gone. False
   /// when there are not so many calls.
-  bool tryCall(const Fault& fault, int number) {
+  static bool tryCall(const Fault& fault, int number) {
     Attempt attempt(version());
     const bool isSaved = attempt.saveWith(fault, number);
     expectNoTemporaryFile(attempt);

@@ -16,7 +16,6 @@ namespace {
 namespace fs = std::filesystem;
 using cli_test::Arguments;
 using cli_test::kCrate;
-using cli_test::kDatabase;
 using cli_test::kHouse;
 using cli_test::kLamp;
 using cli_test::ProcessResult;
