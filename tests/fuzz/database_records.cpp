@@ -171,7 +171,7 @@ Records recordsOfOthers(const Records& records, std::string_view model) {
 
 std::string textOf(const Records& records) {
   std::string text;
-  for (const auto& [key, record] : records) text += key + ": " + record + '\n';
+  for (const auto& [key, record] : records) text.append(key).append(": ").append(record) += '\n';
   return text;
 }
 

@@ -36,7 +36,7 @@ struct ElementBytes::Reception {
 };
 
 ElementBytes::ElementBytes(std::string text) : text_(std::move(text)) {
-  const XML_Parser parser = XML_ParserCreate("UTF-8");
+  XML_Parser parser = XML_ParserCreate("UTF-8");
   Reception reception{parser, elements_, {}};
   XML_SetUserData(parser, &reception);
   XML_SetElementHandler(parser, Reception::start, Reception::end);

@@ -75,7 +75,7 @@ std::string writeSource(const fuzz::Input& input) {
   const bool isPacked = std::any_of(input.parts.begin(), input.parts.end(),
                                     [](const fuzz::Input::Part& part) { return part.name == "glb"; });
   const bool isGlb = isPacked || input.document.starts_with("glTF");
-  const std::string name = isGlb ? "source/in.glb" : "source/in.gltf";
+  std::string name = isGlb ? "source/in.glb" : "source/in.gltf";
   Root::instance().write("source/in.bin", input.part("bin"));
   Root::instance().write(name, isPacked ? glbOf(input) : std::string(input.document));
   return name;
@@ -98,9 +98,8 @@ struct Request {
     std::string second;
     words >> what >> first >> second;
     if (what == "rename") options.renamedMaterials.emplace_back(first, second);
-    if (what == "kind")
-      options.materialKinds.emplace_back(
-          first, static_cast<std::uint32_t>(std::strtoul(second.c_str(), nullptr, 10)));
+    const auto number = static_cast<std::uint32_t>(std::strtoul(second.c_str(), nullptr, 10));
+    if (what == "kind") options.materialKinds.emplace_back(first, number);
     if (what == "hardpoint") options.hardPoints.emplace_back(first, second);
     if (what == "bsp") options.bspMaterials.push_back(first);
     if (what == "overwrite") options.overwrite = true;

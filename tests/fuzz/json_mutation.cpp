@@ -1,7 +1,7 @@
 #include <fuzz/fuzz_support.h>
 #include <fuzz/json_mutation.h>
 
-#include <cstring>
+#include <algorithm>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <random>
@@ -42,19 +42,19 @@ constexpr const char* kValues[] = {
     "1e38",
     "1e39",
     "1e300",
-    "\"\"",
-    "\"VEC3\"",
-    "\"SCALAR\"",
-    "\"MAT4\"",
-    "\"in.bin\"",
-    "\"../in.bin\"",
-    "\"data:;base64,AAAA\"",
-    "\"data:application/octet-stream;base64,AAAAAAAAgD8AAIA/AACAPwAAgD8AAAAA\"",
-    "\"HP_1\"",
-    "\"BSP_1\"",
-    "\"n_a_1\"",
-    "\"a\\u0001\"",
-    "\"2.0\"",
+    R"("")",
+    R"("VEC3")",
+    R"("SCALAR")",
+    R"("MAT4")",
+    R"("in.bin")",
+    R"("../in.bin")",
+    R"("data:;base64,AAAA")",
+    R"("data:application/octet-stream;base64,AAAAAAAAgD8AAIA/AACAPwAAgD8AAAAA")",
+    R"("HP_1")",
+    R"("BSP_1")",
+    R"("n_a_1")",
+    R"("a\u0001")",
+    R"("2.0")",
     "[]",
     "{}",
     "[0]",
@@ -62,8 +62,8 @@ constexpr const char* kValues[] = {
     "[1,2,3]",
     "[0,0,0,1]",
     "[1,0,0,0,0,1,0,0,0,0,1,0,5,6,7,1]",
-    "{\"count\":1}",
-    "{\"POSITION\":0}"};
+    R"({"count":1})",
+    R"({"POSITION":0})"};
 constexpr const char* kNames[] = {"accessor",
                                   "accessors",
                                   "attributes",
@@ -193,7 +193,7 @@ std::size_t mutateJson(std::uint8_t* data, std::size_t size, std::size_t maxSize
       Mutation(std::move(root), seed / 4).run().dump(-1, ' ', false, json::error_handler_t::replace);
   changed += text.substr(document.size());
   if (changed.size() > maxSize) return mutateBytes(data, size, maxSize, false);
-  std::memcpy(data, changed.data(), changed.size());
+  std::copy(changed.begin(), changed.end(), data);
   return changed.size();
 }
 

@@ -31,7 +31,7 @@ std::vector<std::string> stepsOf(std::string_view path) {
 
 /// Writes a value of any type; `isRight` then tells whether it reads back.
 bool writeAny(DataSection& section, const std::string& path, Choices& choices, bool& isRight) {
-  const float number = std::bit_cast<float>(choices.number());
+  const auto number = std::bit_cast<float>(choices.number());
   bool isDone = false;
   switch (choices.below(4)) {
     case 0:

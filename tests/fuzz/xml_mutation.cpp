@@ -166,7 +166,7 @@ std::size_t mutateXml(std::uint8_t* data, std::size_t size, std::size_t maxSize,
   std::string changed = Mutation(std::string(document), seed / 4).run();
   changed += text.substr(document.size());
   if (changed.size() > maxSize) return mutateBytes(data, size, maxSize, false);
-  std::memcpy(data, changed.data(), changed.size());
+  std::copy(changed.begin(), changed.end(), data);
   return changed.size();
 }
 
