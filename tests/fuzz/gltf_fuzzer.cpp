@@ -1,8 +1,10 @@
 // A glTF file and options of its import: either all three files of the model are made, and are what the
-// import says of them, or none is made or changed and one line says why. The input is the document, .glb when
-// it begins like one, else .gltf; behind the lines "#fuzz bin",
-// "#fuzz options" and "#fuzz glb" stand its buffer "in.bin", options ("rename A B", "kind A 5",
-// "hardpoint A HP_B", "bsp A", "overwrite", "existing"), and the wish to be put into a .glb with its buffer.
+// import says of them, or none is made or changed and one line says why.
+//
+// The input is the document, .glb when it begins like one, else .gltf. Behind the line "#fuzz bin" stands its
+// buffer "in.bin", behind "#fuzz options" the options ("rename A B", "kind A 5", "hardpoint A HP_B", "bsp A",
+// "overwrite", and "existing" for files that are there before). "#fuzz glb" puts document and buffer into a
+// .glb.
 
 #include <fuzz/fuzz_support.h>
 #include <fuzz/json_mutation.h>

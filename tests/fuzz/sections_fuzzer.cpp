@@ -1,7 +1,8 @@
 // A document and edits of it: what is saved keeps every byte that no edit touched, and reads as it was
-// edited. The input is the document, and behind the line "#fuzz edits" the choices of the edits. "#fuzz
-// utf-16le" and
-// "#fuzz utf-16be" store the document in that encoding.
+// edited.
+//
+// The input is the document, and behind the line "#fuzz edits" the choices of the edits. The lines
+// "#fuzz utf-16le" and "#fuzz utf-16be" store the document in that encoding.
 
 #include <fuzz/fuzz_support.h>
 #include <fuzz/section_editor.h>
