@@ -29,7 +29,8 @@ constexpr mode_t kPermissions = 07777;
 constexpr mode_t kAnyWrite = 0222;
 constexpr mode_t kNewFile = 0666;
 constexpr std::time_t kLeftOverAge = 60;  // seconds
-constexpr int kNames = 1000;              // to be tried for a temporary file
+constexpr std::size_t kWorthACall = std::size_t{1} << 16U;
+constexpr int kNames = 1000;  // to be tried for a temporary file
 
 BasicStringRef hintFor(int code) {
   switch (code) {
@@ -94,7 +95,7 @@ class Replacement {
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
 
-  std::optional<FileFailure> run(BasicStringRef content) {
+  std::optional<FileFailure> run(const PiecedText& content) {
     if (auto failure = examine()) return failure;
     removeLeftOvers();
     if (auto failure = open()) return failure;
@@ -190,6 +191,24 @@ class Replacement {
     }
   }
 
+  /// Small pieces are gathered, so that each call to the system has something to do.
+  std::optional<FileFailure> write(const PiecedText& content) {
+    std::string gathered;
+    for (const BasicStringRef piece : content.pieces()) {
+      const bool isLarge = piece.size() >= kWorthACall;
+      if (isLarge || gathered.size() >= kWorthACall) {
+        if (auto failure = write(gathered)) return failure;
+        gathered.clear();
+      }
+      if (!isLarge) {
+        gathered += piece;
+      } else if (auto failure = write(piece)) {
+        return failure;
+      }
+    }
+    return write(gathered);
+  }
+
   std::optional<FileFailure> write(BasicStringRef content) {
     while (!content.empty()) {
       const ssize_t count =
@@ -233,7 +252,7 @@ class Replacement {
 
 }  // namespace
 
-std::optional<FileFailure> replaceFile(const fs::path& file, BasicStringRef content,
+std::optional<FileFailure> replaceFile(const fs::path& file, const PiecedText& content,
                                        std::optional<FileIdentity>* identity) {
   Replacement replacement(file);
   std::optional<FileFailure> failure = replacement.run(content);

@@ -2,6 +2,7 @@
 
 #include <core/string_ref.h>
 #include <resources/file_identity.h>
+#include <resources/pieced_text.h>
 
 #include <filesystem>
 #include <optional>
@@ -25,8 +26,11 @@ struct FileFailure {
 ///
 /// When `identity` is given it receives the identity of the new file, empty when somebody else has changed
 /// that meanwhile.
-std::optional<FileFailure> replaceFile(const std::filesystem::path& file, BasicStringRef content,
+std::optional<FileFailure> replaceFile(const std::filesystem::path& file, const PiecedText& content,
                                        std::optional<FileIdentity>* identity = nullptr);
+inline std::optional<FileFailure> replaceFile(const std::filesystem::path& file, BasicStringRef content) {
+  return replaceFile(file, PiecedText(content));
+}
 
 /// A path beside `file` that nothing else has, of a name that isTemporaryName knows.
 std::filesystem::path temporaryBeside(const std::filesystem::path& file);

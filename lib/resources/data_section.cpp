@@ -95,6 +95,12 @@ SmartPointer<DataSection> DataSection::parentOf(BasicStringRef path, BasicString
   return openSection(path.substr(0, static_cast<std::size_t>(lastStep.data() - path.data())));
 }
 
+int DataSection::findChildWith(BasicStringRef key, BasicStringRef value, int first) const {
+  for (int place = first; place < childCount(); ++place)
+    if (child(place)->readString(key) == value) return place;
+  return -1;
+}
+
 void DataSection::deleteSection(BasicStringRef name) {
   BasicStringRef last;
   if (const SmartPointer<DataSection> parent = parentOf(name, last)) parent->removeChild(last);

@@ -89,6 +89,10 @@ class DataSection : public SafeReferenceCount {
   /// tell.
   virtual std::uint64_t contentStamp() const { return 0; }
 
+  /// The place of the first child, from `first` on, whose own child `key` (a plain tag) reads as `value`; an
+  /// absent one reads as empty. -1 when there is none.
+  virtual int findChildWith(BasicStringRef key, BasicStringRef value, int first = 0) const;
+
   /// Adds an empty element behind the last child; null when `tag` cannot name an element.
   virtual SmartPointer<DataSection> appendChild(BasicStringRef tag) = 0;
 
@@ -103,9 +107,9 @@ class DataSection : public SafeReferenceCount {
 
   /// Writes the whole document to a file: with an empty name to the one that it was read from, else to that
   /// resource. The file is replaced atomically, and only when its content changes. False when it could not be
-  /// written: then the file is whole, the old one (or the new one when only its last flush to the disk failed),
-  /// the edits stay in the document, and one critical message has said what failed. Inside a SaveGroup the write waits for the group's commit, and true means only that it was
-  /// put down for it.
+  /// written: then the file is whole, the old one (or the new one when only its last flush to the disk
+  /// failed), the edits stay in the document, and one critical message has said what failed. Inside a
+  /// SaveGroup the write waits for the group's commit, and true means only that it was put down for it.
   virtual bool save(BasicStringRef fileName = {}) = 0;
 
   /// @}

@@ -8,7 +8,10 @@
 #include <resources/section_document.h>
 #include <resources/xml_parser.h>
 
-#include <functional>
+// The functions themselves, not the library that holds them.
+#define XXH_INLINE_ALL
+#include <xxhash.h>
+
 #include <system_error>
 #include <utility>
 
@@ -50,6 +53,27 @@ std::optional<Text> textOf(Xml::Source bytes, Xml::ParseError& error) {
 }
 
 }  // namespace
+
+/// What the document's file is to hold. It must not be edited meanwhile.
+class SectionDocument::Bytes {
+ public:
+  explicit Bytes(const SectionDocument& document) {
+    if (document.encoding_ == Xml::Encoding::utf8) {
+      text_ = document.tree_.pieces();
+    } else {
+      converted_ = Xml::fromUtf8(document.tree_.serialise(), document.encoding_);
+      text_ = PiecedText(converted_);
+    }
+  }
+  Bytes(const Bytes&) = delete;
+  Bytes& operator=(const Bytes&) = delete;
+
+  const PiecedText& text() const noexcept { return text_; }
+
+ private:
+  std::string converted_;
+  PiecedText text_;
+};
 
 SectionDocument::SectionDocument(std::string resourceName, std::filesystem::path file, Xml::Tree tree,
                                  Xml::Encoding encoding, std::optional<FileIdentity> identity)
@@ -100,7 +124,7 @@ bool SectionDocument::isCurrent(const FileIdentity& now) {
   if (!isRecent_) return true;
   FileContent content;
   const bool isRead = readFile(file_, Xml::kLargestSource, content).empty();
-  if (!isRead || !isBase(content.bytes.view())) return false;
+  if (!isRead || !isBase(PiecedText(content.bytes.view()))) return false;
   noteIdentity(content.identity);
   return true;
 }
@@ -119,9 +143,10 @@ bool SectionDocument::write(BasicStringRef resourceName) {
 
 bool SectionDocument::writeOwn() {
   oweSave();
-  const std::string bytes = bytesNow();
-  if (const std::optional<FileIdentity> now = identityAt(file_)) {
-    if (now != identity_ && !adoptFile(bytes)) return false;
+  const Bytes now(*this);
+  const PiecedText& bytes = now.text();
+  if (const std::optional<FileIdentity> identity = identityAt(file_)) {
+    if (identity != identity_ && !adoptFile(bytes)) return false;
     if (!isFlushOwed_ && isBase(bytes)) {
       noteSaved();
       return true;
@@ -130,16 +155,16 @@ bool SectionDocument::writeOwn() {
   return replaceOwn(bytes);
 }
 
-bool SectionDocument::adoptFile(BasicStringRef bytes) {
+bool SectionDocument::adoptFile(const PiecedText& bytes) {
   FileContent content;
   if (const std::string failure = readFile(file_, Xml::kLargestSource, content); !failure.empty()) {
     reportFailedSave(resourceName_, failure);
     return false;
   }
   const BasicStringRef onDisk = content.bytes.view();
-  const bool isOurs = isBase(onDisk) || onDisk == bytes;
+  const bool isOurs = isBase(PiecedText(onDisk)) || bytes == onDisk;
   noteIdentity(content.identity);
-  base_ = fingerprintOf(onDisk);
+  base_ = fingerprintOf(PiecedText(onDisk));
   if (isOurs) return true;
   reportFailedSave(
       resourceName_,
@@ -148,18 +173,22 @@ bool SectionDocument::adoptFile(BasicStringRef bytes) {
   return false;
 }
 
-SectionDocument::Fingerprint SectionDocument::fingerprintOf(BasicStringRef bytes) {
-  return {bytes.size(), std::hash<BasicStringRef>()(bytes)};
+SectionDocument::Fingerprint SectionDocument::fingerprintOf(const PiecedText& bytes) {
+  XXH3_state_t state;
+  XXH3_128bits_reset(&state);
+  for (const BasicStringRef piece : bytes.pieces()) XXH3_128bits_update(&state, piece.data(), piece.size());
+  const XXH128_hash_t hash = XXH3_128bits_digest(&state);
+  return {bytes.size(), hash.low64, hash.high64};
 }
 
-bool SectionDocument::isBase(BasicStringRef bytes) const {
-  if (base_) return bytes.size() == base_->size && fingerprintOf(bytes).hash == base_->hash;
+bool SectionDocument::isBase(const PiecedText& bytes) const {
+  if (base_) return bytes.size() == base_->size && fingerprintOf(bytes) == *base_;
   if (!identity_) return false;
   if (encoding_ == Xml::Encoding::utf8) return bytes == tree_.source();
   return bytes == Xml::fromUtf8(std::string(tree_.source()), encoding_);
 }
 
-bool SectionDocument::replaceOwn(BasicStringRef bytes) {
+bool SectionDocument::replaceOwn(const PiecedText& bytes) {
   std::error_code error;  // a folder that cannot be made makes the next step fail, which says why
   std::filesystem::create_directories(file_.parent_path(), error);
   std::optional<FileIdentity> identity;
@@ -190,10 +219,11 @@ bool SectionDocument::writeOther(BasicStringRef resourceName) const {
                      "it has no place below the resource roots; give another name");
     return false;
   }
-  const std::string bytes = bytesNow();
+  const Bytes now(*this);
+  const PiecedText& bytes = now.text();
   FileContent content;
   const bool isThere = identityAt(*file) && readFile(*file, Xml::kLargestSource, content).empty();
-  if (isThere && content.bytes.view() == bytes) return true;
+  if (isThere && bytes == content.bytes.view()) return true;
   std::error_code error;
   std::filesystem::create_directories(file->parent_path(), error);
   const std::optional<FileFailure> failure = replaceFile(*file, bytes);

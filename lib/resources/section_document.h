@@ -3,6 +3,7 @@
 #include <core/reference_count.h>
 #include <core/smart_pointer.h>
 #include <resources/file_identity.h>
+#include <resources/pieced_text.h>
 #include <resources/xml_encoding.h>
 #include <resources/xml_tree.h>
 
@@ -61,12 +62,17 @@ class SectionDocument : public SafeReferenceCount {
   bool write(BasicStringRef resourceName);
 
  private:
+  class Bytes;
+
   /// What a file's bytes are recognised by without keeping them.
   struct Fingerprint {
     std::size_t size;
-    std::size_t hash;
+    std::uint64_t low;
+    std::uint64_t high;
+
+    bool operator==(const Fingerprint& other) const = default;
   };
-  static Fingerprint fingerprintOf(BasicStringRef bytes);
+  static Fingerprint fingerprintOf(const PiecedText& bytes);
 
   SectionDocument(std::string resourceName, std::filesystem::path file, Xml::Tree tree,
                   Xml::Encoding encoding, std::optional<FileIdentity> identity);
@@ -75,13 +81,12 @@ class SectionDocument : public SafeReferenceCount {
   bool writeOther(BasicStringRef resourceName) const;
   /// Takes the version of the file that is there now as the one to replace. False when that cannot be read or
   /// is somebody else's work, which is reported.
-  bool adoptFile(BasicStringRef bytes);
+  bool adoptFile(const PiecedText& bytes);
   /// Whether the bytes are the version of the file that this document was last in step with.
-  bool isBase(BasicStringRef bytes) const;
-  bool replaceOwn(BasicStringRef bytes);
+  bool isBase(const PiecedText& bytes) const;
+  bool replaceOwn(const PiecedText& bytes);
   void noteIdentity(const std::optional<FileIdentity>& identity);
   void noteSaved() noexcept;
-  std::string bytesNow() const { return Xml::fromUtf8(tree_.serialise(), encoding_); }
 
   std::string resourceName_;
   std::filesystem::path file_;

@@ -48,6 +48,17 @@ SmartPointer<DataSection> XmlSection::findChild(BasicStringRef tag) const {
   return sectionOf(tree().findChild(node_, tag));
 }
 
+int XmlSection::findChildWith(BasicStringRef key, BasicStringRef value, int first) const {
+  std::string scratch;
+  const auto count = tree().childCount(node_);
+  for (auto place = static_cast<std::uint32_t>(first); place < count; ++place) {
+    const Xml::NodeIndex found = tree().findChild(tree().child(node_, place), key);
+    const BasicStringRef text = found == Xml::kNoNode ? BasicStringRef() : tree().text(found, scratch);
+    if (text == value) return static_cast<int>(place);
+  }
+  return -1;
+}
+
 std::uint64_t XmlSection::contentStamp() const {
   return document_->contentStamp();
 }

@@ -16,6 +16,7 @@ class XmlSection final : public DataSection {
   int childCount() const override;
   SmartPointer<DataSection> child(int index) const override;
   SmartPointer<DataSection> findChild(BasicStringRef tag) const override;
+  int findChildWith(BasicStringRef key, BasicStringRef value, int first) const override;
   std::uint64_t contentStamp() const override;
   SmartPointer<DataSection> appendChild(BasicStringRef tag) override;
   bool removeChild(const SmartPointer<DataSection>& child) override;

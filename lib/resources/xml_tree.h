@@ -2,6 +2,7 @@
 
 #include <core/string_ref.h>
 #include <resources/gap_vector.h>
+#include <resources/pieced_text.h>
 #include <resources/xml_tags.h>
 #include <resources/xml_text.h>
 
@@ -92,6 +93,9 @@ class Tree {
 
   /// The document's text as it stands now: the source, but for the edits.
   std::string serialise() const;
+
+  /// The same as pieces of the tree, which are valid until the next edit.
+  PiecedText pieces() const;
 
   /// How many edits were made; the tree is as parsed at 0.
   std::uint64_t revision() const noexcept { return revision_; }
@@ -185,10 +189,10 @@ class Tree {
   /// @}
   /// @name Writing
   /// @{
-  void writeStart(NodeIndex node, std::vector<Frame>& frames, std::string& out) const;
-  bool writeNextChild(std::vector<Frame>& frames, std::string& out) const;
-  void writeEnd(const Frame& frame, std::string& out) const;
-  void writeOpeningTag(const Node& node, std::string& out) const;
+  void writeStart(NodeIndex node, std::vector<Frame>& frames, PiecedText& out) const;
+  bool writeNextChild(std::vector<Frame>& frames, PiecedText& out) const;
+  void writeEnd(const Frame& frame, PiecedText& out) const;
+  void writeOpeningTag(const Node& node, PiecedText& out) const;
   /// @}
 
   Parsed parsed_;

@@ -10,10 +10,13 @@ struct Tree::Frame {
 };
 
 std::string Tree::serialise() const {
+  return pieces().joined();
+}
+
+PiecedText Tree::pieces() const {
   const BasicStringRef source = parsed_.source.view();
   const Node& root = parsed_.nodes[root_];
-  std::string out;
-  out.reserve(source.size() + source.size() / 16);
+  PiecedText out;
   out += source.substr(0, root.begin);
   std::vector<Frame> frames;
   writeStart(root_, frames, out);
@@ -28,7 +31,7 @@ std::string Tree::serialise() const {
 
 /// Writes an unchanged element whole; of a changed one what stands in front of its first child, and puts it
 /// on `frames`.
-void Tree::writeStart(NodeIndex node, std::vector<Frame>& frames, std::string& out) const {
+void Tree::writeStart(NodeIndex node, std::vector<Frame>& frames, PiecedText& out) const {
   const Node& element = parsed_.nodes[node];
   if (element.isChanged == 0) {
     out += sourceText(element.begin, endOf(element));
@@ -41,7 +44,7 @@ void Tree::writeStart(NodeIndex node, std::vector<Frame>& frames, std::string& o
   const Content& content = contentOf(node);
   const bool isEmpty = content.children.empty() && content.tail.empty();
   if (isEmpty && isAdded(element)) {
-    out += '<';
+    out += "<";
     out += tag(node);
     out += "/>";
   } else if (isEmpty && isEmptyTag(element)) {
@@ -52,23 +55,23 @@ void Tree::writeStart(NodeIndex node, std::vector<Frame>& frames, std::string& o
   }
 }
 
-void Tree::writeOpeningTag(const Node& node, std::string& out) const {
+void Tree::writeOpeningTag(const Node& node, PiecedText& out) const {
   if (isAdded(node)) {
-    out += '<';
+    out += "<";
     out += parsed_.tags.text(node.tag);
-    out += '>';
+    out += ">";
   } else if (isEmptyTag(node)) {
     BasicStringRef tag = sourceText(node.begin, node.contentBegin - 2);
     tag.remove_suffix(trailingSpace(tag).size());
     out += tag;
-    out += '>';
+    out += ">";
   } else {
     out += sourceText(node.begin, node.contentBegin);
   }
 }
 
 /// Goes on to the next child of the innermost element that has to be looked at; false when there is none.
-bool Tree::writeNextChild(std::vector<Frame>& frames, std::string& out) const {
+bool Tree::writeNextChild(std::vector<Frame>& frames, PiecedText& out) const {
   Frame& frame = frames.back();
   const Node& element = parsed_.nodes[frame.node];
   if (element.hasContent != 0) {
@@ -91,7 +94,7 @@ bool Tree::writeNextChild(std::vector<Frame>& frames, std::string& out) const {
   return false;
 }
 
-void Tree::writeEnd(const Frame& frame, std::string& out) const {
+void Tree::writeEnd(const Frame& frame, PiecedText& out) const {
   const Node& element = parsed_.nodes[frame.node];
   if (element.hasContent == 0) {
     out += sourceText(frame.written, endOf(element));
@@ -101,7 +104,7 @@ void Tree::writeEnd(const Frame& frame, std::string& out) const {
   if (isAdded(element) || isEmptyTag(element)) {
     out += "</";
     out += parsed_.tags.text(element.tag);
-    out += '>';
+    out += ">";
   } else {
     out += sourceText(element.contentEnd, endOf(element));
   }

@@ -152,6 +152,19 @@ TEST(AFileThatIsNotWellFormed, IsReportedOnceWithItsPlaceAndOpensAsNull) {
   EXPECT_THAT(recorder.texts()[0], HasSubstr("scripts/a.xml:2:8: mismatched tag"));
 }
 
+TEST(ASection, FindsTheFirstChildFromAPlaceOnWhoseChildReadsAsAValue) {
+  const MountedRoot root("a.xml",
+                         "<root><e><n>x</n></e><e/><f><n> a&amp;b </n><n>x</n></f><e><n>x</n></e></root>");
+  const auto section = openResource("a.xml");
+  EXPECT_EQ(section->findChildWith("n", "x"), 0);
+  EXPECT_EQ(section->findChildWith("n", "x", 1), 3) << "only the first child of that tag counts";
+  EXPECT_EQ(section->findChildWith("n", "a&b"), 2);
+  EXPECT_EQ(section->findChildWith("n", ""), 1) << "an absent one reads as empty";
+  EXPECT_EQ(section->findChildWith("n", "y"), -1);
+  EXPECT_EQ(section->findChildWith("n", "x", 4), -1);
+  EXPECT_EQ(section->findChildWith("no such", "x"), -1);
+}
+
 TEST(AHandle, KeepsItsDocumentAlive) {
   Tal::SmartPointer<Tal::DataSection> child;
   {

@@ -59,14 +59,12 @@ SmartPointer<DataSection> KsDestructiblesHelper::keepOneEntry(const SmartPointer
   SmartPointer<DataSection> kept;
   for (SmartPointer<DataSection> child : *root) {
     if (child->tag() == fixed_names::kTreesSection) continue;
-    int firstDuplicate = 0;
     const int count = child->childCount();
+    int firstDuplicate = 0;
     if (child->tag() == category) {
-      while (firstDuplicate < count &&
-             child->child(firstDuplicate)->readString("filename", "", 0) != modelName_) {
-        ++firstDuplicate;
-      }
-      if (firstDuplicate < count) kept = child->child(firstDuplicate++);
+      const int found = child->findChildWith("filename", modelName_);
+      if (found != -1) kept = child->child(found);
+      firstDuplicate = found != -1 ? found + 1 : count;
     }
     deleteDuplicate(child, firstDuplicate);
     hasRemoved = hasRemoved || child->childCount() != count;
@@ -187,13 +185,8 @@ void KsDestructiblesHelper::makeStatesXmlTag(const DestrStates_t& states,
 
 void KsDestructiblesHelper::deleteDuplicate(SmartPointer<DataSection>& section, int firstIndex) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::deleteDuplicate", kSource, 815);
-  for (int index = firstIndex; index < section->childCount();) {
-    const SmartPointer<DataSection> child = section->child(index);
-    if (child->readString("filename", "", 0) != modelName_) {
-      ++index;
-      continue;
-    }
-    section->removeChild(child);
+  for (int index = firstIndex; (index = section->findChildWith("filename", modelName_, index)) != -1;) {
+    section->removeChild(section->child(index));
     section->save("");
   }
 }
