@@ -102,6 +102,9 @@ std::vector<SaveWarning> Session::saveWarnings() {
 
 Outcome Session::save() {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
+  // What another program saves for this model is taken over before, or waits until this is saved.
+  const SaveLock lock(fixed_names::kDestructiblesXml);
+  if (!lock.isHeld()) return refused(kNotWritten);
   model_->refresh();
   return model_->edit([this]() -> Outcome {
     if (!openDatabase()) {

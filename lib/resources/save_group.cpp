@@ -1,5 +1,6 @@
 #include <core/debug_message.h>
 #include <core/format.h>
+#include <resources/file_system.h>
 #include <resources/save_group.h>
 #include <resources/save_queue.h>
 
@@ -22,19 +23,28 @@ bool SaveQueue::put(const SmartPointer<SectionDocument>& document, BasicStringRe
 }
 
 bool SaveQueue::lock(const std::filesystem::path& file) {
-  if (locks_.contains(file)) return true;
+  if (locks_.contains(file) || held_.contains(file)) return true;
+  std::optional<FileLock> lock = acquire(file);
+  if (lock) locks_.emplace(file, *std::move(lock));
+  return lock.has_value();
+}
+
+bool SaveQueue::hold(const std::filesystem::path& file) {
+  std::optional<FileLock> lock = acquire(file);
+  if (lock) held_.emplace(file, *std::move(lock));
+  return lock.has_value();
+}
+
+std::optional<FileLock> SaveQueue::acquire(const std::filesystem::path& file) const {
   std::string holder;
   std::optional<FileLock> lock = FileLock::acquire(file, patience_, holder);
-  if (lock) {
-    locks_.emplace(file, *std::move(lock));
-    return true;
-  }
+  if (lock) return lock;
   DebugMessageHelper::criticalMessage("lib/resources/save_group", __LINE__,
                                       "cannot save %s: %s is saving it and does not come to an end; nothing "
                                       "was saved and the edits are kept: "
                                       "save again when it has ended",
                                       escapeControls(file.native()).c_str(), holder.c_str());
-  return false;
+  return std::nullopt;
 }
 
 bool SaveQueue::close(bool isCommitted) {
@@ -66,6 +76,19 @@ bool SaveGroup::commit() {
   if (!isOpen_) return true;
   isOpen_ = false;
   return SaveQueue::instance().close(true);
+}
+
+SaveLock::SaveLock(BasicStringRef resourceName) {
+  const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
+  std::string refusal;  // to be reported by who opens it
+  const auto place = fileSystem == nullptr ? std::nullopt : fileSystem->find(resourceName, &refusal);
+  if (!place) return;
+  isHeld_ = SaveQueue::instance().hold(*place);
+  if (isHeld_) file_ = *place;
+}
+
+SaveLock::~SaveLock() {
+  if (!file_.empty()) SaveQueue::instance().letGo(file_);
 }
 
 }  // namespace Tal

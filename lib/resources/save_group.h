@@ -1,5 +1,9 @@
 #pragma once
 
+#include <core/string_ref.h>
+
+#include <filesystem>
+
 namespace Tal {
 
 /// Gathers the saves of a scope: while a group is open, DataSection::save only notes the document, and each
@@ -23,6 +27,25 @@ class SaveGroup {
 
  private:
   bool isOpen_ = true;
+};
+
+/// Keeps other programs from saving a resource that is to be read first and saved then, as a SaveGroup does
+/// that is opened meanwhile. It ends with the scope, or with the first save of the resource. Main thread
+/// only, and one at a time for a resource.
+class SaveLock {
+ public:
+  /// Waits for a program that is saving it. What no root holds needs no lock.
+  explicit SaveLock(BasicStringRef resourceName);
+  ~SaveLock();
+  SaveLock(const SaveLock&) = delete;
+  SaveLock& operator=(const SaveLock&) = delete;
+
+  /// False when another program did not come to an end with its save; one critical message has named it.
+  bool isHeld() const noexcept { return isHeld_; }
+
+ private:
+  std::filesystem::path file_;
+  bool isHeld_ = true;
 };
 
 }  // namespace Tal

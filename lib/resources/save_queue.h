@@ -8,6 +8,7 @@
 #include <chrono>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,6 +28,10 @@ class SaveQueue {
   /// message, when one of them does not let go of it.
   bool lock(const std::filesystem::path& file);
 
+  /// The same until `letGo`, however many groups are opened and closed meanwhile.
+  bool hold(const std::filesystem::path& file);
+  void letGo(const std::filesystem::path& file) { held_.erase(file); }
+
   /// How long `lock` waits; for tests.
   void setPatience(std::chrono::milliseconds patience) noexcept { patience_ = patience; }
 
@@ -40,12 +45,16 @@ class SaveQueue {
   bool close(bool isCommitted);
 
  private:
+  /// Empty, with a critical message, when another program does not let go of the file.
+  std::optional<FileLock> acquire(const std::filesystem::path& file) const;
+
   using Save = std::pair<SmartPointer<SectionDocument>, std::string>;
 
   int depth_ = 0;
   bool isValueRefused_ = false;
   std::vector<Save> saves_;
-  std::map<std::filesystem::path, FileLock> locks_;
+  std::map<std::filesystem::path, FileLock> locks_;  ///< of the open group
+  std::map<std::filesystem::path, FileLock> held_;
   std::chrono::milliseconds patience_{10'000};
 };
 

@@ -1,8 +1,14 @@
 #include <authoring/session_fixture.h>
+#include <resources/file_lock.h>
 
 #include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <array>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <thread>
 
 namespace Tal::authoring {
 namespace {
@@ -183,6 +189,51 @@ class AFailedSave : public Saving {
  protected:
   AFailedSave() { writeDatabase(kOneFragile); }
 };
+
+/// Another program that is saving the database when this begins, and ends its save a moment later.
+class ProgramThatSaves {
+ public:
+  ProgramThatSaves(const support::MountedRoot& folder, const std::string& text) {
+    std::array<int, 2> ready{};
+    EXPECT_EQ(::pipe(ready.data()), 0);
+    process_ = ::fork();
+    if (process_ == 0) {
+      std::string holder;
+      const auto lock =
+          FileLock::acquire(folder / "scripts/destructibles.xml", std::chrono::seconds(9), holder);
+      const char isLocked = lock ? 1 : 0;
+      if (::write(ready[1], &isLocked, 1) != 1) ::_exit(1);
+      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+      folder.replace("scripts/destructibles.xml", text);
+      ::_exit(0);
+    }
+    char isLocked = 0;
+    EXPECT_TRUE(::read(ready[0], &isLocked, 1) == 1 && isLocked == 1);
+    ::close(ready[0]);
+    ::close(ready[1]);
+  }
+  ~ProgramThatSaves() { EXPECT_EQ(::waitpid(process_, nullptr, 0), process_); }
+  ProgramThatSaves(const ProgramThatSaves&) = delete;
+  ProgramThatSaves& operator=(const ProgramThatSaves&) = delete;
+
+ private:
+  pid_t process_ = -1;
+};
+
+TEST_F(Saving, TakesOverWhatAnotherProgramIsJustSavingForTheSameModel) {
+  writeDatabase(kOneFragile);
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  {
+    const ProgramThatSaves other(
+        root_,
+        "<root><fragiles><entry><filename>content/props/crate.model</filename><health>5</health>"
+        "<effect>fire</effect></entry></fragiles></root>");
+    expectDone(session->save());
+  }
+  EXPECT_THAT(readDatabase(), testing::AllOf(testing::HasSubstr("<health>35</health>"),
+                                             testing::HasSubstr("<effect>fire</effect>")));
+}
 
 TEST_F(AFailedSave, KeepsTheFileAndTheEditsAndMayBeTriedAgain) {
   const auto session = open(kCrate);
