@@ -168,7 +168,11 @@ SectionEditor::Change SectionEditor::setValue(const Subject& subject, const std:
   require(isSet || !isHarmless(text), "a harmless text can be set");
   requireEqual(subject.section->value(), isSet ? trimmed(text) : subject.model->value,
                "a value that was set is read, and one that was refused leaves the old one");
-  return noteValue(subject);
+  const Change change = noteValue(subject);
+  const bool isBlank = isSet && !text.empty() && trimmed(text).empty();
+  if (!change && isBlank && subject.model->isMade)  // white space is written once, and read as nothing
+    return Edit{.element = subject.path, .isTextSet = true};
+  return change;
 }
 
 SectionEditor::Change SectionEditor::append(const Subject& subject, const std::string& tag) {
@@ -183,6 +187,7 @@ SectionEditor::Change SectionEditor::noteMade(const Subject& deepest, const std:
     model->children.push_back(std::make_unique<SectionModel>());
     model = model->children.back().get();
     model->tag = step;
+    model->isMade = true;
   }
   return Edit{.element = deepest.path, .added = 1};
 }

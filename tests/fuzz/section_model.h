@@ -18,6 +18,7 @@ struct SectionModel {
   std::string value;
   /// Whether white space within the value may differ: children came or went beside its text.
   bool isLoose = false;
+  bool isMade = false;  ///< by an edit
   std::vector<Pointer> children = {};
 
   /// The section as it reads now, with everything below.
