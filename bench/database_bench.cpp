@@ -17,6 +17,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 
 namespace {
 
@@ -74,11 +75,26 @@ void selectModel(benchmark::State& state) {
   }
 }
 
+// Between two saves, also of their floor, passes a moment: a file that has just been written has a time of
+// change that does not tell one write from the next, and every open would read it.
+void pause() {
+  std::this_thread::sleep_for(std::chrono::milliseconds(25));
+}
+
+// What an editor does after a save, when the monitor tells of it.
+void hearOfTheSave(KsDestructiblesHelper& helper) {
+  pause();
+  helper.loadConfig(true);
+}
+
 void saveModel(benchmark::State& state) {
   Studio studio(countOf(state));
   KsDestructiblesHelper helper(studio.model(), bench::modelName(10), studio.disabler());
   Tal::KsDestructibleModuleDesc desc;
   for (auto _ : state) {
+    state.PauseTiming();
+    hearOfTheSave(helper);
+    state.ResumeTiming();
     desc.health = desc.health % 1000 + 1;
     helper.updateDestructibleModule("n_wall_3", desc, false);
     if (!helper.saveConfig()) state.SkipWithError("the database was not saved");
@@ -102,6 +118,7 @@ void saveModelOnly(benchmark::State& state) {
       end = Clock::now();
   });
   for (auto _ : state) {
+    hearOfTheSave(helper);
     desc.health = desc.health % 1000 + 1;
     helper.updateDestructibleModule("n_wall_0", desc, false);
     const Clock::time_point begin = Clock::now();
@@ -117,6 +134,9 @@ void writeOnce(benchmark::State& state) {
   const std::string target = studio.file();
   const std::string temporary = target + ".new";
   for (auto _ : state) {
+    state.PauseTiming();
+    pause();
+    state.ResumeTiming();
     const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
     std::size_t written = 0;
     while (written < studio.text().size()) {

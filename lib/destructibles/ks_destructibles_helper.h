@@ -337,14 +337,18 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   struct LastLoad;
   struct Tables;
   static Tables takeTables();
-  void restoreLoaded(Tables tables);
+  static void restoreLoaded(Tables tables);
   void rememberLoadedEntries() const;
+  void noteSaved(std::uint64_t stampBefore, std::uint64_t stampNow) const;
   void readAll(DataSection& root);
+  void readSaved(DataSection& root);
+  void readEntry(KsDestructibleType type, const std::string& model, DataSection& entry);
   static void readFragile(const std::string& model, const DataSection& entry);
   static void readFallingAtom(const std::string& model, const DataSection& entry);
   void readStructure(const std::string& model, DataSection& entry);
 
   // Writing.
+  bool writeToFile();
   SmartPointer<DataSection> keepOneEntry(const SmartPointer<DataSection>& root, const std::string& category,
                                          bool& hasRemoved);
   bool isRecordThere() const;

@@ -16,9 +16,16 @@ bool isKept(const SectionDocument& document) {
   return document.isEdited() || document.isSaveOwed();
 }
 
-/// Who asks to forget means edits too, but for those that he has asked to save.
+/// Who asks to forget means edits too, but for those that he has asked to save. What nobody holds and only
+/// repeats the file need not be parsed again as long as the file's bytes are the same.
 void forget(SmartPointer<SectionDocument>& document) {
-  if (document && !document->isSaveOwed()) document = nullptr;
+  if (!document || document->isSaveOwed()) return;
+  const bool isOnlyTheFile = document->refCount() == 1 && document->identity() && !document->isEdited();
+  if (isOnlyTheFile && !document->isWorn()) {
+    document->doubt();
+  } else {
+    document = nullptr;
+  }
 }
 
 SmartPointer<DataSection> rootOf(const SmartPointer<SectionDocument>& document) {

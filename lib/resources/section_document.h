@@ -47,6 +47,9 @@ class SectionDocument : public SafeReferenceCount {
   /// Makes the identity tell nothing until the file was read again.
   void doubt() noexcept { isRecent_ = true; }
 
+  /// Whether so many edits were made that the document takes much more room than if it was read anew.
+  bool isWorn() const noexcept { return tree_.revision() > kMostEdits; }
+
   /// See DataSection::contentStamp.
   std::uint64_t contentStamp();
 
@@ -62,6 +65,8 @@ class SectionDocument : public SafeReferenceCount {
   bool write(BasicStringRef resourceName);
 
  private:
+  static constexpr std::uint64_t kMostEdits = 10'000;
+
   class Bytes;
 
   /// What a file's bytes are recognised by without keeping them.

@@ -27,10 +27,11 @@ struct Library {
   std::array<std::string_view, 3> folders;
 };
 
-constexpr std::array<Library, 21> kLibraries = {{
+constexpr std::array<Library, 22> kLibraries = {{
     {"spdlog/", "spdlog", {"lib/core/"}},
     {"fmt/", "fmt", {"lib/core/", "apps/"}},
     {"expat", "expat", {"lib/resources/"}},
+    {"xxhash", "xxHash", {"lib/resources/"}},
     {"tiny_gltf", "tinygltf", {"lib/model/"}},
     {"nlohmann/", "nlohmann-json", {"lib/model/", "apps/"}},
     {"CLI/", "CLI11", {"apps/"}},

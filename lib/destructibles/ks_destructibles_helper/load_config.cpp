@@ -7,6 +7,7 @@
 #include <resources/file_system.h>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace Tal {
@@ -26,6 +27,13 @@ std::vector<std::string> splitAtSpaces(BasicStringRef text) {
     begin = text.find_first_not_of(' ', end);
   }
   return tokens;
+}
+
+// What a section's entries are; not destructible: nothing that is read.
+KsDestructibleType typeOfSection(BasicStringRef tag) {
+  if (tag == fixed_names::kTreesSection) return DT_NON_DESTRUCTIBLE;
+  if (tag == fixed_names::kFragilesSection) return DT_FRAGILE;
+  return tag == fixed_names::kFallingAtomsSection ? DT_FALLING_ATOMS : DT_STRUCTURE;
 }
 
 std::map<std::string, KsDestructibleModuleDesc> readModules(const DataSection& modules) {
@@ -68,35 +76,61 @@ bool KsDestructiblesHelper::loadConfig(bool force) {
   const std::uint64_t contentStamp = root->contentStamp();
   if (contentStamp != 0 && contentStamp == last.lastLoad.contentStamp) {
     restoreLoaded(std::move(last));
+  } else if (contentStamp != 0 && contentStamp == last.lastLoad.savedStamp) {
+    restoreLoaded(std::move(last));
+    readSaved(*root);
   } else {
     last = {};
     readAll(*root);
     s_lastLoad.contentStamp = contentStamp;
   }
+  if (s_lastLoad.lastAchievementTag) structureAchievementTag_ = *s_lastLoad.lastAchievementTag;
   loadedConfigSignal_();
   return true;
 }
 
 void KsDestructiblesHelper::readAll(DataSection& root) {
-  bool hasStructures = false;
   for (const SmartPointer<DataSection>& category : root) {
-    const BasicStringRef tag = category->tag();
-    if (tag == fixed_names::kTreesSection) continue;
-    const bool holdsFragiles = tag == fixed_names::kFragilesSection;
-    const bool holdsFallingAtoms = tag == fixed_names::kFallingAtomsSection;
-    for (const SmartPointer<DataSection>& entry : *category) {
-      const std::string model = entry->readString("filename", "", 0);
-      if (holdsFragiles) {
-        readFragile(model, *entry);
-      } else if (holdsFallingAtoms) {
-        readFallingAtom(model, *entry);
-      } else {
-        readStructure(model, *entry);
-        hasStructures = true;
-      }
-    }
+    const KsDestructibleType type = typeOfSection(category->tag());
+    if (type == DT_NON_DESTRUCTIBLE) continue;
+    for (const SmartPointer<DataSection>& entry : *category)
+      readEntry(type, entry->readString("filename", "", 0), *entry);
+    if (type == DT_STRUCTURE && category->childCount() > 0)
+      s_lastLoad.lastAchievementTag = structureAchievementTag_;
   }
-  if (hasStructures) s_lastLoad.lastAchievementTag = structureAchievementTag_;
+}
+
+void KsDestructiblesHelper::readEntry(KsDestructibleType type, const std::string& model, DataSection& entry) {
+  if (type == DT_FRAGILE) {
+    readFragile(model, entry);
+  } else if (type == DT_FALLING_ATOMS) {
+    readFallingAtom(model, entry);
+  } else {
+    readStructure(model, entry);
+  }
+}
+
+// After the tables were restored to what they were before a model was saved: that model's entries, and the
+// tag that a load leaves.
+void KsDestructiblesHelper::readSaved(DataSection& root) {
+  const std::string model = std::exchange(s_lastLoad.savedModel, {});
+  s_lastLoad.contentStamp = 0;  // until the tables are of one content again
+  s_destrStateMap.erase(model);
+  s_destrModuleMap.erase(model);
+  s_destrFragileMap.erase(model);
+  s_destrFallingAtomMap.erase(model);
+  s_lastLoad.lastAchievementTag = std::nullopt;
+  for (const SmartPointer<DataSection>& category : root) {
+    const KsDestructibleType type = typeOfSection(category->tag());
+    if (type == DT_NON_DESTRUCTIBLE) continue;
+    for (int place = category->findChildWith("filename", model); place != -1;
+         place = category->findChildWith("filename", model, place + 1))
+      readEntry(type, model, *category->child(place));
+    const int count = category->childCount();
+    if (type == DT_STRUCTURE && count > 0)
+      s_lastLoad.lastAchievementTag = category->child(count - 1)->readString("achievementTag", "", 0);
+  }
+  s_lastLoad.contentStamp = std::exchange(s_lastLoad.savedStamp, 0);
 }
 
 // The defaults of the reads differ on purpose from those of the records.

@@ -38,13 +38,24 @@ void KsDestructiblesHelper::rememberLoadedEntries() const {
                         entryOf(s_destrFragileMap, modelName_), entryOf(s_destrFallingAtomMap, modelName_)});
 }
 
+// To be called when the model's entries, and nothing else, were written into the document.
+void KsDestructiblesHelper::noteSaved(std::uint64_t stampBefore, std::uint64_t stampNow) const {
+  constexpr BasicStringRef kSpace = " \t\r\n";
+  const bool isOfLastLoad = stampBefore != 0 && stampBefore == s_lastLoad.contentStamp;
+  // A name with white space around it is read back as another.
+  const bool isKept = modelName_.empty() || (kSpace.find(modelName_.front()) == BasicStringRef::npos &&
+                                             kSpace.find(modelName_.back()) == BasicStringRef::npos);
+  s_lastLoad.savedStamp = isOfLastLoad && isKept ? stampNow : 0;
+  s_lastLoad.savedModel = modelName_;
+}
+
 KsDestructiblesHelper::Tables KsDestructiblesHelper::takeTables() {
   return {std::exchange(s_destrStateMap, {}), std::exchange(s_destrModuleMap, {}),
           std::exchange(s_destrFragileMap, {}), std::exchange(s_destrFallingAtomMap, {}),
           std::exchange(s_lastLoad, {})};
 }
 
-// Makes the tables, and this helper, what the load that filled them had made of them.
+// Makes the tables what the load that filled them had made of them.
 void KsDestructiblesHelper::restoreLoaded(Tables tables) {
   s_destrStateMap.swap(tables.states);
   s_destrModuleMap.swap(tables.modules);
@@ -58,7 +69,6 @@ void KsDestructiblesHelper::restoreLoaded(Tables tables) {
   }
   tables.lastLoad.edited.clear();
   s_lastLoad = std::move(tables.lastLoad);
-  if (s_lastLoad.lastAchievementTag) structureAchievementTag_ = *s_lastLoad.lastAchievementTag;
 }
 
 }  // namespace Tal

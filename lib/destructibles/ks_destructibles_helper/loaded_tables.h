@@ -23,6 +23,8 @@ struct KsDestructiblesHelper::LastLoad {
   std::uint64_t contentStamp = 0;  ///< see DataSection::contentStamp; 0: the tables are no load's
   std::optional<std::string> lastAchievementTag;  ///< of the last structure; empty when there was none
   std::map<std::string, Entries> edited;          ///< how the entries of the edited models were
+  std::uint64_t savedStamp = 0;                   ///< of what that content has become by saving a model
+  std::string savedModel;                         ///< whose entries alone are different there
 };
 
 /// The contents of the class-wide tables while they are out of place.

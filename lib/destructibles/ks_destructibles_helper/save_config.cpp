@@ -25,10 +25,19 @@ void writeOrRemove(DataSection& section, BasicStringRef key, const std::string& 
 bool KsDestructiblesHelper::saveConfig() {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::saveConfig", kSource, 488);
   isMissingInDestructiblesXml_ = false;
+  if (!writeToFile() || getCategoryName().empty()) return false;
+  DataSectionCache::purge(kDestructiblesXml, false);
+  loadConfig(true);
+  return true;
+}
+
+// Holds no section any more when it returns.
+bool KsDestructiblesHelper::writeToFile() {
   // The many saves below reach the disk as one.
   SaveGroup saves;
   SmartPointer<DataSection> root = FS::Utils::openSection(kDestructiblesXml, false, nullptr);
   if (!root) return false;
+  const std::uint64_t contentStamp = root->contentStamp();
   deleteDuplicate(root, 0);
   const std::string category = getCategoryName();
   const bool isNewCategory = !root->openSection(category);
@@ -46,9 +55,7 @@ bool KsDestructiblesHelper::saveConfig() {
     DataSectionCache::discard(kDestructiblesXml);
     return false;
   }
-  if (category.empty()) return false;
-  DataSectionCache::purge(kDestructiblesXml, false);
-  loadConfig(true);
+  noteSaved(contentStamp, root->contentStamp());
   return true;
 }
 
