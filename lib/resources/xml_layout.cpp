@@ -30,6 +30,12 @@ BasicStringRef indentOf(BasicStringRef line) noexcept {
 }
 
 BasicStringRef Tree::leadOf(NodeIndex node) const {
+  const NodeIndex parent = parents_[node];
+  if (parent != kNoNode && parsed_.nodes[parent].hasContent != 0) {
+    const GapVector<Child>& children = contentOf(parent).children;
+    // NOLINTNEXTLINE(readability-suspicious-call-argument)
+    if (const auto place = placeOf(parent, node)) return trailingSpace(children[*place].before);
+  }
   const Node& element = parsed_.nodes[node];
   return isAdded(element) ? contentOf(node).lead : trailingSpace(sourceText(0, element.begin));
 }

@@ -178,7 +178,7 @@ class Tree {
   /// @name Layout
   /// @{
 
-  /// The white space directly in front of an element.
+  /// The white space directly in front of an element, as the document stands now.
   BasicStringRef leadOf(NodeIndex node) const;
   /// The white space to put in front of a new last child.
   std::string leadForChild(NodeIndex node, const Content& content) const;

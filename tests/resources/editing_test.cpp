@@ -336,6 +336,19 @@ TEST(ANewSection, StandsOnALineOfItsOwnWhenTheLastOneCameToDoSo) {
   EXPECT_EQ(edited("<r>\n  <a/><b/>\n</r>", exchange), "<r>\n  <b/>\n  <c/>\n</r>");
 }
 
+TEST(ANewSection, StandsBelowItsParentAsThatStandsAfterTheEdits) {
+  const auto rewrite = [](Tal::DataSection& root) {
+    root.deleteSection("e/x");
+    const Section section = root.openSection("e/s");
+    section->removeChildren();
+    section->appendChild("a")->appendChild("b");
+  };
+  const std::string once = edited(
+      "<r>\n  <e>\n    <x/><s>\n      <a>\n        <b/>\n      </a>\n    </s>\n  </e>\n</r>\n", rewrite);
+  EXPECT_EQ(once, "<r>\n  <e>\n    <s>\n      <a>\n        <b/>\n      </a>\n    </s>\n  </e>\n</r>\n");
+  EXPECT_EQ(edited(once, rewrite), once);
+}
+
 TEST(AnEditThatIsTakenBack, LeavesTheFileAsItWas) {
   const std::string before = "<r>\n  <a/>\n  <b>1</b>\n</r>\n";
   const auto edit = [](Tal::DataSection& root) {
