@@ -165,13 +165,16 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   bool loadConfig(bool force);
 
   /// Writes the model's entry to the file, drops its other entries and reloads the tables. False when the
-  /// file could not be opened or written: then the file is whole, as it was (or, when only the last flush to
-  /// the disk failed, as it was to be), the edits stay in the tables, and a critical message has said why.
-  /// False also for a model of no category, whose entries are removed from the file all the same.
+  /// file could not be opened (a malformed one is reported once; one that is missing, by nothing but this
+  /// result) or written: then the file is whole, as it was (or, when only the last flush to the disk failed,
+  /// as it was to be), the edits stay in the tables, and a critical message has said why. False also for a
+  /// model of no category, whose entries are removed from the file all the same. A fragile or falling atom
+  /// that has no record in the tables is not written; that is no failure.
   bool saveConfig();
 
-  /// True while the tables' entries of the model differ from the file in being there or not: they were made
-  /// in memory, or removed by setAsNonDestructible, and no save was asked for since.
+  /// True since this helper made entries for its model that the tables lacked, or setAsNonDestructible
+  /// removed some; false again when a save was asked for, or the model became a fragile or falling atom that
+  /// the tables hold.
   bool isMissingInDestructiblesXml();
 
   /// Calls `slot` after every load that this helper performed.
@@ -217,8 +220,9 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// if that is not null. Names of any length are safe.
   bool hasDefaultMaterialKinds(const std::regex& pattern, std::vector<std::string>* names) const;
 
-  /// Whether a material's kind does not agree with the part number in its name; static names always agree.
-  /// All that do not are appended to `names` if that is not null.
+  /// Whether a material's kind does not agree with the part number in its name; static names always agree. A
+  /// kind of the wrong look, and any kind of a name of neither look, counts as that of part 0. All that do
+  /// not agree are appended to `names` if that is not null.
   bool hasDisorderedMaterialKinds(std::vector<std::string>* names) const;
 
   /// The kinds that vanish together with a kind; an empty list when there are none. Valid as long as the
@@ -300,7 +304,7 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// kinds; names that hold "s_" only for falling atoms); empty for an unknown state.
   std::vector<std::string> getMaterialsForState(const std::string& state);
 
-  /// The kinds of those materials, then the kinds that depend on them; duplicates are kept.
+  /// The kinds of those materials, then the kinds that these vanish together with; duplicates are kept.
   std::vector<unsigned int> getMatKindsForState(const std::string& state);
 
   /// Makes a state the current one and shows it. False when it is unknown: it is the current one all the

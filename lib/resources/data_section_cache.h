@@ -10,8 +10,7 @@ namespace Tal {
 /// change. Main thread only.
 class DataSectionCache {
  public:
-  /// Forgets the cached document of a resource, so that the next open goes by the file's bytes, whatever its
-  /// identity tells; with `recursive`
+  /// Forgets the cached document of a resource, so that the next open reads the file anew; with `recursive`
   /// also of every resource below that path. Edits that nobody has asked to save are forgotten with it, but
   /// handles on it stay valid. A document whose save failed or waits for a SaveGroup is kept.
   static void purge(BasicStringRef path, bool recursive);

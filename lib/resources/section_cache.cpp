@@ -16,16 +16,12 @@ bool isKept(const SectionDocument& document) {
   return document.isEdited() || document.isSaveOwed();
 }
 
-/// Who asks to forget means edits too, but for those that he has asked to save. What nobody holds and only
-/// repeats the file need not be parsed again as long as the file's bytes are the same.
-void forget(SmartPointer<SectionDocument>& document) {
-  if (!document || document->isSaveOwed()) return;
-  const bool isOnlyTheFile = document->refCount() == 1 && document->identity() && !document->isEdited();
-  if (isOnlyTheFile && !document->isWorn()) {
-    document->doubt();
-  } else {
-    document = nullptr;
-  }
+/// Who asks to forget means edits too, but for those that he has asked to save.
+/// The next document of the same bytes is known to have the same content.
+void forget(SectionCache::Entry& entry) {
+  if (!entry.document || entry.document->isSaveOwed()) return;
+  entry.saved = entry.document->savedContent();
+  entry.document = nullptr;
 }
 
 SmartPointer<DataSection> rootOf(const SmartPointer<SectionDocument>& document) {
@@ -71,7 +67,7 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
   if (creator != nullptr) return creator->create(resourceName);
   Entry& entry = entries_[name];
   const bool isMade = entry.document && !entry.document->identity();
-  if (!isMade) entry = {SectionDocument::make(name, *place), std::nullopt};
+  if (!isMade) entry = {SectionDocument::make(name, *place), std::nullopt, std::nullopt};
   return rootOf(entry.document);
 }
 
@@ -87,17 +83,18 @@ SmartPointer<SectionDocument> SectionCache::documentOf(const std::string& name,
   entry.document = SectionDocument::read(name, file, refusal);
   entry.refused = refusal.isOfContent ? identity : std::nullopt;
   if (!entry.document) reportRefusal(refusal.text);
+  if (entry.document && entry.saved) entry.document->recognise(*std::exchange(entry.saved, {}));
   return entry.document;
 }
 
 void SectionCache::purge(BasicStringRef resourceName, bool recursive) {
   const std::string name = normalisedName(resourceName);
-  if (const auto found = entries_.find(name); found != entries_.end()) forget(found->second.document);
+  if (const auto found = entries_.find(name); found != entries_.end()) forget(found->second);
   if (!recursive) return;
   const std::string folder = name.empty() ? name : name + '/';
   for (auto entry = entries_.lower_bound(folder); entry != entries_.end() && entry->first.starts_with(folder);
        ++entry)
-    forget(entry->second.document);
+    forget(entry->second);
 }
 
 void SectionCache::discard(BasicStringRef resourceName) {

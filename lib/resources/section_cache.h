@@ -26,12 +26,13 @@ class SectionCache {
   /// The file of a resource may have changed although its identity did not: the next open reads it.
   void doubt(BasicStringRef resourceName);
 
- private:
   struct Entry {
     SmartPointer<SectionDocument> document;
     std::optional<FileIdentity> refused;  ///< the version of the file that is no document, and was reported
+    std::optional<SectionDocument::SavedContent> saved;  ///< of the document that was forgotten last
   };
 
+ private:
   SmartPointer<SectionDocument> documentOf(const std::string& name, const std::filesystem::path& file);
 
   std::map<std::string, Entry> entries_;

@@ -54,9 +54,12 @@ std::optional<Text> textOf(Xml::Source bytes, Xml::ParseError& error) {
 
 }  // namespace
 
-/// What the document's file is to hold. It must not be edited meanwhile.
+/// What a file holds or is to hold. What it was made from must stay as it is meanwhile.
 class SectionDocument::Bytes {
  public:
+  explicit Bytes(const FileContent& file) : text_(file.bytes.view()) {}
+
+  /// What the document's own file is to hold.
   explicit Bytes(const SectionDocument& document) {
     if (document.encoding_ == Xml::Encoding::utf8) {
       text_ = document.tree_.pieces();
@@ -70,9 +73,16 @@ class SectionDocument::Bytes {
 
   const PiecedText& text() const noexcept { return text_; }
 
+  /// Computed once.
+  const Fingerprint& fingerprint() const {
+    if (!fingerprint_) fingerprint_ = fingerprintOf(text_);
+    return *fingerprint_;
+  }
+
  private:
   std::string converted_;
   PiecedText text_;
+  mutable std::optional<Fingerprint> fingerprint_;
 };
 
 SectionDocument::SectionDocument(std::string resourceName, std::filesystem::path file, Xml::Tree tree,
@@ -124,7 +134,7 @@ bool SectionDocument::isCurrent(const FileIdentity& now) {
   if (!isRecent_) return true;
   FileContent content;
   const bool isRead = readFile(file_, Xml::kLargestSource, content).empty();
-  if (!isRead || !isBase(PiecedText(content.bytes.view()))) return false;
+  if (!isRead || !isBase(Bytes(content))) return false;
   noteIdentity(content.identity);
   return true;
 }
@@ -136,6 +146,18 @@ std::uint64_t SectionDocument::contentStamp() {
   return contentStamp_ = ++lastStamp;
 }
 
+std::optional<SectionDocument::SavedContent> SectionDocument::savedContent() {
+  if (isEdited() || !base_) return std::nullopt;
+  return SavedContent{*base_, contentStamp()};
+}
+
+void SectionDocument::recognise(const SavedContent& saved) {
+  const bool isSource = encoding_ == Xml::Encoding::utf8 && tree_.source().size() == saved.bytes.size;
+  if (!isSource || fingerprintOf(PiecedText(tree_.source())) != saved.bytes) return;
+  stampedRevision_ = tree_.revision();
+  contentStamp_ = saved.stamp;
+}
+
 bool SectionDocument::write(BasicStringRef resourceName) {
   const bool isOwn = resourceName.empty() || normalisedName(resourceName) == resourceName_;
   return isOwn ? writeOwn() : writeOther(resourceName);
@@ -143,8 +165,7 @@ bool SectionDocument::write(BasicStringRef resourceName) {
 
 bool SectionDocument::writeOwn() {
   oweSave();
-  const Bytes now(*this);
-  const PiecedText& bytes = now.text();
+  const Bytes bytes(*this);
   if (const std::optional<FileIdentity> identity = identityAt(file_)) {
     if (identity != identity_ && !adoptFile(bytes)) return false;
     if (!isFlushOwed_ && isBase(bytes)) {
@@ -155,16 +176,16 @@ bool SectionDocument::writeOwn() {
   return replaceOwn(bytes);
 }
 
-bool SectionDocument::adoptFile(const PiecedText& bytes) {
+bool SectionDocument::adoptFile(const Bytes& bytes) {
   FileContent content;
   if (const std::string failure = readFile(file_, Xml::kLargestSource, content); !failure.empty()) {
     reportFailedSave(resourceName_, failure);
     return false;
   }
-  const BasicStringRef onDisk = content.bytes.view();
-  const bool isOurs = isBase(PiecedText(onDisk)) || bytes == onDisk;
+  const Bytes onDisk(content);
+  const bool isOurs = isBase(onDisk) || bytes.text() == content.bytes.view();
   noteIdentity(content.identity);
-  base_ = fingerprintOf(PiecedText(onDisk));
+  base_ = onDisk.fingerprint();
   if (isOurs) return true;
   reportFailedSave(
       resourceName_,
@@ -181,21 +202,21 @@ SectionDocument::Fingerprint SectionDocument::fingerprintOf(const PiecedText& by
   return {bytes.size(), hash.low64, hash.high64};
 }
 
-bool SectionDocument::isBase(const PiecedText& bytes) const {
-  if (base_) return bytes.size() == base_->size && fingerprintOf(bytes) == *base_;
+bool SectionDocument::isBase(const Bytes& bytes) const {
+  if (base_) return bytes.text().size() == base_->size && bytes.fingerprint() == *base_;
   if (!identity_) return false;
-  if (encoding_ == Xml::Encoding::utf8) return bytes == tree_.source();
-  return bytes == Xml::fromUtf8(std::string(tree_.source()), encoding_);
+  if (encoding_ == Xml::Encoding::utf8) return bytes.text() == tree_.source();
+  return bytes.text() == Xml::fromUtf8(std::string(tree_.source()), encoding_);
 }
 
-bool SectionDocument::replaceOwn(const PiecedText& bytes) {
+bool SectionDocument::replaceOwn(const Bytes& bytes) {
   std::error_code error;  // a folder that cannot be made makes the next step fail, which says why
   std::filesystem::create_directories(file_.parent_path(), error);
   std::optional<FileIdentity> identity;
-  const std::optional<FileFailure> failure = replaceFile(file_, bytes, &identity);
+  const std::optional<FileFailure> failure = replaceFile(file_, bytes.text(), &identity);
   if (!failure || failure->isReplaced) {
     noteIdentity(failure ? identityAt(file_) : identity);
-    base_ = fingerprintOf(bytes);
+    base_ = bytes.fingerprint();
     isFlushOwed_ = failure.has_value();
   }
   if (failure) {
@@ -219,14 +240,13 @@ bool SectionDocument::writeOther(BasicStringRef resourceName) const {
                      "it has no place below the resource roots; give another name");
     return false;
   }
-  const Bytes now(*this);
-  const PiecedText& bytes = now.text();
+  const Bytes bytes(*this);
   FileContent content;
   const bool isThere = identityAt(*file) && readFile(*file, Xml::kLargestSource, content).empty();
-  if (isThere && bytes == content.bytes.view()) return true;
+  if (isThere && bytes.text() == content.bytes.view()) return true;
   std::error_code error;
   std::filesystem::create_directories(file->parent_path(), error);
-  const std::optional<FileFailure> failure = replaceFile(*file, bytes);
+  const std::optional<FileFailure> failure = replaceFile(*file, bytes.text());
   if (!failure) return true;
   reportFailedSave(std::string(resourceName), reasonOf(*failure) + adviceOf(*failure));
   return false;

@@ -18,6 +18,20 @@ namespace Tal {
 /// A document of the XML room: its tree, and the resource that it belongs to. Its sections hold it.
 class SectionDocument : public SafeReferenceCount {
  public:
+  /// What a file's bytes are recognised by without keeping them.
+  struct Fingerprint {
+    std::size_t size;
+    std::uint64_t low;
+    std::uint64_t high;
+
+    bool operator==(const Fingerprint& other) const = default;
+  };
+
+  struct SavedContent {
+    Fingerprint bytes;
+    std::uint64_t stamp;
+  };
+
   /// Why a file could not be opened as a document.
   struct Refusal {
     std::string text;          ///< one line, what to do included
@@ -47,11 +61,15 @@ class SectionDocument : public SafeReferenceCount {
   /// Makes the identity tell nothing until the file was read again.
   void doubt() noexcept { isRecent_ = true; }
 
-  /// Whether so many edits were made that the document takes much more room than if it was read anew.
-  bool isWorn() const noexcept { return tree_.revision() > kMostEdits; }
-
   /// See DataSection::contentStamp.
   std::uint64_t contentStamp();
+
+  /// The bytes that were written last, and the stamp of what they stand for; empty when the document was not
+  /// saved or has been edited since.
+  std::optional<SavedContent> savedContent();
+
+  /// Takes over the stamp when the file that this document was just read from holds these bytes.
+  void recognise(const SavedContent& saved);
 
   /// Whether edits were made that no save has brought to the file.
   bool isEdited() const noexcept { return tree_.revision() != savedRevision_; }
@@ -65,18 +83,7 @@ class SectionDocument : public SafeReferenceCount {
   bool write(BasicStringRef resourceName);
 
  private:
-  static constexpr std::uint64_t kMostEdits = 10'000;
-
   class Bytes;
-
-  /// What a file's bytes are recognised by without keeping them.
-  struct Fingerprint {
-    std::size_t size;
-    std::uint64_t low;
-    std::uint64_t high;
-
-    bool operator==(const Fingerprint& other) const = default;
-  };
   static Fingerprint fingerprintOf(const PiecedText& bytes);
 
   SectionDocument(std::string resourceName, std::filesystem::path file, Xml::Tree tree,
@@ -86,10 +93,10 @@ class SectionDocument : public SafeReferenceCount {
   bool writeOther(BasicStringRef resourceName) const;
   /// Takes the version of the file that is there now as the one to replace. False when that cannot be read or
   /// is somebody else's work, which is reported.
-  bool adoptFile(const PiecedText& bytes);
+  bool adoptFile(const Bytes& bytes);
   /// Whether the bytes are the version of the file that this document was last in step with.
-  bool isBase(const PiecedText& bytes) const;
-  bool replaceOwn(const PiecedText& bytes);
+  bool isBase(const Bytes& bytes) const;
+  bool replaceOwn(const Bytes& bytes);
   void noteIdentity(const std::optional<FileIdentity>& identity);
   void noteSaved() noexcept;
 

@@ -394,6 +394,51 @@ TEST_F(SparedLoads, DoNotHappenBehindAnUnsavedEditOfTheDocument) {
   EXPECT_THAT(Access::fragiles(), ElementsAre(Key("n")));
 }
 
+TEST_F(SparedLoads, ReadOnlyTheSavedModelAfterItsSave) {
+  writeDatabase("<r><fragiles><entry><filename>m</filename></entry></fragiles></r>");
+  const OpenModel open({{{"nwall", 73}}, {"nwall"}}, "m");
+  const OpenModel unsaved({{{"nwall", 73}}, {"nwall"}}, "new");
+  unsaved->setAsFragile();
+  KsDestructibleFragileDesc desc;
+  desc.effect = " fire ";
+  ASSERT_TRUE(open->updateFragileParameters(desc));
+  ASSERT_TRUE(open->saveConfig());
+  EXPECT_TRUE(Access::knowsLastLoad());
+  EXPECT_THAT(Access::fragiles(), ElementsAre(Key("m"))) << "what was not written is lost";
+  EXPECT_EQ(Access::fragiles().at("m").effect, "fire") << "as it is read from the file";
+}
+
+TEST_F(SparedLoads, DoNotHappenWhenTheSaveRemovedASectionWithOtherModels) {
+  writeDatabase(
+      "<r><fragiles><filename>m</filename><entry><filename>other</filename></entry></fragiles></r>");
+  const OpenModel open({{{"nwall", 73}}, {"nwall"}}, "m");
+  open->setAsFragile();
+  ASSERT_TRUE(open->saveConfig());
+  EXPECT_THAT(Access::fragiles(), ElementsAre(Key("m")));
+}
+
+TEST_F(SparedLoads, DoNotHappenWhenASaveWithoutANameRemovedEverySection) {
+  writeDatabase("<r><fragiles><entry><filename>other</filename></entry></fragiles></r>");
+  KsDestructiblesHelper helper;
+  ASSERT_TRUE(helper.loadConfig(true));
+  EXPECT_FALSE(helper.saveConfig());
+  EXPECT_EQ(readDatabase(), "<r></r>");
+  EXPECT_TRUE(helper.loadConfig(true));
+  EXPECT_TRUE(Access::fragiles().empty());
+}
+
+TEST_F(SparedLoads, DoNotHappenForANameThatIsReadBackAsAnother) {
+  writeDatabase("<r><fragiles><entry><filename>m</filename><health>1</health></entry></fragiles></r>");
+  const OpenModel open({{{"nwall", 73}}, {"nwall"}}, " m");
+  open->setAsFragile();
+  KsDestructibleFragileDesc desc;
+  desc.health = 9;
+  ASSERT_TRUE(open->updateFragileParameters(desc));
+  ASSERT_TRUE(open->saveConfig());
+  EXPECT_THAT(Access::fragiles(), ElementsAre(Key("m")));
+  EXPECT_EQ(Access::fragiles().at("m").health, 9) << "the entry that was written stands behind the other";
+}
+
 TEST_F(SparedLoads, DoNotHappenBehindALoadThatFailed) {
   writeDatabase("<r><fragiles><entry><filename>m</filename></entry></fragiles></r>");
   KsDestructiblesHelper helper;

@@ -189,4 +189,34 @@ TEST(AnOpen, WithoutResourceRootsIsReported) {
   EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("no resource roots")));
 }
 
+TEST(TheContentStamp, StaysAsLongAsTheContentDoes) {
+  const MountedRoot root("a.xml", "<r><b>1</b></r>");
+  const auto section = openResource("a.xml");
+  const std::uint64_t stamp = section->contentStamp();
+  EXPECT_NE(stamp, 0U);
+  EXPECT_EQ(openResource("a.xml")->openSection("b")->contentStamp(), stamp);
+  section->writeString("b", "1");
+  EXPECT_EQ(section->contentStamp(), stamp) << "nothing was changed";
+  section->writeString("b", "2");
+  const std::uint64_t edited = section->contentStamp();
+  EXPECT_NE(edited, stamp);
+  section->writeString("b", "1");
+  EXPECT_NE(section->contentStamp(), edited);
+}
+
+TEST(TheContentStamp, OfASavedDocumentIsThatOfItsFileReadAnew) {
+  const MountedRoot root("a.xml", "<r><b>1</b></r>");
+  const auto section = openResource("a.xml");
+  section->writeString("b", "2");
+  ASSERT_TRUE(section->save());
+  Tal::DataSectionCache::purge("a.xml", false);
+  const auto anew = openResource("a.xml");
+  EXPECT_EQ(anew->contentStamp(), section->contentStamp());
+  section->writeString("b", "3");
+  EXPECT_EQ(anew->readString("b"), "2") << "another document";
+  Tal::DataSectionCache::purge("a.xml", false);
+  root.replace("a.xml", "<r><b>4</b></r>");
+  EXPECT_NE(openResource("a.xml")->contentStamp(), anew->contentStamp());
+}
+
 }  // namespace

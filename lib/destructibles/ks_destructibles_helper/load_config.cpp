@@ -113,7 +113,8 @@ void KsDestructiblesHelper::readEntry(KsDestructibleType type, const std::string
 // After the tables were restored to what they were before a model was saved: that model's entries, and the
 // tag that a load leaves.
 void KsDestructiblesHelper::readSaved(DataSection& root) {
-  const std::string model = std::exchange(s_lastLoad.savedModel, {});
+  const std::string model = s_lastLoad.savedModel;
+  const std::uint64_t contentStamp = std::exchange(s_lastLoad.savedStamp, 0);
   s_lastLoad.contentStamp = 0;  // until the tables are of one content again
   s_destrStateMap.erase(model);
   s_destrModuleMap.erase(model);
@@ -130,7 +131,7 @@ void KsDestructiblesHelper::readSaved(DataSection& root) {
     if (type == DT_STRUCTURE && count > 0)
       s_lastLoad.lastAchievementTag = category->child(count - 1)->readString("achievementTag", "", 0);
   }
-  s_lastLoad.contentStamp = std::exchange(s_lastLoad.savedStamp, 0);
+  s_lastLoad.contentStamp = contentStamp;
 }
 
 // The defaults of the reads differ on purpose from those of the records.

@@ -45,8 +45,8 @@ void KsDestructiblesHelper::noteSaved(std::uint64_t stampBefore, std::uint64_t s
   // A name with white space around it is read back as another.
   const bool isKept = modelName_.empty() || (kSpace.find(modelName_.front()) == BasicStringRef::npos &&
                                              kSpace.find(modelName_.back()) == BasicStringRef::npos);
-  s_lastLoad.savedStamp = isOfLastLoad && isKept ? stampNow : 0;
   s_lastLoad.savedModel = modelName_;
+  s_lastLoad.savedStamp = isOfLastLoad && isKept ? stampNow : 0;
 }
 
 KsDestructiblesHelper::Tables KsDestructiblesHelper::takeTables() {

@@ -37,8 +37,9 @@ bool KsDestructiblesHelper::writeToFile() {
   SaveGroup saves;
   SmartPointer<DataSection> root = FS::Utils::openSection(kDestructiblesXml, false, nullptr);
   if (!root) return false;
-  const std::uint64_t contentStamp = root->contentStamp();
   deleteDuplicate(root, 0);
+  // Only now: what was removed above may have been a section with the entries of other models.
+  const std::uint64_t contentStamp = root->contentStamp();
   const std::string category = getCategoryName();
   const bool isNewCategory = !root->openSection(category);
   const SmartPointer<DataSection> categorySection = root->openSection(category, true, nullptr);
