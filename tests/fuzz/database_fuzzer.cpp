@@ -200,18 +200,31 @@ class Database {
   Records records_;
 };
 
-/// Whether a save would take a whole category for an entry of the model, or keeps what hand edits put beside
-/// the states: it is to do so, and then the other checks say nothing.
-bool isOdd(DataSection& root, const std::string& model) {
-  for (const SmartPointer<DataSection>& category : root) {
+/// Whether a save takes a whole category for an entry of the model, as it is to do.
+bool isCategoryTaken(const DataSection& root, const std::string& model) {
+  for (const SmartPointer<DataSection>& category : root)
     if (category->readString("filename") == model) return true;
-    for (const SmartPointer<DataSection>& entry : *category) {
-      const SmartPointer<DataSection> states = entry->openSection("states");
-      if (!states || entry->readString("filename") != model) continue;
-      for (const SmartPointer<DataSection>& state : *states)
-        if (state->tag() != "state") return true;
-    }
+  return false;
+}
+
+/// Whether an entry holds what a save is to keep although the tables do not: beside the states what is none,
+/// and behind a key that is removed the same key once more.
+bool isOddEntry(DataSection& entry) {
+  for (const std::string key : {"achievementTag", "hitEffect", "matName"}) {
+    int count = 0;
+    for (const SmartPointer<DataSection>& value : entry) count += value->tag() == key ? 1 : 0;
+    if (count > 1) return true;
   }
+  const SmartPointer<DataSection> states = entry.openSection("states");
+  for (int i = 0; states && i < states->childCount(); ++i)
+    if (states->child(i)->tag() != "state") return true;
+  return false;
+}
+
+bool hasOddEntry(const DataSection& root, const std::string& model) {
+  for (const SmartPointer<DataSection>& category : root)
+    for (const SmartPointer<DataSection>& entry : *category)
+      if (entry->readString("filename") == model && isOddEntry(*entry)) return true;
   return false;
 }
 
@@ -261,7 +274,11 @@ void requireSaved(KsDestructiblesHelper& helper, const Records& wanted) {
   dropUnwritten(saved, wanted);
   dropUnwritten(expected, wanted);
   requireEqual(textOf(saved), textOf(expected), "a saved record is what was set");
+}
+
+void requireTablesAreOfFile() {
   const SmartPointer<DataSection> root = openAnew();
+  require(root.get() != nullptr, "a database that was saved can be read");
   requireEqual(textOf(fuzz::recordsOfTables()), textOf(fuzz::recordsOfDatabase(*root)),
                "after a save the tables are what the file says");
 }
@@ -277,6 +294,8 @@ void saveAndCheck(KsDestructiblesHelper& helper, const Database& database, bool 
                   fuzz::Messages& messages) {
   const std::string model = helper.modelName();
   const SmartPointer<DataSection> root = openAnew();
+  const bool isTaken = isCategoryTaken(*root, model);
+  const bool isOdd = hasOddEntry(*root, model);
   const std::vector<std::string> others = fuzz::otherEntries(database.bytes(), *root, model);
   Tal::DataSectionCache::clear();
   const bool hasCategory = helper.destructibleType() != Tal::DT_NON_DESTRUCTIBLE;
@@ -294,12 +313,15 @@ void saveAndCheck(KsDestructiblesHelper& helper, const Database& database, bool 
     requireEqual(textOf(fuzz::recordsOfTables()), textOf(before), "a save that fails keeps the edits");
     return;
   }
+  if (isSaved) requireTablesAreOfFile();
+  if (isTaken) return;
   requireOthersKept(database, model, others);
   if (!isSaved) {
     require(fuzz::recordsOfModel(fuzz::recordsOfDatabase(*openAnew()), model).empty(),
             "a model of no category leaves the file");
     return;
   }
+  if (isOdd || isCategoryTaken(*openAnew(), model)) return;
   const Records ofModel = fuzz::recordsOfModel(wanted, model);
   requireSaved(helper, ofModel);
   const Records saved = fuzz::recordsOfModel(fuzz::recordsOfTables(), model);
@@ -313,10 +335,9 @@ void saveAndCheck(KsDestructiblesHelper& helper, const Database& database, bool 
   if (choices.areLeft()) require(helper.loadConfig(true), "a saved database can be loaded");
 }
 
-void editAndSave(const Database& database, const SmartPointer<DataSection>& root, Choices choices,
-                 fuzz::Messages& messages) {
+void editAndSave(const Database& database, Choices choices, fuzz::Messages& messages) {
   const std::string model = database.anyModel(choices);
-  if (model.empty() || isOdd(*root, model)) return;
+  if (model.empty()) return;  // every section without a name would be the model's
   const std::unique_ptr<Tal::SuperModel> superModel = support::buildModel(parts());
   Tal::KsMaterialDisabler disabler(superModel.get());
   KsDestructiblesHelper helper(superModel.get(), model, &disabler);
@@ -360,7 +381,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       const Database database(bytes, *root);
       requireEqual(textOf(fuzz::recordsOfTables()), textOf(database.records()),
                    "a load reads what the file says");
-      editAndSave(database, root, Choices(input.part("edits")), messages);
+      editAndSave(database, Choices(input.part("edits")), messages);
     } else {
       requireRefused(bytes);
     }
