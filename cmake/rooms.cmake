@@ -26,8 +26,15 @@ function(add_room_tests NAME)
   target_include_directories(${NAME} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   target_link_libraries(${NAME} PRIVATE project_options ${TESTS_LIBRARIES} GTest::gmock GTest::gtest_main)
   # Most of the time of a test's compilation goes to these headers, and the rest to optimising it.
-  target_precompile_headers(${NAME} PRIVATE <gmock/gmock.h> <gtest/gtest.h> <algorithm> <filesystem> <functional>
-                            <map> <memory> <string> <vector>)
+  if(NOT TARGET test_headers)
+    file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/test_headers.cpp CONTENT "// What all tests include, precompiled.\n")
+    add_library(test_headers OBJECT ${PROJECT_BINARY_DIR}/test_headers.cpp)
+    target_link_libraries(test_headers PRIVATE project_options GTest::gmock)
+    target_precompile_headers(test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h> <algorithm> <filesystem>
+                              <functional> <map> <memory> <string> <vector>)
+    target_compile_options(test_headers PRIVATE -O0)
+  endif()
+  target_precompile_headers(${NAME} REUSE_FROM test_headers)
   target_compile_options(${NAME} PRIVATE -O0)
   set_target_properties(${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
   gtest_discover_tests(${NAME} TEST_PREFIX "${NAME}: " DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300)
