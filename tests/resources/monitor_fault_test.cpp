@@ -7,8 +7,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
-
 #include <fcntl.h>
 #include <unistd.h>
 #include <atomic>
@@ -197,23 +195,6 @@ TEST(ASystemThatRefusedForAWhile, TellsOfChangesAgain) {
   // Only a queue that has been emptied is read in vain.
   EXPECT_TRUE(stage.framesUntil([] { return s_emptyReads > 0; }));
   expectASaveToBeSeen(stage, listener, 3);
-  EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("Too many open files")));
-}
-
-/// As the system itself refuses: no descriptor is left while the monitor begins.
-TEST(AProcessWithoutDescriptors, IsToldOfChangesAllTheSame) {
-  const MessageRecorder messages;
-  Stage stage;
-  stage.write(1);
-  rlimit before{};
-  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-  rlimit none = before;
-  none.rlim_cur = 0;
-  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-  Tal::FS::fileSystem()->getFilesystemMonitor();
-  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
-  const ReadingListener listener(stage);
-  for (const int version : {2, 3}) expectASaveToBeSeen(stage, listener, version);
   EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("Too many open files")));
 }
 
