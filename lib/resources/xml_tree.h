@@ -131,8 +131,8 @@ class Tree {
 
   /// The white space that an element held around its children before they were all removed.
   struct Spacing {
-    BasicStringRef before;  ///< in front of a child
-    BasicStringRef tail;
+    std::string before;  ///< in front of a child
+    std::string tail;
   };
 
   /// What stands between the tags of an element that was added, or whose children or text were edited.
@@ -168,7 +168,7 @@ class Tree {
   template <class Predicate>
   void takeOutAll(NodeIndex node, const Predicate& isWanted);
   /// Notes that children were removed from a content; one without any is tidied.
-  static void noteRemoval(Content& content, BasicStringRef lastBefore);
+  static void noteRemoval(Content& content, std::string lastSpace);
   /// Stores added text for as long as the tree lives.
   BasicStringRef keep(std::string text);
   BasicStringRef keepJoined(BasicStringRef first, BasicStringRef second);

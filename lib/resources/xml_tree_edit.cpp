@@ -1,6 +1,7 @@
 #include <resources/xml_layout.h>
 #include <resources/xml_tree.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace Tal::Xml {
@@ -11,12 +12,15 @@ bool hasLineEnd(BasicStringRef text) {
 }
 
 /// What of the gap in front of a removed child stays: comments, instructions and text, but not the white
-/// space that set the child off, unless it alone parts a text from what is `next`.
+/// space that set the child off. Where that alone parts a text from what is `next`, its first piece stays.
 BasicStringRef keptOf(BasicStringRef gap, BasicStringRef next) {
-  const BasicStringRef rest = gap.substr(0, gap.size() - trailingSpace(gap).size());
+  const BasicStringRef space = trailingSpace(gap);
+  const BasicStringRef rest = gap.substr(0, gap.size() - space.size());
   const bool isMarkup = rest.ends_with("-->") || rest.ends_with("?>");
   const bool isParted = !next.empty() && isSpace(next.front());
-  return rest.empty() || isMarkup || isParted ? rest : gap;
+  if (rest.empty() || isMarkup || isParted) return rest;
+  return gap.substr(0,
+                    rest.size() + (space.starts_with("\r\n") ? 2 : std::min<std::size_t>(space.size(), 1)));
 }
 
 /// Puts `raw` in the place of the first text in a gap and takes out the other texts.
@@ -121,7 +125,7 @@ NodeIndex Tree::appendChild(NodeIndex node, BasicStringRef tag) {
   const BasicStringRef rest = content.tail.substr(0, content.tail.size() - run.size());
   BasicStringRef tail = run;
   if (content.children.empty() && content.emptied && content.tail.empty()) {
-    tail = content.emptied->tail;
+    tail = keep(content.emptied->tail);
   } else if (content.children.empty() && hasLineEnd(lead) && !hasLineEnd(run)) {
     const BasicStringRef own = lineOf(leadOf(node));
     tail = keep(std::string(lineEndOf(lead)) + std::string(indentOf(own)));
@@ -163,36 +167,36 @@ void Tree::takeOut(Content& content, std::size_t place) {
   content.children.erase(place);
 }
 
-void Tree::noteRemoval(Content& content, BasicStringRef lastBefore) {
-  if (!content.children.empty() || !trimmed(content.tail).empty()) return;
-  content.emptied = Spacing{trailingSpace(lastBefore), content.tail};
-  content.tail = {};
+void Tree::noteRemoval(Content& content, std::string lastSpace) {
+  if (!content.children.empty()) return;
+  content.emptied = Spacing{std::move(lastSpace), std::string(trailingSpace(content.tail))};
+  if (trimmed(content.tail).empty()) content.tail = {};
 }
 
 bool Tree::removeChild(NodeIndex node, NodeIndex child) {
   const std::optional<std::uint32_t> place = placeOf(node, child);
   if (!place) return false;
   Content& content = contentForEdit(node);
-  const BasicStringRef before = content.children[*place].before;
+  std::string space(trailingSpace(content.children[*place].before));
   takeOut(content, *place);
-  noteRemoval(content, before);
+  noteRemoval(content, std::move(space));
   return true;
 }
 
 template <class Predicate>
 void Tree::takeOutAll(NodeIndex node, const Predicate& isWanted) {
   Content* content = nullptr;
-  BasicStringRef lastBefore;
+  std::string lastSpace;
   for (std::uint32_t place = 0; place < childCount(node);) {
     if (!isWanted(child(node, place))) {
       ++place;
       continue;
     }
     if (content == nullptr) content = &contentForEdit(node);
-    lastBefore = content->children[place].before;
+    lastSpace = trailingSpace(content->children[place].before);
     takeOut(*content, place);
   }
-  if (content != nullptr) noteRemoval(*content, lastBefore);
+  if (content != nullptr) noteRemoval(*content, std::move(lastSpace));
 }
 
 void Tree::removeChildren(NodeIndex node, BasicStringRef tag) {

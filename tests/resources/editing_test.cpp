@@ -245,6 +245,7 @@ TEST(RemovingASection, LeavesNoBlankLineAndKeepsTheRest) {
       {"within a line", "<r><a/><b/></r>", "b", "<r><a/></r>"},
       {"among text", "<r>one <a/> two</r>", "a", "<r>one two</r>"},
       {"that alone parts texts", "<r>one <a/>two</r>", "a", "<r>one two</r>"},
+      {"that parts texts of two lines", "<r>one\r\n  <a/>two</r>", "a", "<r>one\r\ntwo</r>"},
       {"of a deeper path", "<r>\n  <a>\n    <b/>\n    <c/>\n  </a>\n</r>", "a/b",
        "<r>\n  <a>\n    <c/>\n  </a>\n</r>"},
       {"that is not there", "<r>\n  <a/>\n</r>", "b", "<r>\n  <a/>\n</r>"},
@@ -402,6 +403,12 @@ TEST(ManyRemovals, TakeLinearTime) {
     for (int i = root.childCount(); i > kCount - 5'000; --i) root.removeChild(root.child(i - 1));
   });
   EXPECT_THAT(last, HasSubstr("<e>94999</e>\n<!-- 95000 -->\n<!-- 95001 -->\n"));
+}
+
+TEST(ManyRemovals, BehindALongSpaceTakeLinearTime) {
+  std::string file = "<r>text" + std::string(1'000'000, ' ');
+  for (int i = 0; i < 100'000; ++i) file += "<e/>";
+  EXPECT_EQ(edited(file + "</r>", [](Tal::DataSection& root) { root.removeChildren(); }), "<r>text </r>");
 }
 
 class FixedCreator : public Tal::DataSectionCreator {
