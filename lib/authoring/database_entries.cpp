@@ -4,6 +4,8 @@
 #include <resources/data_section.h>
 #include <resources/file_system.h>
 
+#include <utility>
+
 namespace Tal::authoring {
 namespace {
 
@@ -77,10 +79,11 @@ std::optional<FileEntries> readEntries(const std::string& modelName) {
   for (const SmartPointer<DataSection> section : *root) {
     const SectionKind kind = sectionKind(section->tag());
     if (kind == SectionKind::ignored) continue;
+    bool isFirst = true;
     for (const SmartPointer<DataSection> entry : *section) {
       if (modelOf(*entry) != modelName) continue;
       marks.note(kind, *entry);
-      entries.sections.emplace_back(section->tag());
+      entries.entries.push_back({std::string(section->tag()), std::exchange(isFirst, false)});
       if (kind == SectionKind::structures) noteStructure(entries, *entry);
     }
   }

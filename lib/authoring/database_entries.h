@@ -41,12 +41,18 @@ struct CategoryMarks {
   KsDestructibleType category(BasicStringRef modelName) const noexcept;
 };
 
+/// Where an entry of a model stands.
+struct EntryPlace {
+  std::string section;  ///< the tag
+  bool isFirst;         ///< of the model's entries in that section
+};
+
 /// What the file holds of one model.
 struct FileEntries {
   KsDestructibleType category = DT_NON_DESTRUCTIBLE;
   std::string achievementTag;                     ///< of the structure; the last entry counts, as in a load
   std::map<std::string, std::string> hardPoints;  ///< module to "effectHP", empty where the key is missing
-  std::vector<std::string> sections;              ///< the tags of the sections that hold an entry, in order
+  std::vector<EntryPlace> entries;                ///< in the order of the file
 };
 
 /// Reads what the file holds of a model; nothing when the database cannot be opened.

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 namespace Tal::authoring {
 namespace {
@@ -76,13 +77,21 @@ void noteList(DataSection& entry, const List& list, Losses& losses) {
   }
 }
 
+SmartPointer<DataSection> entryIn(const DataSection& section, const std::string& modelName) {
+  const int place = section.findChildWith("filename", modelName);
+  return place != -1 ? section.child(place) : nullptr;
+}
+
+// The one that a save rewrites: the first of the last section of the tag that has any.
 SmartPointer<DataSection> ownEntry(const std::string& modelName, BasicStringRef ownSection) {
+  SmartPointer<DataSection> own;
   const SmartPointer<DataSection> root = openDatabase();
-  const SmartPointer<DataSection> section = root ? root->openSection(ownSection) : nullptr;
-  if (!section || ownSection.empty()) return nullptr;
-  for (const SmartPointer<DataSection>& entry : *section)
-    if (modelOf(*entry) == modelName) return entry;
-  return nullptr;
+  if (!root) return own;
+  for (const SmartPointer<DataSection>& section : *root) {
+    if (section->tag() != ownSection) continue;
+    if (SmartPointer<DataSection> entry = entryIn(*section, modelName)) own = std::move(entry);
+  }
+  return own;
 }
 
 }  // namespace

@@ -29,12 +29,11 @@ void warnOfHealth(const Record& record, const std::string& module, std::vector<S
                       subject + " is -1, which stands for \"could not be estimated\"; set one"});
 }
 
-// The first entry in the model's own section is rewritten, all others are removed.
+// In each section of the model's own tag the first entry stays; all others are removed.
 void warnOfEntries(const FileEntries& file, BasicStringRef ownSection, std::vector<SaveWarning>& warnings) {
-  bool hasOwn = false;
-  for (const std::string& section : file.sections) {
+  for (const auto& [section, isFirst] : file.entries) {
     const bool isOwn = section == ownSection;
-    if (isOwn && !std::exchange(hasOwn, true)) continue;
+    if (isOwn && isFirst) continue;
     warnings.push_back({SaveWarning::Code::removedEntry, "",
                         std::string(isOwn ? "another" : "the") + " entry of the model in the section " +
                             quotedName(section) + " is removed from the file"});
@@ -138,7 +137,7 @@ Outcome Session::saveNone() {
     return refused(kNotWritten);
   }
   const std::optional<FileEntries> file = readEntries(modelName());
-  if (!file || !file->sections.empty()) {
+  if (!file || !file->entries.empty()) {
     return refused("entries of " + quotedName(modelName()) + " are still in " +
                    fixed_names::kDestructiblesXml + "; another program may have written it, try again");
   }

@@ -13,6 +13,7 @@
 #include <csignal>
 #include <cstdint>
 #include <string>
+#include <system_error>
 
 namespace Tal::FS {
 namespace {
@@ -55,8 +56,20 @@ ResourceMonitor::ResourceMonitor(const std::vector<std::filesystem::path>& roots
     : collector_(nativePaths(roots)),
       watcher_(roots, collector_),
       stop_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+  start();
+}
+
+void ResourceMonitor::start() {
+  nextLook_ = Clock::now() + kLookPause;
   const BlockedSignals blocked;
-  thread_ = std::thread(&ResourceMonitor::run, this);
+  try {
+    thread_ = std::thread(&ResourceMonitor::run, this);
+  } catch (const std::system_error& error) {
+    collector_.noteProblem("the system gives no thread to watch the resource roots (" +
+                           error.code().message() +
+                           "); changes are looked for once a frame instead: raise the limit on processes "
+                           "(\"ulimit -u\"), or end some, and start anew");
+  }
 }
 
 ResourceMonitor::~ResourceMonitor() {
@@ -64,21 +77,25 @@ ResourceMonitor::~ResourceMonitor() {
   const std::uint64_t one = 1;
   while (stop_ && ::write(stop_.get(), &one, sizeof(one)) < 0 && errno == EINTR) {
   }
-  thread_.join();
+  if (thread_.joinable()) thread_.join();
 }
 
 void ResourceMonitor::run() {
-  Clock::time_point nextLook = Clock::now() + kLookPause;
   while (!isStopping_) {
     // A source that the system did not provide has the descriptor -1, which poll passes over.
     std::array<pollfd, 2> sources = {{{watcher_.descriptor(), POLLIN, 0}, {stop_.get(), POLLIN, 0}}};
-    const Clock::duration pause = std::max(nextLook - Clock::now(), Clock::duration::zero());
+    const Clock::duration pause = std::max(nextLook_ - Clock::now(), Clock::duration::zero());
     const auto wait = std::chrono::ceil<Milliseconds>(stop_ ? pause : std::min(pause, kStopPause));
     const int count = ::poll(sources.data(), sources.size(), static_cast<int>(wait.count()));
     if (count < 0 && errno != EINTR) std::this_thread::sleep_for(wait);
     if (count > 0 && sources[0].revents != 0) watcher_.collect();
-    if (Clock::now() >= nextLook) nextLook = look();
+    if (Clock::now() >= nextLook_) nextLook_ = look();
   }
+}
+
+void ResourceMonitor::collect() {
+  watcher_.collect();
+  if (Clock::now() >= nextLook_) nextLook_ = look();
 }
 
 ResourceMonitor::Clock::time_point ResourceMonitor::look() {
@@ -98,6 +115,7 @@ void ResourceMonitor::removeModificationListener(ResourceModificationListener* l
 }
 
 void ResourceMonitor::pump() {
+  if (!thread_.joinable()) collect();
   if (const std::string problem = collector_.takeProblem(); !problem.empty()) reportRefusal(problem);
   const std::vector<ResourceChange> changes = collector_.take();
   for (const ResourceChange& change : changes) {

@@ -16,7 +16,8 @@ namespace Tal::FS {
 
 /// The monitor of a set of roots: a thread of its own collects, the caller of pump delivers. The thread wakes
 /// for each change that the system tells of, and four times a second to look at every file; where a look
-/// takes long it comes less often, so that looks take a twentieth of one processor at most.
+/// takes long it comes less often, so that looks take a twentieth of one processor at most. Where the system
+/// refuses a thread, pump does its work too.
 class ResourceMonitor final : public MonitorThreadBase {
  public:
   /// From its return on, changes are noticed.
@@ -34,7 +35,10 @@ class ResourceMonitor final : public MonitorThreadBase {
  private:
   using Clock = std::chrono::steady_clock;
 
+  void start();
   void run();
+  /// Notes what happened since the last call; looks at every file when it is time to.
+  void collect();
   /// Looks at every file; returns when to do it next.
   Clock::time_point look();
 
@@ -43,7 +47,8 @@ class ResourceMonitor final : public MonitorThreadBase {
   FolderWatcher watcher_;
   Descriptor stop_;  ///< becomes readable when the thread is to end; none when there are no more descriptors
   std::atomic<bool> isStopping_ = false;
-  std::thread thread_;
+  Clock::time_point nextLook_;  ///< used where the collecting is done, like the watcher
+  std::thread thread_;          ///< none where the system refused it
 };
 
 }  // namespace Tal::FS

@@ -16,12 +16,18 @@ bool isKept(const SectionDocument& document) {
   return document.isEdited() || document.isSaveOwed();
 }
 
+/// What the file has not brought to the disk, the next document must, whatever became of this one's edits.
+void drop(SectionCache::Entry& entry) {
+  entry.isFlushOwed = entry.isFlushOwed || (entry.document && entry.document->isFlushOwed());
+  entry.document = nullptr;
+}
+
 /// Who asks to forget means edits too, but for those that he has asked to save.
 /// The next document of the same bytes is known to have the same content.
 void forget(SectionCache::Entry& entry) {
   if (!entry.document || entry.document->isSaveOwed()) return;
   entry.saved = entry.document->savedContent();
-  entry.document = nullptr;
+  drop(entry);
 }
 
 SmartPointer<DataSection> rootOf(const SmartPointer<SectionDocument>& document) {
@@ -60,14 +66,19 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
   const auto place = create ? fileSystem->locationFor(resourceName) : fileSystem->find(resourceName);
   if (!place) {
     const bool isFileGone = isKnown && known->second.document->identity();
-    if (isFileGone) known->second.document = nullptr;
+    if (isFileGone) drop(known->second);
     return nullptr;
   }
-  if (identityAt(*place)) return rootOf(documentOf(name, *place));
+  if (identityAt(*place)) {
+    const SmartPointer<SectionDocument> document = documentOf(name, *place);
+    // A group that has nothing new to save makes up for the flush too.
+    if (document && document->isFlushOwed()) SaveQueue::instance().put(document, "");
+    return rootOf(document);
+  }
   if (creator != nullptr) return creator->create(resourceName);
   Entry& entry = entries_[name];
   const bool isMade = entry.document && !entry.document->identity();
-  if (!isMade) entry = {SectionDocument::make(name, *place), std::nullopt, std::nullopt};
+  if (!isMade) entry = {SectionDocument::make(name, *place), std::nullopt, std::nullopt, false};
   return rootOf(entry.document);
 }
 
@@ -77,13 +88,20 @@ SmartPointer<SectionDocument> SectionCache::documentOf(const std::string& name,
   if (!identity) return nullptr;
   Entry& entry = entries_[name];
   if (entry.document && entry.document->isCurrent(*identity)) return entry.document;
-  entry.document = nullptr;
-  if (entry.refused == identity) return nullptr;
+  drop(entry);
+  const bool isRefused = entry.refused && entry.refused->version == *identity;
+  if (isRefused && !entry.refused->isRecent) return nullptr;
   SectionDocument::Refusal refusal;
   entry.document = SectionDocument::read(name, file, refusal);
-  entry.refused = refusal.isOfContent ? identity : std::nullopt;
-  if (!entry.document) reportRefusal(refusal.text);
-  if (entry.document && entry.saved) entry.document->recognise(*std::exchange(entry.saved, {}));
+  if (!entry.document) {
+    if (!isRefused || entry.refused->text != refusal.text) reportRefusal(refusal.text);
+    entry.refused = std::nullopt;
+    if (refusal.isOfContent) entry.refused = Refused{*identity, refusal.text, isRecent(*identity)};
+    return nullptr;
+  }
+  entry.refused = std::nullopt;
+  if (entry.saved) entry.document->recognise(*std::exchange(entry.saved, {}));
+  if (std::exchange(entry.isFlushOwed, false)) entry.document->oweFlush();
   return entry.document;
 }
 
@@ -98,7 +116,12 @@ void SectionCache::purge(BasicStringRef resourceName, bool recursive) {
 }
 
 void SectionCache::discard(BasicStringRef resourceName) {
-  entries_.erase(normalisedName(resourceName));
+  const auto found = entries_.find(normalisedName(resourceName));
+  if (found == entries_.end()) return;
+  Entry left;
+  drop(found->second);
+  left.isFlushOwed = found->second.isFlushOwed;
+  found->second = std::move(left);
 }
 
 void SectionCache::clear() {

@@ -26,10 +26,18 @@ class SectionCache {
   /// The file of a resource may have changed although its identity did not: the next open reads it.
   void doubt(BasicStringRef resourceName);
 
+  /// A file that is no document, which was reported.
+  struct Refused {
+    FileIdentity version;
+    std::string text;
+    bool isRecent;  ///< another version may have the same identity
+  };
+
   struct Entry {
     SmartPointer<SectionDocument> document;
-    std::optional<FileIdentity> refused;  ///< the version of the file that is no document, and was reported
+    std::optional<Refused> refused;
     std::optional<SectionDocument::SavedContent> saved;  ///< of the document that was forgotten last
+    bool isFlushOwed = false;                            ///< by that document
   };
 
  private:

@@ -64,8 +64,8 @@ class SectionDocument : public SafeReferenceCount {
   /// See DataSection::contentStamp.
   std::uint64_t contentStamp();
 
-  /// The bytes that were written last, and the stamp of what they stand for; empty when the document was not
-  /// saved or has been edited since.
+  /// The bytes of the file when it was last written or found to be what was to be written, and the stamp of
+  /// what they stand for; empty when that never was, or the document has been edited since.
   std::optional<SavedContent> savedContent();
 
   /// Takes over the stamp when the file that this document was just read from holds these bytes.
@@ -77,6 +77,11 @@ class SectionDocument : public SafeReferenceCount {
   /// Whether a save was asked for that has not succeeded yet.
   bool isSaveOwed() const noexcept { return isSaveOwed_; }
   void oweSave() noexcept { isSaveOwed_ = true; }
+
+  /// Whether the file holds what was saved, but has perhaps not reached the disk. The next save writes it
+  /// then, also when nothing is new.
+  bool isFlushOwed() const noexcept { return isFlushOwed_; }
+  void oweFlush() noexcept { isFlushOwed_ = true; }
 
   /// Writes the document to its own file (empty name) or to another resource; see DataSection::save. A save
   /// group does not delay it.
@@ -111,7 +116,7 @@ class SectionDocument : public SafeReferenceCount {
   std::uint64_t stampedRevision_ = 0;  ///< the one that the stamp stands for
   bool isRecent_ = false;              ///< the file was changed just before it was read or written
   bool isSaveOwed_ = false;
-  bool isFlushOwed_ = false;  ///< the file has the content, but has perhaps not reached the disk
+  bool isFlushOwed_ = false;
 };
 
 }  // namespace Tal

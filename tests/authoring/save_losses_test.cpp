@@ -47,6 +47,25 @@ TEST_F(TheLossesOfASave, AreElementsThatALoadTakesForOneOrForNone) {
                   "of several elements of state \"a\" the last is kept"));
 }
 
+TEST_F(TheLossesOfASave, AreThoseOfTheEntryInTheLastSectionOfItsTag) {
+  const std::string file = "<filename>content/props/crate.model</filename>";
+  writeDatabase(
+      "<root><fragiles><entry>" + file + "<health>one</health></entry></fragiles><fragiles><entry>" + file +
+      "<health>two</health></entry><entry>" + file + "<health>three</health></entry></fragiles></root>");
+  EXPECT_THAT(warnings(kCrate, Code::lostContent),
+              ElementsAre("the health \"two\" is no whole number and is not kept"));
+  EXPECT_THAT(warnings(kCrate, Code::removedEntry),
+              ElementsAre("another entry of the model in the section \"fragiles\" is removed from the file"));
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  expectDone(session->save());
+  EXPECT_EQ(readDatabase(), "<root><fragiles><entry>" + file +
+                                "<health>one</health></entry></fragiles><fragiles><entry>" + file +
+                                "<health>35</health><decayEffect>none</decayEffect><effect>none</effect>"
+                                "<effectHP/><effectScale>1</effectScale><lifetimeEffect>none</lifetimeEffect>"
+                                "</entry></fragiles></root>");
+}
+
 TEST_F(TheLossesOfASave, AreNumbersThatAreNone) {
   EXPECT_THAT(ofHouse("<modules>" + module("n_wall_1", "<health>abc</health>") + "</modules>"),
               ElementsAre("the health \"abc\" of module \"n_wall_1\" is no whole number and is not kept"));

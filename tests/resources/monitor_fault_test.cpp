@@ -15,6 +15,8 @@
 #include <cstdint>
 #include <fstream>
 #include <string>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 // The linker puts these in the place of the system's operations, in the engine's code and not in the
@@ -25,6 +27,7 @@ namespace {
 std::atomic<int> s_queuesLeft = INT_MAX;
 std::atomic<int> s_watchesLeft = INT_MAX;
 std::atomic<int> s_stopsLeft = INT_MAX;
+std::atomic<int> s_threadsLeft = INT_MAX;
 std::atomic<bool> s_areEventsHeldBack = false;
 std::atomic<int> s_emptyReads = 0;
 
@@ -58,6 +61,16 @@ int __wrap_eventfd(unsigned count, int flags) {
   return isGranted(s_stopsLeft, EMFILE) ? __real_eventfd(count, flags) : -1;
 }
 
+// What std::thread's constructor calls; the second argument is the address of a unique_ptr.
+void __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
+    std::thread* thread, void* state, void (*depend)());
+void __wrap__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
+    std::thread* thread, void* state, void (*depend)()) {
+  if (!isGranted(s_threadsLeft, EAGAIN)) throw std::system_error(errno, std::generic_category());
+  __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(thread, state,
+                                                                                               depend);
+}
+
 ssize_t __real_read(int descriptor, void* into, std::size_t size);
 ssize_t __wrap_read(int descriptor, void* into, std::size_t size) {
   const bool isQueue = (::fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0 && size == std::size_t{64} * 1024;
@@ -86,15 +99,17 @@ using testing::IsEmpty;
 /// The system has no more than so many of each, as long as this is alive.
 class Scarcity {
  public:
-  Scarcity(int queues, int watches, int stops = INT_MAX) {
+  Scarcity(int queues, int watches, int stops = INT_MAX, int threads = INT_MAX) {
     s_queuesLeft = queues;
     s_watchesLeft = watches;
     s_stopsLeft = stops;
+    s_threadsLeft = threads;
   }
   ~Scarcity() {
     s_queuesLeft = INT_MAX;
     s_watchesLeft = INT_MAX;
     s_stopsLeft = INT_MAX;
+    s_threadsLeft = INT_MAX;
   }
   Scarcity(const Scarcity&) = delete;
   Scarcity& operator=(const Scarcity&) = delete;
@@ -181,6 +196,27 @@ TEST(ASystemWithoutQueues, GivesOneMessageAndChangesAreStillSeen) {
       ElementsAre(AllOf(HasSubstr("does not tell of changes below the resource roots: Too many open files"),
                         HasSubstr("looked at a few times a second instead"),
                         HasSubstr("raise fs.inotify.max_user_instances"))));
+}
+
+TEST(ASystemWithoutThreads, GivesOneMessageAndChangesAreStillSeen) {
+  const MessageRecorder messages;
+  const Scarcity scarcity(INT_MAX, INT_MAX, INT_MAX, 0);
+  Stage stage;
+  stage.write(1);
+  const ReadingListener listener(stage);
+  for (const int version : {2, 3}) expectASaveToBeSeen(stage, listener, version);
+  EXPECT_THAT(messages.texts(), ElementsAre(AllOf(HasSubstr("Resource temporarily unavailable"),
+                                                  HasSubstr("looked for once a frame instead"))));
+}
+
+TEST(ASystemWithoutThreadsAndQueues, HasItsFilesLookedAt) {
+  const MessageRecorder messages;
+  const Scarcity scarcity(0, 0, 0, 0);
+  Stage stage;
+  stage.write(1);
+  const ReadingListener listener(stage);
+  for (const int version : {2, 3}) expectASaveToBeSeen(stage, listener, version);
+  EXPECT_EQ(messages.messages().size(), 1U);
 }
 
 TEST(ASystemThatRefusedForAWhile, TellsOfChangesAgain) {
