@@ -1,5 +1,6 @@
 #include <authoring/effects.h>
 #include <authoring/panel_record.h>
+#include <core/ascii_case.h>
 #include <destructibles/ks_destructibles_helper/fixed_names.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
@@ -11,12 +12,8 @@ namespace {
 
 constexpr std::ptrdiff_t kWithoutEffect = 2;  // the options in front of the effects: nothing, and "none"
 
-char lowerCase(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 bool holdsInAnyCase(BasicStringRef name, BasicStringRef key) {
-  const auto isSame = [](char a, char b) { return lowerCase(a) == lowerCase(b); };
+  const auto isSame = [](char a, char b) { return toLowerAscii(a) == toLowerAscii(b); };
   return key.empty() || std::search(name.begin(), name.end(), key.begin(), key.end(), isSame) != name.end();
 }
 

@@ -1,5 +1,6 @@
 #include <authoring/category.h>
 #include <authoring/health_explanation.h>
+#include <core/ascii_case.h>
 #include <core/nearest_name.h>
 #include <destructibles/ks_destructibles_helper/fixed_names.h>
 #include <model/utilities.h>
@@ -24,12 +25,10 @@ bool contains(BasicStringRef text, BasicStringRef part) {
   return text.find(part) != BasicStringRef::npos;
 }
 
-std::string normalised(std::string path) {
-  for (char& character : path) {
-    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
-    if (character == '\\') character = '/';
-  }
-  return path;
+std::string normalised(BasicStringRef path) {
+  std::string result = lowerAscii(path);
+  std::replace(result.begin(), result.end(), '\\', '/');
+  return result;
 }
 
 std::optional<Extent> extentOf(const std::string& modelName) {

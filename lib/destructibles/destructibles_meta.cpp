@@ -1,6 +1,7 @@
 // What property panels know of the descriptor records. A record is described by one chain: what is said of
 // the class, its methods, then its properties in the order in which a panel lists them.
 
+#include <core/ascii_case.h>
 #include <core/stack_tracker.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <destructibles/ks_destructibles_helper/fixed_names.h>
@@ -41,13 +42,6 @@ constexpr char kNotifyHardPointChanged[] = "_notifyHardPointChanged";
 constexpr char kDestructibleType[] = "Destructible Type";
 constexpr char kHardPoints[] = "_hardPoints";
 
-std::string lowerCase(BasicStringRef text) {
-  std::string result(text);
-  for (char& c : result)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  return result;
-}
-
 const char* effectsSection(int category) {
   if (category == DT_FRAGILE) return fixed_names::kFragilesSection;
   if (category == DT_FALLING_ATOMS) return fixed_names::kFallingAtomsSection;
@@ -83,7 +77,7 @@ std::vector<std::string> getEffectNames(int category, const std::string& key) {
   if (key.empty()) return all;
   std::vector<std::string> names;
   std::copy_if(all.begin(), all.end(), std::back_inserter(names),
-               [&key](const std::string& name) { return lowerCase(name).find(key) != std::string::npos; });
+               [&key](const std::string& name) { return lowerAscii(name).find(key) != std::string::npos; });
   return names;
 }
 

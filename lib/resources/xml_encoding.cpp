@@ -1,8 +1,8 @@
+#include <core/ascii_case.h>
 #include <resources/xml_encoding.h>
 #include <resources/xml_text.h>
 
 #include <algorithm>
-#include <cctype>
 #include <utility>
 
 namespace Tal::Xml {
@@ -13,13 +13,6 @@ constexpr BasicStringRef kByteOrderMark = "\xEF\xBB\xBF";
 
 std::uint32_t byteAt(BasicStringRef bytes, std::size_t place) noexcept {
   return static_cast<unsigned char>(bytes[place]);
-}
-
-std::string lowerCase(BasicStringRef text) {
-  std::string lower(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return lower;
 }
 
 /// The encoding that the XML declaration names, in lower case; empty when it names none.
@@ -33,7 +26,7 @@ std::string declaredEncoding(BasicStringRef bytes) {
   if (quote == BasicStringRef::npos) return {};
   const auto end = declaration.find(declaration[quote], quote + 1);
   if (end == BasicStringRef::npos) return {};
-  return lowerCase(declaration.substr(quote + 1, end - quote - 1));
+  return lowerAscii(declaration.substr(quote + 1, end - quote - 1));
 }
 
 std::uint32_t unitAt(BasicStringRef bytes, std::size_t place, Encoding encoding) noexcept {

@@ -1,3 +1,4 @@
+#include <core/ascii_case.h>
 #include <core/format.h>
 #include <core/stack_tracker.h>
 #include <core/vector3.h>
@@ -30,12 +31,10 @@ constexpr int kStructureHealth = 50;
 constexpr int kTwoParts = 2;
 
 // Lower case, ASCII only, with slashes; for looking at folders and for the message.
-std::string normalised(std::string path) {
-  for (char& character : path) {
-    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
-    if (character == '\\') character = '/';
-  }
-  return path;
+std::string normalised(BasicStringRef path) {
+  std::string result = lowerAscii(path);
+  std::replace(result.begin(), result.end(), '\\', '/');
+  return result;
 }
 
 bool contains(BasicStringRef text, BasicStringRef part) {
