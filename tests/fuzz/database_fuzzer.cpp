@@ -236,7 +236,9 @@ Records asWritten(Records records, Tal::KsDestructibleType type) {
     if (type == Tal::DT_FALLING_ATOMS) return table != "fallingAtom";
     if (table == "fragile" || table == "fallingAtom") return true;
     if (table != "module") return false;
-    const std::string material = record.first.substr(record.first.rfind('\0') + 1);
+    // The name of an edited module may hold a 0 itself.
+    const std::size_t model = table.size() + 1;
+    const std::string material = record.first.substr(record.first.find('\0', model) + 1);
     return std::find(parts().bsp.begin(), parts().bsp.end(), material) == parts().bsp.end();
   });
   return records;
