@@ -12,12 +12,13 @@ bool hasLineEnd(BasicStringRef text) {
 }
 
 /// What of the gap in front of a removed child stays: comments, instructions and text, but not the white
-/// space that set the child off. Where that alone parts a text from what is `next`, its first piece stays.
-BasicStringRef keptOf(BasicStringRef gap, BasicStringRef next) {
+/// space that set the child off. Where that alone parts a text from what is `next`, its first piece stays;
+/// behind the last child there may be nothing to part it from.
+BasicStringRef keptOf(BasicStringRef gap, BasicStringRef next, bool isLast) {
   const BasicStringRef space = trailingSpace(gap);
   const BasicStringRef rest = gap.substr(0, gap.size() - space.size());
   const bool isMarkup = rest.ends_with("-->") || rest.ends_with("?>");
-  const bool isParted = !next.empty() && isSpace(next.front());
+  const bool isParted = next.empty() ? isLast : isSpace(next.front());
   if (rest.empty() || isMarkup || isParted) return rest;
   return gap.substr(0,
                     rest.size() + (space.starts_with("\r\n") ? 2 : std::min<std::size_t>(space.size(), 1)));
@@ -157,7 +158,7 @@ void Tree::takeOut(Content& content, std::size_t place) {
   const Child removed = content.children[place];
   const bool isLast = place + 1 == content.children.size();
   BasicStringRef& next = isLast ? content.tail : content.children[place + 1].before;
-  const BasicStringRef kept = keptOf(removed.before, next);
+  const BasicStringRef kept = keptOf(removed.before, next, isLast);
   if (kept.empty() && !isLast && hasLineEnd(removed.before) && trimmed(next).empty() && !hasLineEnd(next)) {
     next = removed.before;  // the next child stood on the removed one's line, and keeps it
   } else {
