@@ -34,7 +34,7 @@ enum KsDestructibleType : std::int32_t {
   DT_STRUCTURE = 0,         ///< a building made of modules that break piece by piece
   DT_FRAGILE = 1,           ///< breaks as a whole
   DT_FALLING_ATOMS = 2,     ///< falls as one physical body
-  DT_NON_DESTRUCTIBLE = 3,  ///< has no entry in the database
+  DT_NON_DESTRUCTIBLE = 3,  ///< not destructible
 };
 
 /// One module of a structure. Its key, the material name ("matName"), is not part of the record.
@@ -102,7 +102,8 @@ struct DESTRUCTIBLES_API KsDestructibleFallingAtomDesc : mio::Object {
 ///
 /// The database is mirrored in tables that all helpers share; edits change the tables at once and the file
 /// when saveConfig is called. Everything runs on the editor's main thread. Nothing here throws but
-/// allocation, and what a callback throws.
+/// allocation, the standard system error of a mutex, and what a callback, a message sink or the host's
+/// disabler throws.
 class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListener {
  public:
   /// The destruction states of one structure.
@@ -115,16 +116,18 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// @name Lifecycle and binding
   /// @{
 
-  /// Binds a helper to an open model and the disabler that shows and hides its kinds (both held, not owned,
-  /// and to be kept alive as long as the helper). Loads the database if no helper has since the last one was
-  /// destroyed, classifies the model, makes the entries that its category lacks, applies the state
-  /// "undamaged" and listens for changes of the file. Without a model the helper is empty. A null disabler is
-  /// reported and shows nothing.
+  /// Binds a helper to an open model, which is read during this call only, and to the disabler that shows and
+  /// hides the model's kinds (held, not owned, and to be kept alive as long as the helper). Loads the
+  /// database if no helper has since the last one was destroyed, classifies the model, makes the entries that
+  /// its category lacks, applies the state "undamaged" and listens for changes of the file. Every module of a
+  /// structure that has hard points gets one of them by its name, also in place of one that was chosen for
+  /// it. Without a model the helper is empty. A null disabler is reported and shows nothing.
   KsDestructiblesHelper(SuperModel* superModel = nullptr, const std::string& modelName = std::string(),
                         KsMaterialDisabler* materialDisabler = nullptr);
 
-  /// Stops listening and drops the model's entries that were only made in memory. The next helper reads the
-  /// file anew.
+  /// Stops listening. If the model is marked as missing (see isMissingInDestructiblesXml), its entries of the
+  /// present category leave the tables. The next helper, or the next look at the states through another one,
+  /// reads the file anew.
   ~KsDestructiblesHelper() override;
 
   /// Destroys the helper that `helper` holds, if any, and puts a new one in its place. With `keepVisibility`
@@ -138,7 +141,10 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// is no disabler or it is not bound to that model.
   bool detachSuperModel(SuperModel* superModel);
 
-  /// Replaces the model's entries by newly made ones of the same category.
+  /// Removes the model's entries of every category, its states too, and makes new ones of the category that
+  /// it has; for a model of none, entries are removed and none is made. The type signal is raised for the
+  /// removal and once more for the category that is made again. Modules get their hard points as in
+  /// construction.
   void resetDescriptions();
 
   /// Lets the disabler find the model's materials anew; there must be a disabler.
@@ -161,20 +167,26 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// Rebuilds the tables from the file, if they were not loaded yet or `force` is true, and raises this
   /// helper's loaded signal. False when there was nothing to do or the file could not be opened; in the
   /// latter case the tables are empty. After a load this helper's structure achievement tag is that of the
-  /// last structure of the file.
+  /// last structure of the file; it stays as it is when the file has no structure.
   bool loadConfig(bool force);
 
-  /// Writes the model's entry to the file, drops its other entries and reloads the tables. False when the
-  /// file could not be opened (a malformed one is reported once; one that is missing, by nothing but this
-  /// result) or written: then the file is whole, as it was (or, when only the last flush to the disk failed,
-  /// as it was to be), the edits stay in the tables, and a critical message has said why. False also for a
-  /// model of no category, whose entries are removed from the file all the same. A fragile or falling atom
-  /// that has no record in the tables is not written; that is no failure.
+  /// Writes the model's entry to the file, removes its other entries there and reloads the tables. Entries
+  /// under "trees" are never touched, and with several sections of the model's category the first entry in
+  /// each of them stays, of which the last is the one that is written. False when the file could not be
+  /// opened (a malformed one is reported once; one that is missing, by nothing but this result) or written:
+  /// then the file is whole, as it was (or, when only the last flush to the disk failed, as it was to be),
+  /// the edits stay in the tables, and a critical message has said why. False also for a model of no
+  /// category, whose entries are removed from the file all the same, without a reload of the tables. A
+  /// fragile or falling atom that has no record in the tables is not written; that is no failure.
+  ///
+  /// There must be no open SaveGroup of the host around this: the tables would be reloaded from a document
+  /// that is written only afterwards, and may then fail to be.
   bool saveConfig();
 
-  /// True since this helper made entries for its model that the tables lacked, or setAsNonDestructible
-  /// removed some; false again when a save was asked for, or the model became a fragile or falling atom that
-  /// the tables hold.
+  /// True since the construction or a conversion made entries for the model that the tables lacked, or
+  /// setAsNonDestructible removed some; false again when a save was asked for, or the model became a fragile
+  /// or falling atom that the tables hold. What updateDestructibleModule and addDestructibleState make does
+  /// not count.
   bool isMissingInDestructiblesXml();
 
   /// Calls `slot` after every load that this helper performed.
@@ -217,7 +229,9 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   bool isMaterialKindVisible(unsigned int kind) const;
 
   /// Whether a material whose whole name matches `pattern` has kind 0. All such names are appended to `names`
-  /// if that is not null. Names of any length are safe.
+  /// if that is not null. Names of any length are safe, but a pattern with large counted repetitions such as
+  /// "{200}" needs stack for these: the caller's for names of up to 64 characters, and enough for thousands
+  /// of repetitions for longer ones.
   bool hasDefaultMaterialKinds(const std::regex& pattern, std::vector<std::string>* names) const;
 
   /// Whether a material's kind does not agree with the part number in its name; static names always agree. A
@@ -241,6 +255,7 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
 
   /// Makes the model a structure, a fragile or a falling atom, with the entries that it lacks, and raises the
   /// type signal; refused with a message when it is one. Entries of the former category stay in the tables.
+  /// The modules of a structure get their hard points as in construction.
   void setAsStructure();
   void setAsFragile();
   void setAsFallingAtoms();
@@ -249,7 +264,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// has no category and `force` is false.
   void setAsNonDestructible(bool force);
 
-  /// Calls `callback` after every change of the category.
+  /// Calls `callback` after every conversion that was not refused, also when setAsNonDestructible(true) found
+  /// a model of no category and the category stayed the same.
   ks::Connection connectDestructibleTypeChanged(std::function<void()> callback) const;
 
   /// @}
@@ -257,14 +273,16 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// @{
 
   /// Estimates the hit points from the model's path, materials, size and category; -1 when that is not
-  /// possible, with a warning for gates and fences of unknown material. Changes nothing.
+  /// possible, with a warning for gates and fences of unknown material. Changes nothing, but that it may load
+  /// the database first: after the end of another helper it looks at the materials of the states, see there.
   int calculateDestructibleHealth();
 
   /// @}
   /// @name Parameters
-  /// Reading copies the record out and is false, with the argument untouched, when there is none. Updating is
-  /// false when nothing differs (an effect scale by less than 0.0004) or there is no record of the required
-  /// category.
+  /// Reading copies the record out and is false, with the argument untouched, when there is none or the model
+  /// is of another category; modules are read and updated in any category. Updating is false in the same
+  /// cases and when nothing differs (an effect scale by less than 0.0004, or by a difference that is not a
+  /// number).
   /// @{
 
   bool getDestructibleModule(const std::string& moduleName, KsDestructibleModuleDesc& desc);
@@ -284,7 +302,9 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// @}
   /// @name Destruction states
   /// "undamaged" and "destroyed" are built in; the named states belong to the model's entry. A named state
-  /// called like a built-in one is stored, and never shown.
+  /// called like a built-in one is stored, and never shown. What lists or shows states or their materials
+  /// loads the database first if no helper has since the last one was destroyed: edits that were not saved
+  /// are then dropped, and the loaded signal is raised.
   /// @{
 
   /// Adds an empty state; false when there is one of that name.
@@ -342,7 +362,7 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   struct Tables;
   static Tables takeTables();
   static void restoreLoaded(Tables tables);
-  void rememberLoadedEntries() const;
+  void rememberLoadedEntries() const noexcept;
   void noteSaved(std::uint64_t stampBefore, std::uint64_t stampNow) const;
   void readAll(DataSection& root);
   void readSaved(DataSection& root);

@@ -24,7 +24,8 @@ class MaterialInstance {
   std::string identifier_;
 };
 
-/// The materials of a model, in slot order. Several slots may share an identifier.
+/// The materials of a model, in slot order. Several slots may share an identifier; a slot may be empty
+/// (null).
 class ModelMaterials {
  public:
   using Slots = std::vector<std::shared_ptr<MaterialInstance>>;

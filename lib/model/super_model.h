@@ -27,7 +27,9 @@ class SuperModel {
   /// The skeleton, owned by this object; never null.
   Skeleton::SkeletonInstance* skeleton() noexcept { return &skeleton_; }
 
-  bool ready_ = true;  ///< false while the model is still being loaded; its materials are then not to be used
+  /// False while the model is still being loaded: no names and kinds are then taken from its materials, which
+  /// are not complete.
+  bool ready_ = true;
   ModelMaterials materials_;  ///< the materials, in slot order
 
  private:

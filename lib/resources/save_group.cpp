@@ -25,14 +25,16 @@ bool SaveQueue::put(const SmartPointer<SectionDocument>& document, BasicStringRe
 bool SaveQueue::lock(const std::filesystem::path& file) {
   if (locks_.contains(file) || held_.contains(file)) return true;
   std::optional<FileLock> lock = acquire(file);
-  if (lock) locks_.emplace(file, *std::move(lock));
-  return lock.has_value();
+  if (!lock) return false;
+  locks_.emplace(file, *std::move(lock));
+  return true;
 }
 
 bool SaveQueue::hold(const std::filesystem::path& file) {
   std::optional<FileLock> lock = acquire(file);
-  if (lock) held_.emplace(file, *std::move(lock));
-  return lock.has_value();
+  if (!lock) return false;
+  held_.emplace(file, *std::move(lock));
+  return true;
 }
 
 std::optional<FileLock> SaveQueue::acquire(const std::filesystem::path& file) const {

@@ -122,6 +122,22 @@ TEST_F(TheHealth, OfTheEnvironmentFollowsTheVolumeFrom3On) {
   EXPECT_THAT(messages_.messages(), IsEmpty());
 }
 
+TEST_F(TheHealth, OfAVisualThatCannotBeParsedIsThatOfNoVisual) {
+  folder_.write("a/environment/rock.visual", "<r><boundingBox>");
+  EXPECT_EQ(ofModel("a/environment/rock.model"), -1);
+  folder_.write("a/rock.visual", "<r><boundingBox>");
+  EXPECT_EQ(ofModel("a/rock.model", DT_FRAGILE), 20);
+  EXPECT_EQ(ofModel("a/rock.model", DT_STRUCTURE), 50);
+  EXPECT_EQ(ofModel("a/rock.model"), -1);
+}
+
+TEST_F(TheHealth, OfTheEnvironmentIsFoundInAnyCaseWithBackslashes) {
+  for (const char* folder : {"A\\Environment\\", "a\\MilitaryEnvironment/", "a/RAILWAY\\"}) {
+    EXPECT_EQ(ofModel(std::string(folder) + "rock.model", DT_FRAGILE), -1) << "it has no visual";
+  }
+  EXPECT_EQ(ofModel("a\\Rocks\\rock.model", DT_FRAGILE), 20);
+}
+
 TEST_F(TheHealth, OfTheEnvironmentIs1WhenTheVolumeIsNoNumber) {
   writeVisual("a/environment/rock.visual", "1e30 1e30 0");  // too large a product, times nothing
   EXPECT_EQ(ofModel("a/environment/rock.model"), 1);

@@ -306,6 +306,25 @@ TEST_F(AHelper, ThatMadeAFallingAtomInMemoryTakesOnlyThatEntryWithIt) {
   EXPECT_THAT(Access::fragileMap(), ElementsAre(Key("m")));
 }
 
+TEST_F(AHelper, ThatIsMissingAsAFragileTakesTheModulesOfTheFileWithItOnceItIsAStructure) {
+  writeDatabase(R"(<r><structures><entry><filename>m</filename>
+    <modules><module><matName>wall</matName></module></modules>
+    <states><state><name>ruined</name></state></states></entry></structures></r>)");
+  {
+    const OpenModel open({{{"wall", 73}}}, "m");
+    ASSERT_FALSE(open->isMissingInDestructiblesXml());
+    open->setAsFragile();
+    ASSERT_TRUE(open->isMissingInDestructiblesXml());
+    open->setAsStructure();
+    ASSERT_TRUE(open->isMissingInDestructiblesXml());
+  }
+  EXPECT_THAT(Access::modules(), IsEmpty());
+  EXPECT_THAT(Access::states(), IsEmpty());
+  EXPECT_THAT(Access::fragiles(), ElementsAre(Key("m"))) << "the entry of its former category";
+  const OpenModel next({{{"wall", 73}}}, "m");
+  EXPECT_EQ(next->destructibleType(), DT_STRUCTURE) << "the file was read anew";
+}
+
 TEST_F(AHelper, OfNoCategoryTakesNoEntryWithItEvenWhenItIsMissing) {
   pretendLoaded();
   {

@@ -2,6 +2,7 @@
 // again. Nobody can tell: the same operations give the same with and without that.
 
 #include <destructibles/fixture.h>
+#include <destructibles/table_text.h>
 #include <resources/data_section_cache.h>
 
 #include <array>
@@ -15,55 +16,6 @@ namespace {
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Key;
-
-void describe(const KsDestructibleModuleDesc& desc, std::ostream& out) {
-  out << desc.health << ' ' << desc.effectScale << " [" << desc.effectHP << "] [" << desc.ramEffect << "] ["
-      << desc.hitEffect << "] [" << desc.decayEffect << "]\n";
-}
-
-void describe(const KsDestructibleFragileDesc& desc, std::ostream& out) {
-  out << desc.health << ' ' << desc.effectScale << " [" << desc.effectHP << "] [" << desc.achievementTag
-      << "] [" << desc.matName << "] [" << desc.effect << "] [" << desc.hitEffect << "] [" << desc.decayEffect
-      << "] [" << desc.lifetimeEffect << "]\n";
-}
-
-void describe(const KsDestructibleFallingAtomDesc& desc, std::ostream& out) {
-  out << desc.health << ' ' << desc.effectScale << " [" << desc.physicParams << "] [" << desc.achievementTag
-      << "] [" << desc.lifetimeEffect << "] [" << desc.fractureEffect << "] [" << desc.touchdownEffect
-      << "] [" << desc.touchdownBreakEffect << "]\n";
-}
-
-void describe(const std::vector<std::string>& names, std::ostream& out) {
-  for (const std::string& name : names) out << " [" << name << ']';
-  out << '\n';
-}
-
-/// Everything in the class-wide tables.
-void describeTables(std::ostream& out) {
-  for (const auto& [model, record] : Access::states()) {
-    out << "  states of " << model << '\n';
-    for (const auto& [state, materials] : record.states) {
-      out << "    " << state << ':';
-      describe(materials, out);
-    }
-  }
-  for (const auto& [model, modules] : Access::modules()) {
-    out << "  modules of " << model << '\n';
-    for (const auto& [name, desc] : modules) {
-      out << "    " << name << ' ';
-      describe(desc, out);
-    }
-  }
-  for (const auto& [model, desc] : Access::fragiles()) {
-    out << "  fragile " << model << ' ';
-    describe(desc, out);
-  }
-  for (const auto& [model, desc] : Access::fallingAtoms()) {
-    out << "  falling atom " << model << ' ';
-    describe(desc, out);
-  }
-  out << "  loaded " << Access::hasLoaded() << '\n';
-}
 
 // Two categories for one model, a model twice, sections of one tag twice, and no entry for "d".
 constexpr std::array<const char*, 4> kContents = {

@@ -74,5 +74,46 @@ TEST_F(ALoadWithinAnOperation, ThatDropsTheRecordLeavesNoEmptyEntryBehindTheNext
   EXPECT_THAT(Access::moduleMap(), IsEmpty());
 }
 
+TEST_F(ALoadWithinAnOperation, ThatBringsAnEntryHasItOverwrittenByTheOneThatIsMade) {
+  constexpr const char* kGate = "a/gatesandfences/b";
+  for (const bool isFragile : {false, true}) {
+    writeDatabase("<r/>");
+    const OpenModel gate({{{"n_wood", 73}}}, kGate);
+    const std::string section = isFragile ? "fragiles" : "fallingAtoms";
+    folder_.replace(kDatabase, "<r><" + section + "><entry><filename>" + kGate +
+                                   "</filename><health>77</health></entry></" + section + "></r>");
+    endAnotherHelper();
+    int loaded = 0;
+    const ks::Connection listening = gate->connectLoadedConfigSignal([&] { ++loaded; });
+    isFragile ? gate->setAsFragile() : gate->setAsFallingAtoms();
+    EXPECT_EQ(loaded, 1);
+    if (isFragile) {
+      EXPECT_EQ(Access::fragiles().at(kGate).health, 1);
+      EXPECT_EQ(Access::fragiles().at(kGate).hitEffect, "hd_bld_SU_206_Cellar");
+    } else {
+      EXPECT_EQ(Access::fallingAtoms().at(kGate).health, 1);
+      EXPECT_EQ(Access::fallingAtoms().at(kGate).fractureEffect, "inf_streetlamp_fracture");
+    }
+    EXPECT_TRUE(gate->isMissingInDestructiblesXml());
+  }
+}
+
+TEST_F(ALoadWithinAnOperation, ThatBringsModulesKeepsThemAndHasTheLackingOnesAdded) {
+  writeDatabase("<r/>");
+  const OpenModel house({{{"wall", 73}, {"roof", 74}}}, "house");
+  folder_.replace(kDatabase, R"(<r><structures><entry><filename>house</filename><modules>
+    <module><matName>wall</matName><health>77</health></module></modules></entry></structures></r>)");
+  endAnotherHelper();
+  int loaded = 0;
+  const ks::Connection listening = house->connectLoadedConfigSignal([&] { ++loaded; });
+  house->setAsStructure();
+  EXPECT_EQ(loaded, 1);
+  EXPECT_THAT(Access::modules().at("house"), ElementsAre(Key("roof"), Key("wall")));
+  EXPECT_EQ(Access::modules().at("house").at("wall").health, 77);
+  EXPECT_EQ(Access::modules().at("house").at("wall").hitEffect, "");
+  EXPECT_EQ(Access::modules().at("house").at("roof").health, 50);
+  EXPECT_TRUE(house->isMissingInDestructiblesXml()) << "the table was made before the load";
+}
+
 }  // namespace
 }  // namespace Tal

@@ -32,6 +32,14 @@ TEST_F(TheMaterials, AreListedAnewOnRequest) {
   EXPECT_THAT(open->getMaterialNames(), ElementsAre(Pair("c", 82U)));
 }
 
+TEST_F(TheMaterials, AreThoseOfTheSlotsThatHoldOne) {
+  const auto model = support::buildModel({});
+  model->materials_ = ModelMaterials({nullptr, std::make_shared<MaterialInstance>("wall", 73), nullptr});
+  KsMaterialDisabler disabler(model.get());
+  const KsDestructiblesHelper helper(model.get(), "m", &disabler);
+  EXPECT_THAT(helper.getMaterialNames(), ElementsAre(Pair("wall", 73U)));
+}
+
 TEST_F(TheMaterials, AreNoneWhileTheModelIsNotReady) {
   const OpenModel open({{{"a", 80}}}, "m");
   open.model->ready_ = false;

@@ -173,6 +173,15 @@ TEST_F(MissingEntries, OfStructuresLeaveExistingModulesAndAddTheOthers) {
   EXPECT_FALSE(open->isMissingInDestructiblesXml()) << "the model's table was there";
 }
 
+TEST_F(MissingEntries, OfStructuresKeepAModuleWhoseMaterialIsNoLongerUndamaged) {
+  const OpenModel open({{{"wall", 73}, {"droof", 88}}, {}, {"HP_1"}}, "m");
+  Access::moduleMap()["m"]["droof"].health = 4;
+  open->setAsStructure();
+  EXPECT_THAT(Access::modules().at("m"), ElementsAre(Key("droof"), Key("wall")));
+  EXPECT_EQ(Access::modules().at("m").at("droof").health, 4);
+  EXPECT_EQ(Access::modules().at("m").at("droof").effectHP, "HP_1");
+}
+
 TEST_F(MissingEntries, OfStructuresMakeNoStates) {
   const OpenModel open({{{"wall", 73}}}, "m");
   open->setAsStructure();

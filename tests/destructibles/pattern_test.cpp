@@ -29,6 +29,17 @@ TEST_P(AMaterialNameOfAnyLength, IsMatchedAgainstNestedGroups) {
   EXPECT_FALSE(open->hasDefaultMaterialKinds(std::regex(nestedGroups(GetParam().groups) + "b"), nullptr));
 }
 
+// Only what matches at once: to find no match in optional repetitions takes time without end.
+class ALongMaterialName : public DestructiblesTest {};
+
+TEST_F(ALongMaterialName, IsMatchedAgainstAThousandRepetitions) {
+  for (const std::size_t length : {65U, 1000U}) {
+    const std::string name(length, 'a');
+    const OpenModel open({{{name, 0}}}, "m");
+    EXPECT_TRUE(open->hasDefaultMaterialKinds(std::regex("((a?){1000})*"), nullptr));
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Patterns, AMaterialNameOfAnyLength,
                          ::testing::Values(Case{"One", 30, 1}, Case{"LastOnTheCallersStack", 30, 64},
                                            Case{"FirstOnItsOwnStack", 30, 65}, Case{"AThousand", 10, 1024},

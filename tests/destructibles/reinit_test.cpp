@@ -175,6 +175,14 @@ TEST_F(TheDependencies, EndAtATokenThatIsNoNumberAndKeepWhatCameBefore) {
   EXPECT_THAT(dependenciesOf({{"a_b_x_6", 80}, {"c_d_6", 81}}), IsEmpty());
 }
 
+TEST_F(TheDependencies, EndAtANumberWithASign) {
+  EXPECT_THAT(dependenciesOf({{"a_b_5_6_+5_6_7", 80}, {"c_d_6", 81}, {"e_f_7", 82}}),
+              ElementsAre(Pair(80U, ElementsAre(81U))));
+  EXPECT_THAT(dependenciesOf({{"a_b_5_6_-5_6_7", 80}, {"c_d_6", 81}, {"e_f_7", 82}}),
+              ElementsAre(Pair(80U, ElementsAre(81U))));
+  EXPECT_THAT(dependenciesOf({{"a_b_+5_6", 80}, {"a_b_-5_6", 82}, {"c_d_6", 81}}), IsEmpty());
+}
+
 TEST_F(TheDependencies, SurviveANumberThatIsTooLong) {
   const Dependencies found = dependenciesOf(
       {{"a_b_99999999999999999999999_1", 80}, {"c_d_2_3_99999999999999999999999", 81}, {"e_f_3", 82}});

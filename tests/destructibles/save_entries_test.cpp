@@ -246,6 +246,30 @@ TEST_F(TheEntriesOfTheModel, DirectlyUnderTheRootAreRemoved) {
 )");
 }
 
+TEST_F(TheEntriesOfTheModel, DirectlyUnderTheRootAreRemovedAlsoWhenTheyAreTrees) {
+  const std::string others = R"(  <trees>
+    <filename>other.model</filename>
+  </trees>
+  <fragiles>
+    <entry>
+      <filename>other.model</filename>
+    </entry>
+  </fragiles>
+</root>
+)";
+  writeDatabase(R"(<root>
+  <trees>
+    <filename>crate.model</filename>
+    <entry>
+      <filename>tree.model</filename>
+    </entry>
+  </trees>
+)" + others);
+  const OpenModel crate({}, "crate.model");
+  EXPECT_FALSE(crate->saveConfig());
+  EXPECT_EQ(readDatabase(), "<root>\n" + others);
+}
+
 TEST_F(TheEntriesOfTheModel, AreFoundInASecondSectionOfTheirCategoryUnderAnyTag) {
   writeDatabase(R"(<root>
   <fallingAtoms>

@@ -228,6 +228,15 @@ TEST_F(SavingAStructure, WritesOneModulePerMaterialKindTheOneThatSortsFirst) {
   EXPECT_THAT(readDatabase(), Not(HasSubstr("wall_b")));
 }
 
+TEST_F(SavingAStructure, CountsAMaterialKindAsWrittenOnlyForACollisionMaterial) {
+  writeDatabase("<root/>");
+  const OpenModel house({{{"wall_a", 73}, {"wall_b", 73}}, {"wall_b"}}, "house");
+  house->setAsStructure();
+  ASSERT_THAT(Access::modules().at("house"), ElementsAre(Key("wall_a"), Key("wall_b")));
+  EXPECT_TRUE(house->saveConfig());
+  EXPECT_THAT(Access::modules().at("house"), ElementsAre(Key("wall_b")));
+}
+
 TEST_F(SavingAStructure, WritesEveryModuleWhoseCollisionMaterialHasNoKindNumber) {
   writeDatabase("<root/>");
   const OpenModel house({{}, {"collision_a", "collision_b"}}, "house");

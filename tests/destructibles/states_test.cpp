@@ -228,6 +228,17 @@ TEST_F(TheStates, GiveTheKindsOfTheirMaterialsAndThenTheDependenciesWithRepetiti
   EXPECT_THAT(open->getMatKindsForState("unknown"), IsEmpty());
 }
 
+TEST_F(TheStates, DestroyedGiveTheKindsOfTheRuinsWhichHaveNoDependencies) {
+  const OpenModel open({{{"a_b_1_2", 80}, {"c_d_2", 81}, {"ruin_1_2", 94}, {"a_ruin", 95}, {"z_ruin", 94}}},
+                       "m");
+  EXPECT_THAT(open->getMatKindsForState("destroyed"), ElementsAre(95U, 94U, 94U));
+}
+
+TEST_F(TheStates, GiveADependencyThatNoNameDeclaresAsKind0) {
+  const OpenModel open({{{"a_b_5_9", 80}}}, "m");
+  EXPECT_THAT(open->getMatKindsForState("undamaged"), ElementsAre(80U, 0U));
+}
+
 TEST_F(TheStates, GiveNoKindForAnUnknownMaterialNorItsDependencies) {
   const OpenModel open({{{"a_b_1_2", 80}, {"plain", 0}}}, "m");
   Access::dependencies(*open)[4294967295U] = {1, 2};
@@ -274,6 +285,20 @@ TEST_F(TheStates, DestroyedFiltersNoNamesAndIgnoresOtherKinds) {
   EXPECT_THAT(open.journal,
               ElementsAre("setIsDestroyed false", "hide 86", "hide 73", "hide 73", "hide 86",  //
                           "show 100", "show 87", "show 87", "show 100"));
+}
+
+TEST_F(TheStates, ShowADependencyThatNoNameDeclaresAsKind0) {
+  OpenModel open({{{"a_b_5_9", 80}}}, "m");
+  open.journal.clear();
+  EXPECT_TRUE(open->setDestructibleState("destroyed"));
+  EXPECT_THAT(open.journal, ElementsAre("setIsDestroyed false", "hide 80", "show 94", "hide 0", "hide 14"));
+  ASSERT_TRUE(open->setDestructibleState("undamaged"));
+  open.journal.clear();
+  open->setMaterialDestroyed(80, true);
+  EXPECT_THAT(open.journal, ElementsAre("isVisible 80", "hide 80", "show 94", "hide 0", "hide 14"));
+  open.journal.clear();
+  open->setMaterialDestroyed(80, false);
+  EXPECT_THAT(open.journal, ElementsAre("isVisible 80", "show 80", "hide 94", "show 0", "show 14"));
 }
 
 TEST_F(TheStates, NamedHideTheirMaterialsAndShowTheirRuins) {

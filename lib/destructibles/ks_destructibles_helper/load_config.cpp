@@ -110,8 +110,8 @@ void KsDestructiblesHelper::readEntry(KsDestructibleType type, const std::string
   }
 }
 
-// After the tables were restored to what they were before a model was saved: that model's entries, and the
-// tag that a load leaves.
+// After the tables were restored to what the last load made of them, with one model saved since: that model's
+// entries, and the tag that a load leaves.
 void KsDestructiblesHelper::readSaved(DataSection& root) {
   const std::string model = s_lastLoad.savedModel;
   const std::uint64_t contentStamp = std::exchange(s_lastLoad.savedStamp, 0);

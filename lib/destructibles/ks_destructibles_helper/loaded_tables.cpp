@@ -29,13 +29,20 @@ std::map<std::string, KsDestructibleFallingAtomDesc> KsDestructiblesHelper::s_de
 bool KsDestructiblesHelper::s_hasLoadedDestrXml = false;
 KsDestructiblesHelper::LastLoad KsDestructiblesHelper::s_lastLoad;
 
-// To be called before the model's entries in the tables are edited.
-void KsDestructiblesHelper::rememberLoadedEntries() const {
+// To be called before the model's entries in the tables are edited. No edit fails because of it: without the
+// memory for a copy the next load reads everything.
+void KsDestructiblesHelper::rememberLoadedEntries() const noexcept {
   if (s_lastLoad.contentStamp == 0 || s_lastLoad.edited.contains(modelName_)) return;
-  s_lastLoad.edited.emplace(
-      modelName_,
-      LastLoad::Entries{entryOf(s_destrStateMap, modelName_), entryOf(s_destrModuleMap, modelName_),
-                        entryOf(s_destrFragileMap, modelName_), entryOf(s_destrFallingAtomMap, modelName_)});
+  try {
+    s_lastLoad.edited.emplace(modelName_, LastLoad::Entries{entryOf(s_destrStateMap, modelName_),
+                                                            entryOf(s_destrModuleMap, modelName_),
+                                                            entryOf(s_destrFragileMap, modelName_),
+                                                            entryOf(s_destrFallingAtomMap, modelName_)});
+  } catch (...) {
+    s_lastLoad.contentStamp = 0;
+    s_lastLoad.savedStamp = 0;
+    s_lastLoad.edited.clear();
+  }
 }
 
 // To be called when the model's entries, and nothing else, were written into the document.
@@ -55,19 +62,20 @@ KsDestructiblesHelper::Tables KsDestructiblesHelper::takeTables() {
           std::exchange(s_lastLoad, {})};
 }
 
-// Makes the tables what the load that filled them had made of them.
+// Makes the tables what the load that filled them had made of them. When that fails, they are left as they
+// are, empty.
 void KsDestructiblesHelper::restoreLoaded(Tables tables) {
+  for (auto& [model, entries] : tables.lastLoad.edited) {
+    putBack(tables.states, model, entries.states);
+    putBack(tables.modules, model, entries.modules);
+    putBack(tables.fragiles, model, entries.fragile);
+    putBack(tables.fallingAtoms, model, entries.fallingAtom);
+  }
+  tables.lastLoad.edited.clear();
   s_destrStateMap.swap(tables.states);
   s_destrModuleMap.swap(tables.modules);
   s_destrFragileMap.swap(tables.fragiles);
   s_destrFallingAtomMap.swap(tables.fallingAtoms);
-  for (auto& [model, entries] : tables.lastLoad.edited) {
-    putBack(s_destrStateMap, model, entries.states);
-    putBack(s_destrModuleMap, model, entries.modules);
-    putBack(s_destrFragileMap, model, entries.fragile);
-    putBack(s_destrFallingAtomMap, model, entries.fallingAtom);
-  }
-  tables.lastLoad.edited.clear();
   s_lastLoad = std::move(tables.lastLoad);
 }
 

@@ -18,15 +18,17 @@ bool beginsWithLonger(BasicStringRef name, BasicStringRef prefix) {
 
 // std::regex_match recurses several times per character, the more often the more groups the pattern has. What
 // the caller's stack may not bear is matched on one that is made for it; that is address space only until it
-// is used.
+// is used. Counted repetitions are copies of what is repeated: they make the recursion deeper by a constant.
 bool matchesWhole(const std::string& name, const std::regex& pattern) {
   constexpr std::size_t kSafeLength = 64;
   constexpr std::size_t kStackPerCharacter = 16384;
   constexpr std::size_t kStackPerGroup = 4096;
+  constexpr std::size_t kStackForRepetitions = std::size_t{64} << 20U;
   if (name.size() <= kSafeLength) return std::regex_match(name, pattern);
   const std::size_t perCharacter = kStackPerCharacter + kStackPerGroup * pattern.mark_count();
   bool matches = false;
-  runOnLargeStack(name.size() * perCharacter, [&] { matches = std::regex_match(name, pattern); });
+  runOnLargeStack(name.size() * perCharacter + kStackForRepetitions,
+                  [&] { matches = std::regex_match(name, pattern); });
   return matches;
 }
 
@@ -36,7 +38,7 @@ void KsDestructiblesHelper::resetMatKindsByName(SuperModel* superModel) {
   materialNames_.clear();
   if (!superModel->ready_) return;
   for (const std::shared_ptr<MaterialInstance>& material : superModel->materials_) {
-    materialNames_[material->identifier()] = material->materialKind_;
+    if (material != nullptr) materialNames_[material->identifier()] = material->materialKind_;
   }
 }
 

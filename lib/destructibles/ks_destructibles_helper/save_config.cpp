@@ -20,6 +20,27 @@ void writeOrRemove(DataSection& section, BasicStringRef key, const std::string& 
   }
 }
 
+// Drops the document at the end of a scope in which it was edited and not written: the tables hold the edits,
+// and the document must not bring them into another model's save or a reload.
+class UnwrittenDocument {
+ public:
+  UnwrittenDocument() = default;
+  ~UnwrittenDocument() {
+    if (!isEdited_) return;
+    try {
+      DataSectionCache::discard(kDestructiblesXml);
+    } catch (...) {  // There is nothing left that could be done.
+    }
+  }
+  UnwrittenDocument(const UnwrittenDocument&) = delete;
+  UnwrittenDocument& operator=(const UnwrittenDocument&) = delete;
+
+  void setEdited(bool isEdited) noexcept { isEdited_ = isEdited; }
+
+ private:
+  bool isEdited_ = false;
+};
+
 }  // namespace
 
 bool KsDestructiblesHelper::saveConfig() {
@@ -33,10 +54,12 @@ bool KsDestructiblesHelper::saveConfig() {
 
 // Holds no section any more when it returns.
 bool KsDestructiblesHelper::writeToFile() {
+  UnwrittenDocument unwritten;
   // The many saves below reach the disk as one.
   SaveGroup saves;
   SmartPointer<DataSection> root = FS::Utils::openSection(kDestructiblesXml, false, nullptr);
   if (!root) return false;
+  unwritten.setEdited(true);
   deleteDuplicate(root, 0);
   // Only now: what was removed above may have been a section with the entries of other models.
   const std::uint64_t contentStamp = root->contentStamp();
@@ -51,17 +74,14 @@ bool KsDestructiblesHelper::writeToFile() {
   } else if (!category.empty()) {
     writeEntry(*categorySection, entry);
   }
-  if (!saves.commit()) {
-    // The tables hold the edits; the document must not bring them into another model's save or a reload.
-    DataSectionCache::discard(kDestructiblesXml);
-    return false;
-  }
+  if (!saves.commit()) return false;
+  unwritten.setEdited(false);
   noteSaved(contentStamp, root->contentStamp());
   return true;
 }
 
-// Removes the model's entries from every category but its own, and there all but the first, which is
-// returned; null when there is none.
+// Removes the model's entries from every category but its own, and from each section of that all but the
+// first; the one that is left in the last of them is returned, null when there is none.
 SmartPointer<DataSection> KsDestructiblesHelper::keepOneEntry(const SmartPointer<DataSection>& root,
                                                               const std::string& category, bool& hasRemoved) {
   SmartPointer<DataSection> kept;

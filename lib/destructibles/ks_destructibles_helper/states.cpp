@@ -14,7 +14,7 @@ using fixed_names::kSource;
 using fixed_names::kUndamagedState;
 using material_kinds::kToDestroyed;
 
-// Materials that carry this anywhere in their names belong to no built-in look.
+// Materials that carry this anywhere in their names belong to no built-in look, but for falling atoms.
 constexpr BasicStringRef kStaticMark = "s_";
 
 }  // namespace
@@ -109,13 +109,15 @@ std::vector<unsigned int> KsDestructiblesHelper::getMatKindsForState(const std::
 
 bool KsDestructiblesHelper::setDestructibleState(const std::string& state) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::setDestructibleState", kSource, 2291);
+  // The current state's own name may be given, and the disabler may come back to show another one.
+  const std::string wanted = state;  // NOLINT(performance-unnecessary-copy-initialization)
   loadConfig(false);
-  destructibleState_ = state;
+  destructibleState_ = wanted;
   if (materialDisabler_ != nullptr) materialDisabler_->setIsDestroyed(false);
-  if (destructibleState_ == kUndamagedState) return true;
+  if (wanted == kUndamagedState) return true;
   std::vector<unsigned> hide;
   std::vector<unsigned> show;
-  if (destructibleState_ == kDestroyedState) {
+  if (wanted == kDestroyedState) {
     for (const auto& [name, kind] : materialNames_) {
       if (material_kinds::isUndamaged(kind)) {
         hide.push_back(kind);
@@ -126,7 +128,7 @@ bool KsDestructiblesHelper::setDestructibleState(const std::string& state) {
       }
     }
   } else {
-    const std::vector<std::string>* const materials = materialsOfNamedState(destructibleState_);
+    const std::vector<std::string>* const materials = materialsOfNamedState(wanted);
     if (materials == nullptr) return false;
     for (const std::string& name : *materials) {
       const auto material = materialNames_.find(name);
