@@ -22,6 +22,7 @@ int main(int argc, char** argv) {
   Tal::DebugMessageHelper::setSink([](const Tal::DebugMessage& message) { std::clog << message.text << '\n'; });
   Tal::FS::setFileSystem(
       std::make_unique<Tal::FS::MultiFileSystem>(std::vector<std::filesystem::path>{argv[1]}));
+  Tal::FS::fileSystem()->getFilesystemMonitor();  // changes are followed from here on
 
   // For each model that is selected. The model and the disabler outlive the helper.
   std::string fault;

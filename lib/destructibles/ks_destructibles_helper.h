@@ -131,9 +131,9 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   ~KsDestructiblesHelper() override;
 
   /// Destroys the helper that `helper` holds, if any, and puts a new one in its place. With `keepVisibility`
-  /// the kinds that were hidden or shown before are so again. The old helper's disabler lets go of the model
-  /// on the way: a disabler that goes on is attached to the model again by the host, which then shows all
-  /// this.
+  /// the kinds that were hidden or shown before are so again. The old helper's disabler lets go of
+  /// `superModel` on the way if it is bound to it, and stays bound to another model: a disabler that goes on
+  /// is attached to its model again by the host, which then shows all this.
   static void reinit(std::unique_ptr<KsDestructiblesHelper>& helper, SuperModel* superModel,
                      const std::string& modelName, KsMaterialDisabler* materialDisabler, bool keepVisibility);
 
@@ -144,7 +144,7 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// Removes the model's entries of every category, its states too, and makes new ones of the category that
   /// it has; for a model of none, entries are removed and none is made. The type signal is raised for the
   /// removal and once more for the category that is made again. Modules get their hard points as in
-  /// construction.
+  /// construction. The estimate of the health may load the database first, see setAsStructure.
   void resetDescriptions();
 
   /// Lets the disabler find the model's materials anew; there must be a disabler.
@@ -170,12 +170,14 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// last structure of the file; it stays as it is when the file has no structure.
   bool loadConfig(bool force);
 
-  /// Writes the model's entry to the file, removes its other entries there and reloads the tables. Entries
-  /// under "trees" are never touched, and with several sections of the model's category the first entry in
-  /// each of them stays, of which the last is the one that is written. False when the file could not be
-  /// opened (a malformed one is reported once; one that is missing, by nothing but this result) or written:
-  /// then the file is whole, as it was (or, when only the last flush to the disk failed, as it was to be),
-  /// the edits stay in the tables, and a critical message has said why. False also for a model of no
+  /// Writes the model's entry to the file, removes its other entries there and reloads the tables. A child of
+  /// the root that has the model's name as its own "filename" is removed whole, whatever its tag; for the
+  /// empty name that is every one without a "filename", so that a helper of no model must not be saved.
+  /// Entries under "trees" are otherwise not touched. With several sections of the model's category the first
+  /// entry in each of them stays, of which the last is the one that is written. False when the file could not
+  /// be opened (a malformed one is reported once; one that is missing, by nothing but this result) or
+  /// written: then the file is whole, as it was (or, when only the last flush to the disk failed, as it was
+  /// to be), the edits stay in the tables, and a critical message has said why. False also for a model of no
   /// category, whose entries are removed from the file all the same, without a reload of the tables. A
   /// fragile or falling atom that has no record in the tables is not written; that is no failure.
   ///
@@ -185,11 +187,12 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
 
   /// True since the construction or a conversion made entries for the model that the tables lacked, or
   /// setAsNonDestructible removed some; false again when a save was asked for, or the model became a fragile
-  /// or falling atom that the tables hold. What updateDestructibleModule and addDestructibleState make does
-  /// not count.
+  /// or falling atom that the tables hold. Neither
+  /// counts what updateDestructibleModule and addDestructibleState make, nor a module that joins others.
   bool isMissingInDestructiblesXml();
 
-  /// Calls `slot` after every load that this helper performed.
+  /// Calls `slot` after every load that this helper performed. It must not destroy the helper but in a load
+  /// or a save that was asked for: other operations that load first go on afterwards.
   ks::Connection connectLoadedConfigSignal(std::function<void()> slot) const;
 
   /// @}
@@ -225,7 +228,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   bool isMaterialKindDestroyed(const std::string& name) const;
   bool isMaterialKindUndamaged(const std::string& name) const;
 
-  /// Whether the disabler shows a kind.
+  /// Whether the disabler shows a kind. A null disabler is reported, and answered for as if nothing had been
+  /// shown or hidden.
   bool isMaterialKindVisible(unsigned int kind) const;
 
   /// Whether a material whose whole name matches `pattern` has kind 0. All such names are appended to `names`
@@ -235,7 +239,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   bool hasDefaultMaterialKinds(const std::regex& pattern, std::vector<std::string>* names) const;
 
   /// Whether a material's kind does not agree with the part number in its name; static names always agree. A
-  /// kind of the wrong look, and any kind of a name of neither look, counts as that of part 0. All that do
+  /// kind that is not of the name's look, also 0, and any kind of a name of neither look, counts as that of
+  /// part 0. All that do
   /// not agree are appended to `names` if that is not null.
   bool hasDisorderedMaterialKinds(std::vector<std::string>* names) const;
 
@@ -256,6 +261,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// Makes the model a structure, a fragile or a falling atom, with the entries that it lacks, and raises the
   /// type signal; refused with a message when it is one. Entries of the former category stay in the tables.
   /// The modules of a structure get their hard points as in construction.
+  /// The estimate of the health may load the database first (see calculateDestructibleHealth); modules and
+  /// states that the file then brings are kept.
   void setAsStructure();
   void setAsFragile();
   void setAsFallingAtoms();
@@ -265,7 +272,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   void setAsNonDestructible(bool force);
 
   /// Calls `callback` after every conversion that was not refused, also when setAsNonDestructible(true) found
-  /// a model of no category and the category stayed the same.
+  /// a model of no category and the category stayed the same. It must not destroy the helper within
+  /// resetDescriptions.
   ks::Connection connectDestructibleTypeChanged(std::function<void()> callback) const;
 
   /// @}
@@ -274,15 +282,15 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
 
   /// Estimates the hit points from the model's path, materials, size and category; -1 when that is not
   /// possible, with a warning for gates and fences of unknown material. Changes nothing, but that it may load
-  /// the database first: after the end of another helper it looks at the materials of the states, see there.
+  /// the database first, as every look at the materials of a state does, see there.
   int calculateDestructibleHealth();
 
   /// @}
   /// @name Parameters
   /// Reading copies the record out and is false, with the argument untouched, when there is none or the model
-  /// is of another category; modules are read and updated in any category. Updating is false in the same
-  /// cases and when nothing differs (an effect scale by less than 0.0004, or by a difference that is not a
-  /// number).
+  /// is of another category; modules are read and updated in any category. Updating a fragile or falling
+  /// atom is false in the same cases, and updating anything when nothing differs (an effect scale by less
+  /// than 0.0004, or by a difference that is not a number).
   /// @{
 
   bool getDestructibleModule(const std::string& moduleName, KsDestructibleModuleDesc& desc);
@@ -358,10 +366,10 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   void collectMaterialDependencies();
 
   // Loading.
-  struct LastLoad;
-  struct Tables;
-  static Tables takeTables();
-  static void restoreLoaded(Tables tables);
+  struct LastLoad_t;
+  struct Tables_t;
+  static Tables_t takeTables();
+  static void restoreLoaded(Tables_t tables);
   void rememberLoadedEntries() const noexcept;
   void noteSaved(std::uint64_t stampBefore, std::uint64_t stampNow) const;
   void readAll(DataSection& root);
@@ -423,7 +431,7 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   static std::map<std::string, KsDestructibleFragileDesc> s_destrFragileMap;
   static std::map<std::string, KsDestructibleFallingAtomDesc> s_destrFallingAtomMap;
   static bool s_hasLoadedDestrXml;
-  static LastLoad s_lastLoad;
+  static LastLoad_t s_lastLoad;
 };
 
 /// @name Scene

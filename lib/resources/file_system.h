@@ -64,9 +64,11 @@ void setFileSystem(std::unique_ptr<MultiFileSystem> replacement);
 namespace Utils {
 
 /// Opens a resource as a data section, from the cache when the file has not changed. Null when it is missing,
-/// refused or unreadable; a file that is there and cannot be parsed is reported (resource, line, column,
-/// reason) once for each version of the file. When it is missing and `create` is true, an empty document (by
-/// `creator` if not null) is made in memory; saving it makes the file.
+/// refused or unreadable, when there is no file system, and within a save group when another program is
+/// saving it and does not come to an end (all but a missing one are reported); a file that is there and
+/// cannot be parsed is reported (resource, line, column, reason) once for each version of the file. When it
+/// is missing and `create` is true, an empty document (by `creator` if not null) is made in memory; saving it
+/// makes the file.
 SmartPointer<DataSection> openSection(BasicStringRef path, bool create, DataSectionCreator* creator);
 
 }  // namespace Utils

@@ -12,6 +12,9 @@ namespace Tal::FS {
 /// A file replaced by rename, written in place, or deleted and made anew is noticed at once; one written
 /// through mapped memory within a second or so, as is every change where the system refuses to watch. A file
 /// that is only read is not told of, nor one whose name says that it is temporary or a backup.
+///
+/// It watches from its making on, by the first call of MultiFileSystem::getFilesystemMonitor: to miss
+/// nothing, a host makes that call before it reads anything.
 class MonitorThreadBase {
  public:
   virtual ~MonitorThreadBase() = default;

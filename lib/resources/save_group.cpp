@@ -17,8 +17,8 @@ SaveQueue& SaveQueue::instance() {
 bool SaveQueue::put(const SmartPointer<SectionDocument>& document, BasicStringRef resourceName) {
   if (depth_ == 0) return false;
   Save save(document, resourceName);
-  if (resourceName.empty()) document->oweSave();
   if (std::find(saves_.begin(), saves_.end(), save) == saves_.end()) saves_.push_back(std::move(save));
+  if (resourceName.empty()) document->oweSave();
   return true;
 }
 

@@ -71,9 +71,10 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
   }
   if (identityAt(*place)) {
     const SmartPointer<SectionDocument> document = documentOf(name, *place);
+    SmartPointer<DataSection> root = rootOf(document);
     // A group that has nothing new to save makes up for the flush too.
     if (document && document->isFlushOwed()) SaveQueue::instance().put(document, "");
-    return rootOf(document);
+    return root;
   }
   if (creator != nullptr) return creator->create(resourceName);
   Entry& entry = entries_[name];
@@ -116,7 +117,9 @@ void SectionCache::purge(BasicStringRef resourceName, bool recursive) {
 }
 
 void SectionCache::discard(BasicStringRef resourceName) {
-  const auto found = entries_.find(normalisedName(resourceName));
+  // A name that is as it is kept needs no memory to be found: this is also called when there is none.
+  auto found = entries_.find(resourceName);
+  if (found == entries_.end()) found = entries_.find(normalisedName(resourceName));
   if (found == entries_.end()) return;
   Entry left;
   drop(found->second);
@@ -131,7 +134,7 @@ void SectionCache::clear() {
 void SectionCache::doubt(BasicStringRef resourceName) {
   const auto found = entries_.find(normalisedName(resourceName));
   if (found == entries_.end()) return;
-  found->second.refused = std::nullopt;
+  if (found->second.refused) found->second.refused->isRecent = true;
   if (found->second.document) found->second.document->doubt();
 }
 

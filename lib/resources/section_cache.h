@@ -4,6 +4,7 @@
 #include <resources/section_document.h>
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -43,7 +44,7 @@ class SectionCache {
  private:
   SmartPointer<SectionDocument> documentOf(const std::string& name, const std::filesystem::path& file);
 
-  std::map<std::string, Entry> entries_;
+  std::map<std::string, Entry, std::less<>> entries_;
 };
 
 }  // namespace Tal

@@ -147,7 +147,7 @@ std::uint64_t SectionDocument::contentStamp() {
 }
 
 std::optional<SectionDocument::SavedContent> SectionDocument::savedContent() {
-  if (isEdited() || !base_) return std::nullopt;
+  if (isEdited() || isSaveOwed() || !base_) return std::nullopt;
   return SavedContent{*base_, contentStamp()};
 }
 

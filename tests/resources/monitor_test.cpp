@@ -58,6 +58,17 @@ TEST(TheMonitor, HearsOfASlowWriterOnlyWhenHeIsDone) {
   EXPECT_THAT(root.changes(), ElementsAre("modified scripts/a.xml"));
 }
 
+TEST(TheMonitor, DoesNotHaveTheSameRefusalReportedAgain) {
+  const support::MessageRecorder messages;
+  WatchedRoot root(kName, "<r/>");
+  root.listen();
+  root.write(kName, "<r>");
+  EXPECT_FALSE(support::openResource(kName));
+  EXPECT_THAT(root.changes(), ElementsAre("modified scripts/a.xml"));
+  EXPECT_FALSE(support::openResource(kName));
+  EXPECT_THAT(messages.texts(), testing::SizeIs(1));
+}
+
 TEST(TheMonitor, HearsOfAFileDeletedAndMadeAnew) {
   WatchedRoot root(kName, "<r>1</r>");
   root.listen();

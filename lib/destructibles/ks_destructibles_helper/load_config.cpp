@@ -70,7 +70,7 @@ bool KsDestructiblesHelper::loadConfig(bool force) {
   if (s_hasLoadedDestrXml && !force) return false;
   // Before the file is opened, so that later helpers do not try a missing file again.
   s_hasLoadedDestrXml = true;
-  Tables last = takeTables();
+  Tables_t last = takeTables();
   const SmartPointer<DataSection> root = FS::Utils::openSection(kDestructiblesXml, false, nullptr);
   if (!root) return false;
   const std::uint64_t contentStamp = root->contentStamp();

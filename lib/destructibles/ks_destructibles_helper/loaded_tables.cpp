@@ -27,17 +27,17 @@ std::map<std::string, KsDestructiblesHelper::ModuleTable> KsDestructiblesHelper:
 std::map<std::string, KsDestructibleFragileDesc> KsDestructiblesHelper::s_destrFragileMap;
 std::map<std::string, KsDestructibleFallingAtomDesc> KsDestructiblesHelper::s_destrFallingAtomMap;
 bool KsDestructiblesHelper::s_hasLoadedDestrXml = false;
-KsDestructiblesHelper::LastLoad KsDestructiblesHelper::s_lastLoad;
+KsDestructiblesHelper::LastLoad_t KsDestructiblesHelper::s_lastLoad;
 
 // To be called before the model's entries in the tables are edited. No edit fails because of it: without the
 // memory for a copy the next load reads everything.
 void KsDestructiblesHelper::rememberLoadedEntries() const noexcept {
   if (s_lastLoad.contentStamp == 0 || s_lastLoad.edited.contains(modelName_)) return;
   try {
-    s_lastLoad.edited.emplace(modelName_, LastLoad::Entries{entryOf(s_destrStateMap, modelName_),
-                                                            entryOf(s_destrModuleMap, modelName_),
-                                                            entryOf(s_destrFragileMap, modelName_),
-                                                            entryOf(s_destrFallingAtomMap, modelName_)});
+    s_lastLoad.edited.emplace(modelName_, LastLoad_t::Entries_t{entryOf(s_destrStateMap, modelName_),
+                                                                entryOf(s_destrModuleMap, modelName_),
+                                                                entryOf(s_destrFragileMap, modelName_),
+                                                                entryOf(s_destrFallingAtomMap, modelName_)});
   } catch (...) {
     s_lastLoad.contentStamp = 0;
     s_lastLoad.savedStamp = 0;
@@ -56,7 +56,7 @@ void KsDestructiblesHelper::noteSaved(std::uint64_t stampBefore, std::uint64_t s
   s_lastLoad.savedStamp = isOfLastLoad && isKept ? stampNow : 0;
 }
 
-KsDestructiblesHelper::Tables KsDestructiblesHelper::takeTables() {
+KsDestructiblesHelper::Tables_t KsDestructiblesHelper::takeTables() {
   return {std::exchange(s_destrStateMap, {}), std::exchange(s_destrModuleMap, {}),
           std::exchange(s_destrFragileMap, {}), std::exchange(s_destrFallingAtomMap, {}),
           std::exchange(s_lastLoad, {})};
@@ -64,7 +64,7 @@ KsDestructiblesHelper::Tables KsDestructiblesHelper::takeTables() {
 
 // Makes the tables what the load that filled them had made of them. When that fails, they are left as they
 // are, empty.
-void KsDestructiblesHelper::restoreLoaded(Tables tables) {
+void KsDestructiblesHelper::restoreLoaded(Tables_t tables) {
   for (auto& [model, entries] : tables.lastLoad.edited) {
     putBack(tables.states, model, entries.states);
     putBack(tables.modules, model, entries.modules);

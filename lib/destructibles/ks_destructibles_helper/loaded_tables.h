@@ -11,9 +11,9 @@ namespace Tal {
 
 /// What a load of the database left behind, so that a load of the same content need not read it again: the
 /// tables hold it still, but for the models that were edited since.
-struct KsDestructiblesHelper::LastLoad {
+struct KsDestructiblesHelper::LastLoad_t {
   /// A model's entries in the four tables; empty where a table had none.
-  struct Entries {
+  struct Entries_t {
     std::optional<DestrStates_t> states;
     std::optional<ModuleTable> modules;
     std::optional<KsDestructibleFragileDesc> fragile;
@@ -22,18 +22,18 @@ struct KsDestructiblesHelper::LastLoad {
 
   std::uint64_t contentStamp = 0;  ///< see DataSection::contentStamp; 0: the tables are no load's
   std::optional<std::string> lastAchievementTag;  ///< of the last structure; empty when there was none
-  std::map<std::string, Entries> edited;          ///< how the entries of the edited models were
+  std::map<std::string, Entries_t> edited;        ///< how the entries of the edited models were
   std::uint64_t savedStamp = 0;                   ///< of what that content has become by saving a model
   std::string savedModel;                         ///< whose entries alone are different there
 };
 
 /// The contents of the class-wide tables while they are out of place.
-struct KsDestructiblesHelper::Tables {
+struct KsDestructiblesHelper::Tables_t {
   std::map<std::string, DestrStates_t> states;
   std::map<std::string, ModuleTable> modules;
   std::map<std::string, KsDestructibleFragileDesc> fragiles;
   std::map<std::string, KsDestructibleFallingAtomDesc> fallingAtoms;
-  LastLoad lastLoad;
+  LastLoad_t lastLoad;
 };
 
 }  // namespace Tal

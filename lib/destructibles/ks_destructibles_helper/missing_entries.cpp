@@ -47,7 +47,7 @@ void KsDestructiblesHelper::setMissingFallingAtom() {
   desc.touchdownEffect = DEFAULT_TOUCHDOWN_EFFECT;
   desc.health = calculateDestructibleHealth();
   rememberLoadedEntries();
-  s_destrFallingAtomMap[modelName_] = desc;
+  s_destrFallingAtomMap.insert_or_assign(modelName_, desc);
   isMissingInDestructiblesXml_ = true;
 }
 
@@ -66,7 +66,7 @@ void KsDestructiblesHelper::setMissingFragile() {
   if (desc.matName.empty())
     logMessage(kRefusedPriority, "Model doesn't have an undamaged matkind material!\n");
   rememberLoadedEntries();
-  s_destrFragileMap[modelName_] = desc;
+  s_destrFragileMap.insert_or_assign(modelName_, desc);
   isMissingInDestructiblesXml_ = true;
 }
 

@@ -3,6 +3,7 @@
 #include <destructibles/ks_destructibles_helper/fixed_names.h>
 
 #include <cmath>
+#include <utility>
 
 namespace Tal {
 namespace {
@@ -48,11 +49,17 @@ bool readFrom(const std::map<std::string, Desc>& table, const std::string& key, 
   return true;
 }
 
+// Wholly or, without memory, not at all.
+template <class Desc>
+void replace(Desc& stored, Desc desc) {
+  stored = std::move(desc);
+}
+
 template <class Desc>
 bool updateIn(std::map<std::string, Desc>& table, const std::string& key, const Desc& desc) {
   const auto stored = table.find(key);
   if (stored == table.end() || !isDifferent(stored->second, desc)) return false;
-  stored->second = desc;
+  replace(stored->second, desc);
   return true;
 }
 
@@ -74,7 +81,7 @@ bool KsDestructiblesHelper::updateDestructibleModule(const std::string& moduleNa
   if (isNew) return true;
   if (!isDifferent(stored->second, desc)) return false;
   // True although nothing is written then: the result says that the records differ.
-  if (!keepExisting) stored->second = desc;
+  if (!keepExisting) replace(stored->second, desc);
   return true;
 }
 

@@ -14,7 +14,8 @@ using fixed_names::kSource;
 using fixed_names::kUndamagedState;
 using material_kinds::kToDestroyed;
 
-// Materials that carry this anywhere in their names belong to no built-in look, but for falling atoms.
+// Materials that carry this anywhere in their names are left out of the lists of the built-in states, but for
+// falling atoms.
 constexpr BasicStringRef kStaticMark = "s_";
 
 }  // namespace
