@@ -181,14 +181,14 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// category, whose entries are removed from the file all the same, without a reload of the tables. A
   /// fragile or falling atom that has no record in the tables is not written; that is no failure.
   ///
-  /// There must be no open SaveGroup of the host around this: the tables would be reloaded from a document
-  /// that is written only afterwards, and may then fail to be.
+  /// Unless the model has no category, there must be no open SaveGroup of the host around this: the tables
+  /// would be reloaded from a document that is written only afterwards, and may then fail to be.
   bool saveConfig();
 
   /// True since the construction or a conversion made entries for the model that the tables lacked, or
   /// setAsNonDestructible removed some; false again when a save was asked for, or the model became a fragile
-  /// or falling atom that the tables hold. Neither
-  /// counts what updateDestructibleModule and addDestructibleState make, nor a module that joins others.
+  /// or falling atom that the tables hold. Neither what updateDestructibleModule and addDestructibleState
+  /// make nor a module that joins others counts.
   bool isMissingInDestructiblesXml();
 
   /// Calls `slot` after every load that this helper performed. It must not destroy the helper but in a load
@@ -240,8 +240,7 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
 
   /// Whether a material's kind does not agree with the part number in its name; static names always agree. A
   /// kind that is not of the name's look, also 0, and any kind of a name of neither look, counts as that of
-  /// part 0. All that do
-  /// not agree are appended to `names` if that is not null.
+  /// part 0. All that do not agree are appended to `names` if that is not null.
   bool hasDisorderedMaterialKinds(std::vector<std::string>* names) const;
 
   /// The kinds that vanish together with a kind; an empty list when there are none. Valid as long as the
@@ -374,9 +373,9 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   void noteSaved(std::uint64_t stampBefore, std::uint64_t stampNow) const;
   void readAll(DataSection& root);
   void readSaved(DataSection& root);
-  void readEntry(KsDestructibleType type, const std::string& model, DataSection& entry);
-  static void readFragile(const std::string& model, const DataSection& entry);
-  static void readFallingAtom(const std::string& model, const DataSection& entry);
+  void readEntry(KsDestructibleType type, std::string model, DataSection& entry);
+  static void readFragile(std::string model, const DataSection& entry);
+  static void readFallingAtom(std::string model, const DataSection& entry);
   void readStructure(const std::string& model, DataSection& entry);
 
   // Writing.

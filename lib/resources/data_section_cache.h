@@ -7,9 +7,8 @@ namespace Tal {
 /// Keeps the documents that were opened by resource name. An open looks at the file's identity (device,
 /// inode, size, modification and change time) and parses it again only when that changed, or when the file
 /// has other bytes than before although it was changed so shortly before the last look that its times cannot
-/// tell. A document with
-/// unsaved edits is not exchanged for a newer file: opens go on giving it, and saving it notices the other
-/// change. Main thread only.
+/// tell. A document with unsaved edits is not exchanged for a newer file: opens go on giving it, and saving
+/// it notices the other change. Main thread only.
 class DataSectionCache {
  public:
   /// Forgets the cached document of a resource, so that the next open reads the file anew; with `recursive`

@@ -76,6 +76,7 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
     if (document && document->isFlushOwed()) SaveQueue::instance().put(document, "");
     return root;
   }
+  if (!create) return nullptr;  // gone since it was found
   if (creator != nullptr) return creator->create(resourceName);
   Entry& entry = entries_[name];
   const bool isMade = entry.document && !entry.document->identity();

@@ -64,8 +64,8 @@ class SectionDocument : public SafeReferenceCount {
   /// See DataSection::contentStamp.
   std::uint64_t contentStamp();
 
-  /// The bytes that the file got by the last save, and the stamp of what they stand for; empty when none
-  /// wrote it, when one is owed, and when the document has been edited since.
+  /// The bytes that the last save wrote into the file or found there, and the stamp of what they stand for;
+  /// empty when none are known, when a save is owed, and when the document has been edited since.
   std::optional<SavedContent> savedContent();
 
   /// Takes over the stamp when the file that this document was just read from holds these bytes.

@@ -30,7 +30,7 @@ BasicStringRef indentOf(BasicStringRef line) noexcept {
 }
 
 BasicStringRef Tree::leadOf(NodeIndex node) const {
-  const NodeIndex parent = parents_[node];
+  const NodeIndex parent = parentOf(node);
   if (parent != kNoNode && parsed_.nodes[parent].hasContent != 0) {
     const GapVector<Child>& children = contentOf(parent).children;
     // NOLINTNEXTLINE(readability-suspicious-call-argument)
@@ -56,7 +56,7 @@ std::string Tree::leadForFirstChild(NodeIndex node) const {
   }
   if (std::optional<std::string> lead = leadByNeighbours(node)) return *lead;
   if (lineEndOf(own).empty()) return {};
-  const NodeIndex parent = parents_[node];
+  const NodeIndex parent = parentOf(node);
   const BasicStringRef outer = parent == kNoNode ? BasicStringRef() : indentOf(lineOf(leadOf(parent)));
   const BasicStringRef unit =
       indentOf(own).starts_with(outer) ? indentOf(own).substr(outer.size()) : kDefaultIndent;
@@ -64,7 +64,7 @@ std::string Tree::leadForFirstChild(NodeIndex node) const {
 }
 
 std::optional<std::string> Tree::leadByNeighbours(NodeIndex node) const {
-  const NodeIndex parent = parents_[node];
+  const NodeIndex parent = parentOf(node);
   if (parent == kNoNode) return std::nullopt;
   const std::optional<std::uint32_t> found =
       placeOf(parent, node);  // NOLINT(readability-suspicious-call-argument)

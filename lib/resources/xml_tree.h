@@ -160,7 +160,11 @@ class Tree {
   /// @name Editing
   /// @{
   Content& contentForEdit(NodeIndex node);
-  void noteParents();
+  /// The element that a node is a child of; kNoNode for the root and for a child that was taken out.
+  NodeIndex parentOf(NodeIndex node) const;
+  /// Calls `visit` with every element that holds a parsed node's bytes, from the root down.
+  template <class Visit>
+  void walkDownTo(NodeIndex node, const Visit& visit) const;
   void markChanged(NodeIndex node);
   NodeIndex addNode(NodeIndex parent, BasicStringRef tag, BasicStringRef lead);
   /// Takes a child out; the gap behind it takes over what the gap in front keeps.
@@ -198,7 +202,7 @@ class Tree {
   Parsed parsed_;
   NodeIndex root_;
   std::unordered_map<NodeIndex, std::unique_ptr<Content>> contents_;
-  std::vector<NodeIndex> parents_;  ///< by node; filled by the first edit
+  std::unordered_map<NodeIndex, NodeIndex> newParents_;  ///< of added nodes, and kNoNode of those taken out
   std::deque<std::string> texts_;
   std::uint64_t revision_ = 0;
 };

@@ -72,23 +72,37 @@ BasicStringRef Tree::keepJoined(BasicStringRef first, BasicStringRef second) {
   return first.empty() ? second : keep(std::string(first) + std::string(second));
 }
 
-void Tree::noteParents() {
-  if (!parents_.empty()) return;
-  parents_.assign(parsed_.nodes.size(), kNoNode);
-  for (NodeIndex node = 0; node < parsed_.nodes.size(); ++node) {
-    const Node& parent = parsed_.nodes[node];
-    for (NodeIndex i = 0; i < parent.childCount; ++i) parents_[parent.firstChild + i] = node;
+template <class Visit>
+void Tree::walkDownTo(NodeIndex node, const Visit& visit) const {
+  const std::vector<Node>& nodes = parsed_.nodes;
+  const auto isBehind = [](std::uint32_t place, const Node& element) { return place < element.begin; };
+  for (NodeIndex at = root_; at != node;) {
+    visit(at);
+    const auto first = nodes.begin() + nodes[at].firstChild;
+    const auto next = std::upper_bound(first, first + nodes[at].childCount, nodes[node].begin, isBehind);
+    at = static_cast<NodeIndex>(next - nodes.begin()) - 1;
   }
 }
 
+NodeIndex Tree::parentOf(NodeIndex node) const {
+  if (const auto found = newParents_.find(node); found != newParents_.end()) return found->second;
+  NodeIndex parent = kNoNode;
+  walkDownTo(node, [&parent](NodeIndex above) { parent = above; });
+  return parent;
+}
+
 void Tree::markChanged(NodeIndex node) {
-  for (; node != kNoNode && parsed_.nodes[node].isChanged == 0; node = parents_[node])
+  while (node != kNoNode && parsed_.nodes[node].isChanged == 0) {
     parsed_.nodes[node].isChanged = 1;
+    const auto found = newParents_.find(node);
+    if (found == newParents_.end())
+      return walkDownTo(node, [this](NodeIndex above) { parsed_.nodes[above].isChanged = 1; });
+    node = found->second;
+  }
 }
 
 Tree::Content& Tree::contentForEdit(NodeIndex node) {
   ++revision_;
-  noteParents();
   Node& element = parsed_.nodes[node];
   std::unique_ptr<Content>& content = contents_[node];
   if (content) return *content;
@@ -113,7 +127,7 @@ NodeIndex Tree::addNode(NodeIndex parent, BasicStringRef tag, BasicStringRef lea
   node.hasContent = 1;
   node.isChanged = 1;
   parsed_.nodes.push_back(node);
-  parents_.push_back(parent);
+  newParents_[index] = parent;
   contents_[index] = std::make_unique<Content>();
   contents_[index]->lead = lead;
   return index;
@@ -164,7 +178,7 @@ void Tree::takeOut(Content& content, std::size_t place) {
   } else {
     next = joinedOnto(kept, next);
   }
-  parents_[removed.node] = kNoNode;
+  newParents_[removed.node] = kNoNode;
   content.children.erase(place);
 }
 

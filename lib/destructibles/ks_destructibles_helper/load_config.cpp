@@ -7,6 +7,7 @@
 #include <resources/file_system.h>
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <utility>
 
@@ -36,12 +37,18 @@ KsDestructibleType typeOfSection(BasicStringRef tag) {
   return tag == fixed_names::kFallingAtomsSection ? DT_FALLING_ATOMS : DT_STRUCTURE;
 }
 
+// The record of a name, made if it lacks. Many files are sorted, and every name the last so far.
+template <class Record>
+Record& recordOf(std::map<std::string, Record>& table, std::string name) {
+  return table.try_emplace(table.end(), std::move(name))->second;
+}
+
 std::map<std::string, KsDestructibleModuleDesc> readModules(const DataSection& modules) {
   std::map<std::string, KsDestructibleModuleDesc> table;
   for (const SmartPointer<DataSection>& module : modules) {
     std::string name = module->readString("matName", "", 0);
     if (name.empty()) continue;
-    KsDestructibleModuleDesc& desc = table.try_emplace(table.end(), std::move(name))->second;
+    KsDestructibleModuleDesc& desc = recordOf(table, std::move(name));
     desc.health = module->readInt("health", 80);
     desc.effectScale = module->readFloat("effectScale", 1.0F);
     desc.effectHP = module->readString("effectHP", "", 0);
@@ -100,11 +107,11 @@ void KsDestructiblesHelper::readAll(DataSection& root) {
   }
 }
 
-void KsDestructiblesHelper::readEntry(KsDestructibleType type, const std::string& model, DataSection& entry) {
+void KsDestructiblesHelper::readEntry(KsDestructibleType type, std::string model, DataSection& entry) {
   if (type == DT_FRAGILE) {
-    readFragile(model, entry);
+    readFragile(std::move(model), entry);
   } else if (type == DT_FALLING_ATOMS) {
-    readFallingAtom(model, entry);
+    readFallingAtom(std::move(model), entry);
   } else {
     readStructure(model, entry);
   }
@@ -136,8 +143,8 @@ void KsDestructiblesHelper::readSaved(DataSection& root) {
 
 // The defaults of the reads differ on purpose from those of the records.
 
-void KsDestructiblesHelper::readFragile(const std::string& model, const DataSection& entry) {
-  KsDestructibleFragileDesc& desc = s_destrFragileMap[model];
+void KsDestructiblesHelper::readFragile(std::string model, const DataSection& entry) {
+  KsDestructibleFragileDesc& desc = recordOf(s_destrFragileMap, std::move(model));
   desc.health = entry.readInt("health", 5);
   desc.effect = entry.readString("effect", UNDEFINED_EFFECT, 0);
   desc.hitEffect = entry.readString("hitEffect", "", 0);
@@ -149,8 +156,8 @@ void KsDestructiblesHelper::readFragile(const std::string& model, const DataSect
   desc.achievementTag = entry.readString("achievementTag", "", 0);
 }
 
-void KsDestructiblesHelper::readFallingAtom(const std::string& model, const DataSection& entry) {
-  KsDestructibleFallingAtomDesc& desc = s_destrFallingAtomMap[model];
+void KsDestructiblesHelper::readFallingAtom(std::string model, const DataSection& entry) {
+  KsDestructibleFallingAtomDesc& desc = recordOf(s_destrFallingAtomMap, std::move(model));
   desc.health = entry.readInt("health", 20);
   desc.physicParams = entry.readString("physicParams", "200 3.2 0.03 150000 10000 0 0.05", 0);
   desc.lifetimeEffect = entry.readString("lifetimeEffect", UNDEFINED_EFFECT, 0);
@@ -165,10 +172,10 @@ void KsDestructiblesHelper::readStructure(const std::string& model, DataSection&
   // Every structure of the file on purpose: the tag that stays is that of the last one.
   structureAchievementTag_ = entry.readString("achievementTag", "", 0);
   if (const auto modules = entry.openSection("modules", false, nullptr); modules) {
-    s_destrModuleMap[model] = readModules(*modules);
+    recordOf(s_destrModuleMap, model) = readModules(*modules);
   }
   if (const auto states = entry.openSection("states", false, nullptr); states) {
-    s_destrStateMap[model] = readStates(*states);
+    recordOf(s_destrStateMap, model) = readStates(*states);
   }
 }
 
