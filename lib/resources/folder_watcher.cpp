@@ -150,7 +150,9 @@ void FolderWatcher::keep(const Key& folder, const std::string& name, const struc
   unwatchFile({folder, name}, file);
   if (status.st_nlink > 1) watchFile({folder, name}, file);
   const fs::path path = pathOf(folder) / name;
-  if (isLink(path)) links_[resolvedPath(path)].emplace(folder, name);
+  if (!isLink(path)) return;
+  // It may be gone by now, and then leads nowhere.
+  if (const fs::path target = resolvedPath(path); !target.empty()) links_[target].emplace(folder, name);
 }
 
 void FolderWatcher::watchFile(const FilePlace& place, File& file) {
@@ -315,6 +317,13 @@ void FolderWatcher::noteAbsence(const Key& folder, const std::string& name) {
 }
 
 void FolderWatcher::notePresence(const Key& folder, const std::string& name, const struct stat& status) {
+  noteOne(folder, name, status);
+  if (links_.empty()) return;
+  const fs::path path = pathOf(folder) / name;
+  if (!isLink(path)) noteLinksTo(resolvedPath(path), status);
+}
+
+void FolderWatcher::noteOne(const Key& folder, const std::string& name, const struct stat& status) {
   const auto& files = folders_[folder].files;
   const auto known = files.find(name);
   const bool isNew = known == files.end();
@@ -322,9 +331,6 @@ void FolderWatcher::notePresence(const Key& folder, const std::string& name, con
   const bool isDoubtful = isRecent(now) || (!isNew && known->second.identity == now);
   keep(folder, name, status);
   collector_.note(folder.first, join(folder.second, name), !isNew, true, isDoubtful);
-  if (links_.empty()) return;
-  const fs::path path = pathOf(folder) / name;
-  if (!isLink(path)) noteLinksTo(resolvedPath(path), status);
 }
 
 void FolderWatcher::noteLinksTo(const fs::path& file, const struct stat& status) {
@@ -332,8 +338,7 @@ void FolderWatcher::noteLinksTo(const fs::path& file, const struct stat& status)
   if (found == links_.end()) return;
   for (const auto& [folder, name] : std::set<FilePlace>(found->second)) {
     const bool isStillLink = folders_.contains(folder) && resolvedPath(pathOf(folder) / name) == file;
-    if (!isStillLink) continue;
-    notePresence(folder, name, status);
+    if (isStillLink) noteOne(folder, name, status);
   }
 }
 

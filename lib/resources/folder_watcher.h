@@ -112,7 +112,9 @@ class FolderWatcher {
   void handleFolder(const Key& key, const struct stat& status);
   void noteAllGone(const Key& key, const Folder& folder);
   void noteAbsence(const Key& folder, const std::string& name);
+  /// Notes a file, and the links that lead to it.
   void notePresence(const Key& folder, const std::string& name, const struct stat& status);
+  void noteOne(const Key& folder, const std::string& name, const struct stat& status);
   void noteLinksTo(const std::filesystem::path& file, const struct stat& status);
   void startOver();
 

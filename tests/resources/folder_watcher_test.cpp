@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -64,6 +65,28 @@ TEST(TheWatcher, MakesOneChangeOfABurst) {
   }
   EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml"));
   EXPECT_THAT(watch.changes(), IsEmpty());
+}
+
+TEST(TheWatcher, BearsALinkThatIsExchangedWhileItLooks) {
+  const TemporaryFolder root;
+  root.write("one.xml", "1");
+  root.write("two.xml", "2");
+  fs::create_symlink("one.xml", root / "a.xml");
+  HandWatch watch(root);
+  std::atomic<bool> isDone = false;
+  std::thread other([&] {
+    for (int i = 0; i < 3000; ++i) {
+      fs::create_symlink(i % 2 == 0 ? "two.xml" : "one.xml", root / "next.xml");
+      fs::rename(root / "next.xml", root / "a.xml");
+      if (i % 10 == 0) root.replace("a.xml", "3");
+    }
+    isDone = true;
+  });
+  while (!isDone) watch.changes();
+  other.join();
+  watch.changes();
+  root.replace("a.xml", "4");
+  EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml"));
 }
 
 TEST(TheWatcher, CountsEverythingAsChangedWhenTheSystemsQueueOverflows) {
