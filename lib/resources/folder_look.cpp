@@ -103,15 +103,20 @@ void FolderWatcher::settle(const FilePlace& place, int folder, const FileIdentit
   Folder& known = folders_[key];
   struct stat status {};
   const bool isThere = ::fstatat(folder, name.c_str(), &status, 0) == 0 && S_ISREG(status.st_mode);
-  if (!isThere || known.written.contains(name)) return;
+  if (!isThere) return;
   const FileIdentity now = identityIn(status);
   const auto file = known.files.find(name);
   if (file != known.files.end() && isSame(file->second.identity, now, isTold)) return;
-  if (now == before && !isRecent(now)) {
+  if (now == before && !isRecent(now) && !isBeingWritten(known, name)) {
     notePresence(key, name, status);
   } else {
     known.unsettled[name] = now;
   }
+}
+
+bool FolderWatcher::isBeingWritten(const Folder& folder, const std::string& name) const {
+  const auto written = folder.written.find(name);
+  return written != folder.written.end() && Clock::now() - written->second < longestWriterPause_;
 }
 
 bool FolderWatcher::isSame(const FileIdentity& noted, const FileIdentity& now, bool isTold) {

@@ -48,8 +48,9 @@ FolderWatcher::Identity FolderWatcher::identityOf(const struct stat& status) {
   return {status.st_dev, status.st_ino};
 }
 
-FolderWatcher::FolderWatcher(std::vector<fs::path> roots, ChangeCollector& collector)
-    : roots_(std::move(roots)), collector_(collector) {
+FolderWatcher::FolderWatcher(std::vector<fs::path> roots, ChangeCollector& collector,
+                             Clock::duration longestWriterPause)
+    : roots_(std::move(roots)), collector_(collector), longestWriterPause_(longestWriterPause) {
   begin(false);
 }
 
@@ -276,7 +277,7 @@ void FolderWatcher::handleEntry(const Key& folder, const std::string& name, std:
   const auto known = folders_.find(folder);
   if (known == folders_.end()) return;
   if ((mask & IN_MODIFY) != 0) {
-    known->second.written.insert(name);
+    noteWriting(folder, name);
     return;
   }
   known->second.written.erase(name);
@@ -296,7 +297,7 @@ void FolderWatcher::handleEntry(const Key& folder, const std::string& name, std:
   if ((mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) != 0 || isMadeWhole) {
     notePresence(folder, name, status);
   } else if (status.st_size == 0) {
-    known->second.written.insert(name);
+    known->second.written[name] = Clock::now();
   }
 }
 
@@ -305,6 +306,14 @@ void FolderWatcher::handleFolder(const Key& key, const struct stat& status) {
   if (known != folders_.end() && known->second.identity == identityOf(status)) return;
   drop(key);
   add(key, true);
+}
+
+void FolderWatcher::noteWriting(const Key& folder, const std::string& name) {
+  const Clock::time_point now = Clock::now();
+  folders_[folder].written[name] = now;
+  if (links_.empty()) return;
+  for (const auto& [linking, link] : linksTo(resolvedPath(pathOf(folder) / name)))
+    folders_[linking].written[link] = now;
 }
 
 void FolderWatcher::noteAbsence(const Key& folder, const std::string& name) {
@@ -320,10 +329,12 @@ void FolderWatcher::notePresence(const Key& folder, const std::string& name, con
   noteOne(folder, name, status);
   if (links_.empty()) return;
   const fs::path path = pathOf(folder) / name;
-  if (!isLink(path)) noteLinksTo(resolvedPath(path), status);
+  if (isLink(path)) return;
+  for (const auto& [linking, link] : linksTo(resolvedPath(path))) noteOne(linking, link, status);
 }
 
 void FolderWatcher::noteOne(const Key& folder, const std::string& name, const struct stat& status) {
+  folders_[folder].written.erase(name);
   const auto& files = folders_[folder].files;
   const auto known = files.find(name);
   const bool isNew = known == files.end();
@@ -333,13 +344,16 @@ void FolderWatcher::noteOne(const Key& folder, const std::string& name, const st
   collector_.note(folder.first, join(folder.second, name), !isNew, true, isDoubtful);
 }
 
-void FolderWatcher::noteLinksTo(const fs::path& file, const struct stat& status) {
+std::vector<FolderWatcher::FilePlace> FolderWatcher::linksTo(const fs::path& file) const {
+  std::vector<FilePlace> places;
   const auto found = links_.find(file);
-  if (found == links_.end()) return;
-  for (const auto& [folder, name] : std::set<FilePlace>(found->second)) {
+  if (found == links_.end()) return places;
+  for (const FilePlace& place : found->second) {
+    const auto& [folder, name] = place;
     const bool isStillLink = folders_.contains(folder) && resolvedPath(pathOf(folder) / name) == file;
-    if (isStillLink) noteOne(folder, name, status);
+    if (isStillLink) places.push_back(place);
   }
+  return places;
 }
 
 void FolderWatcher::startOver() {

@@ -6,7 +6,8 @@
 namespace Tal::FS {
 namespace {
 
-constexpr std::array<BasicStringRef, 6> kEndings = {"~", ".new", ".part", ".swp", ".temp", ".tmp"};
+constexpr std::array<BasicStringRef, 9> kEndings = {
+    "~", ".kate-swp", ".new", ".part", ".swp", ".temp", ".tmp", "___jb_old___", "___jb_tmp___"};
 
 }  // namespace
 

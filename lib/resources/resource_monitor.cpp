@@ -89,21 +89,22 @@ void ResourceMonitor::run() {
     const int count = ::poll(sources.data(), sources.size(), static_cast<int>(wait.count()));
     if (count < 0 && errno != EINTR) std::this_thread::sleep_for(wait);
     if (count > 0 && sources[0].revents != 0) watcher_.collect();
-    if (Clock::now() >= nextLook_) nextLook_ = look();
+    lookWhenDue();
   }
 }
 
 void ResourceMonitor::collect() {
   watcher_.collect();
-  if (Clock::now() >= nextLook_) nextLook_ = look();
+  lookWhenDue();
 }
 
-ResourceMonitor::Clock::time_point ResourceMonitor::look() {
+void ResourceMonitor::lookWhenDue() {
   const Clock::time_point begin = Clock::now();
+  if (begin < nextLook_) return;
   watcher_.collect();
   watcher_.look();
   const Clock::time_point end = Clock::now();
-  return end + std::clamp((end - begin) * kPauseForEachLook, kLookPause, kLongestLookPause);
+  nextLook_ = end + std::clamp((end - begin) * kPauseForEachLook, kLookPause, kLongestLookPause);
 }
 
 void ResourceMonitor::addModificationListener(ResourceModificationListener* listener) {

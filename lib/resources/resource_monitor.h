@@ -39,8 +39,8 @@ class ResourceMonitor final : public MonitorThreadBase {
   void run();
   /// Notes what happened since the last call; looks at every file when it is time to.
   void collect();
-  /// Looks at every file; returns when to do it next.
-  Clock::time_point look();
+  /// Looks at every file when it is time to, and sets when to do it next.
+  void lookWhenDue();
 
   ResourceModificationNotifier notifier_;
   ChangeCollector collector_;

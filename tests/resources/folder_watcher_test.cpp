@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -24,8 +25,11 @@ using testing::IsEmpty;
 /// A watcher that is asked by hand, without a thread.
 class HandWatch {
  public:
-  explicit HandWatch(const TemporaryFolder& root)
-      : root_(root.path()), collector_({root.path().native()}), watcher_({root.path()}, collector_) {}
+  explicit HandWatch(const TemporaryFolder& root, std::chrono::steady_clock::duration longestWriterPause =
+                                                      Tal::FS::FolderWatcher::kLongestWriterPause)
+      : root_(root.path()),
+        collector_({root.path().native()}),
+        watcher_({root.path()}, collector_, longestWriterPause) {}
 
   void look() { watcher_.look(); }
 
@@ -146,12 +150,83 @@ TEST(ALook, NotesAFileOnlyWhenItIsAsTheLookBeforeFoundIt) {
   EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
 }
 
+/// Writes in a file and keeps it open.
+std::ofstream beginToWrite(const fs::path& file) {
+  std::ofstream stream(file, std::ios::binary);
+  stream << "half" << std::flush;
+  return stream;
+}
+
+TEST(ALook, LeavesAFileAloneWhoseWriterPauses) {
+  const TemporaryFolder root;
+  root.write("a.xml", "");
+  HandWatch watch(root, std::chrono::hours(1));
+  std::ofstream changed = beginToWrite(root / "a.xml");
+  std::ofstream added = beginToWrite(root / "b.xml");
+  EXPECT_THAT(watch.changes(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  changed.close();
+  added.close();
+  EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml", "added b.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+}
+
+TEST(ALook, LeavesALinkAloneWhileTheWriterOfItsTargetPauses) {
+  const TemporaryFolder root;
+  root.write("store/a.xml", "");
+  fs::create_symlink("store/a.xml", root / "a.xml");
+  HandWatch watch(root, std::chrono::hours(1));
+  std::ofstream stream = beginToWrite(root / "store/a.xml");
+  EXPECT_THAT(watch.changes(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  stream.close();
+  EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml", "modified store/a.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+}
+
+TEST(ALook, NotesAFileWhoseWriterPausesForLongAndAgainAtItsEnd) {
+  const TemporaryFolder root;
+  root.write("a.xml", "");
+  HandWatch watch(root, std::chrono::seconds(0));
+  std::ofstream stream = beginToWrite(root / "a.xml");
+  EXPECT_THAT(watch.changes(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("modified a.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  stream.close();
+  EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml"));
+}
+
+TEST(ALook, NotesANewFileWhoseWriterPausesForLong) {
+  const TemporaryFolder root;
+  HandWatch watch(root, std::chrono::milliseconds(100));
+  const std::ofstream stream = beginToWrite(root / "a.xml");
+  EXPECT_THAT(watch.changes(), IsEmpty());
+  std::vector<std::string> found;
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (found.empty() && std::chrono::steady_clock::now() < deadline) {
+    watch.look();
+    found = watch.changes();
+  }
+  EXPECT_THAT(found, ElementsAre("added a.xml"));
+}
+
+TEST(ALook, NotesATruncationByPath) {
+  const TemporaryFolder root;
+  root.write("a.xml", "....");
+  HandWatch watch(root, std::chrono::seconds(0));
+  fs::resize_file(root / "a.xml", 2);
+  EXPECT_THAT(watch.changes(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("modified a.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+}
+
 TEST(TheWatcher, PassesOverFilesOfTemporaryNames) {
   const TemporaryFolder root;
   root.write(".hidden.xml", "");
   HandWatch watch(root);
-  for (const char* name : {"a.xml~", "a.xml.tmp", "a.xml.new", "a.xml.temp", "a.xml.part", "a.xml.swp",
-                           "#a.xml#", ".hidden.xml", ".a.xml.1-1.saving"})
+  for (const char* name :
+       {"a.xml~", "a.xml.tmp", "a.xml.new", "a.xml.temp", "a.xml.part", "a.xml.swp", "a.xml.kate-swp",
+        "a.xml___jb_tmp___", "a.xml___jb_old___", "#a.xml#", ".hidden.xml", ".a.xml.1-1.saving"})
     root.write(name, "1");
   EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
   for (const char* name : {"a.xml.bak", "tmp", "new.xml", "~a", "a#"}) root.write(name, "1");

@@ -356,6 +356,31 @@ std::vector<Deed> mappingDeeds() {
   };
 }
 
+/// Changes whose end the system does not tell.
+std::vector<Deed> unendedDeeds() {
+  return {
+      {"TruncatingByPath", prepareFirst,
+       [](Stage& stage) {
+         const std::string text = databaseOfVersion(2);
+         // Refused until it is cut off: any cut that leaves a database well-formed leaves its models too.
+         writeFile(stage.database(), text + "<<<");
+         stage.letEverythingBeTold();
+         fs::resize_file(stage.database(), text.size());
+         return 2;
+       }},
+      {"ResizingAndWritingMappedMemoryThatIsKept", prepareFirst,
+       [](Stage& stage) {
+         const std::string text = databaseOfVersion(2) + "\n\n";
+         fs::resize_file(stage.database(), text.size());
+         const auto memory = mapFile(stage.database(), text.size());
+         std::copy(text.begin(), text.end(), memory.get());
+         flushMapped(memory, text.size());
+         stage.hold(memory);
+         return 2;
+       }},
+  };
+}
+
 }  // namespace
 
 std::string databaseOfVersion(int version) {
@@ -420,7 +445,7 @@ void Stage::replace(int version) const {
 const std::vector<Deed>& changingDeeds() {
   static const std::vector<Deed> all = [] {
     std::vector<Deed> deeds = savingDeeds();
-    for (const auto& more : {folderDeeds(), linkDeeds(), mappingDeeds()})
+    for (const auto& more : {folderDeeds(), linkDeeds(), mappingDeeds(), unendedDeeds()})
       deeds.insert(deeds.end(), more.begin(), more.end());
     return deeds;
   }();
@@ -439,9 +464,12 @@ const std::vector<Deed>& otherDeeds() {
        }},
       {"WritingTemporaryFiles", prepareFirst,
        [](Stage& stage) {
-         for (const char* name : {"destructibles.xml.tmp", "destructibles.xml.new", "destructibles.xml~",
-                                  ".destructibles.xml.swp", "#destructibles.xml#",
-                                  ".destructibles.xml.1-1.saving", ".#destructibles.xml"}) {
+         for (const char* name :
+              {"destructibles.xml.tmp", "destructibles.xml.temp", "destructibles.xml.new",
+               "destructibles.xml.part", "destructibles.xml~", "destructibles.xml.swp",
+               "destructibles.xml.kate-swp", "destructibles.xml___jb_tmp___", "destructibles.xml___jb_old___",
+               ".destructibles.xml.swp", "#destructibles.xml#", ".destructibles.xml.1-1.saving",
+               ".#destructibles.xml"}) {
            write(stage.root("scripts") / name, 2);
            stage.pause(20);
          }

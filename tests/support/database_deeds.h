@@ -42,7 +42,8 @@ class Stage {
   /// Lets frames pass until the condition holds; false when that takes too long.
   bool framesUntil(const std::function<bool()>& condition) const;
 
-  /// Lets frames pass until everything that was done before has surely been told, whatever way it is noticed.
+  /// Lets frames pass until everything that was done before has surely been told, whatever way it is noticed;
+  /// but for writing whose end the system does not tell, which takes longer.
   void letEverythingBeTold();
 
   std::filesystem::path root(const std::filesystem::path& name = {}) const {
