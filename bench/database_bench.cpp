@@ -2,25 +2,28 @@
 // and selecting another model.
 
 #include "support/database.h"
+#include "support/measures.h"
 #include "support/ratios.h"
 #include "support/studio.h"
 
 #include <benchmark/benchmark.h>
-#include <core/stack_tracker.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <fcntl.h>
-#include <unistd.h>
-#include <pugixml.hpp>
+#include <sys/stat.h>
 
 #include <array>
 #include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
-#include <string_view>
-#include <thread>
+#include <system_error>
+#include <vector>
 
 namespace {
 
+using bench::makeDatabase;
 using bench::Studio;
 using Tal::KsDestructiblesHelper;
 
@@ -28,25 +31,32 @@ constexpr int kSmall = 1000;
 constexpr int kMedium = 10000;
 constexpr int kLarge = 100000;
 constexpr std::array<int, 3> kModelCounts = {kSmall, kMedium, kLarge};
-constexpr std::array<int, 2> kModuleCounts = {1, 14};
+constexpr unsigned kFewModules = 1;
+constexpr unsigned kManyModules = 14;
+constexpr std::array<unsigned, 2> kModuleCounts = {kFewModules, kManyModules};
 
 int countOf(const benchmark::State& state) {
   return static_cast<int>(state.range(0));
 }
 
+void parse(benchmark::State& state) {
+  bench::measureParse(state, makeDatabase(countOf(state)));
+}
+
 void firstLoad(benchmark::State& state) {
-  const Studio studio(countOf(state));
-  KsDestructiblesHelper helper;
-  for (auto _ : state) {
-    state.PauseTiming();
-    studio.forget(helper);
-    state.ResumeTiming();
-    if (!helper.loadConfig(true)) state.SkipWithError("the database was not loaded");
-  }
+  bench::measureFirstLoad(state, makeDatabase(countOf(state)));
+}
+
+void writeOnce(benchmark::State& state) {
+  bench::measureWriteOnce(state, makeDatabase(countOf(state)));
+}
+
+void saveModelOnly(benchmark::State& state) {
+  bench::measureSaveWithoutReload(state, makeDatabase(countOf(state)), static_cast<unsigned>(state.range(1)));
 }
 
 void reload(benchmark::State& state) {
-  const Studio studio(countOf(state));
+  const Studio studio(makeDatabase(countOf(state)));
   KsDestructiblesHelper helper;
   helper.loadConfig(true);
   for (auto _ : state) {
@@ -54,46 +64,96 @@ void reload(benchmark::State& state) {
   }
 }
 
-void parse(benchmark::State& state) {
-  const std::string text = bench::makeDatabase(countOf(state));
+// Gives the file another time of modification.
+bool touch(const Studio& studio) {
+  static std::time_t seconds = 1'500'000'000;
+  const std::array<timespec, 2> times = {{{0, UTIME_OMIT}, {++seconds, 0}}};
+  return utimensat(AT_FDCWD, studio.file().c_str(), times.data(), 0) == 0;
+}
+
+// Puts another file of the same bytes in the file's place.
+bool replace(const Studio& studio) {
+  const std::filesystem::path other = studio.file().string() + ".other";
+  std::ofstream stream(other, std::ios::binary);
+  stream << studio.text();
+  stream.close();
+  if (!stream) return false;
+  std::error_code error;
+  std::filesystem::rename(other, studio.file(), error);
+  return !error;
+}
+
+// Another load when the file is another version of the same bytes.
+void reloadAfter(benchmark::State& state, bool (*change)(const Studio&)) {
+  const Studio studio(makeDatabase(countOf(state)));
+  KsDestructiblesHelper helper;
+  helper.loadConfig(true);
   for (auto _ : state) {
-    pugi::xml_document document;
-    if (!document.load_buffer(text.data(), text.size())) state.SkipWithError("the text was not parsed");
-    benchmark::DoNotOptimize(document.first_child());
+    state.PauseTiming();
+    const bool isChanged = change(studio);
+    state.ResumeTiming();
+    if (!isChanged || !helper.loadConfig(true))
+      state.SkipWithError("the database was not changed and loaded");
   }
 }
 
-void selectModel(benchmark::State& state) {
-  Studio studio(countOf(state));
+// Models of one kind of a generated database, of which every tenth from the first on is visited.
+struct Visit {
+  const char* benchmark;
+  const char* what;  // what a person reads
+  int first;
+  Tal::KsDestructibleType type;
+};
+constexpr std::array<Visit, 3> kVisits = {
+    {{"selectModel/structure", "another structure", 0, Tal::DT_STRUCTURE},
+     {"selectModel/fallingAtom", "another falling atom", 1, Tal::DT_FALLING_ATOMS},
+     {"selectModel/fragile", "another fragile", 4, Tal::DT_FRAGILE}}};
+constexpr int kVisitStep = 10;
+
+void selectModel(benchmark::State& state, const Visit& visit) {
+  Studio studio(makeDatabase(countOf(state)));
+  int selected = visit.first;
   auto helper =
-      std::make_unique<KsDestructiblesHelper>(studio.model(), bench::modelName(0), studio.disabler());
-  int selected = 0;
+      std::make_unique<KsDestructiblesHelper>(studio.model(), bench::modelName(selected), studio.disabler());
   for (auto _ : state) {
-    selected = (selected + 10) % countOf(state);
+    selected = (selected + kVisitStep) % countOf(state);
     KsDestructiblesHelper::reinit(helper, studio.model(), bench::modelName(selected), studio.disabler(),
                                   false);
+    if (helper->destructibleType() != visit.type) state.SkipWithError("the model is of another category");
   }
 }
 
-// Between two saves, also of their floor, passes a moment: a file that has just been written has a time of
-// change that does not tell one write from the next, and every open would read it.
-void pause() {
-  std::this_thread::sleep_for(std::chrono::milliseconds(25));
+constexpr char kSelectAbsent[] = "selectModel/absent";
+
+void makeEntries(KsDestructiblesHelper& helper, int category) {
+  if (category == Tal::DT_STRUCTURE) return helper.setAsStructure();
+  if (category == Tal::DT_FRAGILE) return helper.setAsFragile();
+  helper.setAsFallingAtoms();
 }
 
-// What an editor does after a save, when the monitor tells of it.
-void hearOfTheSave(KsDestructiblesHelper& helper) {
-  pause();
-  helper.loadConfig(true);
+// A model that the file lacks, made one of each category in turn; the entries go when the next is selected.
+void selectAbsentModel(benchmark::State& state) {
+  const int count = countOf(state);
+  Studio studio(makeDatabase(count));
+  auto helper =
+      std::make_unique<KsDestructiblesHelper>(studio.model(), bench::modelName(count), studio.disabler());
+  int selected = 0;
+  for (auto _ : state) {
+    selected = (selected + 1) % count;
+    KsDestructiblesHelper::reinit(helper, studio.model(), bench::modelName(count + selected),
+                                  studio.disabler(), false);
+    makeEntries(*helper, selected % 3);
+    if (!helper->isMissingInDestructiblesXml()) state.SkipWithError("no entries were made");
+  }
 }
 
 void saveModel(benchmark::State& state) {
-  Studio studio(countOf(state));
+  Studio studio(makeDatabase(countOf(state)));
   KsDestructiblesHelper helper(studio.model(), bench::modelName(10), studio.disabler());
   Tal::KsDestructibleModuleDesc desc;
   for (auto _ : state) {
     state.PauseTiming();
-    hearOfTheSave(helper);
+    bench::hearOfTheSave(helper);
     state.ResumeTiming();
     desc.health = desc.health % 1000 + 1;
     helper.updateDestructibleModule("n_wall_3", desc, false);
@@ -101,92 +161,74 @@ void saveModel(benchmark::State& state) {
   }
 }
 
-// A save up to its closing reload, for a structure of one module and of as many as there can be.
-void saveModelOnly(benchmark::State& state) {
-  const auto moduleCount = static_cast<unsigned>(state.range(1));
-  Studio studio(countOf(state), moduleCount);
-  KsDestructiblesHelper helper(studio.model(), bench::modelName(10), studio.disabler());
-  Tal::KsDestructibleModuleDesc desc;
-  for (unsigned part = 0; part < moduleCount; ++part)
-    helper.updateDestructibleModule("n_wall_" + std::to_string(part), desc, true);
-  if (!helper.saveConfig()) state.SkipWithError("the database was not saved");
-  using Clock = std::chrono::steady_clock;
-  Clock::time_point end;
-  const auto previous = Tal::StackTracker::setRecorder([&end](const Tal::StackTracker::Event& event) {
-    const bool isPush = event.kind == Tal::StackTracker::Event::Kind::push;
-    if (isPush && std::string_view(event.entry.function) == "Tal::KsDestructiblesHelper::loadConfig")
-      end = Clock::now();
-  });
-  for (auto _ : state) {
-    hearOfTheSave(helper);
-    desc.health = desc.health % 1000 + 1;
-    helper.updateDestructibleModule("n_wall_0", desc, false);
-    const Clock::time_point begin = Clock::now();
-    if (!helper.saveConfig()) state.SkipWithError("the database was not saved");
-    state.SetIterationTime(std::chrono::duration<double>(end - begin).count());
-  }
-  Tal::StackTracker::setRecorder(previous);
-}
-
-// The floor of a save: the same bytes written to a file beside, flushed, and renamed over the old file.
-void writeOnce(benchmark::State& state) {
-  const Studio studio(countOf(state));
-  const std::string target = studio.file();
-  const std::string temporary = target + ".new";
-  for (auto _ : state) {
-    state.PauseTiming();
-    pause();
-    state.ResumeTiming();
-    const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    std::size_t written = 0;
-    while (written < studio.text().size()) {
-      const ssize_t count = write(file, studio.text().data() + written, studio.text().size() - written);
-      if (count <= 0) break;
-      written += static_cast<std::size_t>(count);
-    }
-    const bool isWhole = written == studio.text().size() && fsync(file) == 0;
-    close(file);
-    if (!isWhole || rename(temporary.c_str(), target.c_str()) != 0)
-      state.SkipWithError("the file was not written");
-  }
-}
-
-void registerAll(const char* name, void (*measure)(benchmark::State&)) {
+// A measure at every number of models.
+template <class Measure>
+benchmark::internal::Benchmark* registerAll(const char* name, Measure measure) {
   auto* const benchmark =
       benchmark::RegisterBenchmark(name, measure)->Unit(benchmark::kMillisecond)->UseRealTime();
   for (const int count : kModelCounts) benchmark->Arg(count);
+  return benchmark;
 }
 
 std::string nameOf(const char* measure, int count) {
   return std::string(measure) + "/" + std::to_string(count) + "/real_time";
 }
 
-std::string saveOnlyName(int count, int modules) {
+std::string saveOnlyName(int count, unsigned modules) {
   return "saveModelOnly/" + std::to_string(count) + "/" + std::to_string(modules) + "/manual_time";
+}
+
+std::vector<bench::Ratio> loadRatios(int count, const std::string& models) {
+  const std::string floor = nameOf("parse", count);
+  return {{models + "first loadConfig / parse", nameOf("firstLoad", count), floor, 3.0},
+          {models + "loadConfig, file unchanged / parse", nameOf("reload", count), floor, 0.25},
+          {models + "loadConfig, file touched / parse", nameOf("reloadTouched", count), floor, 0.25},
+          {models + "loadConfig, file replaced by its like / parse", nameOf("reloadReplaced", count), floor,
+           0.25}};
+}
+
+std::vector<bench::Ratio> selectionRatios(int count, const std::string& models) {
+  std::vector<bench::Ratio> ratios;
+  const auto add = [&](const std::string& what, const char* benchmark) {
+    const std::string name = nameOf(benchmark, count);
+    ratios.push_back({models + what + " / parse", name, nameOf("parse", count), 0.25});
+    if (count == kMedium)
+      ratios.push_back({models + what + " / 1 ms", name, std::chrono::milliseconds(1), 10.0});
+  };
+  for (const Visit& visit : kVisits) add(visit.what, visit.benchmark);
+  add("another model that the file lacks", kSelectAbsent);
+  return ratios;
+}
+
+std::vector<bench::Ratio> saveRatios(int count, const std::string& models) {
+  std::vector<bench::Ratio> ratios;
+  const auto add = [&](const std::string& what, unsigned modules, const std::string& floor) {
+    ratios.push_back({models + what, saveOnlyName(count, modules), floor, 1.5});
+  };
+  const std::string file = nameOf("writeOnce", count);
+  add("saveConfig of 1 module without its reload / writing the file", kFewModules, file);
+  add("saveConfig of 14 modules without its reload / writing the file", kManyModules, file);
+  add("saveConfig of 14 modules / of 1 module, without their reloads", kManyModules,
+      saveOnlyName(count, kFewModules));
+  ratios.push_back({models + "saveConfig / (1.5 writing the file + first loadConfig)",
+                    nameOf("saveModel", count),
+                    {{{1.5, file}, {1.0, nameOf("firstLoad", count)}}},
+                    1.0});
+  return ratios;
 }
 
 std::vector<bench::Ratio> ratios() {
   std::vector<bench::Ratio> ratios;
   for (const int count : kModelCounts) {
     const std::string models = std::to_string(count) + " models: ";
-    ratios.push_back(
-        {models + "first loadConfig / parse", nameOf("firstLoad", count), nameOf("parse", count), 3.0});
-    ratios.push_back({models + "loadConfig, file unchanged / parse", nameOf("reload", count),
-                      nameOf("parse", count), 0.25});
-    ratios.push_back(
-        {models + "another model / parse", nameOf("selectModel", count), nameOf("parse", count), 0.25});
-    for (const int modules : kModuleCounts) {
-      ratios.push_back({models + "saveConfig of " + std::to_string(modules) +
-                            " modules without its reload / writing the file",
-                        saveOnlyName(count, modules), nameOf("writeOnce", count), 1.5});
-    }
-    ratios.push_back({models + "saveConfig / (1.5 writing the file + first loadConfig)",
-                      nameOf("saveModel", count),
-                      {{{1.5, nameOf("writeOnce", count)}, {1.0, nameOf("firstLoad", count)}}},
-                      1.0});
+    for (const auto& part :
+         {loadRatios(count, models), selectionRatios(count, models), saveRatios(count, models)})
+      ratios.insert(ratios.end(), part.begin(), part.end());
   }
   // Linear growth: ten times the models, ten times the work and a margin for what no longer fits the caches.
-  for (const char* const measure : {"firstLoad", "reload", "selectModel", "saveModel"}) {
+  std::vector<const char*> growing = {"firstLoad", "reload", kSelectAbsent, "saveModel"};
+  for (const Visit& visit : kVisits) growing.push_back(visit.benchmark);
+  for (const char* const measure : growing) {
     ratios.push_back({std::string(measure) + ": 100000 / 10000 models", nameOf(measure, kLarge),
                       nameOf(measure, kMedium), 20.0});
   }
@@ -199,11 +241,15 @@ int main(int argc, char** argv) {
   registerAll("parse", parse);
   registerAll("firstLoad", firstLoad);
   registerAll("reload", reload);
-  registerAll("selectModel", selectModel);
+  registerAll("reloadTouched", [](benchmark::State& state) { reloadAfter(state, touch); });
+  registerAll("reloadReplaced", [](benchmark::State& state) { reloadAfter(state, replace); });
+  for (const Visit& visit : kVisits)
+    registerAll(visit.benchmark, [&visit](benchmark::State& state) { selectModel(state, visit); });
+  registerAll(kSelectAbsent, selectAbsentModel);
   registerAll("saveModel", saveModel);
   registerAll("writeOnce", writeOnce);
   for (const int count : kModelCounts) {
-    for (const int modules : kModuleCounts) {
+    for (const unsigned modules : kModuleCounts) {
       benchmark::RegisterBenchmark("saveModelOnly", saveModelOnly)
           ->Unit(benchmark::kMillisecond)
           ->UseManualTime()

@@ -1,5 +1,6 @@
 // What a loaded database takes of the heap, its tables and its document, against the size of its file.
 
+#include "support/database.h"
 #include "support/ratio_table.h"
 #include "support/studio.h"
 
@@ -41,7 +42,7 @@ int main() {
   std::vector<bench::RatioResult> results;
   for (const int count : kModelCounts) {
     const std::string models = std::to_string(count) + " models";
-    const bench::Studio studio(count);
+    const bench::Studio studio(bench::makeDatabase(count));
     results.push_back(
         {{models + ": tables and document / file", models, "file", kPromise}, timesTheFile(studio)});
   }

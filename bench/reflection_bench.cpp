@@ -20,29 +20,47 @@
 
 namespace {
 
+using Tal::KsDestructibleFallingAtomDesc;
+using Tal::KsDestructibleModuleDesc;
+
 constexpr int kEffectCount = 2000;
 
-std::string effectName(int number) {
-  return "inf_bld_UNI_" + std::to_string(number) + "_Base_02";
+// The effects of a category, and a field that offers all of them.
+struct Effects {
+  Tal::KsDestructibleType category;
+  const char* section;
+  const char* suffix;
+  const char* field;
+};
+constexpr Effects kAll = {Tal::DT_STRUCTURE, "structures", "_Base_02", "Hit effect"};
+// Each name has what the field looks for, in other case.
+constexpr Effects kFiltered = {Tal::DT_FALLING_ATOMS, "fallingAtoms", "_Lifetime_02", "Lifetime effect"};
+
+std::string effectName(const Effects& effects, int number) {
+  return "inf_bld_UNI_" + std::to_string(number) + effects.suffix;
 }
 
-std::string effectsText() {
-  std::string text = "<root>\n\t<structures>\n";
-  for (int number = 0; number < kEffectCount; ++number) text += "\t\t<" + effectName(number) + "/>\n";
-  return text + "\t</structures>\n</root>\n";
+std::string textOf(const Effects& effects) {
+  const std::string section = effects.section;
+  std::string text = "<root>\n\t<" + section + ">\n";
+  for (int number = 0; number < kEffectCount; ++number)
+    text += "\t\t<" + effectName(effects, number) + "/>\n";
+  return text + "\t</" + section + ">\n</root>\n";
 }
 
-// A resource root with the effects, and a module's record in a tree.
+// A resource root with the effects, and a record in a tree.
+template <class Record>
 class Panel {
  public:
-  Panel()
+  explicit Panel(const Effects& effects)
       : root_(std::filesystem::temp_directory_path() / ("destructibles_panel_" + std::to_string(getpid()))) {
     std::filesystem::create_directories(root_ / "scripts");
-    std::ofstream(root_ / "scripts" / "destructibles_effects.xml", std::ios::binary) << effectsText();
+    std::ofstream(root_ / "scripts" / "destructibles_effects.xml", std::ios::binary) << textOf(effects);
     Tal::FS::setFileSystem(
         std::make_unique<Tal::FS::MultiFileSystem>(std::vector<std::filesystem::path>{root_}));
+    const int category = effects.category;
     model_.addProperty("Destructible Type", tyk::Variant::Type::signedInteger,
-                       [] { return tyk::Variant(0); });
+                       [category] { return tyk::Variant(category); });
     record_.setParent(&model_);
   }
 
@@ -59,12 +77,13 @@ class Panel {
  private:
   std::filesystem::path root_;
   mio::DynamicObject model_;
-  Tal::KsDestructibleModuleDesc record_;
+  Record record_;
 };
 
-void optionList(benchmark::State& state) {
-  Panel panel;
-  const mio::BoundProperty property = panel.property("Hit effect");
+template <class Record>
+void optionList(benchmark::State& state, const Effects& effects) {
+  Panel<Record> panel(effects);
+  const mio::BoundProperty property = panel.property(effects.field);
   for (auto _ : state) {
     const tyk::VariantList options = property.options();
     if (options.size() != kEffectCount + 2) state.SkipWithError("the effects were not found");
@@ -72,7 +91,7 @@ void optionList(benchmark::State& state) {
 }
 
 void parseEffects(benchmark::State& state) {
-  const std::string text = effectsText();
+  const std::string text = textOf(kAll);
   for (auto _ : state) {
     pugi::xml_document document;
     if (!document.load_buffer(text.data(), text.size())) state.SkipWithError("the text was not parsed");
@@ -80,9 +99,9 @@ void parseEffects(benchmark::State& state) {
   }
 }
 
-void copyStrings(benchmark::State& state) {
+void copyStrings(benchmark::State& state, const Effects& effects) {
   std::vector<std::string> names;
-  for (int number = 0; number < kEffectCount; ++number) names.push_back(effectName(number));
+  for (int number = 0; number < kEffectCount; ++number) names.push_back(effectName(effects, number));
   for (auto _ : state) {
     std::vector<std::string> copy(names);
     benchmark::DoNotOptimize(copy.data());
@@ -90,7 +109,7 @@ void copyStrings(benchmark::State& state) {
 }
 
 void readProperty(benchmark::State& state) {
-  Tal::KsDestructibleModuleDesc record;
+  KsDestructibleModuleDesc record;
   const mio::BoundProperty property = record.property("Health");
   for (auto _ : state) {
     const tyk::Variant value = property.get();
@@ -99,7 +118,7 @@ void readProperty(benchmark::State& state) {
 }
 
 void readField(benchmark::State& state) {
-  Tal::KsDestructibleModuleDesc record;
+  KsDestructibleModuleDesc record;
   for (auto _ : state) {
     benchmark::DoNotOptimize(&record);
     int value = record.health;
@@ -108,7 +127,7 @@ void readField(benchmark::State& state) {
 }
 
 void writeProperty(benchmark::State& state) {
-  Tal::KsDestructibleModuleDesc record;
+  KsDestructibleModuleDesc record;
   const mio::BoundProperty property = record.property("Health");
   const tyk::Variant value(7);
   for (auto _ : state) property.set(value);
@@ -116,7 +135,7 @@ void writeProperty(benchmark::State& state) {
 }
 
 void writeField(benchmark::State& state) {
-  Tal::KsDestructibleModuleDesc record;
+  KsDestructibleModuleDesc record;
   for (auto _ : state) {
     record.health = 7;
     benchmark::DoNotOptimize(&record);
@@ -127,6 +146,7 @@ void writeField(benchmark::State& state) {
 std::vector<bench::Ratio> ratios() {
   return {{"2000 effects: option list / pugixml parsing the same bytes", "optionList", "parseEffects", {}},
           {"2000 effects: option list / copying the strings", "optionList", "copyStrings", 3.0},
+          {"2000 effects: filtered option list / copying the strings", "filteredList", "copyFiltered", 3.0},
           {"reading a property / reading the field", "readProperty", "readField", {}},
           {"writing a property / writing the field", "writeProperty", "writeField", {}}};
 }
@@ -135,9 +155,11 @@ std::vector<bench::Ratio> ratios() {
 
 int main(int argc, char** argv) {
   Tal::DebugMessageHelper::setSink([](const Tal::DebugMessage&) {});
-  benchmark::RegisterBenchmark("optionList", optionList);
+  benchmark::RegisterBenchmark("optionList", optionList<KsDestructibleModuleDesc>, kAll);
+  benchmark::RegisterBenchmark("filteredList", optionList<KsDestructibleFallingAtomDesc>, kFiltered);
   benchmark::RegisterBenchmark("parseEffects", parseEffects);
-  benchmark::RegisterBenchmark("copyStrings", copyStrings);
+  benchmark::RegisterBenchmark("copyStrings", copyStrings, kAll);
+  benchmark::RegisterBenchmark("copyFiltered", copyStrings, kFiltered);
   benchmark::RegisterBenchmark("readProperty", readProperty);
   benchmark::RegisterBenchmark("readField", readField);
   benchmark::RegisterBenchmark("writeProperty", writeProperty);

@@ -16,7 +16,7 @@ std::optional<double> medianOf(const Samples& samples, const std::string& benchm
 
 std::optional<double> valueOf(const Ratio& ratio, const Samples& samples) {
   const std::optional<double> numerator = medianOf(samples, ratio.numerator);
-  double denominator = 0.0;
+  auto denominator = static_cast<double>(ratio.denominator.fixed.count());
   for (const Term& term : ratio.denominator.terms) {
     const std::optional<double> time = medianOf(samples, term.benchmark);
     if (!time) return std::nullopt;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <optional>
 #include <string>
@@ -14,14 +15,17 @@ struct Term {
   std::string benchmark;  ///< the full name, as its program lists it
 };
 
-/// What a time is compared with: another benchmark's time, or a sum of such.
+/// What a time is compared with: another benchmark's time, a sum of such, or a time that is the same on every
+/// machine, so that the ratio is in units of it.
 struct Floor {
   // Implicit: most floors are one benchmark.
   Floor(const char* benchmark) : terms{{1.0, benchmark}} {}             // NOLINT(google-explicit-constructor)
   Floor(std::string benchmark) : terms{{1.0, std::move(benchmark)}} {}  // NOLINT(google-explicit-constructor)
   Floor(std::vector<Term> sum) : terms(std::move(sum)) {}               // NOLINT(google-explicit-constructor)
+  Floor(std::chrono::milliseconds unit) : fixed(unit) {}                // NOLINT(google-explicit-constructor)
 
   std::vector<Term> terms;
+  std::chrono::nanoseconds fixed{0};  ///< added to the terms
 };
 
 /// How the times of benchmarks of one run compare.
@@ -32,7 +36,7 @@ struct Ratio {
   std::optional<double> promise;  ///< what the ratio must not exceed; empty when it is only shown
 };
 
-/// The times of every repetition of each benchmark, by its full name.
+/// The times of every repetition of each benchmark in nanoseconds, by its full name.
 using Samples = std::map<std::string, std::vector<double>>;
 
 /// The middle value of a list that is not empty; the mean of the two middle ones when their number is even.

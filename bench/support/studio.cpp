@@ -6,9 +6,8 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <utility>
 #include <vector>
-
-#include "database.h"
 
 namespace bench {
 namespace {
@@ -22,9 +21,9 @@ void mountOnly(const std::filesystem::path& root) {
 
 }  // namespace
 
-Studio::Studio(int modelCount, unsigned moduleCount)
+Studio::Studio(std::string databaseText, unsigned moduleCount)
     : root_(std::filesystem::temp_directory_path() / ("destructibles_bench_" + std::to_string(getpid()))),
-      text_(makeDatabase(modelCount)) {
+      text_(std::move(databaseText)) {
   std::filesystem::create_directories(root_ / "scripts");
   std::filesystem::create_directories(root_ / "elsewhere");
   std::ofstream(file(), std::ios::binary) << text_;

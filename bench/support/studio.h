@@ -13,11 +13,11 @@ class KsDestructiblesHelper;
 
 namespace bench {
 
-/// A resource root of its own with a database of so many models, mounted as the process's only one, and a
-/// model of so many modules that one of the database's structures can be bound to.
+/// A resource root of its own with a database of these bytes, mounted as the process's only one, and a model
+/// of so many modules that one of the database's structures can be bound to.
 class Studio {
  public:
-  explicit Studio(int modelCount, unsigned moduleCount = 9);
+  explicit Studio(std::string databaseText, unsigned moduleCount = 9);
   ~Studio();
   Studio(const Studio&) = delete;
   Studio& operator=(const Studio&) = delete;

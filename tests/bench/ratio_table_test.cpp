@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <support/ratio_table.h>
 
+#include <chrono>
 #include <optional>
 #include <vector>
 
@@ -40,6 +41,18 @@ TEST(ARatio, CanBeThatToASum) {
       bench::evaluate(ratios, {{"a", {8.0}}, {"b", {2.0}}, {"c", {1.0}}});
   EXPECT_EQ(results[0].value, 2.0);
   EXPECT_EQ(results[1].value, std::nullopt) << "d was not measured";
+}
+
+TEST(ARatio, CanBeThatToATimeThatIsTheSameOnEveryMachine) {
+  const std::vector<Ratio> ratios = {{"a / 2 ms", "a", std::chrono::milliseconds(2), 10.0}};
+  const RatioResult kept = evaluate(ratios, {{"a", {90e6, 19e6, 3e6}}}).front();
+  EXPECT_EQ(kept.value, 9.5);
+  EXPECT_FALSE(kept.isBroken());
+  const RatioResult broken = evaluate(ratios, {{"a", {21e6}}}).front();
+  EXPECT_EQ(broken.value, 10.5);
+  EXPECT_TRUE(broken.isBroken());
+  EXPECT_EQ(evaluate(ratios, {{"b", {1e6}}}).front().value, std::nullopt);
+  EXPECT_EQ(tableOf({broken}), "a / 2 ms = 10.50 (promise: at most 10.00) BROKEN\n");
 }
 
 TEST(ARatio, HasNoValueWhenABenchmarkWasNotMeasured) {

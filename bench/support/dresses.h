@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace bench {
+
+/// A database as another editor stores it: other bytes, the same models.
+struct Dress {
+  std::string name;   ///< short, as part of a benchmark's name
+  std::string bytes;  ///< of the file
+};
+
+/// The text of makeDatabase in every dress: with CRLF line ends, behind a processing instruction, with a
+/// CDATA section in the last entry, with a DOCTYPE, in Latin-1 with letters that are not ASCII, in UTF-16.
+std::vector<Dress> dressesOf(const std::string& text);
+
+}  // namespace bench
