@@ -17,8 +17,9 @@ function(add_room NAME)
   target_compile_features(${NAME} PUBLIC cxx_std_20)
 endfunction()
 
-# How a test's own code is compiled: fast. In the rooms' code every check of the sanitizers stays; in a test's, a crash
-# tells as much as the three that are left out, which would take half of its compilation.
+# How a test's own code, and what of the rooms' headers it compiles, is compiled: fast. In the rooms' sources every check
+# of the sanitizers stays; in a test's, a crash tells as much as the three that are left out, which would take half of its
+# compilation.
 set(TEST_COMPILE_OPTIONS -O0 -g0)
 if(DESTRUCTIBLES_SANITIZE MATCHES "undefined")
   list(APPEND TEST_COMPILE_OPTIONS -fno-sanitize=null,alignment,vptr)

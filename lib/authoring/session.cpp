@@ -26,8 +26,10 @@ std::string refusalOfModel(const std::string& modelName) {
                : model + " is spelled " + quotedName(spelled) + " in the database; use that name";
   }
   if (!fault.empty()) return model + " " + fault + "; put the model's files below a root";
+  const std::vector<std::string> names = modelFiles();
   return "the resource roots hold no model " + quotedName(modelName) +
-         nameSuggestion(modelName, modelFiles());
+         (names.empty() ? " and no other; check the roots, or import a model"
+                        : nameSuggestion(modelName, names));
 }
 
 }  // namespace

@@ -33,6 +33,14 @@ TEST_F(OpeningASession, SuggestsOnlyModelsThatHaveFiles) {
             "\"content/props/crate.model\"?");
 }
 
+TEST_F(OpeningASession, SaysWhenTheRootsHoldNoModelAtAll) {
+  std::filesystem::remove_all(root_ / "content");
+  EXPECT_EQ(
+      refusalOf("content/props/crate.model"),
+      "the resource roots hold no model \"content/props/crate.model\" and no other; check the roots, or "
+      "import a model");
+}
+
 TEST_F(OpeningASession, RefusesNamesThatAreNoResourceWithTheReason) {
   EXPECT_EQ(
       refusalOf("/content/props/crate.model"),
