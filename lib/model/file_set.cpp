@@ -1,6 +1,7 @@
 #include <core/nearest_name.h>
 #include <model/file_set.h>
 #include <resources/atomic_file.h>
+#include <resources/new_folder.h>
 
 #include <exception>
 #include <optional>
@@ -36,11 +37,8 @@ std::string FileSet::write() {
 void FileSet::makeFolders(const fs::path& folder) {
   if (folder.empty() || fs::is_directory(folder)) return;
   makeFolders(folder.parent_path());
-  std::error_code failure;
-  fs::create_directory(folder, failure);
-  if (failure) {
-    throw std::runtime_error("making the folder " + quotedName(folder.string()) + ": " + failure.message());
-  }
+  if (const std::optional<FileFailure> failure = makeFolder(folder))
+    throw std::runtime_error(failure->text + "; " + failure->hint);
   madeFolders_.push_back(folder);
 }
 

@@ -1,7 +1,10 @@
-#include <core/format.h>
 #include <resources/atomic_file.h>
 #include <resources/descriptor.h>
+#include <resources/file_attributes.h>
+#include <resources/file_failure.h>
 #include <resources/file_lock.h>
+#include <resources/folder_names.h>
+#include <resources/new_folder.h>
 #include <resources/retried.h>
 
 #include <sys/stat.h>
@@ -11,10 +14,10 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <ctime>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace Tal {
 namespace {
@@ -28,35 +31,10 @@ constexpr std::size_t kLongestName = 255;
 constexpr mode_t kPermissions = 07777;
 constexpr mode_t kAnyWrite = 0222;
 constexpr mode_t kNewFile = 0666;
+constexpr mode_t kOnlyOwner = 0600;
 constexpr std::time_t kLeftOverAge = 60;  // seconds
 constexpr std::size_t kWorthACall = std::size_t{1} << 16U;
 constexpr int kNames = 1000;  // to be tried for a temporary file
-
-BasicStringRef hintFor(int code) {
-  switch (code) {
-    case ENOSPC:
-    case EDQUOT:
-      return "free some space";
-    case EACCES:
-    case EPERM:
-    case EROFS:
-      return "make the file and its folder writable";
-    case ENOENT:
-    case ENOTDIR:
-      return "make the folder";
-    case EISDIR:
-      return "move the folder of that name away";
-    case EFBIG:
-      return "raise the limit on the size of files";
-    default:
-      return "remove the cause";
-  }
-}
-
-FileFailure failureOf(const char* step, const fs::path& path, int code) {
-  return {std::string(step) + " \"" + escapeControls(path.native()) + "\": " + std::strerror(code),
-          std::string(hintFor(code))};
-}
 
 /// The file that a path means in the end. The path of a link that leads to nothing is left as it is.
 fs::path targetOf(const fs::path& file) {
@@ -97,6 +75,7 @@ class Replacement {
 
   std::optional<FileFailure> run(const PiecedText& content) {
     if (auto failure = examine()) return failure;
+    if (auto failure = makeFolder(file_.parent_path())) return failure;
     removeLeftOvers();
     if (auto failure = open()) return failure;
     if (auto failure = write(content)) return failure;
@@ -104,7 +83,7 @@ class Replacement {
     if (retried([&] { return ::rename(temporary_.c_str(), file_.c_str()); }) != 0)
       return fail("renaming to", file_);
     isTemporaryThere_ = false;
-    return flushFolder();
+    return flushFolderOfFile();
   }
 
   /// The new file's identity. Renaming touches the time of change; if anything else of it is not as it was
@@ -119,39 +98,39 @@ class Replacement {
 
  private:
   static std::optional<FileFailure> fail(const char* step, const fs::path& path) {
-    return failureOf(step, path, errno);
+    return failedStep(step, path, errno);
   }
 
   std::optional<FileFailure> examine() {
     if (::stat(file_.c_str(), &old_) != 0) {
-      if (errno != ENOENT) return fail("examining", file_);
+      if (errno != ENOENT && errno != ENOTDIR) return fail("examining", file_);
       return std::nullopt;
     }
     isOldThere_ = true;
-    if (S_ISDIR(old_.st_mode)) return failureOf("replacing", file_, EISDIR);
+    if (S_ISDIR(old_.st_mode)) return failedStep("replacing", file_, EISDIR);
     // Replacing needs no permission on the file itself; but who protects a file means its content.
     const bool isProtected = (old_.st_mode & kAnyWrite) == 0;
     if (isProtected || ::access(file_.c_str(), W_OK) != 0)
-      return failureOf("replacing the protected file", file_, isProtected ? EACCES : errno);
+      return failedStep("replacing the protected file", file_, isProtected ? EACCES : errno);
     return std::nullopt;
   }
 
   std::optional<FileFailure> open() {
     const fs::path folder = folderOf(file_);
-    folder_ = Descriptor(retried([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    folder_ = openFolder(folder);
     if (!folder_) return fail("opening the folder", folder);
     makeTemporary();
     if (!descriptor_) return fail("making", temporary_);
     isTemporaryThere_ = true;
     tryLock(descriptor_.get());  // tells others that it is in use
-    return isOldThere_ ? keepOwnerAndPermissions() : std::nullopt;
+    return isOldThere_ ? keepOwnerAndRights() : std::nullopt;
   }
 
   /// Under the next name when something of that name is there: where processes get the same few numbers
   /// again and again, a killed one of the same number may have left it.
   void makeTemporary() {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
-    const mode_t mode = isOldThere_ ? old_.st_mode & kPermissions : kNewFile;
+    const mode_t mode = isOldThere_ ? kOnlyOwner : kNewFile;  // until it has the old one's rights
     for (int attempt = 0; attempt < kNames; ++attempt) {
       temporary_ = temporaryBeside(file_);
       descriptor_ = Descriptor(retried([&] { return ::open(temporary_.c_str(), kFlags, mode); }));
@@ -159,13 +138,14 @@ class Replacement {
     }
   }
 
-  std::optional<FileFailure> keepOwnerAndPermissions() {
+  std::optional<FileFailure> keepOwnerAndRights() {
     struct stat made {};
     if (::fstat(descriptor_.get(), &made) != 0) return fail("examining", temporary_);
     // Another owner can be set by few; the group or nothing at all is the best that others can do.
     const bool isOwnerOther = made.st_uid != old_.st_uid || made.st_gid != old_.st_gid;
     if (isOwnerOther && !setOwner(old_.st_uid) && !setOwner(made.st_uid) && errno != EPERM)
       return fail("setting the owner of", temporary_);
+    if (!copyAttributes(file_, descriptor_.get())) return fail("setting the attributes of", temporary_);
     const mode_t mode = old_.st_mode & kPermissions;
     if (retried([&] { return ::fchmod(descriptor_.get(), mode); }) != 0)
       return fail("setting the permissions of", temporary_);
@@ -178,16 +158,14 @@ class Replacement {
 
   /// What processes that were killed while they saved this file have left beside it.
   void removeLeftOvers() const {
+    const fs::path folder = folderOf(file_);
     const std::string beginning = '.' + file_.filename().string() + '.';
-    std::error_code error;
-    for (fs::directory_iterator entry(folderOf(file_), error), end; !error && entry != end;
-         entry.increment(error)) {
-      const std::string name = entry->path().filename().string();
+    for (const std::string& name : FS::namesIn(folder).value_or(std::vector<std::string>())) {
       if (!name.starts_with(beginning) || !isTemporaryName(name) || isOfAnotherLivingProcess(name, beginning))
         continue;
-      const Descriptor descriptor(
-          ::open(entry->path().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
-      if (descriptor && isOld(descriptor.get()) && tryLock(descriptor.get())) ::unlink(entry->path().c_str());
+      const fs::path path = folder / name;
+      const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+      if (descriptor && isOld(descriptor.get()) && tryLock(descriptor.get())) ::unlink(path.c_str());
     }
   }
 
@@ -213,28 +191,23 @@ class Replacement {
     while (!content.empty()) {
       const ssize_t count =
           retried([&] { return ::write(descriptor_.get(), content.data(), content.size()); });
-      if (count == 0) return failureOf("writing", temporary_, ENOSPC);
+      if (count == 0) return failedStep("writing", temporary_, ENOSPC);
       if (count < 0) return fail("writing", temporary_);
       content.remove_prefix(static_cast<std::size_t>(count));
     }
     return std::nullopt;
   }
 
-  static int flush(int descriptor) {
-    return retried([descriptor] { return ::fsync(descriptor); });
-  }
-
   std::optional<FileFailure> flushAndClose() {
-    if (flush(descriptor_.get()) != 0) return fail("flushing", temporary_);
+    if (retried([&] { return ::fsync(descriptor_.get()); }) != 0) return fail("flushing", temporary_);
     written_ = identityOf(descriptor_.get());
     // An interrupted close has closed the file, whose content is on the disk already.
     if (::close(descriptor_.release()) != 0 && errno != EINTR) return fail("closing", temporary_);
     return std::nullopt;
   }
 
-  std::optional<FileFailure> flushFolder() {
-    // A file system without this operation (EINVAL) keeps its own order.
-    if (flush(folder_.get()) == 0 || errno == EINVAL) return std::nullopt;
+  std::optional<FileFailure> flushFolderOfFile() {
+    if (flushFolder(folder_.get())) return std::nullopt;
     auto failure = fail("flushing the folder of", file_);
     failure->isReplaced = true;
     return failure;

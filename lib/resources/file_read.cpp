@@ -5,8 +5,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 #include <cerrno>
-#include <cstring>
 #include <memory>
+#include <vector>
 
 namespace Tal {
 namespace {
@@ -14,9 +14,11 @@ namespace {
 /// A file that is written while it is read is read again, at most so often.
 constexpr int kAttempts = 5;
 
-std::string systemFailure(const char* step) {
-  return std::string("cannot ") + step + " the file: " + std::strerror(errno) +
-         "; make it readable and open it again";
+/// What fits into a processor's cache beside what it is compared with.
+constexpr std::size_t kPiece = std::size_t{1} << 18U;
+
+Descriptor openToRead(const std::filesystem::path& file) {
+  return Descriptor(retried([&] { return ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
 }
 
 /// Reads until the size is reached or the file ends; how many bytes came, -1 on an error.
@@ -33,23 +35,39 @@ std::ptrdiff_t readFully(int descriptor, char* into, std::size_t size) {
 
 }  // namespace
 
-std::string readFile(const std::filesystem::path& file, std::size_t largest, FileContent& content) {
+bool readPieces(const std::filesystem::path& file, const std::function<bool(BasicStringRef)>& take,
+                FileIdentity& identity) {
+  const Descriptor descriptor = openToRead(file);
+  const auto before = descriptor ? identityOf(descriptor.get()) : std::nullopt;
+  if (!before) return false;
+  std::vector<char> buffer(kPiece);
+  for (std::ptrdiff_t left = before->size; left > 0;) {
+    const std::ptrdiff_t count = readFully(descriptor.get(), buffer.data(), buffer.size());
+    if (count <= 0 || count > left || !take({buffer.data(), static_cast<std::size_t>(count)})) return false;
+    left -= count;
+  }
+  identity = *before;
+  return identityOf(descriptor.get()) == before;
+}
+
+std::optional<FileFailure> readFile(const std::filesystem::path& file, std::size_t largest,
+                                    FileContent& content) {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    const Descriptor descriptor(
-        retried([&] { return ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
-    if (!descriptor) return systemFailure("open");
+    const Descriptor descriptor = openToRead(file);
+    if (!descriptor) return failedReading("cannot open the file", errno);
     const auto before = identityOf(descriptor.get());
-    if (!before) return systemFailure("examine");
+    if (!before) return failedReading("cannot examine the file", errno);
     const auto size = static_cast<std::size_t>(before->size);
     if (size > largest)
-      return "the file is larger than " + std::to_string(largest >> 20U) + " MiB; divide it";
+      return FileFailure{"the file is larger than " + std::to_string(largest >> 20U) + " MiB", "divide it"};
     content.bytes = Xml::Source(size);
     const std::ptrdiff_t count = readFully(descriptor.get(), content.bytes.data(), size);
-    if (count < 0) return systemFailure("read");
+    if (count < 0) return failedReading("cannot read the file", errno);
     content.identity = *before;
-    if (static_cast<std::size_t>(count) == size && identityOf(descriptor.get()) == before) return {};
+    if (static_cast<std::size_t>(count) == size && identityOf(descriptor.get()) == before)
+      return std::nullopt;
   }
-  return "the file is being written all the time; open it again when that is done";
+  return FileFailure{"the file is being written all the time", "wait until that is done"};
 }
 
 }  // namespace Tal

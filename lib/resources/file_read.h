@@ -1,11 +1,13 @@
 #pragma once
 
+#include <resources/file_failure.h>
 #include <resources/file_identity.h>
 #include <resources/xml_tree.h>
 
 #include <cstddef>
 #include <filesystem>
-#include <string>
+#include <functional>
+#include <optional>
 
 namespace Tal {
 
@@ -14,8 +16,14 @@ struct FileContent {
   FileIdentity identity;  ///< of the version that the bytes are
 };
 
-/// Reads a whole regular file of at most `largest` bytes. Returns why that failed, with what to do; empty
-/// when it succeeded.
-std::string readFile(const std::filesystem::path& file, std::size_t largest, FileContent& content);
+/// Reads a whole regular file of at most `largest` bytes. Returns why that failed; empty when it succeeded.
+std::optional<FileFailure> readFile(const std::filesystem::path& file, std::size_t largest,
+                                    FileContent& content);
+
+/// Hands a regular file's bytes to `take` piece by piece, from the first to the last, as long as that returns
+/// true. False when it did not, when the file cannot be read, and when it was changed meanwhile; else
+/// `identity` is that of the version that the bytes are.
+bool readPieces(const std::filesystem::path& file, const std::function<bool(BasicStringRef)>& take,
+                FileIdentity& identity);
 
 }  // namespace Tal

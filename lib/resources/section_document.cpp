@@ -7,12 +7,9 @@
 #include <resources/resource_name.h>
 #include <resources/section_document.h>
 #include <resources/xml_parser.h>
+#include <resources/xml_transcoding.h>
 
-// The functions themselves, not the library that holds them.
-#define XXH_INLINE_ALL
-#include <xxhash.h>
-
-#include <system_error>
+#include <deque>
 #include <utility>
 
 namespace Tal {
@@ -42,14 +39,17 @@ std::string adviceOf(const FileFailure& failure) {
 struct Text {
   Xml::Source utf8;
   Xml::Encoding encoding = Xml::Encoding::utf8;
+  std::optional<Fingerprint> converted;  ///< of the bytes that the text was made of; empty when it is these
 };
 
 std::optional<Text> textOf(Xml::Source bytes, Xml::ParseError& error) {
-  const auto encoding = Xml::detectEncoding(bytes.view(), error.reason);
+  const auto encoding = Xml::detectEncoding(bytes.view(), error);
   if (!encoding) return std::nullopt;
-  std::optional<Xml::Source> utf8 = Xml::toUtf8(std::move(bytes), *encoding, error.reason);
+  std::optional<Fingerprint> converted;
+  if (*encoding != Xml::Encoding::utf8) converted = fingerprintOf(PiecedText(bytes.view()));
+  std::optional<Xml::Source> utf8 = Xml::toUtf8(std::move(bytes), *encoding, error);
   if (!utf8) return std::nullopt;
-  return Text{std::move(*utf8), *encoding};
+  return Text{std::move(*utf8), *encoding, converted};
 }
 
 }  // namespace
@@ -60,14 +60,8 @@ class SectionDocument::Bytes {
   explicit Bytes(const FileContent& file) : text_(file.bytes.view()) {}
 
   /// What the document's own file is to hold.
-  explicit Bytes(const SectionDocument& document) {
-    if (document.encoding_ == Xml::Encoding::utf8) {
-      text_ = document.tree_.pieces();
-    } else {
-      converted_ = Xml::fromUtf8(document.tree_.serialise(), document.encoding_);
-      text_ = PiecedText(converted_);
-    }
-  }
+  explicit Bytes(const SectionDocument& document)
+      : text_(Xml::fromUtf8(document.tree_.pieces(), document.encoding_, converted_)) {}
   Bytes(const Bytes&) = delete;
   Bytes& operator=(const Bytes&) = delete;
 
@@ -80,7 +74,7 @@ class SectionDocument::Bytes {
   }
 
  private:
-  std::string converted_;
+  std::deque<Xml::Source> converted_;
   PiecedText text_;
   mutable std::optional<Fingerprint> fingerprint_;
 };
@@ -98,8 +92,8 @@ SmartPointer<SectionDocument> SectionDocument::read(std::string resourceName,
                                                     const std::filesystem::path& file, Refusal& refusal) {
   const std::string name = escapeControls(resourceName);
   FileContent content;
-  if (const std::string failure = readFile(file, Xml::kLargestSource, content); !failure.empty()) {
-    refusal = {name + ": " + failure, false};
+  if (const auto failure = readFile(file, Xml::kLargestSource, content)) {
+    refusal = {name + ": " + failure->text + "; " + failure->hint + " and open it again", false};
     return nullptr;
   }
   Xml::ParseError error;
@@ -111,8 +105,10 @@ SmartPointer<SectionDocument> SectionDocument::read(std::string resourceName,
                true};
     return nullptr;
   }
-  return new SectionDocument(std::move(resourceName), file, std::move(*tree), text->encoding,
-                             content.identity);
+  SmartPointer<SectionDocument> document =
+      new SectionDocument(std::move(resourceName), file, std::move(*tree), text->encoding, content.identity);
+  document->base_ = text->converted;
+  return document;
 }
 
 SmartPointer<SectionDocument> SectionDocument::make(std::string resourceName,
@@ -130,12 +126,26 @@ void SectionDocument::noteIdentity(const std::optional<FileIdentity>& identity) 
 }
 
 bool SectionDocument::isCurrent(const FileIdentity& now) {
-  if (identity_ != now) return false;
-  if (!isRecent_) return true;
-  FileContent content;
-  const bool isRead = readFile(file_, Xml::kLargestSource, content).empty();
-  if (!isRead || !isBase(Bytes(content))) return false;
-  noteIdentity(content.identity);
+  if (identity_ == now && !isRecent_) return true;
+  return identity_ && identity_->size == now.size && isBaseInFile();
+}
+
+bool SectionDocument::isBaseInFile() {
+  BasicStringRef rest = base_ ? BasicStringRef() : tree_.source();
+  FingerprintMaker fingerprint;
+  const auto isSame = [&](BasicStringRef piece) {
+    if (base_) {
+      fingerprint.add(piece);
+      return true;
+    }
+    const bool isNext = rest.starts_with(piece);
+    if (isNext) rest.remove_prefix(piece.size());
+    return isNext;
+  };
+  FileIdentity identity;
+  if (!readPieces(file_, isSame, identity) || !rest.empty()) return false;
+  if (base_ && fingerprint.fingerprint() != *base_) return false;
+  noteIdentity(identity);
   return true;
 }
 
@@ -152,8 +162,8 @@ std::optional<SectionDocument::SavedContent> SectionDocument::savedContent() {
 }
 
 void SectionDocument::recognise(const SavedContent& saved) {
-  const bool isSource = encoding_ == Xml::Encoding::utf8 && tree_.source().size() == saved.bytes.size;
-  if (!isSource || fingerprintOf(PiecedText(tree_.source())) != saved.bytes) return;
+  if ((base_ ? base_->size : tree_.source().size()) != saved.bytes.size) return;
+  if ((base_ ? *base_ : fingerprintOf(PiecedText(tree_.source()))) != saved.bytes) return;
   stampedRevision_ = tree_.revision();
   contentStamp_ = saved.stamp;
 }
@@ -167,7 +177,7 @@ bool SectionDocument::writeOwn() {
   oweSave();
   const Bytes bytes(*this);
   if (const std::optional<FileIdentity> identity = identityAt(file_)) {
-    if (identity != identity_ && !adoptFile(bytes)) return false;
+    if ((identity != identity_ || isRecent_) && !adoptFile(bytes)) return false;
     if (!isFlushOwed_ && isBase(bytes)) {
       noteSaved();
       return true;
@@ -178,8 +188,8 @@ bool SectionDocument::writeOwn() {
 
 bool SectionDocument::adoptFile(const Bytes& bytes) {
   FileContent content;
-  if (const std::string failure = readFile(file_, Xml::kLargestSource, content); !failure.empty()) {
-    reportFailedSave(resourceName_, failure);
+  if (const auto failure = readFile(file_, Xml::kLargestSource, content)) {
+    reportFailedSave(resourceName_, failure->text + "; the edits are kept" + adviceOf(*failure));
     return false;
   }
   const Bytes onDisk(content);
@@ -194,24 +204,12 @@ bool SectionDocument::adoptFile(const Bytes& bytes) {
   return false;
 }
 
-SectionDocument::Fingerprint SectionDocument::fingerprintOf(const PiecedText& bytes) {
-  XXH3_state_t state;
-  XXH3_128bits_reset(&state);
-  for (const BasicStringRef piece : bytes.pieces()) XXH3_128bits_update(&state, piece.data(), piece.size());
-  const XXH128_hash_t hash = XXH3_128bits_digest(&state);
-  return {bytes.size(), hash.low64, hash.high64};
-}
-
 bool SectionDocument::isBase(const Bytes& bytes) const {
   if (base_) return bytes.text().size() == base_->size && bytes.fingerprint() == *base_;
-  if (!identity_) return false;
-  if (encoding_ == Xml::Encoding::utf8) return bytes.text() == tree_.source();
-  return bytes.text() == Xml::fromUtf8(std::string(tree_.source()), encoding_);
+  return identity_ && bytes.text() == tree_.source();
 }
 
 bool SectionDocument::replaceOwn(const Bytes& bytes) {
-  std::error_code error;  // a folder that cannot be made makes the next step fail, which says why
-  std::filesystem::create_directories(file_.parent_path(), error);
   std::optional<FileIdentity> identity;
   const std::optional<FileFailure> failure = replaceFile(file_, bytes.text(), &identity);
   if (!failure || failure->isReplaced) {
@@ -228,6 +226,7 @@ bool SectionDocument::replaceOwn(const Bytes& bytes) {
 }
 
 void SectionDocument::noteSaved() noexcept {
+  tree_.noteSaved();
   savedRevision_ = tree_.revision();
   isSaveOwed_ = false;
 }
@@ -242,10 +241,8 @@ bool SectionDocument::writeOther(BasicStringRef resourceName) const {
   }
   const Bytes bytes(*this);
   FileContent content;
-  const bool isThere = identityAt(*file) && readFile(*file, Xml::kLargestSource, content).empty();
+  const bool isThere = identityAt(*file) && !readFile(*file, Xml::kLargestSource, content);
   if (isThere && bytes.text() == content.bytes.view()) return true;
-  std::error_code error;
-  std::filesystem::create_directories(file->parent_path(), error);
   const std::optional<FileFailure> failure = replaceFile(*file, bytes.text());
   if (!failure) return true;
   reportFailedSave(std::string(resourceName), reasonOf(*failure) + adviceOf(*failure));

@@ -3,6 +3,7 @@
 #include <core/reference_count.h>
 #include <core/smart_pointer.h>
 #include <resources/file_identity.h>
+#include <resources/fingerprint.h>
 #include <resources/pieced_text.h>
 #include <resources/xml_encoding.h>
 #include <resources/xml_tree.h>
@@ -18,15 +19,6 @@ namespace Tal {
 /// A document of the XML room: its tree, and the resource that it belongs to. Its sections hold it.
 class SectionDocument : public SafeReferenceCount {
  public:
-  /// What a file's bytes are recognised by without keeping them.
-  struct Fingerprint {
-    std::size_t size;
-    std::uint64_t low;
-    std::uint64_t high;
-
-    bool operator==(const Fingerprint& other) const = default;
-  };
-
   struct SavedContent {
     Fingerprint bytes;
     std::uint64_t stamp;
@@ -54,8 +46,8 @@ class SectionDocument : public SafeReferenceCount {
   /// file.
   const std::optional<FileIdentity>& identity() const noexcept { return identity_; }
 
-  /// Whether the file, whose identity is now `now`, is still the version that this document goes back to. The
-  /// file is read when its identity does not tell.
+  /// Whether the file, whose identity is now `now`, still holds the bytes that this document goes back to.
+  /// The file is read when its identity does not tell.
   bool isCurrent(const FileIdentity& now);
 
   /// Makes the identity tell nothing until the file was read again.
@@ -64,8 +56,8 @@ class SectionDocument : public SafeReferenceCount {
   /// See DataSection::contentStamp.
   std::uint64_t contentStamp();
 
-  /// The bytes that the last save wrote into the file or found there, and the stamp of what they stand for;
-  /// empty when none are known, when a save is owed, and when the document has been edited since.
+  /// What the file's bytes are recognised by, and the stamp of what they stand for; empty when that is not
+  /// known, when a save is owed, and when the document has been edited since the last one.
   std::optional<SavedContent> savedContent();
 
   /// Takes over the stamp when the file that this document was just read from holds these bytes.
@@ -89,7 +81,6 @@ class SectionDocument : public SafeReferenceCount {
 
  private:
   class Bytes;
-  static Fingerprint fingerprintOf(const PiecedText& bytes);
 
   SectionDocument(std::string resourceName, std::filesystem::path file, Xml::Tree tree,
                   Xml::Encoding encoding, std::optional<FileIdentity> identity);
@@ -101,6 +92,8 @@ class SectionDocument : public SafeReferenceCount {
   bool adoptFile(const Bytes& bytes);
   /// Whether the bytes are the version of the file that this document was last in step with.
   bool isBase(const Bytes& bytes) const;
+  /// The same of the file, whose identity is taken over when it is.
+  bool isBaseInFile();
   bool replaceOwn(const Bytes& bytes);
   void noteIdentity(const std::optional<FileIdentity>& identity);
   void noteSaved() noexcept;
@@ -110,7 +103,8 @@ class SectionDocument : public SafeReferenceCount {
   Xml::Tree tree_;
   Xml::Encoding encoding_;
   std::optional<FileIdentity> identity_;
-  std::optional<Fingerprint> base_;  ///< of the file's bytes; empty as long as they are the tree's source
+  std::optional<Fingerprint>
+      base_;  ///< of the file's bytes; empty as long as they are the tree's source in UTF-8
   std::uint64_t savedRevision_ = 0;
   std::uint64_t contentStamp_ = 0;     ///< 0: none was given yet
   std::uint64_t stampedRevision_ = 0;  ///< the one that the stamp stands for

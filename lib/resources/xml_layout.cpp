@@ -49,10 +49,11 @@ std::string Tree::leadForChild(NodeIndex node, const Content& content) const {
 std::string Tree::leadForFirstChild(NodeIndex node) const {
   const BasicStringRef own = lineOf(leadOf(node));
   if (node == root_) {
-    const BasicStringRef source = parsed_.source.view();
-    const auto lineEnd = source.find('\n');
-    if (lineEnd == BasicStringRef::npos) return {};
-    return std::string(lineEndOf(lineOf(source.substr(0, lineEnd + 1)))) + std::string(kDefaultIndent);
+    const std::string text = serialise();  // hardly more than the tags of the root
+    const auto lineEnd = text.find('\n');
+    if (lineEnd == std::string::npos) return {};
+    return std::string(lineEndOf(lineOf(BasicStringRef(text).substr(0, lineEnd + 1)))) +
+           std::string(kDefaultIndent);
   }
   if (std::optional<std::string> lead = leadByNeighbours(node)) return *lead;
   if (lineEndOf(own).empty()) return {};

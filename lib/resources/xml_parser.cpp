@@ -3,6 +3,7 @@
 #include <resources/xml_plain_parser.h>
 #include <resources/xml_tree_builder.h>
 
+#define XML_DTD  // declares the limit on what entities may make of a text
 #include <expat.h>
 
 #include <algorithm>
@@ -16,6 +17,9 @@ namespace {
 
 /// The parser takes time for each pair of declared attributes, and for each of them at each element.
 constexpr int kMostDeclaredAttributes = 256;
+
+/// How many times as long as the file the text may become by its entities, beyond some megabytes.
+constexpr float kMostAmplification = 10;
 
 /// An error at the place where the parser is.
 ParseError errorAt(XML_Parser parser, BasicStringRef source, std::string reason) {
@@ -39,6 +43,15 @@ class Reception {
 
   void finish() { builder_.finish(); }
 
+  /// Makes the parser stop where the document type ends, or the root begins.
+  void stopBehindDocumentType() {
+    XML_SetElementHandler(parser_, onRoot, nullptr);
+    XML_SetEndDoctypeDeclHandler(parser_, onDocumentTypeEnd);
+  }
+
+  /// Behind the document type, where the parser was made to stop; 0 when there is none.
+  std::size_t documentTypeEnd() const noexcept { return documentTypeEnd_; }
+
   /// The innermost element that is open.
   std::optional<OpenElement> open() const {
     if (builder_.depth() == 0) return std::nullopt;
@@ -57,6 +70,16 @@ class Reception {
     of(userData).start(name);
   }
   static void XMLCALL onEnd(void* userData, const XML_Char* /*name*/) { of(userData).end(); }
+
+  static void XMLCALL onRoot(void* userData, const XML_Char* /*name*/, const XML_Char** /*attributes*/) {
+    XML_StopParser(of(userData).parser_, XML_FALSE);
+  }
+  static void XMLCALL onDocumentTypeEnd(void* userData) {
+    Reception& reception = of(userData);
+    reception.documentTypeEnd_ = static_cast<std::size_t>(XML_GetCurrentByteIndex(reception.parser_)) +
+                                 static_cast<std::size_t>(XML_GetCurrentByteCount(reception.parser_));
+    XML_StopParser(reception.parser_, XML_FALSE);
+  }
 
   static void XMLCALL onEntityDeclaration(void* userData, const XML_Char* name, int isParameter,
                                           const XML_Char* value, int length, const XML_Char* /*base*/,
@@ -117,6 +140,7 @@ class Reception {
   Tree::Parsed& parsed_;
   TreeBuilder builder_;
   ParseError refusal_;
+  std::size_t documentTypeEnd_ = 0;
   int declaredAttributes_ = 0;
 };
 
@@ -124,6 +148,28 @@ struct ParserDeleter {
   void operator()(XML_Parser parser) const noexcept { XML_ParserFree(parser); }
 };
 using ParserPointer = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter>;
+
+/// A parser for text in UTF-8, whatever encoding that declares; null when there is not enough memory.
+ParserPointer makeParser() {
+  ParserPointer parser(XML_ParserCreate("UTF-8"));
+  if (parser) XML_SetBillionLaughsAttackProtectionMaximumAmplification(parser.get(), kMostAmplification);
+  return parser;
+}
+
+XML_Status run(XML_Parser parser, BasicStringRef text) {
+  return XML_Parse(parser, text.data(), static_cast<int>(text.size()), XML_TRUE);
+}
+
+/// Notes the entities that a document declares; where its document type ends. 0 when it has none that can be
+/// read.
+std::size_t readDocumentType(Tree::Parsed& parsed) {
+  const ParserPointer parser = makeParser();
+  if (!parser) return 0;
+  Reception reception(parser.get(), parsed);
+  reception.stopBehindDocumentType();
+  run(parser.get(), parsed.source.view());
+  return reception.refusal().reason.empty() ? reception.documentTypeEnd() : 0;
+}
 
 std::optional<Slip> slipOf(XML_Error code) {
   switch (code) {
@@ -173,12 +219,18 @@ std::optional<Tree> parse(Source source, ParseError& error) {
   }
   Tree::Parsed parsed;
   parsed.source = std::move(source);
-  if (parsePlain(parsed, kDeepestLevel)) return Tree(std::move(parsed));
+  if (parseQuickly(parsed)) return Tree(std::move(parsed));
   return parseAny(std::move(parsed.source), error);
 }
 
+bool parseQuickly(Tree::Parsed& parsed) {
+  if (parsePlain(parsed, kDeepestLevel)) return true;
+  const std::size_t begin = readDocumentType(parsed);
+  return begin != 0 && parsePlain(parsed, kDeepestLevel, begin);
+}
+
 std::optional<Tree> parseAny(Source source, ParseError& error) {
-  const ParserPointer parser(XML_ParserCreate("UTF-8"));
+  const ParserPointer parser = makeParser();
   if (!parser) {
     error = {0, 0, "there is not enough memory to read it"};
     return std::nullopt;
@@ -187,7 +239,7 @@ std::optional<Tree> parseAny(Source source, ParseError& error) {
   parsed.source = std::move(source);
   const BasicStringRef text = parsed.source.view();
   Reception reception(parser.get(), parsed);
-  if (XML_Parse(parser.get(), text.data(), static_cast<int>(text.size()), XML_TRUE) != XML_STATUS_OK) {
+  if (run(parser.get(), text) != XML_STATUS_OK) {
     error = reception.refusal().reason.empty() ? errorOf(parser.get(), text, reception.open())
                                                : reception.refusal();
     return std::nullopt;
@@ -204,9 +256,8 @@ bool isElementName(BasicStringRef tag) {
   if (tag.empty() || !std::all_of(tag.begin(), tag.end(), isNameCharacter)) return false;
   // Which other characters a name may begin with or hold is the parser's knowledge.
   const std::string document = '<' + std::string(tag) + "/>";
-  const ParserPointer parser(XML_ParserCreate("UTF-8"));
-  return parser && XML_Parse(parser.get(), document.data(), static_cast<int>(document.size()), XML_TRUE) ==
-                       XML_STATUS_OK;
+  const ParserPointer parser = makeParser();
+  return parser && run(parser.get(), document) == XML_STATUS_OK;
 }
 
 }  // namespace Tal::Xml

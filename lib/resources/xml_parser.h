@@ -1,10 +1,10 @@
 #pragma once
 
+#include <resources/parse_error.h>
 #include <resources/xml_tree.h>
 
 #include <cstddef>
 #include <optional>
-#include <string>
 
 namespace Tal::Xml {
 
@@ -14,20 +14,17 @@ constexpr std::size_t kDeepestLevel = 1000;
 /// Larger documents are refused: places in a document are 32-bit numbers.
 constexpr std::size_t kLargestSource = std::size_t{1} << 30U;
 
-/// Why a text is no document that can be opened.
-struct ParseError {
-  std::size_t line = 0;    ///< counted from 1; 0 when the document as a whole is meant
-  std::size_t column = 0;  ///< in characters, counted from 1
-  std::string reason;
-};
-
 /// Parses a whole document in UTF-8, whatever encoding it declares. Nothing is returned unless all of it is
 /// well-formed. External entities are not read; a reference to one is an error, and so is the declaration of
 /// an entity that is more than plain text.
 std::optional<Tree> parse(Source source, ParseError& error);
 
-/// The same by the parser for all of XML alone, without the short cut for plain documents. `source` is no
-/// larger than kLargestSource.
+/// Fills what `parsed` lacks from its source if all of that, but for the document type, is plain (see
+/// parsePlain). False for everything else, well-formed or not; the rest of `parsed` is then undefined.
+/// `source` is no larger than kLargestSource.
+bool parseQuickly(Tree::Parsed& parsed);
+
+/// The same as parse by the parser for all of XML alone. `source` is no larger than kLargestSource.
 std::optional<Tree> parseAny(Source source, ParseError& error);
 
 /// Whether `tag` can name an element.

@@ -1,3 +1,4 @@
+#include <core/ascii_case.h>
 #include <resources/same_text.h>
 #include <resources/xml_plain_parser.h>
 #include <resources/xml_text.h>
@@ -14,11 +15,16 @@ namespace {
 /// More attributes than this are left to the other parser, since they are compared one with another.
 constexpr std::size_t kMostAttributes = 16;
 
+constexpr std::size_t kLargestExpansion = std::size_t{1} << 20U;
+
+constexpr BasicStringRef kCdataBegin = "<![CDATA[";
+
 enum CharacterClass : std::uint8_t {
   kNameStart = 1,
   kName = 2,
   kSpace = 4,
-  kText = 8,  ///< ASCII that stands for itself in text, "]" and what a line end is made of excepted
+  kText = 8,  ///< ASCII that stands for itself in text, "]" excepted
+  kReturn = 16,
 };
 
 constexpr std::array<std::uint8_t, 256> makeClasses() {
@@ -28,8 +34,9 @@ constexpr std::array<std::uint8_t, 256> makeClasses() {
     const bool isDigit = (c >= '0' && c <= '9') || c == '-' || c == '.';
     const bool isBlank = isSpace(static_cast<char>(c));
     const bool isText = (c >= 0x20 && c < 0x80 && c != '<' && c != '&' && c != ']') || (isBlank && c != '\r');
-    classes[c] = static_cast<std::uint8_t>((isLetter ? kNameStart | kName : 0) | (isDigit ? kName : 0) |
-                                           (isBlank ? kSpace : 0) | (isText ? kText : 0));
+    classes[c] =
+        static_cast<std::uint8_t>((isLetter ? kNameStart | kName : 0) | (isDigit ? kName : 0) |
+                                  (isBlank ? kSpace : 0) | (isText ? kText : 0) | (c == '\r' ? kReturn : 0));
   }
   return classes;
 }
@@ -42,11 +49,17 @@ bool isOf(char c, unsigned classes) noexcept {
 
 class PlainParser {
  public:
-  PlainParser(Tree::Parsed& parsed, std::size_t deepest)
-      : text_(parsed.source.view()), tags_(parsed.tags), builder_(parsed), deepest_(deepest) {}
+  PlainParser(Tree::Parsed& parsed, std::size_t deepest, std::size_t begin)
+      : text_(parsed.source.view()),
+        tags_(parsed.tags),
+        entities_(parsed.entities),
+        builder_(parsed),
+        deepest_(deepest),
+        at_(begin) {}
 
   bool run() {
-    if (!skipDeclaration() || !skipMisc() || !element()) return false;
+    if (at_ == 0 && !skipDeclaration()) return false;
+    if (!skipMisc() || !element()) return false;
     while (builder_.depth() != 0)
       if (!content()) return false;
     builder_.finish();
@@ -99,35 +112,76 @@ class PlainParser {
 
   bool skipDeclaration() noexcept {
     take("\xEF\xBB\xBF");
-    if (!isAt("<?xml")) return true;
-    const auto end = text_.find("?>", at_);
-    if (end == BasicStringRef::npos) return false;
-    static constexpr std::array<BasicStringRef, 6> kUsual = {R"(<?xml version="1.0")",
-                                                             R"(<?xml version='1.0')",
-                                                             R"(<?xml version="1.0" encoding="utf-8")",
-                                                             R"(<?xml version="1.0" encoding="UTF-8")",
-                                                             R"(<?xml version='1.0' encoding='utf-8')",
-                                                             R"(<?xml version='1.0' encoding='UTF-8')"};
-    BasicStringRef declaration = text_.substr(at_, end - at_);
-    declaration.remove_suffix(trailingSpace(declaration).size());
-    at_ = end + 2;
-    return std::find(kUsual.begin(), kUsual.end(), declaration) != kUsual.end();
+    constexpr BasicStringRef kBegin = "<?xml";
+    if (!isAt(kBegin) || isOf(text_.data()[at_ + kBegin.size()], kName)) return true;
+    at_ += kBegin.size();
+    BasicStringRef value;
+    if (!setting("version", value) || value != "1.0") return false;
+    if (setting("encoding", value) && !isEncodingName(value)) return false;
+    if (setting("standalone", value) && value != "yes" && value != "no") return false;
+    skipSpace();
+    return take("?>");
   }
 
-  /// Comments and white space outside of the root.
+  /// One of the settings of a declaration, when it is the next; else nothing is gone past.
+  bool setting(BasicStringRef key, BasicStringRef& value) noexcept {
+    const std::size_t begin = at_;
+    if (skipSpace() && take(key)) {
+      skipSpace();
+      const bool isSet = take('=');
+      skipSpace();
+      const char quote = at_ < text_.size() ? text_[at_] : '\0';
+      const std::size_t end = text_.find(quote, at_ + 1);
+      if (isSet && (quote == '"' || quote == '\'') && end != BasicStringRef::npos) {
+        value = text_.substr(at_ + 1, end - at_ - 1);
+        at_ = end + 1;
+        return true;
+      }
+    }
+    at_ = begin;
+    return false;
+  }
+
+  static bool isEncodingName(BasicStringRef name) noexcept {
+    const auto isHeld = [](char c) { return isOf(c, kName) && c != ':'; };
+    return !name.empty() && isOf(name[0], kNameStart) && name[0] != '_' &&
+           std::all_of(name.begin(), name.end(), isHeld);
+  }
+
+  /// Comments, instructions and white space outside of the root.
   bool skipMisc() noexcept {
-    for (skipSpace(); isAt("<!--"); skipSpace())
-      if (!comment()) return false;
+    for (skipSpace(); isAt("<!--") || isAt("<?"); skipSpace())
+      if (!(isAt("<?") ? instruction() : comment())) return false;
     return true;
   }
 
   bool comment() noexcept {
     at_ += 4;
-    while (at_ < text_.size()) {
-      if (isAt("--")) return take("-->");
-      if (!character()) return false;
+    return charactersTo("--") && take('>');
+  }
+
+  bool instruction() noexcept {
+    at_ += 2;
+    const BasicStringRef target = name();
+    if (target.empty() || (target.size() == 3 && lowerAscii(target) == "xml")) return false;
+    return take("?>") || (skipSpace() && charactersTo("?>"));
+  }
+
+  bool characterData() noexcept {
+    at_ += kCdataBegin.size();
+    return charactersTo("]]>");
+  }
+
+  /// Goes on past the next `what`, behind characters that XML can hold.
+  bool charactersTo(BasicStringRef what) noexcept {
+    const std::size_t end = text_.find(what, at_);
+    if (end == BasicStringRef::npos) return false;
+    while (at_ < end) {
+      skip(kText | kReturn);
+      if (at_ < end && !character()) return false;
     }
-    return false;
+    at_ = end + what.size();  // perhaps back, to where text has been looked at already
+    return true;
   }
 
   /// Any character that XML can hold.
@@ -152,16 +206,36 @@ class PlainParser {
   /// A whole tag that begins here.
   bool element() {
     const std::size_t begin = at_;
-    if (!take('<')) return false;
-    const BasicStringRef tag = name();
-    if (tag.empty() || builder_.depth() == deepest_ || !attributes()) return false;
+    const TagId id = openingName();
+    if (id == kNoTag || builder_.depth() == deepest_ || !attributes()) return false;
     const bool isEmpty = take('/');
     if (!take('>')) return false;
-    const TagId id = tags_.intern(tag);
-    if (!isEmpty && builder_.depth() != 0 && leaf(begin, tag, id)) return true;
+    if (!isEmpty && builder_.depth() != 0 && leaf(begin, tags_.text(id), id)) return true;
     builder_.start(begin, at_, id);
     if (isEmpty) builder_.end(at_);
     return true;
+  }
+
+  /// Goes on past "<" and the name of an element; kNoTag when that does not stand here. Entries are made of
+  /// the same elements in the same order, so the name is mostly the one that followed the last one before.
+  TagId openingName() {
+    TagId& usual = following_[lastTag_];
+    if (usual != kNoTag && takeOpening(tags_.text(usual))) return lastTag_ = usual;
+    if (!take('<')) return kNoTag;
+    const BasicStringRef tag = name();
+    if (tag.empty()) return kNoTag;
+    lastTag_ = usual = tags_.intern(tag);
+    if (lastTag_ >= following_.size()) following_.resize(lastTag_ + 1, kNoTag);
+    return lastTag_;
+  }
+
+  /// Goes on past "<" and a name if it is this one.
+  bool takeOpening(BasicStringRef tag) noexcept {
+    const std::size_t end = at_ + 1 + tag.size();
+    const bool isHere = end < text_.size() && text_[at_] == '<' && !isOf(text_[end], kName) &&
+                        isSameText(text_.substr(at_ + 1, tag.size()), tag);
+    if (isHere) at_ = end;
+    return isHere;
   }
 
   /// The content and the end tag of an element that holds nothing but text, which most do; what else there
@@ -211,14 +285,16 @@ class PlainParser {
     if (!take(tags_.text(builder_.innermost()))) return false;
     skipSpace();
     if (!take('>')) return false;
-    builder_.end(begin, textBegin == builder_.contentBegin());
+    const bool isVerbatim = textBegin == builder_.contentBegin() &&
+                            text_.substr(textBegin, begin - textBegin).find('\r') == BasicStringRef::npos;
+    builder_.end(begin, isVerbatim);
     return true;
   }
 
   /// Text up to the next tag, and that tag.
   bool content() {
     const std::size_t begin = at_;
-    skip(kText);
+    skip(kText | kReturn);
     if (at_ + 1 >= text_.size()) return false;
     const char c = text_[at_];
     if (c == '&') return reference();
@@ -226,14 +302,17 @@ class PlainParser {
     if (c != '<') return character();
     const char next = text_[at_ + 1];
     if (next == '/') return endTag(begin);
-    if (next == '!') return isAt("<!--") && comment();
+    if (next == '?') return instruction();
+    if (next == '!') return isAt("<!--") ? comment() : isAt(kCdataBegin) && characterData();
     return element();
   }
 
   bool reference() noexcept {
     static constexpr std::array<BasicStringRef, 5> kBuiltIn = {"&lt;", "&gt;", "&amp;", "&quot;", "&apos;"};
     if (!isAt("&#"))
-      return std::any_of(kBuiltIn.begin(), kBuiltIn.end(), [this](BasicStringRef one) { return take(one); });
+      return std::any_of(kBuiltIn.begin(), kBuiltIn.end(),
+                         [this](BasicStringRef one) { return take(one); }) ||
+             ownReference();
     at_ += 2;
     const bool isHex = take('x');
     const std::size_t begin = at_;
@@ -242,6 +321,18 @@ class PlainParser {
     while (at_ < text_.size() && at_ - begin < 6 && digitOf(text_[at_]) < (isHex ? 16U : 10U))
       code = code * (isHex ? 16U : 10U) + digitOf(text_[at_++]);
     return take(';') && isHeld(code);
+  }
+
+  /// A reference to an entity that the document declares. More text than they may make is left to the other
+  /// parser, which knows how much is too much.
+  bool ownReference() noexcept {
+    if (entities_.empty()) return false;
+    ++at_;
+    const BasicStringRef name = this->name();
+    const auto found = entities_.find(name);
+    if (found == entities_.end() || found->second.find("]]>") != std::string::npos) return false;
+    expanded_ += found->second.size();
+    return expanded_ <= kLargestExpansion && take(';');
   }
 
   static std::uint32_t digitOf(char c) noexcept {
@@ -260,15 +351,19 @@ class PlainParser {
 
   BasicStringRef text_;
   TagTable& tags_;
+  const Entities& entities_;
   TreeBuilder builder_;
+  std::vector<TagId> following_ = {kNoTag};  ///< by tag: that of the element that began behind it last
+  TagId lastTag_ = 0;
   std::size_t deepest_;
-  std::size_t at_ = 0;
+  std::size_t at_;
+  std::size_t expanded_ = 0;  ///< how much text the references to the document's entities have made
 };
 
 }  // namespace
 
-bool parsePlain(Tree::Parsed& parsed, std::size_t deepest) {
-  return !parsed.source.view().empty() && PlainParser(parsed, deepest).run();
+bool parsePlain(Tree::Parsed& parsed, std::size_t deepest, std::size_t begin) {
+  return !parsed.source.view().empty() && PlainParser(parsed, deepest, begin).run();
 }
 
 }  // namespace Tal::Xml

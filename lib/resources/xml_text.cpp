@@ -95,14 +95,6 @@ bool isHeldCharacter(std::uint32_t code, std::size_t length) noexcept {
 
 }  // namespace
 
-BasicStringRef trimmed(BasicStringRef text) noexcept {
-  std::size_t begin = 0;
-  std::size_t end = text.size();
-  while (begin < end && isSpace(text[begin])) ++begin;
-  while (end > begin && isSpace(text[end - 1])) --end;
-  return text.substr(begin, end - begin);
-}
-
 BasicStringRef trailingSpace(BasicStringRef text) noexcept {
   std::size_t begin = text.size();
   while (begin > 0 && isSpace(text[begin - 1])) --begin;
@@ -174,23 +166,29 @@ std::uint32_t takeCharacter(BasicStringRef& text) noexcept {
   return isValid ? code : 0;
 }
 
-void appendCharacter(std::uint32_t code, std::string& out) {
-  const auto add = [&out](std::uint32_t byte) { out += static_cast<char>(byte); };
+char* putCharacter(std::uint32_t code, char* out) noexcept {
+  const auto put = [&out](std::uint32_t byte) { *out++ = static_cast<char>(byte); };
   if (code < 0x80) {
-    add(code);
-    return;
+    put(code);
+    return out;
   }
   if (code < 0x800) {
-    add(0xC0U | code >> 6U);
+    put(0xC0U | code >> 6U);
   } else if (code < 0x10000) {
-    add(0xE0U | code >> 12U);
-    add(0x80U | (code >> 6U & 0x3FU));
+    put(0xE0U | code >> 12U);
+    put(0x80U | (code >> 6U & 0x3FU));
   } else {
-    add(0xF0U | code >> 18U);
-    add(0x80U | (code >> 12U & 0x3FU));
-    add(0x80U | (code >> 6U & 0x3FU));
+    put(0xF0U | code >> 18U);
+    put(0x80U | (code >> 12U & 0x3FU));
+    put(0x80U | (code >> 6U & 0x3FU));
   }
-  add(0x80U | (code & 0x3FU));
+  put(0x80U | (code & 0x3FU));
+  return out;
+}
+
+void appendCharacter(std::uint32_t code, std::string& out) {
+  std::array<char, 4> bytes{};
+  out.append(bytes.data(), putCharacter(code, bytes.data()));
 }
 
 Stretch stretchAt(BasicStringRef raw, std::size_t position) noexcept {

@@ -21,7 +21,11 @@ constexpr bool isSpace(char c) noexcept {
 }
 
 /// `text` without surrounding white space.
-BasicStringRef trimmed(BasicStringRef text) noexcept;
+inline BasicStringRef trimmed(BasicStringRef text) noexcept {
+  while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
+  while (!text.empty() && isSpace(text.back())) text.remove_suffix(1);
+  return text;
+}
 
 /// The white space at the end of `text`.
 BasicStringRef trailingSpace(BasicStringRef text) noexcept;
@@ -50,6 +54,9 @@ std::uint32_t takeCharacter(BasicStringRef& text) noexcept;
 
 /// Appends a character in UTF-8.
 void appendCharacter(std::uint32_t code, std::string& out);
+
+/// Writes a character in UTF-8, which takes four bytes at most; returns where the next one goes.
+char* putCharacter(std::uint32_t code, char* out) noexcept;
 
 /// One stretch of raw text: character data (with references and CDATA sections), or a comment or processing
 /// instruction.

@@ -67,7 +67,7 @@ NodeIndex Tree::findChild(NodeIndex node, BasicStringRef tag) const {
 bool Tree::isUnwritten(NodeIndex node) const {
   if (!isAdded(parsed_.nodes[node])) return false;
   const Content& content = contentOf(node);
-  return content.children.empty() && content.tail.empty();
+  return !content.isSaved && content.children.empty() && content.tail.empty();
 }
 
 std::vector<BasicStringRef> Tree::gapsOf(NodeIndex node) const {

@@ -43,6 +43,12 @@ class Source {
   explicit Source(std::size_t size);
   static Source copyOf(BasicStringRef text);
 
+  /// Leaves only the first bytes, `size` of them, which are there.
+  void cutTo(std::size_t size) noexcept {
+    size_ = size;
+    bytes_[size] = 0;
+  }
+
   char* data() noexcept { return bytes_.get(); }
   std::size_t size() const noexcept { return size_; }
   BasicStringRef view() const noexcept { return {bytes_.get(), size_}; }
@@ -85,7 +91,7 @@ class Tree {
   /// text had to be decoded.
   BasicStringRef text(NodeIndex node, std::string& scratch) const;
 
-  /// Whether an element was added and has neither text nor children yet.
+  /// Whether an element was added, has neither text nor children yet, and is in no file.
   bool isUnwritten(NodeIndex node) const;
 
   /// The text that was parsed.
@@ -121,6 +127,10 @@ class Tree {
   /// text stays, and so do comments and instructions.
   void setText(NodeIndex node, BasicStringRef raw);
 
+  /// The document has been saved as it stands now: what is edited from here on ends as in one that was read
+  /// from there.
+  void noteSaved() noexcept;
+
   /// @}
 
  private:
@@ -138,9 +148,11 @@ class Tree {
   /// What stands between the tags of an element that was added, or whose children or text were edited.
   struct Content {
     GapVector<Child> children;
-    BasicStringRef tail;  ///< the raw text behind the last child
-    BasicStringRef lead;  ///< an added element: the white space in front of it
-    std::optional<Spacing> emptied;
+    BasicStringRef tail;             ///< the raw text behind the last child
+    BasicStringRef lead;             ///< an added element: the white space in front of it
+    std::optional<Spacing> emptied;  ///< since the last save
+    bool isSaved = false;
+    bool isPair = false;  ///< was saved with something in it, and so has two tags for good
   };
 
   struct Frame;
@@ -167,8 +179,9 @@ class Tree {
   void walkDownTo(NodeIndex node, const Visit& visit) const;
   void markChanged(NodeIndex node);
   NodeIndex addNode(NodeIndex parent, BasicStringRef tag, BasicStringRef lead);
-  /// Takes a child out; the gap behind it takes over what the gap in front keeps.
-  void takeOut(Content& content, std::size_t place);
+  /// Takes a child out of the node that has that content; the gap behind it takes over what the gap in front
+  /// keeps. When memory is wanting, nothing changes.
+  void takeOut(NodeIndex node, Content& content, std::size_t place);
   template <class Predicate>
   void takeOutAll(NodeIndex node, const Predicate& isWanted);
   /// Notes that children were removed from a content; one without any is tidied.
@@ -203,6 +216,7 @@ class Tree {
   NodeIndex root_;
   std::unordered_map<NodeIndex, std::unique_ptr<Content>> contents_;
   std::unordered_map<NodeIndex, NodeIndex> newParents_;  ///< of added nodes, and kNoNode of those taken out
+  std::vector<NodeIndex> unsaved_;                       ///< whose content was edited since the last save
   std::deque<std::string> texts_;
   std::uint64_t revision_ = 0;
 };

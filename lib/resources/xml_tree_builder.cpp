@@ -21,12 +21,23 @@ TreeBuilder::TreeBuilder(Tree::Parsed& parsed) : parsed_(parsed) {
   parsed_.nodes.reserve(expectedNodes(parsed_.source.view()));
 }
 
+void TreeBuilder::makeRoom() {
+  constexpr std::size_t kFirstRoom = 64;
+  finished_.resize(std::max(kFirstRoom, finished_.size() * 2));
+}
+
 void TreeBuilder::takeChildren(Open& parent) {
-  const auto children = finished_.begin() + static_cast<std::ptrdiff_t>(parent.firstFinished);
   parent.node.firstChild = static_cast<NodeIndex>(parsed_.nodes.size());
-  parent.node.childCount = static_cast<std::uint32_t>(finished_.end() - children);
-  parsed_.nodes.insert(parsed_.nodes.end(), children, finished_.end());
-  finished_.erase(children, finished_.end());
+  parent.node.childCount = static_cast<std::uint32_t>(finishedCount_ - parent.firstFinished);
+  moveFinished(parent.firstFinished);
+}
+
+void TreeBuilder::moveFinished(std::size_t first) {
+  const auto at = [this](std::size_t place) {
+    return finished_.begin() + static_cast<std::ptrdiff_t>(place);
+  };
+  parsed_.nodes.insert(parsed_.nodes.end(), at(first), at(finishedCount_));
+  finishedCount_ = first;
 }
 
 }  // namespace Tal::Xml

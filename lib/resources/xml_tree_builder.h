@@ -30,7 +30,7 @@ class TreeBuilder {
     node.begin = static_cast<std::uint32_t>(begin);
     node.contentBegin = static_cast<std::uint32_t>(contentBegin);
     node.tag = tag & kNoTag;
-    open_.push_back({node, finished_.size()});
+    open_.push_back({node, finishedCount_});
   }
 
   /// The end tag of the innermost open element; `isVerbatim` as Node has it.
@@ -38,8 +38,8 @@ class TreeBuilder {
     Open& ended = open_.back();
     ended.node.isVerbatim = isVerbatim ? 1 : 0;
     ended.node.contentEnd = static_cast<std::uint32_t>(contentEnd);
-    if (finished_.size() != ended.firstFinished) takeChildren(ended);
-    finished_.push_back(ended.node);
+    if (finishedCount_ != ended.firstFinished) takeChildren(ended);
+    finish(ended.node);
     open_.pop_back();
   }
 
@@ -51,11 +51,11 @@ class TreeBuilder {
     node.contentEnd = static_cast<std::uint32_t>(contentEnd);
     node.tag = tag & kNoTag;
     node.isVerbatim = 1;
-    finished_.push_back(node);
+    finish(node);
   }
 
   /// After the end tag of the root.
-  void finish() { parsed_.nodes.insert(parsed_.nodes.end(), finished_.begin(), finished_.end()); }
+  void finish() { moveFinished(0); }
 
  private:
   struct Open {
@@ -63,11 +63,20 @@ class TreeBuilder {
     std::size_t firstFinished;  ///< where the element's children begin on the stack of finished ones
   };
 
+  void finish(const Node& node) {
+    if (finishedCount_ == finished_.size()) makeRoom();
+    finished_[finishedCount_++] = node;
+  }
+
+  void makeRoom();
   void takeChildren(Open& parent);
+  /// Moves the nodes on the stack from `first` on to the document.
+  void moveFinished(std::size_t first);
 
   Tree::Parsed& parsed_;
   std::vector<Open> open_;
-  std::vector<Node> finished_;
+  std::vector<Node> finished_;  ///< the stack, and behind it room for more
+  std::size_t finishedCount_ = 0;
 };
 
 }  // namespace Tal::Xml

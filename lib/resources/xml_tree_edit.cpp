@@ -103,16 +103,18 @@ void Tree::markChanged(NodeIndex node) {
 
 Tree::Content& Tree::contentForEdit(NodeIndex node) {
   ++revision_;
-  Node& element = parsed_.nodes[node];
+  unsaved_.push_back(node);
   std::unique_ptr<Content>& content = contents_[node];
   if (content) return *content;
-  content = std::make_unique<Content>();
+  Node& element = parsed_.nodes[node];
   const std::vector<BasicStringRef> gaps = gapsOf(node);
   std::vector<Child> children;
   children.reserve(element.childCount);
   for (NodeIndex i = 0; i < element.childCount; ++i) children.push_back({element.firstChild + i, gaps[i]});
-  content->tail = gaps.back();
-  content->children = GapVector<Child>(std::move(children));
+  auto parsed = std::make_unique<Content>();
+  parsed->tail = gaps.back();
+  parsed->children = GapVector<Child>(std::move(children));
+  content = std::move(parsed);  // as a whole, or not at all
   element.hasContent = 1;
   markChanged(node);
   return *content;
@@ -128,6 +130,7 @@ NodeIndex Tree::addNode(NodeIndex parent, BasicStringRef tag, BasicStringRef lea
   node.isChanged = 1;
   parsed_.nodes.push_back(node);
   newParents_[index] = parent;
+  unsaved_.push_back(index);
   contents_[index] = std::make_unique<Content>();
   contents_[index]->lead = lead;
   return index;
@@ -158,6 +161,7 @@ BasicStringRef Tree::joinedOnto(BasicStringRef kept, BasicStringRef next) {
   // than white space belongs to one gap alone.
   const BasicStringRef latest = texts_.empty() ? BasicStringRef() : BasicStringRef(texts_.back());
   if (!kept.empty() && kept.data() == latest.data()) {
+    texts_.back().reserve(kept.size() + next.size());  // so that nothing is changed when memory is wanting
     texts_.back().resize(kept.size());
     texts_.back() += next;
   } else if (!trimmed(next).empty() && next.data() == latest.data() && next.size() == latest.size()) {
@@ -168,8 +172,9 @@ BasicStringRef Tree::joinedOnto(BasicStringRef kept, BasicStringRef next) {
   return texts_.back();
 }
 
-void Tree::takeOut(Content& content, std::size_t place) {
+void Tree::takeOut(NodeIndex node, Content& content, std::size_t place) {
   const Child removed = content.children[place];
+  NodeIndex& parent = newParents_.try_emplace(removed.node, node).first->second;
   const bool isLast = place + 1 == content.children.size();
   BasicStringRef& next = isLast ? content.tail : content.children[place + 1].before;
   const BasicStringRef kept = keptOf(removed.before, next, isLast);
@@ -178,7 +183,7 @@ void Tree::takeOut(Content& content, std::size_t place) {
   } else {
     next = joinedOnto(kept, next);
   }
-  newParents_[removed.node] = kNoNode;
+  parent = kNoNode;
   content.children.erase(place);
 }
 
@@ -193,7 +198,7 @@ bool Tree::removeChild(NodeIndex node, NodeIndex child) {
   if (!place) return false;
   Content& content = contentForEdit(node);
   std::string space(trailingSpace(content.children[*place].before));
-  takeOut(content, *place);
+  takeOut(node, content, *place);
   noteRemoval(content, std::move(space));
   return true;
 }
@@ -209,7 +214,7 @@ void Tree::takeOutAll(NodeIndex node, const Predicate& isWanted) {
     }
     if (content == nullptr) content = &contentForEdit(node);
     lastSpace = trailingSpace(content->children[place].before);
-    takeOut(*content, place);
+    takeOut(node, *content, place);
   }
   if (content != nullptr) noteRemoval(*content, std::move(lastSpace));
 }
@@ -240,6 +245,18 @@ void Tree::setText(NodeIndex node, BasicStringRef raw) {
   } else if (isLeaf && raw.empty() && trimmed(content.tail).empty()) {
     content.tail = {};
   }
+}
+
+void Tree::noteSaved() noexcept {
+  for (const NodeIndex node : unsaved_) {
+    const auto found = contents_.find(node);
+    if (found == contents_.end() || !found->second) continue;  // there was no memory for it
+    Content& content = *found->second;
+    content.isSaved = true;
+    content.isPair = content.isPair || !content.children.empty() || !content.tail.empty();
+    content.emptied.reset();
+  }
+  unsaved_.clear();
 }
 
 }  // namespace Tal::Xml

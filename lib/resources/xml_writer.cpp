@@ -42,7 +42,7 @@ void Tree::writeStart(NodeIndex node, std::vector<Frame>& frames, PiecedText& ou
     return;
   }
   const Content& content = contentOf(node);
-  const bool isEmpty = content.children.empty() && content.tail.empty();
+  const bool isEmpty = content.children.empty() && content.tail.empty() && !content.isPair;
   if (isEmpty && isAdded(element)) {
     out += "<";
     out += tag(node);

@@ -4,60 +4,10 @@
 #include <destructibles/fixture.h>
 #include <destructibles/table_text.h>
 #include <resources/data_section_cache.h>
+#include <support/failing_allocation.h>
 
-#include <cstdlib>
 #include <new>
 #include <optional>
-
-namespace {
-
-// How many allocations of this thread still succeed before one fails; negative: no one fails.
-thread_local long allocationsLeft = -1;
-thread_local bool isSparing = false;
-
-bool isToFail() noexcept {
-  if (allocationsLeft < 0 || isSparing) return false;
-  return allocationsLeft-- == 0;
-}
-
-void* allocate(std::size_t size) noexcept {
-  return isToFail() ? nullptr : std::malloc(size != 0 ? size : 1);
-}
-
-void* allocate(std::size_t size, std::align_val_t alignment) noexcept {
-  const auto unit = static_cast<std::size_t>(alignment);
-  return isToFail() ? nullptr : std::aligned_alloc(unit, (size / unit + 1) * unit);
-}
-
-void* orThrow(void* memory) {
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-
-}  // namespace
-
-// clang-format off
-void* operator new(std::size_t size) { return orThrow(allocate(size)); }
-void* operator new[](std::size_t size) { return orThrow(allocate(size)); }
-void* operator new(std::size_t size, std::align_val_t unit) { return orThrow(allocate(size, unit)); }
-void* operator new[](std::size_t size, std::align_val_t unit) { return orThrow(allocate(size, unit)); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size); }
-void* operator new(std::size_t size, std::align_val_t unit, const std::nothrow_t&) noexcept { return allocate(size, unit); }
-void* operator new[](std::size_t size, std::align_val_t unit, const std::nothrow_t&) noexcept { return allocate(size, unit); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete[](void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::align_val_t) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
-void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
-void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
-void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept { std::free(memory); }
-void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept { std::free(memory); }
-// clang-format on
 
 namespace Tal {
 namespace {
@@ -125,8 +75,8 @@ class AFailingAllocation : public DestructiblesTest {
       prepare(house);
       messages_.clear();
       const std::size_t depth = StackTracker::entries().size();
-      const Outcome outcome = run(operation, house, place);
-      const bool hasFailed = allocationsLeftBehind_ < 0;
+      bool hasFailed = false;
+      const Outcome outcome = run(operation, house, place, hasFailed);
       EXPECT_EQ(StackTracker::entries().size(), depth);
       check(house, outcome);
       if (house.helper) expectNextLoadToBeWhole(*house);
@@ -150,15 +100,15 @@ class AFailingAllocation : public DestructiblesTest {
   }
 
  private:
-  Outcome run(const Step& operation, OpenModel& house, long place) {
-    allocationsLeft = place;
+  static Outcome run(const Step& operation, OpenModel& house, long place, bool& hasFailed) {
+    const support::FailingAllocation failing(place);
     Outcome outcome = Outcome::done;
     try {
       operation(house);
     } catch (const std::bad_alloc&) {
       outcome = Outcome::failed;
     }
-    allocationsLeftBehind_ = std::exchange(allocationsLeft, -1);
+    hasFailed = failing.hasFailed();
     return outcome;
   }
 
@@ -171,31 +121,6 @@ class AFailingAllocation : public DestructiblesTest {
     EXPECT_TRUE(helper.loadConfig(true));
     EXPECT_EQ(loaded, textOfTables());
   }
-
-  long allocationsLeftBehind_ = -1;
-};
-
-/// Spares what is allocated while a save replaces the file: the standard library's iterator over a folder
-/// ends the program when it gets no memory.
-class SparedReplacement {
- public:
-  SparedReplacement() {
-    previous_ = StackTracker::setRecorder([](const StackTracker::Event& event) {
-      const bool isPush = event.kind == StackTracker::Event::Kind::push;
-      const std::string_view name = event.entry.function;
-      if (!isPush && name == "Tal::KsDestructiblesHelper::makeModulesXmlTag") isSparing = true;
-      if (isPush && name == "Tal::KsDestructiblesHelper::loadConfig") isSparing = false;
-    });
-  }
-  ~SparedReplacement() {
-    isSparing = false;
-    StackTracker::setRecorder(std::move(previous_));
-  }
-  SparedReplacement(const SparedReplacement&) = delete;
-  SparedReplacement& operator=(const SparedReplacement&) = delete;
-
- private:
-  StackTracker::Recorder previous_;
 };
 
 void expectDone(OpenModel& /*house*/, Outcome outcome) {
@@ -266,7 +191,6 @@ TEST_F(AFailingAllocation, LeavesTheTablesOfALoadThatRestoresThemEmptyOrWhole) {
 }
 
 TEST_F(AFailingAllocation, LeavesNoEditsOfASaveThatFailsBehindInTheDocument) {
-  const SparedReplacement spared;
   std::string saved;
   const auto save = [](OpenModel& house) { house->saveConfig(); };
   const auto check = [&](OpenModel& house, Outcome outcome) {

@@ -1,6 +1,10 @@
 #include <destructibles/fixture.h>
+#include <resources/file_lock.h>
+#include <resources/save_patience.h>
 
 #include <sys/resource.h>
+#include <unistd.h>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <optional>
@@ -8,6 +12,7 @@
 namespace Tal {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -332,6 +337,44 @@ TEST_F(TheOutcomeOfASave, ThatCannotRemoveTheEntriesOfAModelOfNoCategoryLeavesTh
   </fragiles>
 </root>
 )");
+}
+
+TEST_F(TheOutcomeOfASave, AgainstALockThatStaysIsAFailureThatNamesItsHolderAndKeepsFileAndEdits) {
+  const std::string text =
+      "<root><fragiles><entry><filename>crate</filename><health>1</health></entry></fragiles></root>";
+  writeDatabase(text);
+  const OpenModel crate({}, "crate");
+  Access::fragileMap()["crate"].health = 77;
+  Access::fallingAtomMap()["only in memory"].health = 2;
+  int told = 0;
+  const ks::Connection listening = crate->connectLoadedConfigSignal([&] { ++told; });
+  messages_.clear();
+  {
+    // Locks are between open files, so that this process can be the other one too.
+    std::string holder;
+    const auto lock = FileLock::acquire(folder_ / kDatabase, std::chrono::milliseconds(0), holder);
+    ASSERT_TRUE(lock);
+    constexpr std::chrono::milliseconds kPatience{50};
+    const SavePatience patience(kPatience);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_FALSE(crate->saveConfig());
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, kPatience);
+  }
+  EXPECT_EQ(readDatabase(), text);
+  EXPECT_EQ(messages_.criticalCount(), 1);
+  const std::string name = "process " + std::to_string(::getpid()) + " (";
+  EXPECT_THAT(messages_.texts(), ElementsAre(AllOf(HasSubstr(kDatabase), HasSubstr(name),
+                                                   HasSubstr(") is saving it and does not come to an end"),
+                                                   HasSubstr("save again when it has ended"))));
+  EXPECT_EQ(Access::fragiles().at("crate").health, 77) << "the edit stays";
+  EXPECT_THAT(Access::fallingAtoms(), ElementsAre(Key("only in memory")));
+  EXPECT_EQ(told, 0);
+
+  EXPECT_TRUE(crate->saveConfig()) << "the lock is gone";
+  EXPECT_EQ(told, 1);
+  EXPECT_THAT(readDatabase(), HasSubstr("<health>77</health>"));
+  EXPECT_EQ(Access::fragiles().at("crate").health, 77);
+  EXPECT_EQ(messages_.criticalCount(), 1) << "nothing more to say";
 }
 
 /// Two models of one file; the save of the crate has failed, with its health at 77 in memory.

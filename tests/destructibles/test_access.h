@@ -4,6 +4,7 @@
 #include <destructibles/ks_destructibles_helper/loaded_tables.h>
 #include <resources/data_section.h>
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -44,6 +45,8 @@ struct KsDestructiblesHelperTestAccess {
   }
   static void forgetLastLoad() { Helper::s_lastLoad = {}; }
   static bool knowsLastLoad() { return Helper::s_lastLoad.contentStamp != 0; }
+  static std::uint64_t loadedStamp() { return Helper::s_lastLoad.contentStamp; }
+  static std::uint64_t savedStamp() { return Helper::s_lastLoad.savedStamp; }
   static bool& hasLoaded() { return Helper::s_hasLoadedDestrXml; }
   static bool tablesAreEmpty() {
     return stateMap().empty() && moduleMap().empty() && fragileMap().empty() && fallingAtomMap().empty();

@@ -3,7 +3,7 @@
 //
 // The operations: "open" (for reading), "open-write", "open-folder", "read", "write", "flush" (fsync and
 // fdatasync of a file), "flush-folder", "close", "rename", "mode" (fchmod), "owner" (fchown), "lock",
-// "mkdir".
+// "mkdir", "access" (asking whether a file may be used).
 
 #include <durability/fault_shim.h>
 
@@ -236,6 +236,11 @@ int fchown(int descriptor, uid_t owner, gid_t group) {
 int flock(int descriptor, int operation) {
   if (isToFail("lock", descriptor)) return -1;
   return static_cast<int>(::syscall(SYS_flock, descriptor, operation));
+}
+
+int access(const char* path, int mode) {
+  if (isToFail("access", path)) return -1;
+  return static_cast<int>(::syscall(SYS_faccessat, AT_FDCWD, path, mode));
 }
 
 int mkdir(const char* path, mode_t mode) {

@@ -1,6 +1,7 @@
 // Every call to the system that a save makes fails once, with every reason that it may have.
 
 #include <durability/fault_shim.h>
+#include <durability/instruction.h>
 #include <durability/town.h>
 #include <resources/data_section.h>
 #include <support/message_recorder.h>
@@ -21,12 +22,14 @@
 namespace {
 
 namespace fs = std::filesystem;
+using durability::instructionFor;
 using durability::kDatabase;
 using durability::Town;
 using support::MessageRecorder;
 using support::MountedRoot;
 using testing::AllOf;
 using testing::AnyOf;
+using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -65,14 +68,20 @@ const std::vector<Fault>& faults() {
       {"rename", EIO},
       {"rename", ENOSPC},
       {"rename", EDQUOT},
+      {"rename", EACCES, true},
       {"open-write", ENOSPC, true},
       {"open-write", EDQUOT},
       {"open-write", EROFS, true},
       {"open-write", EIO},
+      {"open-write", EACCES, true},  // a folder that only others may write
       {"open-folder", EIO},
       {"open-folder", EMFILE, true},
+      {"open-folder", EACCES, true},
+      {"access", EACCES, true},  // a file that only others may write
+      {"access", EROFS, true},
       {"mode", EROFS},
       {"mode", EIO},
+      {"mode", EPERM},
       {"owner", EIO, false, ::geteuid() == 0 ? 1 : 0},
   };
   return all;
@@ -145,7 +154,7 @@ class ASaveWithAFault : public testing::TestWithParam<int> {
     EXPECT_EQ(attempt.messages().criticalCount(), 1);
     EXPECT_THAT(attempt.messages().texts(),
                 ElementsAre(AllOf(HasSubstr(kDatabase), HasSubstr(std::strerror(fault.code)),
-                                  HasSubstr("edits are kept"), HasSubstr("save again"))));
+                                  HasSubstr("edits are kept"), HasSubstr(instructionFor(fault.code)))));
   }
 
   static void expectNoTemporaryFile(const Attempt& attempt) {
@@ -218,6 +227,9 @@ TEST_P(ASaveWithAFault, LosesNothingWhenTheFileCannotBeRead) {
       EXPECT_TRUE(isDone || !isSaved);
       EXPECT_TRUE(isDone || attempt.messages().messages().size() == 1);
       EXPECT_LE(attempt.messages().messages().size(), 1U);
+      EXPECT_THAT(
+          attempt.messages().texts(),
+          Each(AllOf(HasSubstr(kDatabase), HasSubstr(std::strerror(fault.code)), HasSubstr("again"))));
       expectNoTemporaryFile(attempt);
       const bool isTried = attempt.calls() >= number;
       EXPECT_TRUE(attempt.save());

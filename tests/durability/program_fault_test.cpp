@@ -1,6 +1,7 @@
 // The program itself, with a library preloaded that makes the calls of its saves fail.
 
 #include <cli/cli_fixture.h>
+#include <durability/instruction.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -47,7 +48,8 @@ struct Fault {
 const std::vector<Fault>& faults() {
   static const std::vector<Fault> all = {{"open-folder", EMFILE}, {"open-write", EDQUOT}, {"mode", EROFS},
                                          {"write", ENOSPC},       {"flush", EIO},         {"close", EDQUOT},
-                                         {"rename", EROFS},       {"flush-folder", EIO}};
+                                         {"rename", EROFS},       {"flush-folder", EIO},  {"access", EACCES},
+                                         {"open-write", EACCES}};
   return all;
 }
 
@@ -122,7 +124,7 @@ class TheProgramWithAFault : public cli_test::CommandLine, public testing::WithP
               1)
         << result.err;
     EXPECT_THAT(lines, Contains(AllOf(HasSubstr("cannot save \"scripts/destructibles.xml\""),
-                                      HasSubstr("save again"))));
+                                      HasSubstr(durability::instructionFor(fault.code)))));
     EXPECT_EQ(run(GetParam().command).status, 0) << "the cause is gone";
     EXPECT_EQ(readDatabase(), new_);
     expectWhole();

@@ -1,6 +1,6 @@
 #include <fuzz/fuzz_support.h>
 #include <fuzz/kept_bytes.h>
-#include <resources/xml_encoding.h>
+#include <resources/xml_transcoding.h>
 
 #include <algorithm>
 #include <optional>
@@ -132,10 +132,10 @@ class Comparison {
 }  // namespace
 
 std::string textOf(const std::string& bytes) {
-  std::string reason;
-  const auto encoding = Tal::Xml::detectEncoding(bytes, reason);
+  Tal::Xml::ParseError error;
+  const auto encoding = Tal::Xml::detectEncoding(bytes, error);
   require(encoding.has_value(), "what is written has an encoding that can be read");
-  const auto text = Tal::Xml::toUtf8(Tal::Xml::Source::copyOf(bytes), *encoding, reason);
+  const auto text = Tal::Xml::toUtf8(Tal::Xml::Source::copyOf(bytes), *encoding, error);
   require(text.has_value(), "what is written is valid in its encoding");
   return std::string(text->view());
 }

@@ -1,3 +1,4 @@
+#include <support/mapped_file.h>
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
 
@@ -6,16 +7,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/mman.h>
-
-#include <fcntl.h>
-#include <unistd.h>
+#include <chrono>
 #include <filesystem>
 #include <string>
 
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 using support::MessageRecorder;
 using support::MountedRoot;
 using support::openResource;
@@ -60,34 +59,17 @@ TEST(TheCache, SeesAChangeThatKeepsSizeAndModificationTime) {
   EXPECT_EQ(openResource("a.xml")->value(), "2");
 }
 
-/// The bytes of a file in memory. A second write to a page leaves the file's times as the first one set them.
-class MappedFile {
- public:
-  MappedFile(const fs::path& file, std::size_t size) : size_(size) {
-    const int descriptor = ::open(file.c_str(), O_RDWR | O_CLOEXEC);
-    bytes_ = static_cast<char*>(::mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0));
-    ::close(descriptor);
-  }
-  ~MappedFile() { ::munmap(bytes_, size_); }
-  MappedFile(const MappedFile&) = delete;
-  MappedFile& operator=(const MappedFile&) = delete;
-
-  char& operator[](std::size_t place) { return bytes_[place]; }
-
- private:
-  char* bytes_ = nullptr;
-  std::size_t size_;
-};
-
 TEST(TheCache, SeesAChangeThatTheFilesTimesAreTooCoarseToTell) {
-  // Only a change that follows the one before at once can do that, and the machine may pause in between.
+  // Only a change that follows the one before at once can do that, and the machine may pause in between. A
+  // second write to a mapped page leaves the file's times as the first one set them.
   bool isSeen = false;
   for (int attempt = 0; attempt < 200 && !isSeen; ++attempt) {
     const MountedRoot root("a.xml", "<r>1</r>");
-    MappedFile file(root / "a.xml", 8);
-    file[3] = '2';
+    const auto file = support::mapFile(root / "a.xml", 8);
+    ASSERT_TRUE(file);
+    file.get()[3] = '2';
     EXPECT_EQ(openResource("a.xml")->value(), "2");
-    file[3] = '3';
+    file.get()[3] = '3';
     isSeen = openResource("a.xml")->value() == "3";
   }
   EXPECT_TRUE(isSeen);
@@ -169,10 +151,11 @@ TEST(AFileThatCannotBeParsed, IsReadWhenItWasMendedAtOnce) {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const MountedRoot root("a.xml", "<r>1</r>");
     const MessageRecorder recorder;
-    MappedFile file(root / "a.xml", 8);
-    file[6] = 'q';
+    const auto file = support::mapFile(root / "a.xml", 8);
+    ASSERT_TRUE(file);
+    file.get()[6] = 'q';
     EXPECT_FALSE(openResource("a.xml"));
-    file[6] = 'r';
+    file.get()[6] = 'r';
     EXPECT_TRUE(openResource("a.xml"));
     EXPECT_THAT(recorder.texts(), SizeIs(1));
   }
@@ -217,6 +200,32 @@ TEST(TheContentStamp, StaysAsLongAsTheContentDoes) {
   EXPECT_NE(edited, stamp);
   section->writeString("b", "1");
   EXPECT_NE(section->contentStamp(), edited);
+}
+
+TEST(TheContentStamp, StaysWhenTheFileIsTouchedOrReplacedByTheSameBytes) {
+  const std::string latin = "<?xml version='1.0' encoding='ISO-8859-1'?><r>\xE9</r>";
+  for (const std::string& content : {"<r><b>1</b></r>"s, latin}) {
+    const MountedRoot root("a.xml", content);
+    const std::uint64_t stamp = openResource("a.xml")->contentStamp();
+    fs::last_write_time(root / "a.xml", fs::file_time_type::clock::now() - std::chrono::hours(1));
+    EXPECT_EQ(openResource("a.xml")->contentStamp(), stamp) << content;
+    root.replace("a.xml", content);
+    EXPECT_EQ(openResource("a.xml")->contentStamp(), stamp) << content;
+    root.replace("a.xml", std::string(content.size() - 4, ' ') + "<r/>");
+    const auto other = openResource("a.xml");
+    ASSERT_TRUE(other) << content;
+    EXPECT_NE(other->contentStamp(), stamp) << content;
+    EXPECT_EQ(other->childCount(), 0) << content;
+  }
+}
+
+TEST(TheContentStamp, OfASavedDocumentInLatin1IsThatOfItsFileReadAnew) {
+  const MountedRoot root("a.xml", "<?xml version='1.0' encoding='ISO-8859-1'?><r><b>\xE9</b></r>");
+  const auto section = openResource("a.xml");
+  section->writeString("b", "2");
+  ASSERT_TRUE(section->save());
+  Tal::DataSectionCache::purge("a.xml", false);
+  EXPECT_EQ(openResource("a.xml")->contentStamp(), section->contentStamp());
 }
 
 TEST(TheContentStamp, OfASavedDocumentIsThatOfItsFileReadAnew) {

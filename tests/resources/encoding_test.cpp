@@ -92,9 +92,9 @@ TEST(BytesThatAreNotOfTheEncoding, AreRefused) {
   const std::string half = littleEndian(u"\uFEFF<r>") + "\x00\xD8"s + littleEndian(u"</r>");
   const std::string odd = littleEndian(u"\uFEFF<r/>") + " ";
   const std::string high = "<?xml version='1.0' encoding='us-ascii'?><r>\xE9</r>";
-  const std::vector<std::string> reasons = {"not valid UTF-16 at byte 8 (line 1, column 4)",
-                                            "not valid UTF-16 at byte 10 (line 1, column 5)",
-                                            "not valid ASCII at byte 44 (line 1, column 45)"};
+  const std::vector<std::string> reasons = {"a.xml:1:4: the text is not valid UTF-16 at byte 8;",
+                                            "a.xml:1:5: the text is not valid UTF-16 at byte 10;",
+                                            "a.xml:1:45: the text is not valid ASCII at byte 44;"};
   auto reason = reasons.begin();
   for (const std::string& bad : {half, odd, high}) {
     const MountedRoot root("a.xml", bad);

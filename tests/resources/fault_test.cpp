@@ -1,6 +1,8 @@
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
 
+#include <resources/file_system.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -68,6 +70,11 @@ int __wrap_rename(const char* from, const char* to) {
 int __real_fchmod(int descriptor, mode_t mode);
 int __wrap_fchmod(int descriptor, mode_t mode) {
   return isDue("fchmod") ? -1 : __real_fchmod(descriptor, mode);
+}
+
+int __real_mkdir(const char* path, mode_t mode);
+int __wrap_mkdir(const char* path, mode_t mode) {
+  return isDue("mkdir") ? -1 : __real_mkdir(path, mode);
 }
 
 int __real_open(const char* path, int flags, mode_t mode);
@@ -160,6 +167,68 @@ INSTANTIATE_TEST_SUITE_P(Every, AFaultOf,
                                          OperationCase{"rename", EROFS, "Read-only", 1},
                                          OperationCase{"fchmod", EPERM, "not permitted", 1},
                                          OperationCase{"open", EMFILE, "Too many open files", 2}));
+
+/// Saves a new document below two folders that are missing, with the n-th call of the operation going wrong,
+/// and again. Whether it did.
+bool makeWithFault(const OperationCase& one, int number) {
+  const MountedRoot root;
+  const auto section = Tal::FS::Utils::openSection("new/deep/a.xml", true, nullptr);
+  section->setValue("1");
+  MessageRecorder recorder;
+  s_fault = {one.operation, number, one.code, false, 0};
+  const bool isSaved = section->save();
+  const bool hasFailed = s_fault.calls >= number;
+  s_fault = {};
+  EXPECT_EQ(isSaved, !hasFailed) << one.operation << ' ' << number;
+  if (hasFailed) {
+    EXPECT_THAT(recorder.texts(), ElementsAre(AllOf(HasSubstr("\"new/deep/a.xml\""), HasSubstr(one.reason),
+                                                    HasSubstr("edits are kept"), HasSubstr("save again"))));
+  }
+  EXPECT_TRUE(section->save()) << one.operation << ' ' << number;
+  EXPECT_EQ(root.read("new/deep/a.xml"), "<root>1</root>\n");
+  EXPECT_THAT(root.listing(), ElementsAre("new", "new/deep", "new/deep/a.xml"));
+  return hasFailed;
+}
+
+TEST(ASaveThatMakesFolders, SaysWhichStepFailsAndCanBeMadeAgain) {
+  const std::vector<OperationCase> cases = {{"mkdir", EACCES, "Permission denied", 2},
+                                            {"mkdir", ENOSPC, "No space left", 2},
+                                            {"fsync", EIO, "Input/output error", 4},
+                                            {"open", EMFILE, "Too many open files", 4}};
+  for (const OperationCase& one : cases) {
+    int number = 1;
+    while (makeWithFault(one, number) && number < 100) ++number;
+    EXPECT_GT(number, one.leastCalls) << one.operation;
+    s_fault = {};
+  }
+}
+
+TEST(ASaveThatMakesFolders, BringsEachOfThemToTheDiskAlsoWhenThatFailedBefore) {
+  // Of two folders, the file, and the folder that holds it.
+  const std::vector<int> flushesAgain = {4, 3, 2, 2};
+  for (std::size_t failing = 0; failing < flushesAgain.size(); ++failing) {
+    const MountedRoot root;
+    const auto section = Tal::FS::Utils::openSection("new/deep/a.xml", true, nullptr);
+    section->setValue("1");
+    const MessageRecorder recorder;
+    s_fault = {"fsync", static_cast<int>(failing) + 1, EIO, false, 0};
+    EXPECT_FALSE(section->save());
+    s_fault = {"fsync", 0, 0, false, 0};
+    EXPECT_TRUE(section->save());
+    EXPECT_EQ(s_fault.calls, flushesAgain[failing]) << failing;
+    s_fault = {};
+  }
+}
+
+TEST(ASaveThatMakesFolders, IsRefusedWhereAFileIsInTheWay) {
+  const MountedRoot root("new", "a file");
+  const auto section = Tal::FS::Utils::openSection("new/deep/a.xml", true, nullptr);
+  ASSERT_TRUE(section);
+  const MessageRecorder recorder;
+  EXPECT_FALSE(section->save());
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("move the file of that name away")));
+  EXPECT_EQ(root.read("new"), "a file");
+}
 
 TEST(AnInterruptedCall, IsMadeAgain) {
   for (const char* operation : {"write", "fsync", "close"}) {

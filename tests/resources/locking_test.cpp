@@ -1,8 +1,9 @@
+#include "save_patience.h"
+
 #include <resources/atomic_file.h>
 #include <resources/data_section.h>
 #include <resources/file_lock.h>
 #include <resources/save_group.h>
-#include <resources/save_queue.h>
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
 
@@ -25,20 +26,12 @@ namespace fs = std::filesystem;
 using support::MountedRoot;
 using support::openResource;
 using Tal::FileLock;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
 constexpr std::chrono::milliseconds kShort{50};
 constexpr std::chrono::milliseconds kLong{20'000};
-
-/// Sets how long a group waits, for the length of a scope.
-class Patience {
- public:
-  explicit Patience(std::chrono::milliseconds patience) { Tal::SaveQueue::instance().setPatience(patience); }
-  ~Patience() { Tal::SaveQueue::instance().setPatience(std::chrono::seconds(10)); }
-  Patience(const Patience&) = delete;
-  Patience& operator=(const Patience&) = delete;
-};
 
 /// Another program.
 class Child {
@@ -74,6 +67,13 @@ Child holderOf(const fs::path& file, const fs::path& sign) {
   });
 }
 
+/// How a message names another process of this program.
+std::string nameOf(const Child& process) {
+  const std::string command = support::readFile("/proc/self/comm");
+  const std::string program = command.substr(0, command.find('\n'));
+  return "process " + std::to_string(process.id()) + " (" + program + ')';
+}
+
 void awaitFile(const fs::path& file) {
   const auto deadline = std::chrono::steady_clock::now() + kLong;
   while (!fs::exists(file) && std::chrono::steady_clock::now() < deadline)
@@ -87,7 +87,7 @@ TEST(AFileLock, IsWaitedForAsLongAsOneIsPatientAndNamesItsHolder) {
   awaitFile(root / "sign");
   std::string holder;
   EXPECT_FALSE(FileLock::acquire(root / "a.xml", kShort, holder));
-  EXPECT_THAT(holder, testing::StartsWith("process " + std::to_string(other.id()) + " ("));
+  EXPECT_EQ(holder, nameOf(other));
 }
 
 TEST(AFileLock, EndsWithTheProcessHoweverThatEnds) {
@@ -128,13 +128,16 @@ TEST(ASaveGroup, RefusesToOpenWhatAnotherProgramIsSaving) {
   const MountedRoot root("a.xml", "<r/>");
   const Child other = holderOf(root / "a.xml", root / "sign");
   awaitFile(root / "sign");
-  const Patience patience(kShort);
+  const SavePatience patience(kShort);
   const support::MessageRecorder messages;
   {
     Tal::SaveGroup group;
     EXPECT_FALSE(openResource("a.xml"));
   }
-  EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("is saving it and does not come to an end")));
+  EXPECT_THAT(messages.texts(),
+              ElementsAre(AllOf(HasSubstr((root / "a.xml").string()),
+                                HasSubstr(nameOf(other) + " is saving it and does not come to an end"),
+                                HasSubstr("edits are kept"), HasSubstr("save again when it has ended"))));
   EXPECT_EQ(messages.criticalCount(), 1);
   EXPECT_TRUE(openResource("a.xml")) << "reading needs no lock";
 }

@@ -24,6 +24,8 @@ class RandomDocuments {
                                    "\xEF\xBB\xBF",
                                    "<?xml version=\"1.0\"?>\n",
                                    "<?xml version='1.0' encoding='UTF-8' ?>\r\n<!-- head -->\n",
+                                   "<?xml  version = \"1.0\" encoding='x-any' standalone='no'?><?pi?>\n",
+                                   "<?xml-stylesheet href='a'?>\r<?pi of two words ?>",
                                    "\n\n",
                                    "<!DOCTYPE r [<!ENTITY own 'entity'>]>"};
     static const Choices kLineEnds = {"\n", "\r\n", "", " ", "\n\n"};
@@ -80,9 +82,10 @@ class RandomDocuments {
   std::string text() {
     static const Choices kPlain = {"",         "1",      " padded ",     "a&amp;b&#65;", "]] ]>",
                                    "\xC3\xA9", "a\r\nb", "&#xE9;&apos;", "x<!-- c -->y"};
-    static const Choices kOther = {"<![CDATA[<x>]]>", "<?pi here?>"};
+    static const Choices kOther = {"<![CDATA[<x>]]>", "<![CDATA[]]]>", "a\r\n<![CDATA[ \r ]]>", "<?pi here?>",
+                                   "<?pi?>",          "<?p-i ?\?>",    "x<?pi \xC3\xA9\r\n?>y"};
     if (hasEntity_ && below(4) == 0) return "&own;";
-    return below(30) == 0 ? pick(kOther) : pick(kPlain);
+    return below(10) == 0 ? pick(kOther) : pick(kPlain);
   }
 
   void element(std::string& out, std::size_t depth) {

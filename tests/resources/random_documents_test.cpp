@@ -1,7 +1,6 @@
 #include "random_documents.h"
 
 #include <resources/xml_parser.h>
-#include <resources/xml_plain_parser.h>
 
 #include <gtest/gtest.h>
 
@@ -43,7 +42,7 @@ std::string withAdditions(Tree& tree) {
   return tree.serialise();
 }
 
-TEST(ThePlainParser, TakesNothingThatTheFullParserRefusesAndReadsItAlike) {
+TEST(TheQuickParser, TakesNothingThatTheFullParserRefusesAndReadsItAlike) {
   RandomDocuments documents(1);
   int plainCount = 0;
   for (int round = 0; round < 8'000; ++round) {
@@ -51,7 +50,7 @@ TEST(ThePlainParser, TakesNothingThatTheFullParserRefusesAndReadsItAlike) {
     if (round % 4 != 0) text = documents.damaged(std::move(text));
     Tree::Parsed parsed;
     parsed.source = Source::copyOf(text);
-    if (!Tal::Xml::parsePlain(parsed, Tal::Xml::kDeepestLevel)) continue;
+    if (!Tal::Xml::parseQuickly(parsed)) continue;
     ++plainCount;
     Tree plain(std::move(parsed));
     ParseError error;
@@ -60,7 +59,7 @@ TEST(ThePlainParser, TakesNothingThatTheFullParserRefusesAndReadsItAlike) {
     ASSERT_EQ(outlineOf(plain), outlineOf(*full)) << text;
     ASSERT_EQ(withAdditions(plain), withAdditions(*full)) << text;
   }
-  EXPECT_GT(plainCount, 500);
+  EXPECT_GT(plainCount, 1'000);
 }
 
 TEST(ADocument, WithoutEditsIsWrittenAsItWasRead) {
@@ -118,6 +117,29 @@ TEST(ADocument, ReadsBackAsItStandsAfterAnyEdits) {
       const std::optional<Tree> again = Tal::Xml::parse(Source::copyOf(written), error);
       ASSERT_TRUE(again) << error.reason << '\n' << text << "\n----\n" << written;
       ASSERT_EQ(outlineOf(*again), outlineOf(*tree)) << text << "\n----\n" << written;
+    }
+  }
+}
+
+TEST(ADocument, ThatWasSavedIsEditedLikeOneThatWasReadFromThere) {
+  RandomDocuments documents(5);
+  for (int round = 0; round < 600; ++round) {
+    const std::string text = documents.document();
+    ParseError error;
+    std::optional<Tree> kept = Tal::Xml::parse(Source::copyOf(text), error);
+    std::optional<Tree> readAnew = Tal::Xml::parse(Source::copyOf(text), error);
+    ASSERT_TRUE(kept && readAnew);
+    for (int save = 0; save < 6; ++save) {
+      for (std::size_t edit = documents.below(3) + 1; edit > 0; --edit) {
+        RandomDocuments sameChoices = documents;
+        editAnything(*kept, documents);
+        editAnything(*readAnew, sameChoices);
+      }
+      const std::string written = kept->serialise();
+      ASSERT_EQ(readAnew->serialise(), written) << text;
+      kept->noteSaved();
+      readAnew = Tal::Xml::parse(Source::copyOf(written), error);
+      ASSERT_TRUE(readAnew);
     }
   }
 }

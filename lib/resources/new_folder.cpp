@@ -1,0 +1,50 @@
+#include <resources/new_folder.h>
+#include <resources/retried.h>
+
+#include <sys/stat.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <cerrno>
+#include <system_error>
+
+namespace Tal {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr mode_t kNewFolder = 0777;  // but for what the process's mask takes away
+
+fs::path folderAbove(const fs::path& folder) {
+  return folder.has_parent_path() ? folder.parent_path() : fs::path(".");
+}
+
+}  // namespace
+
+std::optional<FileFailure> makeFolder(const fs::path& folder) {
+  std::error_code error;
+  if (folder.empty() || fs::is_directory(folder, error)) return std::nullopt;
+  const fs::path above = folderAbove(folder);
+  if (auto failure = makeFolder(above)) return failure;
+  if (::mkdir(folder.c_str(), kNewFolder) != 0) {
+    const int code = errno;
+    // Another program may have made it meanwhile.
+    if (code == EEXIST && fs::is_directory(folder, error)) return std::nullopt;
+    return failedStep("making the folder", folder, code);
+  }
+  const Descriptor descriptor = openFolder(above);
+  if (descriptor && flushFolder(descriptor.get())) return std::nullopt;
+  auto failure = failedStep("flushing the folder of", folder, errno);
+  ::rmdir(folder.c_str());  // or nobody would flush it any more
+  return failure;
+}
+
+Descriptor openFolder(const fs::path& folder) {
+  return Descriptor(retried([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+}
+
+bool flushFolder(int descriptor) {
+  return retried([descriptor] { return ::fsync(descriptor); }) == 0 || errno == EINVAL;
+}
+
+}  // namespace Tal

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <resources/pieced_text.h>
+#include <resources/xml_encoding.h>
+#include <resources/xml_tree.h>
+
+#include <deque>
+#include <optional>
+
+namespace Tal::Xml {
+
+/// The text of a file in UTF-8. Empty when the bytes are not valid; `error` then says where. What is UTF-8
+/// already, ASCII included, is passed on, UTF-8 itself unchecked.
+std::optional<Source> toUtf8(Source bytes, Encoding encoding, ParseError& error);
+
+/// The bytes of valid UTF-8 text whose characters are none above largestCharacter(encoding): pieces of the
+/// text where they are the same, and else of `made`, which has to stay as it is as long as they are used.
+PiecedText fromUtf8(const PiecedText& text, Encoding encoding, std::deque<Source>& made);
+
+}  // namespace Tal::Xml
