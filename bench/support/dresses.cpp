@@ -45,8 +45,8 @@ std::vector<Dress> dressesOf(const std::string& text) {
           {"instruction", "<?xml-stylesheet href='destructibles.xsl'?>\n" + text},
           {"CDATA", withCdataAtTheEnd(text)},
           {"DOCTYPE", "<!DOCTYPE destructibles.xml>\n" + text},
-          {"Latin-1", inLatin1(text)},
-          {"UTF-16", inUtf16(text)}};
+          {"Latin-1", inLatin1(text), true},
+          {"UTF-16", inUtf16(text), true}};
 }
 
 }  // namespace bench

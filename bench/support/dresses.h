@@ -7,8 +7,9 @@ namespace bench {
 
 /// A database as another editor stores it: other bytes, the same models.
 struct Dress {
-  std::string name;   ///< short, as part of a benchmark's name
-  std::string bytes;  ///< of the file
+  std::string name;          ///< short, as part of a benchmark's name
+  std::string bytes;         ///< of the file
+  bool isConverted = false;  ///< every byte that is saved is made from another
 };
 
 /// The text of makeDatabase in every dress: with CRLF line ends, behind a processing instruction, with a

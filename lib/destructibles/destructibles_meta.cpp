@@ -76,8 +76,10 @@ std::vector<std::string> getEffectNames(int category, const std::string& key) {
   const std::vector<std::string>& all = namesIn(*root, effectsSection(category));
   if (key.empty()) return all;
   std::vector<std::string> names;
-  std::copy_if(all.begin(), all.end(), std::back_inserter(names),
-               [&key](const std::string& name) { return lowerAscii(name).find(key) != std::string::npos; });
+  const auto isSame = [](char ofName, char ofKey) { return toLowerAscii(ofName) == ofKey; };
+  std::copy_if(all.begin(), all.end(), std::back_inserter(names), [&](const std::string& name) {
+    return std::search(name.begin(), name.end(), key.begin(), key.end(), isSame) != name.end();
+  });
   return names;
 }
 

@@ -9,7 +9,6 @@
 #include <resources/xml_parser.h>
 #include <resources/xml_transcoding.h>
 
-#include <deque>
 #include <utility>
 
 namespace Tal {
@@ -61,7 +60,9 @@ class SectionDocument::Bytes {
 
   /// What the document's own file is to hold.
   explicit Bytes(const SectionDocument& document)
-      : text_(Xml::fromUtf8(document.tree_.pieces(), document.encoding_, converted_)) {}
+      : text_(document.tree_.pieces()), converted_(Xml::fromUtf8(text_, document.encoding_)) {
+    if (converted_) text_ = PiecedText(converted_->view());
+  }
   Bytes(const Bytes&) = delete;
   Bytes& operator=(const Bytes&) = delete;
 
@@ -74,8 +75,8 @@ class SectionDocument::Bytes {
   }
 
  private:
-  std::deque<Xml::Source> converted_;
   PiecedText text_;
+  std::optional<Xml::Source> converted_;  ///< what the text is made of, when that is not the tree
   mutable std::optional<Fingerprint> fingerprint_;
 };
 

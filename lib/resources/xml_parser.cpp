@@ -156,8 +156,8 @@ ParserPointer makeParser() {
   return parser;
 }
 
-XML_Status run(XML_Parser parser, BasicStringRef text) {
-  return XML_Parse(parser, text.data(), static_cast<int>(text.size()), XML_TRUE);
+XML_Status run(XML_Parser parser, BasicStringRef text, bool isLast = true) {
+  return XML_Parse(parser, text.data(), static_cast<int>(text.size()), isLast ? XML_TRUE : XML_FALSE);
 }
 
 /// Notes the entities that a document declares; where its document type ends. 0 when it has none that can be
@@ -167,7 +167,13 @@ std::size_t readDocumentType(Tree::Parsed& parsed) {
   if (!parser) return 0;
   Reception reception(parser.get(), parsed);
   reception.stopBehindDocumentType();
-  run(parser.get(), parsed.source.view());
+  // The parser copies what it is given, and begins anew at what a piece has left unfinished.
+  std::size_t size = std::size_t{1} << 14U;
+  BasicStringRef rest = parsed.source.view();
+  while (!rest.empty() && run(parser.get(), rest.substr(0, size), false) == XML_STATUS_OK) {
+    rest.remove_prefix(std::min(rest.size(), size));
+    size *= 2;
+  }
   return reception.refusal().reason.empty() ? reception.documentTypeEnd() : 0;
 }
 

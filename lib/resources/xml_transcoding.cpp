@@ -2,6 +2,7 @@
 #include <resources/xml_transcoding.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -14,23 +15,27 @@ namespace {
 constexpr std::uint32_t kHighSurrogate = 0xD800;
 constexpr std::uint32_t kLowSurrogate = 0xDC00;
 
-/// Shorter pieces are gathered: each costs some memory.
-constexpr std::size_t kWorthAPiece = 64;
-
 bool isAscii(char c) noexcept {
   return static_cast<unsigned char>(c) < 0x80;
 }
 
+constexpr std::ptrdiff_t kEight = 8;
+
+/// Whether the next eight bytes are ASCII.
+bool areAscii(const char* at) noexcept {
+  constexpr std::uint64_t kNotAscii = 0x8080808080808080;
+  std::uint64_t bytes = 0;
+  std::memcpy(&bytes, at, kEight);
+  return (bytes & kNotAscii) == 0;
+}
+
 /// How many bytes from the beginning on are ASCII.
 std::size_t asciiLength(BasicStringRef text) noexcept {
-  constexpr std::uint64_t kNotAscii = 0x8080808080808080;
-  std::size_t length = 0;
-  for (std::uint64_t bytes = 0; length + sizeof(bytes) <= text.size(); length += sizeof(bytes)) {
-    std::memcpy(&bytes, text.data() + length, sizeof(bytes));
-    if ((bytes & kNotAscii) != 0) break;
-  }
-  while (length < text.size() && isAscii(text[length])) ++length;
-  return length;
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (end - at >= kEight && areAscii(at)) at += kEight;
+  while (at != end && isAscii(*at)) ++at;
+  return static_cast<std::size_t>(at - text.data());
 }
 
 std::optional<Source> fromAscii(Source bytes, ParseError& error) {
@@ -60,18 +65,16 @@ Source fromLatin1(Source bytes) {
 }
 
 /// UTF-16 of one byte order.
+template <Encoding kEncoding>
 class Utf16 {
  public:
-  explicit Utf16(Encoding encoding)
-      : low_(encoding == Encoding::utf16LittleEndian ? 0 : 1), high_(1 - low_) {}
-
-  std::optional<Source> toUtf8(BasicStringRef bytes, ParseError& error) const {
+  static std::optional<Source> toUtf8(BasicStringRef bytes, ParseError& error) {
     Source text(bytes.size() / 2 * 3);  // a unit takes three bytes at most
     char* out = text.data();
     for (std::size_t at = 0; at < bytes.size();) {
       const char* const unit = bytes.data() + at;
-      if (at + 1 < bytes.size() && unit[high_] == 0 && isAscii(unit[low_])) {
-        *out++ = unit[low_];
+      if (at + 1 < bytes.size() && unit[kHigh] == 0 && isAscii(unit[kLow])) {
+        *out++ = unit[kLow];
         at += 2;
         continue;
       }
@@ -87,7 +90,7 @@ class Utf16 {
     return text;
   }
 
-  Source fromUtf8(const PiecedText& text) const {
+  static Source fromUtf8(const PiecedText& text) {
     Source bytes(text.size() * 2);  // a byte of UTF-8 gives one unit at most
     char* out = bytes.data();
     for (const BasicStringRef piece : text.pieces()) out = put(piece, out);
@@ -96,11 +99,11 @@ class Utf16 {
   }
 
  private:
-  std::uint32_t unitAt(BasicStringRef bytes, std::size_t at) const noexcept {
+  static std::uint32_t unitAt(BasicStringRef bytes, std::size_t at) noexcept {
     const auto byte = [&](std::size_t place) {
       return std::uint32_t{static_cast<unsigned char>(bytes[place])};
     };
-    return byte(at + high_) << 8U | byte(at + low_);
+    return byte(at + kHigh) << 8U | byte(at + kLow);
   }
 
   static bool isSurrogate(std::uint32_t unit, std::uint32_t firstOfKind) noexcept {
@@ -109,7 +112,7 @@ class Utf16 {
 
   /// Goes on past a character that is not ASCII, and returns it; 0, with nothing gone past, when there is
   /// none.
-  std::uint32_t take(BasicStringRef bytes, std::size_t& at) const noexcept {
+  static std::uint32_t take(BasicStringRef bytes, std::size_t& at) noexcept {
     const std::uint32_t unit = at + 1 < bytes.size() ? unitAt(bytes, at) : kLowSurrogate;
     if (isSurrogate(unit, kLowSurrogate)) return 0;
     if (!isSurrogate(unit, kHighSurrogate)) {
@@ -122,57 +125,69 @@ class Utf16 {
     return 0x10000U + ((unit & 0x3FFU) << 10U) + (low & 0x3FFU);
   }
 
-  char* put(BasicStringRef text, char* out) const noexcept {
+  static char* put(BasicStringRef text, char* out) noexcept {
     while (!text.empty()) {
       const std::size_t length = asciiLength(text);
-      for (std::size_t i = 0; i < length; ++i, out += 2) {
-        out[low_] = text[i];
-        out[high_] = 0;
-      }
+      out = putAscii(text.data(), length, out);
       text.remove_prefix(length);
       while (!text.empty() && !isAscii(text[0])) out = put(takeCharacter(text), out);
     }
     return out;
   }
 
-  char* put(std::uint32_t code, char* out) const noexcept {
+  static char* putAscii(const char* at, std::size_t length, char* out) noexcept {
+    // As whole units, which the compiler makes many of at a time.
+    for (std::size_t i = 0; i < length; ++i) {
+      const auto unit = static_cast<std::uint16_t>(static_cast<unsigned char>(at[i]) << (8 * kUnitShift));
+      std::memcpy(out + 2 * i, &unit, sizeof(unit));
+    }
+    return out + 2 * length;
+  }
+
+  static char* put(std::uint32_t code, char* out) noexcept {
     if (code < 0x10000) return putUnit(code, out);
     out = putUnit(kHighSurrogate + ((code - 0x10000U) >> 10U), out);
     return putUnit(kLowSurrogate + ((code - 0x10000U) & 0x3FFU), out);
   }
 
-  char* putUnit(std::uint32_t unit, char* out) const noexcept {
-    out[high_] = static_cast<char>(unit >> 8U);
-    out[low_] = static_cast<char>(unit & 0xFFU);
+  static char* putUnit(std::uint32_t unit, char* out) noexcept {
+    out[kHigh] = static_cast<char>(unit >> 8U);
+    out[kLow] = static_cast<char>(unit & 0xFFU);
     return out + 2;
   }
 
-  std::size_t low_;  ///< where a unit's lower byte stands
-  std::size_t high_;
+  static constexpr std::size_t kLow =
+      kEncoding == Encoding::utf16LittleEndian ? 0 : 1;  ///< a unit's lower byte
+  static constexpr std::size_t kHigh = 1 - kLow;
+  /// By how many bytes a unit of ASCII is shifted in a number of this machine.
+  static constexpr unsigned kUnitShift = (std::endian::native == std::endian::little) == (kLow == 0) ? 0 : 1;
 };
 
-PiecedText toLatin1(const PiecedText& text, std::deque<Source>& made) {
-  PiecedText bytes;
-  std::string gathered;
-  const auto addGathered = [&] {
-    if (gathered.empty()) return;
-    bytes += made.emplace_back(Source::copyOf(gathered)).view();
-    gathered.clear();
-  };
-  for (BasicStringRef rest : text.pieces()) {
-    while (!rest.empty()) {
-      const BasicStringRef same = rest.substr(0, asciiLength(rest));
-      rest.remove_prefix(same.size());
-      if (same.size() >= kWorthAPiece) {
-        addGathered();
-        bytes += same;
-      } else {
-        gathered += same;
-      }
-      while (!rest.empty() && !isAscii(rest[0])) gathered += static_cast<char>(takeCharacter(rest));
+/// Writes text of which every character is Latin-1; returns where the next goes.
+char* putLatin1(BasicStringRef text, char* out) noexcept {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  while (at != end) {
+    if (end - at >= kEight && areAscii(at)) {
+      std::memcpy(out, at, kEight);
+      at += kEight;
+      out += kEight;
+    } else if (isAscii(*at)) {
+      *out++ = *at++;
+    } else {
+      *out++ = static_cast<char>(static_cast<unsigned char>(at[0]) << 6U |
+                                 (static_cast<unsigned char>(at[1]) & 0x3FU));
+      at += 2;
     }
   }
-  addGathered();
+  return out;
+}
+
+Source toLatin1(const PiecedText& text) {
+  Source bytes(text.size());  // no character takes more
+  char* out = bytes.data();
+  for (const BasicStringRef piece : text.pieces()) out = putLatin1(piece, out);
+  bytes.cutTo(static_cast<std::size_t>(out - bytes.data()));
   return bytes;
 }
 
@@ -181,8 +196,9 @@ PiecedText toLatin1(const PiecedText& text, std::deque<Source>& made) {
 std::optional<Source> toUtf8(Source bytes, Encoding encoding, ParseError& error) {
   switch (encoding) {
     case Encoding::utf16LittleEndian:
+      return Utf16<Encoding::utf16LittleEndian>::toUtf8(bytes.view(), error);
     case Encoding::utf16BigEndian:
-      return Utf16(encoding).toUtf8(bytes.view(), error);
+      return Utf16<Encoding::utf16BigEndian>::toUtf8(bytes.view(), error);
     case Encoding::latin1:
       return fromLatin1(std::move(bytes));
     case Encoding::ascii:
@@ -192,15 +208,16 @@ std::optional<Source> toUtf8(Source bytes, Encoding encoding, ParseError& error)
   }
 }
 
-PiecedText fromUtf8(const PiecedText& text, Encoding encoding, std::deque<Source>& made) {
+std::optional<Source> fromUtf8(const PiecedText& text, Encoding encoding) {
   switch (encoding) {
     case Encoding::utf16LittleEndian:
+      return Utf16<Encoding::utf16LittleEndian>::fromUtf8(text);
     case Encoding::utf16BigEndian:
-      return PiecedText(made.emplace_back(Utf16(encoding).fromUtf8(text)).view());
+      return Utf16<Encoding::utf16BigEndian>::fromUtf8(text);
     case Encoding::latin1:
-      return toLatin1(text, made);
+      return toLatin1(text);
     default:
-      return text;  // of ASCII, nothing needs another byte
+      return std::nullopt;
   }
 }
 

@@ -4,7 +4,6 @@
 #include <resources/xml_encoding.h>
 #include <resources/xml_tree.h>
 
-#include <deque>
 #include <optional>
 
 namespace Tal::Xml {
@@ -13,8 +12,8 @@ namespace Tal::Xml {
 /// already, ASCII included, is passed on, UTF-8 itself unchecked.
 std::optional<Source> toUtf8(Source bytes, Encoding encoding, ParseError& error);
 
-/// The bytes of valid UTF-8 text whose characters are none above largestCharacter(encoding): pieces of the
-/// text where they are the same, and else of `made`, which has to stay as it is as long as they are used.
-PiecedText fromUtf8(const PiecedText& text, Encoding encoding, std::deque<Source>& made);
+/// The bytes of valid UTF-8 text whose characters are none above largestCharacter(encoding). Empty when they
+/// are the text itself.
+std::optional<Source> fromUtf8(const PiecedText& text, Encoding encoding);
 
 }  // namespace Tal::Xml

@@ -160,6 +160,10 @@ TEST(AFileOfManyPieces, TakesLinearTimeWhateverTheyAre) {
       {"declared attributes", false, "<!DOCTYPE r [", declaredAttribute, "]><r/>"},
       {"elements with declared attributes", true, declarations + "]><r>", [](int) { return "<r/>"; }, "</r>"},
       {"lines in front of a slip", false, "<r>", [](int) { return "\n"; }, "</s>"},
+      {"letters of a comment in front of a document type", true, "<!--",
+       [](int) { return std::string(256, 'x'); }, "--><!DOCTYPE r><r/>"},
+      {"letters of an entity", true, "<!DOCTYPE r [<!ENTITY e '", [](int) { return std::string(256, 'x'); },
+       "'>]><r/>"},
       {"letters behind an ampersand", false, "<r>&", [](int) { return "abcdefgh"; }, " </r>"},
   };
   constexpr int kPieces = 12'500;
