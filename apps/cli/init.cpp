@@ -4,6 +4,7 @@
 #include <core/nearest_name.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
+#include <resources/new_folder.h>
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
@@ -28,10 +29,6 @@ const std::vector<NewFile>& newFiles() {
       {"scripts/destructibles.xml", {"trees", "fragiles", "fallingAtoms", "structures"}},
       {"scripts/destructibles_effects.xml", {"fragiles", "fallingAtoms", "structures"}}};
   return files;
-}
-
-std::string failure(const fs::path& path, const std::error_code& error) {
-  return quotedName(path.native()) + " cannot be made: " + error.message();
 }
 
 void refuseExisting(const fs::path& root) {
@@ -70,9 +67,7 @@ void init(const std::string& folder, Tool& tool) {
   if (folder.empty()) throw CLI::ValidationError("DIR", "the folder has no name");
   const fs::path root(folder);
   refuseExisting(root);
-  std::error_code error;
-  fs::create_directories(root / "scripts", error);
-  if (error) throw Refusal(failure(root / "scripts", error));
+  if (const auto failure = makeFolder(root / "scripts")) throw Refusal(failure->text + "; " + failure->hint);
   FS::setFileSystem(std::make_unique<FS::MultiFileSystem>(std::vector<fs::path>{root}));
   makeAll(root);
   for (const NewFile& file : newFiles()) tool.print("made " + shown((root / file.name).native()) + "\n");

@@ -35,7 +35,8 @@ std::string FileSet::write() {
 }
 
 void FileSet::makeFolders(const fs::path& folder) {
-  if (folder.empty() || fs::is_directory(folder)) return;
+  std::error_code ignored;
+  if (folder.empty() || fs::is_directory(folder, ignored)) return;
   makeFolders(folder.parent_path());
   if (const std::optional<FileFailure> failure = makeFolder(folder))
     throw std::runtime_error(failure->text + "; " + failure->hint);

@@ -13,11 +13,11 @@ namespace Tal {
 
 /// Replaces a file's content, or makes the file: a reader, and a crash at any moment, finds the old content
 /// or the new one, whole. When it returns without a failure the new content has reached the disk. A symbolic
-/// link is followed: its target is replaced. The file keeps its permissions, access control list and users'
-/// attributes, and where possible its owner; one that nobody may write, or this process may not, is refused.
-/// Folders that are missing above it are made. After a failure the old file is as it was, unless the failure
-/// says otherwise, and nothing is left beside it; what a process that was killed a minute ago or earlier left
-/// there is removed. Usable on any thread.
+/// link is followed: its target is replaced. The file keeps its permissions, POSIX access control list and
+/// users' attributes, and where possible its owner; one that nobody may write, or this process may not, is
+/// refused. Folders that are missing above it are made. After a failure the old file is as it was, unless the
+/// failure says otherwise, and nothing is left beside it; what a process that was killed a minute ago or
+/// earlier left there is removed. Usable on any thread.
 ///
 /// When `identity` is given it receives the identity of the new file, empty when somebody else has changed
 /// that meanwhile.

@@ -15,7 +15,8 @@ constexpr const char* kAccessControlList = "system.posix_acl_access";
 constexpr BasicStringRef kOfUsers = "user.";
 
 bool isToBeLeftOut(int code) noexcept {
-  return code == ENOTSUP || code == ENODATA || code == EACCES || code == EPERM;
+  const bool isGone = code == ENODATA || code == ENOENT || code == ENOTDIR;  // perhaps with its file
+  return isGone || code == ENOTSUP || code == EACCES || code == EPERM;
 }
 
 /// What a call that fills a buffer gives, whose size it tells when there is none; empty, with errno, when it

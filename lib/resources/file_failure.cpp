@@ -16,7 +16,7 @@ BasicStringRef hintFor(int code) {
     case EACCES:
     case EPERM:
     case EROFS:
-      return "make the file and its folder writable";
+      return "make the file and its folder readable and writable";
     case ENOENT:
     case ENOTDIR:
       return "make the folder";

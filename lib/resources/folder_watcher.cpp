@@ -32,6 +32,8 @@ constexpr std::size_t kMostFolders = 100'000;
 /// Watches are shared by all of a user's programs. Files of several names beyond are only looked at.
 constexpr std::size_t kMostWatchedFiles = 1000;
 
+constexpr FolderWatcher::Clock::duration kWritingStep = std::chrono::milliseconds(100);
+
 constexpr std::size_t kBufferSize = std::size_t{64} * 1024;
 
 constexpr const char* kOtherWay =
@@ -310,7 +312,10 @@ void FolderWatcher::handleFolder(const Key& key, const struct stat& status) {
 
 void FolderWatcher::noteWriting(const Key& folder, const std::string& name) {
   const Clock::time_point now = Clock::now();
-  folders_[folder].written[name] = now;
+  const auto [known, isNew] = folders_[folder].written.try_emplace(name, now);
+  // Each block that is written tells of itself; finding the links anew for each would take too long.
+  if (!isNew && now - known->second < kWritingStep) return;
+  known->second = now;
   if (links_.empty()) return;
   for (const auto& [linking, link] : linksTo(resolvedPath(pathOf(folder) / name)))
     folders_[linking].written[link] = now;

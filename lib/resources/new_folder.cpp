@@ -25,6 +25,7 @@ std::optional<FileFailure> makeFolder(const fs::path& folder) {
   std::error_code error;
   if (folder.empty() || fs::is_directory(folder, error)) return std::nullopt;
   const fs::path above = folderAbove(folder);
+  if (above == folder) return failedStep("making the folder", folder, ENOENT);
   if (auto failure = makeFolder(above)) return failure;
   if (::mkdir(folder.c_str(), kNewFolder) != 0) {
     const int code = errno;
@@ -33,7 +34,7 @@ std::optional<FileFailure> makeFolder(const fs::path& folder) {
     return failedStep("making the folder", folder, code);
   }
   const Descriptor descriptor = openFolder(above);
-  if (descriptor && flushFolder(descriptor.get())) return std::nullopt;
+  if (descriptor ? flushFolder(descriptor.get()) : errno == EACCES) return std::nullopt;
   auto failure = failedStep("flushing the folder of", folder, errno);
   ::rmdir(folder.c_str());  // or nobody would flush it any more
   return failure;

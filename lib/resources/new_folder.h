@@ -8,9 +8,9 @@
 
 namespace Tal {
 
-/// Makes a folder, and those above it that are missing, and does not return before the disk has them. A
-/// folder that is there already is none of its business. After a failure the folder in question is not there;
-/// those above it may be.
+/// Makes a folder, and those above it that are missing, and does not return before the disk has them, where
+/// they stand in a folder that may be read. A folder that is there already is none of its business. After a
+/// failure the folder in question is not there; those above it may be.
 std::optional<FileFailure> makeFolder(const std::filesystem::path& folder);
 
 /// Brings to the disk which files a folder holds. False, with errno, when that fails; a file system that

@@ -89,7 +89,7 @@ SmartPointer<SectionDocument> SectionCache::documentOf(const std::string& name,
   const auto identity = identityAt(file);
   if (!identity) return nullptr;
   Entry& entry = entries_[name];
-  if (entry.document && entry.document->isCurrent(*identity)) return entry.document;
+  if (entry.document && entry.document->isCurrent(file, *identity)) return entry.document;
   drop(entry);
   const bool isRefused = entry.refused && entry.refused->version == *identity;
   if (isRefused && !entry.refused->isRecent) return nullptr;

@@ -38,7 +38,7 @@ std::string adviceOf(const FileFailure& failure) {
 struct Text {
   Xml::Source utf8;
   Xml::Encoding encoding = Xml::Encoding::utf8;
-  std::optional<Fingerprint> converted;  ///< of the bytes that the text was made of; empty when it is these
+  std::optional<Fingerprint> converted;  ///< of the file's bytes, where the encoding may make others of them
 };
 
 std::optional<Text> textOf(Xml::Source bytes, Xml::ParseError& error) {
@@ -126,7 +126,8 @@ void SectionDocument::noteIdentity(const std::optional<FileIdentity>& identity) 
   isRecent_ = identity && isRecent(*identity);
 }
 
-bool SectionDocument::isCurrent(const FileIdentity& now) {
+bool SectionDocument::isCurrent(const std::filesystem::path& file, const FileIdentity& now) {
+  if (file != file_) return false;  // another root's, which comes first now
   if (identity_ == now && !isRecent_) return true;
   return identity_ && identity_->size == now.size && isBaseInFile();
 }

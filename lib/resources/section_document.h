@@ -46,9 +46,9 @@ class SectionDocument : public SafeReferenceCount {
   /// file.
   const std::optional<FileIdentity>& identity() const noexcept { return identity_; }
 
-  /// Whether the file, whose identity is now `now`, still holds the bytes that this document goes back to.
-  /// The file is read when its identity does not tell.
-  bool isCurrent(const FileIdentity& now);
+  /// Whether `file`, whose identity is now `now`, is this document's and still holds the bytes that it goes
+  /// back to. The file is read when its identity does not tell.
+  bool isCurrent(const std::filesystem::path& file, const FileIdentity& now);
 
   /// Makes the identity tell nothing until the file was read again.
   void doubt() noexcept { isRecent_ = true; }
@@ -103,8 +103,7 @@ class SectionDocument : public SafeReferenceCount {
   Xml::Tree tree_;
   Xml::Encoding encoding_;
   std::optional<FileIdentity> identity_;
-  std::optional<Fingerprint>
-      base_;  ///< of the file's bytes; empty as long as they are the tree's source in UTF-8
+  std::optional<Fingerprint> base_;  ///< of the file's bytes; without it they are the tree's source
   std::uint64_t savedRevision_ = 0;
   std::uint64_t contentStamp_ = 0;     ///< 0: none was given yet
   std::uint64_t stampedRevision_ = 0;  ///< the one that the stamp stands for

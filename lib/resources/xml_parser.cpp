@@ -25,7 +25,7 @@ constexpr float kMostAmplification = 10;
 ParseError errorAt(XML_Parser parser, BasicStringRef source, std::string reason) {
   const auto line = static_cast<std::size_t>(XML_GetCurrentLineNumber(parser));
   const auto column = static_cast<std::size_t>(XML_GetCurrentColumnNumber(parser)) + 1;
-  const bool isBehindMark = line == 1 && column > 1 && source.starts_with("\xEF\xBB\xBF");
+  const bool isBehindMark = line == 1 && column > 1 && source.starts_with(kByteOrderMark);
   return {line, isBehindMark ? column - 1 : column, std::move(reason)};
 }
 
@@ -226,7 +226,9 @@ std::optional<Tree> parse(Source source, ParseError& error) {
   Tree::Parsed parsed;
   parsed.source = std::move(source);
   if (parseQuickly(parsed)) return Tree(std::move(parsed));
-  return parseAny(std::move(parsed.source), error);
+  source = std::move(parsed.source);
+  parsed = {};  // what it holds is not to lie beside what the other parser makes
+  return parseAny(std::move(source), error);
 }
 
 bool parseQuickly(Tree::Parsed& parsed) {

@@ -1,4 +1,5 @@
 #include <core/ascii_case.h>
+#include <resources/parse_error.h>
 #include <resources/same_text.h>
 #include <resources/xml_plain_parser.h>
 #include <resources/xml_text.h>
@@ -16,8 +17,6 @@ namespace {
 constexpr std::size_t kMostAttributes = 16;
 
 constexpr std::size_t kLargestExpansion = std::size_t{1} << 20U;
-
-constexpr BasicStringRef kCdataBegin = "<![CDATA[";
 
 enum CharacterClass : std::uint8_t {
   kNameStart = 1,
@@ -111,7 +110,7 @@ class PlainParser {
   }
 
   bool skipDeclaration() noexcept {
-    take("\xEF\xBB\xBF");
+    take(kByteOrderMark);
     constexpr BasicStringRef kBegin = "<?xml";
     if (!isAt(kBegin) || isOf(text_.data()[at_ + kBegin.size()], kName)) return true;
     at_ += kBegin.size();
@@ -169,7 +168,7 @@ class PlainParser {
 
   bool characterData() noexcept {
     at_ += kCdataBegin.size();
-    return charactersTo("]]>");
+    return charactersTo(kCdataEnd);
   }
 
   /// Goes on past the next `what`, behind characters that XML can hold.

@@ -8,9 +8,6 @@
 namespace Tal::Xml {
 namespace {
 
-constexpr BasicStringRef kCdataBegin = "<![CDATA[";
-constexpr BasicStringRef kCdataEnd = "]]>";
-
 /// The end of a construct that begins at `position` and is closed by `closing`.
 std::size_t endBehind(BasicStringRef raw, std::size_t position, BasicStringRef closing) noexcept {
   const auto found = raw.find(closing, position);

@@ -16,6 +16,9 @@ namespace Tal::Xml {
 /// The document's own text entities, name to replacement text.
 using Entities = std::map<std::string, std::string, std::less<>>;
 
+constexpr BasicStringRef kCdataBegin = "<![CDATA[";
+constexpr BasicStringRef kCdataEnd = "]]>";
+
 constexpr bool isSpace(char c) noexcept {
   return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }

@@ -37,7 +37,8 @@ TEST_F(Init, OverwritesNothing) {
 
 TEST_F(Init, SaysWhyAFolderCannotBeMade) {
   folder_.write("file", "");
-  EXPECT_EQ(refusal({"init", "file"}), "\"file/scripts\" cannot be made: Not a directory");
+  EXPECT_EQ(refusal({"init", "file"}),
+            "making the folder \"file\": File exists; move the file of that name away");
 }
 
 class Import : public CommandLine {

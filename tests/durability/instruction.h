@@ -11,9 +11,9 @@ inline std::string instructionFor(int code) {
   static const std::map<int, std::string> instructions = {
       {ENOSPC, "free some space"},
       {EDQUOT, "free some space"},
-      {EACCES, "make the file and its folder writable"},
-      {EPERM, "make the file and its folder writable"},
-      {EROFS, "make the file and its folder writable"},
+      {EACCES, "make the file and its folder readable and writable"},
+      {EPERM, "make the file and its folder readable and writable"},
+      {EROFS, "make the file and its folder readable and writable"},
       {EIO, "check the disk"},
       {EMFILE, "close some files or raise the limit (ulimit -n)"},
   };

@@ -9,7 +9,9 @@
 
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -217,6 +219,51 @@ TEST(TheContentStamp, StaysWhenTheFileIsTouchedOrReplacedByTheSameBytes) {
     EXPECT_NE(other->contentStamp(), stamp) << content;
     EXPECT_EQ(other->childCount(), 0) << content;
   }
+}
+
+/// Two roots, of which the first holds nothing yet; of a resource that both hold, the first one's counts.
+class TwoRoots {
+ public:
+  TwoRoots() {
+    Tal::FS::setFileSystem(
+        std::make_unique<Tal::FS::MultiFileSystem>(std::vector<fs::path>{first_ / "", second_ / ""}));
+  }
+  ~TwoRoots() {
+    Tal::FS::setFileSystem(nullptr);
+    Tal::DataSectionCache::clear();
+  }
+  TwoRoots(const TwoRoots&) = delete;
+  TwoRoots& operator=(const TwoRoots&) = delete;
+
+  const support::TemporaryFolder& first() const { return first_; }
+  const support::TemporaryFolder& second() const { return second_; }
+
+ private:
+  support::TemporaryFolder first_;
+  support::TemporaryFolder second_;
+};
+
+TEST(TheCache, LeavesTheDocumentOfARootForAFileThatComesFirstNow) {
+  for (const bool isSame : {false, true}) {
+    const TwoRoots roots;
+    roots.second().write("a.xml", "<r>1</r>");
+    EXPECT_EQ(openResource("a.xml")->value(), "1");
+    roots.first().write("a.xml", isSame ? "<r>1</r>" : "<r>2</r>");
+    const auto section = openResource("a.xml");
+    EXPECT_EQ(section->value(), isSame ? "1" : "2");
+    section->setValue("3");
+    EXPECT_TRUE(section->save());
+    EXPECT_EQ(roots.first().read("a.xml"), "<r>3</r>");
+    EXPECT_EQ(roots.second().read("a.xml"), "<r>1</r>");
+  }
+  const TwoRoots roots;
+  roots.second().write("a.xml", "<r>1</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "1");
+  fs::create_hard_link(roots.second() / "a.xml", roots.first() / "a.xml");
+  const auto section = openResource("a.xml");
+  section->setValue("3");
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(roots.first().read("a.xml"), "<r>3</r>");
 }
 
 TEST(TheContentStamp, OfASavedDocumentInLatin1IsThatOfItsFileReadAnew) {
