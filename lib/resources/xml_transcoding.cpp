@@ -175,8 +175,9 @@ char* putLatin1(BasicStringRef text, char* out) noexcept {
     } else if (isAscii(*at)) {
       *out++ = *at++;
     } else {
-      *out++ = static_cast<char>(static_cast<unsigned char>(at[0]) << 6U |
-                                 (static_cast<unsigned char>(at[1]) & 0x3FU));
+      const std::uint32_t lead = static_cast<unsigned char>(at[0]);
+      const std::uint32_t trail = static_cast<unsigned char>(at[1]);
+      *out++ = static_cast<char>(lead << 6U | (trail & 0x3FU));
       at += 2;
     }
   }
