@@ -112,7 +112,9 @@ class PlainParser {
   bool skipDeclaration() noexcept {
     take(kByteOrderMark);
     constexpr BasicStringRef kBegin = "<?xml";
-    if (!isAt(kBegin) || isOf(text_.data()[at_ + kBegin.size()], kName)) return true;
+    if (!isAt(kBegin)) return true;
+    const BasicStringRef rest = text_.substr(at_ + kBegin.size());
+    if (!rest.empty() && isOf(rest.front(), kName)) return true;  // an instruction of a longer name
     at_ += kBegin.size();
     BasicStringRef value;
     if (!setting("version", value) || value != "1.0") return false;
@@ -308,10 +310,8 @@ class PlainParser {
 
   bool reference() noexcept {
     static constexpr std::array<BasicStringRef, 5> kBuiltIn = {"&lt;", "&gt;", "&amp;", "&quot;", "&apos;"};
-    if (!isAt("&#"))
-      return std::any_of(kBuiltIn.begin(), kBuiltIn.end(),
-                         [this](BasicStringRef one) { return take(one); }) ||
-             ownReference();
+    const auto isHere = [this](BasicStringRef one) { return take(one); };
+    if (!isAt("&#")) return std::any_of(kBuiltIn.begin(), kBuiltIn.end(), isHere) || ownReference();
     at_ += 2;
     const bool isHex = take('x');
     const std::size_t begin = at_;
