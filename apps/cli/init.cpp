@@ -53,8 +53,8 @@ void makeAll(const fs::path& root) {
   std::vector<fs::path> made;
   try {
     for (const NewFile& file : newFiles()) {
+      made.push_back(root / file.name);  // what fails may be there all the same
       make(file);
-      made.push_back(root / file.name);
     }
   } catch (const Refusal&) {
     std::error_code ignored;

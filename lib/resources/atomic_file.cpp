@@ -44,10 +44,6 @@ fs::path targetOf(const fs::path& file) {
   return error ? file : target;
 }
 
-fs::path folderOf(const fs::path& file) {
-  return file.has_parent_path() ? file.parent_path() : fs::path(".");
-}
-
 /// Whether a temporary file was written long enough ago that its writer has locked it if he lives.
 bool isOld(int descriptor) {
   struct stat status {};
@@ -116,7 +112,7 @@ class Replacement {
   }
 
   std::optional<FileFailure> open() {
-    const fs::path folder = folderOf(file_);
+    const fs::path folder = folderAbove(file_);
     folder_ = openFolder(folder);
     if (!folder_) return fail("opening the folder", folder);
     makeTemporary();
@@ -145,8 +141,8 @@ class Replacement {
     const bool isOwnerOther = made.st_uid != old_.st_uid || made.st_gid != old_.st_gid;
     if (isOwnerOther && !setOwner(old_.st_uid) && !setOwner(made.st_uid) && errno != EPERM)
       return fail("setting the owner of", temporary_);
-    if (!copyAttributes(file_, descriptor_.get())) return fail("setting the attributes of", temporary_);
-    const mode_t mode = old_.st_mode & kPermissions;
+    mode_t mode = old_.st_mode & kPermissions;
+    if (!copyAttributes(file_, descriptor_.get(), mode)) return fail("setting the attributes of", temporary_);
     if (retried([&] { return ::fchmod(descriptor_.get(), mode); }) != 0)
       return fail("setting the permissions of", temporary_);
     return std::nullopt;
@@ -158,7 +154,7 @@ class Replacement {
 
   /// What processes that were killed while they saved this file have left beside it.
   void removeLeftOvers() const {
-    const fs::path folder = folderOf(file_);
+    const fs::path folder = folderAbove(file_);
     const std::string beginning = '.' + file_.filename().string() + '.';
     for (const std::string& name : FS::namesIn(folder).value_or(std::vector<std::string>())) {
       if (!name.starts_with(beginning) || !isTemporaryName(name) || isOfAnotherLivingProcess(name, beginning))

@@ -5,6 +5,8 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 
@@ -13,10 +15,23 @@ namespace {
 
 constexpr const char* kAccessControlList = "system.posix_acl_access";
 constexpr BasicStringRef kOfUsers = "user.";
+constexpr mode_t kGroupRights = 0070;
 
+/// Whether an error only says that an attribute cannot be there, or not for whoever saves.
 bool isToBeLeftOut(int code) noexcept {
-  const bool isGone = code == ENODATA || code == ENOENT || code == ENOTDIR;  // perhaps with its file
-  return isGone || code == ENOTSUP || code == EACCES || code == EPERM;
+  switch (code) {
+    case ENODATA:
+    case ENOENT:  // with its file
+    case ENOTDIR:
+    case ENOTSUP:
+    case ENOSYS:
+    case EINVAL:  // a user of the list whom this system does not know
+    case EACCES:
+    case EPERM:
+      return true;
+    default:
+      return false;
+  }
 }
 
 /// What a call that fills a buffer gives, whose size it tells when there is none; empty, with errno, when it
@@ -36,16 +51,52 @@ std::optional<std::string> filledBy(const Call& call) {
   }
 }
 
+std::optional<std::string> attributeOf(const std::filesystem::path& file, const char* name) {
+  return filledBy(
+      [&](char* buffer, std::size_t size) { return ::getxattr(file.c_str(), name, buffer, size); });
+}
+
+bool setAttribute(int file, const char* name, const std::string& value) {
+  return ::fsetxattr(file, name, value.data(), value.size(), 0) == 0;
+}
+
+/// What an access control list, as the system hands it out, gives the owning group, as bits of a mode: a
+/// number for its version, and entries of a kind, rights and a number.
+mode_t groupRightsIn(BasicStringRef list) {
+  constexpr std::size_t kEntry = 8;
+  constexpr std::uint16_t kOwningGroup = 0x04;
+  for (std::size_t at = 4; at + kEntry <= list.size(); at += kEntry) {
+    std::uint16_t kind = 0;
+    std::uint16_t rights = 0;
+    std::memcpy(&kind, list.data() + at, sizeof(kind));
+    std::memcpy(&rights, list.data() + at + sizeof(kind), sizeof(rights));
+    if (kind == kOwningGroup) return static_cast<mode_t>(rights) << 3U;
+  }
+  return 0;
+}
+
+bool copyAccessControlList(const std::filesystem::path& from, int to, mode_t& mode) {
+  const auto list = attributeOf(from, kAccessControlList);
+  if (list && setAttribute(to, kAccessControlList, *list)) return true;
+  if (!isToBeLeftOut(errno)) return false;
+  // Beside a list, a mode tells of the group what others on the list may have.
+  if (list) mode &= ~kGroupRights | groupRightsIn(*list);
+  return !list || ::fremovexattr(to, kAccessControlList) == 0 || isToBeLeftOut(errno);
+}
+
+bool removeAccessControlList(int file) {
+  const bool isThere = ::fgetxattr(file, kAccessControlList, nullptr, 0) > 0;
+  return !isThere || ::fremovexattr(file, kAccessControlList) == 0 || isToBeLeftOut(errno);
+}
+
 bool copyAttribute(const std::filesystem::path& from, int to, const char* name) {
-  const auto value =
-      filledBy([&](char* buffer, std::size_t size) { return ::getxattr(from.c_str(), name, buffer, size); });
-  const bool isCopied = value && ::fsetxattr(to, name, value->data(), value->size(), 0) == 0;
-  return isCopied || isToBeLeftOut(errno);
+  const auto value = attributeOf(from, name);
+  return (value && setAttribute(to, name, *value)) || isToBeLeftOut(errno);
 }
 
 }  // namespace
 
-bool copyAttributes(const std::filesystem::path& from, int to) {
+bool copyAttributes(const std::filesystem::path& from, int to, mode_t& mode) {
   const auto names =
       filledBy([&](char* buffer, std::size_t size) { return ::listxattr(from.c_str(), buffer, size); });
   if (!names && !isToBeLeftOut(errno)) return false;
@@ -53,11 +104,10 @@ bool copyAttributes(const std::filesystem::path& from, int to) {
   for (BasicStringRef rest = names ? BasicStringRef(*names) : BasicStringRef(); !rest.empty();) {
     const BasicStringRef name = rest.substr(0, rest.find('\0'));
     rest.remove_prefix(name.size() + 1);
-    const bool isList = name == kAccessControlList;
-    if ((isList || name.starts_with(kOfUsers)) && !copyAttribute(from, to, name.data())) return false;
-    hasList = hasList || isList;
+    hasList = hasList || name == kAccessControlList;
+    if (name.starts_with(kOfUsers) && !copyAttribute(from, to, name.data())) return false;
   }
-  return hasList || ::fremovexattr(to, kAccessControlList) == 0 || isToBeLeftOut(errno);
+  return hasList ? copyAccessControlList(from, to, mode) : removeAccessControlList(to);
 }
 
 }  // namespace Tal

@@ -1,14 +1,16 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <filesystem>
 
 namespace Tal {
 
 /// Gives a new file the extended attributes of the one that it is to replace: the POSIX access control list,
 /// and what users and their programs have noted there; all others are the system's to set. Where the old file
-/// has no access control list, the new one loses that which its folder has given it. What the file system
-/// does not hold, or who may write the file may not read, is left out. False, with errno, when the rest
-/// cannot be done.
-bool copyAttributes(const std::filesystem::path& from, int to);
+/// has no such list, the new one loses that which its folder has given it. What cannot be there, or who may
+/// write the file may not read, is left out; of `mode`, the old file's, the group keeps only its own rights
+/// when that is the list. False, with errno, when the rest cannot be done.
+bool copyAttributes(const std::filesystem::path& from, int to, mode_t& mode);
 
 }  // namespace Tal

@@ -299,7 +299,7 @@ void FolderWatcher::handleEntry(const Key& folder, const std::string& name, std:
   if ((mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) != 0 || isMadeWhole) {
     notePresence(folder, name, status);
   } else if (status.st_size == 0) {
-    known->second.written[name] = Clock::now();
+    noteWriting(folder, name);
   }
 }
 

@@ -15,23 +15,30 @@ namespace fs = std::filesystem;
 
 constexpr mode_t kNewFolder = 0777;  // but for what the process's mask takes away
 
-fs::path folderAbove(const fs::path& folder) {
-  return folder.has_parent_path() ? folder.parent_path() : fs::path(".");
+FileFailure failedMaking(const fs::path& folder, int code) {
+  FileFailure failure = failedStep("making the folder", folder, code);
+  if (code == EACCES || code == EPERM || code == EROFS)
+    failure.hint = "make the folder above it writable, or choose another place,";
+  return failure;
 }
 
 }  // namespace
+
+fs::path folderAbove(const fs::path& path) {
+  return path.has_parent_path() ? path.parent_path() : fs::path(".");
+}
 
 std::optional<FileFailure> makeFolder(const fs::path& folder) {
   std::error_code error;
   if (folder.empty() || fs::is_directory(folder, error)) return std::nullopt;
   const fs::path above = folderAbove(folder);
-  if (above == folder) return failedStep("making the folder", folder, ENOENT);
+  if (above == folder) return failedMaking(folder, ENOENT);
   if (auto failure = makeFolder(above)) return failure;
   if (::mkdir(folder.c_str(), kNewFolder) != 0) {
     const int code = errno;
     // Another program may have made it meanwhile.
     if (code == EEXIST && fs::is_directory(folder, error)) return std::nullopt;
-    return failedStep("making the folder", folder, code);
+    return failedMaking(folder, code);
   }
   const Descriptor descriptor = openFolder(above);
   if (descriptor ? flushFolder(descriptor.get()) : errno == EACCES) return std::nullopt;

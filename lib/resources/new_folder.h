@@ -13,6 +13,9 @@ namespace Tal {
 /// failure the folder in question is not there; those above it may be.
 std::optional<FileFailure> makeFolder(const std::filesystem::path& folder);
 
+/// The folder that a path stands in: "." for a name alone.
+std::filesystem::path folderAbove(const std::filesystem::path& path);
+
 /// Brings to the disk which files a folder holds. False, with errno, when that fails; a file system that
 /// keeps its own order is left to it.
 bool flushFolder(int descriptor);

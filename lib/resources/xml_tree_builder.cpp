@@ -8,10 +8,13 @@ namespace {
 /// How many elements a document has, guessed from its beginning; a little too many rather than too few.
 std::size_t expectedNodes(BasicStringRef source) {
   constexpr std::size_t kSample = std::size_t{1} << 16U;
+  constexpr std::size_t kLeastBytes = 8;  // of an element
   const BasicStringRef sample = source.substr(0, kSample);
   const auto tags = static_cast<std::size_t>(std::count(sample.begin(), sample.end(), '<'));
   const std::size_t inSample = tags / 2 + 1;
-  return source.size() <= kSample ? inSample : source.size() / kSample * (inSample + inSample / 8);
+  if (source.size() <= kSample) return inSample;
+  // The beginning may be made of other stuff than the rest: no more memory than a few times the document's.
+  return std::min(source.size() / kSample * (inSample + inSample / 8), source.size() / kLeastBytes);
 }
 
 }  // namespace

@@ -184,6 +184,21 @@ TEST(ALook, LeavesALinkAloneWhileTheWriterOfItsTargetPauses) {
   EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
 }
 
+TEST(ALook, LeavesALinkAloneWhileTheWriterOfItsNewTargetPauses) {
+  const TemporaryFolder root;
+  root.write("store/a.xml", "whole");
+  fs::create_symlink("store/a.xml", root / "a.xml");
+  HandWatch watch(root, std::chrono::hours(1));
+  fs::rename(root / "store/a.xml", root / "store/a.xml~");
+  std::ofstream stream(root / "store/a.xml");
+  watch.changes();
+  stream << "half" << std::flush;
+  EXPECT_THAT(watch.changes(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  stream.close();
+  EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml", "modified store/a.xml"));
+}
+
 TEST(ALook, NotesAFileWhoseWriterPausesForLongAndAgainAtItsEnd) {
   const TemporaryFolder root;
   root.write("a.xml", "");
