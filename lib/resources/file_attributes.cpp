@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* kAccessControlList = "system.posix_acl_access";
 constexpr BasicStringRef kOfUsers = "user.";
-constexpr mode_t kGroupRights = 0070;
+constexpr std::uint32_t kGroupRights = 0070;
 
 /// Whether an error only says that an attribute cannot be there, or not for whoever saves.
 bool isToBeLeftOut(int code) noexcept {
@@ -62,7 +62,7 @@ bool setAttribute(int file, const char* name, const std::string& value) {
 
 /// What an access control list, as the system hands it out, gives the owning group, as bits of a mode: a
 /// number for its version, and entries of a kind, rights and a number.
-mode_t groupRightsIn(BasicStringRef list) {
+std::uint32_t groupRightsIn(BasicStringRef list) {
   constexpr std::size_t kEntry = 8;
   constexpr std::uint16_t kOwningGroup = 0x04;
   for (std::size_t at = 4; at + kEntry <= list.size(); at += kEntry) {
@@ -70,12 +70,12 @@ mode_t groupRightsIn(BasicStringRef list) {
     std::uint16_t rights = 0;
     std::memcpy(&kind, list.data() + at, sizeof(kind));
     std::memcpy(&rights, list.data() + at + sizeof(kind), sizeof(rights));
-    if (kind == kOwningGroup) return static_cast<mode_t>(rights) << 3U;
+    if (kind == kOwningGroup) return std::uint32_t{rights} << 3U;
   }
   return 0;
 }
 
-bool copyAccessControlList(const std::filesystem::path& from, int to, mode_t& mode) {
+bool copyAccessControlList(const std::filesystem::path& from, int to, std::uint32_t& mode) {
   const auto list = attributeOf(from, kAccessControlList);
   if (list && setAttribute(to, kAccessControlList, *list)) return true;
   if (!isToBeLeftOut(errno)) return false;
@@ -96,7 +96,7 @@ bool copyAttribute(const std::filesystem::path& from, int to, const char* name) 
 
 }  // namespace
 
-bool copyAttributes(const std::filesystem::path& from, int to, mode_t& mode) {
+bool copyAttributes(const std::filesystem::path& from, int to, std::uint32_t& mode) {
   const auto names =
       filledBy([&](char* buffer, std::size_t size) { return ::listxattr(from.c_str(), buffer, size); });
   if (!names && !isToBeLeftOut(errno)) return false;

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <sys/types.h>
-
+#include <cstdint>
 #include <filesystem>
 
 namespace Tal {
@@ -11,6 +10,6 @@ namespace Tal {
 /// has no such list, the new one loses that which its folder has given it. What cannot be there, or who may
 /// write the file may not read, is left out; of `mode`, the old file's, the group keeps only its own rights
 /// when that is the list. False, with errno, when the rest cannot be done.
-bool copyAttributes(const std::filesystem::path& from, int to, mode_t& mode);
+bool copyAttributes(const std::filesystem::path& from, int to, std::uint32_t& mode);
 
 }  // namespace Tal
