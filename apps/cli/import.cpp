@@ -51,6 +51,8 @@ std::vector<NamePair> namePairs(const std::string& option, const std::string& fo
   return pairs;
 }
 
+constexpr std::uint32_t kLargestKind = 2147483647;
+
 std::vector<std::pair<std::string, std::uint32_t>> kindPairs(const std::vector<std::string>& texts) {
   std::vector<std::pair<std::string, std::uint32_t>> pairs;
   for (const std::string& text : texts) {
@@ -58,10 +60,10 @@ std::vector<std::pair<std::string, std::uint32_t>> kindPairs(const std::vector<s
     std::uint32_t kind = 0;
     const char* const end = digits.data() + digits.size();
     const auto parsed = std::from_chars(digits.data(), end, kind);
-    if (parsed.ec != std::errc() || parsed.ptr != end) {
+    if (parsed.ec != std::errc() || parsed.ptr != end || kind > kLargestKind) {
       throw CLI::ValidationError(
-          "--kind",
-          quotedName(text) + " is not of the form MATERIAL=NUMBER with a number from 0 to 4294967295");
+          "--kind", quotedName(text) + " is not of the form MATERIAL=NUMBER with a number from 0 to " +
+                        std::to_string(kLargestKind));
     }
     pairs.emplace_back(material, kind);
   }

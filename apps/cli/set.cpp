@@ -70,7 +70,7 @@ void addSet(CLI::App& program, Tool& tool) {
       ->add_option("KEY=VALUE", options->assignments,
                    "A value by its key in the database (health, effectScale, effectHP, ...; for a structure "
                    "itself achievementTag), or by the name that panels display (\"Hit effect\"). An empty "
-                   "value clears the key")
+                   "text clears the key")
       ->required();
   command->footer(
       "Examples:\n"

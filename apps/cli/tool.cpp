@@ -50,8 +50,9 @@ std::vector<fs::path> rootsOfList(std::string_view list) {
 std::vector<fs::path> rootUpwards() {
   std::error_code error;
   for (fs::path folder = fs::current_path(error); !error; folder = folder.parent_path()) {
+    // Also one that cannot be read, rather than another one further up.
     std::error_code ignored;
-    if (fs::is_regular_file(folder / kDatabase, ignored)) return {folder};
+    if (fs::exists(fs::symlink_status(folder / kDatabase, ignored))) return {folder};
     if (folder == folder.parent_path()) break;
   }
   return {};

@@ -93,7 +93,9 @@ void explainByPath(KsDestructiblesHelper& helper, HealthExplanation& explanation
 
 std::string sizeText(const std::optional<Extent>& extent) {
   if (!extent) return "its visual cannot be opened, so its size is unknown";
-  const std::string volume = std::isfinite(extent->volume) ? floatText(extent->volume) : "not a number";
+  const std::string volume = std::isnan(extent->volume)   ? "not a number"
+                             : std::isinf(extent->volume) ? "more than any number"
+                                                          : floatText(extent->volume);
   return "its bounding box has a volume of " + volume + (isSmall(*extent) ? " (below 3)" : " (3 or more)");
 }
 

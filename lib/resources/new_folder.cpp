@@ -18,7 +18,7 @@ constexpr mode_t kNewFolder = 0777;  // but for what the process's mask takes aw
 FileFailure failedMaking(const fs::path& folder, int code) {
   FileFailure failure = failedStep("making the folder", folder, code);
   if (code == EACCES || code == EPERM || code == EROFS)
-    failure.hint = "make the folder above it writable, or choose another place,";
+    failure.hint = "choose another place or make the folder above it writable";
   return failure;
 }
 

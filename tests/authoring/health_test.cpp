@@ -111,6 +111,13 @@ TEST_F(Estimate, OfASmallObjectNamesItsVolume) {
   EXPECT_EQ(healthReason(explanation), "a small object, its bounding box has a volume of 0.5 (below 3)");
 }
 
+TEST_F(Estimate, OfAnObjectBeyondAllNumbersSaysSo) {
+  support::writeModel(root_, "content/environment/sky",
+                      {.materials = {{"n_sky", 73}}, .corner = "1e38 1e38 1e38"});
+  EXPECT_EQ(healthReason(open("content/environment/sky.model")->explainHealth()),
+            "an environment object, its bounding box has a volume of more than any number (3 or more)");
+}
+
 TEST_F(Estimate, OfABigObjectNamesItsCategory) {
   const auto session = open(kCrate);
   HealthExplanation explanation = session->explainHealth();

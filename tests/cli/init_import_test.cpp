@@ -93,8 +93,9 @@ TEST_F(Import, RefusesNamesThatTheFileDoesNotHold) {
 
 TEST_F(Import, TakesMalformedOptionsForWrongUsage) {
   const std::string model = "content/props/barrel.model";
-  for (const char* const kind : {"Material.001", "Material.001=", "=73", "Material.001=x", "Material.001=-1",
-                                 "Material.001=4294967296", "Material.001=7.5", "Material.001= 7"}) {
+  for (const char* const kind :
+       {"Material.001", "Material.001=", "=73", "Material.001=x", "Material.001=-1",
+        "Material.001=2147483648", "Material.001=4294967296", "Material.001=7.5", "Material.001= 7"}) {
     EXPECT_THAT(misuse({"import", barrel(), model, "--kind", kind}), testing::HasSubstr("MATERIAL=NUMBER"));
   }
   EXPECT_THAT(misuse({"import", barrel(), model, "--material", "a"}), testing::HasSubstr("OLD=NEW"));

@@ -95,6 +95,17 @@ TEST_F(TheProgram, FindsTheNearestRootUpwards) {
   EXPECT_EQ(runIn(folder_ / "content/deep/er", {"show", kCrate}).status, 1);
 }
 
+TEST_F(TheProgram, DoesNotGoPastARootWhoseDatabaseCannotBeRead) {
+  const std::string before = folder_.read(kDatabase);
+  std::filesystem::create_directories(folder_ / "content/scripts");
+  std::filesystem::create_symlink("nowhere", folder_ / "content/scripts/destructibles.xml");
+  const ProcessResult result = runIn(folder_ / "content", {"list"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.err, testing::HasSubstr("scripts/destructibles.xml"));
+  EXPECT_EQ(runIn(folder_ / "content", {"set", kCrate, "health=99"}).status, 1);
+  EXPECT_EQ(folder_.read(kDatabase), before);
+}
+
 TEST_F(TheProgram, SaysHowToGiveARootWhenThereIsNone) {
   const support::TemporaryFolder elsewhere;
   const ProcessResult result = runIn(elsewhere.path(), {"list"});
