@@ -2,6 +2,7 @@
 
 #include <destructibles/fixture.h>
 #include <destructibles/table_text.h>
+#include <support/utf16.h>
 
 #include <string>
 
@@ -49,15 +50,6 @@ constexpr const char16_t* kOfWideCharacters =
     u"\uFEFF<?xml version='1.0' encoding='UTF-16'?>\n"
     u"<root><fragiles><entry><filename>crate</filename><health>5</health>"
     u"<effect>\u00E9 \U0001F600</effect></entry></fragiles></root>\n";
-
-std::string littleEndian(const std::u16string& text) {
-  std::string bytes;
-  for (const char16_t unit : text) {
-    bytes += static_cast<char>(unit & 0xFFU);
-    bytes += static_cast<char>(unit >> 8U);
-  }
-  return bytes;
-}
 
 /// Whether a text that has its root whole ends within a comment behind it.
 bool isWithinComment(const std::string& behindRoot) {
@@ -115,7 +107,7 @@ TEST_F(ADatabaseThatIsCutOff, WithCarriageReturnsIsLoadedWholeOrNotAtAll) {
 TEST_F(ADatabaseThatIsCutOff, InUtf16IsLoadedWholeOrNotAtAll) {
   const std::u16string text = kOfWideCharacters;
   const std::size_t rootEnd = 2 * (text.find(u"</root>") + 7);
-  expectAllOrNothing(littleEndian(text),
+  expectAllOrNothing(support::littleEndian(text),
                      [&](std::size_t length) { return length >= rootEnd && length % 2 == 0; });
 }
 

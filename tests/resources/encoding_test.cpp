@@ -1,5 +1,6 @@
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
+#include <support/utf16.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,27 +9,14 @@
 
 namespace {
 
+using support::bigEndian;
+using support::littleEndian;
 using support::MessageRecorder;
 using support::MountedRoot;
 using support::openResource;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using namespace std::string_literals;
-
-std::string littleEndian(const std::u16string& text) {
-  std::string bytes;
-  for (const char16_t unit : text) {
-    bytes += static_cast<char>(unit & 0xFFU);
-    bytes += static_cast<char>(unit >> 8U);
-  }
-  return bytes;
-}
-
-std::string bigEndian(const std::u16string& text) {
-  std::string bytes = littleEndian(text);
-  for (std::size_t i = 0; i < bytes.size(); i += 2) std::swap(bytes[i], bytes[i + 1]);
-  return bytes;
-}
 
 /// A file after a write of "new" to its key "n", whose old value is "1", and of its other key "t".
 void expectKept(const std::string& before, const std::string& text, const std::string& after) {
