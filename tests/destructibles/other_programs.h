@@ -1,6 +1,7 @@
 #pragma once
 
 #include <destructibles/fixture.h>
+#include <support/utf16.h>
 
 #include <array>
 #include <cstdint>
@@ -55,12 +56,7 @@ inline constexpr std::array<const char*, 2> kVisuals = {
     "<root><boundingBox><min>0 0 0</min><max>2 2 2</max></boundingBox></root>"};
 
 inline std::string utf16(std::string_view text) {
-  std::string bytes = "\xFF\xFE";
-  for (const char character : text) {
-    bytes += character;
-    bytes += '\0';
-  }
-  return bytes;
+  return support::littleEndian(u"\uFEFF" + std::u16string(text.begin(), text.end()));
 }
 
 /// What a file may hold.

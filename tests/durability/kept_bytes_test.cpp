@@ -1,6 +1,8 @@
 // What a save of one model leaves of the database as it was: files of every dress, edits of every sort,
 // compared as bytes.
 
+#include <support/utf16.h>
+
 #include <destructibles/fixture.h>
 #include <resources/data_section_cache.h>
 #include <resources/file_identity.h>
@@ -125,14 +127,8 @@ std::u16string charactersOf(const std::string& text) {
 }
 
 std::string inUtf16(const std::string& text, bool isLittleEndian) {
-  std::string bytes;
-  for (const char16_t unit : u"\uFEFF" + charactersOf(inEncoding(text, "UTF-16"))) {
-    const auto high = static_cast<char>(unit >> 8U);
-    const auto low = static_cast<char>(unit & 0xFFU);
-    bytes += isLittleEndian ? low : high;
-    bytes += isLittleEndian ? high : low;
-  }
-  return bytes;
+  const std::u16string units = u"\uFEFF" + charactersOf(inEncoding(text, "UTF-16"));
+  return isLittleEndian ? support::littleEndian(units) : support::bigEndian(units);
 }
 
 std::string inLatin1(const std::string& text) {
