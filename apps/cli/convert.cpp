@@ -2,6 +2,7 @@
 #include <authoring/session.h>
 #include <cli/commands.h>
 #include <cli/tool.h>
+#include <core/display_text.h>
 #include <core/nearest_name.h>
 
 #include <CLI/CLI.hpp>
@@ -35,11 +36,11 @@ void convert(const ConvertOptions& options, Tool& tool) {
   const KsDestructibleType category = chosen.value_or(session->suggestedCategory());
   const authoring::Outcome outcome = session->convert(category);
   Tool::check(outcome);
-  Tool::save(*session);
+  tool.save(*session);
   const std::string name(authoring::categoryName(category));
   const std::string before = outcome.changes.empty() ? "" : outcome.changes.front().before + " -> ";
-  tool.print(shown(options.model) + ": category " + before + name + (before.empty() ? " already" : "") +
-             "\n");
+  tool.print(escapeControls(options.model) + ": category " + before + name +
+             (before.empty() ? " already" : "") + "\n");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cli/json_text.h>
 #include <cli/table.h>
 #include <cli/tool.h>
+#include <core/display_text.h>
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -44,7 +45,7 @@ Json asJson(const std::vector<CategoryAndEffect>& effects) {
 std::string asTable(const std::vector<CategoryAndEffect>& effects) {
   Table table(0);
   for (const auto& [category, name] : effects)
-    table.add({std::string(authoring::categoryName(category)), shown(name)});
+    table.add({std::string(authoring::categoryName(category)), escapeControls(name)});
   return table.text();
 }
 

@@ -5,6 +5,7 @@
 #include <cli/json_text.h>
 #include <cli/table.h>
 #include <cli/tool.h>
+#include <core/display_text.h>
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -45,7 +46,8 @@ std::string asTable(const HealthExplanation& explanation) {
   table.add({"because", authoring::healthReason(explanation)});
   if (explanation.materials) {
     std::string names;
-    for (const std::string& name : *explanation.materials) names += (names.empty() ? "" : ", ") + shown(name);
+    for (const std::string& name : *explanation.materials)
+      names += (names.empty() ? "" : ", ") + escapeControls(name);
     table.add({"materials", names.empty() ? "none" : names});
   }
   return table.text();

@@ -1,10 +1,10 @@
+#include <authoring/stored_text.h>
 #include <cli/commands.h>
 #include <cli/table.h>
 #include <cli/tool.h>
-#include <core/nearest_name.h>
+#include <core/display_text.h>
 #include <model/gltf_import.h>
 #include <resources/file_system.h>
-#include <resources/xml_text.h>
 
 #include <charconv>
 #include <CLI/CLI.hpp>
@@ -72,11 +72,8 @@ std::vector<std::pair<std::string, std::uint32_t>> kindPairs(const std::vector<s
 
 // The name is going to be a key of the database.
 void checkModelName(const std::string& model) {
-  if (Xml::isStorable(model) && Xml::trimmed(model) == model) return;
-  throw Refusal(
-      "the model name " + quotedName(model) +
-      " cannot stand in the database, which holds UTF-8 without control characters and without white "
-      "space around it; choose another name");
+  const std::string fault = authoring::faultOfModelName(model);
+  if (!fault.empty()) throw Refusal(fault + "; choose another name");
 }
 
 void sayLongWork(const std::string& gltf) {
@@ -102,12 +99,12 @@ std::string kindText(const ImportedMaterial& material) {
 std::string reportOf(const ImportedModel& imported) {
   const std::string names[] = {imported.modelName, imported.visualName, imported.geometryName};
   std::string text;
-  for (const std::string& name : names) text += "made " + shown(name) + "\n";
+  for (const std::string& name : names) text += "made " + escapeControls(name) + "\n";
   Table table(2);
   for (const ImportedMaterial& material : imported.materials)
-    table.add({"material", shown(material.name), kindText(material)});
-  for (const std::string& name : imported.bspMaterials) table.add({"BSP material", shown(name)});
-  for (const std::string& name : imported.hardPoints) table.add({"hard point", shown(name)});
+    table.add({"material", escapeControls(material.name), kindText(material)});
+  for (const std::string& name : imported.bspMaterials) table.add({"BSP material", escapeControls(name)});
+  for (const std::string& name : imported.hardPoints) table.add({"hard point", escapeControls(name)});
   return text + table.text();
 }
 

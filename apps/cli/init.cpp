@@ -1,11 +1,12 @@
 #include <cli/commands.h>
 #include <cli/tool.h>
-#include <core/format.h>
-#include <core/nearest_name.h>
+#include <core/display_text.h>
+#include <destructibles/database_format.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
-#include <resources/new_folder.h>
+#include <resources/files/new_folder.h>
 
+#include <unistd.h>
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <memory>
@@ -26,8 +27,12 @@ struct NewFile {
 
 const std::vector<NewFile>& newFiles() {
   static const std::vector<NewFile> files = {
-      {"scripts/destructibles.xml", {"trees", "fragiles", "fallingAtoms", "structures"}},
-      {"scripts/destructibles_effects.xml", {"fragiles", "fallingAtoms", "structures"}}};
+      {database_format::kDatabaseFile,
+       {database_format::kTreesSection, database_format::kFragilesSection,
+        database_format::kFallingAtomsSection, database_format::kStructuresSection}},
+      {database_format::kEffectsFile,
+       {database_format::kFragilesSection, database_format::kFallingAtomsSection,
+        database_format::kStructuresSection}}};
   return files;
 }
 
@@ -48,13 +53,14 @@ void make(const NewFile& file) {
   if (!document->save()) throw Refusal(file.name + " cannot be written, see the message before this one");
 }
 
-// Both files or none.
+// Both files or none. One whose save fails is not removed: it is another program's, or was made and says that
+// it is not safe from a power cut.
 void makeAll(const fs::path& root) {
   std::vector<fs::path> made;
   try {
     for (const NewFile& file : newFiles()) {
-      made.push_back(root / file.name);  // what fails may be there all the same
       make(file);
+      made.push_back(root / file.name);
     }
   } catch (const Refusal&) {
     std::error_code ignored;
@@ -63,14 +69,37 @@ void makeAll(const fs::path& root) {
   }
 }
 
+/// Removes, unless everything succeeds, the folders that were not there before, as far as they are empty.
+class NewFolders {
+ public:
+  explicit NewFolders(fs::path folder) {
+    std::error_code error;
+    for (; !folder.empty() && !fs::exists(fs::symlink_status(folder, error)); folder = folderAbove(folder))
+      missing_.push_back(folder);
+  }
+  ~NewFolders() {
+    for (const fs::path& folder : missing_) ::rmdir(folder.c_str());
+  }
+  NewFolders(const NewFolders&) = delete;
+  NewFolders& operator=(const NewFolders&) = delete;
+
+  void keep() noexcept { missing_.clear(); }
+
+ private:
+  std::vector<fs::path> missing_;  // the lowest first
+};
+
 void init(const std::string& folder, Tool& tool) {
   if (folder.empty()) throw CLI::ValidationError("DIR", "the folder has no name");
   const fs::path root(folder);
   refuseExisting(root);
+  NewFolders folders(root / "scripts");
   if (const auto failure = makeFolder(root / "scripts")) throw Refusal(failure->text + "; " + failure->hint);
   FS::setFileSystem(std::make_unique<FS::MultiFileSystem>(std::vector<fs::path>{root}));
   makeAll(root);
-  for (const NewFile& file : newFiles()) tool.print("made " + shown((root / file.name).native()) + "\n");
+  folders.keep();
+  for (const NewFile& file : newFiles())
+    tool.print("made " + escapeControls((root / file.name).native()) + "\n");
 }
 
 }  // namespace

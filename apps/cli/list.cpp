@@ -4,6 +4,7 @@
 #include <cli/json_text.h>
 #include <cli/table.h>
 #include <cli/tool.h>
+#include <core/display_text.h>
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -48,7 +49,7 @@ Json asJson(const std::vector<CatalogueEntry>& entries) {
 std::string asTable(const std::vector<CatalogueEntry>& entries) {
   Table table(0);
   for (const CatalogueEntry& entry : entries) {
-    table.add({std::string(authoring::categoryName(entry.category)), shown(entry.model),
+    table.add({std::string(authoring::categoryName(entry.category)), escapeControls(entry.model),
                entry.hasModelFile ? "" : "(no model file)"});
   }
   return table.text();

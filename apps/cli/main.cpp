@@ -1,5 +1,6 @@
 #include <cli/commands.h>
 #include <cli/tool.h>
+#include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <resources/file_system.h>
 

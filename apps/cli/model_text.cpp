@@ -2,6 +2,8 @@
 #include <authoring/record_fields.h>
 #include <cli/model_report.h>
 #include <cli/tool.h>
+#include <core/display_text.h>
+#include <destructibles/database_format.h>
 
 #include <utility>
 #include <vector>
@@ -23,7 +25,7 @@ std::string orNothing(std::string text) {
 template <class Names>
 std::string joined(const Names& names) {
   std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + shown(name);
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + escapeControls(name);
   return orNothing(std::move(text));
 }
 
@@ -34,7 +36,7 @@ std::string section(const std::string& title, const Table& table, const Style& s
 std::string recordText(const std::string& title, const std::vector<NamedField>& fields, const Style& style) {
   Table table(kIndent);
   for (const NamedField& field : fields)
-    table.add({std::string(field.key), orNothing(shown(authoring::textOf(field.value)))});
+    table.add({std::string(field.key), orNothing(escapeControls(authoring::textOf(field.value)))});
   return section(title, table, style);
 }
 
@@ -45,9 +47,9 @@ std::string modulesText(const Description::Modules& modules, const Style& style)
     head.emplace_back(field.key);
   table.add(std::move(head));
   for (const auto& [name, module] : modules) {
-    std::vector<std::string> row = {shown(name)};
+    std::vector<std::string> row = {escapeControls(name)};
     for (const NamedField& field : authoring::fieldsOf(module))
-      row.push_back(orNothing(shown(authoring::textOf(field.value))));
+      row.push_back(orNothing(escapeControls(authoring::textOf(field.value))));
     table.add(std::move(row));
   }
   return section("modules", table, style);
@@ -55,7 +57,8 @@ std::string modulesText(const Description::Modules& modules, const Style& style)
 
 std::string statesText(Session& session, const Style& style) {
   Table table(kIndent);
-  for (const auto& [state, materials] : session.states()) table.add({shown(state), joined(materials)});
+  for (const auto& [state, materials] : session.states())
+    table.add({escapeControls(state), joined(materials)});
   return section("states", table, style);
 }
 
@@ -69,12 +72,12 @@ std::string materialsText(const Session& session, const Style& style) {
   Table table(kIndent);
   table.add({"name", "kind", "class", "part", "visible", "dependencies"});
   for (const authoring::Material& material : session.materials()) {
-    table.add({shown(material.name), std::to_string(material.kind),
+    table.add({escapeControls(material.name), std::to_string(material.kind),
                std::string(authoring::materialClassName(material.materialClass)),
                material.part ? std::to_string(*material.part) : kNothing, material.isVisible ? "yes" : "no",
                kindsText(material.dependencies)});
   }
-  return section("materials in the state " + shown(session.shownState()), table, style);
+  return section("materials in the state " + escapeControls(session.shownState()), table, style);
 }
 
 std::string warningsText(const Session& session, const Style& style) {
@@ -87,11 +90,11 @@ std::string warningsText(const Session& session, const Style& style) {
 std::string overviewText(Session& session, const Description& description) {
   Table table(kIndent);
   std::string category(authoring::categoryName(description.category));
-  if (authoring::isVariantName(session.modelName())) category += " (a variant has none of its own)";
+  if (database_format::isVariantName(session.modelName())) category += " (a variant has none of its own)";
   table.add({"category", category});
   if (session.isMissingInDatabase()) table.add({"in the database", "no"});
   if (description.category == DT_STRUCTURE)
-    table.add({"achievementTag", orNothing(shown(description.achievementTag))});
+    table.add({"achievementTag", orNothing(escapeControls(description.achievementTag))});
   table.add({"hard points", joined(session.hardPoints())});
   table.add({"BSP materials", joined(session.bspMaterials())});
   return table.text();
@@ -101,7 +104,8 @@ std::string overviewText(Session& session, const Description& description) {
 
 std::string modelText(Session& session, const Style& style) {
   const Description description = session.description();
-  std::string text = style.heading(shown(session.modelName())) + "\n" + overviewText(session, description);
+  std::string text =
+      style.heading(escapeControls(session.modelName())) + "\n" + overviewText(session, description);
   if (description.category == DT_STRUCTURE) text += modulesText(description.modules, style);
   if (description.fragile) text += recordText("fragile", authoring::fieldsOf(*description.fragile), style);
   if (description.fallingAtom)

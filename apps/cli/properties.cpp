@@ -3,6 +3,7 @@
 #include <cli/json_text.h>
 #include <cli/table.h>
 #include <cli/tool.h>
+#include <core/display_text.h>
 #include <mio/meta_object.h>
 
 #include <CLI/CLI.hpp>
@@ -45,7 +46,7 @@ std::string widgetText(const Property& property) {
 
 std::string valueText(const Variant& value) {
   const std::string text = value.text();
-  return text.empty() ? "-" : shown(text);
+  return text.empty() ? "-" : escapeControls(text);
 }
 
 std::string optionsText(const BoundProperty& property) {
@@ -57,7 +58,7 @@ std::string optionsText(const BoundProperty& property) {
 std::string asTable(mio::Object& object, const PropertiesOptions& options) {
   Table table(0);
   for (const BoundProperty& property : object.properties()) {
-    std::vector<std::string> row{shown(property.property()->name()), valueText(property.get()),
+    std::vector<std::string> row{escapeControls(property.property()->name()), valueText(property.get()),
                                  widgetText(*property.property())};
     if (options.withOptions) row.push_back(optionsText(property));
     table.add(std::move(row));

@@ -1,7 +1,7 @@
 #include <authoring/session.h>
 #include <cli/commands.h>
 #include <cli/tool.h>
-#include <core/nearest_name.h>
+#include <core/display_text.h>
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -30,12 +30,12 @@ std::vector<authoring::Assignment> parseAssignments(const std::vector<std::strin
 }
 
 std::string valueText(const std::string& value) {
-  return value.empty() ? "(empty)" : shown(value);
+  return value.empty() ? "(empty)" : escapeControls(value);
 }
 
 std::string changeText(const SetOptions& options, const authoring::Outcome& outcome, bool isFileChanged) {
-  const std::string subject =
-      shown(options.model) + (options.hasModule ? " module " + shown(options.module) : "") + ": ";
+  const std::string subject = escapeControls(options.model) +
+                              (options.hasModule ? " module " + escapeControls(options.module) : "") + ": ";
   if (outcome.changes.empty()) {
     return subject + (isFileChanged ? "the values were so already, but the entry was tidied\n"
                                     : "nothing changed, the values were so already\n");
@@ -52,7 +52,7 @@ void set(const SetOptions& options, Tool& tool) {
   const authoring::Outcome outcome =
       options.hasModule ? session->setModule(options.module, assignments) : session->set(assignments);
   Tool::check(outcome);
-  const bool isFileChanged = Tool::save(*session);
+  const bool isFileChanged = tool.save(*session);
   tool.print(changeText(options, outcome, isFileChanged));
 }
 

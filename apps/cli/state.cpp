@@ -2,6 +2,7 @@
 #include <cli/commands.h>
 #include <cli/table.h>
 #include <cli/tool.h>
+#include <core/display_text.h>
 #include <core/nearest_name.h>
 
 #include <CLI/CLI.hpp>
@@ -34,7 +35,7 @@ struct Action {
 
 std::string joined(const Arguments& names) {
   std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : " ") + shown(name);
+  for (const std::string& name : names) text += (text.empty() ? "" : " ") + escapeControls(name);
   return text;
 }
 
@@ -45,25 +46,27 @@ const std::vector<Action>& actions() {
       {"list", "", 0, 0, nullptr, nullptr},
       {"add", "NAME", 1, 1,
        [](Session& session, const std::string& state, const Arguments&) { return session.addState(state); },
-       [](const std::string& state, const Arguments&) { return "added the state " + shown(state); }},
+       [](const std::string& state, const Arguments&) { return "added the state " + escapeControls(state); }},
       {"remove", "NAME", 1, 1,
        [](Session& session, const std::string& state, const Arguments&) {
          return session.removeState(state);
        },
-       [](const std::string& state, const Arguments&) { return "removed the state " + shown(state); }},
+       [](const std::string& state, const Arguments&) {
+         return "removed the state " + escapeControls(state);
+       }},
       {"add-material", "NAME MATERIAL...", 2, kAny,
        [](Session& session, const std::string& state, const Arguments& materials) {
          return session.addMaterials(state, materials);
        },
        [](const std::string& state, const Arguments& materials) {
-         return "added to the state " + shown(state) + ": " + joined(materials);
+         return "added to the state " + escapeControls(state) + ": " + joined(materials);
        }},
       {"remove-material", "NAME MATERIAL...", 2, kAny,
        [](Session& session, const std::string& state, const Arguments& materials) {
          return session.removeMaterials(state, materials);
        },
        [](const std::string& state, const Arguments& materials) {
-         return "removed from the state " + shown(state) + ": " + joined(materials);
+         return "removed from the state " + escapeControls(state) + ": " + joined(materials);
        }}};
   return all;
 }
@@ -84,7 +87,8 @@ const Action& chosenAction(const StateOptions& options) {
 
 std::string listText(authoring::Session& session) {
   Table table(0);
-  for (const auto& [state, materials] : session.states()) table.add({shown(state), joined(materials)});
+  for (const auto& [state, materials] : session.states())
+    table.add({escapeControls(state), joined(materials)});
   return table.text();
 }
 
@@ -99,8 +103,8 @@ void runState(const StateOptions& options, Tool& tool) {
   const std::string& state = options.arguments.front();
   const Arguments materials(options.arguments.begin() + 1, options.arguments.end());
   Tool::check(action.edit(*session, state, materials));
-  Tool::save(*session);
-  tool.print(shown(options.model) + ": " + action.report(state, materials) + "\n");
+  tool.save(*session);
+  tool.print(escapeControls(options.model) + ": " + action.report(state, materials) + "\n");
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
+#include <authoring/catalogue.h>
 #include <authoring/category.h>
 #include <cli/tool.h>
 #include <core/debug_message.h>
-#include <core/format.h>
+#include <core/display_text.h>
 #include <core/nearest_name.h>
+#include <destructibles/database_format.h>
 #include <resources/file_identity.h>
 #include <resources/file_system.h>
 
@@ -18,13 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kRootVariable = "DESTRUCTIBLES_ROOT";
-constexpr const char* kDatabase = "scripts/destructibles.xml";
 constexpr std::string_view kLineEnds = "\r\n";
-
-std::optional<FileIdentity> databaseIdentity() {
-  const auto file = FS::fileSystem()->find(kDatabase);
-  return file ? identityAt(*file) : std::nullopt;
-}
 
 bool writeAll(int file, std::string_view text) {
   while (!text.empty()) {
@@ -52,7 +48,7 @@ std::vector<fs::path> rootUpwards() {
   for (fs::path folder = fs::current_path(error); !error; folder = folder.parent_path()) {
     // Also one that cannot be read, rather than another one further up.
     std::error_code ignored;
-    if (fs::exists(fs::symlink_status(folder / kDatabase, ignored))) return {folder};
+    if (fs::exists(fs::symlink_status(folder / database_format::kDatabaseFile, ignored))) return {folder};
     if (folder == folder.parent_path()) break;
   }
   return {};
@@ -79,10 +75,6 @@ std::string harmless(std::string_view text) {
   }
 }
 
-std::string shown(std::string_view name) {
-  return escapeControls(name);
-}
-
 void sendMessagesToStandardError() {
   // What several steps of one command meet again is said once.
   DebugMessageHelper::setSink([last = std::string()](const DebugMessage& message) mutable {
@@ -96,8 +88,10 @@ bool Tool::flush() {
   const bool isWritten = writeAll(STDOUT_FILENO, pending_);
   const int error = errno;
   pending_.clear();
-  if (!isWritten && error != EPIPE)
-    say("the results could not be written to standard output: " + std::generic_category().message(error));
+  if (!isWritten && (error != EPIPE || hasSaved_)) {
+    say("the results could not be written to standard output: " + std::generic_category().message(error) +
+        (hasSaved_ ? "; the model was saved all the same" : ""));
+  }
   return isWritten;
 }
 
@@ -108,8 +102,8 @@ void Tool::say(std::string_view text) {
 void Tool::setUpRoots() const {
   std::vector<fs::path> roots = chooseRoots(givenRoots_);
   if (roots.empty()) {
-    throw Refusal(std::string("no resource root: no folder from here upwards holds ") + kDatabase +
-                  "; give one with --root DIR or " + kRootVariable +
+    throw Refusal(std::string("no resource root: no folder from here upwards holds ") +
+                  database_format::kDatabaseFile + "; give one with --root DIR or " + kRootVariable +
                   ", or make one with \"destructibles init DIR\"");
   }
   for (const fs::path& root : roots) {
@@ -156,13 +150,13 @@ HeldInterrupts::~HeldInterrupts() {
 }
 
 bool Tool::save(authoring::Session& session) {
-  for (const authoring::SaveWarning& warning : session.saveWarnings()) say(warning.text);
-  const std::optional<FileIdentity> before = databaseIdentity();
+  const std::optional<FileIdentity> before = authoring::databaseIdentity();
   {
     const HeldInterrupts held;
-    check(session.save());
+    check(session.save([](const authoring::SaveWarning& warning) { say(warning.text); }));
   }
-  return databaseIdentity() != before;
+  hasSaved_ = true;
+  return authoring::databaseIdentity() != before;
 }
 
 }  // namespace Tal::cli

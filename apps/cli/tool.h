@@ -2,6 +2,7 @@
 
 #include <authoring/outcome.h>
 #include <authoring/session.h>
+#include <core/display_text.h>
 
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): sets of signals are POSIX
 #include <filesystem>
@@ -28,8 +29,8 @@ class Tool {
   /// Adds to the results; they reach standard output at the next flush.
   void print(std::string_view text) { pending_ += text; }
 
-  /// Writes the results to standard output. False when that fails: a message says so, unless only the reader
-  /// went away.
+  /// Writes the results to standard output. False when that fails: a message says so, and whether the
+  /// database was saved before; there is none when only the reader went away and nothing was saved.
   bool flush();
 
   /// Writes one message to standard error, as one line, whatever the text holds.
@@ -49,11 +50,12 @@ class Tool {
   static void check(const authoring::Outcome& outcome);
 
   /// Says what a save will drop, saves, and refuses when that fails. Whether the file was changed.
-  static bool save(authoring::Session& session);
+  bool save(authoring::Session& session);
 
  private:
   std::vector<std::string> givenRoots_;
   std::string pending_;
+  bool hasSaved_ = false;
 };
 
 /// Keeps interrupts (INT, TERM, HUP) waiting while it lives, so that a write ends before the program does.
@@ -71,9 +73,6 @@ class HeldInterrupts {
 /// A text in which nothing acts on a terminal: control characters and bytes that are not UTF-8 are escaped,
 /// and what is escaped already stays as it is.
 std::string harmless(std::string_view text);
-
-/// A name from a file as results show it: escaped, without quotes.
-std::string shown(std::string_view name);
 
 /// Makes every logged message one line of standard error.
 void sendMessagesToStandardError();

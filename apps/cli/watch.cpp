@@ -2,6 +2,7 @@
 #include <authoring/session.h>
 #include <cli/commands.h>
 #include <cli/tool.h>
+#include <core/display_text.h>
 #include <render/render_system.h>
 #include <resources/file_system.h>
 
@@ -23,7 +24,7 @@ std::string countText(std::size_t count, const std::string& what) {
 std::string stateOf(authoring::Session& session) {
   const authoring::Description description = session.description();
   std::string text =
-      shown(session.modelName()) + ": " + std::string(authoring::categoryName(description.category));
+      escapeControls(session.modelName()) + ": " + std::string(authoring::categoryName(description.category));
   if (description.category == DT_STRUCTURE) {
     text += ", " + countText(description.modules.size(), "module") + ", " +
             countText(description.states.size(), "state");

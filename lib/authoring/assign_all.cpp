@@ -1,16 +1,21 @@
 #include <authoring/assign_all.h>
+#include <core/display_text.h>
+#include <core/nearest_name.h>
+#include <core/white_space.h>
 #include <resources/number_text.h>
-#include <resources/xml_text.h>
+#include <resources/storable_text.h>
+
+#include <set>
 
 namespace Tal::authoring {
 
 Outcome storedValue(const Assignment& assignment, std::string& value) {
   Outcome outcome;
-  if (!Xml::isStorable(assignment.value)) {
+  if (!isStorable(assignment.value)) {
     return refused(assignment.key + ": the value " + quotedName(assignment.value) +
                    " holds a control character or is not UTF-8, which XML cannot hold");
   }
-  value = Xml::trimmed(assignment.value);
+  value = trimmed(assignment.value);
   if (value != assignment.value)
     outcome.warnings.push_back(assignment.key + ": the white space around the value is not kept");
   return outcome;

@@ -3,11 +3,9 @@
 #include <authoring/assignment.h>
 #include <authoring/outcome.h>
 #include <authoring/record_table.h>
-#include <core/nearest_name.h>
+#include <core/white_space.h>
 #include <mio/property.h>
-#include <resources/xml_text.h>
 
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -70,7 +68,7 @@ Outcome replaceDisplayNames(const Record& record, std::vector<Assignment>& assig
       for (const Assignment& changed : differences(record, edited)) byKey = changed;
     });
     try {
-      property.set(Xml::trimmed(assignment.value));
+      property.set(trimmed(assignment.value));
     } catch (const tyk::BadCast& error) {
       return refused(assignment.key + ": " + error.what() + "; give a value that fits");
     }

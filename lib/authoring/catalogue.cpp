@@ -1,6 +1,7 @@
 #include <authoring/catalogue.h>
 #include <authoring/database_entries.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <destructibles/database_format.h>
+#include <model/model_names.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
 
@@ -15,8 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kModelExtension = ".model";
-
 // A name that cannot be a resource has no file; asking for it would only be reported.
 bool isModelFile(const std::string& model) {
   const FS::MultiFileSystem* const files = FS::fileSystem();
@@ -26,11 +25,11 @@ bool isModelFile(const std::string& model) {
 std::map<std::string, CategoryMarks> gatherMarks(const DataSection& root) {
   std::map<std::string, CategoryMarks> marks;
   for (const SmartPointer<DataSection> section : root) {
-    const SectionKind kind = sectionKind(section->tag());
-    if (kind == SectionKind::ignored) continue;
+    const KsDestructibleType category = database_format::categoryOfSection(section->tag());
+    if (category == DT_NON_DESTRUCTIBLE) continue;
     for (const SmartPointer<DataSection> entry : *section) {
       std::string model = modelOf(*entry);
-      if (!model.empty()) marks[std::move(model)].note(kind, *entry);
+      if (!model.empty()) marks[std::move(model)].note(category, *entry);
     }
   }
   return marks;
@@ -43,7 +42,7 @@ void collectModelFiles(const fs::path& root, std::set<std::string>& names) {
   const fs::recursive_directory_iterator end;
   while (!error && position != end) {
     const fs::path& path = position->path();
-    if (path.extension() == kModelExtension && position->is_regular_file(error))
+    if (path.extension() == model_names::kModelExtension && position->is_regular_file(error))
       names.insert(path.lexically_relative(root).generic_string());
     position.increment(error);
   }
@@ -61,11 +60,20 @@ std::set<std::string> modelFileSet() {
 
 std::string refusalOfDatabase() {
   if (openDatabase()) return {};
-  const std::string name = fixed_names::kDestructiblesXml;
+  const FS::MultiFileSystem* const files = FS::fileSystem();
+  if (files == nullptr) return "no resource roots are set up; set some first";
+  const std::string name = database_format::kDatabaseFile;
   std::string refusal;
-  if (FS::fileSystem()->find(name, &refusal)) return name + " cannot be read; mend the file and try again";
+  if (files->find(name, &refusal)) return name + " cannot be read; mend the file and try again";
   if (!refusal.empty()) return name + ' ' + refusal + "; mend that and try again";
   return "the resource roots hold no " + name + "; make an empty one with \"destructibles init\"";
+}
+
+std::optional<FileIdentity> databaseIdentity() {
+  const FS::MultiFileSystem* const files = FS::fileSystem();
+  if (files == nullptr) return std::nullopt;
+  const auto file = files->find(database_format::kDatabaseFile);
+  return file ? identityAt(*file) : std::nullopt;
 }
 
 std::optional<std::vector<CatalogueEntry>> readCatalogue() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <destructibles/ks_destructibles_helper.h>
+#include <resources/file_identity.h>
 
 #include <optional>
 #include <string>
@@ -8,8 +9,12 @@
 
 namespace Tal::authoring {
 
-/// Why the database cannot be read and what to do, a line for a person; empty when it can.
+/// Why the database cannot be read and what to do, a line for a person; empty when it can. Main thread only.
 std::string refusalOfDatabase();
+
+/// What tells the present version of the database's file from another one without reading it; nothing when no
+/// root holds the file, or no roots are set up. Main thread only.
+std::optional<FileIdentity> databaseIdentity();
 
 /// One model of the database.
 struct CatalogueEntry {

@@ -1,6 +1,5 @@
 #include <authoring/category.h>
 
-#include <algorithm>
 #include <array>
 
 namespace Tal::authoring {
@@ -15,9 +14,6 @@ constexpr std::array<NamedCategory, 4> kCategories = {{{DT_STRUCTURE, "structure
                                                        {DT_FRAGILE, "fragile"},
                                                        {DT_FALLING_ATOMS, "falling-atom"},
                                                        {DT_NON_DESTRUCTIBLE, "none"}}};
-
-// The folders whose models the helper never classifies.
-constexpr std::array<BasicStringRef, 4> kVariantFolders = {"/lod1/", "/lod2/", "/crash/", "/merged/"};
 
 }  // namespace
 
@@ -40,12 +36,6 @@ std::vector<std::string> categoryNames() {
   names.reserve(kCategories.size());
   for (const NamedCategory& named : kCategories) names.emplace_back(named.name);
   return names;
-}
-
-bool isVariantName(BasicStringRef modelName) noexcept {
-  return std::any_of(kVariantFolders.begin(), kVariantFolders.end(), [modelName](BasicStringRef folder) {
-    return modelName.find(folder) != BasicStringRef::npos;
-  });
 }
 
 }  // namespace Tal::authoring

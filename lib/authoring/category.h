@@ -18,8 +18,4 @@ std::optional<KsDestructibleType> categoryFromName(BasicStringRef name) noexcept
 /// The four names, in the order of the enumeration.
 std::vector<std::string> categoryNames();
 
-/// Whether a model name is that of a variant (in a folder "lod1", "lod2", "crash" or "merged"). Variants have
-/// no category of their own, whatever the database holds of them.
-bool isVariantName(BasicStringRef modelName) noexcept;
-
 }  // namespace Tal::authoring

@@ -18,15 +18,8 @@ namespace Tal::authoring {
 /// The database as it is in the file now; null when it is missing or cannot be read.
 SmartPointer<DataSection> openDatabase();
 
-/// How the loader takes a category section: by its tag, any unknown one as structures.
-enum class SectionKind { ignored, fragiles, fallingAtoms, structures };
-SectionKind sectionKind(BasicStringRef tag) noexcept;
-
 /// The model that an entry describes; empty when it names none.
 std::string modelOf(const DataSection& entry);
-
-/// The tag of the section that holds the models of a category; empty for DT_NON_DESTRUCTIBLE.
-BasicStringRef sectionTag(KsDestructibleType category) noexcept;
 
 /// What decides the category of a model, gathered from all its entries.
 struct CategoryMarks {
@@ -34,8 +27,9 @@ struct CategoryMarks {
   bool isFragile = false;
   bool isFallingAtom = false;
 
-  /// Notes one more entry of the model.
-  void note(SectionKind kind, DataSection& entry);
+  /// Notes one more entry of the model, from a section of a category (see
+  /// database_format::categoryOfSection).
+  void note(KsDestructibleType sectionCategory, DataSection& entry);
 
   /// The category that a helper gives to the model: none to a variant whatever it is marked as.
   KsDestructibleType category(BasicStringRef modelName) const noexcept;

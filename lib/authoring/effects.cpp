@@ -1,7 +1,7 @@
 #include <authoring/effects.h>
 #include <authoring/panel_record.h>
 #include <core/ascii_case.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <destructibles/database_format.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
 
@@ -35,10 +35,10 @@ std::vector<std::string> effectNames(KsDestructibleType category, BasicStringRef
 }
 
 std::string refusalOfEffects() {
-  if (FS::Utils::openSection(fixed_names::kEffectsXml, false, nullptr)) return {};
-  const bool isThere = FS::fileSystem() != nullptr && FS::fileSystem()->find(fixed_names::kEffectsXml);
-  return isThere ? std::string(fixed_names::kEffectsXml) + " cannot be read; mend it first"
-                 : "no resource root holds " + std::string(fixed_names::kEffectsXml) +
+  if (FS::Utils::openSection(database_format::kEffectsFile, false, nullptr)) return {};
+  const bool isThere = FS::fileSystem() != nullptr && FS::fileSystem()->find(database_format::kEffectsFile);
+  return isThere ? std::string(database_format::kEffectsFile) + " cannot be read; mend it first"
+                 : "no resource root holds " + std::string(database_format::kEffectsFile) +
                        "; make one to offer effects";
 }
 

@@ -1,35 +1,17 @@
 #include <authoring/category.h>
 #include <authoring/health_explanation.h>
-#include <core/ascii_case.h>
-#include <core/nearest_name.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <destructibles/database_format.h>
+#include <destructibles/health_rules.h>
 #include <model/utilities.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
 #include <resources/number_text.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace Tal::authoring {
 namespace {
-
-constexpr float kBigVolume = 3.0F;
-constexpr BasicStringRef kGateFolder = "/gatesandfences/";
-constexpr std::array<BasicStringRef, 3> kEnvironmentFolders = {"/environment/", "/militaryenvironment/",
-                                                               "/railway/"};
-constexpr std::array<BasicStringRef, 3> kWords = {"stone", "wood", "metal"};
-
-bool contains(BasicStringRef text, BasicStringRef part) {
-  return text.find(part) != BasicStringRef::npos;
-}
-
-std::string normalised(BasicStringRef path) {
-  std::string result = lowerAscii(path);
-  std::replace(result.begin(), result.end(), '\\', '/');
-  return result;
-}
 
 std::optional<Extent> extentOf(const std::string& modelName) {
   const auto visual = FS::Utils::openSection(Utilities::getVisualPath(modelName), false, nullptr);
@@ -37,24 +19,16 @@ std::optional<Extent> extentOf(const std::string& modelName) {
   Extent extent;
   extent.min = visual->readVector3("boundingBox/min", Vector3::zero());
   extent.max = visual->readVector3("boundingBox/max", Vector3::zero());
-  const Vector3 size = extent.max - extent.min;
-  extent.volume = (size.y * size.x) * size.z;
+  extent.volume = health_rules::volumeOf(extent.min, extent.max);
   return extent;
 }
 
 std::vector<std::string> wordsIn(const std::vector<std::string>& names) {
   std::vector<std::string> words;
-  for (const BasicStringRef word : kWords) {
-    const bool isFound = std::any_of(names.begin(), names.end(),
-                                     [word](const std::string& name) { return contains(name, word); });
-    if (isFound) words.emplace_back(word);
+  for (const BasicStringRef word : health_rules::kMaterialWords) {
+    if (health_rules::isAnyNamedAfter(names, word)) words.emplace_back(word);
   }
   return words;
-}
-
-// Written so that a volume that is not a number counts as small.
-bool isSmall(const Extent& extent) {
-  return !(extent.volume >= kBigVolume);
 }
 
 void explainByCategory(KsDestructiblesHelper& helper, HealthExplanation& explanation) {
@@ -64,7 +38,7 @@ void explainByCategory(KsDestructiblesHelper& helper, HealthExplanation& explana
     return;
   }
   explanation.rule = HealthRule::structure;
-  explanation.materials = helper.getMaterialsForState(fixed_names::kUndamagedState);
+  explanation.materials = helper.getMaterialsForState(database_format::kUndamagedState);
   const std::set<std::string>& bsp = helper.bspMaterialNames();
   explanation.bspMaterialCount =
       static_cast<int>(std::count_if(explanation.materials->begin(), explanation.materials->end(),
@@ -72,19 +46,17 @@ void explainByCategory(KsDestructiblesHelper& helper, HealthExplanation& explana
 }
 
 void explainByPath(KsDestructiblesHelper& helper, HealthExplanation& explanation) {
-  const std::string path = normalised(helper.modelName());
-  if (contains(path, kGateFolder)) {
+  const std::string path = health_rules::normalisedPath(helper.modelName());
+  if (health_rules::isGateOrFence(path)) {
     explanation.rule = HealthRule::gatesAndFences;
-    explanation.materials = helper.getMaterialsForState(fixed_names::kUndamagedState);
+    explanation.materials = helper.getMaterialsForState(database_format::kUndamagedState);
     explanation.words = wordsIn(*explanation.materials);
     return;
   }
   explanation.extent = extentOf(helper.modelName());
-  const bool isEnvironment = std::any_of(kEnvironmentFolders.begin(), kEnvironmentFolders.end(),
-                                         [&path](BasicStringRef folder) { return contains(path, folder); });
-  if (isEnvironment) {
+  if (health_rules::isOfEnvironment(path)) {
     explanation.rule = HealthRule::environment;
-  } else if (explanation.extent && isSmall(*explanation.extent)) {
+  } else if (explanation.extent && health_rules::isSmall(explanation.extent->volume)) {
     explanation.rule = HealthRule::small;
   } else {
     explainByCategory(helper, explanation);
@@ -96,7 +68,8 @@ std::string sizeText(const std::optional<Extent>& extent) {
   const std::string volume = std::isnan(extent->volume)   ? "not a number"
                              : std::isinf(extent->volume) ? "more than any number"
                                                           : floatText(extent->volume);
-  return "its bounding box has a volume of " + volume + (isSmall(*extent) ? " (below 3)" : " (3 or more)");
+  return "its bounding box has a volume of " + volume +
+         (health_rules::isSmall(extent->volume) ? " (below 3)" : " (3 or more)");
 }
 
 std::string gateText(const HealthExplanation& explanation) {

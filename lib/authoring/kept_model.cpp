@@ -1,8 +1,8 @@
+#include <authoring/catalogue.h>
 #include <authoring/kept_model.h>
 #include <core/debug_message.h>
-#include <core/nearest_name.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
-#include <destructibles/ks_destructibles_helper/logging.h>
+#include <core/display_text.h>
+#include <destructibles/database_format.h>
 #include <model/ks_material_disabler.h>
 #include <model/super_model.h>
 #include <resources/file_system.h>
@@ -21,6 +21,42 @@ std::vector<KeptModel*>& openModels() {
   return models;
 }
 
+// The version of the file before the load that is about to begin; empty when nobody has looked. What another
+// program saves during a load may be missing in the tables and must not count as read.
+std::optional<FileIdentity>& versionBeforeLoad() {
+  static std::optional<FileIdentity> version;
+  return version;
+}
+
+FS::MonitorThreadBase* monitor() {
+  FS::MultiFileSystem* const files = FS::fileSystem();
+  return files != nullptr ? files->getFilesystemMonitor() : nullptr;
+}
+
+/// Looks at the file before a helper that is made behind this reloads it.
+class LookBeforeReload : public ResourceModificationListener {
+ public:
+  LookBeforeReload() {
+    if (FS::MonitorThreadBase* const changes = monitor()) changes->addModificationListener(this);
+  }
+  ~LookBeforeReload() override {
+    if (FS::MonitorThreadBase* const changes = monitor()) changes->removeModificationListener(this);
+  }
+  LookBeforeReload(const LookBeforeReload&) = delete;
+  LookBeforeReload& operator=(const LookBeforeReload&) = delete;
+
+ private:
+  void onResourceModified(const BasicStringRef& /*basePath*/, const BasicStringRef& resourceName,
+                          Action /*action*/) override {
+    if (resourceName == database_format::kDatabaseFile) versionBeforeLoad() = databaseIdentity();
+  }
+};
+
+// The end of a helper marks the tables as not loaded, so that the next helper loads them.
+void forgetTables(KsMaterialDisabler& disabler) {
+  const KsDestructiblesHelper helper(nullptr, "", &disabler);
+}
+
 /// Counts an edit as running, by whatever way it ends.
 class RunningEdit {
  public:
@@ -33,15 +69,15 @@ class RunningEdit {
   int& depth_;
 };
 
+void warn(const std::string& text) {
+  constexpr int kWarningPriority = 4;
+  DebugMessageHelper({0, kWarningPriority}, "", 0).message(text);
+}
+
 std::map<std::string, std::string> hardPointsOf(const Description::Modules& modules) {
   std::map<std::string, std::string> hardPoints;
   for (const auto& [name, module] : modules) hardPoints.emplace(name, module.effectHP);
   return hardPoints;
-}
-
-std::optional<FileIdentity> databaseIdentity() {
-  const auto file = FS::fileSystem()->find(fixed_names::kDestructiblesXml);
-  return file ? identityAt(*file) : std::nullopt;
 }
 
 }  // namespace
@@ -49,25 +85,30 @@ std::optional<FileIdentity> databaseIdentity() {
 KeptModel::KeptModel(const std::string& modelName, std::unique_ptr<SuperModel> superModel)
     : superModel_(std::move(superModel)), disabler_(std::make_unique<KsMaterialDisabler>(superModel_.get())) {
   disabler_->createMaterialBindings();
+  beforeReload_ = std::make_unique<LookBeforeReload>();
+  lastRead_ = databaseIdentity();
+  // Tables that were loaded before this helper came may be of an older file.
+  const bool areTablesOld = openModels().empty() || openModels().front()->lastRead_ != lastRead_;
+  if (areTablesOld) forgetTables(*disabler_);
   helper_ = std::make_unique<KsDestructiblesHelper>(superModel_.get(), modelName, disabler_.get());
   for (const auto& [name, kind] : helper_->getMaterialNames()) moduleNames_.insert(name);
   // Connected first, so that everybody else's slots see the restored values.
   typeChanged_ = helper_->connectDestructibleTypeChanged([this] { onTypeChanged(); });
   loaded_ = helper_->connectLoadedConfigSignal(&KeptModel::notifyAll);
-  // Tables that were loaded before this helper came may be of an older file.
-  if (!openModels().empty() && openModels().front()->lastRead_ != databaseIdentity())
-    helper_->loadConfig(/*force=*/true);
   resync();
   // The load in the helper's construction told nobody.
+  if (areTablesOld) {
+    versionBeforeLoad() = lastRead_;
+    notifyAll();
+  }
   for (KeptModel* const model : openModels()) model->ensureLoaded();
   openModels().push_back(this);
   // Behind the helper: its reload has happened when this listener is called.
-  FS::fileSystem()->getFilesystemMonitor()->addModificationListener(this);
+  if (FS::MonitorThreadBase* const changes = monitor()) changes->addModificationListener(this);
 }
 
 KeptModel::~KeptModel() {
-  if (FS::MultiFileSystem* const files = FS::fileSystem(); files != nullptr)
-    files->getFilesystemMonitor()->removeModificationListener(this);
+  if (FS::MonitorThreadBase* const changes = monitor()) changes->removeModificationListener(this);
   std::vector<KeptModel*>& models = openModels();
   models.erase(std::remove(models.begin(), models.end(), this), models.end());
 }
@@ -85,7 +126,23 @@ void KeptModel::ensureLoaded() {
 }
 
 void KeptModel::refresh() {
-  if (depth_ == 0 && databaseIdentity() != lastRead_) helper_->loadConfig(/*force=*/true);
+  if (depth_ > 0) return;
+  const std::optional<FileIdentity> version = databaseIdentity();
+  if (version == lastRead_) return;
+  versionBeforeLoad() = version;
+  helper_->loadConfig(/*force=*/true);
+  versionBeforeLoad().reset();
+}
+
+std::optional<KsDestructibleType> KeptModel::takeForeignCategory() {
+  const std::optional<KsDestructibleType> taken = std::exchange(foreignCategory_, std::nullopt);
+  return taken != helper_->destructibleType() ? taken : std::nullopt;
+}
+
+bool KeptModel::isOpen(const std::string& modelName) {
+  return std::ranges::any_of(openModels(), [&modelName](const KeptModel* model) {
+    return model->helper_->modelName() == modelName;
+  });
 }
 
 Outcome KeptModel::edit(const std::function<Outcome()>& work) {
@@ -135,18 +192,18 @@ void KeptModel::setStates(const Description::States& wanted) {
 }
 
 void KeptModel::markSaved() {
-  lastRead_ = databaseIdentity();
   remember();
   base_ = mine_;
+  foreignCategory_.reset();
 }
 
 void KeptModel::onResourceModified(const BasicStringRef& /*basePath*/, const BasicStringRef& resourceName,
                                    Action /*action*/) {
-  if (resourceName != fixed_names::kDestructiblesXml) return;
+  if (resourceName != database_format::kDatabaseFile) return;
+  versionBeforeLoad().reset();
   if (!openDatabase()) {
-    logMessage(kWarningPriority, std::string(fixed_names::kDestructiblesXml) +
-                                     " cannot be read any more; what was last read of " +
-                                     quotedName(helper_->modelName()) + " is kept until it can");
+    warn(std::string(database_format::kDatabaseFile) + " cannot be read any more; what was last read of " +
+         quotedName(helper_->modelName()) + " is kept until it can");
   }
   ensureLoaded();
 }
@@ -158,15 +215,18 @@ void KeptModel::onTypeChanged() {
 }
 
 void KeptModel::notifyAll() {
+  const std::optional<FileIdentity> version = std::exchange(versionBeforeLoad(), std::nullopt);
   const std::vector<KeptModel*> models = openModels();
   for (KeptModel* const model : models) {
     // A slot of an earlier one may have closed it.
     const auto& open = openModels();
-    if (std::find(open.begin(), open.end(), model) != open.end()) model->tablesWereLoaded();
+    if (std::find(open.begin(), open.end(), model) != open.end()) model->tablesWereLoaded(version);
   }
 }
 
-void KeptModel::tablesWereLoaded() {
+void KeptModel::tablesWereLoaded(const std::optional<FileIdentity>& version) {
+  // Without a version the older one stays: at worst the same content is read once more.
+  if (version) lastRead_ = version;
   isReloadPending_ = depth_ > 0;
   if (isReloadPending_) return;
   resync();
@@ -176,11 +236,15 @@ void KeptModel::tablesWereLoaded() {
 void KeptModel::resync() {
   const RunningEdit running(depth_);
   isReloadPending_ = false;
-  lastRead_ = databaseIdentity();
   const std::optional<FileEntries> file = readEntries(helper_->modelName());
   if (!file) return apply(mine_);
   const Description mine = mine_;
   const bool isEdited = !isSame(mine, base_);
+  if (!isEdited || file->category == mine.category) {
+    foreignCategory_.reset();
+  } else if (file->category != base_.category) {
+    foreignCategory_ = file->category;
+  }
   setCategory(isEdited ? mine.category : file->category);
   ownTag_ = file->achievementTag;
   helper_->updateStructureAchievementTag(ownTag_);

@@ -48,8 +48,15 @@ class KeptModel : private ResourceModificationListener {
   /// Loads the tables if a helper's end has marked them as not loaded, and restores what that loses.
   void ensureLoaded();
 
-  /// Reads the file again if it is not the one that was last read, as long as nobody has told of the change.
+  /// Reads the file again if it may be newer than what was last read.
   void refresh();
+
+  /// The category that another program has given to the model in the file while it had unsaved edits here, if
+  /// it is another than here. Given once.
+  std::optional<KsDestructibleType> takeForeignCategory();
+
+  /// Whether the model of a name is open.
+  static bool isOpen(const std::string& modelName);
 
   /// Runs an edit on loaded tables and remembers its result. Edits may be nested.
   Outcome edit(const std::function<Outcome()>& work);
@@ -72,7 +79,7 @@ class KeptModel : private ResourceModificationListener {
                           Action action) override;
   void onTypeChanged();
   static void notifyAll();
-  void tablesWereLoaded();
+  void tablesWereLoaded(const std::optional<FileIdentity>& version);
   void resync();
   Description read();
   void remember();
@@ -89,9 +96,11 @@ class KeptModel : private ResourceModificationListener {
 
   std::set<std::string> moduleNames_;     // every name that a module may have; the helper cannot list them
   std::string ownTag_;                    // the structure's tag, kept also while the model is no structure
-  std::optional<FileIdentity> lastRead_;  // the file that base_ is from
+  std::optional<FileIdentity> lastRead_;  // the file that base_ is from, or an older one
   Description base_;
-  Description mine_;              // base_ with the edits since then
+  Description mine_;  // base_ with the edits since then
+  std::optional<KsDestructibleType> foreignCategory_;
+  std::unique_ptr<ResourceModificationListener> beforeReload_;
   int depth_ = 0;                 // of the edits that are running
   bool isReloadPending_ = false;  // the tables were loaded in the middle of an edit
 };

@@ -1,6 +1,6 @@
 #include <authoring/materials.h>
-#include <core/nearest_name.h>
-#include <destructibles/ks_destructibles_helper/material_kinds.h>
+#include <core/display_text.h>
+#include <model/material_kinds.h>
 
 #include <regex>
 #include <utility>

@@ -23,10 +23,16 @@ struct [[nodiscard]] Outcome {
   explicit operator bool() const noexcept { return refusal.empty(); }
 };
 
-inline Outcome refused(std::string reason) {
+/// Done, with nothing to tell, when `refusal` is empty; else refused for that reason.
+inline Outcome outcomeOf(std::string refusal) {
   Outcome outcome;
-  outcome.refusal = std::move(reason);
+  outcome.refusal = std::move(refusal);
   return outcome;
+}
+
+/// Refused; `reason` is not empty.
+inline Outcome refused(std::string reason) {
+  return outcomeOf(std::move(reason));
 }
 
 }  // namespace Tal::authoring

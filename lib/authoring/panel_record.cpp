@@ -1,7 +1,9 @@
 #include <authoring/assign_all.h>
 #include <authoring/panel_record.h>
 #include <authoring/session.h>
+#include <core/display_text.h>
 #include <core/nearest_name.h>
+#include <destructibles/panel_names.h>
 
 #include <utility>
 
@@ -45,9 +47,9 @@ std::optional<Record> recordOf(Session& session, const std::optional<std::string
 
 void offerToRecords(mio::DynamicObject& object, std::function<KsDestructibleType()> category,
                     std::function<std::vector<std::string>()> hardPoints) {
-  object.addProperty("Destructible Type", tyk::Variant::Type::signedInteger,
+  object.addProperty(panel_names::kDestructibleType, tyk::Variant::Type::signedInteger,
                      [category = std::move(category)] { return tyk::Variant(std::int32_t{category()}); });
-  object.addProperty("_hardPoints", tyk::Variant::Type::list,
+  object.addProperty(panel_names::kHardPoints, tyk::Variant::Type::list,
                      [hardPoints = std::move(hardPoints)] { return tyk::Variant(hardPoints()); });
 }
 

@@ -1,4 +1,5 @@
 #include <authoring/record_table.h>
+#include <destructibles/database_format.h>
 #include <resources/number_text.h>
 
 #include <array>
@@ -6,37 +7,39 @@
 namespace Tal::authoring {
 namespace {
 
+namespace keys = database_format::keys;
+
 using Module = KsDestructibleModuleDesc;
 using Fragile = KsDestructibleFragileDesc;
 using FallingAtom = KsDestructibleFallingAtomDesc;
 
-constexpr std::array<RecordField<Module>, 6> kModuleFields = {{{"health", &Module::health},
-                                                               {"effectScale", &Module::effectScale},
-                                                               {"effectHP", &Module::effectHP},
-                                                               {"ramEffect", &Module::ramEffect},
-                                                               {"hitEffect", &Module::hitEffect},
-                                                               {"decayEffect", &Module::decayEffect}}};
+constexpr std::array<RecordField<Module>, 6> kModuleFields = {{{keys::kHealth, &Module::health},
+                                                               {keys::kEffectScale, &Module::effectScale},
+                                                               {keys::kEffectHardPoint, &Module::effectHP},
+                                                               {keys::kRamEffect, &Module::ramEffect},
+                                                               {keys::kHitEffect, &Module::hitEffect},
+                                                               {keys::kDecayEffect, &Module::decayEffect}}};
 
 constexpr std::array<RecordField<Fragile>, 9> kFragileFields = {
-    {{"health", &Fragile::health},
-     {"effectScale", &Fragile::effectScale},
-     {"effectHP", &Fragile::effectHP},
-     {"achievementTag", &Fragile::achievementTag},
-     {"matName", &Fragile::matName},
-     {"effect", &Fragile::effect},
-     {"hitEffect", &Fragile::hitEffect},
-     {"decayEffect", &Fragile::decayEffect},
-     {"lifetimeEffect", &Fragile::lifetimeEffect}}};
+    {{keys::kHealth, &Fragile::health},
+     {keys::kEffectScale, &Fragile::effectScale},
+     {keys::kEffectHardPoint, &Fragile::effectHP},
+     {keys::kAchievementTag, &Fragile::achievementTag},
+     {keys::kMaterialName, &Fragile::matName},
+     {keys::kEffect, &Fragile::effect},
+     {keys::kHitEffect, &Fragile::hitEffect},
+     {keys::kDecayEffect, &Fragile::decayEffect},
+     {keys::kLifetimeEffect, &Fragile::lifetimeEffect}}};
 
 constexpr std::array<RecordField<FallingAtom>, 8> kFallingAtomFields = {
-    {{"health", &FallingAtom::health},
-     {"effectScale", &FallingAtom::effectScale},
-     {"physicParams", &FallingAtom::physicParams},
-     {"achievementTag", &FallingAtom::achievementTag},
-     {"lifetimeEffect", &FallingAtom::lifetimeEffect},
-     {"fractureEffect", &FallingAtom::fractureEffect},
-     {"touchdownEffect", &FallingAtom::touchdownEffect},
-     {"touchdownBreakEffect", &FallingAtom::touchdownBreakEffect}}};
+    {{keys::kHealth, &FallingAtom::health},
+     {keys::kEffectScale, &FallingAtom::effectScale},
+     {keys::kPhysicParams, &FallingAtom::physicParams},
+     {keys::kAchievementTag, &FallingAtom::achievementTag},
+     {keys::kLifetimeEffect, &FallingAtom::lifetimeEffect},
+     {keys::kFractureEffect, &FallingAtom::fractureEffect},
+     {keys::kTouchdownEffect, &FallingAtom::touchdownEffect},
+     {keys::kTouchdownBreakEffect, &FallingAtom::touchdownBreakEffect}}};
 
 template <class Record>
 std::vector<NamedField> namedFields(const Record& record) {

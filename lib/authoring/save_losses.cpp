@@ -1,7 +1,8 @@
 #include <authoring/database_entries.h>
 #include <authoring/record_table.h>
 #include <authoring/save_losses.h>
-#include <core/nearest_name.h>
+#include <core/display_text.h>
+#include <destructibles/database_format.h>
 #include <resources/data_section.h>
 #include <resources/number_text.h>
 
@@ -11,6 +12,9 @@
 
 namespace Tal::authoring {
 namespace {
+
+namespace keys = database_format::keys;
+namespace tags = database_format::tags;
 
 constexpr std::size_t kMostLines = 20;
 
@@ -41,10 +45,10 @@ class Losses {
 
 // A text that is not the number it has to be is read as the default, which the save writes.
 void noteNumbers(const DataSection& record, const std::string& owner, Losses& losses) {
-  const std::string health = record.readString("health");
+  const std::string health = record.readString(keys::kHealth);
   if (!health.empty() && !parseInt(health))
     losses.add("the health " + quotedName(health) + owner + " is no whole number and is not kept");
-  const std::string scale = record.readString("effectScale");
+  const std::string scale = record.readString(keys::kEffectScale);
   if (!scale.empty() && !parseFloat(scale))
     losses.add("the effectScale " + quotedName(scale) + owner + " is no number and is not kept");
 }
@@ -78,7 +82,7 @@ void noteList(DataSection& entry, const List& list, Losses& losses) {
 }
 
 SmartPointer<DataSection> entryIn(const DataSection& section, const std::string& modelName) {
-  const int place = section.findChildWith("filename", modelName);
+  const int place = section.findChildWith(keys::kFileName, modelName);
   return place != -1 ? section.child(place) : nullptr;
 }
 
@@ -94,20 +98,42 @@ SmartPointer<DataSection> ownEntry(const std::string& modelName, BasicStringRef 
   return own;
 }
 
+std::string otherModelIn(const DataSection& section, const std::string& modelName) {
+  for (const SmartPointer<DataSection>& entry : section) {
+    std::string model = modelOf(*entry);
+    if (!model.empty() && model != modelName) return model;
+  }
+  return {};
+}
+
 }  // namespace
 
 std::vector<std::string> lossesOfSave(const std::string& modelName, KsDestructibleType category) {
-  const SmartPointer<DataSection> entry = ownEntry(modelName, sectionTag(category));
+  const SmartPointer<DataSection> entry = ownEntry(modelName, database_format::sectionOfCategory(category));
   Losses losses;
   if (entry && category == DT_STRUCTURE) {
     std::vector<std::string> moduleKeys = keysOf<KsDestructibleModuleDesc>();
-    moduleKeys.emplace_back("matName");
-    noteList(*entry, {"modules", "module", "matName", std::move(moduleKeys)}, losses);
-    noteList(*entry, {"states", "state", "name", {"name", "destroyedMaterials"}}, losses);
+    moduleKeys.emplace_back(keys::kMaterialName);
+    noteList(*entry, {tags::kModules, tags::kModule, keys::kMaterialName, std::move(moduleKeys)}, losses);
+    noteList(*entry,
+             {tags::kStates, tags::kState, keys::kStateName, {keys::kStateName, keys::kDestroyedMaterials}},
+             losses);
   } else if (entry) {
     noteNumbers(*entry, "", losses);
   }
   return std::move(losses).lines();
+}
+
+std::vector<RemovedSection> sectionsRemovedBySave(const std::string& modelName) {
+  std::vector<RemovedSection> removed;
+  const SmartPointer<DataSection> root = openDatabase();
+  if (!root) return removed;
+  for (int place = root->findChildWith(keys::kFileName, modelName); place != -1;
+       place = root->findChildWith(keys::kFileName, modelName, place + 1)) {
+    const SmartPointer<DataSection> section = root->child(place);
+    removed.push_back({std::string(section->tag()), otherModelIn(*section, modelName)});
+  }
+  return removed;
 }
 
 }  // namespace Tal::authoring

@@ -2,6 +2,7 @@
 #include <authoring/category.h>
 #include <authoring/kept_model.h>
 #include <authoring/session.h>
+#include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <model/super_model.h>
 #include <resources/file_system.h>
@@ -41,6 +42,10 @@ Session::Opened Session::open(const std::string& modelName) {
     return opened;
   }
   opened.refusal = refusalOfModel(modelName);
+  if (opened.refusal.empty() && KeptModel::isOpen(modelName)) {
+    opened.refusal = "the model " + quotedName(modelName) +
+                     " is open already in this program; use that session or close it first";
+  }
   if (opened.refusal.empty()) opened.refusal = refusalOfDatabase();
   if (!opened.refusal.empty()) return opened;
   std::unique_ptr<SuperModel> superModel = SuperModel::load(modelName, &opened.refusal);

@@ -25,7 +25,7 @@ struct SaveWarning {
   enum class Code {
     droppedModule,  ///< a module that the save does not write
     unknownHealth,  ///< a health of -1, which stands for "could not be estimated"
-    removedEntry,   ///< another entry of the model that the save removes from the file
+    removedEntry,   ///< another entry of the model, or a whole section, that the save removes from the file
     addedModule,    ///< a module that the structure in the file lacks
     lostContent,    ///< something within the entry that the save does not keep
   };
@@ -39,7 +39,7 @@ struct SaveWarning {
 /// A session edits through a helper and keeps what the helper alone would lose: the model's own achievement
 /// tag and the hard points that the file holds for its modules are the truth, whatever a load, an opening or
 /// a conversion makes of them, and edits that are not saved outlive a reload. It never writes the file but by
-/// save. Several sessions may be open at a time. Main thread only.
+/// save. Sessions on several models may be open at a time, but only one on each. Main thread only.
 class Session {
  public:
   /// A session, or why there is none.
@@ -49,7 +49,8 @@ class Session {
   };
 
   /// Opens a model by its resource name. Refused when no root holds it, when it or the database cannot be
-  /// read, and when its name is not spelled as the database would spell it.
+  /// read, when its name is not spelled as the database would spell it, and while another session has it
+  /// open: the tables hold the edits of one only.
   static Opened open(const std::string& modelName);
 
   /// Edits that were not saved are dropped.
@@ -129,7 +130,15 @@ class Session {
   /// Writes the model's entries to the database, or removes them when it has no category. When refused, the
   /// file is as it was and the edits are kept; saving again tries again. What another program wrote into the
   /// entry meanwhile is kept where this session changed nothing.
-  Outcome save();
+  ///
+  /// Refused once when another program has given the model another category since it was edited here; the
+  /// next save replaces that. Refused as long as a section of the file has the model's <filename> itself and
+  /// holds entries of other models, which would be removed with it.
+  ///
+  /// Calls `warn`, unless it is empty, with each warning of this save (see saveWarnings), just before the
+  /// file is written and while no other program can save it. There must be no open SaveGroup of the host
+  /// around this, since the tables would be reloaded from a document that is written only afterwards.
+  Outcome save(const std::function<void(const SaveWarning&)>& warn = {});
 
   /// Calls `slot` after every reload of the database that this session took part in, with its edits restored;
   /// a save reloads too.
@@ -152,7 +161,9 @@ class Session {
 
   // Saving.
   std::map<std::string, std::string> droppedModules();
+  std::string refusalOfSave() const;
   void forgetStatesOfFile();
+  Outcome saveEntry();
   Outcome saveNone();
 
   std::unique_ptr<KeptModel> model_;

@@ -2,9 +2,12 @@
 #include <authoring/category.h>
 #include <authoring/kept_model.h>
 #include <authoring/session.h>
+#include <authoring/stored_text.h>
+#include <core/display_text.h>
 #include <core/nearest_name.h>
+#include <core/white_space.h>
+#include <destructibles/database_format.h>
 #include <resources/number_text.h>
-#include <resources/xml_text.h>
 
 #include <algorithm>
 #include <functional>
@@ -14,7 +17,8 @@
 namespace Tal::authoring {
 namespace {
 
-constexpr const char* kAchievementTag = "achievementTag";
+namespace keys = database_format::keys;
+
 constexpr std::size_t kPhysicParams = 7;
 
 template <class Record>
@@ -63,9 +67,9 @@ std::size_t countNumbers(BasicStringRef text, bool& areAllNumbers) {
   std::size_t count = 0;
   areAllNumbers = true;
   while (true) {
-    while (!text.empty() && Xml::isSpace(text.front())) text.remove_prefix(1);
+    while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
     if (text.empty()) return count;
-    const auto* const end = std::find_if(text.begin(), text.end(), Xml::isSpace);
+    const auto* const end = std::find_if(text.begin(), text.end(), isSpace);
     const auto length = static_cast<std::size_t>(end - text.begin());
     areAllNumbers = areAllNumbers && parseFloat(text.substr(0, length)).has_value();
     text.remove_prefix(length);
@@ -90,16 +94,13 @@ void checkTag(const std::string& value, Outcome& outcome) {
 
 // Why the model's entries cannot be edited at all; empty when they can.
 std::string Session::refusalOfEdit() const {
-  const std::string& name = modelName();
-  if (Xml::isStorable(name) && Xml::trimmed(name) == name) return {};
-  return "the model name " + quotedName(name) +
-         " cannot stand in the database, which holds UTF-8 without control characters and without white "
-         "space around it; rename the files of the model";
+  const std::string fault = faultOfModelName(modelName());
+  return fault.empty() ? fault : fault + "; rename the files of the model";
 }
 
 Outcome Session::convert(KsDestructibleType category) {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
-  if (category != DT_NON_DESTRUCTIBLE && isVariantName(modelName())) {
+  if (category != DT_NON_DESTRUCTIBLE && database_format::isVariantName(modelName())) {
     return refused(quotedName(modelName()) +
                    " is a variant (in a folder lod1, lod2, crash or merged); variants have no category of "
                    "their own, convert the model that it is a variant of");
@@ -181,7 +182,7 @@ Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) c
   Outcome outcome = checkKeysAreDistinct(assignments);
   if (!outcome) return outcome;
   for (const Assignment& assignment : assignments) {
-    if (assignment.key == kAchievementTag) continue;
+    if (assignment.key == keys::kAchievementTag) continue;
     const std::vector<std::string> moduleKeys = keysOf<KsDestructibleModuleDesc>();
     const bool isModuleKey =
         std::find(moduleKeys.begin(), moduleKeys.end(), assignment.key) != moduleKeys.end();
@@ -189,7 +190,7 @@ Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) c
       return refused("a structure has no " + assignment.key +
                      " of its own, its modules have; name the module");
     }
-    return refused(unknownKey(assignment.key, "a structure", {kAchievementTag}));
+    return refused(unknownKey(assignment.key, "a structure", {keys::kAchievementTag}));
   }
   for (const Assignment& assignment : assignments) {
     std::string tag;
@@ -199,7 +200,7 @@ Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) c
     std::string before;
     helper().getStructureAchievementTag(before);
     if (helper().updateStructureAchievementTag(tag))
-      outcome.changes.push_back({kAchievementTag, before, tag});
+      outcome.changes.push_back({keys::kAchievementTag, before, tag});
   }
   return outcome;
 }
@@ -207,8 +208,8 @@ Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) c
 // What the values name must exist in the model, or is worth a warning.
 void Session::checkNames(const std::vector<Assignment>& assignments, Outcome& outcome) const {
   for (const Assignment& assignment : assignments) {
-    const std::string value(Xml::trimmed(assignment.value));
-    if (assignment.key == "matName" && !value.empty()) {
+    const std::string value(trimmed(assignment.value));
+    if (assignment.key == keys::kMaterialName && !value.empty()) {
       std::set<std::string> names = bspMaterials();
       for (const auto& [name, kind] : helper().getMaterialNames()) names.insert(name);
       if (!names.contains(value)) {
@@ -216,15 +217,15 @@ void Session::checkNames(const std::vector<Assignment>& assignments, Outcome& ou
                           nameSuggestion(value, {names.begin(), names.end()}));
         return;
       }
-    } else if (assignment.key == "effectHP" && !value.empty()) {
+    } else if (assignment.key == keys::kEffectHardPoint && !value.empty()) {
       const std::vector<std::string>& names = hardPoints();
       if (std::find(names.begin(), names.end(), value) == names.end()) {
         outcome.warnings.push_back("effectHP: the model has no hard point " + quotedName(value) +
                                    nameSuggestion(value, names));
       }
-    } else if (assignment.key == "physicParams") {
+    } else if (assignment.key == keys::kPhysicParams) {
       checkPhysicParams(value, outcome);
-    } else if (assignment.key == kAchievementTag) {
+    } else if (assignment.key == keys::kAchievementTag) {
       checkTag(value, outcome);
     }
   }

@@ -3,8 +3,9 @@
 #include <authoring/kept_model.h>
 #include <authoring/save_losses.h>
 #include <authoring/session.h>
-#include <core/nearest_name.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <core/display_text.h>
+#include <destructibles/database_format.h>
+#include <destructibles/health_rules.h>
 #include <resources/data_section.h>
 #include <resources/data_section_cache.h>
 #include <resources/save_group.h>
@@ -14,16 +15,14 @@
 namespace Tal::authoring {
 namespace {
 
-constexpr int kUnknownHealth = -1;
-
 const std::string kNotWritten =
-    "the save of " + std::string(fixed_names::kDestructiblesXml) +
+    "the save of " + std::string(database_format::kDatabaseFile) +
     " failed, for the reason in the message before this one: when it is mended, do "
     "the same again";
 
 template <class Record>
 void warnOfHealth(const Record& record, const std::string& module, std::vector<SaveWarning>& warnings) {
-  if (record.health != kUnknownHealth) return;
+  if (record.health != health_rules::kUnknownHealth) return;
   const std::string subject = module.empty() ? "the health" : "the health of module " + quotedName(module);
   warnings.push_back({SaveWarning::Code::unknownHealth, module,
                       subject + " is -1, which stands for \"could not be estimated\"; set one"});
@@ -77,9 +76,16 @@ std::map<std::string, std::string> Session::droppedModules() {
 std::vector<SaveWarning> Session::saveWarnings() {
   std::vector<SaveWarning> warnings;
   const Description now = model_->description();
+  for (const RemovedSection& removed : sectionsRemovedBySave(modelName())) {
+    warnings.push_back({SaveWarning::Code::removedEntry, "",
+                        "the section " + quotedName(removed.tag) +
+                            " has the model's <filename> itself and is removed from the file with all that "
+                            "it holds"});
+  }
   if (now.category == DT_NON_DESTRUCTIBLE) return warnings;
+  std::map<std::string, std::string> dropped;
   if (now.category == DT_STRUCTURE) {
-    const std::map<std::string, std::string> dropped = droppedModules();
+    dropped = droppedModules();
     for (const auto& [name, reason] : dropped) {
       warnings.push_back({SaveWarning::Code::droppedModule, name,
                           "module " + quotedName(name) + " is not saved: " + reason});
@@ -91,31 +97,53 @@ std::vector<SaveWarning> Session::saveWarnings() {
   if (now.fragile) warnOfHealth(*now.fragile, "", warnings);
   if (now.fallingAtom) warnOfHealth(*now.fallingAtom, "", warnings);
   if (const auto file = readEntries(modelName())) {
-    if (now.category == DT_STRUCTURE) warnOfNewModules(*file, now, droppedModules(), warnings);
-    warnOfEntries(*file, sectionTag(now.category), warnings);
+    if (now.category == DT_STRUCTURE) warnOfNewModules(*file, now, dropped, warnings);
+    warnOfEntries(*file, database_format::sectionOfCategory(now.category), warnings);
   }
   for (std::string& loss : lossesOfSave(modelName(), now.category))
     warnings.push_back({SaveWarning::Code::lostContent, "", std::move(loss)});
   return warnings;
 }
 
-Outcome Session::save() {
+Outcome Session::save(const std::function<void(const SaveWarning&)>& warn) {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
   // What another program saves for this model is taken over before, or waits until this is saved.
-  const SaveLock lock(fixed_names::kDestructiblesXml);
+  const SaveLock lock(database_format::kDatabaseFile);
   if (!lock.isHeld()) return refused(kNotWritten);
   model_->refresh();
-  return model_->edit([this]() -> Outcome {
-    if (!openDatabase()) {
-      return refused(std::string(fixed_names::kDestructiblesXml) +
-                     " cannot be read, so nothing was saved; restore the file and save again");
+  return model_->edit([this, &warn]() -> Outcome {
+    if (const std::string refusal = refusalOfSave(); !refusal.empty()) return refused(refusal);
+    if (warn) {
+      for (const SaveWarning& warning : saveWarnings()) warn(warning);
     }
-    if (category() == DT_NON_DESTRUCTIBLE) return saveNone();
-    forgetStatesOfFile();
-    if (!helper().saveConfig()) return refused(kNotWritten);
-    model_->markSaved();
-    return {};
+    return category() == DT_NON_DESTRUCTIBLE ? saveNone() : saveEntry();
   });
+}
+
+// Why the file as it is now must not be saved to; empty when it may be.
+std::string Session::refusalOfSave() const {
+  const std::string file = database_format::kDatabaseFile;
+  if (!openDatabase()) return file + " cannot be read, so nothing was saved; restore the file and save again";
+  for (const RemovedSection& removed : sectionsRemovedBySave(modelName())) {
+    if (removed.otherModel.empty()) continue;
+    return "the section " + quotedName(removed.tag) + " of " + file + " has the <filename> " +
+           quotedName(modelName()) + " itself, and a save would remove all of it, the entry of " +
+           quotedName(removed.otherModel) + " too; nothing was saved: take that <filename> out of the file";
+  }
+  if (const std::optional<KsDestructibleType> category = model_->takeForeignCategory()) {
+    return "another program has meanwhile changed the category of " + quotedName(modelName()) + " to " +
+           quotedName(categoryName(*category)) +
+           ", so nothing was saved; look at the model as it is now, and if this is still wanted, do the same "
+           "again";
+  }
+  return {};
+}
+
+Outcome Session::saveEntry() {
+  forgetStatesOfFile();
+  if (!helper().saveConfig()) return refused(kNotWritten);
+  model_->markSaved();
+  return {};
 }
 
 // A model without a record of states keeps those of the file on purpose; an empty record removes them.
@@ -133,13 +161,13 @@ Outcome Session::saveNone() {
   SaveGroup saves;
   helper().saveConfig();
   if (!saves.commit()) {
-    DataSectionCache::discard(fixed_names::kDestructiblesXml);
+    DataSectionCache::discard(database_format::kDatabaseFile);
     return refused(kNotWritten);
   }
   const std::optional<FileEntries> file = readEntries(modelName());
   if (!file || !file->entries.empty()) {
     return refused("entries of " + quotedName(modelName()) + " are still in " +
-                   fixed_names::kDestructiblesXml + "; another program may have written it, try again");
+                   database_format::kDatabaseFile + "; another program may have written it, try again");
   }
   model_->markSaved();
   return {};

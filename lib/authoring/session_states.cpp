@@ -1,18 +1,19 @@
 #include <authoring/category.h>
 #include <authoring/kept_model.h>
 #include <authoring/session.h>
+#include <authoring/stored_text.h>
+#include <core/display_text.h>
 #include <core/nearest_name.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
-#include <destructibles/ks_destructibles_helper/material_kinds.h>
-#include <resources/xml_text.h>
+#include <destructibles/database_format.h>
+#include <model/material_kinds.h>
 
 #include <algorithm>
 
 namespace Tal::authoring {
 namespace {
 
-using fixed_names::kDestroyedState;
-using fixed_names::kUndamagedState;
+using database_format::kDestroyedState;
+using database_format::kUndamagedState;
 
 bool isBuiltIn(const std::string& state) {
   return state == kUndamagedState || state == kDestroyedState;
@@ -32,14 +33,8 @@ std::vector<std::string> keysOf(const Description::States& states) {
 std::string refusalOfNewName(const std::string& state, const Description::States& states) {
   if (isBuiltIn(state)) return "the state " + quotedName(state) + " is built in; choose another name";
   if (state.empty()) return "the name of a state cannot be empty";
-  if (!Xml::isStorable(state)) {
-    return "the state name " + quotedName(state) +
-           " holds a control character or is not UTF-8, which XML cannot hold";
-  }
-  if (Xml::trimmed(state) != state) {
-    return "the state name " + quotedName(state) +
-           " has white space around it, which the database does not keep; leave it out";
-  }
+  if (const BasicStringRef fault = faultOfStoredText(state); !fault.empty())
+    return "the state name " + quotedName(state) + ' ' + std::string(fault);
   if (states.contains(state)) return "there is a state " + quotedName(state) + " already";
   return {};
 }
@@ -78,7 +73,7 @@ std::string Session::refusalOfState(const std::string& state) {
 }
 
 Outcome Session::checkStates() const {
-  return refused(refusalOfStates());
+  return outcomeOf(refusalOfStates());
 }
 
 Outcome Session::addState(const std::string& state) {

@@ -1,4 +1,5 @@
 #include <core/debug_message.h>
+#include <core/display_text.h>
 #include <core/format.h>
 #include <core/stack_tracker.h>
 
@@ -71,13 +72,13 @@ void deliver(const DebugMessage& message) {
 DebugMessageHelper::DebugMessageHelper(std::pair<int, int> priority, BasicStringRef category, int source)
     : priority_(std::move(priority)), category_(category), source_(source) {}
 
-void DebugMessageHelper::message(BasicStringRef format) const {
+void DebugMessageHelper::message(BasicStringRef text) const {
   DebugMessage message;
   message.componentPriority = priority_.first;
   message.messagePriority = priority_.second;
   message.category = category_;
   message.source = source_;
-  message.text = format;
+  message.text = text;
   deliver(message);
 }
 

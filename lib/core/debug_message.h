@@ -30,8 +30,8 @@ class DebugMessageHelper {
   /// `priority` is the component's priority and the message's.
   DebugMessageHelper(std::pair<int, int> priority, BasicStringRef category, int source);
 
-  /// Logs `format`. It comes without arguments, so a '%' in it stands for itself.
-  void message(BasicStringRef format) const;
+  /// Logs `text` as it is: a '%' in it stands for itself.
+  void message(BasicStringRef text) const;
 
   /// Logs a critical message, the printf text of `format` and its arguments, together with the call stack.
   [[gnu::format(printf, 3, 4)]] static void criticalMessage(const char* file, unsigned line,

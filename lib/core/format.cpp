@@ -5,75 +5,6 @@
 #include <cstdio>
 
 namespace Tal {
-namespace {
-
-unsigned char byteAt(BasicStringRef text, std::size_t index) {
-  return static_cast<unsigned char>(text[index]);
-}
-
-bool isWithin(unsigned char byte, unsigned char first, unsigned char last) {
-  return byte >= first && byte <= last;
-}
-
-/// How many bytes a well-formed UTF-8 character of the given first byte has; 0 when none begins with it.
-std::size_t lengthByLead(unsigned char lead) {
-  if (lead < 0x80) return 1;
-  if (isWithin(lead, 0xc2, 0xdf)) return 2;
-  if (isWithin(lead, 0xe0, 0xef)) return 3;
-  return isWithin(lead, 0xf0, 0xf4) ? 4 : 0;
-}
-
-/// Whether a second byte may follow: it must not make the form overlong, a surrogate or too large a number.
-bool isSecondByte(unsigned char lead, unsigned char second) {
-  if (lead == 0xe0) return isWithin(second, 0xa0, 0xbf);
-  if (lead == 0xed) return isWithin(second, 0x80, 0x9f);
-  if (lead == 0xf0) return isWithin(second, 0x90, 0xbf);
-  if (lead == 0xf4) return isWithin(second, 0x80, 0x8f);
-  return isWithin(second, 0x80, 0xbf);
-}
-
-/// How many bytes the first character of a text that is not empty has; 0 when it is not well-formed UTF-8.
-std::size_t characterLength(BasicStringRef text) {
-  const std::size_t length = lengthByLead(byteAt(text, 0));
-  if (length > text.size()) return 0;
-  if (length >= 2 && !isSecondByte(byteAt(text, 0), byteAt(text, 1))) return 0;
-  for (std::size_t i = 2; i < length; ++i) {
-    if (!isWithin(byteAt(text, i), 0x80, 0xbf)) return 0;
-  }
-  return length;
-}
-
-/// Whether a character of several bytes is one of the C1 controls, U+0080 to U+009F.
-bool isControl(BasicStringRef character) {
-  return byteAt(character, 0) == 0xc2 && byteAt(character, 1) < 0xa0;
-}
-
-void appendHexadecimal(std::string& text, BasicStringRef prefix, char character) {
-  static constexpr BasicStringRef kDigits = "0123456789abcdef";
-  const auto byte = static_cast<unsigned char>(character);
-  text += prefix;
-  text += kDigits[byte >> 4U];
-  text += kDigits[byte & 0x0fU];
-}
-
-void appendByte(std::string& text, char character, bool isAscii) {
-  const auto byte = static_cast<unsigned char>(character);
-  if (character == '\\') {
-    text += "\\\\";
-  } else if (character == '\n') {
-    text += "\\n";
-  } else if (character == '\r') {
-    text += "\\r";
-  } else if (character == '\t') {
-    text += "\\t";
-  } else if (!isAscii || byte < 0x20 || byte == 0x7f) {
-    appendHexadecimal(text, "\\x", character);
-  } else {
-    text += character;
-  }
-}
-
-}  // namespace
 
 std::string formatString(const char* format, ...) {
   std::va_list arguments;
@@ -92,23 +23,6 @@ std::string formatList(const char* format, std::va_list arguments) {
   std::string text(static_cast<std::size_t>(length), '\0');
   std::vsnprintf(text.data(), text.size() + 1, format, arguments);
   return text;
-}
-
-std::string escapeControls(BasicStringRef text) {
-  std::string escaped;
-  escaped.reserve(text.size());
-  while (!text.empty()) {
-    const std::size_t length = characterLength(text);
-    if (length <= 1) {
-      appendByte(escaped, text.front(), length == 1);
-    } else if (isControl(text.substr(0, length))) {
-      appendHexadecimal(escaped, "\\u00", text[1]);
-    } else {
-      escaped += text.substr(0, length);
-    }
-    text.remove_prefix(length == 0 ? 1 : length);
-  }
-  return escaped;
 }
 
 }  // namespace Tal

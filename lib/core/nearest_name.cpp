@@ -1,4 +1,4 @@
-#include <core/format.h>
+#include <core/display_text.h>
 #include <core/nearest_name.h>
 
 #include <algorithm>
@@ -11,8 +11,6 @@ namespace {
 
 constexpr std::size_t kComparedLength = 64;  // bounds the work on hostile names
 constexpr std::size_t kShownCandidates = 3;
-constexpr std::size_t kShownHead = 60;
-constexpr std::size_t kShownTail = 16;
 
 /// The number of edits that turn `from` into `to`, or any number of at least `limit` when it is that large.
 std::size_t editDistance(BasicStringRef from, BasicStringRef to, std::size_t limit) {
@@ -36,10 +34,6 @@ std::size_t editDistance(BasicStringRef from, BasicStringRef to, std::size_t lim
     last = std::move(current);
   }
   return last.back();
-}
-
-bool isContinuationByte(char character) {
-  return (static_cast<unsigned char>(character) & 0xc0U) == 0x80U;
 }
 
 }  // namespace
@@ -73,15 +67,6 @@ std::string nameSuggestion(BasicStringRef name, const std::vector<std::string>& 
   }
   if (shown < candidates.size()) text += " and " + std::to_string(candidates.size() - shown) + " more";
   return text;
-}
-
-std::string quotedName(BasicStringRef name) {
-  if (name.size() <= kShownHead + kShownTail) return '"' + escapeControls(name) + '"';
-  std::size_t head = kShownHead;
-  while (head > 0 && isContinuationByte(name[head])) --head;  // a character is never cut in two
-  std::size_t tail = name.size() - kShownTail;
-  while (tail < name.size() && isContinuationByte(name[tail])) ++tail;
-  return '"' + escapeControls(name.substr(0, head)) + "..." + escapeControls(name.substr(tail)) + '"';
 }
 
 }  // namespace Tal

@@ -18,8 +18,4 @@ std::string nearestName(BasicStringRef name, const std::vector<std::string>& can
 /// the names are escaped, very long names shortened.
 std::string nameSuggestion(BasicStringRef name, const std::vector<std::string>& candidates);
 
-/// A name from a file as messages show it: in double quotes, control characters escaped, the middle of a very
-/// long name left out.
-std::string quotedName(BasicStringRef name);
-
 }  // namespace Tal

@@ -3,8 +3,9 @@
 
 #include <core/ascii_case.h>
 #include <core/stack_tracker.h>
+#include <destructibles/database_format.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <destructibles/panel_names.h>
 #include <mio/describe.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
@@ -38,24 +39,20 @@ constexpr char kMetaSource[] = "lib/destructibles/destructibles_meta";
 constexpr char kNotify[] = "_notify";
 constexpr char kNotifyHardPointChanged[] = "_notifyHardPointChanged";
 
-// What the parent of an edited record offers.
-constexpr char kDestructibleType[] = "Destructible Type";
-constexpr char kHardPoints[] = "_hardPoints";
-
-const char* effectsSection(int category) {
-  if (category == DT_FRAGILE) return fixed_names::kFragilesSection;
-  if (category == DT_FALLING_ATOMS) return fixed_names::kFallingAtomsSection;
-  return fixed_names::kStructuresSection;
+// The section of a category's effects; a number that is no category's gets those of structures.
+BasicStringRef effectsSection(int category) {
+  const auto section = database_format::sectionOfCategory(static_cast<KsDestructibleType>(category));
+  return section.empty() ? database_format::kStructuresSection : section;
 }
 
 // Every effect of a section, in the order of the file. A panel asks for the same list for each of its fields.
-const std::vector<std::string>& namesIn(DataSection& root, const char* sectionName) {
+const std::vector<std::string>& namesIn(DataSection& root, BasicStringRef sectionName) {
   struct Known {
     std::uint64_t contentStamp = 0;
     std::vector<std::string> names;
   };
   static std::map<std::string, Known> s_known;
-  Known& known = s_known[sectionName];
+  Known& known = s_known[std::string(sectionName)];
   const std::uint64_t contentStamp = root.contentStamp();
   if (contentStamp != 0 && contentStamp == known.contentStamp) return known.names;
   known = {};
@@ -71,7 +68,8 @@ const std::vector<std::string>& namesIn(DataSection& root, const char* sectionNa
 // taken as it is: one with capitals finds nothing.
 std::vector<std::string> getEffectNames(int category, const std::string& key) {
   const TrackedScope tracked("getEffectNames", kMetaSource, 21);
-  const SmartPointer<DataSection> root = FS::Utils::openSection(fixed_names::kEffectsXml, false, nullptr);
+  const SmartPointer<DataSection> root =
+      FS::Utils::openSection(database_format::kEffectsFile, false, nullptr);
   if (!root) return {};
   const std::vector<std::string>& all = namesIn(*root, effectsSection(category));
   if (key.empty()) return all;
@@ -93,7 +91,7 @@ BoundProperty parentProperty(const BoundProperty& edited, const char* name) {
 ComboBox effectList(std::string key) {
   return ComboBox([key = std::move(key)](const BoundProperty& edited) {
     VariantList options{"", UNDEFINED_EFFECT};
-    const BoundProperty category = parentProperty(edited, kDestructibleType);
+    const BoundProperty category = parentProperty(edited, panel_names::kDestructibleType);
     if (!category.isValid()) return options;
     std::vector<std::string> names = getEffectNames(category.get().castTo<int>(), key);
     options.reserve(options.size() + names.size());
@@ -106,7 +104,7 @@ ComboBox effectList(std::string key) {
 ComboBox hardPointList() {
   return ComboBox([](const BoundProperty& edited) {
     VariantList options{""};
-    const BoundProperty hardPoints = parentProperty(edited, kHardPoints);
+    const BoundProperty hardPoints = parentProperty(edited, panel_names::kHardPoints);
     if (!hardPoints.isValid()) return options;
     for (std::string& name : hardPoints.get().castTo<std::vector<std::string>>())
       options.emplace_back(std::move(name));

@@ -41,6 +41,18 @@ enum KsDestructibleType : std::int32_t {
 ///
 /// The fields are named as their keys in "scripts/destructibles.xml". Copying a record copies the fields and
 /// leaves the connections of both records as they are.
+///
+/// What a panel offers for an effect or a hard point is computed each time it asks, from two properties of
+/// the object that the record was given as its parent (mio::Object::setParent):
+///
+/// - "Destructible Type", a number or what converts to one: the model's KsDestructibleType. Behind "" and
+///   "none" the effects of this category in "scripts/destructibles_effects.xml" are offered; for any number
+///   but DT_FRAGILE and DT_FALLING_ATOMS those of structures. Without this property only "" and "none" are.
+/// - "_hardPoints", a list of strings: the names of the model's hard points, which are offered behind "".
+///   Without this property only "" is.
+///
+/// A record without a parent, or whose parent is gone, is as one whose parent lacks both. A value of another
+/// type throws tyk::BadCast to whoever asks for the options.
 struct DESTRUCTIBLES_API KsDestructibleModuleDesc : mio::Object {
   std::int32_t health = 80;  ///< hit points; -1 when none could be estimated
   float effectScale = 1.0F;  ///< factor on the size of the module's effects
@@ -79,7 +91,8 @@ struct DESTRUCTIBLES_API KsDestructibleFragileDesc : mio::Object {
   const mio::MetaObject* metaObject() const override;
 };
 
-/// A falling atom. What is said of the module record holds here too.
+/// A falling atom. What is said of the module record holds here too, but that for each of its effects only
+/// those are offered whose names hold its kind, such as "touchdown" for the touchdown effect.
 struct DESTRUCTIBLES_API KsDestructibleFallingAtomDesc : mio::Object {
   std::int32_t health = 20;  ///< hit points; -1 when none could be estimated
   float effectScale = 1.0F;  ///< factor on the size of the effects
@@ -131,9 +144,10 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   ~KsDestructiblesHelper() override;
 
   /// Destroys the helper that `helper` holds, if any, and puts a new one in its place. With `keepVisibility`
-  /// the kinds that were hidden or shown before are so again. The old helper's disabler lets go of
-  /// `superModel` on the way if it is bound to it, and stays bound to another model: a disabler that goes on
-  /// is attached to its model again by the host, which then shows all this.
+  /// the kinds that were hidden or shown before are so again. The old helper's disabler is detached from
+  /// `superModel`; one that is bound to another model stays so. A host that passes the same disabler to the
+  /// new helper attaches it to the model afterwards (KsMaterialDisabler::attachSuperModel); only then are
+  /// kinds of the model hidden.
   static void reinit(std::unique_ptr<KsDestructiblesHelper>& helper, SuperModel* superModel,
                      const std::string& modelName, KsMaterialDisabler* materialDisabler, bool keepVisibility);
 
@@ -371,6 +385,7 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   static void restoreLoaded(Tables_t tables);
   void rememberLoadedEntries() const noexcept;
   void noteSaved(std::uint64_t stampBefore, std::uint64_t stampNow) const;
+  void fillTables(DataSection& root, Tables_t last);
   void readAll(DataSection& root);
   void readSaved(DataSection& root);
   void readEntry(KsDestructibleType type, std::string model, DataSection& entry);

@@ -1,7 +1,6 @@
-#include <core/nearest_name.h>
 #include <model/file_set.h>
-#include <resources/atomic_file.h>
-#include <resources/new_folder.h>
+#include <resources/files/atomic_file.h>
+#include <resources/files/new_folder.h>
 
 #include <exception>
 #include <optional>
@@ -14,10 +13,18 @@ namespace {
 
 namespace fs = std::filesystem;
 
+std::string lineOf(const FileFailure& failure) {
+  return failure.text + "; " + failure.hint;
+}
+
+[[noreturn]] void raise(const FileFailure& failure) {
+  throw std::runtime_error(lineOf(failure));
+}
+
 }  // namespace
 
 void FileSet::add(fs::path target, BasicStringRef content) {
-  entries_.push_back({std::move(target), content, {}, false});
+  entries_.push_back({std::move(target), content, BackupFile(), false});
 }
 
 std::string FileSet::write() {
@@ -28,9 +35,9 @@ std::string FileSet::write() {
     for (Entry& entry : entries_) replace(entry);
   } catch (const std::exception& failure) {
     fault = failure.what();
-    undo();
+    undo(fault);
   }
-  removeBackups();
+  for (Entry& entry : entries_) entry.old.discard();
   return fault;
 }
 
@@ -38,49 +45,37 @@ void FileSet::makeFolders(const fs::path& folder) {
   std::error_code ignored;
   if (folder.empty() || fs::is_directory(folder, ignored)) return;
   makeFolders(folder.parent_path());
-  if (const std::optional<FileFailure> failure = makeFolder(folder))
-    throw std::runtime_error(failure->text + "; " + failure->hint);
+  if (const std::optional<FileFailure> failure = makeFolder(folder)) raise(*failure);
   madeFolders_.push_back(folder);
 }
 
 void FileSet::keepOld(Entry& entry) {
-  std::error_code failure;
-  if (!fs::exists(entry.target, failure)) return;
-  entry.target = fs::canonical(entry.target, failure);
-  entry.backup = temporaryBeside(entry.target);
-  fs::create_hard_link(entry.target, entry.backup, failure);
-  // Not every file system has hard links.
-  if (failure) fs::copy_file(entry.target, entry.backup, failure);
-  if (!failure) return;
-  throw std::runtime_error("keeping the old " + quotedName(entry.target.string()) + ": " + failure.message());
+  std::error_code error;
+  if (!fs::exists(entry.target, error)) return;
+  const fs::path target = fs::canonical(entry.target, error);
+  if (!error) entry.target = target;
+  if (const std::optional<FileFailure> failure = entry.old.keep(entry.target)) raise(*failure);
 }
 
 void FileSet::replace(Entry& entry) {
   const std::optional<FileFailure> failure = replaceFile(entry.target, entry.content);
   entry.isWritten = !failure || failure->isReplaced;
-  if (failure) throw std::runtime_error(failure->text + "; " + failure->hint);
+  if (failure) raise(*failure);
 }
 
-void FileSet::undo() noexcept {
-  std::error_code ignored;
+void FileSet::undo(std::string& fault) {
   for (Entry& entry : entries_) {
     if (!entry.isWritten) continue;
-    if (entry.backup.empty()) {
-      fs::remove(entry.target, ignored);
+    if (entry.old.isKept()) {
+      if (const std::optional<FileFailure> failure = entry.old.restore()) fault += "; " + lineOf(*failure);
     } else {
-      fs::rename(std::exchange(entry.backup, {}), entry.target, ignored);
+      std::error_code ignored;
+      fs::remove(entry.target, ignored);
     }
   }
-  removeBackups();
   for (auto folder = madeFolders_.rbegin(); folder != madeFolders_.rend(); ++folder) {
+    std::error_code ignored;
     fs::remove(*folder, ignored);  // only an empty one is removed
-  }
-}
-
-void FileSet::removeBackups() noexcept {
-  std::error_code ignored;
-  for (const Entry& entry : entries_) {
-    if (!entry.backup.empty()) fs::remove(entry.backup, ignored);
   }
 }
 

@@ -18,14 +18,16 @@ namespace Tal {
 struct Affine {
   std::array<std::array<double, 3>, 4> columns{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 0, 0}}};
 
+  /// Where the map puts a point.
   std::array<double, 3> operator()(const std::array<double, 3>& point) const noexcept;
   /// This map after `inner`.
   Affine operator*(const Affine& inner) const noexcept;
 };
 
-/// An import shows at most so many points, each counted at every node that shows it.
+/// No import shows more points than this, each counted at every node that shows it.
 constexpr std::size_t kMaxGltfPoints = 20'000'000;
 
+/// A box with its sides along the axes; no coordinate of `min` is above that of `max`.
 struct BoundingBox {
   Vector3 min;
   Vector3 max;
@@ -39,12 +41,13 @@ class GltfBounds {
   /// `model` was checked (see checkGltfJson and checkGltfIndices) and outlives this object.
   explicit GltfBounds(const tinygltf::Model& model) : model_(model) {}
 
+  /// Enlarges the box by a mesh (its index in the model) that stands in the world as `world` says.
   void add(int mesh, const Affine& world);
 
-  /// Looks only for positions that are no numbers.
+  /// Only looks for positions of the mesh that are no finite numbers; the box stays as it is.
   void check(int mesh);
 
-  /// Empty when nothing with positions was added.
+  /// The box of everything that was added; empty when nothing with positions was.
   std::optional<BoundingBox> box() const;
 
  private:

@@ -10,17 +10,20 @@ namespace Tal {
 /// No file that an import reads or makes is larger, in bytes.
 constexpr std::size_t kMaxGltfBytes = std::size_t{512} << 20U;
 
-/// The two things that a glTF file holds; both are views of the file's bytes.
+/// The two things that a glTF file holds; both are views of the file's bytes, which must outlive them.
 struct GltfContainer {
   BasicStringRef json;
   BasicStringRef bin;     ///< empty when the file carries no binary data of its own
   bool isBinary = false;  ///< whether the file is a .glb
 };
 
-/// Takes a .glb or .gltf apart; which of the two it is, its first bytes say. Throws GltfFault.
+/// Takes a .glb or .gltf apart; which of the two it is, its first bytes say. Throws GltfFault when it is
+/// neither, or when the parts of a .glb do not fit together. What the JSON says is not looked at. Usable on
+/// any thread, as is joinGlb.
 GltfContainer splitGltf(BasicStringRef bytes);
 
-/// The .glb of a document and its binary data, which may be empty; both are padded as the format demands.
+/// The bytes of the .glb of a document and its binary data, which may be empty; both are padded as the format
+/// demands. Together they must be smaller than 4 GiB.
 std::string joinGlb(BasicStringRef json, BasicStringRef bin);
 
 }  // namespace Tal

@@ -18,7 +18,7 @@ Number readNumber(const unsigned char* bytes) {
   return number;
 }
 
-/// A whole number of 1, 2 or 4 bytes.
+/// A whole number of 1, 2 or 4 bytes, as `size` says.
 inline std::uint32_t readUnsigned(const unsigned char* bytes, std::size_t size) {
   switch (size) {
     case 1:
@@ -30,7 +30,7 @@ inline std::uint32_t readUnsigned(const unsigned char* bytes, std::size_t size) 
   }
 }
 
-/// The bytes of one component of an accessor.
+/// The size in bytes of one component of an accessor; `componentType` is one that the format knows.
 std::size_t gltfComponentSize(int componentType);
 
 /// The elements of an accessor as its buffer view and its sparse values give them. A view of the model, which
@@ -56,8 +56,10 @@ class GltfElements {
     }
   }
 
+  /// How many elements the accessor has, those included that its sparse values replace.
   std::size_t count() const noexcept { return count_; }
 
+  /// How many elements its sparse values replace.
   std::size_t sparseCount() const noexcept { return sparseCount_; }
   /// The place among the elements that a sparse value replaces; `index` is below sparseCount().
   std::size_t sparseIndex(std::size_t index) const {

@@ -1,11 +1,11 @@
-#include <core/nearest_name.h>
+#include <core/display_text.h>
 #include <model/gltf_embed.h>
 #include <model/gltf_fault.h>
 #include <model/gltf_file.h>
+#include <resources/files/path_links.h>
 #include <tiny_gltf.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <nlohmann/json.hpp>
@@ -45,7 +45,7 @@ std::string percentDecoded(BasicStringRef uri) {
   return decoded;
 }
 
-/// Whether the path stays below its folder as it is written; links are a matter of the file.
+/// Whether the path, as it is written, stays below its folder; links on it are not looked at.
 bool isPlainRelative(const std::filesystem::path& path) {
   return !path.empty() && path.is_relative() && std::none_of(path.begin(), path.end(), [](const auto& step) {
     return step == ".." || step.native().find('\\') != std::string::npos;
@@ -60,11 +60,10 @@ std::optional<std::filesystem::path> findBeside(const std::filesystem::path& fol
   if (!isPlainName) {
     throw GltfFault("names the file " + quotedName(uri) + ", which is not one below its own folder");
   }
-  std::error_code failure;
-  const std::filesystem::path file = std::filesystem::canonical(folder / name, failure);
-  if (failure) return std::nullopt;
-  const std::filesystem::path base = std::filesystem::canonical(folder, failure);
-  if (failure || std::mismatch(base.begin(), base.end(), file.begin(), file.end()).first != base.end()) {
+  const std::filesystem::path file = FS::resolvedPath(folder / name);
+  if (file.empty()) return std::nullopt;
+  const std::filesystem::path base = FS::resolvedPath(folder);
+  if (base.empty() || !FS::isPathBelow(file, base)) {
     throw GltfFault("names the file " + quotedName(uri) + ", which a link leads out of its own folder");
   }
   return file;

@@ -1,12 +1,15 @@
-#include <core/format.h>
+#include <core/display_text.h>
 #include <core/nearest_name.h>
+#include <core/white_space.h>
 #include <model/gltf_fault.h>
 #include <model/gltf_import.h>
 #include <model/gltf_reader.h>
+#include <model/material_kinds.h>
 #include <model/model_files.h>
+#include <model/model_names.h>
 #include <resources/file_system.h>
 #include <resources/resource_name.h>
-#include <resources/xml_text.h>
+#include <resources/storable_text.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -18,54 +21,11 @@
 namespace Tal {
 namespace {
 
-constexpr BasicStringRef kModelExtension = ".model";
-constexpr BasicStringRef kHardPointPrefix = "HP_";
-constexpr BasicStringRef kDigits = "0123456789";
+using model_names::kHardPointPrefix;
+using model_names::kModelExtension;
+
 constexpr std::size_t kMaxNameLength = 1024;
 constexpr std::uint32_t kMaxKind = std::numeric_limits<std::int32_t>::max();
-constexpr std::uint32_t kFirstUndamagedKind = 73;
-constexpr std::uint32_t kFirstDestroyedKind = 87;
-constexpr std::uint32_t kLastPart = 13;
-
-// --- The naming convention
-// ----------------------------------------------------------------------------------
-
-enum class PartLook { none, undamaged, destroyed };
-
-PartLook lookByName(BasicStringRef name) {
-  if (name.starts_with('s')) return PartLook::none;
-  if (name.starts_with('d') || (name.starts_with("partD") && name.size() > 5)) return PartLook::destroyed;
-  if (name.starts_with('n') || (name.starts_with("partN") && name.size() > 5)) return PartLook::undamaged;
-  return PartLook::none;
-}
-
-/// The third piece between underscores, which numbers a part that names the parts it depends on.
-BasicStringRef thirdPiece(BasicStringRef name) {
-  BasicStringRef piece;
-  for (int count = 0; count < 3; ++count) {
-    name.remove_prefix(std::min(name.find_first_not_of('_'), name.size()));
-    piece = name.substr(0, name.find('_'));
-    name.remove_prefix(piece.size());
-  }
-  return piece;
-}
-
-BasicStringRef partDigits(BasicStringRef name) {
-  const BasicStringRef third = thirdPiece(name);
-  const BasicStringRef leading = third.substr(0, third.find_first_not_of(kDigits));
-  if (!leading.empty()) return leading;
-  return name.substr(name.find_last_not_of(kDigits) + 1);
-}
-
-/// The part number of a name; above kLastPart when the engine has no such part.
-std::uint32_t partNumber(BasicStringRef name) {
-  std::uint32_t number = 0;
-  for (const char digit : partDigits(name)) {
-    number = number * 10 + static_cast<std::uint32_t>(digit - '0');
-    if (number > kLastPart) return number;
-  }
-  return number;
-}
 
 bool holdsControls(BasicStringRef name) {
   return std::any_of(name.begin(), name.end(), [](char character) {
@@ -73,10 +33,7 @@ bool holdsControls(BasicStringRef name) {
   });
 }
 
-// --- From a scene and the author's options to a model
-// -------------------------------------------------------
-
-/// Puts together what the files of the model say.
+/// Makes a model out of what the file says and what the author adds to that.
 class Importer {
  public:
   Importer(GltfScene scene, const GltfImportOptions& options) : scene_(std::move(scene)), options_(options) {}
@@ -125,7 +82,8 @@ class Importer {
       const std::size_t node = onlyNode(names, nodeName);
       if (!pointName.starts_with(kHardPointPrefix)) {
         throw GltfFault("cannot make " + quotedName(pointName) +
-                        " a hard point; the name of a hard point begins with \"HP_\"");
+                        " a hard point; the name of a hard point begins with " +
+                        quotedName(kHardPointPrefix));
       }
       const bool isTaken =
           std::any_of(scene_.nodes.begin(), scene_.nodes.end(),
@@ -167,20 +125,20 @@ class Importer {
     if (name.size() > kMaxNameLength) {
       throw GltfFault(start + "is longer than " + std::to_string(kMaxNameLength) + " bytes");
     }
-    if (holdsControls(name) || !Xml::isStorable(name))
+    if (holdsControls(name) || !isStorable(name))
       throw GltfFault(start + "holds characters that no file can");
-    if (Xml::trimmed(name) != name) throw GltfFault(start + "has white space around it");
+    if (trimmed(name) != name) throw GltfFault(start + "has white space around it");
     if (name.empty() && what == "material") throw GltfFault("cannot give a material an empty name");
   }
 
   void assignKinds() {
     for (const GltfMaterial& material : scene_.materials) {
-      ImportedMaterial imported{material.name, 0, ImportedMaterial::KindSource::name};
+      ImportedMaterial imported{material.name, material_kinds::kNone, ImportedMaterial::KindSource::name};
       if (material.kind) {
         imported.kind = *material.kind;
         imported.kindSource = ImportedMaterial::KindSource::file;
       } else {
-        imported.kind = materialKindByName(material.name);
+        imported.kind = material_kinds::kindByName(material.name);
       }
       materials_.push_back(std::move(imported));
     }
@@ -226,14 +184,21 @@ class Importer {
                         std::to_string(entry->second) + " and " + std::to_string(material.kind) +
                         "; give them one kind or different names");
       }
-      if (material.kindSource == ImportedMaterial::KindSource::name &&
-          lookByName(material.name) != PartLook::none && material.kind == 0) {
+      if (isOfPartBeyondTheLast(material)) {
         result_.warnings.push_back("the material " + quotedName(material.name) +
-                                   " has no kind, since part numbers end at " + std::to_string(kLastPart));
+                                   " has no kind, since part numbers end at " +
+                                   std::to_string(material_kinds::kLastPart));
       }
       result_.materials.push_back(material);
       description_.materials.push_back({material.name, material.kind, scene_.materials[index].index});
     }
+  }
+
+  /// Whether the name is that of a part, but no kind was found for the part's number.
+  static bool isOfPartBeyondTheLast(const ImportedMaterial& material) {
+    return material.kindSource == ImportedMaterial::KindSource::name &&
+           material.kind == material_kinds::kNone &&
+           (material_kinds::isUndamagedName(material.name) || material_kinds::isDestroyedName(material.name));
   }
 
   void chooseBspMaterials() {
@@ -297,22 +262,15 @@ std::string faultOfModelName(BasicStringRef modelName) {
   const std::string refusal = FS::MultiFileSystem::refusalOf(modelName);
   if (!refusal.empty()) return "is no name of a resource, it " + refusal;
   if (modelName.size() > kMaxNameLength) return "is too long a name";
-  if (holdsControls(modelName) || !Xml::isStorable(modelName) || Xml::trimmed(modelName) != modelName) {
+  if (holdsControls(modelName) || !isStorable(modelName) || trimmed(modelName) != modelName) {
     return "is no name that files can hold";
   }
   const BasicStringRef file = modelName.substr(modelName.rfind('/') + 1);
   if (file.ends_with(kModelExtension) && file.size() > kModelExtension.size()) return {};
-  return "is no name of a model; it must end in \".model\"";
+  return "is no name of a model; it must end in " + quotedName(kModelExtension);
 }
 
 }  // namespace
-
-std::uint32_t materialKindByName(BasicStringRef name) {
-  const PartLook look = lookByName(name);
-  const std::uint32_t part = partNumber(name);
-  if (look == PartLook::none || part > kLastPart) return 0;
-  return part + (look == PartLook::destroyed ? kFirstDestroyedKind : kFirstUndamagedKind);
-}
 
 std::optional<ImportedModel> importGltf(const std::filesystem::path& source, BasicStringRef modelName,
                                         const std::filesystem::path& root, const GltfImportOptions& options,

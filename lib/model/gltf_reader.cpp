@@ -1,5 +1,6 @@
-#include <core/format.h>
+#include <core/display_text.h>
 #include <core/string_ref.h>
+#include <core/white_space.h>
 #include <model/gltf_check.h>
 #include <model/gltf_container.h>
 #include <model/gltf_embed.h>
@@ -7,7 +8,7 @@
 #include <model/gltf_file.h>
 #include <model/gltf_indices.h>
 #include <model/gltf_reader.h>
-#include <resources/xml_text.h>
+#include <model/model_names.h>
 #include <tiny_gltf.h>
 
 #include <algorithm>
@@ -18,7 +19,6 @@
 namespace Tal {
 namespace {
 
-constexpr BasicStringRef kCollisionPrefix = "BSP_";
 constexpr std::size_t kShownLoaderText = 160;
 constexpr const char* kNoMaterialName = "unassigned";
 
@@ -29,9 +29,6 @@ std::string nodeText(std::size_t index) {
 std::size_t asIndex(int index) {
   return static_cast<std::size_t>(index);
 }
-
-// --- The document
-// -------------------------------------------------------------------------------------------
 
 /// Images stay as they are; nothing is decoded.
 bool ignoreImage(tinygltf::Image* /*image*/, const int /*index*/, std::string* /*error*/,
@@ -66,9 +63,6 @@ tinygltf::Model parseGlb(const std::string& glb) {
   }
   return model;
 }
-
-// --- The node graph
-// -----------------------------------------------------------------------------------------
 
 /// The parent of every node, -1 at the top. The nodes are known to make a forest afterwards.
 std::vector<int> findParents(const tinygltf::Model& model) {
@@ -148,19 +142,16 @@ Affine localTransform(const tinygltf::Node& node) {
 }
 
 std::string trimmedName(const std::string& name) {
-  return std::string(Xml::trimmed(name));
+  return std::string(trimmed(name));
 }
 
 /// Modelling programs without a Boolean type for custom values write 1.
 bool isMarkedAsCollision(const tinygltf::Node& node) {
-  if (trimmedName(node.name).starts_with(kCollisionPrefix)) return true;
+  if (trimmedName(node.name).starts_with(model_names::kCollisionPrefix)) return true;
   if (!node.extras.IsObject()) return false;
   const tinygltf::Value& mark = node.extras.Get("bsp");
   return (mark.IsBool() && mark.Get<bool>()) || (mark.IsNumber() && mark.GetNumberAsDouble() != 0);
 }
-
-// --- The scene
-// ----------------------------------------------------------------------------------------------
 
 class SceneReader {
  public:

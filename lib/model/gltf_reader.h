@@ -19,6 +19,7 @@ struct GltfMaterial {
   bool isCollision = false;           ///< used by a mesh of a collision node
 };
 
+/// A node of the scene.
 struct GltfNode {
   std::string name;  ///< may be empty
   int parent = -1;   ///< its place among the nodes; -1 at the top
@@ -30,11 +31,12 @@ struct GltfScene {
   std::vector<GltfMaterial> materials;       ///< by their place in the file; what carries none comes last
   std::vector<std::string> unusedMaterials;  ///< the names of those that no mesh of the scene uses
   BoundingBox box;                           ///< of the shown meshes, in the scene's space
-  std::vector<std::string> warnings;
-  std::string glb;  ///< the file with everything that it refers to
+  std::vector<std::string> warnings;         ///< what could not be taken in, a line each
+  std::string glb;                           ///< the file as a .glb with everything that it refers to
 };
 
-/// Reads a .glb or .gltf file. Throws GltfFault for whatever cannot be imported.
+/// Reads and checks a .glb or .gltf file and the files that it refers to. Throws GltfFault for whatever
+/// cannot be imported. Usable on any thread.
 GltfScene readGltf(const std::filesystem::path& file);
 
 }  // namespace Tal

@@ -1,4 +1,5 @@
 #include <model/ks_material_disabler.h>
+#include <model/material_kinds.h>
 #include <model/super_model.h>
 
 #include <cstddef>
@@ -6,18 +7,6 @@
 
 namespace Tal {
 namespace {
-
-constexpr unsigned int kFirstUndamagedKind = 73;
-constexpr unsigned int kLastUndamagedKind = 86;
-constexpr unsigned int kFirstDestroyedKind = 87;
-constexpr unsigned int kLastDestroyedKind = 100;
-
-bool isUndamagedKind(unsigned int kind) {
-  return kind >= kFirstUndamagedKind && kind <= kLastUndamagedKind;
-}
-bool isDestroyedKind(unsigned int kind) {
-  return kind >= kFirstDestroyedKind && kind <= kLastDestroyedKind;
-}
 
 /// A slot of the model's materials; null when the slot is empty or the materials were exchanged for fewer.
 MaterialInstance* materialAt(const SuperModel& superModel, unsigned int slot) {
@@ -99,7 +88,7 @@ void KsMaterialDisabler::applyVisibilities() {
 bool KsMaterialDisabler::isKindVisible(unsigned int kind) const {
   const auto found = explicitVisibility_.find(kind);
   if (found != explicitVisibility_.end()) return found->second;
-  return isDestroyed_ ? !isUndamagedKind(kind) : !isDestroyedKind(kind);
+  return isDestroyed_ ? !material_kinds::isUndamaged(kind) : !material_kinds::isDestroyed(kind);
 }
 
 }  // namespace Tal

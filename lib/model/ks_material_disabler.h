@@ -35,6 +35,8 @@ class KsMaterialDisabler {
   /// Shows or hides every material of a kind, also when the model has none of it yet.
   virtual void setMaterialKindVisible(unsigned int kind, bool isVisible);
 
+  /// Whether materials of a kind are shown: as was set since the last setIsDestroyed, else as the look of the
+  /// model's parts has it. Neither a model nor a material of the kind needs to be there.
   virtual bool getMaterialKindVisible(unsigned int kind) const;
 
   /// Adds the visibility of every kind that the bound model has or that was set since the last

@@ -1,9 +1,10 @@
-#include <core/nearest_name.h>
+#include <core/display_text.h>
 #include <model/file_set.h>
 #include <model/model_files.h>
+#include <model/model_names.h>
 #include <resources/file_system.h>
 #include <resources/number_text.h>
-#include <resources/xml_text.h>
+#include <resources/storable_text.h>
 
 #include <array>
 #include <cstddef>
@@ -16,11 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::uint32_t kLargestCharacter = 0x10ffff;
 constexpr BasicStringRef kDeclaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
-
-// --- What the files say
-// -------------------------------------------------------------------------------------
 
 /// XML with one element a line, indented by tabs.
 class XmlWriter {
@@ -29,7 +26,7 @@ class XmlWriter {
   void end(BasicStringRef tag) { line("</" + std::string(tag) + ">", --depth_); }
   void leaf(BasicStringRef tag, BasicStringRef value) {
     const std::string name(tag);
-    line("<" + name + ">" + Xml::escaped(value, kLargestCharacter) + "</" + name + ">", depth_);
+    line("<" + name + ">" + escapedText(value) + "</" + name + ">", depth_);
   }
   std::string take() { return std::move(text_); }
 
@@ -41,10 +38,6 @@ class XmlWriter {
   std::string text_{kDeclaration};
   std::size_t depth_ = 0;
 };
-
-std::string vectorText(const Vector3& vector) {
-  return floatText(vector.x) + ' ' + floatText(vector.y) + ' ' + floatText(vector.z);
-}
 
 std::string modelText(const ModelDescription& description) {
   XmlWriter xml;
@@ -62,8 +55,8 @@ std::string visualText(const ModelDescription& description) {
   xml.begin("visual");
   xml.leaf("geometry", geometryNameOf(description.stem));
   xml.begin("boundingBox");
-  xml.leaf("min", vectorText(description.box.min));
-  xml.leaf("max", vectorText(description.box.max));
+  xml.leaf("min", vector3Text(description.box.min));
+  xml.leaf("max", vector3Text(description.box.max));
   xml.end("boundingBox");
   xml.begin("materials");
   for (const VisualMaterial& material : description.materials) {
@@ -86,6 +79,7 @@ std::string visualText(const ModelDescription& description) {
   return xml.take();
 }
 
+/// Why a file of the model cannot be made there; empty when it can.
 std::string faultOf(const std::string& resource, const fs::path& target, bool overwrite) {
   std::error_code failure;
   const fs::file_status status = fs::status(target, failure);
@@ -98,13 +92,13 @@ std::string faultOf(const std::string& resource, const fs::path& target, bool ov
 }  // namespace
 
 std::string modelNameOf(BasicStringRef stem) {
-  return std::string(stem) + ".model";
+  return std::string(stem).append(model_names::kModelExtension);
 }
 std::string visualNameOf(BasicStringRef stem) {
-  return std::string(stem) + ".visual";
+  return std::string(stem).append(model_names::kVisualExtension);
 }
 std::string geometryNameOf(BasicStringRef stem) {
-  return std::string(stem) + ".glb";
+  return std::string(stem).append(model_names::kGeometryExtension);
 }
 
 std::string writeModelFiles(const ModelDescription& description, const fs::path& root, bool overwrite) {

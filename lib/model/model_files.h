@@ -17,9 +17,10 @@ struct VisualMaterial {
   int geometryMaterial = -1;  ///< its place among the geometry's materials; -1 for what carries none
 };
 
+/// One node of a visual's skeleton.
 struct VisualNode {
   std::string name;
-  int parent = -1;  ///< its place among the nodes; -1 at the top
+  int parent = -1;  ///< its place among the nodes, where it stands before this one; -1 at the top
 };
 
 /// What the files of a model say. Every text is one that XML can hold.
@@ -32,13 +33,14 @@ struct ModelDescription {
   std::vector<std::string> bspMaterials;
 };
 
-/// The names of a model's three resources.
+/// The names of a model's three resources, whose names without extensions are `stem`.
 std::string modelNameOf(BasicStringRef stem);
 std::string visualNameOf(BasicStringRef stem);
 std::string geometryNameOf(BasicStringRef stem);
 
-/// Makes the three files below `root`, all or none: after a failure the files are as they were. Empty when it
-/// is done, else the fault.
+/// Makes the three files below the resource root `root`, all or none: after a failure the files are as they
+/// were. Files that are already there are replaced when `overwrite` is true, else they are a fault. Empty
+/// when it is done, else the fault in one line. Main thread only.
 std::string writeModelFiles(const ModelDescription& description, const std::filesystem::path& root,
                             bool overwrite);
 

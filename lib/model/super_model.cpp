@@ -1,4 +1,4 @@
-#include <core/nearest_name.h>
+#include <core/display_text.h>
 #include <model/super_model.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
@@ -39,7 +39,7 @@ SmartPointer<Model> readModel(const SmartPointer<DataSection>& file) {
   auto bsp = makeSmart<BspData>();
   if (const auto materials = file->openSection("bspMaterials")) {
     for (const SmartPointer<DataSection> material : *materials) {
-      if (material != nullptr) bsp->materialNames_.push_back(material->value());
+      bsp->materialNames_.push_back(material->value());
     }
   }
   return makeSmart<Model>(std::move(bsp));
@@ -52,7 +52,6 @@ ModelMaterials::Slots readMaterials(const SmartPointer<DataSection>& visual, Bas
   const auto materials = visual->openSection("materials");
   if (materials == nullptr) return slots;
   for (const SmartPointer<DataSection> material : *materials) {
-    if (material == nullptr) continue;
     std::string identifier = material->readString("identifier");
     const int kind = material->readInt("kind", -1);
     if (identifier.empty() || kind < 0) {
@@ -75,7 +74,6 @@ Skeleton::SkeletonInstance readSkeleton(const SmartPointer<DataSection>& visual,
   const auto skeleton = visual->openSection("skeleton");
   if (skeleton == nullptr) return Skeleton::SkeletonInstance();
   for (const SmartPointer<DataSection> node : *skeleton) {
-    if (node == nullptr) continue;
     const std::string parent = node->readString("parent", kNoParent);
     const std::optional<int> place = parseInt(parent);
     if (!place || *place < -1 || *place >= static_cast<int>(nodeNames.size())) {

@@ -1,13 +1,11 @@
 #include <core/string_ref.h>
+#include <model/model_names.h>
 #include <model/utilities.h>
 
 namespace Tal::Utilities {
-namespace {
 
-constexpr BasicStringRef kModelExtension = ".model";
-constexpr BasicStringRef kVisualExtension = ".visual";
-
-}  // namespace
+using model_names::kModelExtension;
+using model_names::kVisualExtension;
 
 std::string getVisualPath(const std::string& modelName) {
   BasicStringRef stem = modelName;

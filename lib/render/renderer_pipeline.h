@@ -20,6 +20,8 @@ class IRendererPipeline {
 class RendererPipeline final : public IRendererPipeline {
  public:
   zelkor::SpeedTreeRender* speedTreeRender() override { return speedTreeRender_.get(); }
+
+  /// Takes a tree renderer over; null when trees are not to be drawn. The old one is destroyed.
   void setSpeedTreeRender(std::unique_ptr<zelkor::SpeedTreeRender> render) {
     speedTreeRender_ = std::move(render);
   }

@@ -1,9 +1,8 @@
+#include <core/white_space.h>
 #include <resources/data_section.h>
+#include <resources/documents/save_queue.h>
+#include <resources/documents/section_path.h>
 #include <resources/number_text.h>
-#include <resources/report.h>
-#include <resources/save_queue.h>
-#include <resources/section_path.h>
-#include <resources/xml_text.h>
 
 #include <algorithm>
 #include <cmath>
@@ -19,16 +18,6 @@ std::vector<BasicStringRef> stepsOf(BasicStringRef path) {
   while (!path.empty())
     if (const BasicStringRef step = takeStep(path); !step.empty()) steps.push_back(step);
   return steps;
-}
-
-std::string vectorText(const Vector3& value) {
-  return floatText(value.x) + ' ' + floatText(value.y) + ' ' + floatText(value.z);
-}
-
-void reportNotFinite(BasicStringRef key) {
-  reportRefusal("the value for " + inQuotes(key) +
-                " is not finite and was not written; give a finite number");
-  SaveQueue::instance().noteRefusedValue();
 }
 
 }  // namespace
@@ -96,6 +85,7 @@ SmartPointer<DataSection> DataSection::parentOf(BasicStringRef path, BasicString
 }
 
 int DataSection::findChildWith(BasicStringRef key, BasicStringRef value, int first) const {
+  if (first < 0) return -1;
   for (int place = first; place < childCount(); ++place)
     if (child(place)->readString(key) == value) return place;
   return -1;
@@ -128,13 +118,13 @@ template <class IsSame>
 bool DataSection::writeText(BasicStringRef key, BasicStringRef text, const IsSame& isSame) {
   SmartPointer<DataSection> section = openSection(key);
   if (section && isSame(section->value())) return true;
-  if (!section && !canHold(text)) return reportUnholdable(key);
+  if (!section && !canHold(text)) return SaveQueue::instance().refuseValue(key, kUnholdable);
   if (!section) section = openSection(key, true);
   return section && section->setValue(text);
 }
 
 bool DataSection::writeString(BasicStringRef key, BasicStringRef value) {
-  return writeText(key, value, [=](BasicStringRef old) { return old == Xml::trimmed(value); });
+  return writeText(key, value, [=](BasicStringRef old) { return old == trimmed(value); });
 }
 
 bool DataSection::writeInt(BasicStringRef key, int value) {
@@ -144,15 +134,13 @@ bool DataSection::writeInt(BasicStringRef key, int value) {
 bool DataSection::writeFloat(BasicStringRef key, float value) {
   if (std::isfinite(value))
     return writeText(key, floatText(value), [=](BasicStringRef old) { return parseFloat(old) == value; });
-  reportNotFinite(key);
-  return false;
+  return SaveQueue::instance().refuseValue(key, kNotFinite);
 }
 
 bool DataSection::writeVector3(BasicStringRef key, const Vector3& value) {
   if (std::isfinite(value.x) && std::isfinite(value.y) && std::isfinite(value.z))
-    return writeText(key, vectorText(value), [&](BasicStringRef old) { return parseVector3(old) == value; });
-  reportNotFinite(key);
-  return false;
+    return writeText(key, vector3Text(value), [&](BasicStringRef old) { return parseVector3(old) == value; });
+  return SaveQueue::instance().refuseValue(key, kNotFinite);
 }
 
 bool DataSection::readValue(BasicStringRef path, std::string& scratch, BasicStringRef& value) const {

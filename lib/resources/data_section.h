@@ -90,7 +90,7 @@ class DataSection : public SafeReferenceCount {
   virtual std::uint64_t contentStamp() const { return 0; }
 
   /// The place of the first child, from `first` on, whose own child `key` (a plain tag) reads as `value`; an
-  /// absent one reads as empty. -1 when there is none.
+  /// absent one reads as empty. -1 when there is none, and when `first` is below 0.
   virtual int findChildWith(BasicStringRef key, BasicStringRef value, int first = 0) const;
 
   /// Adds an empty element behind the last child; null when `tag` cannot name an element.
@@ -139,6 +139,7 @@ class DataSection : public SafeReferenceCount {
   /// setValue; a float must be finite); then nothing changes, and no child is made.
   /// @{
 
+  /// `flags` has no effect.
   std::string readString(BasicStringRef key, BasicStringRef defaultValue = {}, int flags = 0) const;
   int readInt(BasicStringRef key, int defaultValue = 0) const;
   float readFloat(BasicStringRef key, float defaultValue = 0.0F) const;

@@ -1,10 +1,9 @@
+#include <resources/documents/section_cache.h>
 #include <resources/file_system.h>
-#include <resources/path_links.h>
+#include <resources/files/path_links.h>
 #include <resources/report.h>
-#include <resources/resource_monitor.h>
 #include <resources/resource_name.h>
-#include <resources/section_cache.h>
-#include <algorithm>
+#include <resources/watch/resource_monitor.h>
 
 #include <system_error>
 #include <utility>

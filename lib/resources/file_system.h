@@ -29,9 +29,11 @@ class MultiFileSystem {
 
   const std::vector<std::filesystem::path>& roots() const noexcept;
 
-  /// Where the first root that holds the resource has it (a regular file); empty when none does or it is
-  /// refused: for its name, or since what stands there cannot be used. The reason ("leads out of its root
-  /// through a link") goes to `refusal`, or is reported where that is null.
+  /// The place of the resource, a regular file, in the first root that holds it. Empty when no root holds it,
+  /// when its name is refused, and when what the first root has in its place cannot be used: a link to
+  /// nothing or to a place outside the root, or what cannot be examined. `refusal` receives the reason as a
+  /// clause about the name ("leads out of its root through a link"), or "" when nothing was refused; where it
+  /// is null the reason is reported.
   std::optional<std::filesystem::path> find(BasicStringRef resourceName,
                                             std::string* refusal = nullptr) const;
 
@@ -58,7 +60,14 @@ class MultiFileSystem {
 MultiFileSystem* fileSystem() noexcept;
 
 /// Makes `replacement` (may be null) the process's file system and destroys the previous one. The section
-/// cache is cleared, since names may now mean other files.
+/// cache is cleared, unsaved edits included, since names may now mean other files.
+///
+/// The previous file system's monitor ends with it: changes that it has not delivered are lost, its listeners
+/// are called no more, and none of them hears anything from the new monitor until it is added there. Pointers
+/// from fileSystem() and getFilesystemMonitor() dangle afterwards. Not to be called by a listener, or while
+/// pump() runs. A helper or session of the previous file system may be destroyed afterwards, but no longer
+/// learns of changed files, and a session must not be used while there is no file system: better that they
+/// are gone before.
 void setFileSystem(std::unique_ptr<MultiFileSystem> replacement);
 
 namespace Utils {

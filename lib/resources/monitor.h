@@ -9,23 +9,31 @@ namespace Tal::FS {
 /// changes there were. A change is delivered by the first pump after it was noticed, also when an earlier
 /// pump has told of the same resource: the file's last content is always told of.
 ///
-/// A file replaced by rename, written in place, or deleted and made anew is noticed at once; one written
-/// through mapped memory within a second or so, as is every change where the system refuses to watch. A file
-/// that is only read is not told of, nor one whose name says that it is temporary or a backup.
+/// What the system tells of is noticed at once: a file replaced by rename, written and closed, or deleted and
+/// made anew. The rest, such as a write through memory that stays mapped, is noticed by looking at every
+/// file: half a second later as a rule, up to ten seconds later below roots of 100,000 files, and later still
+/// with more. A file whose writer does not close it is taken to be complete when nobody has written to it for
+/// two seconds. Where the system refuses to watch, every change is noticed by looking, and a file is complete
+/// when two looks find it alike. A file that is only read is not told of, nor one whose name says that it is
+/// temporary or a backup.
 ///
-/// It watches from its making on, by the first call of MultiFileSystem::getFilesystemMonitor: to miss
-/// nothing, a host makes that call before it reads anything.
+/// It watches from its making on, by the first call of MultiFileSystem::getFilesystemMonitor, which owns it:
+/// to miss nothing, a host makes that call before it reads anything. Main thread only.
 class MonitorThreadBase {
  public:
   virtual ~MonitorThreadBase() = default;
 
-  /// Calls the listener for every change that is not delivered yet, in order of registration; not owned. It
-  /// may hear of a change that it has read already, but misses none that came after its reading. Adding it
-  /// again does nothing.
+  /// Calls the listener for every change that is not delivered yet, in order of registration. It may hear of
+  /// a change that it has read already, but misses none that came after its reading. One that is added from
+  /// within a call hears only of what later pumps deliver. Nothing happens when it was added before, or is
+  /// null.
+  ///
+  /// The listener is not owned. It must be removed before it is destroyed; a monitor that is not pumped any
+  /// more does not touch it.
   virtual void addModificationListener(ResourceModificationListener* listener) = 0;
 
-  /// Ends that: the listener is not called any more, not even by a delivery that is under way. Nothing
-  /// happens when it was never added.
+  /// Ends that: the listener is not called any more, not even by a delivery that is under way; it may be
+  /// removed from within a call, its own too. Nothing happens when it was never added, or is null.
   virtual void removeModificationListener(ResourceModificationListener* listener) = 0;
 };
 

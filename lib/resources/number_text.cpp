@@ -1,5 +1,5 @@
+#include <core/white_space.h>
 #include <resources/number_text.h>
-#include <resources/xml_text.h>
 
 #include <array>
 #include <charconv>
@@ -27,9 +27,9 @@ std::optional<Number> parseWhole(BasicStringRef text) noexcept {
 
 /// Takes the first word off `text`.
 BasicStringRef takeWord(BasicStringRef& text) noexcept {
-  text = Xml::trimmed(text);
+  text = trimmed(text);
   std::size_t end = 0;
-  while (end < text.size() && !Xml::isSpace(text[end])) ++end;
+  while (end < text.size() && !isSpace(text[end])) ++end;
   const BasicStringRef word = text.substr(0, end);
   text.remove_prefix(end);
   return word;
@@ -50,7 +50,7 @@ std::optional<Vector3> parseVector3(BasicStringRef text) noexcept {
   const auto x = parseFloat(takeWord(text));
   const auto y = parseFloat(takeWord(text));
   const auto z = parseFloat(takeWord(text));
-  if (!x || !y || !z || !Xml::trimmed(text).empty()) return std::nullopt;
+  if (!x || !y || !z || !trimmed(text).empty()) return std::nullopt;
   return Vector3{*x, *y, *z};
 }
 
@@ -62,6 +62,10 @@ std::string floatText(float value) {
   std::array<char, 32> text{};  // the longest float takes 15 characters
   const auto result = std::to_chars(text.data(), text.data() + text.size(), value);
   return {text.data(), result.ptr};
+}
+
+std::string vector3Text(const Vector3& value) {
+  return floatText(value.x) + ' ' + floatText(value.y) + ' ' + floatText(value.z);
 }
 
 }  // namespace Tal

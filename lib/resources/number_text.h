@@ -20,5 +20,7 @@ std::optional<Vector3> parseVector3(BasicStringRef text) noexcept;
 std::string intText(int value);
 /// The shortest text that parses to the same value; `value` is finite.
 std::string floatText(float value);
+/// Three floats as parseVector3 reads them, one space between two; all three are finite.
+std::string vector3Text(const Vector3& value);
 
 }  // namespace Tal

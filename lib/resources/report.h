@@ -9,9 +9,6 @@ namespace Tal {
 /// Logs a refused or failed operation of this room: one message of priority 5, category "resources".
 void reportRefusal(BasicStringRef text);
 
-/// Reports that a value for `key` holds what its format cannot. Always false.
-bool reportUnholdable(BasicStringRef key);
-
 /// A resource name or path for a message: in double quotes, control characters escaped.
 std::string inQuotes(BasicStringRef name);
 

@@ -4,8 +4,12 @@
 
 namespace Tal {
 
-/// Something that wants to hear of changed resources; see FS::MonitorThreadBase. All hooks run on the main
-/// thread.
+/// Something that wants to hear of changed resources; see FS::MonitorThreadBase. It must be removed from the
+/// monitor before it is destroyed.
+///
+/// All hooks run on the main thread, within MultiFileSystem::pump. From within, a listener may add and remove
+/// listeners, itself too, and pump again; it must not replace the file system. What a hook throws leaves the
+/// pump, and what was not delivered by then is not told.
 class ResourceModificationListener {
  public:
   enum class Action { added, modified, removed };

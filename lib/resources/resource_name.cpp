@@ -1,5 +1,5 @@
+#include <resources/documents/section_path.h>
 #include <resources/resource_name.h>
-#include <resources/section_path.h>
 
 namespace Tal {
 

@@ -1,8 +1,9 @@
 #include <core/debug_message.h>
-#include <core/format.h>
+#include <core/display_text.h>
+#include <resources/documents/save_queue.h>
 #include <resources/file_system.h>
+#include <resources/report.h>
 #include <resources/save_group.h>
-#include <resources/save_queue.h>
 
 #include <algorithm>
 #include <utility>
@@ -18,28 +19,34 @@ bool SaveQueue::put(const SmartPointer<SectionDocument>& document, BasicStringRe
   if (depth_ == 0) return false;
   Save save(document, resourceName);
   if (std::find(saves_.begin(), saves_.end(), save) == saves_.end()) saves_.push_back(std::move(save));
-  if (resourceName.empty()) document->oweSave();
+  if (resourceName.empty()) document->markSavePending();
   return true;
 }
 
 bool SaveQueue::lock(const std::filesystem::path& file) {
-  if (locks_.contains(file) || held_.contains(file)) return true;
-  std::optional<FileLock> lock = acquire(file);
+  if (locks_.contains(file)) return true;
+  std::shared_ptr<const FileLock> lock = hold(file);
   if (!lock) return false;
-  locks_.emplace(file, *std::move(lock));
+  locks_.emplace(file, std::move(lock));
   return true;
 }
 
-bool SaveQueue::hold(const std::filesystem::path& file) {
-  std::optional<FileLock> lock = acquire(file);
-  if (!lock) return false;
-  held_.emplace(file, *std::move(lock));
-  return true;
+// The system would make a second lock of the same process wait for the first.
+std::shared_ptr<const FileLock> SaveQueue::hold(const std::filesystem::path& file) {
+  std::erase_if(shared_, [](const auto& entry) { return entry.second.expired(); });
+  if (const auto found = shared_.find(file); found != shared_.end())
+    if (auto known = found->second.lock(); known && known->isOf(file)) return known;
+  std::optional<FileLock> made = acquire(file);
+  if (!made) return nullptr;
+  auto lock = std::make_shared<const FileLock>(*std::move(made));
+  shared_.insert_or_assign(file, lock);
+  return lock;
 }
 
-std::optional<FileLock> SaveQueue::acquire(const std::filesystem::path& file) const {
+std::optional<FileLock> SaveQueue::acquire(const std::filesystem::path& file) {
   std::string holder;
   std::optional<FileLock> lock = FileLock::acquire(file, patience_, holder);
+  if (lock && !lock->fault().empty()) warnOfNoLock(file, lock->fault());
   if (lock) return lock;
   DebugMessageHelper::criticalMessage("lib/resources/save_group", __LINE__,
                                       "cannot save %s: %s is saving it and does not come to an end; nothing "
@@ -47,6 +54,19 @@ std::optional<FileLock> SaveQueue::acquire(const std::filesystem::path& file) co
                                       "save again when it has ended",
                                       escapeControls(file.native()).c_str(), holder.c_str());
   return std::nullopt;
+}
+
+bool SaveQueue::refuseValue(BasicStringRef key, BasicStringRef reason) {
+  reportRefusal("the value for " + inQuotes(key) + ' ' + std::string(reason));
+  isValueRefused_ = depth_ > 0;
+  return false;
+}
+
+void SaveQueue::warnOfNoLock(const std::filesystem::path& file, const std::string& reason) {
+  if (!unlockable_.insert(file).second) return;
+  DebugMessageHelper({0, 4}, "", 0)
+      .message(escapeControls(file.native()) + " cannot be locked here (" + reason +
+               "): take care that no other program saves it at the same time");
 }
 
 bool SaveQueue::close(bool isCommitted) {
@@ -71,7 +91,7 @@ SaveGroup::SaveGroup() {
 }
 
 SaveGroup::~SaveGroup() {
-  if (isOpen_) SaveQueue::instance().close(false);
+  if (isOpen_) static_cast<void>(SaveQueue::instance().close(false));  // nothing is written that could fail
 }
 
 bool SaveGroup::commit() {
@@ -85,12 +105,8 @@ SaveLock::SaveLock(BasicStringRef resourceName) {
   std::string refusal;  // to be reported by who opens it
   const auto place = fileSystem == nullptr ? std::nullopt : fileSystem->find(resourceName, &refusal);
   if (!place) return;
-  isHeld_ = SaveQueue::instance().hold(*place);
-  if (isHeld_) file_ = *place;
-}
-
-SaveLock::~SaveLock() {
-  if (!file_.empty()) SaveQueue::instance().letGo(file_);
+  lock_ = SaveQueue::instance().hold(*place);
+  isHeld_ = lock_ != nullptr;
 }
 
 }  // namespace Tal

@@ -2,9 +2,11 @@
 
 #include <core/string_ref.h>
 
-#include <filesystem>
+#include <memory>
 
 namespace Tal {
+
+class FileLock;
 
 /// Gathers the saves of a scope: while a group is open, DataSection::save only notes the document, and each
 /// noted document is written once when the group is committed. A file that is opened while a group is open is
@@ -23,28 +25,32 @@ class SaveGroup {
   /// nothing is written and one critical message says so. False also when a document could not be written;
   /// that was reported, its old file is whole and its edits are kept. In an inner group: true, and the outer
   /// group's commit writes.
-  bool commit();
+  [[nodiscard]] bool commit();
 
  private:
   bool isOpen_ = true;
 };
 
-/// Keeps other programs from saving a resource that is to be read first and saved then, as a SaveGroup does
-/// that is opened meanwhile. It ends with the scope, or with the first save of the resource. Main thread
-/// only, and one at a time for a resource.
+/// Keeps other programs from saving a resource between reading and saving it, before a SaveGroup that does so
+/// is opened. It ends with the scope, or when the file is replaced by the first save.
+///
+/// A SaveLock, and a file that an open SaveGroup holds, do not wait for one another within this process: they
+/// share one lock, and other programs are kept out until the last of them ends. Main thread only.
 class SaveLock {
  public:
-  /// Waits for a program that is saving it. What no root holds needs no lock.
+  /// Waits up to ten seconds for another program that is saving the resource. One that no root holds, and one
+  /// whose name is refused, needs no lock; so does every resource while there is no file system.
   explicit SaveLock(BasicStringRef resourceName);
-  ~SaveLock();
+  ~SaveLock() = default;
   SaveLock(const SaveLock&) = delete;
   SaveLock& operator=(const SaveLock&) = delete;
 
-  /// False when another program did not come to an end with its save; one critical message has named it.
-  bool isHeld() const noexcept { return isHeld_; }
+  /// False when another program did not come to an end with its save; one critical message has named it. True
+  /// also when no lock is needed.
+  [[nodiscard]] bool isHeld() const noexcept { return isHeld_; }
 
  private:
-  std::filesystem::path file_;
+  std::shared_ptr<const FileLock> lock_;  ///< null when none is needed or there is none to be had
   bool isHeld_ = true;
 };
 

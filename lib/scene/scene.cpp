@@ -4,7 +4,7 @@
 namespace Tal {
 namespace {
 
-// Where the assertion stands for those who read the log; it does not follow the code.
+// The place that the log names for the assertion. It is fixed, so that it stays when this file changes.
 constexpr char kSource[] = "lib/scene/scene";
 constexpr unsigned kHasFeatureLine = 87;
 

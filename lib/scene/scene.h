@@ -29,11 +29,13 @@ class Scene {
     return added;
   }
 
+  /// Destroys the feature of a type; nothing happens when there is none.
   template <class Feature>
   void remove() {
     features_.erase(Feature::kTypeIndex);
   }
 
+  /// Whether there is a feature of a type. Nothing is reported.
   template <class Feature>
   bool has() const {
     return features_.contains(Feature::kTypeIndex);

@@ -10,6 +10,7 @@ namespace Tal {
 /// The open spaces of the process, by their identifiers. Main thread only.
 class SpaceManager {
  public:
+  /// The process's manager; it lives until the process ends.
   static SpaceManager& instance();
 
   /// The space; null when there is none. Whoever keeps it takes a reference.
@@ -19,7 +20,7 @@ class SpaceManager {
   /// or replaced.
   ClientSpace& createSpace(int id);
 
-  /// Forgets a space, which lives on as long as somebody holds it.
+  /// Forgets a space, which lives on as long as somebody holds it. Nothing happens when there is none.
   void removeSpace(int id);
 
  private:

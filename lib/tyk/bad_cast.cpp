@@ -1,4 +1,4 @@
-#include <core/nearest_name.h>
+#include <core/display_text.h>
 #include <tyk/bad_cast.h>
 
 namespace tyk {

@@ -15,6 +15,18 @@ namespace {
 
 constexpr int kMaximumLines = 600;
 
+/// A folder of headers that are private to their room.
+struct PrivateFolder {
+  std::string_view headers;
+  std::array<std::string_view, 3> users;  ///< the folders of the files that may include them; some empty
+};
+
+constexpr std::array<PrivateFolder, 4> kPrivateFolders = {
+    {{"destructibles/ks_destructibles_helper/", {"lib/destructibles/", "tests/destructibles/", {}}},
+     {"resources/documents/", {"lib/resources/", "tests/resources/", {}}},
+     {"resources/watch/", {"lib/resources/", "tests/resources/", {}}},
+     {"resources/xml/", {"lib/resources/", "tests/resources/", "tests/fuzz/"}}}};
+
 /// The rooms of lib/, lowest floor first.
 constexpr std::array<std::string_view, 10> kFloors = {
     "core", "ks", "tyk", "mio", "resources", "model", "render", "scene", "destructibles", "authoring"};
@@ -100,6 +112,12 @@ const Library* libraryOf(std::string_view header) {
   return found == kLibraries.end() ? nullptr : found;
 }
 
+bool isPrivateFrom(const PrivateFolder& folder, std::string_view path, std::string_view header) {
+  return header.starts_with(folder.headers) &&
+         std::none_of(folder.users.begin(), folder.users.end(),
+                      [path](std::string_view user) { return !user.empty() && path.starts_with(user); });
+}
+
 bool isKnownIn(const Library& library, std::string_view path) {
   return std::any_of(library.folders.begin(), library.folders.end(),
                      [path](std::string_view folder) { return !folder.empty() && path.starts_with(folder); });
@@ -121,6 +139,7 @@ class Inspection {
  private:
   void inspect(const SourceFile& file) {
     inspectForm(file);
+    inspectPrivateIncludes(file);
     const bool isInLib = file.path.starts_with("lib/");
     if (!isInLib && !file.path.starts_with("apps/")) return;
     if (isInLib && !floorOf(secondPart(file.path)))
@@ -136,6 +155,19 @@ class Inspection {
       report(file, kMaximumLines + 1,
              "the file has " + std::to_string(file.lineCount) + " lines; more than " +
                  std::to_string(kMaximumLines) + " ask to be two files");
+    }
+  }
+
+  void inspectPrivateIncludes(const SourceFile& file) {
+    for (const Include& include : file.includes) {
+      const auto* const folder = std::find_if(
+          kPrivateFolders.begin(), kPrivateFolders.end(),
+          [&](const PrivateFolder& one) { return isPrivateFrom(one, file.path, include.target); });
+      if (folder == kPrivateFolders.end()) continue;
+      const std::string room(include.target.substr(0, include.target.find('/')));
+      report(file, include.line,
+             bracketed(include.target) + " is private to its room; only lib/" + room +
+                 " and its tests include it");
     }
   }
 

@@ -82,6 +82,25 @@ TEST(TheHouse, RefusesAnIncludeOfAFileThatIsNotThere) {
               ElementsAre("lib/core/a.cpp:1: there is no lib/core/gone.h"));
 }
 
+TEST(TheHouse, KeepsThePrivateHeadersOfARoomToItsOwnFilesAndTests) {
+  for (const std::string& room : {std::string("destructibles"), std::string("resources")}) {
+    const support::TemporaryFolder tree;
+    const std::string header =
+        room == "resources" ? "resources/xml/a.h" : "destructibles/ks_destructibles_helper/a.h";
+    tree.write("lib/" + header, "#pragma once\n");
+    tree.write("lib/" + room + "/shown.h", "#pragma once\n");
+    for (const std::string& path :
+         {"lib/" + room + "/b.cpp", std::string("lib/authoring/c.cpp"), std::string("apps/cli/d.cpp"),
+          std::string("tests/cli/e.h"), "tests/" + room + "/f.cpp"})
+      tree.write(path, "#pragma once\n#include <" + room + "/shown.h>\n#include <" + header + ">\n");
+    const std::string breach =
+        ":3: <" + header + "> is private to its room; only lib/" + room + " and its tests include it";
+    EXPECT_THAT(
+        architecture::breaches(architecture::readSources(tree.path(), {"lib", "apps", "tests"})),
+        ElementsAre("apps/cli/d.cpp" + breach, "lib/authoring/c.cpp" + breach, "tests/cli/e.h" + breach));
+  }
+}
+
 TEST(TheHouse, RefusesAThirdPartyHeaderInAHeader) {
   EXPECT_THAT(
       breachesOf({{"lib/core/a.h", "#include <spdlog/fmt/fmt.h>\n"}}),

@@ -88,6 +88,23 @@ TEST_F(Catalogue, IsNotThereWithoutADatabase) {
   EXPECT_FALSE(readCatalogue().has_value());
 }
 
+TEST_F(Catalogue, IsRefusedWithoutResourceRootsWithWhatToDo) {
+  FS::setFileSystem(nullptr);
+  EXPECT_EQ(refusalOfDatabase(), "no resource roots are set up; set some first");
+  EXPECT_FALSE(databaseIdentity().has_value());
+  EXPECT_FALSE(readCatalogue().has_value());
+}
+
+TEST_F(Catalogue, TellsAnotherVersionOfTheDatabaseByItsIdentity) {
+  const std::optional<FileIdentity> before = databaseIdentity();
+  ASSERT_TRUE(before.has_value());
+  EXPECT_EQ(databaseIdentity(), before);
+  writeDatabase("<root><fragiles/></root>");
+  EXPECT_NE(databaseIdentity(), before);
+  std::filesystem::remove(root_ / kDatabase);
+  EXPECT_FALSE(databaseIdentity().has_value());
+}
+
 TEST_F(Catalogue, KnowsTheModelFilesOfAllRoots) {
   const support::TemporaryFolder second;
   support::writeModel(second, "content/props/barrel", {});

@@ -71,11 +71,12 @@ TEST_F(KeptValues, AModuleThatTheFileLacksGetsTheHardPointOfItsNumber) {
 }
 
 TEST_F(KeptValues, ASaveWritesTheModelsOwnTagAndHardPoints) {
-  const auto session = open(kHouse);
+  auto session = open(kHouse);
   expectDone(session->setModule("n_wall_1", {{"health", "99"}}));
   expectDone(session->save());
   EXPECT_EQ(tagOf(*session), "house");
   EXPECT_EQ(hardPointOf(*session, "n_wall_1"), "HP_wall_2");
+  session.reset();
   const auto again = open(kHouse);
   EXPECT_EQ(tagOf(*again), "house");
   EXPECT_EQ(hardPointOf(*again, "n_wall_1"), "HP_wall_2");

@@ -81,6 +81,16 @@ TEST_F(OpeningASession, RefusesToGuessWithoutADatabase) {
   EXPECT_EQ(refusalOf(kCrate), "scripts/destructibles.xml cannot be read; mend the file and try again");
 }
 
+TEST_F(OpeningASession, RefusesAModelThatAnotherSessionHasOpen) {
+  auto session = open(kCrate);
+  const auto other = open(kLamp);
+  EXPECT_EQ(refusalOf(kCrate),
+            "the model \"content/props/crate.model\" is open already in this program; use that session or "
+            "close it first");
+  session.reset();
+  EXPECT_EQ(open(kCrate)->modelName(), kCrate);
+}
+
 TEST_F(OpeningASession, RefusesWithoutResourceRoots) {
   FS::setFileSystem(nullptr);
   EXPECT_EQ(refusalOf(kCrate), "no resource roots are set up");

@@ -1,11 +1,15 @@
 #include <authoring/session_fixture.h>
+#include <core/debug_message.h>
 #include <render/render_system.h>
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <memory>
+#include <string>
 #include <thread>
+#include <utility>
 
 namespace Tal::authoring {
 namespace {
@@ -50,13 +54,14 @@ TEST_F(AReload, BringsWhatTheFileHoldsNow) {
 }
 
 TEST_F(AReload, KeepsTheEditsThatWereNotSavedAndTakesTheRest) {
-  const auto session = open(kCrate);
+  auto session = open(kCrate);
   expectDone(session->set({{"health", "35"}}));
   changeFile(*session, database("8", "fire"));
   EXPECT_EQ(session->description().fragile.value().health, 35);
   EXPECT_EQ(session->description().fragile.value().effect, "fire");
   EXPECT_TRUE(session->hasUnsavedEdits());
   expectDone(session->save());
+  session.reset();
   const KsDestructibleFragileDesc saved = open(kCrate)->description().fragile.value();
   EXPECT_EQ(saved.health, 35);
   EXPECT_EQ(saved.effect, "fire");
@@ -162,15 +167,17 @@ TEST_F(AReload, OfAFileThatBecameUnreadableKeepsWhatWasLastRead) {
 }
 
 TEST_F(AReload, ThatAnotherSessionCausesKeepsTheEditsOfThisOne) {
-  const auto crate = open(kCrate);
+  auto crate = open(kCrate);
   expectDone(crate->set({{"health", "35"}}));
-  const auto lamp = open(kLamp);
+  auto lamp = open(kLamp);
   expectDone(lamp->convert(DT_FALLING_ATOMS));
   expectDone(lamp->save());
   KsDestructibleFragileDesc fragile;
   EXPECT_TRUE(crate->helper().getFragileParameters(fragile));
   EXPECT_EQ(fragile.health, 35);
   expectDone(crate->save());
+  lamp.reset();
+  crate.reset();
   EXPECT_EQ(open(kLamp)->category(), DT_FALLING_ATOMS);
   EXPECT_EQ(open(kCrate)->description().fragile.value().health, 35);
 }
@@ -197,10 +204,11 @@ TEST_F(AReload, IsToldOfWithTheEditsRestored) {
 }
 
 TEST_F(AReload, ThatNobodyHasToldOfYetIsMadeBeforeASave) {
-  const auto session = open(kCrate);
+  auto session = open(kCrate);
   root_.replace(kDatabase, database("8", "fire"));
   expectDone(session->set({{"health", "35"}}));
   expectDone(session->save());
+  session.reset();
   const KsDestructibleFragileDesc saved = open(kCrate)->description().fragile.value();
   EXPECT_EQ(saved.health, 35);
   EXPECT_EQ(saved.effect, "fire");
@@ -210,6 +218,76 @@ TEST_F(AReload, ThatNobodyHasToldOfYetIsMadeWhenASecondSessionOpens) {
   const auto lamp = open(kLamp);
   root_.replace(kDatabase, database("8", "fire"));
   EXPECT_EQ(open(kCrate)->description().fragile.value().health, 8);
+}
+
+// What is saved while one session hears of a reload comes before the other one hears of it.
+TEST_F(AReload, KeepsWhatAnotherProgramSavesBeforeEverySessionHasHeardOfIt) {
+  const auto lamp = open(kLamp);
+  const auto crate = open(kCrate);
+  bool isOver = false;
+  const ks::Connection connection = lamp->connectReloaded([this, &isOver] {
+    if (!std::exchange(isOver, true)) root_.replace(kDatabase, database("8", "fire"));
+  });
+  changeFile(*crate, database("8", "smoke"));
+  ASSERT_TRUE(isOver);
+  ASSERT_EQ(crate->description().fragile.value().effect, "smoke");
+  expectDone(crate->set({{"health", "35"}}));
+  expectDone(crate->save());
+  EXPECT_THAT(root_.read(kDatabase), testing::AllOf(testing::HasSubstr("<health>35</health>"),
+                                                    testing::HasSubstr("<effect>fire</effect>")));
+}
+
+/// While it lives, another program writes the database whenever this one logs something.
+class ProgramThatWritesAtEveryMessage {
+ public:
+  ProgramThatWritesAtEveryMessage(const support::TemporaryFolder& root, const std::string& text)
+      : previous_(DebugMessageHelper::setSink([this, &root, text](const DebugMessage&) {
+          root.replace(kDatabase, text);
+          hasWritten_ = true;
+        })) {}
+  ~ProgramThatWritesAtEveryMessage() { DebugMessageHelper::setSink(std::move(previous_)); }
+  ProgramThatWritesAtEveryMessage(const ProgramThatWritesAtEveryMessage&) = delete;
+  ProgramThatWritesAtEveryMessage& operator=(const ProgramThatWritesAtEveryMessage&) = delete;
+
+  bool hasWritten() const noexcept { return hasWritten_; }
+
+ private:
+  bool hasWritten_ = false;
+  DebugMessageHelper::Sink previous_;
+};
+
+// The health of such a gate cannot be estimated: opening it logs that, after the tables were loaded.
+TEST_F(AReload, KeepsWhatAnotherProgramSavesWhileASessionOpens) {
+  const std::string model = "content/gatesandfences/gate";
+  support::writeModel(root_, model, {.materials = {{"n_brick", 73}}, .bsp = {"n_brick"}});
+  const auto text = [&model](const std::string& effect) {
+    return "<root><structures><entry><filename>" + model +
+           ".model</filename><modules><module><matName>n_brick</matName><health>5</health><hitEffect>" +
+           effect + "</hitEffect></module></modules></entry></structures></root>";
+  };
+  writeDatabase(text("smoke"));
+  std::unique_ptr<Session> session;
+  {
+    const ProgramThatWritesAtEveryMessage other(root_, text("fire"));
+    session = open(model + ".model");
+    ASSERT_TRUE(other.hasWritten());
+  }
+  ASSERT_EQ(session->description().modules.at("n_brick").hitEffect, "smoke");
+  expectDone(session->setModule("n_brick", {{"health", "35"}}));
+  expectDone(session->save());
+  EXPECT_THAT(root_.read(kDatabase), testing::AllOf(testing::HasSubstr("<health>35</health>"),
+                                                    testing::HasSubstr("<hitEffect>fire</hitEffect>")));
+}
+
+TEST_F(AReload, WithoutResourceRootsKeepsWhatWasLastReadAndTheEdits) {
+  const auto crate = open(kCrate);
+  expectDone(crate->set({{"health", "35"}}));
+  auto lamp = open(kLamp);
+  FS::setFileSystem(nullptr);
+  lamp.reset();  // the next look at the tables loads them again
+  EXPECT_EQ(crate->category(), DT_FRAGILE);
+  EXPECT_EQ(crate->description().fragile.value().health, 35);
+  EXPECT_EQ(crate->description().fragile.value().effect, "smoke");
 }
 
 TEST_F(AReload, MayCloseItsOwnSessionFromTheListener) {

@@ -78,12 +78,63 @@ TEST_F(TheLossesOfASave, AreNumbersThatAreNone) {
 }
 
 TEST_F(TheLossesOfASave, AreNoneInAnEntryThatTheEditorWrote) {
-  const auto session = open(kHouse);
+  auto session = open(kHouse);
   expectDone(session->convert(DT_STRUCTURE));
   expectDone(session->addState("open"));
   expectDone(session->save());
+  session.reset();
   EXPECT_THAT(warnings(kHouse, Code::lostContent), IsEmpty());
   EXPECT_THAT(warnings(kHouse, Code::addedModule), IsEmpty());
+}
+
+// A section that looks like an entry of the model.
+class ASectionWithAFilename : public TheLossesOfASave {
+ protected:
+  static constexpr const char* kStray = "<filename>content/props/crate.model</filename><health>7</health>";
+  static constexpr const char* kOwn =
+      "<entry><filename>content/props/crate.model</filename><health>5</health></entry>";
+};
+
+TEST_F(ASectionWithAFilename, IsNamedAsRemovedWhole) {
+  writeDatabase("<root><fragiles>" + std::string(kStray) + kOwn + "</fragiles></root>");
+  const auto session = open(kCrate);
+  std::vector<std::string> texts;
+  for (const SaveWarning& warning : session->saveWarnings()) texts.push_back(warning.text);
+  EXPECT_THAT(texts, ElementsAre("the section \"fragiles\" has the model's <filename> itself and is removed "
+                                 "from the file with all that it holds"));
+  expectDone(session->save());
+  EXPECT_THAT(readDatabase(), testing::Not(testing::HasSubstr("<health>7</health>")));
+  EXPECT_TRUE(session->saveWarnings().empty());
+}
+
+TEST_F(ASectionWithAFilename, IsNoneToSaveToWhileItHoldsAnotherModel) {
+  const std::string rock = "<entry><filename>rock</filename></entry>";
+  for (const std::string section : {"fragiles", "trees"}) {
+    const std::string text = "<root><" + section + ">" + kStray + rock + "</" + section + "><fragiles>" +
+                             kOwn + "</fragiles></root>";
+    writeDatabase(text);
+    const auto session = open(kCrate);
+    expectDone(session->set({{"health", "8"}}));
+    const std::string refusal =
+        "the section \"" + section +
+        "\" of scripts/destructibles.xml has the <filename> "
+        "\"content/props/crate.model\" itself, and a save would remove all of it, the "
+        "entry of \"rock\" too; nothing was saved: take that <filename> out of the file";
+    EXPECT_EQ(session->save().refusal, refusal);
+    expectDone(session->convert(DT_NON_DESTRUCTIBLE));
+    EXPECT_EQ(session->save().refusal, refusal);
+    EXPECT_EQ(readDatabase(), text);
+  }
+}
+
+TEST_F(ASectionWithAFilename, OfAnotherModelIsNoLoss) {
+  const std::string rock = "<filename>rock</filename><entry><filename>rock</filename></entry>";
+  writeDatabase("<root><fragiles>" + rock + kOwn + "</fragiles></root>");
+  const auto session = open(kCrate);
+  EXPECT_TRUE(session->saveWarnings().empty());
+  expectDone(session->set({{"health", "8"}}));
+  expectDone(session->save());
+  EXPECT_THAT(readDatabase(), testing::HasSubstr("<root><fragiles>" + rock));
 }
 
 TEST_F(TheLossesOfASave, OfVeryManyAreNamedInPart) {

@@ -1,10 +1,11 @@
 #include <authoring/session_fixture.h>
-#include <resources/file_lock.h>
+#include <resources/files/file_lock.h>
 
 #include <sys/resource.h>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -127,13 +128,14 @@ TEST_F(Saving, NamesTheEntriesThatItRemoves) {
 
 TEST_F(Saving, AModelOfNoCategoryRemovesItsEntriesAndSucceeds) {
   writeDatabase(kOneFragile);
-  const auto session = open(kCrate);
+  auto session = open(kCrate);
   expectDone(session->convert(DT_NON_DESTRUCTIBLE));
   EXPECT_TRUE(session->hasUnsavedEdits());
   EXPECT_TRUE(session->saveWarnings().empty());
   expectDone(session->save());
   EXPECT_EQ(readDatabase(), "<root>\n\t<!-- the crates -->\n\t<fragiles></fragiles>\n</root>\n");
   EXPECT_FALSE(session->hasUnsavedEdits());
+  session.reset();
   EXPECT_EQ(open(kCrate)->category(), DT_NON_DESTRUCTIBLE);
 }
 
@@ -146,9 +148,20 @@ TEST_F(Saving, AModelThatHasNoEntryAndNoCategoryWritesNothing) {
   EXPECT_EQ(std::filesystem::last_write_time(root_ / kDatabase), before);
 }
 
+TEST_F(Saving, IsRefusedWithoutResourceRootsAndKeepsTheEdits) {
+  const auto session = open(kCrate);
+  expectDone(session->convert(DT_FRAGILE));
+  expectDone(session->set({{"health", "35"}}));
+  FS::setFileSystem(nullptr);
+  EXPECT_EQ(
+      session->save().refusal,
+      "scripts/destructibles.xml cannot be read, so nothing was saved; restore the file and save again");
+  EXPECT_EQ(session->description().fragile.value().health, 35);
+}
+
 TEST_F(Saving, IsRefusedWhenTheDatabaseIsGone) {
   writeDatabase(kOneFragile);
-  const auto session = open(kCrate);
+  auto session = open(kCrate);
   expectDone(session->set({{"health", "35"}}));
   std::filesystem::remove(root_ / kDatabase);
   EXPECT_EQ(
@@ -156,6 +169,7 @@ TEST_F(Saving, IsRefusedWhenTheDatabaseIsGone) {
       "scripts/destructibles.xml cannot be read, so nothing was saved; restore the file and save again");
   writeDatabase(kOneFragile);
   expectDone(session->save());
+  session.reset();
   EXPECT_EQ(open(kCrate)->description().fragile.value().health, 35);
 }
 
@@ -228,6 +242,89 @@ TEST_F(Saving, TakesOverWhatAnotherProgramIsJustSavingForTheSameModel) {
                                              testing::HasSubstr("<effect>fire</effect>")));
 }
 
+/// A fragile crate with an edit, to which another program gives another category.
+class ASaveAfterAConversionElsewhere : public Saving {
+ protected:
+  ASaveAfterAConversionElsewhere() {
+    writeDatabase(kOneFragile);
+    crate_ = open(kCrate);
+    expectDone(crate_->set({{"health", "35"}}));
+  }
+
+  static std::string refusalNaming(const std::string& category) {
+    return "another program has meanwhile changed the category of \"content/props/crate.model\" to \"" +
+           category +
+           "\", so nothing was saved; look at the model as it is now, and if this is still wanted, do the "
+           "same again";
+  }
+
+  static constexpr const char* kStructure =
+      "<root><structures><entry><filename>content/props/crate.model</filename><modules><module>"
+      "<matName>n_wood</matName></module></modules></entry></structures></root>";
+  std::unique_ptr<Session> crate_;
+};
+
+TEST_F(ASaveAfterAConversionElsewhere, IsRefusedAndLeavesTheOtherProgramsEntry) {
+  root_.replace(kDatabase, kStructure);
+  EXPECT_EQ(crate_->save().refusal, refusalNaming("structure"));
+  EXPECT_EQ(readDatabase(), kStructure);
+  EXPECT_EQ(crate_->category(), DT_FRAGILE);
+  EXPECT_EQ(crate_->description().fragile.value().health, 35);
+  EXPECT_TRUE(crate_->hasUnsavedEdits());
+}
+
+TEST_F(ASaveAfterAConversionElsewhere, IsRefusedWhenTheEntryWasRemoved) {
+  root_.replace(kDatabase, "<root/>");
+  EXPECT_EQ(crate_->save().refusal, refusalNaming("none"));
+  EXPECT_EQ(readDatabase(), "<root/>");
+}
+
+TEST_F(ASaveAfterAConversionElsewhere, IsRefusedWhenBothHaveConvertedTheModel) {
+  expectDone(crate_->convert(DT_FALLING_ATOMS));
+  root_.replace(kDatabase, kStructure);
+  EXPECT_EQ(crate_->save().refusal, refusalNaming("structure"));
+  EXPECT_EQ(readDatabase(), kStructure);
+}
+
+TEST_F(ASaveAfterAConversionElsewhere, IsMadeTheSecondTimeAndNamesTheEntryThatItRemoves) {
+  root_.replace(kDatabase, kStructure);
+  EXPECT_NE(crate_->save().refusal, "");
+  std::vector<SaveWarning> warnings;
+  expectDone(crate_->save([&warnings](const SaveWarning& warning) { warnings.push_back(warning); }));
+  EXPECT_THAT(textsOf(warnings), testing::ElementsAre("the entry of the model in the section \"structures\" "
+                                                      "is removed from the file"));
+  EXPECT_THAT(readDatabase(), testing::AllOf(testing::HasSubstr("<health>35</health>"),
+                                             testing::Not(testing::HasSubstr("n_wood</matName></module>"))));
+}
+
+TEST_F(ASaveAfterAConversionElsewhere, IsMadeWhenBothHaveMadeTheModelTheSame) {
+  expectDone(crate_->convert(DT_STRUCTURE));
+  root_.replace(kDatabase, kStructure);
+  expectDone(crate_->save());
+  EXPECT_EQ(crate_->category(), DT_STRUCTURE);
+}
+
+TEST_F(ASaveAfterAConversionElsewhere, FollowsTheFileWhenNothingWasEdited) {
+  expectDone(crate_->set({{"health", "5"}}));
+  root_.replace(kDatabase, kStructure);
+  expectDone(crate_->save());
+  EXPECT_EQ(crate_->category(), DT_STRUCTURE);
+  EXPECT_THAT(readDatabase(), testing::HasSubstr("<matName>n_wood</matName>"));
+}
+
+TEST_F(Saving, TellsTheWarningsOfTheFileThatItWritesTo) {
+  writeDatabase(kOneFragile);
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  EXPECT_TRUE(session->saveWarnings().empty());
+  const std::string entry = "<entry><filename>content/props/crate.model</filename><health>5</health></entry>";
+  root_.replace(kDatabase, "<root><fragiles>" + entry + entry + "</fragiles></root>");
+  std::vector<SaveWarning> warnings;
+  expectDone(session->save([&warnings](const SaveWarning& warning) { warnings.push_back(warning); }));
+  EXPECT_THAT(textsOf(warnings), testing::ElementsAre("another entry of the model in the section "
+                                                      "\"fragiles\" is removed from the file"));
+}
+
 TEST_F(AFailedSave, KeepsTheFileAndTheEditsAndMayBeTriedAgain) {
   const auto session = open(kCrate);
   expectDone(session->set({{"health", "35"}}));
@@ -245,7 +342,7 @@ TEST_F(AFailedSave, KeepsTheFileAndTheEditsAndMayBeTriedAgain) {
 }
 
 TEST_F(AFailedSave, OfAStructureKeepsItsTagModulesAndStates) {
-  const auto session = open(kHouse);
+  auto session = open(kHouse);
   expectDone(session->convert(DT_STRUCTURE));
   expectDone(session->set({{"achievementTag", "manor"}}));
   expectDone(session->setModule("n_wall_1", {{"health", "9"}}));
@@ -256,6 +353,7 @@ TEST_F(AFailedSave, OfAStructureKeepsItsTagModulesAndStates) {
   }
   EXPECT_EQ(readDatabase(), kOneFragile);
   expectDone(session->save());
+  session.reset();
   const Description saved = open(kHouse)->description();
   EXPECT_EQ(saved.achievementTag, "manor");
   EXPECT_EQ(saved.modules.at("n_wall_1").health, 9);
@@ -263,7 +361,7 @@ TEST_F(AFailedSave, OfAStructureKeepsItsTagModulesAndStates) {
 }
 
 TEST_F(AFailedSave, OfAModelWithoutACategoryIsNotTakenForDone) {
-  const auto session = open(kCrate);
+  auto session = open(kCrate);
   expectDone(session->convert(DT_NON_DESTRUCTIBLE));
   {
     const FullDisk disk;
@@ -271,6 +369,7 @@ TEST_F(AFailedSave, OfAModelWithoutACategoryIsNotTakenForDone) {
   }
   EXPECT_EQ(readDatabase(), kOneFragile);
   expectDone(session->save());
+  session.reset();
   EXPECT_EQ(open(kCrate)->category(), DT_NON_DESTRUCTIBLE);
 }
 

@@ -41,6 +41,19 @@ TEST_F(Init, SaysWhyAFolderCannotBeMade) {
             "making the folder \"file\": File exists; move the file of that name away");
 }
 
+TEST_F(Init, ThatFailsLeavesNoFolderThatItMade) {
+  const std::string tooLong(300, 'a');
+  EXPECT_THAT(refusal({"init", "new/game/" + tooLong}), testing::HasSubstr("File name too long"));
+  EXPECT_FALSE(fs::exists(folder_ / "new"));
+  // A limit on file sizes: the folders can be made, the files cannot.
+  fs::create_directories(folder_ / "old");
+  const ProcessResult limited = support::runProcess(
+      "/bin/sh", {"-c", "ulimit -f 0; exec \"$@\"", "sh", DESTRUCTIBLES_PROGRAM, "init", "old/game"},
+      {.folder = folder_.path()});
+  EXPECT_EQ(limited.status, 1);
+  EXPECT_TRUE(fs::is_empty(folder_ / "old"));
+}
+
 class Import : public CommandLine {
  protected:
   static std::string barrel() { return TEST_GLTF_FOLDER "/barrel.gltf"; }

@@ -1,3 +1,4 @@
+#include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <gtest/gtest.h>
 
@@ -44,25 +45,6 @@ TEST(ASuggestion, ListsWhatThereIsWhenNothingIsNear) {
   EXPECT_EQ(nameSuggestion("wood", {"iron", "clay"}), "; there is \"iron\" and \"clay\"");
   EXPECT_EQ(nameSuggestion("quartz", {"b", "d", "e", "f", "g"}), "; there is \"b\", \"d\", \"e\" and 2 more");
   EXPECT_EQ(nameSuggestion("wood", {}), "; there is none");
-}
-
-TEST(AQuotedName, ShowsControlCharactersEscaped) {
-  EXPECT_EQ(quotedName("a\n%s\x1b"), "\"a\\n%s\\x1b\"");
-}
-
-TEST(AQuotedName, IsShortenedWhenItIsVeryLong) {
-  EXPECT_EQ(quotedName(std::string(100'000, 'n')),
-            "\"" + std::string(60, 'n') + "..." + std::string(16, 'n') + "\"");
-}
-
-TEST(AQuotedName, IsNotCutInsideACharacter) {
-  std::string name = "x";
-  std::string head = "x";
-  for (int count = 0; count < 100; ++count) name += "\xc3\xa4";
-  for (int count = 0; count < 29; ++count) head += "\xc3\xa4";
-  std::string tail;
-  for (int count = 0; count < 8; ++count) tail += "\xc3\xa4";
-  EXPECT_EQ(quotedName(name), "\"" + head + "..." + tail + "\"");
 }
 
 }  // namespace

@@ -184,10 +184,23 @@ TEST_F(AFailingAllocation, LeavesTheTablesOfALoadThatRestoresThemEmptyOrWhole) {
     const auto restore = [](OpenModel& house) { house->loadConfig(true); };
     const int failures = failEach(change, restore, [](OpenModel& /*house*/, Outcome outcome) {
       if (outcome == Outcome::done) return;
-      EXPECT_THAT(textOfTables(), Eq("  loaded 1\n"));
+      EXPECT_THAT(textOfTables(), Eq("  loaded 0\n"));
     });
     EXPECT_GT(failures, 2);
   }
+}
+
+TEST_F(AFailingAllocation, LeavesTheTablesOfAFirstLoadEmptyOrWhole) {
+  const auto forget = [](OpenModel& /*house*/) { Access::clearTables(); };
+  const auto first = [](OpenModel& house) { house->loadConfig(true); };
+  const int failures = failEach(forget, first, [](OpenModel& /*house*/, Outcome outcome) {
+    if (outcome == Outcome::done) return;
+    EXPECT_THAT(textOfTables(), Eq("  loaded 0\n"));
+    KsDestructiblesHelper next;
+    EXPECT_TRUE(next.loadConfig(false)) << "nobody takes them for a load";
+    EXPECT_THAT(Access::modules(), Contains(Key(kHouse)));
+  });
+  EXPECT_GT(failures, 5);
 }
 
 TEST_F(AFailingAllocation, LeavesNoEditsOfASaveThatFailsBehindInTheDocument) {

@@ -1,5 +1,5 @@
 #include <destructibles/fixture.h>
-#include <resources/file_lock.h>
+#include <resources/files/file_lock.h>
 #include <resources/save_patience.h>
 
 #include <sys/resource.h>

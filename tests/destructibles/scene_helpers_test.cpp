@@ -7,22 +7,18 @@
 #include <scene/matrix_provider.h>
 #include <scene/space_manager.h>
 #include <support/message_recorder.h>
+#include <support/translation.h>
 
 #include <memory>
 
 namespace Tal {
 namespace {
 
+using support::translation;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr int kSpace = 12;
-
-Matrix translation(float x) {
-  Matrix matrix;
-  matrix.rows[3][0] = x;
-  return matrix;
-}
 
 Matrix matrixOf(const std::shared_ptr<MatrixProvider>& provider) {
   Matrix matrix;

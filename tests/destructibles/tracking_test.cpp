@@ -128,7 +128,7 @@ TEST_F(TheCallStack, ShowsALoadOnEveryPath) {
   EXPECT_EQ(lines_.at("loadConfig"), 356U);
 }
 
-TEST_F(TheCallStack, ShowsAloadsCallbacksWithinTheLoad) {
+TEST_F(TheCallStack, ShowsALoadsCallbacksWithinTheLoad) {
   writeDatabase("<r/>");
   KsDestructiblesHelper helper;
   const ks::Connection listening =

@@ -2,8 +2,8 @@
 // noted. It is linked into a program or preloaded, and takes everything else straight to the kernel.
 //
 // The operations: "open" (for reading), "open-write", "open-folder", "read", "write", "flush" (fsync and
-// fdatasync of a file), "flush-folder", "close", "rename", "mode" (fchmod), "owner" (fchown), "lock",
-// "mkdir", "access" (asking whether a file may be used).
+// fdatasync of a file), "flush-folder", "close", "rename", "mode" (fchmod), "owner" (fchown),
+// "attribute" (fsetxattr), "lock", "mkdir", "access" (asking whether a file may be used).
 
 #include <durability/fault_shim.h>
 
@@ -33,6 +33,7 @@ struct Order {
   int code = 0;
   bool isLasting = false;
   int largestWrite = 0;
+  void (*meanwhile)() = nullptr;
 };
 
 Order s_order;
@@ -59,7 +60,8 @@ int numberFrom(const char* variable) {
                          numberFrom("FAULT_NUMBER"),
                          numberFrom("FAULT_ERRNO"),
                          numberFrom("FAULT_LASTING"),
-                         numberFrom("FAULT_LARGEST_WRITE")};
+                         numberFrom("FAULT_LARGEST_WRITE"),
+                         nullptr};
   faultShimArm(&order);
 }
 
@@ -113,6 +115,13 @@ bool isToFail(const char* operation, What what) {
   if (std::strcmp(s_order.operation.data(), operation) != 0) return false;
   const int call = ++s_calls;
   if (call != s_order.number && !(s_order.isLasting && call > s_order.number)) return false;
+  if (s_order.meanwhile != nullptr) {
+    s_isArmed = false;  // what it calls is not meant
+    s_order.meanwhile();
+    s_isArmed = true;
+    errno = before;
+    return false;
+  }
   errno = s_order.code;
   return true;
 }
@@ -164,6 +173,7 @@ void faultShimArm(const FaultOrder* order) {
   s_order.code = order->code;
   s_order.isLasting = order->lasting != 0;
   s_order.largestWrite = order->largestWrite;
+  s_order.meanwhile = order->meanwhile;
   s_calls = 0;
   s_isArmed = true;
 }
@@ -231,6 +241,11 @@ int fchmod(int descriptor, mode_t mode) {
 int fchown(int descriptor, uid_t owner, gid_t group) {
   if (isToFail("owner", descriptor)) return -1;
   return static_cast<int>(::syscall(SYS_fchown, descriptor, owner, group));
+}
+
+int fsetxattr(int descriptor, const char* name, const void* value, std::size_t size, int flags) noexcept {
+  if (isToFail("attribute", descriptor)) return -1;
+  return static_cast<int>(::syscall(SYS_fsetxattr, descriptor, name, value, size, flags));
 }
 
 int flock(int descriptor, int operation) {

@@ -4,17 +4,20 @@
 #include <durability/instruction.h>
 #include <durability/town.h>
 #include <resources/data_section.h>
+#include <resources/file_system.h>
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/xattr.h>
 #include <unistd.h>
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -38,8 +41,9 @@ using testing::IsEmpty;
 struct Fault {
   const char* operation;
   int code;
-  bool isLasting = false;  ///< it stays so until the cause is gone
-  int leastCalls = 1;      ///< how many calls of the operation a save is known to make
+  bool isLasting = false;         ///< it stays so until the cause is gone
+  int leastCalls = 1;             ///< how many calls of the operation a save is known to make
+  void (*meanwhile)() = nullptr;  ///< what happens before the call instead of a failure
 };
 
 std::string nameOf(const Fault& fault) {
@@ -49,6 +53,16 @@ std::string nameOf(const Fault& fault) {
 
 constexpr int kLargestWrite = 4000;  // every write comes back short, so that there are several
 constexpr int kWrites = 8;
+
+/// Gives a file an attribute, where the file system has any.
+bool addAttribute(const fs::path& file) {
+  return ::setxattr(file.c_str(), "user.note", "n", 1, 0) == 0;
+}
+
+bool hasAttributes() {
+  const MountedRoot root("a.xml", "<r/>");
+  return addAttribute(root / "a.xml");
+}
 
 const std::vector<Fault>& faults() {
   static const std::vector<Fault> all = {
@@ -83,6 +97,9 @@ const std::vector<Fault>& faults() {
       {"mode", EIO},
       {"mode", EPERM},
       {"owner", EIO, false, ::geteuid() == 0 ? 1 : 0},
+      {"owner", EINVAL, false, ::geteuid() == 0 ? 1 : 0},  // in a container that does not know the owner
+      {"attribute", EIO, false, hasAttributes() ? 1 : 0},
+      {"attribute", ENOSPC, true, hasAttributes() ? 1 : 0},
   };
   return all;
 }
@@ -95,6 +112,7 @@ class Attempt {
     // Only the superuser can see to it that the owner has to be set.
     const bool isOwned = ::geteuid() != 0 || ::chown((root_ / kDatabase).c_str(), 12345, 12345) == 0;
     EXPECT_TRUE(isOwned);
+    addAttribute(root_ / kDatabase);
     town_.edit(version);
     messages_.clear();
   }
@@ -106,7 +124,7 @@ class Attempt {
   bool saveWith(const Fault& fault, int number) {
     const std::string below = fs::canonical(root_.path()).string();
     const FaultOrder order{below.c_str(), trace_.c_str(),          fault.operation, number,
-                           fault.code,    fault.isLasting ? 1 : 0, kLargestWrite};
+                           fault.code,    fault.isLasting ? 1 : 0, kLargestWrite,   fault.meanwhile};
     faultShimArm(&order);
     const bool isSaved = save();
     calls_ = faultShimDisarm();
@@ -216,8 +234,7 @@ TEST_P(ASaveWithAFault, IsDoneWhenTheCallsWereOnlyInterrupted) {
 
 /// What was not asked for: that reading, locking and looking cannot be done either.
 TEST_P(ASaveWithAFault, LosesNothingWhenTheFileCannotBeRead) {
-  for (const Fault& fault :
-       {Fault{"open", EMFILE}, Fault{"open", EIO, true}, Fault{"read", EIO}, Fault{"lock", ENOLCK, true}}) {
+  for (const Fault& fault : {Fault{"open", EMFILE}, Fault{"open", EIO, true}, Fault{"read", EIO}}) {
     for (int number = 1;; ++number) {
       SCOPED_TRACE(nameOf(fault) + " call " + std::to_string(number));
       Attempt attempt(version());
@@ -240,6 +257,42 @@ TEST_P(ASaveWithAFault, LosesNothingWhenTheFileCannotBeRead) {
   }
 }
 
+/// Adds a comment to the database as another program does that knows no lock.
+void editByHand() {
+  const auto found = Tal::FS::fileSystem()->find(kDatabase);
+  if (!found) return;
+  const std::string text = support::readFile(*found);
+  std::ofstream(*found, std::ios::binary | std::ios::trunc) << text << "<!-- by hand -->\n";
+}
+
+TEST_P(ASaveWithAFault, DoesNotReplaceWhatAnotherProgramWritesMeanwhile) {
+  for (const char* operation : {"open-write", "write", "flush", "close"}) {
+    SCOPED_TRACE(operation);
+    Attempt attempt(version());
+    EXPECT_FALSE(attempt.saveWith({operation, 0, false, 1, &editByHand}, 1));
+    EXPECT_EQ(attempt.text(), Town::textOf(version() - 1) + "<!-- by hand -->\n");
+    EXPECT_THAT(attempt.messages().texts(),
+                ElementsAre(AllOf(HasSubstr(kDatabase), HasSubstr("another program has changed the file"),
+                                  HasSubstr("edits are kept"), HasSubstr("save again"))));
+    expectNoTemporaryFile(attempt);
+    EXPECT_TRUE(attempt.save());
+    EXPECT_EQ(attempt.text(), Town::textOf(version()) + "<!-- by hand -->\n");
+    expectNoTemporaryFile(attempt);
+  }
+}
+
+TEST_P(ASaveWithAFault, GoesOnWhereTheFileSystemHasNoLocksAndSaysSoOnce) {
+  Attempt attempt(version());
+  attempt.saveWith({"lock", ENOLCK, true}, 1);
+  EXPECT_EQ(stateOf(attempt), "new");
+  EXPECT_THAT(attempt.messages().texts(),
+              ElementsAre(AllOf(HasSubstr(kDatabase), HasSubstr(std::strerror(ENOLCK)),
+                                HasSubstr("take care that no other program saves it"))));
+  attempt.messages().clear();
+  attempt.saveWith({"lock", ENOLCK, true}, 1);
+  EXPECT_THAT(attempt.messages().texts(), IsEmpty());
+}
+
 TEST_P(ASaveWithAFault, WritesFlushesClosesAndRenamesInThisOrderAndThenFlushesTheFolder) {
   Attempt attempt(version());
   EXPECT_TRUE(attempt.saveWith({"", 0}, 0));
@@ -252,6 +305,7 @@ TEST_P(ASaveWithAFault, WritesFlushesClosesAndRenamesInThisOrderAndThenFlushesTh
     if (isOfInterest && (calls.empty() || calls.back() != call)) calls.push_back(call);
   }
   std::erase(calls, "owner " + temporary);
+  std::erase(calls, "attribute " + temporary);
   EXPECT_THAT(calls, ElementsAre("open-write " + temporary, "lock " + temporary, "mode " + temporary,
                                  "write " + temporary, "flush " + temporary, "close " + temporary,
                                  "rename " + std::string(kDatabase), "flush-folder scripts"));

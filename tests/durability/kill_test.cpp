@@ -2,8 +2,8 @@
 
 #include <core/debug_message.h>
 #include <durability/town.h>
-#include <resources/atomic_file.h>
-#include <resources/file_lock.h>
+#include <resources/files/atomic_file.h>
+#include <resources/files/file_lock.h>
 #include <resources/save_group.h>
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>

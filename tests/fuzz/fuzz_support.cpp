@@ -64,6 +64,13 @@ void note(std::string what) {
   noted() = std::move(what);
 }
 
+std::string withoutSpace(std::string_view text) {
+  std::string rest;
+  std::copy_if(text.begin(), text.end(), std::back_inserter(rest),
+               [](char c) { return kSpace.find(c) == std::string_view::npos; });
+  return rest;
+}
+
 Input::Input(std::string_view text) : document(takeBytes(text)) {
   while (!text.empty()) {
     text.remove_prefix(kPartMark.size());

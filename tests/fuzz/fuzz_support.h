@@ -20,6 +20,12 @@ void requireEqual(std::string_view actual, std::string_view expected, std::strin
 /// Notes what is under way, to be shown when a promise does not hold.
 void note(std::string what);
 
+/// The characters that XML counts as white space.
+constexpr std::string_view kSpace = " \t\r\n";
+
+/// `text` without any white space.
+std::string withoutSpace(std::string_view text);
+
 /// What an input says, split at the lines that begin with "#fuzz ": the document in front of the first, and
 /// then the rest of each of those lines with the bytes up to the next.
 struct Input {

@@ -1,6 +1,6 @@
 #include <fuzz/fuzz_support.h>
 #include <fuzz/kept_bytes.h>
-#include <resources/xml_transcoding.h>
+#include <resources/xml/transcoding.h>
 
 #include <algorithm>
 #include <optional>
@@ -12,17 +12,8 @@ namespace {
 
 using Element = ElementBytes::Element;
 
-constexpr std::string_view kSpace = " \t\r\n";
-
 bool isBlank(std::string_view text) {
   return text.find_first_not_of(kSpace) == std::string_view::npos;
-}
-
-std::string withoutSpace(std::string_view text) {
-  std::string rest;
-  std::copy_if(text.begin(), text.end(), std::back_inserter(rest),
-               [](char c) { return kSpace.find(c) == std::string_view::npos; });
-  return rest;
 }
 
 /// A start tag without what tells whether the element is empty.
@@ -135,7 +126,7 @@ std::string textOf(const std::string& bytes) {
   Tal::Xml::ParseError error;
   const auto encoding = Tal::Xml::detectEncoding(bytes, error);
   require(encoding.has_value(), "what is written has an encoding that can be read");
-  const auto text = Tal::Xml::toUtf8(Tal::Xml::Source::copyOf(bytes), *encoding, error);
+  const auto text = Tal::Xml::toUtf8(Tal::ByteBuffer::copyOf(bytes), *encoding, error);
   require(text.has_value(), "what is written is valid in its encoding");
   return std::string(text->view());
 }

@@ -6,15 +6,6 @@
 namespace fuzz {
 namespace {
 
-constexpr std::string_view kSpace = " \t\r\n";
-
-std::string withoutSpace(std::string_view text) {
-  std::string rest;
-  std::copy_if(text.begin(), text.end(), std::back_inserter(rest),
-               [](char c) { return kSpace.find(c) == std::string_view::npos; });
-  return rest;
-}
-
 void addOutline(const Tal::DataSection& section, std::string& outline) {
   outline += std::string(section.tag()) + ' ' + std::to_string(section.childCount()) + " [" +
              section.value() + "]\n";

@@ -162,8 +162,6 @@ const std::vector<Damage> kDamages = {
 
 INSTANTIATE_TEST_SUITE_P(Each, DamagedGeometry, testing::ValuesIn(kDamages), support::nameOfDamage);
 
-// --- Offsets ----------------------------------------------------------------------------------------------
-
 TEST_F(AGltfWithOffsets, IsTakenWhenViewAndAccessorTogetherAreAligned) {
   GltfBuilder builder = indexedCube<std::uint16_t>({0, 1, 2, 7, 6, 5});
   builder.root["bufferViews"][1]["byteOffset"] = 94;
@@ -172,8 +170,6 @@ TEST_F(AGltfWithOffsets, IsTakenWhenViewAndAccessorTogetherAreAligned) {
   writeSource(builder.glb());
   EXPECT_TRUE(import()) << error_;
 }
-
-// --- Indices ----------------------------------------------------------------------------------------------
 
 constexpr const char* kIndexEight = "meshes[0].primitives[0] has the index 8, but there are 8 points";
 
@@ -278,8 +274,6 @@ TEST_F(AGltfWithIndices, IsRefusedWhenManyAccessorsOverlapInThem) {
   writeSource(builder.glb());
   EXPECT_EQ(refusal(), "has more than 512 MiB of indices, counted at every accessor of them");
 }
-
-// --- Points -----------------------------------------------------------------------------------------------
 
 /// A mesh of points that no data stands behind.
 int addOrigins(GltfBuilder& builder, int count) {

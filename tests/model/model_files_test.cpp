@@ -5,6 +5,10 @@
 #include "gltf_builder.h"
 #include "import_fixture.h"
 
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+
 namespace Tal {
 namespace {
 
@@ -34,6 +38,11 @@ TEST_P(AnInterruptedImport, LeavesTheOldModelAsItWas) {
   support::GltfBuilder other;
   other.addNode("n", other.addMesh({{1, 2, 3}}, other.addMaterial("other")));
   writeSource(other.glb());
+  // Files of that age are taken for left-overs when nobody uses them.
+  for (const char* const name : {"house.glb", "house.visual", "house.model"}) {
+    const auto file = root() / "content" / name;
+    std::filesystem::last_write_time(file, std::filesystem::last_write_time(file) - std::chrono::hours(1));
+  }
   const FailingRename failing(GetParam(), 1);
   EXPECT_THAT(refusal({.overwrite = true}), StartsWith("cannot be imported: "));
   EXPECT_EQ(folder_.read("root/content/house.glb"), oldGeometry);
@@ -44,6 +53,25 @@ TEST_P(AnInterruptedImport, LeavesTheOldModelAsItWas) {
 INSTANTIATE_TEST_SUITE_P(AtEachFile, AnInterruptedImport, testing::Values(0, 1, 2));
 
 using AnImport = support::ImportFixture;
+
+TEST_F(AnImport, SaysWhereTheOldFileIsThatItCannotPutBack) {
+  writeSource(cubeBuilder().glb());
+  ASSERT_TRUE(import()) << error_;
+  const std::string oldGeometry = folder_.read("root/content/house.glb");
+  support::GltfBuilder other;
+  other.addNode("n", other.addMesh({{1, 2, 3}}, other.addMaterial("other")));
+  writeSource(other.glb());
+  const FailingRename failing(1, 2);
+  EXPECT_FALSE(import({.overwrite = true}));
+  EXPECT_THAT(error_, testing::HasSubstr("putting back the old \""));
+  const auto name = testing::MatchesRegex("root/content/\\.house\\.glb\\.[0-9]+-[0-9]+\\.saving");
+  const auto listing = folder_.listing();
+  const auto kept = std::find_if(listing.begin(), listing.end(),
+                                 [&](const std::string& entry) { return testing::Matches(name)(entry); });
+  ASSERT_NE(kept, listing.end());
+  EXPECT_EQ(folder_.read(*kept), oldGeometry);
+  EXPECT_THAT(error_, testing::HasSubstr(kept->substr(kept->rfind('/') + 1)));
+}
 
 TEST_F(AnImport, KeepsThePermissionsOfTheFilesThatItReplaces) {
   writeSource(cubeBuilder().glb());

@@ -92,4 +92,38 @@ TEST(BytesThatAreNotOfTheEncoding, AreRefused) {
   }
 }
 
+TEST(AFileInUtf16, IsReadAndWrittenBackSoWithoutAMarkAlsoWhenItBeginsWithWhiteSpace) {
+  for (const std::u16string begin : {u"\n", u" ", u"\t\r\n"}) {
+    const std::u16string before = begin + u"<r><t>x</t><n>1</n></r>";
+    const std::u16string after = begin + u"<r><t>x</t><n>\u00E9\u20AC\U0001F600</n></r>";
+    expectKept(littleEndian(before), "x", littleEndian(after));
+    expectKept(bigEndian(before), "x", bigEndian(after));
+  }
+}
+
+TEST(AFileThatBeginsWithZeros, IsRefusedWhenItIsInNoEncodingOfOurs) {
+  const std::string little = "<\0\0\0r\0\0\0/\0\0\0>\0\0\0"s;
+  const std::string big = "\0\0\0<\0\0\0r\0\0\0/\0\0\0>"s;
+  for (const std::string& file : {little, big, "\0"s, "\0\0"s, "\0<r/>"s, "<\0r/>"s, "<\0"s}) {
+    const MountedRoot root("a.xml", file);
+    const MessageRecorder recorder;
+    EXPECT_FALSE(openResource("a.xml"));
+    EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("a.xml:1:"))) << file.size();
+  }
+}
+
+TEST(AnInstructionWhoseNameBeginsLikeADeclaration, NamesNoEncoding) {
+  expectKept("<?xml-style encoding=\"latin1\"?><r><t>x</t><n>1</n></r>", "x",
+             "<?xml-style encoding=\"latin1\"?><r><t>x</t><n>\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80</n></r>");
+  expectKept("<?xml-stylesheet href=\"encoding.xsl\" type=\"text/xsl\"?><r><t>x</t><n>1</n></r>", "x",
+             "<?xml-stylesheet href=\"encoding.xsl\" "
+             "type=\"text/xsl\"?><r><t>x</t><n>\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80</n></r>");
+}
+
+TEST(ADeclaredEncoding, IsFoundWithWhateverSpaceAroundIt) {
+  expectKept(
+      "<?xml version = '1.0'\n encoding\t= 'ISO-8859-1' ?><r><t>\xE9</t><n>1</n></r>", "\xC3\xA9",
+      "<?xml version = '1.0'\n encoding\t= 'ISO-8859-1' ?><r><t>\xE9</t><n>\xE9&#8364;&#128512;</n></r>");
+}
+
 }  // namespace

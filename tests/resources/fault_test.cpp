@@ -2,15 +2,20 @@
 #include <support/mounted_root.h>
 
 #include <resources/file_system.h>
+#include <resources/save_group.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/file.h>
 #include <sys/stat.h>
 
+#include <fcntl.h>
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // The linker puts these in the place of the system's operations, in the engine's code and not in the
@@ -25,14 +30,24 @@ struct Fault {
   int code = 0;
   bool areWritesShort = false;
   int calls = 0;
+  std::function<void()> meanwhile = {};  ///< done before the call, which then goes well
 };
 
 Fault s_fault;
+
+/// What the file system has locks for.
+enum class Locks { everything, onlyWhatIsOpenForWriting, nothing };
+
+Locks s_locks = Locks::everything;
 
 bool isDue(const char* operation) {
   if (s_fault.operation != operation) return false;
   ++s_fault.calls;
   if (--s_fault.countdown != 0) return false;
+  if (s_fault.meanwhile) {
+    std::exchange(s_fault.meanwhile, {})();
+    return false;
+  }
   errno = s_fault.code;
   return true;
 }
@@ -80,6 +95,16 @@ int __wrap_mkdir(const char* path, mode_t mode) {
 int __real_open(const char* path, int flags, mode_t mode);
 int __wrap_open(const char* path, int flags, mode_t mode) {
   return isDue("open") ? -1 : __real_open(path, flags, mode);
+}
+
+int __real_flock(int descriptor, int operation);
+int __wrap_flock(int descriptor, int operation) {
+  const bool isForReading = (::fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY;
+  if (s_locks == Locks::nothing || (s_locks == Locks::onlyWhatIsOpenForWriting && isForReading)) {
+    errno = s_locks == Locks::nothing ? ENOLCK : EBADF;
+    return -1;
+  }
+  return __real_flock(descriptor, operation);
 }
 
 }  // extern "C"
@@ -252,6 +277,128 @@ TEST(AFlushOfTheFolderThatFails, SaysThatTheNewFileIsThereButNotSafe) {
   s_fault = {};
   EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
   EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("may be lost in a power cut")));
+}
+
+/// What another program does with a file while it is being written anew.
+class AFileThatChangesWhileItIsSaved : public testing::Test {
+ protected:
+  AFileThatChangesWhileItIsSaved() { section_->setValue("mine"); }
+  ~AFileThatChangesWhileItIsSaved() override { s_fault = {}; }
+
+  bool saveWhile(std::function<void()> deed) {
+    s_fault = {"fsync", 1, 0, false, 0, std::move(deed)};
+    const bool isSaved = section_->save();
+    s_fault = {};
+    EXPECT_THAT(root_.listing(), testing::Each(testing::Not(HasSubstr("saving")))) << "nothing is left";
+    return isSaved;
+  }
+
+  void replaceByHand(const std::string& text) {
+    root_.write("by hand", text);
+    std::filesystem::rename(root_ / "by hand", root_ / "a.xml");
+  }
+
+  std::string text() const { return root_.read("a.xml"); }
+
+  MountedRoot root_{"a.xml", "<r>old</r>"};
+  Tal::SmartPointer<Tal::DataSection> section_ = openResource("a.xml");
+  MessageRecorder recorder_;
+};
+
+TEST_F(AFileThatChangesWhileItIsSaved, IsNotReplaced) {
+  EXPECT_FALSE(saveWhile([this] { replaceByHand("<r>theirs</r>"); }));
+  EXPECT_EQ(text(), "<r>theirs</r>");
+  EXPECT_THAT(recorder_.texts(), ElementsAre(AllOf(HasSubstr("\"a.xml\""), HasSubstr("another program"),
+                                                   HasSubstr("save again"))));
+  EXPECT_EQ(section_->value(), "mine");
+  EXPECT_TRUE(section_->save()) << "asked to put it in the place of that change";
+  EXPECT_EQ(text(), "<r>mine</r>");
+}
+
+TEST_F(AFileThatChangesWhileItIsSaved, IsReplacedWhenItIsWellFormedAgain) {
+  EXPECT_FALSE(saveWhile([this] { replaceByHand("<r>"); }));
+  EXPECT_THAT(recorder_.texts(), ElementsAre(AllOf(HasSubstr("a.xml:1:4: "), HasSubstr("edits are kept"))));
+  EXPECT_FALSE(section_->save()) << "asked to save over what is not well-formed";
+  EXPECT_EQ(text(), "<r>");
+  replaceByHand("<r>theirs</r>");
+  EXPECT_FALSE(section_->save()) << "that it is another's work is still to be said";
+  EXPECT_EQ(text(), "<r>theirs</r>");
+  EXPECT_TRUE(section_->save());
+  EXPECT_EQ(text(), "<r>mine</r>");
+}
+
+TEST_F(AFileThatChangesWhileItIsSaved, IsReplacedWhenItsContentIsTheSame) {
+  EXPECT_TRUE(saveWhile([this] { replaceByHand("<r>old</r>"); }));
+  EXPECT_THAT(recorder_.texts(), IsEmpty());
+  EXPECT_EQ(text(), "<r>mine</r>");
+}
+
+TEST_F(AFileThatChangesWhileItIsSaved, IsMadeWhenItIsDeleted) {
+  EXPECT_TRUE(saveWhile([this] { std::filesystem::remove(root_ / "a.xml"); }));
+  EXPECT_THAT(recorder_.texts(), IsEmpty());
+  EXPECT_EQ(text(), "<r>mine</r>");
+}
+
+TEST_F(AFileThatChangesWhileItIsSaved, IsLeftWhenItIsTouchedAgainAndAgain) {
+  const std::function<void()> touch = [&] {
+    replaceByHand("<r>old</r>");
+    s_fault.countdown = 1;
+    s_fault.meanwhile = touch;
+  };
+  EXPECT_FALSE(saveWhile(touch));
+  EXPECT_EQ(text(), "<r>old</r>");
+  EXPECT_THAT(recorder_.texts(), ElementsAre(AllOf(HasSubstr("another program has changed"),
+                                                   HasSubstr("edits are kept"), HasSubstr("save again"))));
+  EXPECT_TRUE(section_->save());
+  EXPECT_EQ(text(), "<r>mine</r>");
+}
+
+TEST_F(AFileThatChangesWhileItIsSaved, IsNotReplacedWhenItWasNotThereBefore) {
+  section_ = Tal::FS::Utils::openSection("new.xml", true, nullptr);
+  section_->setValue("mine");
+  EXPECT_FALSE(saveWhile([this] { root_.write("new.xml", "<r>theirs</r>"); }));
+  EXPECT_EQ(root_.read("new.xml"), "<r>theirs</r>");
+}
+
+/// A network drive, for one.
+class AFileSystemWithFewerLocks : public testing::Test {
+ protected:
+  ~AFileSystemWithFewerLocks() override { s_locks = Locks::everything; }
+
+  bool isLocked() const {
+    const int descriptor = ::open((root_ / "a.xml").c_str(), O_RDONLY | O_CLOEXEC);
+    const bool isFree = __real_flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+    ::close(descriptor);
+    return !isFree;
+  }
+
+  MountedRoot root_{"a.xml", "<r>1</r>"};
+  MessageRecorder recorder_;
+};
+
+TEST_F(AFileSystemWithFewerLocks, IsLockedAlsoWhereThatNeedsAFileThatIsOpenForWriting) {
+  s_locks = Locks::onlyWhatIsOpenForWriting;
+  Tal::SaveGroup group;
+  openResource("a.xml")->setValue("2");
+  EXPECT_TRUE(isLocked());
+  EXPECT_TRUE(group.commit());
+  EXPECT_FALSE(isLocked());
+  EXPECT_THAT(recorder_.texts(), IsEmpty());
+}
+
+TEST_F(AFileSystemWithFewerLocks, IsSavedToWithAWarningForEachFileWhereItHasNone) {
+  s_locks = Locks::nothing;
+  for (const char* const value : {"2", "3"}) {
+    Tal::SaveGroup group;
+    const auto section = openResource("a.xml");
+    section->setValue(value);
+    section->save();
+    EXPECT_TRUE(group.commit());
+  }
+  EXPECT_EQ(root_.read("a.xml"), "<r>3</r>");
+  EXPECT_THAT(recorder_.texts(),
+              ElementsAre(AllOf(HasSubstr("a.xml cannot be locked here (No locks available)"),
+                                HasSubstr("no other program"))));
 }
 
 }  // namespace

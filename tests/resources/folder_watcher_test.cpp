@@ -2,7 +2,7 @@
 #include <support/temporary_folder.h>
 
 #include <resources/file_identity.h>
-#include <resources/folder_watcher.h>
+#include <resources/watch/folder_watcher.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -36,7 +36,9 @@ class HandWatch {
   /// What looks find when every change has become old enough to count.
   std::vector<std::string> changesFoundByLooks() {
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root_)) {
-      while (Tal::isRecent(*Tal::identityAt(entry.path()))) std::this_thread::yield();
+      // A link may lead to nothing.
+      const auto identity = Tal::identityAt(entry.path());
+      while (identity && Tal::isRecent(*identity)) std::this_thread::yield();
     }
     look();
     look();
@@ -197,6 +199,116 @@ TEST(ALook, LeavesALinkAloneWhileTheWriterOfItsNewTargetPauses) {
   EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
   stream.close();
   EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml", "modified store/a.xml"));
+}
+
+TEST(ALook, FollowsADanglingLinkWhenItsTargetComes) {
+  const TemporaryFolder root;
+  root.write("scripts/other.xml", "");
+  fs::create_symlink("../store/a.xml", root / "scripts/a.xml");
+  HandWatch watch(root);
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  root.write("store/a.xml", "1");
+  EXPECT_THAT(watch.changes(), ElementsAre("added store/a.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added scripts/a.xml"));
+  root.replace("store/a.xml", "2");
+  EXPECT_THAT(watch.changes(), ElementsAre("modified scripts/a.xml", "modified store/a.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+}
+
+TEST(ALook, FollowsALinkWhoseTargetVanishedBeforeItWasNoted) {
+  const TemporaryFolder root;
+  fs::create_symlink("store/a.xml", root / "a.xml");
+  fs::create_directory(root / "store");
+  HandWatch watch(root);
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  root.write("store/a.xml", "1");
+  watch.look();
+  fs::remove(root / "store/a.xml");
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  root.write("store/a.xml", "2");
+  EXPECT_THAT(watch.changes(), ElementsAre("added store/a.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added a.xml"));
+}
+
+TEST(ALook, FollowsALinkedFolderThatCameBack) {
+  const TemporaryFolder root;
+  root.write("shared/v1/a.xml", "");
+  fs::create_directory_symlink("shared/v1", root / "scripts");
+  HandWatch watch(root);
+  fs::remove_all(root / "shared/v1");
+  EXPECT_THAT(watch.changes(), ElementsAre("removed scripts/a.xml", "removed shared/v1/a.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  root.write("shared/v1/a.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("added shared/v1/a.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added scripts/a.xml"));
+  root.replace("shared/v1/a.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("modified scripts/a.xml", "modified shared/v1/a.xml"));
+}
+
+TEST(ALook, FollowsALinkWhoseTargetTurnsFromAFileIntoAFolder) {
+  const TemporaryFolder root;
+  root.write("store/a", "");
+  fs::create_symlink("store/a", root / "a");
+  HandWatch watch(root);
+  fs::remove(root / "store/a");
+  root.write("store/a/b.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("removed store/a", "added store/a/b.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("removed a", "added a/b.xml"));
+}
+
+TEST(ALook, FollowsALinkWhoseTargetTurnsFromAFolderIntoAFile) {
+  const TemporaryFolder root;
+  root.write("store/a/b.xml", "");
+  fs::create_symlink("store/a", root / "a");
+  HandWatch watch(root);
+  fs::remove_all(root / "store/a");
+  root.write("store/a", "1");
+  EXPECT_THAT(watch.changes(), ElementsAre("removed a/b.xml", "added store/a", "removed store/a/b.xml"));
+  watch.look();
+  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added a"));
+}
+
+TEST(ALook, FindsNothingInLinksThatLeadToEachOther) {
+  const TemporaryFolder root;
+  fs::create_symlink("two.xml", root / "one.xml");
+  fs::create_symlink("one.xml", root / "two.xml");
+  fs::create_symlink("self", root / "self");
+  HandWatch watch(root);
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  root.replace("two.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("added two.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added one.xml"));
+}
+
+TEST(ALook, FollowsALinkWhenItLeadsOutOfItsRootNoMore) {
+  const TemporaryFolder outside;
+  outside.write("a.xml", "");
+  const TemporaryFolder root;
+  root.write("store/a.xml", "");
+  fs::create_directory(root / "links");
+  fs::create_directory_symlink(outside.path(), root / "links/current");
+  fs::create_directory_symlink("links/current", root / "scripts");
+  HandWatch watch(root);
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  fs::create_directory_symlink("../store", root / "links/next");
+  fs::rename(root / "links/next", root / "links/current");
+  EXPECT_THAT(watch.changes(), ElementsAre("added links/current/a.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added scripts/a.xml"));
+}
+
+TEST(ALook, LeavesADanglingLinkAloneWhileTheWriterOfItsTargetPauses) {
+  const TemporaryFolder root;
+  fs::create_directory(root / "store");
+  fs::create_symlink("store/a.xml", root / "a.xml");
+  HandWatch watch(root, std::chrono::hours(1));
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  std::ofstream stream = beginToWrite(root / "store/a.xml");
+  EXPECT_THAT(watch.changes(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  stream.close();
+  EXPECT_THAT(watch.changes(), ElementsAre("added store/a.xml"));
+  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added a.xml"));
 }
 
 TEST(ALook, NotesAFileWhoseWriterPausesForLongAndAgainAtItsEnd) {

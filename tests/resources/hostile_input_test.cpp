@@ -1,5 +1,6 @@
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
+#include <support/repeated.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,16 +16,10 @@ namespace {
 using support::MessageRecorder;
 using support::MountedRoot;
 using support::openResource;
+using support::repeated;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
-
-std::string repeated(const std::string& text, int count) {
-  std::string all;
-  all.reserve(text.size() * static_cast<std::size_t>(count));
-  for (int i = 0; i < count; ++i) all += text;
-  return all;
-}
 
 struct MalformedCase {
   const char* name;

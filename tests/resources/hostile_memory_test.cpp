@@ -3,6 +3,7 @@
 
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
+#include <support/repeated.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,6 +27,7 @@ namespace fs = std::filesystem;
 using support::MessageRecorder;
 using support::MountedRoot;
 using support::openResource;
+using support::repeated;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -62,13 +64,6 @@ long peakOf(const std::function<void()>& work) {
   EXPECT_EQ(::wait4(child, &state, 0, &usage), child);
   EXPECT_TRUE(WIFEXITED(state) && WEXITSTATUS(state) == 0) << "it ended with the state " << state;
   return usage.ru_maxrss;
-}
-
-std::string repeated(const std::string& text, int count) {
-  std::string all;
-  all.reserve(text.size() * static_cast<std::size_t>(count));
-  for (int i = 0; i < count; ++i) all += text;
-  return all;
 }
 
 class AHostileFile : public testing::Test {

@@ -1,8 +1,8 @@
 #include "save_patience.h"
 
-#include <resources/atomic_file.h>
 #include <resources/data_section.h>
-#include <resources/file_lock.h>
+#include <resources/files/atomic_file.h>
+#include <resources/files/file_lock.h>
 #include <resources/save_group.h>
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
@@ -16,8 +16,10 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -29,6 +31,7 @@ using Tal::FileLock;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 
 constexpr std::chrono::milliseconds kShort{50};
 constexpr std::chrono::milliseconds kLong{20'000};
@@ -74,6 +77,12 @@ std::string nameOf(const Child& process) {
   return "process " + std::to_string(process.id()) + " (" + program + ')';
 }
 
+/// Whether another program could save a file now.
+bool isFree(const fs::path& file) {
+  std::string holder;
+  return FileLock::acquire(file, std::chrono::milliseconds(0), holder).has_value();
+}
+
 void awaitFile(const fs::path& file) {
   const auto deadline = std::chrono::steady_clock::now() + kLong;
   while (!fs::exists(file) && std::chrono::steady_clock::now() < deadline)
@@ -113,7 +122,7 @@ TEST(AFileLock, IsOfTheNewFileWhenTheHolderHasReplacedIt) {
     const auto lock = FileLock::acquire(root / "a.xml", kLong, holder);
     support::writeFile(root / "sign", "locked");
     std::this_thread::sleep_for(kShort);
-    Tal::replaceFile(root / "a.xml", "<r>2</r>");
+    static_cast<void>(Tal::replaceFile(root / "a.xml", "<r>2</r>"));  // the file tells whether it is done
   });
   awaitFile(root / "sign");
   std::string holder;
@@ -154,6 +163,98 @@ TEST(ASaveGroup, LetsGoOfItsFilesWhenItIsClosed) {
   EXPECT_TRUE(FileLock::acquire(root / "a.xml", kShort, holder));
 }
 
+TEST(ASaveGroup, LocksTheNewFileThatASaveUnderASaveLockHasMade) {
+  const MountedRoot root("a.xml", "<r/>");
+  const Tal::SaveLock lock("a.xml");
+  openResource("a.xml")->setValue("1");
+  EXPECT_TRUE(openResource("a.xml")->save());
+  EXPECT_TRUE(isFree(root / "a.xml")) << "the lock ends with the first save";
+  const Tal::SaveGroup group;
+  EXPECT_TRUE(openResource("a.xml"));
+  EXPECT_FALSE(isFree(root / "a.xml"));
+}
+
+TEST(ASaveLock, HoldsTheFileUntilItEnds) {
+  const MountedRoot root("a.xml", "<r/>");
+  {
+    const Tal::SaveLock lock("a.xml");
+    EXPECT_TRUE(lock.isHeld());
+    EXPECT_FALSE(isFree(root / "a.xml"));
+  }
+  EXPECT_TRUE(isFree(root / "a.xml"));
+}
+
+TEST(ASaveLock, KeepsAnotherProgramFromSavingWhileItLives) {
+  const MountedRoot root("a.xml", "<r/>");
+  const SavePatience patience(kShort);
+  const Child other([&] {
+    awaitFile(root / "locked");
+    const support::MessageRecorder messages;
+    const Tal::SaveGroup group;
+    root.write("outcome", openResource("a.xml") ? "let in" : "kept out");
+  });
+  const Tal::SaveLock lock("a.xml");
+  root.write("locked", "");
+  other.wait();
+  EXPECT_EQ(root.read("outcome"), "kept out");
+}
+
+TEST(ASaveLock, IsHeldAtOnceWhereAnOpenGroupHoldsTheFile) {
+  const MountedRoot root("a.xml", "<r/>");
+  const SavePatience patience(kShort);
+  const support::MessageRecorder messages;
+  {
+    const Tal::SaveGroup group;
+    EXPECT_TRUE(openResource("a.xml"));
+    {
+      const Tal::SaveLock lock("a.xml");
+      EXPECT_TRUE(lock.isHeld());
+    }
+    EXPECT_FALSE(isFree(root / "a.xml")) << "the group still holds it";
+  }
+  EXPECT_TRUE(isFree(root / "a.xml"));
+  EXPECT_THAT(messages.texts(), IsEmpty());
+}
+
+TEST(ASaveLock, OutlivesTheGroupThatHeldTheFileBefore) {
+  const MountedRoot root("a.xml", "<r/>");
+  std::optional<Tal::SaveGroup> group(std::in_place);
+  EXPECT_TRUE(openResource("a.xml"));
+  const Tal::SaveLock lock("a.xml");
+  group.reset();
+  EXPECT_FALSE(isFree(root / "a.xml"));
+}
+
+TEST(ASaveLock, WithinAnotherIsHeldAndLeavesTheFileToTheOuterOne) {
+  const MountedRoot root("a.xml", "<r/>");
+  const SavePatience patience(kShort);
+  {
+    const Tal::SaveLock outer("a.xml");
+    {
+      const Tal::SaveLock inner("a.xml");
+      EXPECT_TRUE(inner.isHeld());
+    }
+    EXPECT_FALSE(isFree(root / "a.xml"));
+  }
+  EXPECT_TRUE(isFree(root / "a.xml"));
+}
+
+TEST(ASaveLock, IsNotHeldWhileAnotherProgramIsSaving) {
+  const MountedRoot root("a.xml", "<r/>");
+  const Child other = holderOf(root / "a.xml", root / "sign");
+  awaitFile(root / "sign");
+  const SavePatience patience(kShort);
+  const support::MessageRecorder messages;
+  EXPECT_FALSE(Tal::SaveLock("a.xml").isHeld());
+  EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr(nameOf(other) + " is saving it")));
+  EXPECT_EQ(messages.criticalCount(), 1);
+}
+
+TEST(ASaveLock, OfAResourceThatIsNotThereIsNotNeeded) {
+  const MountedRoot root("a.xml", "<r/>");
+  EXPECT_TRUE(Tal::SaveLock("b.xml").isHeld());
+}
+
 TEST(TwoPrograms, LoseNoneOfTheirEditsWhenTheySaveAtTheSameTime) {
   constexpr int kRounds = 40;
   const MountedRoot root("a.xml", "<r><mine>0</mine><theirs>0</theirs></r>");
@@ -180,21 +281,22 @@ TEST(ASave, RemovesWhatAKilledProcessLeftBesideTheFile) {
   const std::string dead = ".a.xml." + std::to_string(gone.id()) + "-1.saving";
   const std::string young = ".a.xml." + std::to_string(gone.id()) + "-2.saving";
   const std::string living = ".a.xml." + std::to_string(getppid()) + "-1.saving";
+  const std::string ofAPerson = ".a.xml.old-copy.saving";
   const std::string ofAnother = ".b.xml." + std::to_string(gone.id()) + "-1.saving";
   const auto longAgo = fs::file_time_type::clock::now() - std::chrono::hours(1);
-  for (const std::string& name : {dead, young, living, ofAnother}) {
+  for (const std::string& name : {dead, young, living, ofAPerson, ofAnother}) {
     root.write(name, "half");
     if (name != young) fs::last_write_time(root / name, longAgo);
   }
   EXPECT_FALSE(Tal::replaceFile(root / "a.xml", "<r>2</r>"));
-  EXPECT_THAT(root.listing(), testing::UnorderedElementsAre("a.xml", young, living, ofAnother));
+  EXPECT_THAT(root.listing(), testing::UnorderedElementsAre("a.xml", young, living, ofAPerson, ofAnother));
 }
 
 TEST(ASave, ByAProcessOfTheNumberOfAKilledOneRemovesWhatThatLeftToo) {
   // Where every process is the first one of its container, the names of temporary files come again.
   const MountedRoot root("a.xml", "<r>1</r>");
-  const std::string own = ".a.xml." + std::to_string(getpid()) + "-old.saving";
-  const std::string inUse = ".a.xml." + std::to_string(getpid()) + "-used.saving";
+  const std::string own = ".a.xml." + std::to_string(getpid()) + "-1000000001.saving";
+  const std::string inUse = ".a.xml." + std::to_string(getpid()) + "-1000000002.saving";
   for (const std::string& name : {own, inUse}) {
     root.write(name, "half");
     fs::last_write_time(root / name, fs::file_time_type::clock::now() - std::chrono::hours(1));

@@ -3,17 +3,26 @@
 
 #include <support/database_deeds.h>
 #include <support/message_recorder.h>
+#include <support/temporary_folder.h>
+
+#include <resources/watch/resource_monitor.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
+#include <sys/inotify.h>
+
 #include <unistd.h>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdint>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
+#include <memory>
+#include <new>
 #include <string>
 #include <system_error>
 #include <thread>
@@ -28,8 +37,19 @@ std::atomic<int> s_queuesLeft = INT_MAX;
 std::atomic<int> s_watchesLeft = INT_MAX;
 std::atomic<int> s_stopsLeft = INT_MAX;
 std::atomic<int> s_threadsLeft = INT_MAX;
+/// The monitor's queue of events, the one that was opened last.
+std::atomic<int> s_queue = -1;
 std::atomic<bool> s_areEventsHeldBack = false;
+/// How the reads of the queue ended.
+std::atomic<int> s_heldBackReads = 0;
 std::atomic<int> s_emptyReads = 0;
+std::atomic<int> s_overflows = 0;
+/// How many reads of the queue still find no memory, and how many found none.
+std::atomic<int> s_readsWithoutMemory = 0;
+std::atomic<int> s_readsThatThrew = 0;
+/// How many reads of the queue still end with an event that the test made up, and how many did.
+std::atomic<int> s_eventsToInvent = 0;
+std::atomic<int> s_inventedEvents = 0;
 
 /// Whether one more may be had; else as the system refuses it.
 bool isGranted(std::atomic<int>& left, int code) {
@@ -39,6 +59,34 @@ bool isGranted(std::atomic<int>& left, int code) {
   }
   errno = code;
   return false;
+}
+
+/// Whether the system says among these events that it has dropped others.
+bool tellsOfAnOverflow(const char* events, std::size_t size) {
+  for (std::size_t place = 0; place < size;) {
+    inotify_event event{};
+    std::memcpy(&event, events + place, sizeof(event));
+    if ((event.mask & IN_Q_OVERFLOW) != 0) return true;
+    place += sizeof(event) + event.len;
+  }
+  return false;
+}
+
+/// As if somebody wrote a file that was watched once.
+ssize_t inventEvent(void* into) {
+  ::usleep(100);  // lets the test do something before the events come to their end
+  inotify_event event{};
+  event.wd = INT_MAX;
+  event.mask = IN_MODIFY;
+  std::memcpy(into, &event, sizeof(event));
+  ++s_inventedEvents;
+  return static_cast<ssize_t>(sizeof(event));
+}
+
+void countRead(ssize_t result, const void* events) {
+  if (result < 0) ++s_emptyReads;
+  if (result > 0 && tellsOfAnOverflow(static_cast<const char*>(events), static_cast<std::size_t>(result)))
+    ++s_overflows;
 }
 
 }  // namespace
@@ -53,7 +101,9 @@ int __wrap_inotify_add_watch(int descriptor, const char* path, std::uint32_t mas
 
 int __real_inotify_init1(int flags);
 int __wrap_inotify_init1(int flags) {
-  return isGranted(s_queuesLeft, EMFILE) ? __real_inotify_init1(flags) : -1;
+  const int queue = isGranted(s_queuesLeft, EMFILE) ? __real_inotify_init1(flags) : -1;
+  s_queue = queue;
+  return queue;
 }
 
 int __real_eventfd(unsigned count, int flags);
@@ -73,14 +123,24 @@ void __wrap__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_
 
 ssize_t __real_read(int descriptor, void* into, std::size_t size);
 ssize_t __wrap_read(int descriptor, void* into, std::size_t size) {
-  const bool isQueue = (::fcntl(descriptor, F_GETFL) & O_NONBLOCK) != 0 && size == std::size_t{64} * 1024;
+  const bool isQueue = descriptor == s_queue;
   if (isQueue && s_areEventsHeldBack) {
     ::usleep(1000);  // the queue stays readable, and its reader must not take the whole processor
+    ++s_heldBackReads;
     errno = EAGAIN;
     return -1;
   }
+  if (isQueue && s_readsWithoutMemory > 0) {
+    --s_readsWithoutMemory;
+    ++s_readsThatThrew;
+    throw std::bad_alloc();
+  }
+  if (isQueue && s_eventsToInvent > 0) {
+    --s_eventsToInvent;
+    return inventEvent(into);
+  }
   const ssize_t result = __real_read(descriptor, into, size);
-  if (isQueue && result < 0) ++s_emptyReads;
+  if (isQueue) countRead(result, into);
   return result;
 }
 
@@ -234,6 +294,12 @@ TEST(ASystemThatRefusedForAWhile, TellsOfChangesAgain) {
   EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("Too many open files")));
 }
 
+void waitFor(const std::atomic<int>& count) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (count == 0 && std::chrono::steady_clock::now() < deadline) ::usleep(1000);
+  EXPECT_GT(count, 0);
+}
+
 TEST(AnOverflowOfTheSystemsQueue, LosesNoChange) {
   int longestQueue = 0;
   std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> longestQueue;
@@ -242,22 +308,85 @@ TEST(AnOverflowOfTheSystemsQueue, LosesNoChange) {
   stage.write(1);
   support::writeFile(stage.root("scripts/a"), "");
   const ReadingListener listener(stage);
+  s_heldBackReads = 0;
+  s_overflows = 0;
   s_areEventsHeldBack = true;
   for (int i = 0; i <= longestQueue; ++i)
     std::filesystem::rename(stage.root(i % 2 == 0 ? "scripts/a" : "scripts/b"),
                             stage.root(i % 2 == 0 ? "scripts/b" : "scripts/a"));
   stage.replace(2);
+  waitFor(s_heldBackReads);
+  EXPECT_EQ(s_overflows, 0);
   s_areEventsHeldBack = false;
+  waitFor(s_overflows);
   EXPECT_TRUE(stage.framesUntil([&] { return listener.reads.back() == 2; }));
   stage.letEverythingBeTold();
   expectASaveToBeSeen(stage, listener, 3);
   EXPECT_THAT(listener.reads, testing::Each(testing::AnyOf(1, 2, 3)));
 }
 
-void waitForAnEmptyQueue() {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (s_emptyReads == 0 && std::chrono::steady_clock::now() < deadline) ::usleep(1000);
-  EXPECT_GT(s_emptyReads, 0);
+TEST(AMonitorWithoutMemory, GivesOneMessageAndLosesNoChange) {
+  const MessageRecorder messages;
+  Stage stage;
+  stage.write(1);
+  const ReadingListener listener(stage);
+  for (const int version : {2, 3}) {
+    s_readsWithoutMemory = 2;
+    expectASaveToBeSeen(stage, listener, version);
+  }
+  s_readsWithoutMemory = 0;
+  expectASaveToBeSeen(stage, listener, 4);
+  EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("memory ran short")));
+}
+
+TEST(AMonitorWithoutMemory, LosesNoChangeWithoutAThreadEither) {
+  const MessageRecorder messages;
+  const Scarcity scarcity(INT_MAX, INT_MAX, INT_MAX, 0);
+  Stage stage;
+  stage.write(1);
+  const ReadingListener listener(stage);
+  s_readsWithoutMemory = 2;
+  expectASaveToBeSeen(stage, listener, 2);
+  s_readsWithoutMemory = 0;
+  expectASaveToBeSeen(stage, listener, 3);
+  EXPECT_THAT(messages.texts(),
+              ElementsAre(HasSubstr("Resource temporarily unavailable"), HasSubstr("memory ran short")));
+}
+
+TEST(AMonitorWithoutMemory, WaitsBeforeItTriesAgain) {
+  using Clock = std::chrono::steady_clock;
+  const support::TemporaryFolder root;
+  const Tal::FS::ResourceMonitor monitor({root.path()});
+  const Clock::time_point begin = Clock::now();
+  s_readsThatThrew = 0;
+  s_readsWithoutMemory = INT_MAX;
+  while (Clock::now() - begin < std::chrono::milliseconds(400)) root.write("a.xml", "");
+  s_readsWithoutMemory = 0;
+  EXPECT_GT(s_readsThatThrew, 0);
+  EXPECT_LE(s_readsThatThrew, 1 + (Clock::now() - begin) / std::chrono::milliseconds(200));
+}
+
+TEST(AQueueThatIsNeverEmpty, DoesNotKeepTheMonitorFromItsEnd) {
+  const support::TemporaryFolder root;
+  auto monitor = std::make_unique<Tal::FS::ResourceMonitor>(std::vector<std::filesystem::path>{root.path()});
+  s_inventedEvents = 0;
+  s_eventsToInvent = 50'000;
+  root.write("a.xml", "");
+  waitFor(s_inventedEvents);
+  monitor.reset();
+  EXPECT_GT(s_eventsToInvent, 0);
+  s_eventsToInvent = 0;
+}
+
+TEST(AQueueThatIsLongInBecomingEmpty, LosesNoChange) {
+  const MessageRecorder messages;
+  Stage stage;
+  stage.write(1);
+  const ReadingListener listener(stage);
+  s_eventsToInvent = 350;
+  expectASaveToBeSeen(stage, listener, 2);
+  EXPECT_EQ(s_eventsToInvent, 0);  // the save was waiting behind them
+  EXPECT_THAT(messages.texts(), IsEmpty());
 }
 
 TEST(ALaterListener, HearsOfWhatWasNoticedButNotDelivered) {
@@ -266,10 +395,11 @@ TEST(ALaterListener, HearsOfWhatWasNoticedButNotDelivered) {
   s_emptyReads = 0;
   root.write("a.xml", "<r>2</r>");
   // The thread notices the change, and then finds its queue empty.
-  waitForAnEmptyQueue();
+  waitFor(s_emptyReads);
   RecordingListener late;
   root.fileSystem().getFilesystemMonitor()->addModificationListener(&late);
   EXPECT_TRUE(pumpUntil(root, [&] { return late.heard("modified a.xml"); }));
+  root.fileSystem().getFilesystemMonitor()->removeModificationListener(&late);
 }
 
 TEST(AListenerThatLeft, DoesNotHearOfWhatWasNoticedBefore) {
@@ -279,7 +409,7 @@ TEST(AListenerThatLeft, DoesNotHearOfWhatWasNoticedBefore) {
   root.fileSystem().getFilesystemMonitor()->addModificationListener(&leaving);
   s_emptyReads = 0;
   root.write("a.xml", "<r>2</r>");
-  waitForAnEmptyQueue();
+  waitFor(s_emptyReads);
   root.fileSystem().getFilesystemMonitor()->removeModificationListener(&leaving);
   EXPECT_THAT(root.changes(), ElementsAre("modified a.xml"));
   EXPECT_THAT(leaving.calls, IsEmpty());

@@ -1,7 +1,7 @@
 #include "recording_listener.h"
 
-#include <resources/change_collector.h>
-#include <resources/resource_modification_notifier.h>
+#include <resources/watch/change_collector.h>
+#include <resources/watch/resource_modification_notifier.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -61,6 +61,28 @@ TEST(ADelivery, SurvivesAListenerThatTakesItselfOut) {
   notifier.deliver(changesOf({"a", "b"}));
   EXPECT_THAT(first.calls, ElementsAre("modified a"));
   EXPECT_THAT(second.calls, ElementsAre("modified a", "modified b"));
+}
+
+TEST(ADelivery, DoesNotReachAListenerThatIsAddedMeanwhile) {
+  RecordingListener first;
+  RecordingListener second;
+  ResourceModificationNotifier notifier;
+  first.onCall = [&] { notifier.add(&second); };
+  notifier.add(&first);
+  notifier.deliver(changesOf({"a", "b"}));
+  EXPECT_THAT(second.calls, IsEmpty());
+  notifier.deliver(changesOf({"c"}));
+  EXPECT_THAT(second.calls, ElementsAre("modified c"));
+}
+
+TEST(ADelivery, PassesOverANullThatWasAdded) {
+  RecordingListener listener;
+  ResourceModificationNotifier notifier;
+  notifier.add(nullptr);
+  notifier.add(&listener);
+  notifier.remove(nullptr);
+  notifier.deliver(changesOf({"a"}));
+  EXPECT_THAT(listener.calls, ElementsAre("modified a"));
 }
 
 TEST(ADelivery, DoesNotTakeANewListenerForOneThatLeftTheSamePlace) {
@@ -128,15 +150,15 @@ std::vector<std::string> taken(Tal::FS::ChangeCollector& collector) {
 
 TEST(TheCollector, MakesOneChangeOfWhatHappensToAResource) {
   Tal::FS::ChangeCollector collector({"/one", "/two"});
-  collector.note(1, "b", true, true);
-  collector.note(0, "z", false, true);
-  collector.note(0, "a", true, false);
-  collector.note(0, "a", false, true);
-  collector.note(0, "z", true, true);
-  collector.note(0, "passing", false, true);
-  collector.note(0, "passing", true, false);
-  collector.note(0, "gone", true, true);
-  collector.note(0, "gone", true, false);
+  collector.noteModified(1, "b");
+  collector.noteAdded(0, "z");
+  collector.noteRemoved(0, "a");
+  collector.noteAdded(0, "a");
+  collector.noteModified(0, "z");
+  collector.noteAdded(0, "passing");
+  collector.noteRemoved(0, "passing");
+  collector.noteModified(0, "gone");
+  collector.noteRemoved(0, "gone");
   EXPECT_THAT(taken(collector),
               ElementsAre("modified /one:a", "removed /one:gone", "added /one:z", "modified /two:b"));
   EXPECT_THAT(taken(collector), IsEmpty());
@@ -144,9 +166,10 @@ TEST(TheCollector, MakesOneChangeOfWhatHappensToAResource) {
 
 TEST(TheCollector, KeepsADoubtAboutAResource) {
   Tal::FS::ChangeCollector collector({"/one"});
-  collector.note(0, "a", true, true, true);
-  collector.note(0, "a", true, true);
-  collector.note(0, "b", true, true);
+  constexpr bool kIsDoubtful = true;
+  collector.noteModified(0, "a", kIsDoubtful);
+  collector.noteModified(0, "a");
+  collector.noteModified(0, "b");
   const std::vector<ResourceChange> changes = collector.take();
   ASSERT_EQ(changes.size(), 2U);
   EXPECT_TRUE(changes[0].isDoubtful);

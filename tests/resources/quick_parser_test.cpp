@@ -1,6 +1,6 @@
 // Which documents are read without the parser for all of XML.
 
-#include <resources/xml_parser.h>
+#include <resources/xml/parser.h>
 
 #include <gtest/gtest.h>
 
@@ -8,19 +8,19 @@
 
 namespace {
 
-using Tal::Xml::Source;
+using Tal::ByteBuffer;
 using Tal::Xml::Tree;
 
 bool isReadQuickly(const std::string& text) {
   Tree::Parsed parsed;
-  parsed.source = Source::copyOf(text);
+  parsed.source = ByteBuffer::copyOf(text);
   return Tal::Xml::parseQuickly(parsed);
 }
 
 /// The root's text when the document is read quickly.
 std::string quickText(const std::string& text) {
   Tree::Parsed parsed;
-  parsed.source = Source::copyOf(text);
+  parsed.source = ByteBuffer::copyOf(text);
   if (!Tal::Xml::parseQuickly(parsed)) return "not read";
   const Tree tree(std::move(parsed));
   std::string scratch;

@@ -1,6 +1,6 @@
 #include "random_documents.h"
 
-#include <resources/xml_parser.h>
+#include <resources/xml/parser.h>
 
 #include <gtest/gtest.h>
 
@@ -11,9 +11,9 @@
 
 namespace {
 
+using Tal::ByteBuffer;
 using Tal::Xml::NodeIndex;
 using Tal::Xml::ParseError;
-using Tal::Xml::Source;
 using Tal::Xml::Tree;
 
 /// Every element's tag, number of children and text, in document order.
@@ -49,12 +49,12 @@ TEST(TheQuickParser, TakesNothingThatTheFullParserRefusesAndReadsItAlike) {
     std::string text = documents.document();
     if (round % 4 != 0) text = documents.damaged(std::move(text));
     Tree::Parsed parsed;
-    parsed.source = Source::copyOf(text);
+    parsed.source = ByteBuffer::copyOf(text);
     if (!Tal::Xml::parseQuickly(parsed)) continue;
     ++plainCount;
     Tree plain(std::move(parsed));
     ParseError error;
-    std::optional<Tree> full = Tal::Xml::parseAny(Source::copyOf(text), error);
+    std::optional<Tree> full = Tal::Xml::parseAny(ByteBuffer::copyOf(text), error);
     ASSERT_TRUE(full) << error.reason << '\n' << text;
     ASSERT_EQ(outlineOf(plain), outlineOf(*full)) << text;
     ASSERT_EQ(withAdditions(plain), withAdditions(*full)) << text;
@@ -67,7 +67,7 @@ TEST(ADocument, WithoutEditsIsWrittenAsItWasRead) {
   for (int round = 0; round < 600; ++round) {
     const std::string text = documents.document();
     ParseError error;
-    const std::optional<Tree> tree = Tal::Xml::parse(Source::copyOf(text), error);
+    const std::optional<Tree> tree = Tal::Xml::parse(ByteBuffer::copyOf(text), error);
     ASSERT_TRUE(tree) << error.reason << '\n' << text;
     ASSERT_EQ(tree->serialise(), text);
   }
@@ -109,12 +109,12 @@ TEST(ADocument, ReadsBackAsItStandsAfterAnyEdits) {
   for (int round = 0; round < 600; ++round) {
     const std::string text = documents.document();
     ParseError error;
-    std::optional<Tree> tree = Tal::Xml::parse(Source::copyOf(text), error);
+    std::optional<Tree> tree = Tal::Xml::parse(ByteBuffer::copyOf(text), error);
     ASSERT_TRUE(tree);
     for (int edit = 0; edit < 12; ++edit) {
       editAnything(*tree, documents);
       const std::string written = tree->serialise();
-      const std::optional<Tree> again = Tal::Xml::parse(Source::copyOf(written), error);
+      const std::optional<Tree> again = Tal::Xml::parse(ByteBuffer::copyOf(written), error);
       ASSERT_TRUE(again) << error.reason << '\n' << text << "\n----\n" << written;
       ASSERT_EQ(outlineOf(*again), outlineOf(*tree)) << text << "\n----\n" << written;
     }
@@ -126,8 +126,8 @@ TEST(ADocument, ThatWasSavedIsEditedLikeOneThatWasReadFromThere) {
   for (int round = 0; round < 600; ++round) {
     const std::string text = documents.document();
     ParseError error;
-    std::optional<Tree> kept = Tal::Xml::parse(Source::copyOf(text), error);
-    std::optional<Tree> readAnew = Tal::Xml::parse(Source::copyOf(text), error);
+    std::optional<Tree> kept = Tal::Xml::parse(ByteBuffer::copyOf(text), error);
+    std::optional<Tree> readAnew = Tal::Xml::parse(ByteBuffer::copyOf(text), error);
     ASSERT_TRUE(kept && readAnew);
     for (int save = 0; save < 6; ++save) {
       for (std::size_t edit = documents.below(3) + 1; edit > 0; --edit) {
@@ -138,7 +138,7 @@ TEST(ADocument, ThatWasSavedIsEditedLikeOneThatWasReadFromThere) {
       const std::string written = kept->serialise();
       ASSERT_EQ(readAnew->serialise(), written) << text;
       kept->noteSaved();
-      readAnew = Tal::Xml::parse(Source::copyOf(written), error);
+      readAnew = Tal::Xml::parse(ByteBuffer::copyOf(written), error);
       ASSERT_TRUE(readAnew);
     }
   }
@@ -149,7 +149,7 @@ TEST(ADamagedDocument, IsReadOrRefusedButNeverHarmful) {
   for (int round = 0; round < 2'000; ++round) {
     const std::string text = documents.damaged(documents.document());
     ParseError error;
-    const std::optional<Tree> tree = Tal::Xml::parse(Source::copyOf(text), error);
+    const std::optional<Tree> tree = Tal::Xml::parse(ByteBuffer::copyOf(text), error);
     EXPECT_NE(tree.has_value(), !error.reason.empty());
     if (tree) {
       EXPECT_EQ(tree->serialise(), text);

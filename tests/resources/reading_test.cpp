@@ -162,6 +162,8 @@ TEST(ASection, FindsTheFirstChildFromAPlaceOnWhoseChildReadsAsAValue) {
   EXPECT_EQ(section->findChildWith("n", ""), 1) << "an absent one reads as empty";
   EXPECT_EQ(section->findChildWith("n", "y"), -1);
   EXPECT_EQ(section->findChildWith("n", "x", 4), -1);
+  EXPECT_EQ(section->findChildWith("n", "x", -1), -1) << "there is no such place";
+  EXPECT_EQ(section->DataSection::findChildWith("n", "x", -1), -1) << "as any other kind of section has it";
   EXPECT_EQ(section->findChildWith("no such", "x"), -1);
 }
 

@@ -54,8 +54,16 @@ class WatchedRoot : public support::MountedRoot {
  public:
   WatchedRoot() = default;
   WatchedRoot(const std::filesystem::path& name, std::string_view content) : MountedRoot(name, content) {}
+  ~WatchedRoot() {
+    if (isListening_) fileSystem().getFilesystemMonitor()->removeModificationListener(&listener);
+  }
+  WatchedRoot(const WatchedRoot&) = delete;
+  WatchedRoot& operator=(const WatchedRoot&) = delete;
 
-  void listen() { fileSystem().getFilesystemMonitor()->addModificationListener(&listener); }
+  void listen() {
+    fileSystem().getFilesystemMonitor()->addModificationListener(&listener);
+    isListening_ = true;
+  }
 
   /// What the listener was told of the changes so far, in sum and by name: where a pump falls among the
   /// changes is chance. The calls are forgotten. A change of a file of its own, which comes last, tells that
@@ -83,5 +91,6 @@ class WatchedRoot : public support::MountedRoot {
   RecordingListener listener;
 
  private:
+  bool isListening_ = false;
   int marks_ = 0;
 };

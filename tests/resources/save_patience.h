@@ -1,6 +1,6 @@
 #pragma once
 
-#include <resources/save_queue.h>
+#include <resources/documents/save_queue.h>
 
 #include <chrono>
 

@@ -4,24 +4,20 @@
 #include <scene/matrix_provider.h>
 #include <scene/scene.h>
 #include <support/message_recorder.h>
+#include <support/translation.h>
 
 #include <memory>
 
 namespace Tal {
 namespace {
 
+using support::translation;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 struct Weather : SceneFeature {
   static constexpr SceneFeatureTypeID kTypeIndex = 77;
 };
-
-Matrix translation(float x) {
-  Matrix matrix;
-  matrix.rows[3][0] = x;
-  return matrix;
-}
 
 TEST(AMatrix, IsTheIdentityAtFirst) {
   const Matrix matrix;

@@ -27,6 +27,12 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kEntries = 60;
 
+/// Milliseconds, more than pass between two looks at the files.
+constexpr int kLookPassed = 400;
+
+/// The database in a folder that links lead to.
+constexpr const char* kShared = "shared/v1/destructibles.xml";
+
 /// Past every other folder in order, so that a look at the files comes to it last.
 constexpr const char* kMarks = "~marks";
 
@@ -53,6 +59,13 @@ void writeSlowly(Stage& stage, const fs::path& file, int version) {
 
 void exchange(const fs::path& a, const fs::path& b) {
   EXPECT_EQ(::renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE), 0);
+}
+
+/// Puts a link in the place of another one, at once.
+void retarget(const fs::path& link, const fs::path& target) {
+  const fs::path next = link.parent_path() / "next";
+  fs::create_symlink(target, next);
+  fs::rename(next, link);
 }
 
 /// Counts what it hears of a mark.
@@ -83,10 +96,14 @@ void prepareFirst(Stage& stage) {
   stage.write(1);
 }
 
-void prepareLink(Stage& stage) {
-  write(stage.root("store/first.xml"), 1);
+void prepareDanglingLink(Stage& stage) {
   fs::create_directories(stage.root("scripts"));
   fs::create_symlink("../store/first.xml", stage.database());
+}
+
+void prepareLink(Stage& stage) {
+  write(stage.root("store/first.xml"), 1);
+  prepareDanglingLink(stage);
 }
 
 void prepareLinkedFolder(Stage& stage) {
@@ -270,8 +287,7 @@ std::vector<Deed> linkDeeds() {
          write(stage.root("store/second.xml"), 2);
        },
        [](Stage& stage) {
-         fs::create_symlink("../store/second.xml", stage.root("scripts/next"));
-         fs::rename(stage.root("scripts/next"), stage.database());
+         retarget(stage.database(), "../store/second.xml");
          return 2;
        }},
       {"GivingALinkOnTheWayAnotherTarget",
@@ -283,8 +299,7 @@ std::vector<Deed> linkDeeds() {
          fs::create_symlink("../current/a.xml", stage.database());
        },
        [](Stage& stage) {
-         fs::create_directory_symlink("two", stage.root("next"));
-         fs::rename(stage.root("next"), stage.root("current"));
+         retarget(stage.root("current"), "two");
          return 2;
        }},
       {"WritingInALinkedFolder", prepareLinkedFolder,
@@ -321,6 +336,68 @@ std::vector<Deed> linkDeeds() {
          write(stage.outside("other name"), 2);
          return 2;
        }},
+  };
+}
+
+/// Makes the target of a link (a name below the root) after a look at a link that led to nothing since
+/// `begin`.
+Deed makingTheTarget(
+    const char* name, const std::function<void(Stage&)>& prepare, const char* target,
+    const std::function<void(Stage&)>& begin = [](Stage& /*stage*/) {}) {
+  const auto perform = [=](Stage& stage) {
+    begin(stage);
+    stage.pause(kLookPassed);
+    write(stage.root(target), 2);
+    return 2;
+  };
+  return {name, prepare, perform, target};
+}
+
+void prepareDanglingLinkToFolder(Stage& stage) {
+  fs::create_directories(stage.root("shared"));
+  fs::create_directory_symlink("shared/v1", stage.root("scripts"));
+}
+
+void prepareChainOfLinks(Stage& stage) {
+  write(stage.root(kShared), 1);
+  fs::create_directory_symlink("shared/v1", stage.root("current"));
+  fs::create_directory_symlink("current", stage.root("scripts"));
+}
+
+void prepareLinkOutOfTheRoot(Stage& stage) {
+  write(stage.root(kShared), 2);
+  write(stage.outside("elsewhere/destructibles.xml"), 1);
+  fs::create_directories(stage.root("links"));
+  fs::create_directory_symlink(stage.outside("elsewhere"), stage.root("links/current"));
+  fs::create_directory_symlink("links/current", stage.root("scripts"));
+}
+
+/// Links that lead to nothing, or out of their root, for longer than a look.
+std::vector<Deed> danglingLinkDeeds() {
+  const auto deleteTheFolder = [](Stage& stage) { fs::remove_all(stage.root("shared/v1")); };
+  return {
+      makingTheTarget("MakingTheTargetOfADanglingLink", prepareDanglingLink, "store/first.xml"),
+      makingTheTarget("MakingTheNewTargetOfALinkLater", prepareLink, "store/second.xml",
+                      [](Stage& stage) { retarget(stage.database(), "../store/second.xml"); }),
+      makingTheTarget("MakingTheTargetOfALinkAnewLater", prepareLink, "store/first.xml",
+                      [](Stage& stage) { fs::remove(stage.root("store/first.xml")); }),
+      makingTheTarget("MakingTheTargetOfADanglingLinkToAFolder", prepareDanglingLinkToFolder, kShared),
+      makingTheTarget(
+          "MakingALinkedFolderAnewLater",
+          [](Stage& stage) {
+            prepareDanglingLinkToFolder(stage);
+            write(stage.root(kShared), 1);
+          },
+          kShared, deleteTheFolder),
+      makingTheTarget("MakingAFolderAnewLaterThatTwoLinksLeadTo", prepareChainOfLinks, kShared,
+                      deleteTheFolder),
+      {"LeadingALinkBackBelowItsRoot", prepareLinkOutOfTheRoot,
+       [](Stage& stage) {
+         stage.pause(kLookPassed);
+         retarget(stage.root("links/current"), "../shared/v1");
+         return 2;
+       },
+       kShared},
   };
 }
 
@@ -436,16 +513,16 @@ void Stage::letEverythingBeTold() {
   EXPECT_TRUE(framesUntil([&] { return listener.count > 1; }));
 }
 
-void Stage::replace(int version) const {
-  const fs::path beside = root("scripts/next.new");
+void Stage::replace(int version, const fs::path& name) const {
+  const fs::path beside = root(name).replace_filename("next.new");
   support::write(beside, version);
-  fs::rename(beside, database());
+  fs::rename(beside, root(name));
 }
 
 const std::vector<Deed>& changingDeeds() {
   static const std::vector<Deed> all = [] {
     std::vector<Deed> deeds = savingDeeds();
-    for (const auto& more : {folderDeeds(), linkDeeds(), mappingDeeds(), unendedDeeds()})
+    for (const auto& more : {folderDeeds(), linkDeeds(), danglingLinkDeeds(), mappingDeeds(), unendedDeeds()})
       deeds.insert(deeds.end(), more.begin(), more.end());
     return deeds;
   }();
@@ -504,7 +581,7 @@ void expectToBeFollowed(const Deed& deed, Stage& stage, const std::vector<int>& 
   EXPECT_TRUE(stage.framesUntil([&] { return reads.back() == last; })) << "last read: " << reads.back();
   stage.letEverythingBeTold();
   EXPECT_EQ(reads.back(), last);
-  stage.replace(last + 1);
+  stage.replace(last + 1, deed.saved);
   EXPECT_TRUE(stage.framesUntil([&] { return reads.back() == last + 1; })) << "last read: " << reads.back();
   EXPECT_EQ(std::count(reads.begin(), reads.end(), kTorn), 0);
 }

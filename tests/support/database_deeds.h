@@ -53,8 +53,8 @@ class Stage {
   std::filesystem::path database() const { return root(kWatchedDatabase); }
 
   void write(int version) const { writeFile(database(), databaseOfVersion(version)); }
-  /// Saves as careful programs do: a new file, renamed over the old one.
-  void replace(int version) const;
+  /// Saves as careful programs do: a new file, renamed over the old one. `name` is the file's below the root.
+  void replace(int version, const std::filesystem::path& name = kWatchedDatabase) const;
 
   /// Keeps something alive, such as an open file, until the end.
   void hold(std::shared_ptr<void> something) { held_.push_back(std::move(something)); }
@@ -68,8 +68,9 @@ class Stage {
 /// One way in which programs change a file.
 struct Deed {
   const char* name;
-  std::function<void(Stage&)> prepare;  ///< makes version 1, or nothing
-  std::function<int(Stage&)> perform;   ///< the version that is there in the end, another one than before
+  std::function<void(Stage&)> prepare;   ///< makes version 1, or nothing
+  std::function<int(Stage&)> perform;    ///< the version that is there in the end, another one than before
+  const char* saved = kWatchedDatabase;  ///< what a later save replaces, such as a link's target
 };
 
 const std::vector<Deed>& changingDeeds();
@@ -87,7 +88,7 @@ void PrintTo(const Deed& deed, std::ostream* stream);
 
 /// Performs a deed that changes the file, with a reader whose results are `reads`, the first one being of
 /// what was prepared. What was read last must be what is there, nothing torn may have been read, and a later
-/// save must be read too.
+/// save of the deed's file must be read too.
 void expectToBeFollowed(const Deed& deed, Stage& stage, const std::vector<int>& reads);
 
 /// Performs a deed that does not, and expects that the reader does not read again.

@@ -1,13 +1,12 @@
 #include <core/stack_tracker.h>
+#include <destructibles/database_format.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
 #include <destructibles/ks_destructibles_helper/logging.h>
+#include <destructibles/ks_destructibles_helper/tracked_source.h>
 
 #include <utility>
 
 namespace Tal {
-
-using fixed_names::kSource;
 
 KsDestructibleType KsDestructiblesHelper::destructibleType() const {
   return destructibleType_;
@@ -28,7 +27,7 @@ KsDestructibleType KsDestructiblesHelper::calculateType() const {
   return undamaged == 1 ? DT_FRAGILE : DT_NON_DESTRUCTIBLE;
 }
 
-// True means that the model is absent; the name is kept although it says the opposite.
+// Mind the name: true means that no table holds the model.
 bool KsDestructiblesHelper::checkForExistence() {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::checkForExistence", kSource, 886);
   return !s_destrStateMap.contains(modelName_) && !s_destrModuleMap.contains(modelName_) &&
@@ -36,17 +35,7 @@ bool KsDestructiblesHelper::checkForExistence() {
 }
 
 std::string KsDestructiblesHelper::getCategoryName() {
-  switch (destructibleType_) {
-    case DT_STRUCTURE:
-      return fixed_names::kStructuresSection;
-    case DT_FRAGILE:
-      return fixed_names::kFragilesSection;
-    case DT_FALLING_ATOMS:
-      return fixed_names::kFallingAtomsSection;
-    case DT_NON_DESTRUCTIBLE:
-      break;
-  }
-  return {};
+  return std::string(database_format::sectionOfCategory(destructibleType_));
 }
 
 void KsDestructiblesHelper::setAsStructure() {

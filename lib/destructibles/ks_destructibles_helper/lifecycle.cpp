@@ -1,29 +1,23 @@
 #include <core/assertion.h>
 #include <core/stack_tracker.h>
+#include <destructibles/database_format.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
-#include <destructibles/ks_destructibles_helper/material_kinds.h>
+#include <destructibles/ks_destructibles_helper/tracked_source.h>
 #include <model/ks_material_disabler.h>
+#include <model/material_kinds.h>
+#include <model/model_names.h>
 #include <model/super_model.h>
 #include <render/render_system.h>
 #include <resources/file_system.h>
 #include <resources/monitor.h>
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <optional>
 #include <utility>
 
 namespace Tal {
 namespace {
-
-using fixed_names::kSource;
-
-constexpr BasicStringRef kHardPointPrefix = "HP_";
-
-// Variants of a model that are never destructible themselves.
-constexpr std::array<BasicStringRef, 4> kUnclassifiedFolders = {"/lod1/", "/lod2/", "/crash/", "/merged/"};
 
 std::vector<BasicStringRef> tokensOf(BasicStringRef name) {
   constexpr char kSeparator = '_';
@@ -73,7 +67,7 @@ KsDestructiblesHelper::KsDestructiblesHelper(SuperModel* superModel, const std::
                                              KsMaterialDisabler* materialDisabler)
     : materialDisabler_(materialDisabler),
       modelName_(modelName),
-      destructibleState_(fixed_names::kUndamagedState) {
+      destructibleState_(database_format::kUndamagedState) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::KsDestructiblesHelper", kSource, 166);
   if (materialDisabler_ == nullptr) reportAssertion("materialDisabler_", kSource, 167);
   if (superModel == nullptr) return;
@@ -129,13 +123,12 @@ void KsDestructiblesHelper::collectHardpointNames(SuperModel& superModel) {
   Skeleton::SkeletonInstance* const skeleton = superModel.skeleton();
   for (unsigned index = 0; index < skeleton->size(); ++index) {
     const std::string& name = skeleton->nodeName(index).getString();
-    if (name.starts_with(kHardPointPrefix)) hardpointNames_.push_back(name);
+    if (name.starts_with(model_names::kHardPointPrefix)) hardpointNames_.push_back(name);
   }
 }
 
 void KsDestructiblesHelper::classify() {
-  const auto holds = [this](BasicStringRef folder) { return modelName_.find(folder) != std::string::npos; };
-  if (std::any_of(kUnclassifiedFolders.begin(), kUnclassifiedFolders.end(), holds)) return;
+  if (database_format::isVariantName(modelName_)) return;
   if (s_destrModuleMap.contains(modelName_)) {
     destructibleType_ = DT_STRUCTURE;
   } else if (s_destrFragileMap.contains(modelName_)) {

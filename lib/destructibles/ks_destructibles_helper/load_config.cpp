@@ -1,7 +1,8 @@
 #include <core/stack_tracker.h>
+#include <destructibles/database_format.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
 #include <destructibles/ks_destructibles_helper/loaded_tables.h>
+#include <destructibles/ks_destructibles_helper/tracked_source.h>
 #include <render/render_system.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
@@ -14,11 +15,13 @@
 namespace Tal {
 namespace {
 
-using fixed_names::kDestructiblesXml;
-using fixed_names::kSource;
+using database_format::categoryOfSection;
+using database_format::kDatabaseFile;
+namespace keys = database_format::keys;
+namespace tags = database_format::tags;
 
 // The frame of the last reload that a change of the file caused; shared by all helpers.
-std::uint32_t lastReloadStamp = 0;
+std::uint32_t s_lastReloadStamp = 0;
 
 std::vector<std::string> splitAtSpaces(BasicStringRef text) {
   std::vector<std::string> tokens;
@@ -30,13 +33,6 @@ std::vector<std::string> splitAtSpaces(BasicStringRef text) {
   return tokens;
 }
 
-// What a section's entries are; not destructible: nothing that is read.
-KsDestructibleType typeOfSection(BasicStringRef tag) {
-  if (tag == fixed_names::kTreesSection) return DT_NON_DESTRUCTIBLE;
-  if (tag == fixed_names::kFragilesSection) return DT_FRAGILE;
-  return tag == fixed_names::kFallingAtomsSection ? DT_FALLING_ATOMS : DT_STRUCTURE;
-}
-
 // The record of a name, made if it lacks. Many files are sorted, and every name the last so far.
 template <class Record>
 Record& recordOf(std::map<std::string, Record>& table, std::string name) {
@@ -46,15 +42,15 @@ Record& recordOf(std::map<std::string, Record>& table, std::string name) {
 std::map<std::string, KsDestructibleModuleDesc> readModules(const DataSection& modules) {
   std::map<std::string, KsDestructibleModuleDesc> table;
   for (const SmartPointer<DataSection>& module : modules) {
-    std::string name = module->readString("matName", "", 0);
+    std::string name = module->readString(keys::kMaterialName, "", 0);
     if (name.empty()) continue;
     KsDestructibleModuleDesc& desc = recordOf(table, std::move(name));
-    desc.health = module->readInt("health", 80);
-    desc.effectScale = module->readFloat("effectScale", 1.0F);
-    desc.effectHP = module->readString("effectHP", "", 0);
-    desc.ramEffect = module->readString("ramEffect", UNDEFINED_EFFECT, 0);
-    desc.hitEffect = module->readString("hitEffect", "", 0);
-    desc.decayEffect = module->readString("decayEffect", UNDEFINED_EFFECT, 0);
+    desc.health = module->readInt(keys::kHealth, 80);
+    desc.effectScale = module->readFloat(keys::kEffectScale, 1.0F);
+    desc.effectHP = module->readString(keys::kEffectHardPoint, "", 0);
+    desc.ramEffect = module->readString(keys::kRamEffect, UNDEFINED_EFFECT, 0);
+    desc.hitEffect = module->readString(keys::kHitEffect, "", 0);
+    desc.decayEffect = module->readString(keys::kDecayEffect, UNDEFINED_EFFECT, 0);
   }
   return table;
 }
@@ -62,8 +58,8 @@ std::map<std::string, KsDestructibleModuleDesc> readModules(const DataSection& m
 KsDestructiblesHelper::DestrStates_t readStates(const DataSection& states) {
   KsDestructiblesHelper::DestrStates_t record;
   for (const SmartPointer<DataSection>& state : states) {
-    std::string name = state->readString("name", "", 0);
-    const std::string materials = state->readString("destroyedMaterials", "", 0);
+    std::string name = state->readString(keys::kStateName, "", 0);
+    const std::string materials = state->readString(keys::kDestroyedMaterials, "", 0);
     if (name.empty()) continue;
     record.states[std::move(name)] = splitAtSpaces(materials);
   }
@@ -78,30 +74,40 @@ bool KsDestructiblesHelper::loadConfig(bool force) {
   // Before the file is opened, so that later helpers do not try a missing file again.
   s_hasLoadedDestrXml = true;
   Tables_t last = takeTables();
-  const SmartPointer<DataSection> root = FS::Utils::openSection(kDestructiblesXml, false, nullptr);
-  if (!root) return false;
-  const std::uint64_t contentStamp = root->contentStamp();
-  if (contentStamp != 0 && contentStamp == last.lastLoad.contentStamp) {
-    restoreLoaded(std::move(last));
-  } else if (contentStamp != 0 && contentStamp == last.lastLoad.savedStamp) {
-    restoreLoaded(std::move(last));
-    readSaved(*root);
-  } else {
-    last = {};
-    readAll(*root);
-    s_lastLoad.contentStamp = contentStamp;
+  try {
+    const SmartPointer<DataSection> root = FS::Utils::openSection(kDatabaseFile, false, nullptr);
+    if (!root) return false;
+    fillTables(*root, std::move(last));
+  } catch (...) {
+    // A part of the database would be taken for the whole.
+    static_cast<void>(takeTables());
+    s_hasLoadedDestrXml = false;
+    throw;
   }
   if (s_lastLoad.lastAchievementTag) structureAchievementTag_ = *s_lastLoad.lastAchievementTag;
   loadedConfigSignal_();
   return true;
 }
 
+// From the last load's tables, if they were of this content or of what a save has made of it; else anew.
+void KsDestructiblesHelper::fillTables(DataSection& root, Tables_t last) {
+  const std::uint64_t contentStamp = root.contentStamp();
+  if (contentStamp != 0 && contentStamp == last.lastLoad.contentStamp) return restoreLoaded(std::move(last));
+  if (contentStamp != 0 && contentStamp == last.lastLoad.savedStamp) {
+    restoreLoaded(std::move(last));
+    return readSaved(root);
+  }
+  last = {};
+  readAll(root);
+  s_lastLoad.contentStamp = contentStamp;
+}
+
 void KsDestructiblesHelper::readAll(DataSection& root) {
   for (const SmartPointer<DataSection>& category : root) {
-    const KsDestructibleType type = typeOfSection(category->tag());
+    const KsDestructibleType type = categoryOfSection(category->tag());
     if (type == DT_NON_DESTRUCTIBLE) continue;
     for (const SmartPointer<DataSection>& entry : *category)
-      readEntry(type, entry->readString("filename", "", 0), *entry);
+      readEntry(type, entry->readString(keys::kFileName, "", 0), *entry);
     if (type == DT_STRUCTURE && category->childCount() > 0)
       s_lastLoad.lastAchievementTag = structureAchievementTag_;
   }
@@ -129,14 +135,14 @@ void KsDestructiblesHelper::readSaved(DataSection& root) {
   s_destrFallingAtomMap.erase(model);
   s_lastLoad.lastAchievementTag = std::nullopt;
   for (const SmartPointer<DataSection>& category : root) {
-    const KsDestructibleType type = typeOfSection(category->tag());
+    const KsDestructibleType type = categoryOfSection(category->tag());
     if (type == DT_NON_DESTRUCTIBLE) continue;
-    for (int place = category->findChildWith("filename", model); place != -1;
-         place = category->findChildWith("filename", model, place + 1))
+    for (int place = category->findChildWith(keys::kFileName, model); place != -1;
+         place = category->findChildWith(keys::kFileName, model, place + 1))
       readEntry(type, model, *category->child(place));
     const int count = category->childCount();
     if (type == DT_STRUCTURE && count > 0)
-      s_lastLoad.lastAchievementTag = category->child(count - 1)->readString("achievementTag", "", 0);
+      s_lastLoad.lastAchievementTag = category->child(count - 1)->readString(keys::kAchievementTag, "", 0);
   }
   s_lastLoad.contentStamp = contentStamp;
 }
@@ -145,36 +151,36 @@ void KsDestructiblesHelper::readSaved(DataSection& root) {
 
 void KsDestructiblesHelper::readFragile(std::string model, const DataSection& entry) {
   KsDestructibleFragileDesc& desc = recordOf(s_destrFragileMap, std::move(model));
-  desc.health = entry.readInt("health", 5);
-  desc.effect = entry.readString("effect", UNDEFINED_EFFECT, 0);
-  desc.hitEffect = entry.readString("hitEffect", "", 0);
-  desc.effectHP = entry.readString("effectHP", "", 0);
-  desc.effectScale = entry.readFloat("effectScale", 1.0F);
-  desc.decayEffect = entry.readString("decayEffect", UNDEFINED_EFFECT, 0);
-  desc.matName = entry.readString("matName", "", 0);
-  desc.lifetimeEffect = entry.readString("lifetimeEffect", UNDEFINED_EFFECT, 0);
-  desc.achievementTag = entry.readString("achievementTag", "", 0);
+  desc.health = entry.readInt(keys::kHealth, 5);
+  desc.effect = entry.readString(keys::kEffect, UNDEFINED_EFFECT, 0);
+  desc.hitEffect = entry.readString(keys::kHitEffect, "", 0);
+  desc.effectHP = entry.readString(keys::kEffectHardPoint, "", 0);
+  desc.effectScale = entry.readFloat(keys::kEffectScale, 1.0F);
+  desc.decayEffect = entry.readString(keys::kDecayEffect, UNDEFINED_EFFECT, 0);
+  desc.matName = entry.readString(keys::kMaterialName, "", 0);
+  desc.lifetimeEffect = entry.readString(keys::kLifetimeEffect, UNDEFINED_EFFECT, 0);
+  desc.achievementTag = entry.readString(keys::kAchievementTag, "", 0);
 }
 
 void KsDestructiblesHelper::readFallingAtom(std::string model, const DataSection& entry) {
   KsDestructibleFallingAtomDesc& desc = recordOf(s_destrFallingAtomMap, std::move(model));
-  desc.health = entry.readInt("health", 20);
-  desc.physicParams = entry.readString("physicParams", "200 3.2 0.03 150000 10000 0 0.05", 0);
-  desc.lifetimeEffect = entry.readString("lifetimeEffect", UNDEFINED_EFFECT, 0);
-  desc.fractureEffect = entry.readString("fractureEffect", "", 0);
-  desc.touchdownEffect = entry.readString("touchdownEffect", "", 0);
-  desc.touchdownBreakEffect = entry.readString("touchdownBreakEffect", "", 0);
-  desc.effectScale = entry.readFloat("effectScale", 1.0F);
-  desc.achievementTag = entry.readString("achievementTag", "", 0);
+  desc.health = entry.readInt(keys::kHealth, 20);
+  desc.physicParams = entry.readString(keys::kPhysicParams, "200 3.2 0.03 150000 10000 0 0.05", 0);
+  desc.lifetimeEffect = entry.readString(keys::kLifetimeEffect, UNDEFINED_EFFECT, 0);
+  desc.fractureEffect = entry.readString(keys::kFractureEffect, "", 0);
+  desc.touchdownEffect = entry.readString(keys::kTouchdownEffect, "", 0);
+  desc.touchdownBreakEffect = entry.readString(keys::kTouchdownBreakEffect, "", 0);
+  desc.effectScale = entry.readFloat(keys::kEffectScale, 1.0F);
+  desc.achievementTag = entry.readString(keys::kAchievementTag, "", 0);
 }
 
 void KsDestructiblesHelper::readStructure(const std::string& model, DataSection& entry) {
   // Every structure of the file on purpose: the tag that stays is that of the last one.
-  structureAchievementTag_ = entry.readString("achievementTag", "", 0);
-  if (const auto modules = entry.openSection("modules", false, nullptr); modules) {
+  structureAchievementTag_ = entry.readString(keys::kAchievementTag, "", 0);
+  if (const auto modules = entry.openSection(tags::kModules, false, nullptr); modules) {
     recordOf(s_destrModuleMap, model) = readModules(*modules);
   }
-  if (const auto states = entry.openSection("states", false, nullptr); states) {
+  if (const auto states = entry.openSection(tags::kStates, false, nullptr); states) {
     recordOf(s_destrStateMap, model) = readStates(*states);
   }
 }
@@ -182,10 +188,10 @@ void KsDestructiblesHelper::readStructure(const std::string& model, DataSection&
 void KsDestructiblesHelper::onResourceModified(const BasicStringRef& /*basePath*/,
                                                const BasicStringRef& resourceName, Action /*action*/) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::onResourceModified", kSource, 2048);
-  if (resourceName.find(kDestructiblesXml) == BasicStringRef::npos) return;
+  if (resourceName.find(kDatabaseFile) == BasicStringRef::npos) return;
   const std::uint32_t stamp = rs().frameStamp();
-  if (stamp == lastReloadStamp) return;
-  lastReloadStamp = stamp;
+  if (stamp == s_lastReloadStamp) return;
+  s_lastReloadStamp = stamp;
   loadConfig(true);
 }
 

@@ -2,19 +2,13 @@
 #include <core/large_stack.h>
 #include <core/stack_tracker.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
-#include <destructibles/ks_destructibles_helper/material_kinds.h>
+#include <destructibles/ks_destructibles_helper/tracked_source.h>
 #include <model/ks_material_disabler.h>
+#include <model/material_kinds.h>
 #include <model/super_model.h>
 
 namespace Tal {
 namespace {
-
-using fixed_names::kSource;
-
-bool beginsWithLonger(BasicStringRef name, BasicStringRef prefix) {
-  return name.size() > prefix.size() && name.starts_with(prefix);
-}
 
 // std::regex_match recurses several times per character, the more often the more groups the pattern has. What
 // the caller's stack may not bear is matched on one that is made for it; that is address space only until it
@@ -76,16 +70,16 @@ unsigned int KsDestructiblesHelper::getMaterialNumericID(const std::string& name
 
 bool KsDestructiblesHelper::isStaticMaterialName(const std::string& name) const {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::isStaticMaterialName", kSource, 1828);
-  return name.starts_with('s');
+  return material_kinds::isStaticName(name);
 }
 
 bool KsDestructiblesHelper::isDestroyedMaterialName(const std::string& name) const {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::isDestroyedMaterialName", kSource, 1835);
-  return name.starts_with('d') || beginsWithLonger(name, "partD");
+  return material_kinds::isDestroyedName(name);
 }
 
 bool KsDestructiblesHelper::isUndamagedMaterialName(const std::string& name) const {
-  return name.starts_with('n') || beginsWithLonger(name, "partN");
+  return material_kinds::isUndamagedName(name);
 }
 
 bool KsDestructiblesHelper::isMaterialKindDestroyed(const std::string& name) const {

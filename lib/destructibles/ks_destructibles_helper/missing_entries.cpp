@@ -1,14 +1,12 @@
 #include <core/stack_tracker.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
 #include <destructibles/ks_destructibles_helper/logging.h>
+#include <destructibles/ks_destructibles_helper/tracked_source.h>
 
 #include <algorithm>
 
 namespace Tal {
 namespace {
-
-using fixed_names::kSource;
 
 const std::string DEFAULT_FRACTURE_EFFECT = "inf_streetlamp_fracture";
 const std::string DEFAULT_TOUCHDOWN_EFFECT = "inf_streetlamp_touchdown";

@@ -1,14 +1,12 @@
 #include <core/stack_tracker.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <destructibles/ks_destructibles_helper/tracked_source.h>
 
 #include <cmath>
 #include <utility>
 
 namespace Tal {
 namespace {
-
-using fixed_names::kSource;
 
 constexpr float kScaleTolerance = 0.0004F;
 

@@ -1,6 +1,7 @@
 #include <core/stack_tracker.h>
+#include <destructibles/database_format.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
+#include <destructibles/ks_destructibles_helper/tracked_source.h>
 #include <resources/data_section.h>
 #include <resources/data_section_cache.h>
 #include <resources/file_system.h>
@@ -9,8 +10,9 @@
 namespace Tal {
 namespace {
 
-using fixed_names::kDestructiblesXml;
-using fixed_names::kSource;
+using database_format::kDatabaseFile;
+namespace keys = database_format::keys;
+namespace tags = database_format::tags;
 
 void writeOrRemove(DataSection& section, BasicStringRef key, const std::string& value, bool isWorthWriting) {
   if (isWorthWriting) {
@@ -28,7 +30,7 @@ class UnwrittenDocument {
   ~UnwrittenDocument() {
     if (!isEdited_) return;
     try {
-      DataSectionCache::discard(kDestructiblesXml);
+      DataSectionCache::discard(kDatabaseFile);
     } catch (...) {  // There is nothing left that could be done.
     }
   }
@@ -47,7 +49,7 @@ bool KsDestructiblesHelper::saveConfig() {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::saveConfig", kSource, 488);
   isMissingInDestructiblesXml_ = false;
   if (!writeToFile() || getCategoryName().empty()) return false;
-  DataSectionCache::purge(kDestructiblesXml, false);
+  DataSectionCache::purge(kDatabaseFile, false);
   loadConfig(true);
   return true;
 }
@@ -57,7 +59,7 @@ bool KsDestructiblesHelper::writeToFile() {
   UnwrittenDocument unwritten;
   // The many saves below reach the disk as one.
   SaveGroup saves;
-  SmartPointer<DataSection> root = FS::Utils::openSection(kDestructiblesXml, false, nullptr);
+  SmartPointer<DataSection> root = FS::Utils::openSection(kDatabaseFile, false, nullptr);
   if (!root) return false;
   unwritten.setEdited(true);
   deleteDuplicate(root, 0);
@@ -86,11 +88,11 @@ SmartPointer<DataSection> KsDestructiblesHelper::keepOneEntry(const SmartPointer
                                                               const std::string& category, bool& hasRemoved) {
   SmartPointer<DataSection> kept;
   for (SmartPointer<DataSection> child : *root) {
-    if (child->tag() == fixed_names::kTreesSection) continue;
+    if (child->tag() == database_format::kTreesSection) continue;
     const int count = child->childCount();
     int firstDuplicate = 0;
     if (child->tag() == category) {
-      const int found = child->findChildWith("filename", modelName_);
+      const int found = child->findChildWith(keys::kFileName, modelName_);
       if (found != -1) kept = child->child(found);
       firstDuplicate = found != -1 ? found + 1 : count;
     }
@@ -115,7 +117,7 @@ bool KsDestructiblesHelper::isRecordThere() const {
 }
 
 void KsDestructiblesHelper::writeEntry(DataSection& category, SmartPointer<DataSection>& entry) {
-  if (!entry) entry = category.appendChild("entry");
+  if (!entry) entry = category.appendChild(tags::kEntry);
   if (destructibleType_ == DT_STRUCTURE) return writeStructure(entry);
   if (destructibleType_ == DT_FRAGILE) {
     makeFragileXmlTag(s_destrFragileMap.at(modelName_), entry);
@@ -126,18 +128,18 @@ void KsDestructiblesHelper::writeEntry(DataSection& category, SmartPointer<DataS
 }
 
 void KsDestructiblesHelper::writeStructure(SmartPointer<DataSection>& entry) {
-  entry->writeString("filename", modelName_);
-  writeOrRemove(*entry, "achievementTag", structureAchievementTag_,
+  entry->writeString(keys::kFileName, modelName_);
+  writeOrRemove(*entry, keys::kAchievementTag, structureAchievementTag_,
                 checkTagForEmpty(structureAchievementTag_));
   entry->save("");
   if (const auto record = s_destrStateMap.find(modelName_); record != s_destrStateMap.end()) {
-    SmartPointer<DataSection> states = entry->openSection("states", true, nullptr);
-    states->deleteSections("state");
+    SmartPointer<DataSection> states = entry->openSection(tags::kStates, true, nullptr);
+    states->deleteSections(tags::kState);
     entry->save("");
     makeStatesXmlTag(record->second, states);
   }
   if (const auto table = s_destrModuleMap.find(modelName_); table != s_destrModuleMap.end()) {
-    SmartPointer<DataSection> modules = entry->openSection("modules", true, nullptr);
+    SmartPointer<DataSection> modules = entry->openSection(tags::kModules, true, nullptr);
     makeModulesXmlTag(table->second, modules);
     entry->save("");
   }
@@ -146,31 +148,31 @@ void KsDestructiblesHelper::writeStructure(SmartPointer<DataSection>& entry) {
 void KsDestructiblesHelper::makeFragileXmlTag(const KsDestructibleFragileDesc& desc,
                                               SmartPointer<DataSection>& entry) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::makeFragileXmlTag", kSource, 622);
-  entry->writeString("filename", modelName_);
-  entry->writeInt("health", desc.health);
-  entry->writeString("decayEffect", desc.decayEffect);
-  entry->writeString("effect", desc.effect);
-  writeOrRemove(*entry, "hitEffect", desc.hitEffect, !desc.hitEffect.empty());
-  entry->writeString("effectHP", desc.effectHP);
-  entry->writeFloat("effectScale", desc.effectScale);
-  writeOrRemove(*entry, "matName", desc.matName, !desc.matName.empty());
-  entry->writeString("lifetimeEffect", desc.lifetimeEffect);
-  writeOrRemove(*entry, "achievementTag", desc.achievementTag, checkTagForEmpty(desc.achievementTag));
+  entry->writeString(keys::kFileName, modelName_);
+  entry->writeInt(keys::kHealth, desc.health);
+  entry->writeString(keys::kDecayEffect, desc.decayEffect);
+  entry->writeString(keys::kEffect, desc.effect);
+  writeOrRemove(*entry, keys::kHitEffect, desc.hitEffect, !desc.hitEffect.empty());
+  entry->writeString(keys::kEffectHardPoint, desc.effectHP);
+  entry->writeFloat(keys::kEffectScale, desc.effectScale);
+  writeOrRemove(*entry, keys::kMaterialName, desc.matName, !desc.matName.empty());
+  entry->writeString(keys::kLifetimeEffect, desc.lifetimeEffect);
+  writeOrRemove(*entry, keys::kAchievementTag, desc.achievementTag, checkTagForEmpty(desc.achievementTag));
   entry->save("");
 }
 
 void KsDestructiblesHelper::makeFallingAtomXmlTag(const KsDestructibleFallingAtomDesc& desc,
                                                   SmartPointer<DataSection>& entry) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::makeFallingAtomXmlTag", kSource, 661);
-  entry->writeString("filename", modelName_);
-  entry->writeInt("health", desc.health);
-  entry->writeString("physicParams", desc.physicParams);
-  entry->writeString("lifetimeEffect", desc.lifetimeEffect);
-  entry->writeString("fractureEffect", desc.fractureEffect);
-  entry->writeString("touchdownEffect", desc.touchdownEffect);
-  entry->writeString("touchdownBreakEffect", desc.touchdownBreakEffect);
-  entry->writeFloat("effectScale", desc.effectScale);
-  writeOrRemove(*entry, "achievementTag", desc.achievementTag, checkTagForEmpty(desc.achievementTag));
+  entry->writeString(keys::kFileName, modelName_);
+  entry->writeInt(keys::kHealth, desc.health);
+  entry->writeString(keys::kPhysicParams, desc.physicParams);
+  entry->writeString(keys::kLifetimeEffect, desc.lifetimeEffect);
+  entry->writeString(keys::kFractureEffect, desc.fractureEffect);
+  entry->writeString(keys::kTouchdownEffect, desc.touchdownEffect);
+  entry->writeString(keys::kTouchdownBreakEffect, desc.touchdownBreakEffect);
+  entry->writeFloat(keys::kEffectScale, desc.effectScale);
+  writeOrRemove(*entry, keys::kAchievementTag, desc.achievementTag, checkTagForEmpty(desc.achievementTag));
   entry->save("");
 }
 
@@ -185,14 +187,14 @@ void KsDestructiblesHelper::makeModulesXmlTag(const ModuleTable& modules,
     if (!bspMaterialNames_.contains(name)) continue;
     const auto material = materialNames_.find(name);
     if (material != materialNames_.end() && !writtenKinds.insert(material->second).second) continue;
-    const SmartPointer<DataSection> module = modulesSection->appendChild("module");
-    module->writeString("matName", name);
-    module->writeInt("health", desc.health);
-    module->writeString("decayEffect", desc.decayEffect);
-    module->writeString("ramEffect", desc.ramEffect);
-    writeOrRemove(*module, "hitEffect", desc.hitEffect, !desc.hitEffect.empty());
-    module->writeString("effectHP", desc.effectHP);
-    module->writeFloat("effectScale", desc.effectScale);
+    const SmartPointer<DataSection> module = modulesSection->appendChild(tags::kModule);
+    module->writeString(keys::kMaterialName, name);
+    module->writeInt(keys::kHealth, desc.health);
+    module->writeString(keys::kDecayEffect, desc.decayEffect);
+    module->writeString(keys::kRamEffect, desc.ramEffect);
+    writeOrRemove(*module, keys::kHitEffect, desc.hitEffect, !desc.hitEffect.empty());
+    module->writeString(keys::kEffectHardPoint, desc.effectHP);
+    module->writeFloat(keys::kEffectScale, desc.effectScale);
     module->save("");
   }
 }
@@ -201,25 +203,25 @@ void KsDestructiblesHelper::makeStatesXmlTag(const DestrStates_t& states,
                                              SmartPointer<DataSection>& statesSection) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::makeStatesXmlTag", kSource, 764);
   for (const auto& [name, materials] : states.states) {
-    // Every name is followed by a space, the last one too: that is how the file has always been.
+    // In the format of the file every name is followed by a space, the last one too.
     std::string destroyedMaterials;
     for (const std::string& material : materials) destroyedMaterials += material + ' ';
-    const SmartPointer<DataSection> state = statesSection->appendChild("state");
-    state->writeString("name", name);
-    state->writeString("destroyedMaterials", destroyedMaterials);
+    const SmartPointer<DataSection> state = statesSection->appendChild(tags::kState);
+    state->writeString(keys::kStateName, name);
+    state->writeString(keys::kDestroyedMaterials, destroyedMaterials);
     state->save("");
   }
 }
 
 void KsDestructiblesHelper::deleteDuplicate(SmartPointer<DataSection>& section, int firstIndex) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::deleteDuplicate", kSource, 815);
-  for (int index = firstIndex; (index = section->findChildWith("filename", modelName_, index)) != -1;) {
+  for (int index = firstIndex; (index = section->findChildWith(keys::kFileName, modelName_, index)) != -1;) {
     section->removeChild(section->child(index));
     section->save("");
   }
 }
 
-// True means worth writing; the name is kept although it says the opposite.
+// Mind the name: true means that the tag is to be written.
 bool KsDestructiblesHelper::checkTagForEmpty(const std::string& tag) {
   return !tag.empty() && tag != UNDEFINED_EFFECT;
 }

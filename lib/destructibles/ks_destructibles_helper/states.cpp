@@ -1,17 +1,17 @@
 #include <core/stack_tracker.h>
+#include <destructibles/database_format.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <destructibles/ks_destructibles_helper/fixed_names.h>
-#include <destructibles/ks_destructibles_helper/material_kinds.h>
+#include <destructibles/ks_destructibles_helper/tracked_source.h>
 #include <model/ks_material_disabler.h>
+#include <model/material_kinds.h>
 
 #include <algorithm>
 
 namespace Tal {
 namespace {
 
-using fixed_names::kDestroyedState;
-using fixed_names::kSource;
-using fixed_names::kUndamagedState;
+using database_format::kDestroyedState;
+using database_format::kUndamagedState;
 using material_kinds::kToDestroyed;
 
 // Materials that carry this anywhere in their names are left out of the lists of the built-in states, but for

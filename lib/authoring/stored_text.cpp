@@ -1,0 +1,22 @@
+#include <authoring/stored_text.h>
+#include <core/display_text.h>
+#include <core/white_space.h>
+#include <resources/storable_text.h>
+
+namespace Tal::authoring {
+
+BasicStringRef faultOfStoredText(BasicStringRef text) noexcept {
+  if (!isStorable(text)) return "holds a control character or is not UTF-8, which XML cannot hold";
+  if (trimmed(text) != text)
+    return "has white space around it, which the database does not keep; leave it out";
+  return {};
+}
+
+std::string faultOfModelName(BasicStringRef modelName) {
+  if (faultOfStoredText(modelName).empty()) return {};
+  return "the model name " + quotedName(modelName) +
+         " cannot stand in the database, which holds UTF-8 without control characters and without white "
+         "space around it";
+}
+
+}  // namespace Tal::authoring

@@ -1,0 +1,19 @@
+#include <resources/bytes/byte_buffer.h>
+
+#include <cstring>
+
+namespace Tal {
+
+ByteBuffer::ByteBuffer(std::size_t size)
+    : bytes_(std::make_unique_for_overwrite<char[]>(size + 1)),  // NOLINT(modernize-avoid-c-arrays)
+      size_(size) {
+  bytes_[size] = 0;
+}
+
+ByteBuffer ByteBuffer::copyOf(BasicStringRef text) {
+  ByteBuffer source(text.size());
+  if (!text.empty()) std::memcpy(source.data(), text.data(), text.size());
+  return source;
+}
+
+}  // namespace Tal

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <core/smart_pointer.h>
+#include <core/string_ref.h>
+#include <resources/documents/section_document.h>
+#include <resources/files/file_lock.h>
+
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Tal {
+
+/// Why a value is refused; see SaveQueue::refuseValue.
+constexpr BasicStringRef kUnholdable =
+    "holds control characters or is not valid UTF-8 and was not written; take them out";
+constexpr BasicStringRef kNotFinite = "is not finite and was not written; give a finite number";
+
+/// The saves that wait for the outermost open SaveGroup, and the locks that keep other programs from saving
+/// meanwhile. Main thread only.
+class SaveQueue {
+ public:
+  static SaveQueue& instance();
+
+  void open() noexcept { ++depth_; }
+
+  bool isOpen() const noexcept { return depth_ > 0; }
+
+  /// A lock that keeps other programs from saving a file for as long as anybody has it: whoever asks while
+  /// somebody has the lock of the file that is there now shares it. Null, with a critical message, when
+  /// another program does not let go of the file.
+  [[nodiscard]] std::shared_ptr<const FileLock> hold(const std::filesystem::path& file);
+
+  /// Has that lock until the outermost group, of which there is one, is closed. False when there is none.
+  [[nodiscard]] bool lock(const std::filesystem::path& file);
+
+  /// How long `hold` and `lock` wait for another program; for tests.
+  void setPatience(std::chrono::milliseconds patience) noexcept { patience_ = patience; }
+
+  /// Puts a document down to be written once when the outermost group commits; false when no group is open.
+  [[nodiscard]] bool put(const SmartPointer<SectionDocument>& document, BasicStringRef resourceName);
+
+  /// Reports with priority 5 that the value for `key` was refused, and makes the open group, if any, write
+  /// nothing when it is committed. `reason` is a clause about the value. Always false, for a write that fails
+  /// so.
+  bool refuseValue(BasicStringRef key, BasicStringRef reason);
+
+  /// Closes a group; the outermost one writes what was put down, or forgets it. False when a document could
+  /// not be written, or a value was refused and nothing was written; true for an inner group.
+  [[nodiscard]] bool close(bool isCommitted);
+
+ private:
+  /// Empty, with a critical message, when another program does not let go of the file.
+  std::optional<FileLock> acquire(const std::filesystem::path& file);
+  /// Says once for a file that nothing keeps other programs from saving it.
+  void warnOfNoLock(const std::filesystem::path& file, const std::string& reason);
+
+  using Save = std::pair<SmartPointer<SectionDocument>, std::string>;
+
+  int depth_ = 0;
+  bool isValueRefused_ = false;
+  std::vector<Save> saves_;
+  std::map<std::filesystem::path, std::shared_ptr<const FileLock>> locks_;  ///< of the open group
+  std::map<std::filesystem::path, std::weak_ptr<const FileLock>> shared_;   ///< those that anybody has
+  std::set<std::filesystem::path> unlockable_;  ///< those whose file system was said to have no locks
+  std::chrono::milliseconds patience_{10'000};
+};
+
+}  // namespace Tal

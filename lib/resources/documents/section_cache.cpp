@@ -1,0 +1,155 @@
+#include <resources/data_section_cache.h>
+#include <resources/documents/save_queue.h>
+#include <resources/documents/section_cache.h>
+#include <resources/documents/xml_section.h>
+#include <resources/file_system.h>
+#include <resources/report.h>
+#include <resources/resource_name.h>
+
+#include <utility>
+
+namespace Tal {
+namespace {
+
+/// Edits that have not reached the file are what nobody could get back.
+bool isKept(const SectionDocument& document) {
+  return document.isEdited() || document.isSavePending();
+}
+
+/// Lets a document go. What it saved and could not flush to the disk, the next document of the resource has
+/// to flush.
+void drop(SectionCache::Entry& entry) {
+  entry.isFlushPending = entry.isFlushPending || (entry.document && entry.document->isFlushPending());
+  entry.document = nullptr;
+}
+
+/// Drops a document with its unsaved edits, unless a save was asked for that has not succeeded yet. What its
+/// file held is noted, so that a document with the same bytes gets the same content stamp.
+void forget(SectionCache::Entry& entry) {
+  if (!entry.document || entry.document->isSavePending()) return;
+  entry.saved = entry.document->savedContent();
+  drop(entry);
+}
+
+SmartPointer<DataSection> rootOf(const SmartPointer<SectionDocument>& document) {
+  if (!document) return nullptr;
+  return new XmlSection(document, document->tree().root());
+}
+
+/// What is opened to be saved is kept from other programs until it is; false when one of them has it.
+bool lockForSaving(const FS::MultiFileSystem& fileSystem, const std::string& name) {
+  if (!SaveQueue::instance().isOpen()) return true;
+  std::string refusal;  // to be reported by who opens it
+  const auto place = fileSystem.find(name, &refusal);
+  return !place || SaveQueue::instance().lock(*place);
+}
+
+}  // namespace
+
+SectionCache& SectionCache::instance() {
+  static SectionCache cache;
+  return cache;
+}
+
+SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool create,
+                                             DataSectionCreator* creator) {
+  const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
+  if (fileSystem == nullptr) {
+    reportRefusal("cannot open " + inQuotes(resourceName) + ": no resource roots are set up; set some first");
+    return nullptr;
+  }
+  const std::string name = normalisedName(resourceName);
+  if (!lockForSaving(*fileSystem, name)) return nullptr;
+  const auto known = entries_.find(name);
+  const bool isKnown = known != entries_.end() && known->second.document;
+  if (isKnown && isKept(*known->second.document) && refusalOfName(resourceName).empty())
+    return rootOf(known->second.document);
+  const auto place = create ? fileSystem->locationFor(resourceName) : fileSystem->find(resourceName);
+  if (!place) {
+    const bool isFileGone = isKnown && known->second.document->identity();
+    if (isFileGone) drop(known->second);
+    return nullptr;
+  }
+  if (identityAt(*place)) {
+    const SmartPointer<SectionDocument> document = documentOf(name, *place);
+    SmartPointer<DataSection> root = rootOf(document);
+    // A group that has nothing new to save makes up for the flush too; without one the next save does.
+    if (document && document->isFlushPending()) static_cast<void>(SaveQueue::instance().put(document, ""));
+    return root;
+  }
+  if (!create) return nullptr;  // gone since it was found
+  if (creator != nullptr) return creator->create(resourceName);
+  Entry& entry = entries_[name];
+  const bool isMade = entry.document && !entry.document->identity();
+  if (!isMade) entry = {SectionDocument::make(name, *place), std::nullopt, std::nullopt, false};
+  return rootOf(entry.document);
+}
+
+SmartPointer<SectionDocument> SectionCache::documentOf(const std::string& name,
+                                                       const std::filesystem::path& file) {
+  const auto identity = identityAt(file);
+  if (!identity) return nullptr;
+  Entry& entry = entries_[name];
+  if (entry.document && entry.document->isCurrent(file, *identity)) return entry.document;
+  drop(entry);
+  const bool isRefused = entry.refused && entry.refused->version == *identity;
+  if (isRefused && !entry.refused->isRecent) return nullptr;
+  SectionDocument::Refusal refusal;
+  entry.document = SectionDocument::read(name, file, refusal);
+  if (!entry.document) {
+    if (!isRefused || entry.refused->text != refusal.text) reportRefusal(refusal.text);
+    entry.refused = std::nullopt;
+    if (refusal.isOfContent) entry.refused = Refused{*identity, refusal.text, isRecent(*identity)};
+    return nullptr;
+  }
+  entry.refused = std::nullopt;
+  if (entry.saved) entry.document->recognise(*std::exchange(entry.saved, {}));
+  if (std::exchange(entry.isFlushPending, false)) entry.document->markFlushPending();
+  return entry.document;
+}
+
+void SectionCache::purge(BasicStringRef resourceName, bool recursive) {
+  const std::string name = normalisedName(resourceName);
+  if (const auto found = entries_.find(name); found != entries_.end()) forget(found->second);
+  if (!recursive) return;
+  const std::string folder = name.empty() ? name : name + '/';
+  for (auto entry = entries_.lower_bound(folder); entry != entries_.end() && entry->first.starts_with(folder);
+       ++entry)
+    forget(entry->second);
+}
+
+void SectionCache::discard(BasicStringRef resourceName) {
+  // A name that is as it is kept needs no memory to be found: this is also called when there is none.
+  auto found = entries_.find(resourceName);
+  if (found == entries_.end()) found = entries_.find(normalisedName(resourceName));
+  if (found == entries_.end()) return;
+  Entry left;
+  drop(found->second);
+  left.isFlushPending = found->second.isFlushPending;
+  found->second = std::move(left);
+}
+
+void SectionCache::clear() {
+  entries_.clear();
+}
+
+void SectionCache::markPossiblyStale(BasicStringRef resourceName) {
+  const auto found = entries_.find(normalisedName(resourceName));
+  if (found == entries_.end()) return;
+  if (found->second.refused) found->second.refused->isRecent = true;
+  if (found->second.document) found->second.document->markPossiblyStale();
+}
+
+void DataSectionCache::purge(BasicStringRef path, bool recursive) {
+  SectionCache::instance().purge(path, recursive);
+}
+
+void DataSectionCache::discard(BasicStringRef path) {
+  SectionCache::instance().discard(path);
+}
+
+void DataSectionCache::clear() {
+  SectionCache::instance().clear();
+}
+
+}  // namespace Tal

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <core/reference_count.h>
+#include <core/smart_pointer.h>
+#include <resources/bytes/fingerprint.h>
+#include <resources/bytes/pieced_text.h>
+#include <resources/file_identity.h>
+#include <resources/files/file_failure.h>
+#include <resources/xml/encoding.h>
+#include <resources/xml/tree.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace Tal {
+
+/// A document of the XML room: its tree, and the resource that it belongs to. Its sections hold it.
+class SectionDocument : public SafeReferenceCount {
+ public:
+  struct SavedContent {
+    Fingerprint bytes;
+    std::uint64_t stamp;
+  };
+
+  /// Why a file could not be opened as a document.
+  struct Refusal {
+    std::string text;          ///< one line, what to do included
+    bool isOfContent = false;  ///< the file is refused as long as it stays as it is
+  };
+
+  /// Reads and parses a file. Null when that fails; `refusal` then says why.
+  static SmartPointer<SectionDocument> read(std::string resourceName, const std::filesystem::path& file,
+                                            Refusal& refusal);
+
+  /// A document that is in no file yet; saving makes it.
+  static SmartPointer<SectionDocument> make(std::string resourceName, const std::filesystem::path& file);
+
+  Xml::Tree& tree() noexcept { return tree_; }
+  const Xml::Tree& tree() const noexcept { return tree_; }
+
+  Xml::Encoding encoding() const noexcept { return encoding_; }
+
+  /// The version of the file that this document equals but for its unsaved edits; empty when there is no
+  /// file.
+  const std::optional<FileIdentity>& identity() const noexcept { return identity_; }
+
+  /// Whether `file`, whose identity is now `now`, is this document's and still holds the bytes that it goes
+  /// back to. The file is read when its identity does not tell.
+  bool isCurrent(const std::filesystem::path& file, const FileIdentity& now);
+
+  /// Makes the identity tell nothing until the file was read again.
+  void markPossiblyStale() noexcept { isRecent_ = true; }
+
+  /// See DataSection::contentStamp.
+  std::uint64_t contentStamp();
+
+  /// The fingerprint of the file's bytes, and the content stamp of the document that they were read as or
+  /// written from. Empty when the fingerprint is not known, when the document has unsaved edits, and when a
+  /// save was asked for that has not succeeded yet.
+  std::optional<SavedContent> savedContent();
+
+  /// Takes over the content stamp if the file that this document was just read from holds these bytes.
+  void recognise(const SavedContent& saved);
+
+  /// Whether edits were made that no save has brought to the file.
+  bool isEdited() const noexcept { return tree_.revision() != savedRevision_; }
+
+  /// Whether a save was asked for that has not succeeded yet.
+  bool isSavePending() const noexcept { return isSavePending_; }
+  void markSavePending() noexcept { isSavePending_ = true; }
+
+  /// Whether the file holds what was saved, but has perhaps not reached the disk. The next save writes it
+  /// then, also when nothing is new.
+  bool isFlushPending() const noexcept { return isFlushPending_; }
+  void markFlushPending() noexcept { isFlushPending_ = true; }
+
+  /// Writes the document to its own file (empty name) or to another resource; see DataSection::save. A save
+  /// group does not delay it.
+  bool write(BasicStringRef resourceName);
+
+ private:
+  class Bytes;
+
+  SectionDocument(std::string resourceName, std::filesystem::path file, Xml::Tree tree,
+                  Xml::Encoding encoding, std::optional<FileIdentity> identity);
+
+  bool writeOwn();
+  bool writeOther(BasicStringRef resourceName) const;
+  /// Takes the version of the file that is there now as the one to replace. False when that is somebody
+  /// else's work; what cannot be read, or is not well-formed, is not taken either. Both are reported.
+  bool adoptFile(const Bytes& bytes);
+  /// Whether the bytes are the version of the file that this document was last in step with.
+  bool isBase(const Bytes& bytes) const;
+  /// The same of the file, whose identity is taken over when it is.
+  bool isBaseInFile();
+  /// What an attempt to replace the file by the bytes has come to; `version` is the new one.
+  void noteReplaced(const Bytes& bytes, const std::optional<FileFailure>& failure,
+                    const std::optional<FileIdentity>& version);
+  void noteIdentity(const std::optional<FileIdentity>& identity);
+  void noteSaved() noexcept;
+
+  std::string resourceName_;
+  std::filesystem::path file_;
+  Xml::Tree tree_;
+  Xml::Encoding encoding_;
+  std::optional<FileIdentity> identity_;
+  std::optional<Fingerprint> base_;  ///< of the file's bytes; without it they are the tree's source
+  std::uint64_t savedRevision_ = 0;
+  std::uint64_t contentStamp_ = 0;     ///< 0: none was given yet
+  std::uint64_t stampedRevision_ = 0;  ///< the one that the stamp stands for
+  bool isRecent_ = false;              ///< the file was changed just before it was read or written
+  bool isSavePending_ = false;
+  bool isFlushPending_ = false;
+};
+
+}  // namespace Tal

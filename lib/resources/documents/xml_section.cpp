@@ -1,0 +1,117 @@
+#include <core/white_space.h>
+#include <resources/documents/save_queue.h>
+#include <resources/documents/section_path.h>
+#include <resources/documents/xml_section.h>
+#include <resources/storable_text.h>
+#include <resources/xml/parser.h>
+#include <resources/xml/text.h>
+
+#include <utility>
+
+namespace Tal {
+
+XmlSection::XmlSection(SmartPointer<SectionDocument> document, Xml::NodeIndex node) noexcept
+    : document_(std::move(document)), node_(node) {}
+
+SmartPointer<DataSection> XmlSection::sectionOf(Xml::NodeIndex node) const {
+  if (node == Xml::kNoNode) return nullptr;
+  return new XmlSection(document_, node);
+}
+
+BasicStringRef XmlSection::tag() const {
+  return tree().tag(node_);
+}
+
+std::string XmlSection::value() const {
+  std::string scratch;
+  return std::string(tree().text(node_, scratch));
+}
+
+bool XmlSection::setValue(BasicStringRef value) {
+  std::string scratch;
+  const bool isNew = tree().isUnwritten(node_);  // white space alone equals nothing, but is written once
+  if (tree().text(node_, scratch) == trimmed(value) && (!isNew || value.empty())) return true;
+  if (!canHold(value)) return SaveQueue::instance().refuseValue(tag(), kUnholdable);
+  document_->tree().setText(node_, Xml::escaped(value, Xml::largestCharacter(document_->encoding())));
+  return true;
+}
+
+int XmlSection::childCount() const {
+  return static_cast<int>(tree().childCount(node_));
+}
+
+SmartPointer<DataSection> XmlSection::child(int index) const {
+  if (index < 0 || index >= childCount()) return nullptr;
+  return sectionOf(tree().child(node_, static_cast<std::uint32_t>(index)));
+}
+
+SmartPointer<DataSection> XmlSection::findChild(BasicStringRef tag) const {
+  return sectionOf(tree().findChild(node_, tag));
+}
+
+int XmlSection::findChildWith(BasicStringRef key, BasicStringRef value, int first) const {
+  if (first < 0) return -1;
+  std::string scratch;
+  const auto count = tree().childCount(node_);
+  for (auto place = static_cast<std::uint32_t>(first); place < count; ++place) {
+    const Xml::NodeIndex found = tree().findChild(tree().child(node_, place), key);
+    const BasicStringRef text = found == Xml::kNoNode ? BasicStringRef() : tree().text(found, scratch);
+    if (text == value) return static_cast<int>(place);
+  }
+  return -1;
+}
+
+std::uint64_t XmlSection::contentStamp() const {
+  return document_->contentStamp();
+}
+
+SmartPointer<DataSection> XmlSection::appendChild(BasicStringRef tag) {
+  if (!canName(tag)) return nullptr;
+  return sectionOf(document_->tree().appendChild(node_, tag));
+}
+
+bool XmlSection::removeChild(const SmartPointer<DataSection>& child) {
+  const auto* const section = dynamic_cast<const XmlSection*>(child.get());
+  if (section == nullptr || !(section->document_ == document_)) return false;
+  return document_->tree().removeChild(node_, section->node_);
+}
+
+bool XmlSection::removeChild(BasicStringRef tag) {
+  const Xml::NodeIndex found = tree().findChild(node_, tag);
+  return found != Xml::kNoNode && document_->tree().removeChild(node_, found);
+}
+
+void XmlSection::removeEvery(BasicStringRef tag) {
+  document_->tree().removeChildren(node_, tag);
+}
+
+void XmlSection::removeChildren() {
+  document_->tree().removeChildren(node_);
+}
+
+bool XmlSection::save(BasicStringRef fileName) {
+  return SaveQueue::instance().put(document_, fileName) || document_->write(fileName);
+}
+
+bool XmlSection::canName(BasicStringRef tag) const {
+  if (tree().knowsTag(tag)) return true;
+  // A tag cannot hold references for the characters that the file's encoding lacks.
+  return Xml::isElementName(tag) && Xml::isWithin(tag, Xml::largestCharacter(document_->encoding()));
+}
+
+bool XmlSection::canHold(BasicStringRef value) const {
+  return isStorable(value);
+}
+
+bool XmlSection::readValue(BasicStringRef path, std::string& scratch, BasicStringRef& value) const {
+  Xml::NodeIndex node = node_;
+  while (node != Xml::kNoNode && !path.empty()) {
+    const BasicStringRef step = takeStep(path);
+    if (!step.empty()) node = tree().findChild(node, step);
+  }
+  if (node == Xml::kNoNode) return false;
+  value = tree().text(node, scratch);
+  return true;
+}
+
+}  // namespace Tal

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <resources/data_section.h>
+#include <resources/documents/section_document.h>
+
+namespace Tal {
+
+/// A handle on one element of an XML document.
+class XmlSection final : public DataSection {
+ public:
+  XmlSection(SmartPointer<SectionDocument> document, Xml::NodeIndex node) noexcept;
+
+  BasicStringRef tag() const override;
+  std::string value() const override;
+  bool setValue(BasicStringRef value) override;
+  int childCount() const override;
+  SmartPointer<DataSection> child(int index) const override;
+  SmartPointer<DataSection> findChild(BasicStringRef tag) const override;
+  int findChildWith(BasicStringRef key, BasicStringRef value, int first) const override;
+  std::uint64_t contentStamp() const override;
+  SmartPointer<DataSection> appendChild(BasicStringRef tag) override;
+  bool removeChild(const SmartPointer<DataSection>& child) override;
+  bool removeChild(BasicStringRef tag) override;
+  void removeChildren() override;
+  bool save(BasicStringRef fileName) override;
+
+ protected:
+  bool readValue(BasicStringRef path, std::string& scratch, BasicStringRef& value) const override;
+  bool canName(BasicStringRef tag) const override;
+  bool canHold(BasicStringRef value) const override;
+  void removeEvery(BasicStringRef tag) override;
+
+ private:
+  const Xml::Tree& tree() const noexcept { return document_->tree(); }
+  SmartPointer<DataSection> sectionOf(Xml::NodeIndex node) const;
+
+  SmartPointer<SectionDocument> document_;
+  Xml::NodeIndex node_;
+};
+
+}  // namespace Tal

@@ -1,0 +1,88 @@
+#include <core/display_text.h>
+#include <resources/file_identity.h>
+#include <resources/files/file_lock.h>
+#include <resources/files/retry_on_eintr.h>
+
+#include <sys/file.h>
+
+#include <fcntl.h>
+#include <cerrno>
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+namespace Tal {
+namespace {
+
+constexpr std::chrono::milliseconds kPause{10};
+
+bool isSameFile(const std::optional<FileIdentity>& a, const std::optional<FileIdentity>& b) {
+  return a && b && a->device == b->device && a->inode == b->inode;
+}
+
+/// The process that has the lock of a file, as the system lists it: "1: FLOCK ADVISORY WRITE 123 08:01:456 0
+/// EOF".
+std::string holderOf(int descriptor) {
+  const std::optional<FileIdentity> identity = identityOf(descriptor);
+  const std::string ending = ':' + std::to_string(identity ? identity->inode : 0);
+  std::ifstream locks("/proc/locks");
+  for (std::string line; std::getline(locks, line);) {
+    std::istringstream words(line);
+    std::string number;
+    std::string kind;
+    std::string advice;
+    std::string access;
+    std::string process;
+    std::string file;
+    words >> number >> kind >> advice >> access >> process >> file;
+    if (kind != "FLOCK" || !file.ends_with(ending)) continue;
+    std::ifstream command("/proc/" + process + "/comm");
+    std::string name;
+    std::getline(command, name);
+    return "process " + process + (name.empty() ? "" : " (" + escapeControls(name) + ")");
+  }
+  return "another program";
+}
+
+FileDescriptor openFile(const std::filesystem::path& file, int access) {
+  return FileDescriptor(retryOnEintr([&] { return ::open(file.c_str(), access | O_CLOEXEC | O_NONBLOCK); }));
+}
+
+}  // namespace
+
+bool tryLock(int descriptor) noexcept {
+  return retryOnEintr([descriptor] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0;
+}
+
+bool FileLock::isOf(const std::filesystem::path& file) const {
+  return isSameFile(identityOf(descriptor_.get()), identityAt(file));
+}
+
+std::optional<FileLock> FileLock::acquire(const std::filesystem::path& file,
+                                          std::chrono::milliseconds patience, std::string& holder) {
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  while (true) {
+    FileDescriptor descriptor = openFile(file, O_RDONLY);
+    if (!descriptor) return FileLock(FileDescriptor());
+    bool isLocked = tryLock(descriptor.get());
+    if (!isLocked && errno == EBADF) {
+      // Some network file systems lock only what is open for writing. Not done everywhere, since closing
+      // such a file looks like a change to those who watch it.
+      descriptor = openFile(file, O_RDWR);
+      isLocked = descriptor && tryLock(descriptor.get());
+    }
+    // What has been locked in vain was replaced by the one who held it.
+    if (isLocked && isSameFile(identityOf(descriptor.get()), identityAt(file)))
+      return FileLock(std::move(descriptor));
+    if (!isLocked && errno != EWOULDBLOCK) return FileLock(FileDescriptor(), std::strerror(errno));
+    if (std::chrono::steady_clock::now() > deadline) {
+      holder = holderOf(descriptor.get());
+      return std::nullopt;
+    }
+    if (!isLocked) std::this_thread::sleep_for(kPause);
+  }
+}
+
+}  // namespace Tal

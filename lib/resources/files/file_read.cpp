@@ -1,0 +1,73 @@
+#include <resources/files/file_descriptor.h>
+#include <resources/files/file_read.h>
+#include <resources/files/retry_on_eintr.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <cerrno>
+#include <vector>
+
+namespace Tal {
+namespace {
+
+/// A file that is written while it is read is read again, at most so often.
+constexpr int kAttempts = 5;
+
+/// What fits into a processor's cache beside what it is compared with.
+constexpr std::size_t kPiece = std::size_t{1} << 18U;
+
+FileDescriptor openToRead(const std::filesystem::path& file) {
+  return FileDescriptor(
+      retryOnEintr([&] { return ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
+}
+
+/// Reads until the size is reached or the file ends; how many bytes came, -1 on an error.
+std::ptrdiff_t readFully(int descriptor, char* into, std::size_t size) {
+  std::size_t done = 0;
+  while (done < size) {
+    const ssize_t count = retryOnEintr([&] { return ::read(descriptor, into + done, size - done); });
+    if (count < 0) return -1;
+    if (count == 0) break;
+    done += static_cast<std::size_t>(count);
+  }
+  return static_cast<std::ptrdiff_t>(done);
+}
+
+}  // namespace
+
+bool readPieces(const std::filesystem::path& file, const std::function<bool(BasicStringRef)>& take,
+                FileIdentity& identity) {
+  const FileDescriptor descriptor = openToRead(file);
+  const auto before = descriptor ? identityOf(descriptor.get()) : std::nullopt;
+  if (!before) return false;
+  std::vector<char> buffer(kPiece);
+  for (std::ptrdiff_t left = before->size; left > 0;) {
+    const std::ptrdiff_t count = readFully(descriptor.get(), buffer.data(), buffer.size());
+    if (count <= 0 || count > left || !take({buffer.data(), static_cast<std::size_t>(count)})) return false;
+    left -= count;
+  }
+  identity = *before;
+  return identityOf(descriptor.get()) == before;
+}
+
+std::optional<FileFailure> readFile(const std::filesystem::path& file, std::size_t largest,
+                                    FileContent& content) {
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const FileDescriptor descriptor = openToRead(file);
+    if (!descriptor) return failedReading("cannot open the file", errno);
+    const auto before = identityOf(descriptor.get());
+    if (!before) return failedReading("cannot examine the file", errno);
+    const auto size = static_cast<std::size_t>(before->size);
+    if (size > largest)
+      return FileFailure{"the file is larger than " + std::to_string(largest >> 20U) + " MiB", "divide it"};
+    content.bytes = ByteBuffer(size);
+    const std::ptrdiff_t count = readFully(descriptor.get(), content.bytes.data(), size);
+    if (count < 0) return failedReading("cannot read the file", errno);
+    content.identity = *before;
+    if (static_cast<std::size_t>(count) == size && identityOf(descriptor.get()) == before)
+      return std::nullopt;
+  }
+  return FileFailure{"the file is being written all the time", "wait until that is done"};
+}
+
+}  // namespace Tal

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tal::FS {
+
+/// The names in a folder without "." and "..", in no order; nothing when they cannot be read.
+std::optional<std::vector<std::string>> namesIn(const std::filesystem::path& folder);
+
+}  // namespace Tal::FS

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <resources/files/file_descriptor.h>
+#include <resources/files/file_failure.h>
+
+#include <filesystem>
+#include <optional>
+
+namespace Tal {
+
+/// Makes a folder, and those above it that are missing, and does not return before the disk has them; where
+/// the folder above may not be read, that is left to the system. A folder that is there already is left as it
+/// is. Returns why it failed; empty when it succeeded. After a failure the folder that could not be made is
+/// not there; those above it may be. Usable on any thread.
+[[nodiscard]] std::optional<FileFailure> makeFolder(const std::filesystem::path& folder);
+
+/// The folder that a path stands in: "." for a name alone.
+std::filesystem::path folderAbove(const std::filesystem::path& path);
+
+/// Brings to the disk which files a folder holds. False, with errno, when that fails; a file system that
+/// has no such call keeps its own order, and counts as a success.
+[[nodiscard]] bool flushFolder(int descriptor);
+
+/// A folder opened to be flushed; holds nothing, with errno, when that fails.
+FileDescriptor openFolder(const std::filesystem::path& folder);
+
+}  // namespace Tal

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <core/string_ref.h>
+#include <resources/xml/parse_error.h>
+
+#include <cstdint>
+#include <optional>
+
+namespace Tal::Xml {
+
+/// The encodings in which a document can be read and written back. A byte-order mark counts as a character of
+/// the text, so that it is kept.
+enum class Encoding { utf8, utf16LittleEndian, utf16BigEndian, latin1, ascii };
+
+/// The encoding of a file, from its first bytes and its declaration. Empty when it is none of ours; `error`
+/// then says so.
+std::optional<Encoding> detectEncoding(BasicStringRef bytes, ParseError& error);
+
+/// The last character that can be written as itself; those above need a character reference.
+std::uint32_t largestCharacter(Encoding encoding) noexcept;
+
+}  // namespace Tal::Xml
