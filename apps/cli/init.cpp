@@ -53,8 +53,8 @@ void make(const NewFile& file) {
   if (!document->save()) throw Refusal(file.name + " cannot be written, see the message before this one");
 }
 
-// Both files or none. One whose save fails is not removed: it is another program's, or was made and says that
-// it is not safe from a power cut.
+// Both files or none. Where one is there though its save failed, another program has made it, or only a power
+// cut could undo it; then the other one stays too.
 void makeAll(const fs::path& root) {
   std::vector<fs::path> made;
   try {
@@ -64,7 +64,9 @@ void makeAll(const fs::path& root) {
     }
   } catch (const Refusal&) {
     std::error_code ignored;
-    for (const fs::path& path : made) fs::remove(path, ignored);
+    const bool isFailedThere = fs::exists(root / newFiles()[made.size()].name, ignored);
+    for (const fs::path& path : made)
+      if (!isFailedThere) fs::remove(path, ignored);
     throw;
   }
 }

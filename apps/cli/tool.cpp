@@ -149,12 +149,15 @@ HeldInterrupts::~HeldInterrupts() {
   pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
+// What is to be said of the save waits until others may save and interrupts end the program again.
+authoring::Outcome savedWithoutInterrupt(authoring::Session& session) {
+  const HeldInterrupts held;
+  return session.save();
+}
+
 bool Tool::save(authoring::Session& session) {
   const std::optional<FileIdentity> before = authoring::databaseIdentity();
-  {
-    const HeldInterrupts held;
-    check(session.save([](const authoring::SaveWarning& warning) { say(warning.text); }));
-  }
+  check(savedWithoutInterrupt(session));
   hasSaved_ = true;
   return authoring::databaseIdentity() != before;
 }

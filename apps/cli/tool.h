@@ -2,7 +2,6 @@
 
 #include <authoring/outcome.h>
 #include <authoring/session.h>
-#include <core/display_text.h>
 
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): sets of signals are POSIX
 #include <filesystem>
@@ -49,7 +48,7 @@ class Tool {
   /// Says the warnings of an edit and refuses when it was refused.
   static void check(const authoring::Outcome& outcome);
 
-  /// Says what a save will drop, saves, and refuses when that fails. Whether the file was changed.
+  /// Saves, says what the save drops and adds, and refuses when it failed. Whether the file was changed.
   bool save(authoring::Session& session);
 
  private:

@@ -33,7 +33,7 @@ FS::MonitorThreadBase* monitor() {
   return files != nullptr ? files->getFilesystemMonitor() : nullptr;
 }
 
-/// Looks at the file before a helper that is made behind this reloads it.
+/// Looks at the file before a helper that is made after this one reloads it.
 class LookBeforeReload : public ResourceModificationListener {
  public:
   LookBeforeReload() {
@@ -103,7 +103,7 @@ KeptModel::KeptModel(const std::string& modelName, std::unique_ptr<SuperModel> s
   }
   for (KeptModel* const model : openModels()) model->ensureLoaded();
   openModels().push_back(this);
-  // Behind the helper: its reload has happened when this listener is called.
+  // After the helper: its reload has happened when this listener is called.
   if (FS::MonitorThreadBase* const changes = monitor()) changes->addModificationListener(this);
 }
 
@@ -130,7 +130,7 @@ void KeptModel::refresh() {
   const std::optional<FileIdentity> version = databaseIdentity();
   if (version == lastRead_) return;
   versionBeforeLoad() = version;
-  helper_->loadConfig(/*force=*/true);
+  if (!helper_->loadConfig(/*force=*/true)) lastRead_.reset();
   versionBeforeLoad().reset();
 }
 
@@ -148,9 +148,12 @@ bool KeptModel::isOpen(const std::string& modelName) {
 Outcome KeptModel::edit(const std::function<Outcome()>& work) {
   ensureLoaded();
   Outcome outcome;
-  {
+  try {
     const RunningEdit running(depth_);
     outcome = work();
+  } catch (...) {
+    if (depth_ == 0 && isReloadPending_) resync();
+    throw;
   }
   if (depth_ > 0) return outcome;
   if (!isReloadPending_) {
@@ -191,6 +194,8 @@ void KeptModel::setStates(const Description::States& wanted) {
   }
 }
 
+// The version that was last read stays the one before the save: what another program saved directly after it
+// must not count as read.
 void KeptModel::markSaved() {
   remember();
   base_ = mine_;
@@ -202,6 +207,7 @@ void KeptModel::onResourceModified(const BasicStringRef& /*basePath*/, const Bas
   if (resourceName != database_format::kDatabaseFile) return;
   versionBeforeLoad().reset();
   if (!openDatabase()) {
+    lastRead_.reset();
     warn(std::string(database_format::kDatabaseFile) + " cannot be read any more; what was last read of " +
          quotedName(helper_->modelName()) + " is kept until it can");
   }
@@ -237,7 +243,10 @@ void KeptModel::resync() {
   const RunningEdit running(depth_);
   isReloadPending_ = false;
   const std::optional<FileEntries> file = readEntries(helper_->modelName());
-  if (!file) return apply(mine_);
+  if (!file) {
+    lastRead_.reset();  // the tables are of no version
+    return apply(mine_);
+  }
   const Description mine = mine_;
   const bool isEdited = !isSame(mine, base_);
   if (!isEdited || file->category == mine.category) {

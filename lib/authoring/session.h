@@ -50,7 +50,8 @@ class Session {
 
   /// Opens a model by its resource name. Refused when no root holds it, when it or the database cannot be
   /// read, when its name is not spelled as the database would spell it, and while another session has it
-  /// open: the tables hold the edits of one only.
+  /// open: the tables hold the edits of one only. May load the database anew, which drops unsaved edits of
+  /// helpers that belong to no session.
   static Opened open(const std::string& modelName);
 
   /// Edits that were not saved are dropped.
@@ -135,10 +136,10 @@ class Session {
   /// next save replaces that. Refused as long as a section of the file has the model's <filename> itself and
   /// holds entries of other models, which would be removed with it.
   ///
-  /// Calls `warn`, unless it is empty, with each warning of this save (see saveWarnings), just before the
-  /// file is written and while no other program can save it. There must be no open SaveGroup of the host
-  /// around this, since the tables would be reloaded from a document that is written only afterwards.
-  Outcome save(const std::function<void(const SaveWarning&)>& warn = {});
+  /// The outcome has the warnings of this save (see saveWarnings) as they were just before the file was
+  /// written, while no other program could save it. Refused within an open SaveGroup of the host, since the
+  /// tables would be reloaded from a document that is written only afterwards.
+  Outcome save();
 
   /// Calls `slot` after every reload of the database that this session took part in, with its edits restored;
   /// a save reloads too.

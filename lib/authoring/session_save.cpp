@@ -105,18 +105,20 @@ std::vector<SaveWarning> Session::saveWarnings() {
   return warnings;
 }
 
-Outcome Session::save(const std::function<void(const SaveWarning&)>& warn) {
+Outcome Session::save() {
+  if (SaveGroup::isAnyOpen())
+    return refused("the program has a group of saves open, so nothing was saved; close that first");
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
   // What another program saves for this model is taken over before, or waits until this is saved.
   const SaveLock lock(database_format::kDatabaseFile);
   if (!lock.isHeld()) return refused(kNotWritten);
   model_->refresh();
-  return model_->edit([this, &warn]() -> Outcome {
+  return model_->edit([this]() -> Outcome {
     if (const std::string refusal = refusalOfSave(); !refusal.empty()) return refused(refusal);
-    if (warn) {
-      for (const SaveWarning& warning : saveWarnings()) warn(warning);
-    }
-    return category() == DT_NON_DESTRUCTIBLE ? saveNone() : saveEntry();
+    std::vector<SaveWarning> warnings = saveWarnings();
+    Outcome outcome = category() == DT_NON_DESTRUCTIBLE ? saveNone() : saveEntry();
+    for (SaveWarning& warning : warnings) outcome.warnings.push_back(std::move(warning.text));
+    return outcome;
   });
 }
 

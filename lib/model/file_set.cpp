@@ -63,14 +63,23 @@ void FileSet::replace(Entry& entry) {
   if (failure) raise(*failure);
 }
 
+void FileSet::undo(Entry& entry, std::string& fault) {
+  if (!entry.isWritten) return;
+  if (entry.old.isKept()) {
+    const std::optional<FileFailure> failure = entry.old.restore();
+    if (failure && !failure->isReplaced) fault += "; " + lineOf(*failure);
+  } else {
+    std::error_code ignored;
+    fs::remove(entry.target, ignored);
+  }
+}
+
 void FileSet::undo(std::string& fault) {
   for (Entry& entry : entries_) {
-    if (!entry.isWritten) continue;
-    if (entry.old.isKept()) {
-      if (const std::optional<FileFailure> failure = entry.old.restore()) fault += "; " + lineOf(*failure);
-    } else {
-      std::error_code ignored;
-      fs::remove(entry.target, ignored);
+    try {
+      undo(entry, fault);
+    } catch (const std::exception&) {
+      // There is no memory to say it with. The other files have still to be undone.
     }
   }
   for (auto folder = madeFolders_.rbegin(); folder != madeFolders_.rend(); ++folder) {

@@ -34,6 +34,7 @@ class FileSet {
   static void replace(Entry& entry);
   /// Adds to the fault what cannot be undone.
   void undo(std::string& fault);
+  static void undo(Entry& entry, std::string& fault);
 
   std::vector<Entry> entries_;
   std::vector<std::filesystem::path> madeFolders_;

@@ -34,8 +34,8 @@ bool SaveQueue::lock(const std::filesystem::path& file) {
 // The system would make a second lock of the same process wait for the first.
 std::shared_ptr<const FileLock> SaveQueue::hold(const std::filesystem::path& file) {
   std::erase_if(shared_, [](const auto& entry) { return entry.second.expired(); });
-  if (const auto found = shared_.find(file); found != shared_.end())
-    if (auto known = found->second.lock(); known && known->isOf(file)) return known;
+  for (const auto& [name, lock] : shared_)  // a file may have several names
+    if (auto known = lock.lock(); known && known->isOf(file)) return known;
   std::optional<FileLock> made = acquire(file);
   if (!made) return nullptr;
   auto lock = std::make_shared<const FileLock>(*std::move(made));
@@ -98,6 +98,10 @@ bool SaveGroup::commit() {
   if (!isOpen_) return true;
   isOpen_ = false;
   return SaveQueue::instance().close(true);
+}
+
+bool SaveGroup::isAnyOpen() noexcept {
+  return SaveQueue::instance().isOpen();
 }
 
 SaveLock::SaveLock(BasicStringRef resourceName) {

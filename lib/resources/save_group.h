@@ -27,6 +27,9 @@ class SaveGroup {
   /// group's commit writes.
   [[nodiscard]] bool commit();
 
+  /// Whether a group of the process is open.
+  static bool isAnyOpen() noexcept;
+
  private:
   bool isOpen_ = true;
 };

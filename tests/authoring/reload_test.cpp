@@ -1,6 +1,7 @@
 #include <authoring/session_fixture.h>
 #include <core/debug_message.h>
 #include <render/render_system.h>
+#include <support/message_recorder.h>
 
 #include <algorithm>
 #include <chrono>
@@ -10,6 +11,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace Tal::authoring {
 namespace {
@@ -288,6 +290,26 @@ TEST_F(AReload, WithoutResourceRootsKeepsWhatWasLastReadAndTheEdits) {
   EXPECT_EQ(crate->category(), DT_FRAGILE);
   EXPECT_EQ(crate->description().fragile.value().health, 35);
   EXPECT_EQ(crate->description().fragile.value().effect, "smoke");
+}
+
+TEST_F(AReload, OfAFileThatWasGoneIsMadeUpForByTheNextSession) {
+  const std::string text =
+      "<root><structures><entry><filename>content/buildings/house.model</filename><modules><module>"
+      "<matName>n_brick</matName><health>77</health></module></modules></entry></structures></root>";
+  writeDatabase(text);
+  const auto crate = open(kCrate);
+  support::MessageRecorder messages;
+  std::filesystem::rename(root_ / "scripts", root_ / "away");
+  EXPECT_TRUE(renderUntil([&] {
+    const std::vector<std::string> texts = messages.texts();
+    return std::ranges::any_of(texts, [](const std::string& one) {
+      return one.find("cannot be read any more") != std::string::npos;
+    });
+  }));
+  std::filesystem::rename(root_ / "away", root_ / "scripts");
+  const auto house = open(kHouse);
+  EXPECT_EQ(house->description().modules.at("n_brick").health, 77);
+  EXPECT_FALSE(house->hasUnsavedEdits());
 }
 
 TEST_F(AReload, MayCloseItsOwnSessionFromTheListener) {

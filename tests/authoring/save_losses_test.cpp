@@ -107,7 +107,7 @@ TEST_F(ASectionWithAFilename, IsNamedAsRemovedWhole) {
   EXPECT_TRUE(session->saveWarnings().empty());
 }
 
-TEST_F(ASectionWithAFilename, IsNoneToSaveToWhileItHoldsAnotherModel) {
+TEST_F(ASectionWithAFilename, KeepsTheModelFromBeingSavedWhileItHoldsAnotherModel) {
   const std::string rock = "<entry><filename>rock</filename></entry>";
   for (const std::string section : {"fragiles", "trees"}) {
     const std::string text = "<root><" + section + ">" + kStray + rock + "</" + section + "><fragiles>" +

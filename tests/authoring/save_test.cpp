@@ -1,5 +1,6 @@
 #include <authoring/session_fixture.h>
 #include <resources/files/file_lock.h>
+#include <resources/save_group.h>
 
 #include <sys/resource.h>
 #include <chrono>
@@ -289,12 +290,22 @@ TEST_F(ASaveAfterAConversionElsewhere, IsRefusedWhenBothHaveConvertedTheModel) {
 TEST_F(ASaveAfterAConversionElsewhere, IsMadeTheSecondTimeAndNamesTheEntryThatItRemoves) {
   root_.replace(kDatabase, kStructure);
   EXPECT_NE(crate_->save().refusal, "");
-  std::vector<SaveWarning> warnings;
-  expectDone(crate_->save([&warnings](const SaveWarning& warning) { warnings.push_back(warning); }));
-  EXPECT_THAT(textsOf(warnings), testing::ElementsAre("the entry of the model in the section \"structures\" "
-                                                      "is removed from the file"));
+  const Outcome saved = crate_->save();
+  EXPECT_EQ(saved.refusal, "");
+  EXPECT_THAT(saved.warnings, testing::ElementsAre("the entry of the model in the section \"structures\" "
+                                                   "is removed from the file"));
   EXPECT_THAT(readDatabase(), testing::AllOf(testing::HasSubstr("<health>35</health>"),
                                              testing::Not(testing::HasSubstr("n_wood</matName></module>"))));
+}
+
+TEST_F(ASaveAfterAConversionElsewhere, IsRefusedWithinAGroupOfSavesAndKeepsTheEdits) {
+  {
+    const SaveGroup group;
+    EXPECT_NE(crate_->save().refusal, "");
+  }
+  EXPECT_TRUE(crate_->hasUnsavedEdits());
+  expectDone(crate_->save());
+  EXPECT_FALSE(crate_->hasUnsavedEdits());
 }
 
 TEST_F(ASaveAfterAConversionElsewhere, IsMadeWhenBothHaveMadeTheModelTheSame) {
@@ -319,10 +330,10 @@ TEST_F(Saving, TellsTheWarningsOfTheFileThatItWritesTo) {
   EXPECT_TRUE(session->saveWarnings().empty());
   const std::string entry = "<entry><filename>content/props/crate.model</filename><health>5</health></entry>";
   root_.replace(kDatabase, "<root><fragiles>" + entry + entry + "</fragiles></root>");
-  std::vector<SaveWarning> warnings;
-  expectDone(session->save([&warnings](const SaveWarning& warning) { warnings.push_back(warning); }));
-  EXPECT_THAT(textsOf(warnings), testing::ElementsAre("another entry of the model in the section "
-                                                      "\"fragiles\" is removed from the file"));
+  const Outcome saved = session->save();
+  EXPECT_EQ(saved.refusal, "");
+  EXPECT_THAT(saved.warnings, testing::ElementsAre("another entry of the model in the section "
+                                                   "\"fragiles\" is removed from the file"));
 }
 
 TEST_F(AFailedSave, KeepsTheFileAndTheEditsAndMayBeTriedAgain) {

@@ -1,4 +1,3 @@
-#include <core/display_text.h>
 #include <core/format.h>
 #include <gtest/gtest.h>
 

@@ -292,6 +292,20 @@ TEST(ASave, RemovesWhatAKilledProcessLeftBesideTheFile) {
   EXPECT_THAT(root.listing(), testing::UnorderedElementsAre("a.xml", young, living, ofAPerson, ofAnother));
 }
 
+TEST(ASaveGroup, OfTwoNamesOfOneFileDoesNotWaitForItself) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  fs::create_symlink("a.xml", root / "link.xml");
+  fs::create_hard_link(root / "a.xml", root / "other.xml");
+  const support::MessageRecorder messages;
+  const SavePatience patience(kShort);
+  const Tal::SaveLock lock("other.xml");
+  EXPECT_TRUE(lock.isHeld());
+  const Tal::SaveGroup group;
+  EXPECT_TRUE(openResource("a.xml"));
+  EXPECT_TRUE(openResource("link.xml"));
+  EXPECT_THAT(messages.texts(), testing::IsEmpty());
+}
+
 TEST(ASave, ByAProcessOfTheNumberOfAKilledOneRemovesWhatThatLeftToo) {
   // Where every process is the first one of its container, the names of temporary files come again.
   const MountedRoot root("a.xml", "<r>1</r>");

@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <dirent.h>
 #include <sys/inotify.h>
 
 #include <unistd.h>
@@ -47,6 +48,8 @@ std::atomic<int> s_overflows = 0;
 /// How many reads of the queue still find no memory, and how many found none.
 std::atomic<int> s_readsWithoutMemory = 0;
 std::atomic<int> s_readsThatThrew = 0;
+/// How many folders cannot be listed for want of memory.
+std::atomic<int> s_listingsWithoutMemory = 0;
 /// How many reads of the queue still end with an event that the test made up, and how many did.
 std::atomic<int> s_eventsToInvent = 0;
 std::atomic<int> s_inventedEvents = 0;
@@ -119,6 +122,14 @@ void __wrap__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_
   if (!isGranted(s_threadsLeft, EAGAIN)) throw std::system_error(errno, std::generic_category());
   __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(thread, state,
                                                                                                depend);
+}
+
+DIR* __real_opendir(const char* path);
+DIR* __wrap_opendir(const char* path) {
+  if (s_listingsWithoutMemory <= 0) return __real_opendir(path);
+  --s_listingsWithoutMemory;
+  errno = ENOMEM;
+  return nullptr;
 }
 
 ssize_t __real_read(int descriptor, void* into, std::size_t size);
@@ -351,6 +362,22 @@ TEST(AMonitorWithoutMemory, LosesNoChangeWithoutAThreadEither) {
   expectASaveToBeSeen(stage, listener, 3);
   EXPECT_THAT(messages.texts(),
               ElementsAre(HasSubstr("Resource temporarily unavailable"), HasSubstr("memory ran short")));
+}
+
+TEST(AMonitorWithoutMemory, DoesNotTakeAFolderThatCannotBeListedForAnEmptyOne) {
+  WatchedRoot root("scripts/deep/a.xml", "<r/>");
+  root.write("scripts/b.xml", "<r/>");
+  root.listen();
+  root.changes();
+  s_listingsWithoutMemory = 3;  // the root and the two folders below it
+  s_readsWithoutMemory = 1;
+  root.write("scripts/b.xml", "<r>2</r>");
+  EXPECT_TRUE(pumpUntil(root, [] { return s_listingsWithoutMemory == 0; }));
+  EXPECT_THAT(root.changes(), AllOf(testing::Contains("modified scripts/b.xml"),
+                                    testing::Contains("modified scripts/deep/a.xml"),
+                                    testing::Each(testing::StartsWith("modified "))));
+  root.write("scripts/deep/a.xml", "<r>3</r>");
+  EXPECT_THAT(root.changes(), ElementsAre("modified scripts/deep/a.xml"));
 }
 
 TEST(AMonitorWithoutMemory, WaitsBeforeItTriesAgain) {

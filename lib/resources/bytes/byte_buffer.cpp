@@ -11,9 +11,9 @@ ByteBuffer::ByteBuffer(std::size_t size)
 }
 
 ByteBuffer ByteBuffer::copyOf(BasicStringRef text) {
-  ByteBuffer source(text.size());
-  if (!text.empty()) std::memcpy(source.data(), text.data(), text.size());
-  return source;
+  ByteBuffer copy(text.size());
+  if (!text.empty()) std::memcpy(copy.data(), text.data(), text.size());
+  return copy;
 }
 
 }  // namespace Tal

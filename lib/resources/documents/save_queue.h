@@ -37,7 +37,8 @@ class SaveQueue {
   /// another program does not let go of the file.
   [[nodiscard]] std::shared_ptr<const FileLock> hold(const std::filesystem::path& file);
 
-  /// Has that lock until the outermost group, of which there is one, is closed. False when there is none.
+  /// Has that lock until the outermost group closes; a group must be open. False when another
+  /// program does not let go of the file.
   [[nodiscard]] bool lock(const std::filesystem::path& file);
 
   /// How long `hold` and `lock` wait for another program; for tests.

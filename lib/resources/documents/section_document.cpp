@@ -28,6 +28,7 @@ void reportFailedSave(const std::string& resourceName, const std::string& reason
 }
 
 std::string reasonOf(const FileFailure& failure) {
+  if (failure.isChanged) return failure.text;
   return failure.text +
          (failure.isReplaced ? "; the new content may be lost in a power cut" : "; the old file is whole");
 }

@@ -90,7 +90,7 @@ class SectionDocument : public SafeReferenceCount {
   bool writeOwn();
   bool writeOther(BasicStringRef resourceName) const;
   /// Takes the version of the file that is there now as the one to replace. False when that is somebody
-  /// else's work; what cannot be read, or is not well-formed, is not taken either. Both are reported.
+  /// else's work; what cannot be read, or is not well-formed, is not taken either. Each case is reported.
   bool adoptFile(const Bytes& bytes);
   /// Whether the bytes are the version of the file that this document was last in step with.
   bool isBase(const Bytes& bytes) const;

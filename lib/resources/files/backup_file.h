@@ -25,8 +25,10 @@ class BackupFile {
 
   bool isKept() const noexcept { return !backup_.empty(); }
 
-  /// Puts the kept version in the place of what replaced it. Empty when it succeeded; else the kept version
-  /// stays under its second name, which the failure tells, also when this object is gone.
+  /// Puts the kept version in the place of what replaced it, first of all that needs memory. Empty when it
+  /// succeeded. A failure that says `isReplaced` leaves it there too, but not safe from a power cut. After
+  /// any other the kept version stays under its second name, which the failure tells, also when this object
+  /// is gone, until something saves that file.
   [[nodiscard]] std::optional<FileFailure> restore();
 
   /// Removes the second name, if any.
@@ -35,6 +37,7 @@ class BackupFile {
  private:
   std::filesystem::path file_;
   std::filesystem::path backup_;
+  bool isCopy_ = false;
   FileDescriptor descriptor_;
 };
 

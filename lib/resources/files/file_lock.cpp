@@ -17,6 +17,7 @@ namespace Tal {
 namespace {
 
 constexpr std::chrono::milliseconds kPause{10};
+constexpr const char* kUnknownHolder = "another program";
 
 bool isSameFile(const std::optional<FileIdentity>& a, const std::optional<FileIdentity>& b) {
   return a && b && a->device == b->device && a->inode == b->inode;
@@ -43,7 +44,7 @@ std::string holderOf(int descriptor) {
     std::getline(command, name);
     return "process " + process + (name.empty() ? "" : " (" + escapeControls(name) + ")");
   }
-  return "another program";
+  return kUnknownHolder;
 }
 
 FileDescriptor openFile(const std::filesystem::path& file, int access) {
@@ -63,6 +64,7 @@ bool FileLock::isOf(const std::filesystem::path& file) const {
 std::optional<FileLock> FileLock::acquire(const std::filesystem::path& file,
                                           std::chrono::milliseconds patience, std::string& holder) {
   const auto deadline = std::chrono::steady_clock::now() + patience;
+  bool hasWaited = false;
   while (true) {
     FileDescriptor descriptor = openFile(file, O_RDONLY);
     if (!descriptor) return FileLock(FileDescriptor());
@@ -78,10 +80,11 @@ std::optional<FileLock> FileLock::acquire(const std::filesystem::path& file,
       return FileLock(std::move(descriptor));
     if (!isLocked && errno != EWOULDBLOCK) return FileLock(FileDescriptor(), std::strerror(errno));
     if (std::chrono::steady_clock::now() > deadline) {
-      holder = holderOf(descriptor.get());
+      holder = isLocked ? kUnknownHolder : holderOf(descriptor.get());
       return std::nullopt;
     }
-    if (!isLocked) std::this_thread::sleep_for(kPause);
+    if (!isLocked || hasWaited) std::this_thread::sleep_for(kPause);
+    hasWaited = true;
   }
 }
 

@@ -11,14 +11,7 @@
 #include <utility>
 
 namespace Tal::FS {
-namespace {
-
-/// Whether the last operation failed since there is nothing at the path, and not for want of something else.
-bool isAbsence(int code) {
-  return code == ENOENT || code == ENOTDIR || code == ELOOP;
-}
-
-}  // namespace
+namespace {}  // namespace
 
 void FolderWatcher::look() {
   beginWork();
@@ -89,8 +82,8 @@ void FolderWatcher::lookAtName(const FolderKey& key, const std::string& name, in
   if (known.files.contains(name) || folders_.contains(below)) return;
   struct stat status {};
   const bool isThere = ::fstatat(folder, name.c_str(), &status, 0) == 0;
-  if (isThere && S_ISREG(status.st_mode) && !isTransientName(name)) {
-    known.unsettled.try_emplace(name);
+  if (isThere && S_ISREG(status.st_mode)) {
+    if (!isTransientName(name)) known.unsettled.try_emplace(name);
     return;
   }
   if (isThere && S_ISDIR(status.st_mode)) add(below, true);

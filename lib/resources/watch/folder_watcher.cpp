@@ -107,6 +107,21 @@ void FolderWatcher::add(const FolderKey& top, bool isNews) {
   }
 }
 
+// A folder that cannot be listed for a moment still holds what was known of it.
+std::vector<std::string> FolderWatcher::namesToAdd(const FolderKey& key) const {
+  if (auto names = namesIn(pathOf(key))) return *std::move(names);
+  std::vector<std::string> names;
+  if (const auto known = former_.find(key); known != former_.end())
+    for (const auto& [name, file] : known->second.files) names.push_back(name);
+  for (const auto& [other, folder] : former_) {
+    const auto slash = other.second.rfind('/');
+    const std::string above = slash == std::string::npos ? std::string() : other.second.substr(0, slash);
+    if (other.first == key.first && !other.second.empty() && above == key.second)
+      names.push_back(other.second.substr(slash + 1));
+  }
+  return names;
+}
+
 bool FolderWatcher::addOne(const FolderKey& key, bool isNews, std::vector<FolderKey>& below) {
   const fs::path path = pathOf(key);
   struct stat status {};
@@ -122,7 +137,7 @@ bool FolderWatcher::addOne(const FolderKey& key, bool isNews, std::vector<Folder
   Folder& folder = folders_[key];
   folder.identity = identityOf(status);
   folder.watch = watch;
-  for (const std::string& name : namesIn(path).value_or(std::vector<std::string>())) {
+  for (const std::string& name : namesToAdd(key)) {
     struct stat entry {};
     if (::stat((path / name).c_str(), &entry) != 0) continue;
     if (S_ISDIR(entry.st_mode)) {

@@ -105,6 +105,8 @@ class FolderWatcher {
   /// Takes up a folder and everything below it; with `isNews` its files are changes.
   void add(const FolderKey& top, bool isNews);
   bool addOne(const FolderKey& key, bool isNews, std::vector<FolderKey>& below);
+  /// The names in a folder that is being added, or those that it had when it cannot be listed now.
+  std::vector<std::string> namesToAdd(const FolderKey& key) const;
   /// Remembers the present state of a file as the one that was noted. A file of several names is watched
   /// itself from then on, and of a link is remembered where it leads.
   File& keep(const FolderKey& folder, const std::string& name, const struct stat& status);

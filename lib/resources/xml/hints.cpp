@@ -123,12 +123,12 @@ std::string mismatchHint(BasicStringRef source, const std::optional<OpenElement>
 
 }  // namespace
 
-std::string hintFor(SyntaxErrorKind slip, BasicStringRef source, std::size_t position,
+std::string hintFor(SyntaxErrorKind kind, BasicStringRef source, std::size_t position,
                     const std::optional<OpenElement>& open) {
   position = std::min(position, source.size());
   if (std::string hint = mergeHint(source, position); !hint.empty()) return hint;
   const BasicStringRef rest = source.substr(position);
-  switch (slip) {
+  switch (kind) {
     case SyntaxErrorKind::token:
       return tokenHint(source, position);
     case SyntaxErrorKind::mismatchedTag:

@@ -30,7 +30,7 @@ struct OpenElement {
 /// Advice on how to correct a document in which the parser found a mistake at the offset `position`; empty
 /// when there is none to give. `open` is empty when no element is open there. One line; control characters of
 /// the document are escaped, its long names shortened.
-std::string hintFor(SyntaxErrorKind slip, BasicStringRef source, std::size_t position,
+std::string hintFor(SyntaxErrorKind kind, BasicStringRef source, std::size_t position,
                     const std::optional<OpenElement>& open);
 
 }  // namespace Tal::Xml

@@ -64,7 +64,7 @@ class ExpatHandlers {
     return OpenElement{parsed_.tags.text(builder_.innermost()), begin};
   }
 
-  /// Why and where this reception stopped the parser; without a reason when it did not.
+  /// Why and where the handlers stopped the parser; without a reason when it did not.
   const ParseError& refusal() const noexcept { return refusal_; }
 
  private:
@@ -79,10 +79,10 @@ class ExpatHandlers {
     XML_StopParser(of(userData).parser_, XML_FALSE);
   }
   static void XMLCALL onDocumentTypeEnd(void* userData) {
-    ExpatHandlers& reception = of(userData);
-    reception.documentTypeEnd_ = static_cast<std::size_t>(XML_GetCurrentByteIndex(reception.parser_)) +
-                                 static_cast<std::size_t>(XML_GetCurrentByteCount(reception.parser_));
-    XML_StopParser(reception.parser_, XML_FALSE);
+    ExpatHandlers& handlers = of(userData);
+    handlers.documentTypeEnd_ = static_cast<std::size_t>(XML_GetCurrentByteIndex(handlers.parser_)) +
+                                static_cast<std::size_t>(XML_GetCurrentByteCount(handlers.parser_));
+    XML_StopParser(handlers.parser_, XML_FALSE);
   }
 
   static void XMLCALL onEntityDeclaration(void* userData, const XML_Char* name, int isParameter,
@@ -96,9 +96,9 @@ class ExpatHandlers {
   static void XMLCALL onAttributeDeclaration(void* userData, const XML_Char* /*element*/,
                                              const XML_Char* /*attribute*/, const XML_Char* /*type*/,
                                              const XML_Char* /*value*/, int /*isRequired*/) {
-    ExpatHandlers& reception = of(userData);
-    if (++reception.declaredAttributes_ > kMostDeclaredAttributes)
-      reception.refuse("more than " + std::to_string(kMostDeclaredAttributes) + " attributes are declared");
+    ExpatHandlers& handlers = of(userData);
+    if (++handlers.declaredAttributes_ > kMostDeclaredAttributes)
+      handlers.refuse("more than " + std::to_string(kMostDeclaredAttributes) + " attributes are declared");
   }
 
   static void XMLCALL onSkippedEntity(void* userData, const XML_Char* name, int isParameter) {
@@ -168,8 +168,8 @@ XML_Status run(XML_Parser parser, BasicStringRef text, bool isLast = true) {
 std::size_t readDocumentType(Tree::Parsed& parsed) {
   const ParserPointer parser = makeParser();
   if (!parser) return 0;
-  ExpatHandlers reception(parser.get(), parsed);
-  reception.stopBehindDocumentType();
+  ExpatHandlers handlers(parser.get(), parsed);
+  handlers.stopBehindDocumentType();
   // The parser copies what it is given, and begins anew at what a piece has left unfinished.
   std::size_t size = std::size_t{1} << 14U;
   BasicStringRef rest = parsed.source.view();
@@ -177,7 +177,7 @@ std::size_t readDocumentType(Tree::Parsed& parsed) {
     rest.remove_prefix(std::min(rest.size(), size));
     size *= 2;
   }
-  return reception.refusal().reason.empty() ? reception.documentTypeEnd() : 0;
+  return handlers.refusal().reason.empty() ? handlers.documentTypeEnd() : 0;
 }
 
 std::optional<SyntaxErrorKind> errorKindOf(XML_Error code) {
@@ -212,9 +212,9 @@ std::optional<SyntaxErrorKind> errorKindOf(XML_Error code) {
 ParseError errorOf(XML_Parser parser, BasicStringRef source, const std::optional<OpenElement>& open) {
   const XML_Error code = XML_GetErrorCode(parser);
   ParseError error = errorAt(parser, source, XML_ErrorString(code));
-  const std::optional<SyntaxErrorKind> slip = errorKindOf(code);
+  const std::optional<SyntaxErrorKind> kind = errorKindOf(code);
   const auto position = static_cast<std::size_t>(std::max(XML_GetCurrentByteIndex(parser), XML_Index{0}));
-  const std::string hint = slip ? hintFor(*slip, source, position, open) : std::string();
+  const std::string hint = kind ? hintFor(*kind, source, position, open) : std::string();
   if (!hint.empty()) error.reason += " (" + hint + ')';
   return error;
 }
@@ -249,13 +249,13 @@ std::optional<Tree> parseAny(ByteBuffer source, ParseError& error) {
   Tree::Parsed parsed;
   parsed.source = std::move(source);
   const BasicStringRef text = parsed.source.view();
-  ExpatHandlers reception(parser.get(), parsed);
+  ExpatHandlers handlers(parser.get(), parsed);
   if (run(parser.get(), text) != XML_STATUS_OK) {
-    error = reception.refusal().reason.empty() ? errorOf(parser.get(), text, reception.open())
-                                               : reception.refusal();
+    error =
+        handlers.refusal().reason.empty() ? errorOf(parser.get(), text, handlers.open()) : handlers.refusal();
     return std::nullopt;
   }
-  reception.finish();
+  handlers.finish();
   return Tree(std::move(parsed));
 }
 

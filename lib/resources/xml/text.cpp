@@ -97,9 +97,9 @@ bool isPlain(BasicStringRef raw) noexcept {
 
 void decode(BasicStringRef raw, const Entities& entities, std::string& out) {
   for (std::size_t position = 0; position < raw.size();) {
-    const TextRun stretch = textRunAt(raw, position);
-    if (!stretch.isMarkup) decodeCharacters(stretch.text, entities, out);
-    position += stretch.text.size();
+    const TextRun run = textRunAt(raw, position);
+    if (!run.isMarkup) decodeCharacters(run.text, entities, out);
+    position += run.text.size();
   }
 }
 

@@ -47,14 +47,14 @@ void appendCharacter(std::uint32_t code, std::string& out);
 /// Writes a character in UTF-8, which takes four bytes at most; returns where the next one goes.
 char* putCharacter(std::uint32_t code, char* out) noexcept;
 
-/// One stretch of raw text: character data (with references and CDATA sections), or a comment or processing
+/// One run of raw text: character data (with references and CDATA sections), or a comment or processing
 /// instruction.
 struct TextRun {
   BasicStringRef text;
   bool isMarkup = false;
 };
 
-/// The stretch that begins at `position`, which is below raw.size().
+/// The run that begins at `position`, which is below raw.size().
 TextRun textRunAt(BasicStringRef raw, std::size_t position) noexcept;
 
 }  // namespace Tal::Xml

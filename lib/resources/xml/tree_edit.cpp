@@ -34,12 +34,12 @@ class TextReplacement {
   std::string in(BasicStringRef gap) {
     std::string result;
     for (std::size_t position = 0; position < gap.size();) {
-      const TextRun stretch = textRunAt(gap, position);
-      position += stretch.text.size();
-      if (stretch.isMarkup || trimmed(stretch.text).empty()) {
-        result += stretch.text;
+      const TextRun run = textRunAt(gap, position);
+      position += run.text.size();
+      if (run.isMarkup || trimmed(run.text).empty()) {
+        result += run.text;
       } else {
-        append(stretch.text, result);
+        append(run.text, result);
       }
     }
     return result;

@@ -1,0 +1,88 @@
+#include <resources/files/atomic_file.h>
+#include <resources/files/backup_file.h>
+#include <support/temporary_folder.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Tal::BackupFile;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+/// A file that has been kept and then replaced.
+class ABackup : public testing::Test {
+ protected:
+  ABackup() {
+    folder_.write("a", "old");
+    // Of an age at which a save removes what nobody uses.
+    fs::last_write_time(file_, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    backup_.emplace();
+    EXPECT_FALSE(backup_->keep(file_));
+    EXPECT_FALSE(Tal::replaceFile(file_, "new"));
+  }
+
+  support::TemporaryFolder folder_;
+  fs::path file_ = folder_ / "a";
+  std::optional<BackupFile> backup_;
+};
+
+TEST_F(ABackup, OutlivesTheSavesOfItsFileAndBringsTheOldVersionBack) {
+  EXPECT_FALSE(Tal::replaceFile(file_, "newer"));
+  EXPECT_FALSE(backup_->restore());
+  EXPECT_EQ(folder_.read("a"), "old");
+  EXPECT_THAT(folder_.listing(), ElementsAre("a"));
+}
+
+TEST_F(ABackup, GoesWithItsObject) {
+  EXPECT_EQ(folder_.listing().size(), 2U);
+  backup_.reset();
+  EXPECT_EQ(folder_.read("a"), "new");
+  EXPECT_THAT(folder_.listing(), ElementsAre("a"));
+}
+
+TEST_F(ABackup, IsHandedOnByAMove) {
+  BackupFile other = *std::move(backup_);
+  backup_.reset();
+  EXPECT_FALSE(other.restore());
+  EXPECT_EQ(folder_.read("a"), "old");
+}
+
+TEST_F(ABackup, ThatCannotBePutBackStaysAndSaysWhere) {
+  fs::remove(file_);
+  fs::create_directory(file_);
+  const std::optional<Tal::FileFailure> failure = backup_->restore();
+  ASSERT_TRUE(failure);
+  EXPECT_FALSE(failure->isReplaced);
+  backup_.reset();
+  const auto listing = folder_.listing();
+  ASSERT_EQ(listing.size(), 2U);
+  EXPECT_EQ(folder_.read(listing[0]), "old");
+  EXPECT_THAT(failure->hint, HasSubstr('"' + listing[0] + '"'));
+}
+
+TEST(ABackupOfNothing, IsRefusedAndLeavesNothing) {
+  const support::TemporaryFolder folder;
+  BackupFile backup;
+  EXPECT_TRUE(backup.keep(folder / "a"));
+  EXPECT_FALSE(backup.isKept());
+  EXPECT_THAT(folder.listing(), testing::IsEmpty());
+}
+
+TEST(ABackupOfAPipe, DoesNotWaitForAWriter) {
+  const support::TemporaryFolder folder;
+  ASSERT_EQ(::mkfifo((folder / "a").c_str(), 0600), 0);
+  BackupFile backup;
+  EXPECT_FALSE(backup.keep(folder / "a"));
+  EXPECT_TRUE(backup.isKept());
+}
+
+}  // namespace
