@@ -37,9 +37,10 @@ void convert(const ConvertOptions& options, Tool& tool) {
   const authoring::Outcome outcome = session->convert(category);
   Tool::check(outcome);
   tool.save(*session);
-  if (session->category() != category)
+  if (session->category() != category) {
     throw Refusal("another program has given " + quotedName(options.model) + " the category " +
                   quotedName(authoring::categoryName(session->category())) + " meanwhile; convert it again");
+  }
   const std::string name(authoring::categoryName(category));
   const std::string before = outcome.changes.empty() ? "" : outcome.changes.front().before + " -> ";
   tool.print(escapeControls(options.model) + ": category " + before + name +

@@ -149,11 +149,15 @@ HeldInterrupts::~HeldInterrupts() {
   pthread_sigmask(SIG_SETMASK, &before_, nullptr);
 }
 
+namespace {
+
 // What is to be said of the save waits until others may save and interrupts end the program again.
 authoring::Outcome savedWithoutInterrupt(authoring::Session& session) {
   const HeldInterrupts held;
   return session.save();
 }
+
+}  // namespace
 
 bool Tool::save(authoring::Session& session) {
   const std::optional<FileIdentity> before = authoring::databaseIdentity();

@@ -130,8 +130,13 @@ void KeptModel::refresh() {
   const std::optional<FileIdentity> version = databaseIdentity();
   if (version == lastRead_) return;
   versionBeforeLoad() = version;
-  if (!helper_->loadConfig(/*force=*/true)) lastRead_.reset();
+  if (!helper_->loadConfig(/*force=*/true)) forgetVersions();
   versionBeforeLoad().reset();
+}
+
+// The tables are those of all models, and after a load that failed they are of no version of the file.
+void KeptModel::forgetVersions() {
+  for (KeptModel* const model : openModels()) model->lastRead_.reset();
 }
 
 std::optional<KsDestructibleType> KeptModel::takeForeignCategory() {
@@ -207,7 +212,7 @@ void KeptModel::onResourceModified(const BasicStringRef& /*basePath*/, const Bas
   if (resourceName != database_format::kDatabaseFile) return;
   versionBeforeLoad().reset();
   if (!openDatabase()) {
-    lastRead_.reset();
+    forgetVersions();
     warn(std::string(database_format::kDatabaseFile) + " cannot be read any more; what was last read of " +
          quotedName(helper_->modelName()) + " is kept until it can");
   }
@@ -244,7 +249,8 @@ void KeptModel::resync() {
   isReloadPending_ = false;
   const std::optional<FileEntries> file = readEntries(helper_->modelName());
   if (!file) {
-    lastRead_.reset();  // the tables are of no version
+    lastRead_.reset();
+    forgetVersions();
     return apply(mine_);
   }
   const Description mine = mine_;

@@ -81,6 +81,7 @@ class KeptModel : private ResourceModificationListener {
   static void notifyAll();
   void tablesWereLoaded(const std::optional<FileIdentity>& version);
   void resync();
+  static void forgetVersions();
   Description read();
   void remember();
   void apply(const Description& wanted);

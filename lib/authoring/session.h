@@ -136,13 +136,13 @@ class Session {
   /// next save replaces that. Refused as long as a section of the file has the model's <filename> itself and
   /// holds entries of other models, which would be removed with it.
   ///
-  /// The outcome has the warnings of this save (see saveWarnings) as they were just before the file was
-  /// written, while no other program could save it. Refused within an open SaveGroup of the host, since the
-  /// tables would be reloaded from a document that is written only afterwards.
+  /// Once saved, the outcome has the warnings of this save (see saveWarnings) as they were just before the
+  /// file was written, while no other program could save it. Refused within an open SaveGroup of the host,
+  /// since the tables would be reloaded from a document that is written only afterwards.
   Outcome save();
 
   /// Calls `slot` after every reload of the database that this session took part in, with its edits restored;
-  /// a save reloads too.
+  /// a save reloads too. The slot may close sessions, but none that is in the middle of a call of its own.
   ks::Connection connectReloaded(std::function<void()> slot) const;
 
   /// @}

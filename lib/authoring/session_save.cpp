@@ -117,6 +117,7 @@ Outcome Session::save() {
     if (const std::string refusal = refusalOfSave(); !refusal.empty()) return refused(refusal);
     std::vector<SaveWarning> warnings = saveWarnings();
     Outcome outcome = category() == DT_NON_DESTRUCTIBLE ? saveNone() : saveEntry();
+    if (!outcome) return outcome;
     for (SaveWarning& warning : warnings) outcome.warnings.push_back(std::move(warning.text));
     return outcome;
   });

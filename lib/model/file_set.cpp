@@ -34,8 +34,9 @@ std::string FileSet::write() {
     for (Entry& entry : entries_) keepOld(entry);
     for (Entry& entry : entries_) replace(entry);
   } catch (const std::exception& failure) {
-    fault = failure.what();
-    undo(fault);
+    std::string notUndone;
+    undo(notUndone);  // first of all that needs memory
+    fault = failure.what() + notUndone;
   }
   for (Entry& entry : entries_) entry.old.discard();
   return fault;
@@ -58,6 +59,7 @@ void FileSet::keepOld(Entry& entry) {
 }
 
 void FileSet::replace(Entry& entry) {
+  entry.isWritten = true;  // perhaps, when that throws
   const std::optional<FileFailure> failure = replaceFile(entry.target, entry.content);
   entry.isWritten = !failure || failure->isReplaced;
   if (failure) raise(*failure);

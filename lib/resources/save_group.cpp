@@ -33,13 +33,13 @@ bool SaveQueue::lock(const std::filesystem::path& file) {
 
 // The system would make a second lock of the same process wait for the first.
 std::shared_ptr<const FileLock> SaveQueue::hold(const std::filesystem::path& file) {
-  std::erase_if(shared_, [](const auto& entry) { return entry.second.expired(); });
-  for (const auto& [name, lock] : shared_)  // a file may have several names
+  std::erase_if(shared_, [](const auto& lock) { return lock.expired(); });
+  for (const auto& lock : shared_)  // a file may have several names
     if (auto known = lock.lock(); known && known->isOf(file)) return known;
   std::optional<FileLock> made = acquire(file);
   if (!made) return nullptr;
   auto lock = std::make_shared<const FileLock>(*std::move(made));
-  shared_.insert_or_assign(file, lock);
+  shared_.push_back(lock);
   return lock;
 }
 

@@ -312,6 +312,24 @@ TEST_F(AReload, OfAFileThatWasGoneIsMadeUpForByTheNextSession) {
   EXPECT_FALSE(house->hasUnsavedEdits());
 }
 
+TEST_F(AReload, OfAFileThatWasGoneAtASaveIsMadeUpForByAllSessions) {
+  const std::string text =
+      "<root><structures><entry><filename>content/buildings/house.model</filename><modules><module>"
+      "<matName>n_brick</matName><health>77</health></module></modules></entry></structures><fragiles><entry>"
+      "<filename>content/props/crate.model</filename><health>55</health></entry></fragiles></root>";
+  writeDatabase(text);
+  const auto crate = open(kCrate);
+  const auto lamp = open(kLamp);
+  std::filesystem::rename(root_ / "scripts", root_ / "away");
+  EXPECT_NE(lamp->save().refusal, "");
+  std::filesystem::rename(root_ / "away", root_ / "scripts");
+  const auto house = open(kHouse);
+  EXPECT_EQ(house->description().modules.at("n_brick").health, 77);
+  EXPECT_EQ(crate->description().fragile.value().health, 55);
+  expectDone(crate->save());
+  EXPECT_THAT(root_.read(kDatabase), testing::HasSubstr("<health>55</health>"));
+}
+
 TEST_F(AReload, MayCloseItsOwnSessionFromTheListener) {
   auto session = open(kCrate);
   bool isClosed = false;

@@ -336,6 +336,21 @@ TEST_F(Saving, TellsTheWarningsOfTheFileThatItWritesTo) {
                                                    "\"fragiles\" is removed from the file"));
 }
 
+TEST_F(AFailedSave, TellsOfNothingThatItWouldHaveRemoved) {
+  const std::string entry = "<entry><filename>content/props/crate.model</filename><health>5</health></entry>";
+  writeDatabase("<root><fragiles>" + entry + entry + "</fragiles></root>");
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  Outcome outcome;
+  {
+    const FullDisk disk;
+    outcome = session->save();
+  }
+  EXPECT_EQ(outcome.refusal, kNotWritten);
+  EXPECT_THAT(outcome.warnings, testing::IsEmpty());
+  EXPECT_EQ(session->save().warnings.size(), 1U);
+}
+
 TEST_F(AFailedSave, KeepsTheFileAndTheEditsAndMayBeTriedAgain) {
   const auto session = open(kCrate);
   expectDone(session->set({{"health", "35"}}));

@@ -68,7 +68,7 @@ class SaveQueue {
   bool isValueRefused_ = false;
   std::vector<Save> saves_;
   std::map<std::filesystem::path, std::shared_ptr<const FileLock>> locks_;  ///< of the open group
-  std::map<std::filesystem::path, std::weak_ptr<const FileLock>> shared_;   ///< those that anybody has
+  std::vector<std::weak_ptr<const FileLock>> shared_;                       ///< those that anybody has
   std::set<std::filesystem::path> unlockable_;  ///< those whose file system was said to have no locks
   std::chrono::milliseconds patience_{10'000};
 };

@@ -59,6 +59,7 @@ std::optional<FileFailure> BackupFile::restore() {
                     quotedName(file_.filename().string()) + " before anything saves that again";
     return failure;
   }
+  ::unlink(backup.c_str());  // is there still if both were names of the same version
   const FileDescriptor folder = openFolder(folderAbove(file_));
   if (!folder || flushFolder(folder.get())) return std::nullopt;
   FileFailure failure = failedStep("flushing the folder of", file_, errno);

@@ -64,7 +64,7 @@ bool FileLock::isOf(const std::filesystem::path& file) const {
 std::optional<FileLock> FileLock::acquire(const std::filesystem::path& file,
                                           std::chrono::milliseconds patience, std::string& holder) {
   const auto deadline = std::chrono::steady_clock::now() + patience;
-  bool hasWaited = false;
+  bool hasTried = false;
   while (true) {
     FileDescriptor descriptor = openFile(file, O_RDONLY);
     if (!descriptor) return FileLock(FileDescriptor());
@@ -83,8 +83,8 @@ std::optional<FileLock> FileLock::acquire(const std::filesystem::path& file,
       holder = isLocked ? kUnknownHolder : holderOf(descriptor.get());
       return std::nullopt;
     }
-    if (!isLocked || hasWaited) std::this_thread::sleep_for(kPause);
-    hasWaited = true;
+    if (!isLocked || hasTried) std::this_thread::sleep_for(kPause);
+    hasTried = true;
   }
 }
 

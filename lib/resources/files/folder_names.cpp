@@ -14,10 +14,6 @@ struct DirectoryCloser {
 
 }  // namespace
 
-bool isAbsence(int code) noexcept {
-  return code == ENOENT || code == ENOTDIR || code == ELOOP;
-}
-
 std::optional<std::vector<std::string>> namesIn(const std::filesystem::path& folder) {
   const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(folder.c_str()));
   if (!directory) return std::nullopt;

@@ -11,7 +11,14 @@
 #include <utility>
 
 namespace Tal::FS {
-namespace {}  // namespace
+namespace {
+
+/// Whether the last operation failed since there is nothing at the path, and not for want of something else.
+bool isAbsence(int code) {
+  return code == ENOENT || code == ENOTDIR || code == ELOOP;
+}
+
+}  // namespace
 
 void FolderWatcher::look() {
   beginWork();

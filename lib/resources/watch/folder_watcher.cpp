@@ -113,11 +113,13 @@ std::vector<std::string> FolderWatcher::namesToAdd(const FolderKey& key) const {
   std::vector<std::string> names;
   if (const auto known = former_.find(key); known != former_.end())
     for (const auto& [name, file] : known->second.files) names.push_back(name);
-  for (const auto& [other, folder] : former_) {
-    const auto slash = other.second.rfind('/');
-    const std::string above = slash == std::string::npos ? std::string() : other.second.substr(0, slash);
-    if (other.first == key.first && !other.second.empty() && above == key.second)
-      names.push_back(other.second.substr(slash + 1));
+  const std::string beginning = key.second.empty() ? std::string() : key.second + '/';
+  for (auto below = former_.upper_bound({key.first, beginning});
+       below != former_.end() && below->first.first == key.first &&
+       below->first.second.starts_with(beginning);
+       ++below) {
+    const std::string name = below->first.second.substr(beginning.size());
+    if (name.find('/') == std::string::npos) names.push_back(name);
   }
   return names;
 }

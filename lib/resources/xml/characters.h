@@ -46,9 +46,9 @@ constexpr std::array<BuiltInEntity, 5> kBuiltInEntities = {
 
 /// The built-in entity of a name; null when there is none.
 constexpr const BuiltInEntity* findBuiltInEntity(BasicStringRef name) noexcept {
-  const auto found = std::find_if(kBuiltInEntities.begin(), kBuiltInEntities.end(),
-                                  [name](const BuiltInEntity& one) { return one.name() == name; });
-  return found == kBuiltInEntities.end() ? nullptr : &*found;
+  const auto* const found = std::find_if(kBuiltInEntities.begin(), kBuiltInEntities.end(),
+                                         [name](const BuiltInEntity& one) { return one.name() == name; });
+  return found == kBuiltInEntities.end() ? nullptr : found;
 }
 
 }  // namespace Tal::Xml
