@@ -232,17 +232,17 @@ TEST(ALook, FollowsALinkWhoseTargetVanishedBeforeItWasNoted) {
 
 TEST(ALook, FollowsALinkedFolderThatCameBack) {
   const TemporaryFolder root;
-  root.write("shared/v1/a.xml", "");
-  fs::create_directory_symlink("shared/v1", root / "scripts");
+  root.write("versions/v1/a.xml", "");
+  fs::create_directory_symlink("versions/v1", root / "scripts");
   HandWatch watch(root);
-  fs::remove_all(root / "shared/v1");
-  EXPECT_THAT(watch.changes(), ElementsAre("removed scripts/a.xml", "removed shared/v1/a.xml"));
+  fs::remove_all(root / "versions/v1");
+  EXPECT_THAT(watch.changes(), ElementsAre("removed scripts/a.xml", "removed versions/v1/a.xml"));
   EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
-  root.write("shared/v1/a.xml", "");
-  EXPECT_THAT(watch.changes(), ElementsAre("added shared/v1/a.xml"));
+  root.write("versions/v1/a.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("added versions/v1/a.xml"));
   EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added scripts/a.xml"));
-  root.replace("shared/v1/a.xml", "");
-  EXPECT_THAT(watch.changes(), ElementsAre("modified scripts/a.xml", "modified shared/v1/a.xml"));
+  root.replace("versions/v1/a.xml", "");
+  EXPECT_THAT(watch.changes(), ElementsAre("modified scripts/a.xml", "modified versions/v1/a.xml"));
 }
 
 TEST(ALook, FollowsALinkWhoseTargetTurnsFromAFileIntoAFolder) {

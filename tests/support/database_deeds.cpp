@@ -31,7 +31,7 @@ constexpr int kEntries = 60;
 constexpr int kLookPassed = 400;
 
 /// The database in a folder that links lead to.
-constexpr const char* kShared = "shared/v1/destructibles.xml";
+constexpr const char* kVersionFile = "versions/v1/destructibles.xml";
 
 /// Past every other folder in order, so that a look at the files comes to it last.
 constexpr const char* kMarks = "~marks";
@@ -355,17 +355,17 @@ Deed makingTheTarget(
 
 void prepareDanglingLinkToFolder(Stage& stage) {
   fs::create_directories(stage.root("shared"));
-  fs::create_directory_symlink("shared/v1", stage.root("scripts"));
+  fs::create_directory_symlink("versions/v1", stage.root("scripts"));
 }
 
 void prepareChainOfLinks(Stage& stage) {
-  write(stage.root(kShared), 1);
-  fs::create_directory_symlink("shared/v1", stage.root("current"));
+  write(stage.root(kVersionFile), 1);
+  fs::create_directory_symlink("versions/v1", stage.root("current"));
   fs::create_directory_symlink("current", stage.root("scripts"));
 }
 
 void prepareLinkOutOfTheRoot(Stage& stage) {
-  write(stage.root(kShared), 2);
+  write(stage.root(kVersionFile), 2);
   write(stage.outside("elsewhere/destructibles.xml"), 1);
   fs::create_directories(stage.root("links"));
   fs::create_directory_symlink(stage.outside("elsewhere"), stage.root("links/current"));
@@ -374,30 +374,30 @@ void prepareLinkOutOfTheRoot(Stage& stage) {
 
 /// Links that lead to nothing, or out of their root, for longer than a look.
 std::vector<Deed> danglingLinkDeeds() {
-  const auto deleteTheFolder = [](Stage& stage) { fs::remove_all(stage.root("shared/v1")); };
+  const auto deleteTheFolder = [](Stage& stage) { fs::remove_all(stage.root("versions/v1")); };
   return {
       makingTheTarget("MakingTheTargetOfADanglingLink", prepareDanglingLink, "store/first.xml"),
       makingTheTarget("MakingTheNewTargetOfALinkLater", prepareLink, "store/second.xml",
                       [](Stage& stage) { retarget(stage.database(), "../store/second.xml"); }),
       makingTheTarget("MakingTheTargetOfALinkAnewLater", prepareLink, "store/first.xml",
                       [](Stage& stage) { fs::remove(stage.root("store/first.xml")); }),
-      makingTheTarget("MakingTheTargetOfADanglingLinkToAFolder", prepareDanglingLinkToFolder, kShared),
+      makingTheTarget("MakingTheTargetOfADanglingLinkToAFolder", prepareDanglingLinkToFolder, kVersionFile),
       makingTheTarget(
           "MakingALinkedFolderAnewLater",
           [](Stage& stage) {
             prepareDanglingLinkToFolder(stage);
-            write(stage.root(kShared), 1);
+            write(stage.root(kVersionFile), 1);
           },
-          kShared, deleteTheFolder),
-      makingTheTarget("MakingAFolderAnewLaterThatTwoLinksLeadTo", prepareChainOfLinks, kShared,
+          kVersionFile, deleteTheFolder),
+      makingTheTarget("MakingAFolderAnewLaterThatTwoLinksLeadTo", prepareChainOfLinks, kVersionFile,
                       deleteTheFolder),
       {"LeadingALinkBackBelowItsRoot", prepareLinkOutOfTheRoot,
        [](Stage& stage) {
          stage.pause(kLookPassed);
-         retarget(stage.root("links/current"), "../shared/v1");
+         retarget(stage.root("links/current"), "../versions/v1");
          return 2;
        },
-       kShared},
+       kVersionFile},
   };
 }
 
