@@ -79,8 +79,8 @@ Description Session::description() {
 }
 
 bool Session::isMissingInDatabase() {
-  // The helper's mark stays when a reload finds the entry in the file after all.
-  return helper().isMissingInDestructiblesXml() && model_->base().category != category();
+  // The helper's mark stays when a reload finds the entry in the file, and goes when a save has failed.
+  return category() != DT_NON_DESTRUCTIBLE && model_->base().category != category();
 }
 
 bool Session::hasUnsavedEdits() {

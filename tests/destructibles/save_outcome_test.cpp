@@ -284,6 +284,51 @@ TEST_F(TheOutcomeOfASave, OnAFullDiskIsAFailureThatIsReportedOnceAndKeepsFileAnd
   }
 }
 
+TEST_F(TheOutcomeOfASave, ThatFailsLetsANewEntryGoWithItsHelper) {
+  for (const bool isDatabaseThere : {false, true}) {
+    if (isDatabaseThere) writeDatabase("<root>\n  <fragiles>\n  </fragiles>\n</root>\n");
+    const OpenModel other({}, "other");
+    {
+      const OpenModel crate({}, "crate");
+      crate->setAsFragile();
+      const FullDisk disk(0);
+      EXPECT_FALSE(crate->saveConfig());
+      EXPECT_FALSE(crate->saveConfig()) << "trying again fails again";
+      EXPECT_THAT(Access::fragiles(), ElementsAre(Key("crate")));
+    }
+    EXPECT_THAT(Access::fragiles(), IsEmpty()) << "no save has brought it to the file";
+  }
+}
+
+TEST_F(TheOutcomeOfASave, ThatFailsLeavesAnEntryOfTheFileInTheTables) {
+  writeDatabase("<root><fragiles><entry><filename>crate</filename></entry></fragiles></root>");
+  const OpenModel other({}, "other");
+  {
+    const OpenModel crate({}, "crate");
+    KsDestructibleFragileDesc desc;
+    desc.health = 77;
+    ASSERT_TRUE(crate->updateFragileParameters(desc));
+    const FullDisk disk(0);
+    EXPECT_FALSE(crate->saveConfig());
+  }
+  EXPECT_THAT(Access::fragiles(), ElementsAre(Key("crate")));
+}
+
+TEST_F(TheOutcomeOfASave, ThatSucceedsAfterAFailureKeepsTheEntry) {
+  writeDatabase("<root/>");
+  const OpenModel other({}, "other");
+  {
+    const OpenModel crate({}, "crate");
+    crate->setAsFragile();
+    {
+      const FullDisk disk(0);
+      EXPECT_FALSE(crate->saveConfig());
+    }
+    EXPECT_TRUE(crate->saveConfig());
+  }
+  EXPECT_THAT(Access::fragiles(), ElementsAre(Key("crate")));
+}
+
 TEST_F(TheOutcomeOfASave, OfANewStructureThatFailsKeepsItsModulesStatesAndTagForTheNext) {
   const std::string text = "<root>\n  <structures>\n  </structures>\n</root>\n";
   writeDatabase(text);

@@ -2,6 +2,7 @@
 #include <core/stack_tracker.h>
 #include <destructibles/database_format.h>
 #include <destructibles/ks_destructibles_helper.h>
+#include <destructibles/ks_destructibles_helper/loaded_tables.h>
 #include <destructibles/ks_destructibles_helper/tracked_source.h>
 #include <model/ks_material_disabler.h>
 #include <model/material_kinds.h>
@@ -87,7 +88,7 @@ KsDestructiblesHelper::KsDestructiblesHelper(SuperModel* superModel, const std::
 KsDestructiblesHelper::~KsDestructiblesHelper() {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::~KsDestructiblesHelper", kSource, 327);
   s_hasLoadedDestrXml = false;
-  if (isMissingInDestructiblesXml_) {
+  if (s_lastLoad.stillMissing.erase(this) != 0 || isMissingInDestructiblesXml_) {
     rememberLoadedEntries();
     switch (destructibleType_) {
       case DT_STRUCTURE:

@@ -72,6 +72,7 @@ void KsDestructiblesHelper::restoreLoaded(Tables_t tables) {
     putBack(tables.fallingAtoms, model, entries.fallingAtom);
   }
   tables.lastLoad.edited.clear();
+  tables.lastLoad.stillMissing.clear();
   s_destrStateMap.swap(tables.states);
   s_destrModuleMap.swap(tables.modules);
   s_destrFragileMap.swap(tables.fragiles);

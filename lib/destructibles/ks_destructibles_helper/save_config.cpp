@@ -1,6 +1,7 @@
 #include <core/stack_tracker.h>
 #include <destructibles/database_format.h>
 #include <destructibles/ks_destructibles_helper.h>
+#include <destructibles/ks_destructibles_helper/loaded_tables.h>
 #include <destructibles/ks_destructibles_helper/tracked_source.h>
 #include <resources/data_section.h>
 #include <resources/data_section_cache.h>
@@ -47,8 +48,12 @@ class UnwrittenDocument {
 
 bool KsDestructiblesHelper::saveConfig() {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::saveConfig", kSource, 488);
+  // Whatever the flag says from here on, entries that no save has brought to the file go with this helper.
+  if (isMissingInDestructiblesXml_) s_lastLoad.stillMissing.insert(this);
   isMissingInDestructiblesXml_ = false;
-  if (!writeToFile() || getCategoryName().empty()) return false;
+  if (!writeToFile()) return false;
+  s_lastLoad.stillMissing.erase(this);
+  if (getCategoryName().empty()) return false;
   DataSectionCache::purge(kDatabaseFile, false);
   loadConfig(true);
   return true;
