@@ -4,6 +4,7 @@
 #include <cli/tool.h>
 #include <core/display_text.h>
 #include <model/gltf_import.h>
+#include <model/gltf_limits.h>
 #include <resources/file_system.h>
 
 #include <charconv>
@@ -79,7 +80,7 @@ void checkModelName(const std::string& model) {
 void sayLongWork(const std::string& gltf) {
   std::error_code error;
   const std::uintmax_t size = fs::file_size(gltf, error);
-  if (!error && size >= kLongWork)
+  if (!error && size >= kLongWork && size <= kMaxGltfBytes)  // else it is refused at once
     Tool::say("importing " + quotedName(gltf) + " (" + std::to_string(size >> 20U) + " MB)");
 }
 
@@ -125,6 +126,7 @@ void import(ImportOptions& options, Tool& tool) {
   }
   if (!imported) throw Refusal(error);
   for (const std::string& warning : imported->warnings) Tool::say(warning);
+  tool.noteDone("the files were made");
   tool.print(reportOf(*imported));
 }
 

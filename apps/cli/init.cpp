@@ -6,12 +6,12 @@
 #include <resources/file_system.h>
 #include <resources/files/new_folder.h>
 
-#include <unistd.h>
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <memory>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace Tal::cli {
@@ -36,14 +36,13 @@ const std::vector<NewFile>& newFiles() {
   return files;
 }
 
-void refuseExisting(const fs::path& root) {
-  for (const NewFile& file : newFiles()) {
-    std::error_code error;
-    const fs::path path = root / file.name;
-    if (!fs::exists(fs::symlink_status(path, error))) continue;
-    throw Refusal(quotedName(path.native()) +
-                  " exists already and is not overwritten; remove it or choose another folder");
-  }
+/// Whether the file is there; refuses what is there and can be none.
+bool isThere(const fs::path& path) {
+  std::error_code error;
+  if (fs::is_regular_file(path, error)) return true;
+  if (fs::symlink_status(path, error).type() == fs::file_type::not_found) return false;
+  throw Refusal(quotedName(path.native()) +
+                " is there and is no file that can be read; remove it or choose another folder");
 }
 
 void make(const NewFile& file) {
@@ -53,63 +52,32 @@ void make(const NewFile& file) {
   if (!document->save()) throw Refusal(file.name + " cannot be written, see the message before this one");
 }
 
-// Both files or none. Where one is there though its save failed, another program has made it, or only a power
-// cut could undo it; then the other one stays too.
-void makeAll(const fs::path& root) {
-  std::vector<fs::path> made;
-  try {
-    for (const NewFile& file : newFiles()) {
-      make(file);
-      made.push_back(root / file.name);
-    }
-  } catch (const Refusal&) {
-    std::error_code ignored;
-    const bool isFailedThere = fs::exists(root / newFiles()[made.size()].name, ignored);
-    for (const fs::path& path : made)
-      if (!isFailedThere) fs::remove(path, ignored);
-    throw;
-  }
-}
-
-/// Removes, unless everything succeeds, the folders that were not there before, as far as they are empty.
-class NewFolders {
- public:
-  explicit NewFolders(fs::path folder) {
-    std::error_code error;
-    for (; !folder.empty() && !fs::exists(fs::symlink_status(folder, error)); folder = folderAbove(folder))
-      missing_.push_back(folder);
-  }
-  ~NewFolders() {
-    for (const fs::path& folder : missing_) ::rmdir(folder.c_str());
-  }
-  NewFolders(const NewFolders&) = delete;
-  NewFolders& operator=(const NewFolders&) = delete;
-
-  void keep() noexcept { missing_.clear(); }
-
- private:
-  std::vector<fs::path> missing_;  // the lowest first
-};
-
+// What is missing: one that was cut off, or has failed, is gone on with by the next one.
 void init(const std::string& folder, Tool& tool) {
   if (folder.empty()) throw CLI::ValidationError("DIR", "the folder has no name");
   const fs::path root(folder);
-  refuseExisting(root);
   NewFolders folders(root / "scripts");
   if (const auto failure = makeFolder(root / "scripts")) throw Refusal(failure->text + "; " + failure->hint);
-  FS::setFileSystem(std::make_unique<FS::MultiFileSystem>(std::vector<fs::path>{root}));
-  makeAll(root);
+  std::string refusal;
+  auto files = FS::MultiFileSystem::open({root}, refusal);
+  if (!files) throw Refusal(refusal);
+  FS::setFileSystem(std::move(files));
+  for (const NewFile& file : newFiles()) {
+    const fs::path path = root / file.name;
+    const bool isOld = isThere(path);
+    if (!isOld) make(file);
+    if (!isOld) tool.noteDone("the files were made");
+    tool.print((isOld ? "kept " : "made ") + escapeControls(path.native()) + "\n");
+  }
   folders.keep();
-  for (const NewFile& file : newFiles())
-    tool.print("made " + escapeControls((root / file.name).native()) + "\n");
 }
 
 }  // namespace
 
 void addInit(CLI::App& program, Tool& tool) {
   auto folder = std::make_shared<std::string>();
-  CLI::App* const command =
-      program.add_subcommand("init", "Make an empty database and effects file in DIR/scripts");
+  CLI::App* const command = program.add_subcommand(
+      "init", "Make an empty database and effects file in DIR/scripts, as far as they are missing");
   command->add_option("DIR", *folder, "The resource root; it is made when it does not exist")->required();
   command->footer("Example:\n  destructibles init game");
   command->callback([folder, &tool] { init(*folder, tool); });

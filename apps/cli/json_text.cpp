@@ -1,4 +1,5 @@
 #include <cli/json_text.h>
+#include <core/display_text.h>
 
 #include <charconv>
 #include <cmath>
@@ -32,7 +33,9 @@ Json toJson(const std::vector<authoring::NamedField>& fields) {
 
 std::string jsonText(const Json& document) {
   constexpr int kIndent = 2;
-  return document.dump(kIndent, ' ', /*ensure_ascii=*/false, Json::error_handler_t::replace) + '\n';
+  const std::string text =
+      document.dump(kIndent, ' ', /*ensure_ascii=*/false, Json::error_handler_t::replace);
+  return escapeControlsOfJson(text) + '\n';
 }
 
 }  // namespace Tal::cli

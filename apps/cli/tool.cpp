@@ -88,9 +88,9 @@ bool Tool::flush() {
   const bool isWritten = writeAll(STDOUT_FILENO, pending_);
   const int error = errno;
   pending_.clear();
-  if (!isWritten && (error != EPIPE || hasSaved_)) {
+  if (!isWritten && (error != EPIPE || !done_.empty())) {
     say("the results could not be written to standard output: " + std::generic_category().message(error) +
-        (hasSaved_ ? "; the model was saved all the same" : ""));
+        (done_.empty() ? "" : "; " + done_ + " all the same"));
   }
   return isWritten;
 }
@@ -106,12 +106,10 @@ void Tool::setUpRoots() const {
                   database_format::kDatabaseFile + "; give one with --root DIR or " + kRootVariable +
                   ", or make one with \"destructibles init DIR\"");
   }
-  for (const fs::path& root : roots) {
-    std::error_code error;
-    if (!fs::is_directory(root, error))
-      throw Refusal("the resource root " + quotedName(root.native()) + " is no folder; name one that exists");
-  }
-  FS::setFileSystem(std::make_unique<FS::MultiFileSystem>(std::move(roots)));
+  std::string refusal;
+  auto files = FS::MultiFileSystem::open(std::move(roots), refusal);
+  if (!files) throw Refusal(refusal);
+  FS::setFileSystem(std::move(files));
 }
 
 std::unique_ptr<authoring::Session> Tool::openSession(const std::string& model) const {
@@ -162,7 +160,7 @@ authoring::Outcome savedWithoutInterrupt(authoring::Session& session) {
 bool Tool::save(authoring::Session& session) {
   const std::optional<FileIdentity> before = authoring::databaseIdentity();
   check(savedWithoutInterrupt(session));
-  hasSaved_ = true;
+  noteDone("the model was saved");
   return authoring::databaseIdentity() != before;
 }
 

@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Tal::cli {
@@ -28,9 +29,12 @@ class Tool {
   /// Adds to the results; they reach standard output at the next flush.
   void print(std::string_view text) { pending_ += text; }
 
-  /// Writes the results to standard output. False when that fails: a message says so, and whether the
-  /// database was saved before; there is none when only the reader went away and nothing was saved.
+  /// Writes the results to standard output. False when that fails: a message says so, and what was done all
+  /// the same; there is none when only the reader went away and nothing was done.
   bool flush();
+
+  /// Notes what the command has changed, whatever becomes of its results: "the model was saved".
+  void noteDone(std::string what) { done_ = std::move(what); }
 
   /// Writes one message to standard error, as one line, whatever the text holds.
   static void say(std::string_view text);
@@ -54,7 +58,7 @@ class Tool {
  private:
   std::vector<std::string> givenRoots_;
   std::string pending_;
-  bool hasSaved_ = false;
+  std::string done_;
 };
 
 /// Keeps interrupts (INT, TERM, HUP) waiting while it lives, so that a write ends before the program does.

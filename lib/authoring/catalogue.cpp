@@ -73,7 +73,7 @@ std::optional<FileIdentity> databaseIdentity() {
   const FS::MultiFileSystem* const files = FS::fileSystem();
   if (files == nullptr) return std::nullopt;
   const auto file = files->find(database_format::kDatabaseFile);
-  return file ? identityAt(*file) : std::nullopt;
+  return file ? identityAt(file->path()) : std::nullopt;
 }
 
 std::optional<std::vector<CatalogueEntry>> readCatalogue() {

@@ -1,12 +1,13 @@
 #include <core/display_text.h>
 
+#include <algorithm>
 #include <cstddef>
 
 namespace Tal {
 namespace {
 
-constexpr std::size_t kShownHead = 60;
-constexpr std::size_t kShownTail = 16;
+constexpr std::size_t kShownHead = 120;
+constexpr std::size_t kShownTail = 60;
 
 unsigned char byteAt(BasicStringRef text, std::size_t index) {
   return static_cast<unsigned char>(text[index]);
@@ -44,17 +45,25 @@ std::size_t characterLength(BasicStringRef text) {
   return length;
 }
 
-/// Whether a character of several bytes is one of the C1 controls, U+0080 to U+009F.
-bool isControl(BasicStringRef character) {
-  return byteAt(character, 0) == 0xc2 && byteAt(character, 1) < 0xa0;
+/// The code of a well-formed character of two or three bytes; 0 for any other.
+unsigned codeOf(BasicStringRef character) {
+  constexpr unsigned kBits = 0x3fU;
+  if (character.size() == 2) return (byteAt(character, 0) & 0x1fU) << 6U | (byteAt(character, 1) & kBits);
+  if (character.size() != 3) return 0;
+  return (byteAt(character, 0) & 0x0fU) << 12U | (byteAt(character, 1) & kBits) << 6U |
+         (byteAt(character, 2) & kBits);
 }
 
-void appendHexadecimal(std::string& text, BasicStringRef prefix, char character) {
+/// Whether a character is one of the C1 controls, or embeds, overrides or isolates a direction.
+bool isControl(unsigned code) {
+  return (code >= 0x80 && code <= 0x9f) || (code >= 0x202a && code <= 0x202e) ||
+         (code >= 0x2066 && code <= 0x2069);
+}
+
+void appendHexadecimal(std::string& text, BasicStringRef prefix, unsigned number, unsigned digits) {
   static constexpr BasicStringRef kDigits = "0123456789abcdef";
-  const auto byte = static_cast<unsigned char>(character);
   text += prefix;
-  text += kDigits[byte >> 4U];
-  text += kDigits[byte & 0x0fU];
+  while (digits > 0) text += kDigits[(number >> (4 * --digits)) & 0x0fU];
 }
 
 void appendByte(std::string& text, char character, bool isAscii) {
@@ -68,7 +77,7 @@ void appendByte(std::string& text, char character, bool isAscii) {
   } else if (character == '\t') {
     text += "\\t";
   } else if (!isAscii || byte < 0x20 || byte == 0x7f) {
-    appendHexadecimal(text, "\\x", character);
+    appendHexadecimal(text, "\\x", byte, 2);
   } else {
     text += character;
   }
@@ -87,8 +96,8 @@ std::string escapeControls(BasicStringRef text) {
     const std::size_t length = characterLength(text);
     if (length <= 1) {
       appendByte(escaped, text.front(), length == 1);
-    } else if (isControl(text.substr(0, length))) {
-      appendHexadecimal(escaped, "\\u00", text[1]);
+    } else if (const unsigned code = codeOf(text.substr(0, length)); isControl(code)) {
+      appendHexadecimal(escaped, "\\u", code, 4);
     } else {
       escaped += text.substr(0, length);
     }
@@ -97,13 +106,33 @@ std::string escapeControls(BasicStringRef text) {
   return escaped;
 }
 
-std::string quotedName(BasicStringRef name) {
-  if (name.size() <= kShownHead + kShownTail) return '"' + escapeControls(name) + '"';
+std::string escapeControlsOfJson(BasicStringRef json) {
+  std::string escaped;
+  escaped.reserve(json.size());
+  while (!json.empty()) {
+    const std::size_t length = std::max<std::size_t>(characterLength(json), 1);
+    const unsigned code = json.front() == '\x7f' ? 0x7fU : codeOf(json.substr(0, length));
+    if (code == 0x7fU || isControl(code)) {
+      appendHexadecimal(escaped, "\\u", code, 4);
+    } else {
+      escaped += json.substr(0, length);
+    }
+    json.remove_prefix(length);
+  }
+  return escaped;
+}
+
+std::string shownName(BasicStringRef name) {
+  if (name.size() <= kShownHead + kShownTail) return escapeControls(name);
   std::size_t head = kShownHead;
   while (head > 0 && isContinuationByte(name[head])) --head;  // a character is never cut in two
   std::size_t tail = name.size() - kShownTail;
   while (tail < name.size() && isContinuationByte(name[tail])) ++tail;
-  return '"' + escapeControls(name.substr(0, head)) + "..." + escapeControls(name.substr(tail)) + '"';
+  return escapeControls(name.substr(0, head)) + "..." + escapeControls(name.substr(tail));
+}
+
+std::string quotedName(BasicStringRef name) {
+  return '"' + shownName(name) + '"';
 }
 
 }  // namespace Tal

@@ -3,36 +3,36 @@
 #include <resources/files/new_folder.h>
 
 #include <exception>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
-#include <system_error>
-#include <utility>
 
 namespace Tal {
 namespace {
-
-namespace fs = std::filesystem;
 
 std::string lineOf(const FileFailure& failure) {
   return failure.text + "; " + failure.hint;
 }
 
-[[noreturn]] void raise(const FileFailure& failure) {
-  throw std::runtime_error(lineOf(failure));
+void raiseIf(const std::optional<FileFailure>& failure) {
+  if (failure) throw std::runtime_error(lineOf(*failure));
 }
 
 }  // namespace
 
-void FileSet::add(fs::path target, BasicStringRef content) {
-  entries_.push_back({std::move(target), content, BackupFile(), false});
+void FileSet::add(const RootedPath& place, BasicStringRef content) {
+  entries_.emplace_back(place, content);
 }
 
 std::string FileSet::write() {
+  std::list<NewFolders> made;
   std::string fault;
+  for (const Entry& entry : entries_) made.emplace_back(entry.rooted.path().parent_path());
   try {
-    for (const Entry& entry : entries_) makeFolders(entry.target.parent_path());
-    for (Entry& entry : entries_) keepOld(entry);
+    prepare();
+    removeOld();
     for (Entry& entry : entries_) replace(entry);
+    for (NewFolders& folders : made) folders.keep();
   } catch (const std::exception& failure) {
     std::string notUndone;
     undo(notUndone);  // first of all that needs memory
@@ -42,52 +42,49 @@ std::string FileSet::write() {
   return fault;
 }
 
-void FileSet::makeFolders(const fs::path& folder) {
-  std::error_code ignored;
-  if (folder.empty() || fs::is_directory(folder, ignored)) return;
-  makeFolders(folder.parent_path());
-  if (const std::optional<FileFailure> failure = makeFolder(folder)) raise(*failure);
-  madeFolders_.push_back(folder);
+void FileSet::prepare() {
+  for (Entry& entry : entries_) {
+    raiseIf(entry.place.open(entry.rooted));
+    raiseIf(refusalToReplace(entry.place));
+  }
+  Entry& first = entries_.front();
+  if (first.place.identity()) raiseIf(first.old.keep());
 }
 
-void FileSet::keepOld(Entry& entry) {
-  std::error_code error;
-  if (!fs::exists(entry.target, error)) return;
-  const fs::path target = fs::canonical(entry.target, error);
-  if (!error) entry.target = target;
-  if (const std::optional<FileFailure> failure = entry.old.keep(entry.target)) raise(*failure);
+void FileSet::removeOld() {
+  for (auto entry = entries_.rbegin(); entry != std::prev(entries_.rend()); ++entry)
+    if (entry->place.identity()) raiseIf(entry->old.take());
 }
 
 void FileSet::replace(Entry& entry) {
   entry.isWritten = true;  // perhaps, when that throws
-  const std::optional<FileFailure> failure = replaceFile(entry.target, entry.content);
+  const std::string& pattern = entry.place.identity() ? entry.place.name() : entry.old.name();
+  const std::optional<FileFailure> failure = makeFileLike(pattern, entry.place, entry.content);
   entry.isWritten = !failure || failure->isReplaced;
-  if (failure) raise(*failure);
+  raiseIf(failure);
 }
 
 void FileSet::undo(Entry& entry, std::string& fault) {
-  if (!entry.isWritten) return;
   if (entry.old.isKept()) {
     const std::optional<FileFailure> failure = entry.old.restore();
     if (failure && !failure->isReplaced) fault += "; " + lineOf(*failure);
-  } else {
-    std::error_code ignored;
-    fs::remove(entry.target, ignored);
+  } else if (entry.isWritten) {
+    static_cast<void>(removeFile(entry.place));
   }
 }
 
 void FileSet::undo(std::string& fault) {
-  for (Entry& entry : entries_) {
+  const auto withoutMemory = [](const auto& step) {
     try {
-      undo(entry, fault);
+      step();
     } catch (const std::exception&) {
       // There is no memory to say it with. The other files have still to be undone.
     }
-  }
-  for (auto folder = madeFolders_.rbegin(); folder != madeFolders_.rend(); ++folder) {
-    std::error_code ignored;
-    fs::remove(*folder, ignored);  // only an empty one is removed
-  }
+  };
+  // In the order of a write, for a process that is ended now.
+  for (auto entry = entries_.rbegin(); entry != std::prev(entries_.rend()); ++entry)
+    if (entry->isWritten) withoutMemory([&] { static_cast<void>(removeFile(entry->place)); });
+  for (Entry& entry : entries_) withoutMemory([&] { undo(entry, fault); });
 }
 
 }  // namespace Tal

@@ -1,14 +1,11 @@
 #pragma once
 
 #include <core/string_ref.h>
+#include <model/gltf_limits.h>
 
-#include <cstddef>
 #include <string>
 
 namespace Tal {
-
-/// No file that an import reads or makes is larger, in bytes.
-constexpr std::size_t kMaxGltfBytes = std::size_t{512} << 20U;
 
 /// The two things that a glTF file holds; both are views of the file's bytes, which must outlive them.
 struct GltfContainer {

@@ -282,7 +282,7 @@ std::optional<ImportedModel> importGltf(const std::filesystem::path& source, Bas
       stem.resize(stem.size() - kModelExtension.size());
       return Importer(readGltf(source), options).run(stem, root);
     } catch (const std::exception& failure) {
-      fault = escapeControls(source.string()) + ": " + failure.what();
+      fault = shownName(source.string()) + ": " + failure.what();
     }
   } else {
     fault = quotedName(modelName) + ": " + fault;

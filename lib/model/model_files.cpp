@@ -1,13 +1,15 @@
 #include <core/display_text.h>
 #include <model/file_set.h>
+#include <model/import_mark.h>
 #include <model/model_files.h>
 #include <model/model_names.h>
 #include <resources/file_system.h>
 #include <resources/number_text.h>
 #include <resources/storable_text.h>
 
-#include <array>
 #include <cstddef>
+#include <fstream>
+#include <iterator>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -23,6 +25,9 @@ constexpr BasicStringRef kDeclaration = "<?xml version=\"1.0\" encoding=\"utf-8\
 class XmlWriter {
  public:
   void begin(BasicStringRef tag) { line("<" + std::string(tag) + ">", depth_++); }
+  void begin(BasicStringRef tag, BasicStringRef attribute, int value) {
+    line("<" + std::string(tag) + ' ' + std::string(attribute) + "=\"" + intText(value) + "\">", depth_++);
+  }
   void end(BasicStringRef tag) { line("</" + std::string(tag) + ">", --depth_); }
   void leaf(BasicStringRef tag, BasicStringRef value) {
     const std::string name(tag);
@@ -54,6 +59,13 @@ std::string visualText(const ModelDescription& description) {
   XmlWriter xml;
   xml.begin("visual");
   xml.leaf("geometry", geometryNameOf(description.stem));
+  const ImportMark mark = importMarkFor(description.glb);
+  xml.begin("import", "version", mark.version);
+  xml.begin("geometry");
+  xml.leaf("size", std::to_string(mark.geometrySize));
+  xml.leaf("fingerprint", mark.geometryFingerprint);
+  xml.end("geometry");
+  xml.end("import");
   xml.begin("boundingBox");
   xml.leaf("min", vector3Text(description.box.min));
   xml.leaf("max", vector3Text(description.box.max));
@@ -79,14 +91,53 @@ std::string visualText(const ModelDescription& description) {
   return xml.take();
 }
 
-/// Why a file of the model cannot be made there; empty when it can.
-std::string faultOf(const std::string& resource, const fs::path& target, bool overwrite) {
+/// A file of the model that is to be made.
+struct NewFile {
+  std::string resource;
+  std::string content;
+  RootedPath place;
+  bool isThere = false;
+};
+
+/// Looks at the place of a file; why nothing can be made there, empty when it can.
+std::string lookAt(const FS::MultiFileSystem& files, NewFile& file) {
+  std::string fault;
+  const std::optional<RootedPath> place = files.locationFor(file.resource, &fault);
+  if (!place) return quotedName(file.resource) + ' ' + fault;
+  file.place = *place;
   std::error_code failure;
-  const fs::file_status status = fs::status(target, failure);
-  if (status.type() == fs::file_type::not_found) return {};
-  if (!fs::status_known(status)) return quotedName(resource) + " cannot be made: " + failure.message();
-  if (!fs::is_regular_file(status)) return quotedName(resource) + " is there and is no file";
-  return overwrite ? std::string() : quotedName(resource) + " is already there; force it to be replaced";
+  const fs::file_status status = fs::status(place->path(), failure);
+  file.isThere = status.type() != fs::file_type::not_found;
+  if (!fs::status_known(status)) return quotedName(file.resource) + " cannot be made: " + failure.message();
+  if (!file.isThere || fs::is_regular_file(status)) return {};
+  return quotedName(file.resource) + " is there and is no file";
+}
+
+/// Whether a geometry holds the bytes that the mark of an import is for.
+bool isMarked(const RootedPath& geometry, const ImportMark& mark) {
+  std::ifstream file(geometry.path(), std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+  return file && importMarkFor(bytes) == mark;
+}
+
+/// Why the files must not be replaced; empty when they may. What an import that was cut off has left is
+/// nobody's: a visual with its mark, perhaps the geometry of that mark, and no model.
+std::string refusalToReplace(const NewFile& visual, const NewFile& geometry, const NewFile& model,
+                             bool overwrite) {
+  std::string unreadable;  // then it is no import's
+  const auto old = visual.isThere ? FS::Utils::readSection(visual.place, unreadable) : nullptr;
+  const std::optional<ImportMark> mark = old ? importMarkIn(*old) : std::nullopt;
+  if (mark && mark->version > ImportMark::kVersion) {
+    return quotedName(visual.resource) +
+           " was imported by a newer version of this program; import with that, or remove the file";
+  }
+  if (overwrite) return {};
+  const bool isCutOff = mark && !model.isThere;
+  for (const NewFile* const file : {&visual, &geometry, &model}) {
+    if (!file->isThere || (isCutOff && (file != &geometry || isMarked(geometry.place, *mark)))) continue;
+    return quotedName(file->resource) + " is already there; force it to be replaced (--force)";
+  }
+  return {};
 }
 
 }  // namespace
@@ -102,24 +153,21 @@ std::string geometryNameOf(BasicStringRef stem) {
 }
 
 std::string writeModelFiles(const ModelDescription& description, const fs::path& root, bool overwrite) {
-  std::error_code failure;
-  if (!fs::is_directory(root, failure))
-    return "the resource root " + quotedName(root.string()) + " is no folder";
-  const FS::MultiFileSystem files({root});
-  // The model comes last: it is there only when what it names is.
-  const std::array<std::pair<std::string, std::string>, 3> contents = {
-      {{geometryNameOf(description.stem), description.glb},
-       {visualNameOf(description.stem), visualText(description)},
-       {modelNameOf(description.stem), modelText(description)}}};
+  std::string fault;
+  const auto files = FS::MultiFileSystem::open({root}, fault);
+  if (!files) return fault;
+  NewFile visual{visualNameOf(description.stem), visualText(description), {}};
+  NewFile geometry{geometryNameOf(description.stem), {}, {}};
+  NewFile model{modelNameOf(description.stem), modelText(description), {}};
+  for (NewFile* const file : {&visual, &geometry, &model})
+    if (fault = lookAt(*files, *file); !fault.empty()) return fault;
+  fault = refusalToReplace(visual, geometry, model, overwrite);
+  if (!fault.empty()) return fault;
+  // The visual tells what belongs to it; the model comes last: it is there only when what it names is.
   FileSet set;
-  for (const auto& [resource, content] : contents) {
-    std::string fault;
-    const std::optional<fs::path> target = files.locationFor(resource, &fault);
-    if (!target) return quotedName(resource) + ' ' + fault;
-    fault = faultOf(resource, *target, overwrite);
-    if (!fault.empty()) return fault;
-    set.add(*target, content);
-  }
+  set.add(visual.place, visual.content);
+  set.add(geometry.place, description.glb);
+  set.add(model.place, model.content);
   return set.write();
 }
 

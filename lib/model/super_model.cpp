@@ -1,11 +1,15 @@
+#include <core/debug_message.h>
 #include <core/display_text.h>
+#include <model/import_mark.h>
 #include <model/super_model.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
 #include <resources/number_text.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -98,6 +102,25 @@ std::string faultOfBox(const SmartPointer<DataSection>& visual, BasicStringRef v
   return {};
 }
 
+/// Warns when the geometry is not the one that was imported with the visual, as far as its size tells.
+/// Nothing here reads it.
+void checkGeometry(const DataSection& visual, BasicStringRef visualName) {
+  constexpr int kWarningPriority = 4;
+  const std::optional<ImportMark> mark = importMarkIn(visual);
+  if (!mark || mark->version > ImportMark::kVersion) return;
+  const std::string name = visual.readString("geometry");
+  std::string refusal;
+  const std::optional<RootedPath> place = FS::fileSystem()->find(name, &refusal);
+  std::error_code error;
+  const auto size = place ? std::filesystem::file_size(place->path(), error) : 0;
+  if (place && !error && size == mark->geometrySize) return;
+  const std::string fault = place ? "has " + std::to_string(size) + " bytes" : "is not there";
+  DebugMessageHelper({0, kWarningPriority}, "", 0)
+      .message(quotedName(visualName) + " was imported with a geometry of " +
+               std::to_string(mark->geometrySize) + " bytes, but " + quotedName(name) + ' ' + fault +
+               "; import the model again (--force)");
+}
+
 std::unique_ptr<SuperModel> loadModel(BasicStringRef modelName, std::string& error) {
   const SmartPointer<DataSection> model = openModelFile(modelName, error);
   if (model == nullptr) return nullptr;
@@ -117,6 +140,7 @@ std::unique_ptr<SuperModel> loadModel(BasicStringRef modelName, std::string& err
   if (!error.empty()) return nullptr;
   error = faultOfBox(visual, visualName);
   if (!error.empty()) return nullptr;
+  checkGeometry(*visual, visualName);
   return std::make_unique<SuperModel>(readModel(model), std::move(skeleton),
                                       ModelMaterials(std::move(materials)));
 }

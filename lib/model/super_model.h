@@ -17,7 +17,8 @@ class SuperModel {
   /// A model put together by hand; `topModel` may be null.
   SuperModel(SmartPointer<Model> topModel, Skeleton::SkeletonInstance skeleton, ModelMaterials materials);
 
-  /// Loads "NAME.model" and its ".visual" from the resource roots. Geometry is not read. Null when the model
+  /// Loads "NAME.model" and its ".visual" from the resource roots. Geometry is not read; a
+  /// warning is logged when its size is not that of the geometry that was imported. Null when the model
   /// cannot be loaded; `error` (may be null) then receives one line that names the file and the fault.
   static std::unique_ptr<SuperModel> load(BasicStringRef modelName, std::string* error);
 

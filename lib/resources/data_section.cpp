@@ -84,6 +84,10 @@ SmartPointer<DataSection> DataSection::parentOf(BasicStringRef path, BasicString
   return openSection(path.substr(0, static_cast<std::size_t>(lastStep.data() - path.data())));
 }
 
+std::string DataSection::attribute(BasicStringRef /*name*/) const {
+  return {};
+}
+
 int DataSection::findChildWith(BasicStringRef key, BasicStringRef value, int first) const {
   if (first < 0) return -1;
   for (int place = first; place < childCount(); ++place)

@@ -76,6 +76,10 @@ class DataSection : public SafeReferenceCount {
   /// line ends, invalid UTF-8): that is reported with priority 5, and the text stays as it was.
   virtual bool setValue(BasicStringRef value) = 0;
 
+  /// The value of an attribute of the element; empty when it has none of that name. Edits keep attributes as
+  /// they are.
+  virtual std::string attribute(BasicStringRef name) const;
+
   virtual int childCount() const = 0;
 
   /// The child at a place in document order; null when `index` is out of range. Constant time.

@@ -1,4 +1,7 @@
+#include <core/display_text.h>
 #include <resources/documents/section_cache.h>
+#include <resources/documents/section_document.h>
+#include <resources/documents/xml_section.h>
 #include <resources/file_system.h>
 #include <resources/files/path_links.h>
 #include <resources/report.h>
@@ -18,35 +21,65 @@ std::unique_ptr<MultiFileSystem>& current() {
   return fileSystem;
 }
 
+std::string notExamined(const std::error_code& error) {
+  return "cannot be examined: " + error.message();
+}
+
+/// Why a folder cannot be a root; empty when it can.
+std::string faultOfRoot(const fs::path& root) {
+  std::error_code error;
+  const fs::file_status status = fs::status(root, error);
+  if (fs::is_directory(status)) return {};
+  return fs::status_known(status) ? "is no folder" : notExamined(error);
+}
+
+/// Why roots cannot be used; empty when all of them can.
+std::string refusalOfRoots(const std::vector<fs::path>& roots) {
+  for (const fs::path& root : roots) {
+    const std::string fault = faultOfRoot(root);
+    if (!fault.empty())
+      return "the resource root " + quotedName(root.native()) + ' ' + fault +
+             "; name a folder that exists and can be read";
+  }
+  return {};
+}
+
 /// What a root has at a place.
 struct Finding {
   bool isThere = false;  ///< something that stands for the resource, if only a link that leads nowhere
   std::string fault;     ///< why it cannot be used; empty when it can
 };
 
-Finding lookAt(const fs::path& place) {
+Finding lookAt(const RootedPath& place) {
   std::error_code error;
-  const fs::file_status status = fs::status(place, error);
+  const fs::file_status status = fs::status(place.path(), error);
   if (fs::is_regular_file(status)) return {true, ""};
   if (fs::exists(status)) return {false, "is no regular file"};
-  if (status.type() != fs::file_type::not_found) return {true, "cannot be examined: " + error.message()};
-  return fs::is_symlink(place, error) ? Finding{true, "is a link to nothing"} : Finding();
+  if (status.type() != fs::file_type::not_found) return {true, notExamined(error)};
+  const fs::file_type link = fs::symlink_status(place.path(), error).type();
+  if (link == fs::file_type::symlink) return {true, "is a link to nothing"};
+  if (link != fs::file_type::not_found) return {true, notExamined(error)};
+  // What a root that is gone held is not to be taken from the next one.
+  const std::string fault = faultOfRoot(place.root);
+  if (fault.empty()) return {};
+  return {true, "cannot be found, since the resource root " + quotedName(place.root.native()) + ' ' + fault};
 }
 
 /// Why a place below a root may not be used; empty when it may. The place need not exist.
-std::string refusalOfPlace(const fs::path& root, fs::path place) {
+std::string refusalOfPlace(const RootedPath& place) {
   std::error_code error;
-  while (!fs::exists(place, error) && place.has_relative_path() && place != root) place = place.parent_path();
-  const fs::path target = resolvedPath(place);
-  return target.empty() || isPathBelow(target, resolvedPath(root)) ? ""
-                                                                   : "leads out of its root through a link";
+  const fs::path root = fs::canonical(place.root, error);
+  const fs::path target = error ? fs::path() : fs::weakly_canonical(place.path(), error);
+  if (error) return notExamined(error);
+  return isPathBelow(target, root) ? "" : "leads out of its root through a link";
 }
 
-constexpr BasicStringRef kAdvice = "; what stands there must be a file below the root that can be read";
+constexpr BasicStringRef kAdvice =
+    "; what stands there must be a file below a root that is there and can be read";
 
 void reportRefused(BasicStringRef name, const std::string& refusal) {
   const bool isOfName = !refusalOfName(name).empty();
-  reportRefusal("the resource name " + inQuotes(name) + ' ' + refusal +
+  reportRefusal("the resource name " + quotedName(name) + ' ' + refusal +
                 (isOfName ? "; give a name below the resource roots, such as \"scripts/destructibles.xml\""
                           : std::string(kAdvice)));
 }
@@ -64,44 +97,49 @@ void passOn(BasicStringRef name, std::string reason, std::string* refusal) {
 
 struct MultiFileSystem::State {
   /// Where a resource is; with `mayBeNew` else where it would be made. Empty with the reason when refused.
-  std::optional<fs::path> placeOf(BasicStringRef resourceName, bool mayBeNew, std::string& refusal) const;
+  std::optional<RootedPath> placeOf(BasicStringRef resourceName, bool mayBeNew, std::string& refusal) const;
 
   std::vector<fs::path> roots;
   std::unique_ptr<ResourceMonitor> monitor;
 };
 
-std::optional<fs::path> MultiFileSystem::State::placeOf(BasicStringRef resourceName, bool mayBeNew,
-                                                        std::string& refusal) const {
+std::optional<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourceName, bool mayBeNew,
+                                                          std::string& refusal) const {
   refusal = refusalOf(resourceName);
-  std::optional<fs::path> place;
+  std::optional<RootedPath> place;
   if (refusal.empty()) {
-    const std::string name = normalisedName(resourceName);
+    const fs::path name = normalisedName(resourceName);
     for (const fs::path& root : roots) {
-      const Finding finding = lookAt(root / name);
+      const Finding finding = lookAt({root, name});
       if (finding.isThere || refusal.empty()) refusal = finding.fault;
       if (!finding.isThere) continue;
-      place = root / name;
-      if (refusal.empty()) refusal = refusalOfPlace(root, *place);
+      place = {root, name};
+      if (refusal.empty()) refusal = refusalOfPlace(*place);
       return refusal.empty() ? place : std::nullopt;
     }
     if (mayBeNew && !roots.empty()) {
-      place = roots.front() / name;
-      if (refusal.empty()) refusal = refusalOfPlace(roots.front(), *place);
+      place = {roots.front(), name};
+      if (refusal.empty()) refusal = refusalOfPlace(*place);
     }
   }
   return refusal.empty() ? place : std::nullopt;
 }
 
 MultiFileSystem::MultiFileSystem(std::vector<fs::path> roots) : state_(std::make_unique<State>()) {
-  for (fs::path& root : roots) {
-    std::error_code error;
-    if (fs::is_directory(root, error)) {
-      state_->roots.push_back(std::move(root));
-    } else {
-      reportRefusal("the resource root " + inQuotes(root.native()) +
-                    " is no folder and is left out; make it or name another one");
-    }
+  const std::string refusal = refusalOfRoots(roots);
+  if (refusal.empty()) {
+    state_->roots = std::move(roots);
+  } else {
+    reportRefusal(refusal);
   }
+}
+
+std::unique_ptr<MultiFileSystem> MultiFileSystem::open(std::vector<fs::path> roots, std::string& refusal) {
+  refusal = refusalOfRoots(roots);
+  if (!refusal.empty()) return nullptr;
+  auto files = std::make_unique<MultiFileSystem>(std::vector<fs::path>());
+  files->state_->roots = std::move(roots);
+  return files;
 }
 
 MultiFileSystem::~MultiFileSystem() = default;
@@ -114,15 +152,15 @@ std::string MultiFileSystem::refusalOf(BasicStringRef resourceName) {
   return refusalOfName(resourceName);
 }
 
-std::optional<fs::path> MultiFileSystem::find(BasicStringRef resourceName, std::string* refusal) const {
+std::optional<RootedPath> MultiFileSystem::find(BasicStringRef resourceName, std::string* refusal) const {
   std::string reason;
   auto place = state_->placeOf(resourceName, false, reason);
   passOn(resourceName, std::move(reason), refusal);
   return place;
 }
 
-std::optional<fs::path> MultiFileSystem::locationFor(BasicStringRef resourceName,
-                                                     std::string* refusal) const {
+std::optional<RootedPath> MultiFileSystem::locationFor(BasicStringRef resourceName,
+                                                       std::string* refusal) const {
   std::string reason;
   auto place = state_->placeOf(resourceName, true, reason);
   passOn(resourceName, std::move(reason), refusal);
@@ -151,6 +189,16 @@ namespace Utils {
 
 SmartPointer<DataSection> openSection(BasicStringRef path, bool create, DataSectionCreator* creator) {
   return SectionCache::instance().open(path, create, creator);
+}
+
+SmartPointer<DataSection> readSection(const RootedPath& place, std::string& refusal) {
+  SectionDocument::Refusal reason;
+  const SmartPointer<SectionDocument> document = SectionDocument::read(place, reason);
+  if (!document) {
+    refusal = std::move(reason.text);
+    return nullptr;
+  }
+  return new XmlSection(document, document->tree().root());
 }
 
 }  // namespace Utils

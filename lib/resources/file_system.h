@@ -3,6 +3,7 @@
 #include <core/smart_pointer.h>
 #include <core/string_ref.h>
 #include <resources/data_section.h>
+#include <resources/files/rooted_path.h>
 
 #include <filesystem>
 #include <memory>
@@ -17,30 +18,35 @@ class MonitorThreadBase;
 /// The resource roots, in the order in which a name is looked up. Main thread only.
 ///
 /// A resource name is relative, with forward slashes; empty steps and "." mean nothing. One that is empty or
-/// absolute, holds ".." or a NUL, or reaches a place outside its root through a link is refused: it is
-/// reported once per call with priority 5 and treated as absent.
+/// absolute, holds "..", a backslash or a NUL, or reaches a place outside its root through a link is refused:
+/// it is reported once per call with priority 5 and treated as absent.
 class MultiFileSystem {
  public:
-  /// `roots` are existing directories; one that is not is reported and left out.
+  /// All of `roots`, which are existing folders. When one of them is none, or cannot be looked at, there are
+  /// no roots at all, and a message of priority 5 names it: another root's files are not to be taken for its
+  /// own.
   explicit MultiFileSystem(std::vector<std::filesystem::path> roots);
+
+  /// The same, with the reason in `refusal` instead of a message; null when there is one.
+  static std::unique_ptr<MultiFileSystem> open(std::vector<std::filesystem::path> roots,
+                                               std::string& refusal);
   ~MultiFileSystem();
   MultiFileSystem(const MultiFileSystem&) = delete;
   MultiFileSystem& operator=(const MultiFileSystem&) = delete;
 
   const std::vector<std::filesystem::path>& roots() const noexcept;
 
-  /// The place of the resource, a regular file, in the first root that holds it. Empty when no root holds it,
+  /// The place of the resource, a regular file, in the first root that holds it, by that root and the
+  /// resource's normalised name. Empty when no root holds it,
   /// when its name is refused, and when what the first root has in its place cannot be used: a link to
   /// nothing or to a place outside the root, or what cannot be examined. `refusal` receives the reason as a
   /// clause about the name ("leads out of its root through a link"), or "" when nothing was refused; where it
   /// is null the reason is reported.
-  std::optional<std::filesystem::path> find(BasicStringRef resourceName,
-                                            std::string* refusal = nullptr) const;
+  std::optional<RootedPath> find(BasicStringRef resourceName, std::string* refusal = nullptr) const;
 
   /// Where a resource is, or would be made in the first root; empty when it is refused, as by find, or there
   /// is no root.
-  std::optional<std::filesystem::path> locationFor(BasicStringRef resourceName,
-                                                   std::string* refusal = nullptr) const;
+  std::optional<RootedPath> locationFor(BasicStringRef resourceName, std::string* refusal = nullptr) const;
 
   /// Why a name can never name a resource ("is absolute", "climbs out of its root", ...); empty when it can.
   static std::string refusalOf(BasicStringRef resourceName);
@@ -79,6 +85,10 @@ namespace Utils {
 /// is missing and `create` is true, an empty document (by `creator` if not null) is made in memory; saving it
 /// makes the file.
 SmartPointer<DataSection> openSection(BasicStringRef path, bool create, DataSectionCreator* creator);
+
+/// Reads a file as a document of its own, whatever the roots are and what is kept of it. Null when that is
+/// not possible; `refusal` then says why, in one line with what to do.
+SmartPointer<DataSection> readSection(const RootedPath& place, std::string& refusal);
 
 }  // namespace Utils
 }  // namespace Tal::FS

@@ -6,9 +6,20 @@
 #include <resources/save_group.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <utility>
 
 namespace Tal {
+
+namespace {
+
+void reportUnsaved(const std::filesystem::path& file, const std::string& reason, const std::string& advice) {
+  DebugMessageHelper::criticalMessage("lib/resources/save_group", __LINE__,
+                                      "cannot save %s: %s; nothing was saved and the edits are kept: %s",
+                                      quotedName(file.native()).c_str(), reason.c_str(), advice.c_str());
+}
+
+}  // namespace
 
 SaveQueue& SaveQueue::instance() {
   static SaveQueue queue;
@@ -34,8 +45,14 @@ bool SaveQueue::lock(const std::filesystem::path& file) {
 // The system would make a second lock of the same process wait for the first.
 std::shared_ptr<const FileLock> SaveQueue::hold(const std::filesystem::path& file) {
   std::erase_if(shared_, [](const auto& lock) { return lock.expired(); });
+  const std::optional<FileIdentity> identity = identityAt(file);
+  if (!identity && errno != ENOENT && errno != ENOTDIR) {
+    const FileFailure failure = failedStep("examining", file, errno);
+    reportUnsaved(file, failure.text, failure.hint + " and save again");
+    return nullptr;
+  }
   for (const auto& lock : shared_)  // a file may have several names
-    if (auto known = lock.lock(); known && known->isOf(file)) return known;
+    if (auto known = lock.lock(); known && identity && known->isOf(*identity)) return known;
   std::optional<FileLock> made = acquire(file);
   if (!made) return nullptr;
   auto lock = std::make_shared<const FileLock>(*std::move(made));
@@ -48,16 +65,12 @@ std::optional<FileLock> SaveQueue::acquire(const std::filesystem::path& file) {
   std::optional<FileLock> lock = FileLock::acquire(file, patience_, holder);
   if (lock && !lock->fault().empty()) warnOfNoLock(file, lock->fault());
   if (lock) return lock;
-  DebugMessageHelper::criticalMessage("lib/resources/save_group", __LINE__,
-                                      "cannot save %s: %s is saving it and does not come to an end; nothing "
-                                      "was saved and the edits are kept: "
-                                      "save again when it has ended",
-                                      escapeControls(file.native()).c_str(), holder.c_str());
+  reportUnsaved(file, holder + " is saving it and does not come to an end", "save again when it has ended");
   return std::nullopt;
 }
 
 bool SaveQueue::refuseValue(BasicStringRef key, BasicStringRef reason) {
-  reportRefusal("the value for " + inQuotes(key) + ' ' + std::string(reason));
+  reportRefusal("the value for " + quotedName(key) + ' ' + std::string(reason));
   isValueRefused_ = depth_ > 0;
   return false;
 }
@@ -65,7 +78,7 @@ bool SaveQueue::refuseValue(BasicStringRef key, BasicStringRef reason) {
 void SaveQueue::warnOfNoLock(const std::filesystem::path& file, const std::string& reason) {
   if (!unlockable_.insert(file).second) return;
   DebugMessageHelper({0, 4}, "", 0)
-      .message(escapeControls(file.native()) + " cannot be locked here (" + reason +
+      .message(quotedName(file.native()) + " cannot be locked here (" + reason +
                "): take care that no other program saves it at the same time");
 }
 
@@ -109,7 +122,7 @@ SaveLock::SaveLock(BasicStringRef resourceName) {
   std::string refusal;  // to be reported by who opens it
   const auto place = fileSystem == nullptr ? std::nullopt : fileSystem->find(resourceName, &refusal);
   if (!place) return;
-  lock_ = SaveQueue::instance().hold(*place);
+  lock_ = SaveQueue::instance().hold(place->path());
   isHeld_ = lock_ != nullptr;
 }
 

@@ -19,20 +19,28 @@ TEST_F(Init, MakesAnEmptyDatabaseAndEffectsFile) {
   EXPECT_EQ(result({"--root", "new/game", "list", "--json"}), "[]\n");
 }
 
-TEST_F(Init, OverwritesNothing) {
-  EXPECT_EQ(
-      refusal({"init", "."}),
-      "\"./scripts/destructibles.xml\" exists already and is not overwritten; remove it or choose another "
-      "folder");
-  folder_.write("half/scripts/destructibles_effects.xml", "mine");
-  EXPECT_EQ(
-      refusal({"init", "half"}),
-      "\"half/scripts/destructibles_effects.xml\" exists already and is not overwritten; remove it or choose "
-      "another folder");
-  EXPECT_FALSE(fs::exists(folder_ / "half/scripts/destructibles.xml"));
+TEST_F(Init, MakesWhatIsMissingAndLeavesWhatIsThere) {
+  const std::string effects = "half/scripts/destructibles_effects.xml";
+  folder_.write(effects, "mine");
+  EXPECT_EQ(result({"init", "half"}), "made half/scripts/destructibles.xml\nkept " + effects + "\n");
+  EXPECT_EQ(folder_.read(effects), "mine");
+  fs::remove(folder_ / effects);
+  folder_.write("half/scripts/destructibles.xml", "<root>mine</root>");
+  EXPECT_EQ(result({"init", "half"}), "kept half/scripts/destructibles.xml\nmade " + effects + "\n");
+  EXPECT_EQ(folder_.read("half/scripts/destructibles.xml"), "<root>mine</root>");
+  EXPECT_EQ(result({"init", "half"}), "kept half/scripts/destructibles.xml\nkept " + effects + "\n");
+  EXPECT_THAT(folder_.read(effects), testing::StartsWith("<root>\n\t<fragiles/>"));
+}
+
+TEST_F(Init, RefusesWhatStandsThereAndIsNoFile) {
   fs::create_directories(folder_ / "link/scripts");
   fs::create_symlink("nowhere", folder_ / "link/scripts/destructibles.xml");
-  EXPECT_THAT(refusal({"init", "link"}), testing::HasSubstr("exists already"));
+  EXPECT_THAT(refusal({"init", "link"}), testing::HasSubstr("is there and is no file"));
+  fs::create_directories(folder_ / "folder/scripts/destructibles_effects.xml");
+  folder_.write("folder/scripts/destructibles.xml", "<root/>");
+  const ProcessResult refused = run({"init", "folder"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.err, testing::HasSubstr("destructibles_effects.xml\" is there and is no file"));
 }
 
 TEST_F(Init, SaysWhyAFolderCannotBeMade) {
@@ -132,8 +140,21 @@ TEST_F(Import, RefusesALinkThatLeadsOutOfTheRoot) {
   fs::create_directory_symlink(outside.path(), folder_ / "content/away");
   EXPECT_EQ(
       refusal({"import", barrel(), "content/away/barrel.model"}),
-      barrel() + ": cannot be imported: \"content/away/barrel.glb\" leads out of its root through a link");
+      barrel() + ": cannot be imported: \"content/away/barrel.visual\" leads out of its root through a link");
   EXPECT_TRUE(outside.listing().empty());
+}
+
+TEST_F(Import, RefusesABackslashInTheName) {
+  EXPECT_THAT(refusal({"import", barrel(), "content\\props\\barrel.model"}),
+              testing::HasSubstr("holds a backslash"));
+}
+
+TEST_F(Import, RefusesASourceThatIsTooLargeBeforeItSaysThatItImports) {
+  const support::TemporaryFolder elsewhere;
+  const std::string large = (elsewhere / "large.glb").string();
+  elsewhere.write("large.glb", "glTF");
+  fs::resize_file(large, (std::uintmax_t{512} << 20U) + 1);
+  EXPECT_EQ(refusal({"import", large, "content/large.model"}), large + ": is larger than 512 MiB");
 }
 
 TEST_F(Import, NamesTheFileAndTheFaultOfABrokenOne) {

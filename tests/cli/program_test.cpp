@@ -118,9 +118,10 @@ TEST_F(TheProgram, SaysHowToGiveARootWhenThereIsNone) {
 
 TEST_F(TheProgram, RefusesARootThatIsNoFolder) {
   EXPECT_EQ(refusal({"--root", "nowhere", "list"}),
-            "the resource root \"nowhere\" is no folder; name one that exists");
+            "the resource root \"nowhere\" is no folder; name a folder that exists and can be read");
   EXPECT_EQ(refusal({"--root", kDatabase, "list"}),
-            "the resource root \"scripts/destructibles.xml\" is no folder; name one that exists");
+            "the resource root \"scripts/destructibles.xml\" is no folder; name a folder that exists and can "
+            "be read");
 }
 
 TEST_F(TheProgram, FailsWhenItsResultsCannotBeWritten) {
@@ -133,6 +134,22 @@ TEST_F(TheProgram, FailsWhenItsResultsCannotBeWritten) {
         result.err,
         "destructibles: the results could not be written to standard output: No space left on device\n");
   }
+}
+
+TEST_F(TheProgram, SaysWhatItHasDoneAllTheSameWhenItsResultsCannotBeWritten) {
+  const auto messageOf = [this](const Arguments& arguments) {
+    const ProcessResult result = support::runProcess(
+        DESTRUCTIBLES_PROGRAM, arguments, {.folder = folder_.path(), .standardOutput = "/dev/full"});
+    EXPECT_EQ(result.status, 1);
+    return result.err;
+  };
+  const std::string lead =
+      "destructibles: the results could not be written to standard output: No space left on device; ";
+  EXPECT_EQ(messageOf({"init", "new"}), lead + "the files were made all the same\n");
+  EXPECT_EQ(messageOf({"import", TEST_GLTF_FOLDER "/barrel.gltf", "content/barrel.model"}),
+            lead + "the files were made all the same\n");
+  EXPECT_THAT(messageOf({"convert", kCrate, "fragile"}),
+              testing::HasSubstr(lead + "the model was saved all the same\n"));
 }
 
 /// What the program shows of a model on a terminal.

@@ -248,10 +248,12 @@ TEST_F(ADatabase, ThatIsMissingIsRefused) {
 
 TEST_F(ADatabase, WithHostileNamesIsListedHarmlessly) {
   writeDatabase(
-      "<root><fragiles><entry><filename>a&#9;%s%n&#x9b;&#127;&lt;b&gt;\\x</filename></entry></fragiles></"
-      "root>");
-  EXPECT_EQ(result({"list"}), "fragile  a\\t%s%n\\u009b\\x7f<b>\\\\x  (no model file)\n");
-  EXPECT_EQ(Json::parse(result({"list", "--json"}))[0].at("model"), "a\t%s%n\xc2\x9b\x7f<b>\\x");
+      "<root><fragiles><entry><filename>a&#9;%s%n&#x9b;&#127;&lt;b&gt;\\x&#x202e;</filename></entry>"
+      "</fragiles></root>");
+  EXPECT_EQ(result({"list"}), "fragile  a\\t%s%n\\u009b\\x7f<b>\\\\x\\u202e  (no model file)\n");
+  const std::string json = result({"list", "--json"});
+  EXPECT_EQ(Json::parse(json)[0].at("model"), "a\t%s%n\xc2\x9b\x7f<b>\\x\u202e");
+  EXPECT_THAT(json, testing::HasSubstr(R"("a\t%s%n\u009b\u007f<b>\\x\u202e")"));
 }
 
 }  // namespace

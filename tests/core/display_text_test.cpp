@@ -53,6 +53,20 @@ TEST(EscapeControls, EscapesTheControlsAboveAsciiAsCharacters) {
   EXPECT_EQ(escapeControls("\u00a0"), "\u00a0") << "the first character behind them is none of them";
 }
 
+TEST(EscapeControls, EscapesWhatSetsTheDirectionOfText) {
+  EXPECT_EQ(escapeControls("a\u202egpj.exe"), "a\\u202egpj.exe");
+  EXPECT_EQ(escapeControls("\u202a\u202b\u202c\u202d"), "\\u202a\\u202b\\u202c\\u202d");
+  EXPECT_EQ(escapeControls("\u2066\u2067\u2068\u2069"), "\\u2066\\u2067\\u2068\\u2069");
+  EXPECT_EQ(escapeControls("\u2029\u202f\u2065\u206a"), "\u2029\u202f\u2065\u206a") << "their neighbours";
+  EXPECT_EQ(escapeControls("\u05d0\u05d1"), "\u05d0\u05d1") << "letters that run from right to left";
+}
+
+TEST(EscapeControlsOfJson, WritesThemAsJsonDoes) {
+  EXPECT_EQ(Tal::escapeControlsOfJson("[\"a\u009bb\u202ec\x7f\"]"), "[\"a\\u009bb\\u202ec\\u007f\"]");
+  const std::string harmless = "{\n  \"Stra\u00dfe\\n\": \"\u6797 \U0001f3da\"\n}";
+  EXPECT_EQ(Tal::escapeControlsOfJson(harmless), harmless);
+}
+
 TEST(EscapeControls, LeavesOtherUtf8AsItIs) {
   for (const std::string_view text :
        {"Stra\u00dfe"sv, "\u00a0"sv, "\u07ff"sv, "\u0800"sv, "\u6797\u6a39"sv, "\ud7ff"sv, "\ue000"sv,
@@ -100,16 +114,16 @@ TEST(AQuotedName, ShowsControlCharactersEscaped) {
 
 TEST(AQuotedName, IsShortenedWhenItIsVeryLong) {
   EXPECT_EQ(Tal::quotedName(std::string(100'000, 'n')),
-            "\"" + std::string(60, 'n') + "..." + std::string(16, 'n') + "\"");
+            "\"" + std::string(120, 'n') + "..." + std::string(60, 'n') + "\"");
 }
 
 TEST(AQuotedName, IsNotCutInsideACharacter) {
   std::string name = "x";
   std::string head = "x";
   for (int count = 0; count < 100; ++count) name += "\xc3\xa4";
-  for (int count = 0; count < 29; ++count) head += "\xc3\xa4";
+  for (int count = 0; count < 59; ++count) head += "\xc3\xa4";
   std::string tail;
-  for (int count = 0; count < 8; ++count) tail += "\xc3\xa4";
+  for (int count = 0; count < 30; ++count) tail += "\xc3\xa4";
   EXPECT_EQ(Tal::quotedName(name), "\"" + head + "..." + tail + "\"");
 }
 

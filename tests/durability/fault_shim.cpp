@@ -1,12 +1,14 @@
 // A library in front of the system's: it makes chosen calls on chosen files fail, come back short, or be
 // noted. It is linked into a program or preloaded, and takes everything else straight to the kernel.
 //
-// The operations: "open" (for reading), "open-write", "open-folder", "read", "write", "flush" (fsync and
-// fdatasync of a file), "flush-folder", "close", "rename", "mode" (fchmod), "owner" (fchown),
-// "attribute" (fsetxattr), "lock", "mkdir", "access" (asking whether a file may be used).
+// The operations: "open" (for reading), "open-write", "open-folder", "open-beneath" (openat2), "read",
+// "write", "flush" (fsync and fdatasync of a file), "flush-folder", "close", "rename", "mode" (fchmod),
+// "owner" (fchown), "attribute" (fsetxattr), "lock", "mkdir", "access" (asking whether a file may be used),
+// "look" (stat and its like).
 
 #include <durability/fault_shim.h>
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -73,20 +75,35 @@ const char* nameBelow(const char* path) {
   return path[length] == '/' ? path + length + 1 : nullptr;
 }
 
-const char* nameOf(int descriptor, Path& path) {
+bool takePath(int descriptor, Path& path) {
   std::array<char, 64> link{};
   std::snprintf(link.data(), link.size(), "/proc/self/fd/%d", descriptor);
   const auto length = ::readlink(link.data(), path.data(), path.size() - 1);
-  if (length < 0) return nullptr;
+  if (length < 0) return false;
   path[static_cast<std::size_t>(length)] = '\0';
-  return nameBelow(path.data());
+  return true;
 }
 
-const char* nameOf(const char* path, Path& absolute) {
-  if (path[0] == '/') return nameBelow(path);
-  if (::getcwd(absolute.data(), absolute.size()) == nullptr) return nullptr;
+const char* nameOf(int descriptor, Path& path) {
+  return takePath(descriptor, path) ? nameBelow(path.data()) : nullptr;
+}
+
+/// A path and the folder that it starts from when it is relative: a descriptor, or AT_FDCWD.
+struct PlaceAt {
+  int folder;
+  const char* path;
+};
+
+const char* nameOf(const PlaceAt& place, Path& absolute) {
+  if (place.path[0] == '/') return nameBelow(place.path);
+  if (place.folder == AT_FDCWD) {
+    if (::getcwd(absolute.data(), absolute.size()) == nullptr) return nullptr;
+  } else if (!takePath(place.folder, absolute)) {
+    return nullptr;
+  }
+  if (place.path[0] == '\0' || std::strcmp(place.path, ".") == 0) return nameBelow(absolute.data());
   const std::size_t length = std::strlen(absolute.data());
-  std::snprintf(absolute.data() + length, absolute.size() - length, "/%s", path);
+  std::snprintf(absolute.data() + length, absolute.size() - length, "/%s", place.path);
   return nameBelow(absolute.data());
 }
 
@@ -101,7 +118,7 @@ void note(const char* operation, const char* name) {
   ::syscall(SYS_close, file);
 }
 
-/// Whether this call is to fail; errno is then set. `what` is a descriptor or a path.
+/// Whether this call is to fail; errno is then set. `what` is a descriptor or a place.
 template <class What>
 bool isToFail(const char* operation, What what) {
   if (!s_isArmed) return false;
@@ -137,7 +154,7 @@ bool isFolder(int descriptor) {
 }
 
 int openAt(int folder, const char* path, int flags, mode_t mode) {
-  if (isToFail(openOperation(flags), path)) return -1;
+  if (isToFail(openOperation(flags), PlaceAt{folder, path})) return -1;
   return static_cast<int>(::syscall(SYS_openat, folder, path, flags, mode));
 }
 
@@ -154,6 +171,18 @@ std::size_t shortened(int descriptor, std::size_t size) {
   errno = before;
   const auto largest = static_cast<std::size_t>(s_order.largestWrite);
   return isMeant && size > largest ? largest : size;
+}
+
+/// The system's own operation of that name, which this library stands in front of.
+long systemCall(long number, const std::array<long, 6>& arguments) {
+  using Syscall = long (*)(long, ...);
+  static const auto s_next = reinterpret_cast<Syscall>(::dlsym(RTLD_NEXT, "syscall"));
+  return s_next(number, arguments[0], arguments[1], arguments[2], arguments[3], arguments[4], arguments[5]);
+}
+
+int lookAt(const PlaceAt& place, struct stat* status, int flags) {
+  if (isToFail("look", place)) return -1;
+  return static_cast<int>(::syscall(SYS_newfstatat, place.folder, place.path, status, flags));
 }
 
 mode_t modeFrom(int flags, va_list arguments) {
@@ -200,6 +229,60 @@ int open64(const char* path, int flags, ...) {
   return openAt(AT_FDCWD, path, flags, mode);
 }
 
+int openat(int folder, const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = modeFrom(flags, arguments);
+  va_end(arguments);
+  return openAt(folder, path, flags, mode);
+}
+
+int openat64(int folder, const char* path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const mode_t mode = modeFrom(flags, arguments);
+  va_end(arguments);
+  return openAt(folder, path, flags, mode);
+}
+
+/// What the C library has no operation for is called by number.
+long syscall(long number, ...) noexcept {
+  va_list list;
+  va_start(list, number);
+  std::array<long, 6> arguments{};
+  for (long& argument : arguments) argument = va_arg(list, long);
+  va_end(list);
+  const bool isOpen = number == SYS_openat2;
+  const PlaceAt place{static_cast<int>(arguments[0]),
+                      isOpen ? reinterpret_cast<const char*>(arguments[1]) : ""};
+  if (isOpen && isToFail("open-beneath", place)) return -1;
+  return systemCall(number, arguments);
+}
+
+int stat(const char* path, struct stat* status) noexcept {
+  return lookAt({AT_FDCWD, path}, status, 0);
+}
+
+int stat64(const char* path, struct stat64* status) noexcept {
+  return lookAt({AT_FDCWD, path}, reinterpret_cast<struct stat*>(status), 0);
+}
+
+int lstat(const char* path, struct stat* status) noexcept {
+  return lookAt({AT_FDCWD, path}, status, AT_SYMLINK_NOFOLLOW);
+}
+
+int lstat64(const char* path, struct stat64* status) noexcept {
+  return lookAt({AT_FDCWD, path}, reinterpret_cast<struct stat*>(status), AT_SYMLINK_NOFOLLOW);
+}
+
+int fstatat(int folder, const char* path, struct stat* status, int flags) noexcept {
+  return lookAt({folder, path}, status, flags);
+}
+
+int fstatat64(int folder, const char* path, struct stat64* status, int flags) noexcept {
+  return lookAt({folder, path}, reinterpret_cast<struct stat*>(status), flags);
+}
+
 ssize_t read(int descriptor, void* bytes, std::size_t size) {
   if (isToFail("read", descriptor)) return -1;
   return ::syscall(SYS_read, descriptor, bytes, size);
@@ -228,9 +311,9 @@ int close(int descriptor) {
   return -1;
 }
 
-int rename(const char* from, const char* to) {
-  if (isToFail("rename", to)) return -1;
-  return static_cast<int>(::syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+int renameat(int fromFolder, const char* from, int toFolder, const char* to) {
+  if (isToFail("rename", PlaceAt{toFolder, to})) return -1;
+  return static_cast<int>(::syscall(SYS_renameat2, fromFolder, from, toFolder, to, 0));
 }
 
 int fchmod(int descriptor, mode_t mode) {
@@ -253,14 +336,14 @@ int flock(int descriptor, int operation) {
   return static_cast<int>(::syscall(SYS_flock, descriptor, operation));
 }
 
-int access(const char* path, int mode) {
-  if (isToFail("access", path)) return -1;
-  return static_cast<int>(::syscall(SYS_faccessat, AT_FDCWD, path, mode));
+int faccessat(int folder, const char* path, int mode, int /*flags*/) noexcept {
+  if (isToFail("access", PlaceAt{folder, path})) return -1;
+  return static_cast<int>(::syscall(SYS_faccessat, folder, path, mode));
 }
 
-int mkdir(const char* path, mode_t mode) {
-  if (isToFail("mkdir", path)) return -1;
-  return static_cast<int>(::syscall(SYS_mkdirat, AT_FDCWD, path, mode));
+int mkdirat(int folder, const char* path, mode_t mode) noexcept {
+  if (isToFail("mkdir", PlaceAt{folder, path})) return -1;
+  return static_cast<int>(::syscall(SYS_mkdirat, folder, path, mode));
 }
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)
 

@@ -87,7 +87,8 @@ const std::vector<Fault>& faults() {
       {"open-write", EDQUOT},
       {"open-write", EROFS, true},
       {"open-write", EIO},
-      {"open-write", EACCES, true},  // a folder that only others may write
+      {"open-write", EACCES, true},    // a folder that only others may write
+      {"open-beneath", ENOSYS, true},  // a system that does not know the call
       {"open-folder", EIO},
       {"open-folder", EMFILE, true},
       {"open-folder", EACCES, true},
@@ -261,8 +262,8 @@ TEST_P(ASaveWithAFault, LosesNothingWhenTheFileCannotBeRead) {
 void editByHand() {
   const auto found = Tal::FS::fileSystem()->find(kDatabase);
   if (!found) return;
-  const std::string text = support::readFile(*found);
-  std::ofstream(*found, std::ios::binary | std::ios::trunc) << text << "<!-- by hand -->\n";
+  const std::string text = support::readFile(found->path());
+  std::ofstream(found->path(), std::ios::binary | std::ios::trunc) << text << "<!-- by hand -->\n";
 }
 
 TEST_P(ASaveWithAFault, DoesNotReplaceWhatAnotherProgramWritesMeanwhile) {

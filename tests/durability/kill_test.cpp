@@ -2,6 +2,7 @@
 
 #include <core/debug_message.h>
 #include <durability/town.h>
+#include <durability/victim.h>
 #include <resources/files/atomic_file.h>
 #include <resources/files/file_lock.h>
 #include <resources/save_group.h>
@@ -12,12 +13,10 @@
 #include <gtest/gtest.h>
 
 #include <sys/mman.h>
-#include <sys/wait.h>
 
 #include <unistd.h>
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -30,14 +29,15 @@
 namespace {
 
 namespace fs = std::filesystem;
+using durability::await;
 using durability::kDatabase;
 using durability::Town;
+using durability::Victim;
 using std::chrono::steady_clock;
 using support::MountedRoot;
 using testing::ElementsAre;
 
 constexpr int kKillsOfTheShortForm = 400;
-constexpr std::chrono::seconds kPatience{60};
 
 /// What a process that is killed has told by then: memory that it shares with its parent.
 struct Progress {
@@ -66,31 +66,6 @@ class SharedProgress {
   Progress* progress_ = nullptr;
 };
 
-/// Another process of this program, which works until it is killed.
-class Victim {
- public:
-  template <class Work>
-  explicit Victim(const Work& work) : id_(::fork()) {
-    if (id_ != 0) return;
-    work();
-    while (true) ::pause();
-  }
-  ~Victim() { killHard(); }
-  Victim(const Victim&) = delete;
-  Victim& operator=(const Victim&) = delete;
-
-  /// Kills it if that was not done; returns when it is dead.
-  void killHard() {
-    if (id_ <= 0) return;
-    ::kill(id_, SIGKILL);
-    ::waitpid(id_, nullptr, 0);
-    id_ = -1;
-  }
-
- private:
-  pid_t id_;
-};
-
 void saveVersionAfterVersion(Progress& progress) {
   Tal::DebugMessageHelper::setSink([](const Tal::DebugMessage& message) {
     if (message.isCritical) std::cerr << message.text << std::endl;
@@ -109,23 +84,6 @@ void saveVersionAfterVersion(Progress& progress) {
     progress.microseconds =
         static_cast<int>(std::chrono::duration_cast<std::chrono::microseconds>(duration).count());
   }
-}
-
-template <class Condition>
-bool await(const Condition& isTrue) {
-  const auto deadline = steady_clock::now() + kPatience;
-  while (!isTrue()) {
-    if (steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(std::chrono::microseconds(100));
-  }
-  return true;
-}
-
-/// 400, or what the environment variable DESTRUCTIBLES_KILLS says.
-int killsToDo() {
-  const char* const text = std::getenv("DESTRUCTIBLES_KILLS");
-  const int kills = text == nullptr ? 0 : std::atoi(text);
-  return kills > 0 ? kills : kKillsOfTheShortForm;
 }
 
 /// How many kills there were, and where they hit.
@@ -195,7 +153,7 @@ class KilledSaves : public testing::Test {
 };
 
 TEST_F(KilledSaves, LeaveTheOldFileOrTheNewOneWhole) {
-  const int kills = killsToDo();
+  const int kills = durability::killsToDo(kKillsOfTheShortForm);
   const unsigned seed = std::random_device()();
   std::mt19937 random(seed);
   std::uniform_real_distribution<double> delays(0, 3);  // in saves; the first one of a process is the slowest

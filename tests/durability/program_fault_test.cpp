@@ -46,9 +46,9 @@ struct Fault {
 
 /// What a save calls on the database, its folder and its temporary file, each with a reason to fail.
 const std::vector<Fault>& faults() {
-  static const std::vector<Fault> all = {{"open-folder", EMFILE}, {"open-write", EDQUOT}, {"mode", EROFS},
-                                         {"write", ENOSPC},       {"flush", EIO},         {"close", EDQUOT},
-                                         {"rename", EROFS},       {"flush-folder", EIO},  {"access", EACCES},
+  static const std::vector<Fault> all = {{"open-beneath", ENOSYS}, {"open-write", EDQUOT}, {"mode", EROFS},
+                                         {"write", ENOSPC},        {"flush", EIO},         {"close", EDQUOT},
+                                         {"rename", EROFS},        {"flush-folder", EIO},  {"access", EACCES},
                                          {"open-write", EACCES}};
   return all;
 }
@@ -144,6 +144,93 @@ TEST_P(TheProgramWithAFault, FailsWithOneMessageAndKeepsTheFileWhole) {
     if (HasFailure()) FAIL() << "call " << number;
     EXPECT_GT(number, std::string(fault.operation) == "write" ? 3 : 1);
   }
+}
+
+/// Two roots that hold the same models and databases: only the first one may be meant.
+class ARootThatCannotBeLookedAt : public cli_test::CommandLine {
+ protected:
+  ARootThatCannotBeLookedAt() {
+    EXPECT_EQ(run({"convert", kCrate, "fragile"}).status, 0);
+    first_ = folder_ / "first";
+    second_ = folder_ / "second";
+    for (const fs::path& root : {first_, second_}) {
+      fs::create_directory(root);
+      for (const char* const name : {"content", "scripts"})
+        fs::copy(folder_ / name, root / name, fs::copy_options::recursive);
+    }
+    fs::remove_all(folder_ / "scripts");
+    old_ = support::readFile(first_ / cli_test::kDatabase);
+  }
+
+  /// Runs a command on both roots with the n-th look at something in the first one failing.
+  ProcessResult runWithout(int number, const Arguments& command) const {
+    Arguments words = {"--root", first_.string(), "--root", second_.string()};
+    words.insert(words.end(), command.begin(), command.end());
+    fs::remove(traces_ / "trace");
+    return runIn(folder_.path(), words,
+                 {{"LD_PRELOAD", FAULT_PRELOAD},
+                  {"FAULT_BELOW", fs::canonical(first_).string()},
+                  {"FAULT_TRACE", (traces_ / "trace").string()},
+                  {"FAULT_OPERATION", "look"},
+                  {"FAULT_NUMBER", std::to_string(number)},
+                  {"FAULT_ERRNO", std::to_string(EIO)}});
+  }
+
+  bool isReached(int number) const {
+    const std::vector<std::string> calls = linesOf(traces_.read("trace"));
+    return std::count_if(calls.begin(), calls.end(),
+                         [](const std::string& call) { return call.starts_with("look "); }) >= number;
+  }
+
+  fs::path first_;
+  fs::path second_;
+  std::string old_;
+  support::TemporaryFolder traces_;
+};
+
+TEST_F(ARootThatCannotBeLookedAt, IsNotStoodInForByTheNextOne) {
+  int number = 1;
+  for (bool isTried = true; isTried; ++number) {
+    SCOPED_TRACE("look " + std::to_string(number));
+    support::writeFile(first_ / cli_test::kDatabase, old_);
+    const ProcessResult result = runWithout(number, {"set", kCrate, "health=12"});
+    isTried = isReached(number);
+    const std::string now = support::readFile(first_ / cli_test::kDatabase);
+    EXPECT_EQ(support::readFile(second_ / cli_test::kDatabase), old_) << result.err;
+    if (result.status == 0) {
+      EXPECT_THAT(now, HasSubstr("<health>12</health>"));
+    } else {
+      EXPECT_EQ(result.status, 1);
+      EXPECT_EQ(now, old_);
+      EXPECT_THAT(result.err, HasSubstr("Input/output error"));
+      EXPECT_THAT(result.err, AnyOf(HasSubstr(first_.string()), HasSubstr(cli_test::kDatabase),
+                                    HasSubstr("content/props/crate")));
+    }
+    if (HasFailure()) return;
+  }
+  EXPECT_GT(number, 10) << "these were all looks";
+}
+
+TEST_F(ARootThatCannotBeLookedAt, IsNotImportedInto) {
+  const std::vector<std::string> before = folder_.listing();
+  int number = 1;
+  for (bool isTried = true; isTried; ++number) {
+    SCOPED_TRACE("look " + std::to_string(number));
+    const ProcessResult result =
+        runWithout(number, {"import", TEST_GLTF_FOLDER "/barrel.gltf", "content/props/barrel.model"});
+    isTried = isReached(number);
+    if (result.status == 0) {
+      EXPECT_TRUE(fs::exists(first_ / "content/props/barrel.model"));
+      for (const char* const name : {"barrel.model", "barrel.visual", "barrel.glb"})
+        fs::remove(first_ / "content/props" / name);
+    } else {
+      EXPECT_EQ(result.status, 1) << result.err;
+      EXPECT_THAT(result.err, HasSubstr("Input/output error"));
+    }
+    EXPECT_EQ(folder_.listing(), before) << result.err;
+    if (HasFailure()) return;
+  }
+  EXPECT_GT(number, 10) << "these were all looks";
 }
 
 std::string nameOf(const testing::TestParamInfo<Course>& course) {

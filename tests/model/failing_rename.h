@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 namespace support {
 
 /// Makes the renames of files that this process asks for fail from a certain one on, with "no space left on
@@ -11,6 +13,15 @@ class FailingRename {
   ~FailingRename();
   FailingRename(const FailingRename&) = delete;
   FailingRename& operator=(const FailingRename&) = delete;
+};
+
+/// Calls a function before each rename of a file that this process asks for, for the scope.
+class WatchedRename {
+ public:
+  explicit WatchedRename(std::function<void()> watch);
+  ~WatchedRename();
+  WatchedRename(const WatchedRename&) = delete;
+  WatchedRename& operator=(const WatchedRename&) = delete;
 };
 
 }  // namespace support

@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <model/import_mark.h>
 
 #include "gltf_builder.h"
 #include "import_fixture.h"
@@ -56,28 +57,38 @@ TEST_F(AnImport, MakesAModelItsVisualAndItsGeometry) {
             "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
             "<visual>\n"
             "\t<geometry>content/house.glb</geometry>\n"
-            "\t<boundingBox>\n"
-            "\t\t<min>0 0 0</min>\n"
-            "\t\t<max>1 1 1</max>\n"
-            "\t</boundingBox>\n"
-            "\t<materials>\n"
-            "\t\t<material>\n"
-            "\t\t\t<identifier>wall</identifier>\n"
-            "\t\t\t<kind>0</kind>\n"
-            "\t\t\t<geometryMaterial>0</geometryMaterial>\n"
-            "\t\t</material>\n"
-            "\t</materials>\n"
-            "\t<skeleton>\n"
-            "\t\t<node>\n"
-            "\t\t\t<name>cube</name>\n"
-            "\t\t\t<parent>-1</parent>\n"
-            "\t\t</node>\n"
-            "\t\t<node>\n"
-            "\t\t\t<name>HP_fx_1</name>\n"
-            "\t\t\t<parent>0</parent>\n"
-            "\t\t</node>\n"
-            "\t</skeleton>\n"
-            "</visual>\n");
+            "\t<import version=\"1\">\n"
+            "\t\t<geometry>\n"
+            "\t\t\t<size>" +
+                std::to_string(builder.glb().size()) +
+                "</size>\n"
+                "\t\t\t<fingerprint>" +
+                importMarkFor(builder.glb()).geometryFingerprint +
+                "</fingerprint>\n"
+                "\t\t</geometry>\n"
+                "\t</import>\n"
+                "\t<boundingBox>\n"
+                "\t\t<min>0 0 0</min>\n"
+                "\t\t<max>1 1 1</max>\n"
+                "\t</boundingBox>\n"
+                "\t<materials>\n"
+                "\t\t<material>\n"
+                "\t\t\t<identifier>wall</identifier>\n"
+                "\t\t\t<kind>0</kind>\n"
+                "\t\t\t<geometryMaterial>0</geometryMaterial>\n"
+                "\t\t</material>\n"
+                "\t</materials>\n"
+                "\t<skeleton>\n"
+                "\t\t<node>\n"
+                "\t\t\t<name>cube</name>\n"
+                "\t\t\t<parent>-1</parent>\n"
+                "\t\t</node>\n"
+                "\t\t<node>\n"
+                "\t\t\t<name>HP_fx_1</name>\n"
+                "\t\t\t<parent>0</parent>\n"
+                "\t\t</node>\n"
+                "\t</skeleton>\n"
+                "</visual>\n");
   EXPECT_EQ(folder_.read("root/content/house.glb"), builder.glb());
   EXPECT_THAT(folder_.listing(), ElementsAre("in.glb", "root", "root/content", "root/content/house.glb",
                                              "root/content/house.model", "root/content/house.visual"));
@@ -277,7 +288,9 @@ TEST_F(AnImport, ReplacesFilesOnlyWhenItIsAllowed) {
   writeSource(cubesOf({"old"}));
   ASSERT_TRUE(import()) << error_;
   writeSource(cubesOf({"new"}));
-  EXPECT_EQ(refusal(), "cannot be imported: \"content/house.glb\" is already there; force it to be replaced");
+  EXPECT_EQ(
+      refusal(),
+      "cannot be imported: \"content/house.visual\" is already there; force it to be replaced (--force)");
   EXPECT_THAT(model(), testing::HasSubstr("old"));
   ASSERT_TRUE(import({.overwrite = true})) << error_;
   EXPECT_THAT(model(), testing::HasSubstr("new"));

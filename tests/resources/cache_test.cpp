@@ -105,6 +105,22 @@ TEST(TheCache, DoesNotServeARefusedNameFromAKeptDocument) {
   EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("is absolute")));
 }
 
+TEST(TheCache, DoesNotServeAKeptDocumentInThePlaceOfALinkThatLeadsOutOfTheRoot) {
+  const support::TemporaryFolder outside;
+  outside.write("a.xml", "<r>outside</r>");
+  const MountedRoot root("scripts/a.xml", "<r>1</r>");
+  openResource("scripts/a.xml")->setValue("mine");
+  fs::rename(root / "scripts/a.xml", root / "a.xml");
+  fs::create_symlink(outside / "a.xml", root / "scripts/a.xml");
+  for (const bool create : {false, true}) {
+    MessageRecorder recorder;
+    EXPECT_FALSE(Tal::FS::Utils::openSection("scripts/a.xml", create, nullptr));
+    EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("leads out of its root through a link")));
+  }
+  fs::rename(root / "a.xml", root / "scripts/a.xml");
+  EXPECT_EQ(openResource("scripts/a.xml")->value(), "mine") << "nothing of it was lost";
+}
+
 TEST(APurge, ForgetsTheDocumentAndTheEditsThatNobodySaved) {
   const MountedRoot root("scripts/a.xml", "<r>1</r>");
   const auto section = openResource("scripts/a.xml");

@@ -77,9 +77,9 @@ int __wrap_close(int descriptor) {
   return isFault ? -1 : result;
 }
 
-int __real_rename(const char* from, const char* to);
-int __wrap_rename(const char* from, const char* to) {
-  return isDue("rename") ? -1 : __real_rename(from, to);
+int __real_renameat(int fromFolder, const char* from, int toFolder, const char* to);
+int __wrap_renameat(int fromFolder, const char* from, int toFolder, const char* to) {
+  return isDue("rename") ? -1 : __real_renameat(fromFolder, from, toFolder, to);
 }
 
 int __real_fchmod(int descriptor, mode_t mode);
@@ -87,14 +87,19 @@ int __wrap_fchmod(int descriptor, mode_t mode) {
   return isDue("fchmod") ? -1 : __real_fchmod(descriptor, mode);
 }
 
-int __real_mkdir(const char* path, mode_t mode);
-int __wrap_mkdir(const char* path, mode_t mode) {
-  return isDue("mkdir") ? -1 : __real_mkdir(path, mode);
+int __real_mkdirat(int folder, const char* name, mode_t mode);
+int __wrap_mkdirat(int folder, const char* name, mode_t mode) {
+  return isDue("mkdir") ? -1 : __real_mkdirat(folder, name, mode);
 }
 
 int __real_open(const char* path, int flags, mode_t mode);
 int __wrap_open(const char* path, int flags, mode_t mode) {
   return isDue("open") ? -1 : __real_open(path, flags, mode);
+}
+
+int __real_openat(int folder, const char* name, int flags, mode_t mode);
+int __wrap_openat(int folder, const char* name, int flags, mode_t mode) {
+  return isDue("open") ? -1 : __real_openat(folder, name, flags, mode);
 }
 
 int __real_flock(int descriptor, int operation);
@@ -360,6 +365,57 @@ TEST_F(AFileThatChangesWhileItIsSaved, IsNotReplacedWhenItWasNotThereBefore) {
   EXPECT_EQ(root_.read("new.xml"), "<r>theirs</r>");
 }
 
+/// Puts a link to a place outside the root in the place of a file or folder of the root.
+struct Exchange {
+  const char* name;     ///< what is exchanged
+  const char* outside;  ///< what the link leads to
+};
+
+class ALinkOutOfTheRoot : public testing::TestWithParam<Exchange> {
+ protected:
+  ~ALinkOutOfTheRoot() override { s_fault = {}; }
+};
+
+void PrintTo(const Exchange& exchange, std::ostream* stream) {
+  *stream << exchange.name;
+}
+
+/// Saves, with the exchange just before the n-th call of an operation, and again. False when there are not so
+/// many calls.
+bool saveAround(const Exchange& exchange, const std::string& operation, int number) {
+  const MountedRoot root("scripts/a.xml", "<r>old</r>");
+  const support::TemporaryFolder outside;
+  outside.write("a.xml", "<r>outside</r>");
+  const auto section = openResource("scripts/a.xml");
+  section->setValue("mine");
+  MessageRecorder recorder;
+  s_fault = {operation, number, 0, false, 0, [&] {
+               std::filesystem::rename(root / exchange.name, root / "moved");
+               std::filesystem::create_symlink(outside / exchange.outside, root / exchange.name);
+             }};
+  section->save();
+  const bool isReached = s_fault.calls >= number;
+  s_fault = {};
+  section->save();
+  section->save();
+  EXPECT_EQ(outside.read("a.xml"), "<r>outside</r>");
+  EXPECT_THAT(outside.listing(), ElementsAre("a.xml")) << "nor is anything left there";
+  EXPECT_EQ(section->value(), "mine");
+  return isReached;
+}
+
+TEST_P(ALinkOutOfTheRoot, IsNotFollowedByASaveWheneverItIsPutThere) {
+  for (const char* operation : {"open", "fchmod", "write", "fsync", "close", "rename"}) {
+    int number = 1;
+    while (saveAround(GetParam(), operation, number) && !HasFailure()) ++number;
+    if (HasFailure()) FAIL() << operation << ' ' << number;
+    EXPECT_GT(number, 1) << operation;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(InThePlaceOf, ALinkOutOfTheRoot,
+                         testing::Values(Exchange{"scripts", ""}, Exchange{"scripts/a.xml", "a.xml"}));
+
 /// A network drive, for one.
 class AFileSystemWithFewerLocks : public testing::Test {
  protected:
@@ -397,7 +453,7 @@ TEST_F(AFileSystemWithFewerLocks, IsSavedToWithAWarningForEachFileWhereItHasNone
   }
   EXPECT_EQ(root_.read("a.xml"), "<r>3</r>");
   EXPECT_THAT(recorder_.texts(),
-              ElementsAre(AllOf(HasSubstr("a.xml cannot be locked here (No locks available)"),
+              ElementsAre(AllOf(HasSubstr("a.xml\" cannot be locked here (No locks available)"),
                                 HasSubstr("no other program"))));
 }
 

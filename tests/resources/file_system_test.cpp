@@ -21,16 +21,20 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
+fs::path pathOf(const std::optional<Tal::RootedPath>& place) {
+  return place ? place->path() : fs::path("none");
+}
+
 TEST(AResource, IsFoundInTheFirstRootThatHoldsIt) {
   const TemporaryFolder first;
   const TemporaryFolder second;
   second.write("scripts/a.xml", "");
   const MultiFileSystem fileSystem({first.path(), second.path()});
-  EXPECT_EQ(fileSystem.find("scripts/a.xml"), second / "scripts/a.xml");
-  EXPECT_EQ(fileSystem.locationFor("scripts/a.xml"), second / "scripts/a.xml");
-  EXPECT_EQ(fileSystem.locationFor("scripts/b.xml"), first / "scripts/b.xml");
+  EXPECT_EQ(pathOf(fileSystem.find("scripts/a.xml")), second / "scripts/a.xml");
+  EXPECT_EQ(pathOf(fileSystem.locationFor("scripts/a.xml")), second / "scripts/a.xml");
+  EXPECT_EQ(pathOf(fileSystem.locationFor("scripts/b.xml")), first / "scripts/b.xml");
   first.write("scripts/a.xml", "");
-  EXPECT_EQ(fileSystem.find("scripts/a.xml"), first / "scripts/a.xml");
+  EXPECT_EQ(pathOf(fileSystem.find("scripts/a.xml")), first / "scripts/a.xml");
   EXPECT_EQ(fileSystem.find("scripts"), std::nullopt) << "a folder is none";
   EXPECT_EQ(fileSystem.find("scripts/a.xml/b"), std::nullopt);
 }
@@ -63,6 +67,7 @@ TEST(AName, ThatCannotNameAResourceIsRefusedWithAMessage) {
       {"scripts/../a.xml", "climbs out of its root"},
       {"scripts/..", "climbs out of its root"},
       {std::string("a\0b", 3), "holds a NUL character"},
+      {"scripts\\a.xml", "holds a backslash"},
       {".", "names no file"},
       {"./", "names no file"},
   };
@@ -78,14 +83,6 @@ TEST(AName, ThatCannotNameAResourceIsRefusedWithAMessage) {
     EXPECT_THAT(recorder.texts()[0], AllOf(HasSubstr("the resource name"), HasSubstr(one.refusal)));
     EXPECT_EQ(recorder.messages()[0].messagePriority, 5);
   }
-}
-
-TEST(AName, TakesABackslashForAnyOtherCharacter) {
-  const MountedRoot root("scripts/a.xml", "<r/>");
-  MessageRecorder recorder;
-  EXPECT_EQ(root.fileSystem().find("scripts\\a.xml"), std::nullopt);
-  EXPECT_FALSE(openResource("scripts\\a.xml"));
-  EXPECT_TRUE(recorder.messages().empty()) << "it is absent, which is no fault";
 }
 
 TEST(AName, MayHoldDotsAndSpacesAndAnythingElse) {
@@ -160,7 +157,7 @@ TEST(AFolder, IsNoResource) {
   EXPECT_EQ(files.find("b.xml", &refusal), std::nullopt);
   EXPECT_EQ(refusal, "");
   second.write("a.xml", "<r/>");
-  EXPECT_EQ(files.find("a.xml", &refusal), second / "a.xml");
+  EXPECT_EQ(pathOf(files.find("a.xml", &refusal)), second / "a.xml");
   EXPECT_EQ(refusal, "");
 }
 
@@ -169,17 +166,40 @@ TEST(ARoot, MayItselfBeALink) {
   folder.write("real/a.xml", "<r/>");
   fs::create_directory_symlink("real", folder / "link");
   const MultiFileSystem fileSystem({folder / "link"});
-  EXPECT_EQ(fileSystem.find("a.xml"), folder / "link/a.xml");
+  EXPECT_EQ(pathOf(fileSystem.find("a.xml")), folder / "link/a.xml");
 }
 
-TEST(ARoot, ThatIsNoFolderIsReportedAndLeftOut) {
+TEST(ARoot, ThatIsNoFolderLeavesNoRootsAtAll) {
   const TemporaryFolder folder;
   folder.write("file", "");
-  MessageRecorder recorder;
-  const MultiFileSystem fileSystem({folder / "none", folder.path(), folder / "file"});
-  EXPECT_THAT(fileSystem.roots(), ElementsAre(folder.path()));
-  EXPECT_THAT(recorder.texts(),
-              ElementsAre(HasSubstr("/none\" is no folder"), HasSubstr("/file\" is no folder")));
+  for (const char* name : {"none", "file"}) {
+    const std::string fault = "the resource root \"" + (folder / name).string() + "\" is no folder";
+    MessageRecorder recorder;
+    const MultiFileSystem fileSystem({folder.path(), folder / name});
+    EXPECT_THAT(fileSystem.roots(), testing::IsEmpty());
+    EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr(fault)));
+    std::string refusal;
+    EXPECT_FALSE(MultiFileSystem::open({folder / name, folder.path()}, refusal));
+    EXPECT_THAT(refusal, HasSubstr(fault));
+    EXPECT_EQ(recorder.messages().size(), 1U) << "who opens them reports it";
+  }
+  std::string refusal = "of an earlier try";
+  EXPECT_THAT(MultiFileSystem::open({folder.path()}, refusal)->roots(), ElementsAre(folder.path()));
+  EXPECT_EQ(refusal, "");
+}
+
+TEST(ARoot, ThatIsGoneIsNotStoodInForByTheNext) {
+  const TemporaryFolder folder;
+  fs::create_directory(folder / "first");
+  folder.write("second/a.xml", "<r/>");
+  const MultiFileSystem fileSystem({folder / "first", folder / "second"});
+  EXPECT_EQ(pathOf(fileSystem.find("a.xml")), folder / "second/a.xml");
+  fs::remove(folder / "first");
+  std::string refusal;
+  EXPECT_EQ(fileSystem.find("a.xml", &refusal), std::nullopt);
+  EXPECT_EQ(refusal,
+            "cannot be found, since the resource root \"" + (folder / "first").string() + "\" is no folder");
+  EXPECT_EQ(fileSystem.locationFor("b.xml", &refusal), std::nullopt);
 }
 
 TEST(AFileSystem, WithoutRootsHoldsNothing) {

@@ -1,11 +1,11 @@
 #include "save_patience.h"
 
 #include <resources/data_section.h>
-#include <resources/files/atomic_file.h>
 #include <resources/files/file_lock.h>
 #include <resources/save_group.h>
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
+#include <support/replace_file.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -122,7 +122,8 @@ TEST(AFileLock, IsOfTheNewFileWhenTheHolderHasReplacedIt) {
     const auto lock = FileLock::acquire(root / "a.xml", kLong, holder);
     support::writeFile(root / "sign", "locked");
     std::this_thread::sleep_for(kShort);
-    static_cast<void>(Tal::replaceFile(root / "a.xml", "<r>2</r>"));  // the file tells whether it is done
+    static_cast<void>(
+        support::replaceFileIn(root.path(), "a.xml", "<r>2</r>"));  // the file tells whether it is done
   });
   awaitFile(root / "sign");
   std::string holder;
@@ -288,7 +289,7 @@ TEST(ASave, RemovesWhatAKilledProcessLeftBesideTheFile) {
     root.write(name, "half");
     if (name != young) fs::last_write_time(root / name, longAgo);
   }
-  EXPECT_FALSE(Tal::replaceFile(root / "a.xml", "<r>2</r>"));
+  EXPECT_FALSE(support::replaceFileIn(root.path(), "a.xml", "<r>2</r>"));
   EXPECT_THAT(root.listing(), testing::UnorderedElementsAre("a.xml", young, living, ofAPerson, ofAnother));
 }
 
@@ -317,13 +318,13 @@ TEST(ASave, ByAProcessOfTheNumberOfAKilledOneRemovesWhatThatLeftToo) {
   }
   std::string holder;
   const auto lock = FileLock::acquire(root / inUse, kShort, holder);
-  EXPECT_FALSE(Tal::replaceFile(root / "a.xml", "<r>2</r>"));
+  EXPECT_FALSE(support::replaceFileIn(root.path(), "a.xml", "<r>2</r>"));
   EXPECT_THAT(root.listing(), testing::UnorderedElementsAre("a.xml", inUse));
 }
 
 TEST(ASave, TakesAnotherNameWhenThatOfItsTemporaryFileIsTaken) {
   const MountedRoot root("a.xml", "<r>1</r>");
-  const std::string latest = Tal::temporaryBeside(root / "a.xml").filename().string();
+  const std::string latest = Tal::temporaryNameFor("a.xml");
   const std::size_t number = latest.rfind('-') + 1;
   const int next = std::stoi(latest.substr(number)) + 1;
   std::vector<std::string> expected = {"a.xml"};
@@ -331,7 +332,7 @@ TEST(ASave, TakesAnotherNameWhenThatOfItsTemporaryFileIsTaken) {
     expected.push_back(latest.substr(0, number) + std::to_string(i) + ".saving");
     root.write(expected.back(), "young");
   }
-  EXPECT_FALSE(Tal::replaceFile(root / "a.xml", "<r>2</r>"));
+  EXPECT_FALSE(support::replaceFileIn(root.path(), "a.xml", "<r>2</r>"));
   EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
   EXPECT_THAT(root.listing(), testing::UnorderedElementsAreArray(expected));
 }

@@ -183,4 +183,22 @@ TEST(AMissingResource, OpensAsNullWithoutAMessage) {
   EXPECT_THAT(recorder.texts(), IsEmpty());
 }
 
+TEST(AnAttribute, IsReadWithItsReferencesAndIsEmptyWhenAbsent) {
+  const MountedRoot root("a.xml",
+                         "<?xml version='1.0'?><!DOCTYPE r [<!ENTITY e 'E'>]>\n<r a = 'x' bb=\"a='1'\"\n "
+                         "c='&lt;&amp;&#65;&e;' d=''>"
+                         "<s a='of s'/><t/></r>");
+  const auto section = openResource("a.xml");
+  EXPECT_EQ(section->attribute("a"), "x");
+  EXPECT_EQ(section->attribute("bb"), "a='1'");
+  EXPECT_EQ(section->attribute("c"), "<&AE");
+  EXPECT_EQ(section->attribute("d"), "");
+  EXPECT_EQ(section->attribute("b"), "") << "the name is compared as a whole";
+  EXPECT_EQ(section->openSection("s")->attribute("a"), "of s");
+  EXPECT_EQ(section->openSection("t")->attribute("a"), "");
+  section->setValue("edited");
+  EXPECT_EQ(section->attribute("a"), "x") << "edits keep it";
+  EXPECT_EQ(section->openSection("new", true)->attribute("a"), "");
+}
+
 }  // namespace

@@ -189,6 +189,49 @@ TEST(ASave, ReplacesTheTargetOfALink) {
   EXPECT_THAT(root.listing(), ElementsAre("scripts", "scripts/a.xml", "store", "store/a.xml"));
 }
 
+TEST(ASave, NeverReplacesAFileOutsideTheRoot) {
+  const support::TemporaryFolder outside;
+  outside.write("a.xml", "<r>outside</r>");
+  const MountedRoot root("scripts/a.xml", "<r>1</r>");
+  const auto section = openResource("scripts/a.xml");
+  section->setValue("2");
+  // The folder has become a link to the other one since it was read.
+  fs::rename(root / "scripts", root / "before");
+  fs::create_directory_symlink(outside.path(), root / "scripts");
+  MessageRecorder recorder;
+  for (int attempt = 0; attempt < 3; ++attempt) EXPECT_FALSE(section->save());
+  EXPECT_THAT(recorder.texts(), testing::Each(AllOf(HasSubstr("leads out of its root through a link"),
+                                                    HasSubstr("edits are kept"))));
+  EXPECT_EQ(recorder.messages().size(), 3U);
+  // Now the file itself has.
+  fs::remove(root / "scripts");
+  fs::create_directory(root / "scripts");
+  fs::create_symlink(outside / "a.xml", root / "scripts/a.xml");
+  for (int attempt = 0; attempt < 3; ++attempt) EXPECT_FALSE(section->save());
+  EXPECT_EQ(outside.read("a.xml"), "<r>outside</r>");
+  EXPECT_THAT(outside.listing(), ElementsAre("a.xml"));
+  // And what stands there is a file again.
+  fs::remove(root / "scripts/a.xml");
+  EXPECT_TRUE(section->save());
+  EXPECT_EQ(root.read("scripts/a.xml"), "<r>2</r>");
+}
+
+TEST(ASave, FollowsLinksThatStayBelowTheRoot) {
+  const MountedRoot root("store/deep/a.xml", "<r>1</r>");
+  fs::create_directory_symlink("store", root / "relative");
+  fs::create_directory_symlink(root / "store", root / "absolute");
+  fs::create_symlink("deep/a.xml", root / "store/up.xml");
+  int value = 1;
+  for (const char* name : {"relative/deep/a.xml", "absolute/deep/a.xml", "store/up.xml"}) {
+    const auto section = openResource(name);
+    ASSERT_TRUE(section) << name;
+    section->setValue(std::to_string(++value));
+    EXPECT_TRUE(section->save()) << name;
+    EXPECT_EQ(root.read("store/deep/a.xml"), "<r>" + std::to_string(value) + "</r>") << name;
+  }
+  EXPECT_TRUE(fs::is_symlink(root / "store/up.xml")) << "which leads to the new file";
+}
+
 TEST(ASave, ToAnotherNameWritesACopy) {
   const MountedRoot root("a.xml", "<r>1</r>");
   const auto section = openResource("a.xml");

@@ -32,4 +32,13 @@ Fingerprint fingerprintOf(const PiecedText& bytes) {
   return maker.fingerprint();
 }
 
+std::string hashText(const Fingerprint& fingerprint) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  constexpr unsigned kBits = 64;
+  std::string text;
+  for (const std::uint64_t half : {fingerprint.high, fingerprint.low})
+    for (unsigned shift = kBits; shift > 0; shift -= 4) text += kDigits[(half >> (shift - 4)) & 0x0fU];
+  return text;
+}
+
 }  // namespace Tal

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace Tal {
 
@@ -39,5 +40,8 @@ class FingerprintMaker {
 };
 
 Fingerprint fingerprintOf(const PiecedText& bytes);
+
+/// The hash as 32 hexadecimal digits, the highest ones first.
+std::string hashText(const Fingerprint& fingerprint);
 
 }  // namespace Tal

@@ -1,3 +1,4 @@
+#include <core/display_text.h>
 #include <resources/data_section_cache.h>
 #include <resources/documents/save_queue.h>
 #include <resources/documents/section_cache.h>
@@ -6,6 +7,7 @@
 #include <resources/report.h>
 #include <resources/resource_name.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace Tal {
@@ -36,12 +38,19 @@ SmartPointer<DataSection> rootOf(const SmartPointer<SectionDocument>& document) 
   return new XmlSection(document, document->tree().root());
 }
 
+/// Whether a resource may not be used, which is for who opens it to report.
+bool isRefused(const FS::MultiFileSystem& fileSystem, BasicStringRef resourceName) {
+  std::string refusal;
+  static_cast<void>(fileSystem.find(resourceName, &refusal));
+  return !refusal.empty();
+}
+
 /// What is opened to be saved is kept from other programs until it is; false when one of them has it.
 bool lockForSaving(const FS::MultiFileSystem& fileSystem, const std::string& name) {
   if (!SaveQueue::instance().isOpen()) return true;
   std::string refusal;  // to be reported by who opens it
   const auto place = fileSystem.find(name, &refusal);
-  return !place || SaveQueue::instance().lock(*place);
+  return !place || SaveQueue::instance().lock(place->path());
 }
 
 }  // namespace
@@ -55,51 +64,56 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
                                              DataSectionCreator* creator) {
   const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
   if (fileSystem == nullptr) {
-    reportRefusal("cannot open " + inQuotes(resourceName) + ": no resource roots are set up; set some first");
+    reportRefusal("cannot open " + quotedName(resourceName) +
+                  ": no resource roots are set up; set some first");
     return nullptr;
   }
   const std::string name = normalisedName(resourceName);
   if (!lockForSaving(*fileSystem, name)) return nullptr;
   const auto known = entries_.find(name);
   const bool isKnown = known != entries_.end() && known->second.document;
-  if (isKnown && isKept(*known->second.document) && refusalOfName(resourceName).empty())
-    return rootOf(known->second.document);
+  const bool isToStay = isKnown && isKept(*known->second.document);
+  // Not in the place of a link that leads out of the root.
+  if (isToStay && !isRefused(*fileSystem, resourceName)) return rootOf(known->second.document);
   const auto place = create ? fileSystem->locationFor(resourceName) : fileSystem->find(resourceName);
   if (!place) {
-    const bool isFileGone = isKnown && known->second.document->identity();
+    const bool isFileGone = isKnown && !isToStay && known->second.document->identity();
     if (isFileGone) drop(known->second);
     return nullptr;
   }
-  if (identityAt(*place)) {
-    const SmartPointer<SectionDocument> document = documentOf(name, *place);
+  if (const auto identity = identityAt(place->path())) {
+    const SmartPointer<SectionDocument> document = documentOf(*place, *identity);
     SmartPointer<DataSection> root = rootOf(document);
     // A group that has nothing new to save makes up for the flush too; without one the next save does.
     if (document && document->isFlushPending()) static_cast<void>(SaveQueue::instance().put(document, ""));
     return root;
   }
+  if (const int code = errno; code != ENOENT && code != ENOTDIR) {
+    reportRefusal(shownName(name) + ": " + failedReading("cannot examine the file", code).text +
+                  "; mend that and open it again");
+    return nullptr;
+  }
   if (!create) return nullptr;  // gone since it was found
   if (creator != nullptr) return creator->create(resourceName);
   Entry& entry = entries_[name];
   const bool isMade = entry.document && !entry.document->identity();
-  if (!isMade) entry = {SectionDocument::make(name, *place), std::nullopt, std::nullopt, false};
+  if (!isMade) entry = {SectionDocument::make(*place), std::nullopt, std::nullopt, false};
   return rootOf(entry.document);
 }
 
-SmartPointer<SectionDocument> SectionCache::documentOf(const std::string& name,
-                                                       const std::filesystem::path& file) {
-  const auto identity = identityAt(file);
-  if (!identity) return nullptr;
-  Entry& entry = entries_[name];
-  if (entry.document && entry.document->isCurrent(file, *identity)) return entry.document;
+SmartPointer<SectionDocument> SectionCache::documentOf(const RootedPath& place,
+                                                       const FileIdentity& identity) {
+  Entry& entry = entries_[place.name.native()];
+  if (entry.document && entry.document->isCurrent(place, identity)) return entry.document;
   drop(entry);
-  const bool isRefused = entry.refused && entry.refused->version == *identity;
+  const bool isRefused = entry.refused && entry.refused->version == identity;
   if (isRefused && !entry.refused->isRecent) return nullptr;
   SectionDocument::Refusal refusal;
-  entry.document = SectionDocument::read(name, file, refusal);
+  entry.document = SectionDocument::read(place, refusal);
   if (!entry.document) {
     if (!isRefused || entry.refused->text != refusal.text) reportRefusal(refusal.text);
     entry.refused = std::nullopt;
-    if (refusal.isOfContent) entry.refused = Refused{*identity, refusal.text, isRecent(*identity)};
+    if (refusal.isOfContent) entry.refused = Refused{identity, refusal.text, isRecent(identity)};
     return nullptr;
   }
   entry.refused = std::nullopt;

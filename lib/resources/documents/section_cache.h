@@ -2,8 +2,8 @@
 
 #include <resources/data_section.h>
 #include <resources/documents/section_document.h>
+#include <resources/files/rooted_path.h>
 
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <optional>
@@ -42,7 +42,7 @@ class SectionCache {
   };
 
  private:
-  SmartPointer<SectionDocument> documentOf(const std::string& name, const std::filesystem::path& file);
+  SmartPointer<SectionDocument> documentOf(const RootedPath& place, const FileIdentity& identity);
 
   std::map<std::string, Entry, std::less<>> entries_;
 };

@@ -24,7 +24,7 @@ std::string placeOf(const std::string& resourceName, const Xml::ParseError& erro
 
 void reportFailedSave(const std::string& resourceName, const std::string& reason) {
   DebugMessageHelper::criticalMessage("lib/resources/documents/section_document", __LINE__,
-                                      "cannot save %s: %s", inQuotes(resourceName).c_str(), reason.c_str());
+                                      "cannot save %s: %s", quotedName(resourceName).c_str(), reason.c_str());
 }
 
 std::string reasonOf(const FileFailure& failure) {
@@ -84,20 +84,16 @@ class SectionDocument::Bytes {
   mutable std::optional<Fingerprint> fingerprint_;
 };
 
-SectionDocument::SectionDocument(std::string resourceName, std::filesystem::path file, Xml::Tree tree,
-                                 Xml::Encoding encoding, std::optional<FileIdentity> identity)
-    : resourceName_(std::move(resourceName)),
-      file_(std::move(file)),
-      tree_(std::move(tree)),
-      encoding_(encoding) {
+SectionDocument::SectionDocument(const RootedPath& place, Xml::Tree tree, Xml::Encoding encoding,
+                                 std::optional<FileIdentity> identity)
+    : place_(place), tree_(std::move(tree)), encoding_(encoding) {
   noteIdentity(identity);
 }
 
-SmartPointer<SectionDocument> SectionDocument::read(std::string resourceName,
-                                                    const std::filesystem::path& file, Refusal& refusal) {
-  const std::string name = escapeControls(resourceName);
+SmartPointer<SectionDocument> SectionDocument::read(const RootedPath& place, Refusal& refusal) {
+  const std::string name = shownName(place.name.native());
   FileContent content;
-  if (const auto failure = readFile(file, Xml::kLargestSource, content)) {
+  if (const auto failure = readFile(place.path(), Xml::kLargestSource, content)) {
     refusal = {name + ": " + failure->text + "; " + failure->hint + " and open it again", false};
     return nullptr;
   }
@@ -108,19 +104,17 @@ SmartPointer<SectionDocument> SectionDocument::read(std::string resourceName,
                true};
     return nullptr;
   }
-  SmartPointer<SectionDocument> document = new SectionDocument(
-      std::move(resourceName), file, std::move(parsed->tree), parsed->encoding, content.identity);
+  SmartPointer<SectionDocument> document =
+      new SectionDocument(place, std::move(parsed->tree), parsed->encoding, content.identity);
   document->base_ = parsed->converted;
   return document;
 }
 
-SmartPointer<SectionDocument> SectionDocument::make(std::string resourceName,
-                                                    const std::filesystem::path& file) {
+SmartPointer<SectionDocument> SectionDocument::make(const RootedPath& place) {
   Xml::ParseError error;
   std::optional<Xml::Tree> tree = Xml::parse(ByteBuffer::copyOf(kEmptyDocument), error);
   if (!tree) return nullptr;
-  return new SectionDocument(std::move(resourceName), file, std::move(*tree), Xml::Encoding::utf8,
-                             std::nullopt);
+  return new SectionDocument(place, std::move(*tree), Xml::Encoding::utf8, std::nullopt);
 }
 
 void SectionDocument::noteIdentity(const std::optional<FileIdentity>& identity) {
@@ -128,8 +122,8 @@ void SectionDocument::noteIdentity(const std::optional<FileIdentity>& identity) 
   isRecent_ = identity && isRecent(*identity);
 }
 
-bool SectionDocument::isCurrent(const std::filesystem::path& file, const FileIdentity& now) {
-  if (file != file_) return false;  // another root's, which comes first now
+bool SectionDocument::isCurrent(const RootedPath& place, const FileIdentity& now) {
+  if (place != place_) return false;  // another root's, which comes first now
   if (identity_ == now && !isRecent_) return true;
   return identity_ && identity_->size == now.size && isBaseInFile();
 }
@@ -147,7 +141,7 @@ bool SectionDocument::isBaseInFile() {
     return isNext;
   };
   FileIdentity identity;
-  if (!readPieces(file_, isSame, identity) || !rest.empty()) return false;
+  if (!readPieces(place_.path(), isSame, identity) || !rest.empty()) return false;
   if (base_ && fingerprint.fingerprint() != *base_) return false;
   noteIdentity(identity);
   return true;
@@ -173,37 +167,47 @@ void SectionDocument::recognise(const SavedContent& saved) {
 }
 
 bool SectionDocument::write(BasicStringRef resourceName) {
-  const bool isOwn = resourceName.empty() || normalisedName(resourceName) == resourceName_;
+  const bool isOwn = resourceName.empty() || normalisedName(resourceName) == this->resourceName();
   return isOwn ? writeOwn() : writeOther(resourceName);
 }
 
 bool SectionDocument::writeOwn() {
   markSavePending();
+  // Opened once: a link that is put there meanwhile leads nowhere else.
+  OpenPlace place;
+  if (const auto failure = place.open(place_)) {
+    reportFailedSave(resourceName(), reasonOf(*failure) + "; the edits are kept" + adviceOf(*failure));
+    return false;
+  }
+  return writeOwnAt(place);
+}
+
+bool SectionDocument::writeOwnAt(const OpenPlace& place) {
   const Bytes bytes(*this);
   std::optional<FileFailure> failure;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    std::optional<FileIdentity> version = identityAt(file_);
+    std::optional<FileIdentity> version = place.identity();
     if (version) {
-      if ((version != identity_ || isRecent_) && !adoptFile(bytes)) return false;
+      if ((version != identity_ || isRecent_) && !adoptFile(place, bytes)) return false;
       if (!isFlushPending_ && isBase(bytes)) {
         noteSaved();
         return true;
       }
       version = identity_;
     }
-    failure = replaceVersion(file_, bytes.text(), version);
-    noteReplaced(bytes, failure, version);
+    failure = replaceVersion(place, bytes.text(), version);
+    noteReplaced(place, bytes, failure, version);
     if (!failure) return true;
     if (!failure->isChanged) break;
   }
-  reportFailedSave(resourceName_, reasonOf(*failure) + "; the edits are kept" + adviceOf(*failure));
+  reportFailedSave(resourceName(), reasonOf(*failure) + "; the edits are kept" + adviceOf(*failure));
   return false;
 }
 
-bool SectionDocument::adoptFile(const Bytes& bytes) {
+bool SectionDocument::adoptFile(const OpenPlace& place, const Bytes& bytes) {
   FileContent content;
-  if (const auto failure = readFile(file_, Xml::kLargestSource, content)) {
-    reportFailedSave(resourceName_, failure->text + "; the edits are kept" + adviceOf(*failure));
+  if (const auto failure = readFile(place, Xml::kLargestSource, content)) {
+    reportFailedSave(resourceName(), failure->text + "; the edits are kept" + adviceOf(*failure));
     return false;
   }
   const Bytes onDisk(content);
@@ -212,11 +216,10 @@ bool SectionDocument::adoptFile(const Bytes& bytes) {
   if (!isOurs) {
     Xml::ParseError error;
     if (!parsedFrom(std::move(content.bytes), error)) {
-      reportFailedSave(resourceName_, "another program has changed the file since it was read, and " +
-                                          placeOf(escapeControls(resourceName_), error) + ": " +
-                                          error.reason +
-                                          "; nothing was written and the edits are kept: correct the file "
-                                          "and save again");
+      reportFailedSave(resourceName(), "another program has changed the file since it was read, and " +
+                                           placeOf(shownName(resourceName()), error) + ": " + error.reason +
+                                           "; nothing was written and the edits are kept: correct the file "
+                                           "and save again");
       return false;
     }
   }
@@ -224,7 +227,7 @@ bool SectionDocument::adoptFile(const Bytes& bytes) {
   base_ = fingerprint;
   if (isOurs) return true;
   reportFailedSave(
-      resourceName_,
+      resourceName(),
       "another program has changed the file since it was read; nothing was written and the edits "
       "are kept: save again to put them in the place of that change");
   return false;
@@ -235,10 +238,11 @@ bool SectionDocument::isBase(const Bytes& bytes) const {
   return identity_ && bytes.text() == tree_.source();
 }
 
-void SectionDocument::noteReplaced(const Bytes& bytes, const std::optional<FileFailure>& failure,
+void SectionDocument::noteReplaced(const OpenPlace& place, const Bytes& bytes,
+                                   const std::optional<FileFailure>& failure,
                                    const std::optional<FileIdentity>& version) {
   if (failure && !failure->isReplaced) return;
-  noteIdentity(failure ? identityAt(file_) : version);
+  noteIdentity(failure ? place.identity() : version);
   base_ = bytes.fingerprint();
   isFlushPending_ = failure.has_value();
   if (!failure) noteSaved();
@@ -252,18 +256,22 @@ void SectionDocument::noteSaved() noexcept {
 
 bool SectionDocument::writeOther(BasicStringRef resourceName) const {
   const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
-  const auto file = fileSystem == nullptr ? std::nullopt : fileSystem->locationFor(resourceName);
-  if (!file) {
+  const auto rooted = fileSystem == nullptr ? std::nullopt : fileSystem->locationFor(resourceName);
+  if (!rooted) {
     reportFailedSave(std::string(resourceName),
                      "it has no place below the resource roots; give another name");
     return false;
   }
-  const Bytes bytes(*this);
-  FileContent content;
-  const bool isThere = identityAt(*file) && !readFile(*file, Xml::kLargestSource, content);
-  if (isThere && bytes.text() == content.bytes.view()) return true;
-  const std::optional<FileFailure> failure = replaceFile(*file, bytes.text());
-  if (!failure) return true;
+  OpenPlace place;
+  std::optional<FileFailure> failure = place.open(*rooted);
+  if (!failure) {
+    const Bytes bytes(*this);
+    FileContent content;
+    const bool isThere = place.identity() && !readFile(place, Xml::kLargestSource, content);
+    if (isThere && bytes.text() == content.bytes.view()) return true;
+    failure = replaceFile(place, bytes.text());
+    if (!failure) return true;
+  }
   reportFailedSave(std::string(resourceName), reasonOf(*failure) + adviceOf(*failure));
   return false;
 }

@@ -6,12 +6,12 @@
 #include <resources/bytes/pieced_text.h>
 #include <resources/file_identity.h>
 #include <resources/files/file_failure.h>
+#include <resources/files/open_place.h>
 #include <resources/xml/encoding.h>
 #include <resources/xml/tree.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -31,12 +31,12 @@ class SectionDocument : public SafeReferenceCount {
     bool isOfContent = false;  ///< the file is refused as long as it stays as it is
   };
 
-  /// Reads and parses a file. Null when that fails; `refusal` then says why.
-  static SmartPointer<SectionDocument> read(std::string resourceName, const std::filesystem::path& file,
-                                            Refusal& refusal);
+  /// Reads and parses the file of a resource, by its place and normalised name. Null when that fails;
+  /// `refusal` then says why.
+  static SmartPointer<SectionDocument> read(const RootedPath& place, Refusal& refusal);
 
   /// A document that is in no file yet; saving makes it.
-  static SmartPointer<SectionDocument> make(std::string resourceName, const std::filesystem::path& file);
+  static SmartPointer<SectionDocument> make(const RootedPath& place);
 
   Xml::Tree& tree() noexcept { return tree_; }
   const Xml::Tree& tree() const noexcept { return tree_; }
@@ -47,9 +47,9 @@ class SectionDocument : public SafeReferenceCount {
   /// file.
   const std::optional<FileIdentity>& identity() const noexcept { return identity_; }
 
-  /// Whether `file`, whose identity is now `now`, is this document's and still holds the bytes that it goes
-  /// back to. The file is read when its identity does not tell.
-  bool isCurrent(const std::filesystem::path& file, const FileIdentity& now);
+  /// Whether the file at `place`, whose identity is now `now`, is this document's and still holds the bytes
+  /// that it goes back to. The file is read when its identity does not tell.
+  bool isCurrent(const RootedPath& place, const FileIdentity& now);
 
   /// Makes the identity tell nothing until the file was read again.
   void markPossiblyStale() noexcept { isRecent_ = true; }
@@ -84,26 +84,28 @@ class SectionDocument : public SafeReferenceCount {
  private:
   class Bytes;
 
-  SectionDocument(std::string resourceName, std::filesystem::path file, Xml::Tree tree,
-                  Xml::Encoding encoding, std::optional<FileIdentity> identity);
+  SectionDocument(const RootedPath& place, Xml::Tree tree, Xml::Encoding encoding,
+                  std::optional<FileIdentity> identity);
 
+  const std::string& resourceName() const noexcept { return place_.name.native(); }
   bool writeOwn();
+  /// The same in the folder that is open.
+  bool writeOwnAt(const OpenPlace& place);
   bool writeOther(BasicStringRef resourceName) const;
   /// Takes the version of the file that is there now as the one to replace. False when that is somebody
   /// else's work; what cannot be read, or is not well-formed, is not taken either. Each case is reported.
-  bool adoptFile(const Bytes& bytes);
+  bool adoptFile(const OpenPlace& place, const Bytes& bytes);
   /// Whether the bytes are the version of the file that this document was last in step with.
   bool isBase(const Bytes& bytes) const;
   /// The same of the file, whose identity is taken over when it is.
   bool isBaseInFile();
   /// What an attempt to replace the file by the bytes has come to; `version` is the new one.
-  void noteReplaced(const Bytes& bytes, const std::optional<FileFailure>& failure,
+  void noteReplaced(const OpenPlace& place, const Bytes& bytes, const std::optional<FileFailure>& failure,
                     const std::optional<FileIdentity>& version);
   void noteIdentity(const std::optional<FileIdentity>& identity);
   void noteSaved() noexcept;
 
-  std::string resourceName_;
-  std::filesystem::path file_;
+  RootedPath place_;
   Xml::Tree tree_;
   Xml::Encoding encoding_;
   std::optional<FileIdentity> identity_;

@@ -36,6 +36,10 @@ bool XmlSection::setValue(BasicStringRef value) {
   return true;
 }
 
+std::string XmlSection::attribute(BasicStringRef name) const {
+  return tree().attribute(node_, name);
+}
+
 int XmlSection::childCount() const {
   return static_cast<int>(tree().childCount(node_));
 }

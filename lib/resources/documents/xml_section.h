@@ -13,6 +13,7 @@ class XmlSection final : public DataSection {
   BasicStringRef tag() const override;
   std::string value() const override;
   bool setValue(BasicStringRef value) override;
+  std::string attribute(BasicStringRef name) const override;
   int childCount() const override;
   SmartPointer<DataSection> child(int index) const override;
   SmartPointer<DataSection> findChild(BasicStringRef tag) const override;

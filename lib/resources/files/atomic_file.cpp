@@ -36,14 +36,6 @@ constexpr std::time_t kLeftOverAge = 60;  // seconds
 constexpr std::size_t kWorthACall = std::size_t{1} << 16U;
 constexpr int kNames = 1000;  // to be tried for a temporary file
 
-/// The file that a path means in the end. The path of a link that leads to nothing is left as it is.
-fs::path targetOf(const fs::path& file) {
-  std::error_code error;
-  if (!fs::is_symlink(file, error)) return file;
-  fs::path target = fs::canonical(file, error);
-  return error ? file : target;
-}
-
 /// Whether a temporary file was written long enough ago that its writer, if it lives, has locked it.
 bool isOld(int descriptor) {
   struct stat status {};
@@ -64,28 +56,45 @@ bool isForOthersToSet(int code) {
   return code == EPERM || code == EINVAL;
 }
 
+/// Looks at the file that is to be replaced. A link is as nothing: it leads to nothing, or was none when the
+/// place was opened.
+std::optional<FileFailure> examine(const OpenPlace& place, const std::string& name, struct stat& status,
+                                   bool& isThere) {
+  if (::fstatat(place.folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
+    return errno == ENOENT ? std::nullopt : std::optional(failedStep("examining", place.path(), errno));
+  isThere = !S_ISLNK(status.st_mode);
+  if (!isThere) return std::nullopt;
+  if (S_ISDIR(status.st_mode)) return failedStep("replacing", place.path(), EISDIR);
+  // Replacing needs no permission on the file itself; but who protects a file means its content.
+  const bool isProtected = (status.st_mode & kAnyWrite) == 0;
+  if (isProtected || ::faccessat(place.folder(), name.c_str(), W_OK, 0) != 0)
+    return failedStep("replacing the protected file", place.path(), isProtected ? EACCES : errno);
+  return std::nullopt;
+}
+
 /// One replacement, step by step; each step gives the failure that ends it.
 class Replacement {
  public:
-  explicit Replacement(const fs::path& file) : file_(targetOf(file)) {}
-  Replacement(const fs::path& file, const std::optional<FileIdentity>& version)
-      : file_(targetOf(file)), isVersionGiven_(true), version_(version) {}
+  explicit Replacement(const OpenPlace& place) : place_(place) {}
+  Replacement(const OpenPlace& place, const std::optional<FileIdentity>& version)
+      : place_(place), isVersionGiven_(true), version_(version) {}
+  Replacement(const OpenPlace& place, const std::string& pattern)
+      : place_(place), pattern_(pattern.empty() ? place.name() : pattern) {}
   ~Replacement() {
-    if (isTemporaryThere_) ::unlink(temporary_.c_str());
+    if (isTemporaryThere_) ::unlinkat(place_.folder(), temporary_.c_str(), 0);
   }
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
 
   std::optional<FileFailure> run(const PiecedText& content) {
-    if (auto failure = examine()) return failure;
-    if (auto failure = makeFolder(file_.parent_path())) return failure;
+    if (auto failure = examine(place_, pattern_, old_, isOldThere_)) return failure;
     removeLeftOvers();
     if (auto failure = open()) return failure;
     if (auto failure = write(content)) return failure;
     if (auto failure = flushAndClose()) return failure;
-    if (isVersionGiven_ && identityAt(file_) != version_) return changed();
-    if (retryOnEintr([&] { return ::rename(temporary_.c_str(), file_.c_str()); }) != 0)
-      return fail("renaming to", file_);
+    if (isVersionGiven_ && place_.identity() != version_) return changed();
+    if (retryOnEintr([&] { return ::renameat(folder(), temporary_.c_str(), folder(), name()); }) != 0)
+      return fail("renaming to");
     isTemporaryThere_ = false;
     return flushFolderOfFile();
   }
@@ -93,7 +102,7 @@ class Replacement {
   /// The new file's identity. Renaming touches the time of change; if anything else of it is not as it was
   /// left, another program has been there.
   std::optional<FileIdentity> identity() const {
-    std::optional<FileIdentity> now = identityAt(file_);
+    std::optional<FileIdentity> now = place_.identity();
     if (!now || !written_) return std::nullopt;
     FileIdentity expected = *written_;
     expected.changed = now->changed;
@@ -101,36 +110,23 @@ class Replacement {
   }
 
  private:
-  static std::optional<FileFailure> fail(const char* step, const fs::path& path) {
-    return failedStep(step, path, errno);
+  int folder() const { return place_.folder(); }
+  const char* name() const { return place_.name().c_str(); }
+  fs::path temporaryPath() const { return place_.path().parent_path() / temporary_; }
+
+  std::optional<FileFailure> fail(const char* step) const { return failedStep(step, place_.path(), errno); }
+  std::optional<FileFailure> failTemporary(const char* step) const {
+    return failedStep(step, temporaryPath(), errno);
   }
 
   std::optional<FileFailure> changed() const {
-    FileFailure failure{"another program has changed \"" + escapeControls(file_.native()) + "\" meanwhile",
-                        "look at that change", true, false};
-    return failure;
-  }
-
-  std::optional<FileFailure> examine() {
-    if (::stat(file_.c_str(), &old_) != 0) {
-      if (errno != ENOENT && errno != ENOTDIR) return fail("examining", file_);
-      return std::nullopt;
-    }
-    isOldThere_ = true;
-    if (S_ISDIR(old_.st_mode)) return failedStep("replacing", file_, EISDIR);
-    // Replacing needs no permission on the file itself; but who protects a file means its content.
-    const bool isProtected = (old_.st_mode & kAnyWrite) == 0;
-    if (isProtected || ::access(file_.c_str(), W_OK) != 0)
-      return failedStep("replacing the protected file", file_, isProtected ? EACCES : errno);
-    return std::nullopt;
+    return FileFailure{"another program has changed " + quotedName(place_.path().native()) + " meanwhile",
+                       "look at that change", true, false};
   }
 
   std::optional<FileFailure> open() {
-    const fs::path folder = folderAbove(file_);
-    folder_ = openFolder(folder);
-    if (!folder_) return fail("opening the folder", folder);
     makeTemporary();
-    if (!descriptor_) return fail("making", temporary_);
+    if (!descriptor_) return failTemporary("making");
     isTemporaryThere_ = true;
     tryLock(descriptor_.get());  // tells others that it is in use
     return isOldThere_ ? keepOwnerAndRights() : std::nullopt;
@@ -142,23 +138,25 @@ class Replacement {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
     const mode_t mode = isOldThere_ ? kOnlyOwner : kNewFile;  // until it has the old one's rights
     for (int attempt = 0; attempt < kNames; ++attempt) {
-      temporary_ = temporaryBeside(file_);
-      descriptor_ = FileDescriptor(retryOnEintr([&] { return ::open(temporary_.c_str(), kFlags, mode); }));
+      temporary_ = temporaryNameFor(place_.name());
+      descriptor_ =
+          FileDescriptor(retryOnEintr([&] { return ::openat(folder(), temporary_.c_str(), kFlags, mode); }));
       if (descriptor_ || errno != EEXIST) return;
     }
   }
 
   std::optional<FileFailure> keepOwnerAndRights() {
     struct stat made {};
-    if (::fstat(descriptor_.get(), &made) != 0) return fail("examining", temporary_);
+    if (::fstat(descriptor_.get(), &made) != 0) return failTemporary("examining");
     // Another owner can be set by few; the group or nothing at all is the best that others can do.
     const bool isOwnerOther = made.st_uid != old_.st_uid || made.st_gid != old_.st_gid;
     if (isOwnerOther && !setOwner(old_.st_uid) && !setOwner(made.st_uid) && !isForOthersToSet(errno))
-      return fail("setting the owner of", temporary_);
+      return failTemporary("setting the owner of");
     mode_t mode = old_.st_mode & kPermissions;
-    if (!copyAttributes(file_, descriptor_.get(), mode)) return fail("setting the attributes of", temporary_);
+    if (!copyAttributes(place_.folder(), pattern_, descriptor_.get(), mode))
+      return failTemporary("setting the attributes of");
     if (retryOnEintr([&] { return ::fchmod(descriptor_.get(), mode); }) != 0)
-      return fail("setting the permissions of", temporary_);
+      return failTemporary("setting the permissions of");
     return std::nullopt;
   }
 
@@ -168,14 +166,14 @@ class Replacement {
 
   /// What processes that were killed while they saved this file have left beside it.
   void removeLeftOvers() const {
-    const fs::path folder = folderAbove(file_);
-    const std::string beginning = '.' + file_.filename().string() + '.';
-    for (const std::string& name : FS::namesIn(folder).value_or(std::vector<std::string>())) {
-      if (!name.starts_with(beginning) || !isTemporaryName(name) || isOfAnotherLivingProcess(name, beginning))
+    const std::string beginning = '.' + place_.name() + '.';
+    for (const std::string& left : FS::namesIn(folder()).value_or(std::vector<std::string>())) {
+      if (!left.starts_with(beginning) || !isTemporaryName(left) || isOfAnotherLivingProcess(left, beginning))
         continue;
-      const fs::path path = folder / name;
-      const FileDescriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
-      if (descriptor && isOld(descriptor.get()) && tryLock(descriptor.get())) ::unlink(path.c_str());
+      const FileDescriptor descriptor(
+          ::openat(folder(), left.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+      if (descriptor && isOld(descriptor.get()) && tryLock(descriptor.get()))
+        ::unlinkat(folder(), left.c_str(), 0);
     }
   }
 
@@ -201,60 +199,77 @@ class Replacement {
     while (!content.empty()) {
       const ssize_t count =
           retryOnEintr([&] { return ::write(descriptor_.get(), content.data(), content.size()); });
-      if (count == 0) return failedStep("writing", temporary_, ENOSPC);
-      if (count < 0) return fail("writing", temporary_);
+      if (count == 0) return failedStep("writing", temporaryPath(), ENOSPC);
+      if (count < 0) return failTemporary("writing");
       content.remove_prefix(static_cast<std::size_t>(count));
     }
     return std::nullopt;
   }
 
   std::optional<FileFailure> flushAndClose() {
-    if (retryOnEintr([&] { return ::fsync(descriptor_.get()); }) != 0) return fail("flushing", temporary_);
+    if (retryOnEintr([&] { return ::fsync(descriptor_.get()); }) != 0) return failTemporary("flushing");
     written_ = identityOf(descriptor_.get());
     // An interrupted close has closed the file, whose content is on the disk already.
-    if (::close(descriptor_.release()) != 0 && errno != EINTR) return fail("closing", temporary_);
+    if (::close(descriptor_.release()) != 0 && errno != EINTR) return failTemporary("closing");
     return std::nullopt;
   }
 
   std::optional<FileFailure> flushFolderOfFile() {
-    if (flushFolder(folder_.get())) return std::nullopt;
-    auto failure = fail("flushing the folder of", file_);
+    if (flushFolder(folder())) return std::nullopt;
+    auto failure = fail("flushing the folder of");
     failure->isReplaced = true;
     return failure;
   }
 
-  fs::path file_;
+  const OpenPlace& place_;
+  std::string pattern_ = place_.name();  ///< of the file whose rights the new one gets
   bool isVersionGiven_ = false;
   std::optional<FileIdentity> version_;
-  fs::path temporary_;
+  std::string temporary_;
   struct stat old_ {};
   bool isOldThere_ = false;
   bool isTemporaryThere_ = false;
-  FileDescriptor folder_;
   FileDescriptor descriptor_;
   std::optional<FileIdentity> written_;
 };
 
 }  // namespace
 
-std::optional<FileFailure> replaceFile(const fs::path& file, const PiecedText& content) {
-  return Replacement(file).run(content);
+std::optional<FileFailure> replaceFile(const OpenPlace& place, const PiecedText& content) {
+  return Replacement(place).run(content);
 }
 
-std::optional<FileFailure> replaceVersion(const fs::path& file, const PiecedText& content,
+std::optional<FileFailure> makeFileLike(const std::string& pattern, const OpenPlace& place,
+                                        BasicStringRef content) {
+  return Replacement(place, pattern).run(PiecedText(content));
+}
+
+std::optional<FileFailure> replaceVersion(const OpenPlace& place, const PiecedText& content,
                                           std::optional<FileIdentity>& version) {
-  Replacement replacement(file, version);
+  Replacement replacement(place, version);
   std::optional<FileFailure> failure = replacement.run(content);
   version = failure ? std::nullopt : replacement.identity();
   return failure;
 }
 
-fs::path temporaryBeside(const fs::path& file) {
+std::optional<FileFailure> refusalToReplace(const OpenPlace& place) {
+  struct stat status {};
+  bool isThere = false;
+  return examine(place, place.name(), status, isThere);
+}
+
+std::optional<FileFailure> removeFile(const OpenPlace& place) {
+  if (::unlinkat(place.folder(), place.name().c_str(), 0) != 0 && errno != ENOENT)
+    return failedStep("removing", place.path(), errno);
+  if (flushFolder(place.folder())) return std::nullopt;
+  return failedStep("flushing the folder of", place.path(), errno);
+}
+
+std::string temporaryNameFor(BasicStringRef fileName) {
   static std::atomic<unsigned> s_count{0};
   const std::string ending =
       '.' + std::to_string(::getpid()) + '-' + std::to_string(++s_count) + std::string(kTemporaryEnding);
-  const std::string name = file.filename().string().substr(0, kLongestName - ending.size() - 1);
-  return file.parent_path() / ('.' + name + ending);
+  return '.' + std::string(fileName.substr(0, kLongestName - ending.size() - 1)) + ending;
 }
 
 bool isTemporaryName(BasicStringRef fileName) {

@@ -5,70 +5,113 @@
 #include <resources/files/new_folder.h>
 #include <resources/files/retry_on_eintr.h>
 
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+
 #include <fcntl.h>
 #include <unistd.h>
 #include <cerrno>
 #include <cstdio>
-#include <system_error>
 #include <utility>
 
 namespace Tal {
-
-namespace fs = std::filesystem;
-
 namespace {
 
 constexpr int kNames = 1000;  // to be tried
+constexpr mode_t kPermissions = 07777;
+constexpr std::size_t kPiece = std::size_t{1} << 30U;
 
 }  // namespace
 
-BackupFile::BackupFile(BackupFile&& other) noexcept
-    : file_(std::exchange(other.file_, {})),
-      backup_(std::exchange(other.backup_, {})),
-      isCopy_(other.isCopy_),
-      descriptor_(std::move(other.descriptor_)) {}
+std::optional<FileFailure> BackupFile::keep() {
+  return makeWith([this] { return linkOrCopy(); });
+}
 
-std::optional<FileFailure> BackupFile::keep(const fs::path& file) {
-  file_ = file;
-  std::error_code error = std::make_error_code(std::errc::file_exists);
+std::optional<FileFailure> BackupFile::take() {
+  if (auto failure = makeWith([this] { return moveAway(); })) return failure;
+  if (flushFolder(place_.folder())) return std::nullopt;
+  return failedStep("flushing the folder of", place_.path(), errno);
+}
+
+// Makes the second name; `make` is false, with errno, when it cannot.
+template <class Make>
+std::optional<FileFailure> BackupFile::makeWith(const Make& make) {
+  bool isMade = false;
   // Killed processes of the same number may have left some names.
-  for (int attempt = 0; attempt < kNames && error == std::errc::file_exists; ++attempt) {
-    backup_ = temporaryBeside(file);
-    fs::create_hard_link(file, backup_, error);
-    isCopy_ = error && error != std::errc::file_exists;
-    if (isCopy_) fs::copy_file(file, backup_, error);
-    if (error == std::errc::file_exists) backup_.clear();  // somebody else's
+  for (int attempt = 0; attempt < kNames && !isMade; ++attempt) {
+    backup_ = temporaryNameFor(place_.name());
+    isMade = make();
+    if (!isMade && errno != EEXIST) break;
   }
-  if (error) {
-    discard();
-    return failedStep("keeping the old", file, error.value());
+  if (!isMade) {
+    const int code = errno;
+    backup_.clear();
+    return failedStep("keeping the old", place_.path(), code);
   }
   // A version that this process may not read is not removed by its saves either, which look for a lock first.
-  descriptor_ = FileDescriptor(
-      retryOnEintr([&] { return ::open(backup_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK); }));
+  descriptor_ = FileDescriptor(retryOnEintr([this] {
+    return ::openat(place_.folder(), backup_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+  }));
   if (descriptor_) tryLock(descriptor_.get());
   return std::nullopt;
 }
 
+bool BackupFile::linkOrCopy() {
+  const int folder = place_.folder();
+  if (::linkat(folder, place_.name().c_str(), folder, backup_.c_str(), 0) == 0) return true;
+  if (errno == EEXIST) return false;
+  isCopy_ = copyFile();
+  if (isCopy_ || errno == EEXIST) return isCopy_;
+  const int code = errno;
+  ::unlinkat(folder, backup_.c_str(), 0);  // what was copied by then
+  errno = code;
+  return false;
+}
+
+bool BackupFile::moveAway() const {
+  const int folder = place_.folder();
+  const char* const from = place_.name().c_str();
+  if (::renameat2(folder, from, folder, backup_.c_str(), RENAME_NOREPLACE) == 0) return true;
+  // Some file systems do not know how to leave what is there.
+  if (errno != EINVAL && errno != ENOSYS) return false;
+  return ::renameat(folder, from, folder, backup_.c_str()) == 0;
+}
+
+// False, with errno, when that fails; what was copied by then is there.
+bool BackupFile::copyFile() const {
+  const FileDescriptor from = place_.openToRead();
+  struct stat status {};
+  if (!from || ::fstat(from.get(), &status) != 0) return false;
+  const FileDescriptor to(retryOnEintr([&] {
+    return ::openat(place_.folder(), backup_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                    status.st_mode & kPermissions);
+  }));
+  if (!to) return false;
+  ssize_t count = 1;
+  while (count > 0) count = retryOnEintr([&] { return ::sendfile(to.get(), from.get(), nullptr, kPiece); });
+  return count == 0;
+}
+
 std::optional<FileFailure> BackupFile::restore() {
-  const fs::path backup = std::exchange(backup_, {});
+  const std::string backup = std::exchange(backup_, {});
+  const int folder = place_.folder();
+  const char* const name = place_.name().c_str();
   if (isCopy_ && descriptor_) retryOnEintr([&] { return ::fsync(descriptor_.get()); });
-  if (retryOnEintr([&] { return ::rename(backup.c_str(), file_.c_str()); }) != 0) {
-    FileFailure failure = failedStep("putting back the old", file_, errno);
-    failure.hint += " and rename " + quotedName(backup.filename().string()) + " to " +
-                    quotedName(file_.filename().string()) + " before anything saves that again";
+  if (retryOnEintr([&] { return ::renameat(folder, backup.c_str(), folder, name); }) != 0) {
+    FileFailure failure = failedStep("putting back the old", place_.path(), errno);
+    failure.hint += " and rename " + quotedName(backup) + " to " + quotedName(place_.name()) +
+                    " before anything saves that again";
     return failure;
   }
-  ::unlink(backup.c_str());  // is there still if both were names of the same version
-  const FileDescriptor folder = openFolder(folderAbove(file_));
-  if (!folder || flushFolder(folder.get())) return std::nullopt;
-  FileFailure failure = failedStep("flushing the folder of", file_, errno);
+  ::unlinkat(folder, backup.c_str(), 0);  // is there still if both were names of the same version
+  if (flushFolder(folder)) return std::nullopt;
+  FileFailure failure = failedStep("flushing the folder of", place_.path(), errno);
   failure.isReplaced = true;
   return failure;
 }
 
 void BackupFile::discard() noexcept {
-  if (isKept()) ::unlink(backup_.c_str());
+  if (isKept()) ::unlinkat(place_.folder(), backup_.c_str(), 0);
   backup_.clear();
 }
 

@@ -2,9 +2,10 @@
 
 #include <resources/files/file_descriptor.h>
 #include <resources/files/file_failure.h>
+#include <resources/files/open_place.h>
 
-#include <filesystem>
 #include <optional>
+#include <string>
 
 namespace Tal {
 
@@ -13,15 +14,22 @@ namespace Tal {
 /// it for the left-over of a killed process. It goes with the object. Usable on any thread.
 class BackupFile {
  public:
-  /// Keeps nothing yet.
-  BackupFile() = default;
-  BackupFile(BackupFile&& other) noexcept;
-  BackupFile& operator=(BackupFile&&) = delete;
+  /// Keeps nothing yet of the file at `place`, which must outlive this object.
+  explicit BackupFile(const OpenPlace& place) noexcept : place_(place) {}
+  BackupFile(const BackupFile&) = delete;
+  BackupFile& operator=(const BackupFile&) = delete;
   ~BackupFile() { discard(); }
 
-  /// Keeps the version of `file` that is there now: as a hard link, or as a copy where the file system has
-  /// none. Empty when it succeeded. Links are not followed.
-  [[nodiscard]] std::optional<FileFailure> keep(const std::filesystem::path& file);
+  /// Keeps the version of the file that is there now: as a hard link, or as a copy where the file system has
+  /// none. Empty when it succeeded. A link is kept as itself.
+  [[nodiscard]] std::optional<FileFailure> keep();
+
+  /// Keeps that version by giving it the second name alone, so that there is no file any more. Empty when it
+  /// succeeded, and when the disk knows.
+  [[nodiscard]] std::optional<FileFailure> take();
+
+  /// The second name; empty when nothing is kept.
+  const std::string& name() const noexcept { return backup_; }
 
   bool isKept() const noexcept { return !backup_.empty(); }
 
@@ -35,8 +43,14 @@ class BackupFile {
   void discard() noexcept;
 
  private:
-  std::filesystem::path file_;
-  std::filesystem::path backup_;
+  template <class Make>
+  std::optional<FileFailure> makeWith(const Make& make);
+  bool linkOrCopy();
+  bool moveAway() const;
+  bool copyFile() const;
+
+  const OpenPlace& place_;
+  std::string backup_;
   bool isCopy_ = false;
   FileDescriptor descriptor_;
 };

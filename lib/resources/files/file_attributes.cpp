@@ -1,8 +1,11 @@
 #include <core/string_ref.h>
 #include <resources/files/file_attributes.h>
+#include <resources/files/file_descriptor.h>
+#include <resources/files/retry_on_eintr.h>
 
 #include <sys/xattr.h>
 
+#include <fcntl.h>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -51,10 +54,42 @@ std::optional<std::string> filledBy(const Call& call) {
   }
 }
 
-std::optional<std::string> attributeOf(const std::filesystem::path& file, const char* name) {
-  return filledBy(
-      [&](char* buffer, std::size_t size) { return ::getxattr(file.c_str(), name, buffer, size); });
-}
+/// A file whose attributes are read, opened so that no other one can be put in its place meanwhile.
+class Source {
+ public:
+  Source(int folder, const std::string& name) {
+    const auto open = [&](int flags) {
+      return FileDescriptor(
+          retryOnEintr([&] { return ::openat(folder, name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC); }));
+    };
+    file_ = open(O_RDONLY | O_NONBLOCK);
+    isReadable_ = static_cast<bool>(file_);
+    if (isReadable_ || errno != EACCES) return;
+    file_ = open(O_PATH);
+    path_ = "/proc/self/fd/" + std::to_string(file_.get());
+  }
+
+  /// False, with errno, when it could not be opened.
+  explicit operator bool() const noexcept { return static_cast<bool>(file_); }
+
+  std::optional<std::string> names() const {
+    return filledBy([this](char* buffer, std::size_t size) {
+      return isReadable_ ? ::flistxattr(file_.get(), buffer, size) : ::listxattr(path_.c_str(), buffer, size);
+    });
+  }
+
+  std::optional<std::string> attribute(const char* name) const {
+    return filledBy([&](char* buffer, std::size_t size) {
+      return isReadable_ ? ::fgetxattr(file_.get(), name, buffer, size)
+                         : ::getxattr(path_.c_str(), name, buffer, size);
+    });
+  }
+
+ private:
+  FileDescriptor file_;
+  bool isReadable_ = false;
+  std::string path_;
+};
 
 bool setAttribute(int file, const char* name, const std::string& value) {
   return ::fsetxattr(file, name, value.data(), value.size(), 0) == 0;
@@ -75,8 +110,8 @@ std::uint32_t groupRightsIn(BasicStringRef list) {
   return 0;
 }
 
-bool copyAccessControlList(const std::filesystem::path& from, int to, std::uint32_t& mode) {
-  const auto list = attributeOf(from, kAccessControlList);
+bool copyAccessControlList(const Source& from, int to, std::uint32_t& mode) {
+  const auto list = from.attribute(kAccessControlList);
   if (list && setAttribute(to, kAccessControlList, *list)) return true;
   if (!isToBeLeftOut(errno)) return false;
   // Beside a list, a mode tells of the group what others on the list may have.
@@ -89,25 +124,26 @@ bool removeAccessControlList(int file) {
   return !isThere || ::fremovexattr(file, kAccessControlList) == 0 || isToBeLeftOut(errno);
 }
 
-bool copyAttribute(const std::filesystem::path& from, int to, const char* name) {
-  const auto value = attributeOf(from, name);
+bool copyAttribute(const Source& from, int to, const char* name) {
+  const auto value = from.attribute(name);
   return (value && setAttribute(to, name, *value)) || isToBeLeftOut(errno);
 }
 
 }  // namespace
 
-bool copyAttributes(const std::filesystem::path& from, int to, std::uint32_t& mode) {
-  const auto names =
-      filledBy([&](char* buffer, std::size_t size) { return ::listxattr(from.c_str(), buffer, size); });
+bool copyAttributes(int folder, const std::string& name, int to, std::uint32_t& mode) {
+  const Source source(folder, name);
+  if (!source) return isToBeLeftOut(errno);
+  const auto names = source.names();
   if (!names && !isToBeLeftOut(errno)) return false;
   bool hasList = false;
   for (BasicStringRef rest = names ? BasicStringRef(*names) : BasicStringRef(); !rest.empty();) {
-    const BasicStringRef name = rest.substr(0, rest.find('\0'));
-    rest.remove_prefix(name.size() + 1);
-    hasList = hasList || name == kAccessControlList;
-    if (name.starts_with(kOfUsers) && !copyAttribute(from, to, name.data())) return false;
+    const BasicStringRef found = rest.substr(0, rest.find('\0'));
+    rest.remove_prefix(found.size() + 1);
+    hasList = hasList || found == kAccessControlList;
+    if (found.starts_with(kOfUsers) && !copyAttribute(source, to, found.data())) return false;
   }
-  return hasList ? copyAccessControlList(from, to, mode) : removeAccessControlList(to);
+  return hasList ? copyAccessControlList(source, to, mode) : removeAccessControlList(to);
 }
 
 }  // namespace Tal

@@ -63,7 +63,7 @@ BasicStringRef readingHintFor(int code) {
 }  // namespace
 
 FileFailure failedStep(const char* step, const std::filesystem::path& path, int code) {
-  return {std::string(step) + " \"" + escapeControls(path.native()) + "\": " + std::strerror(code),
+  return {std::string(step) + ' ' + quotedName(path.native()) + ": " + std::strerror(code),
           std::string(hintFor(code))};
 }
 

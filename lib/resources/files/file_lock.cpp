@@ -57,8 +57,8 @@ bool tryLock(int descriptor) noexcept {
   return retryOnEintr([descriptor] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0;
 }
 
-bool FileLock::isOf(const std::filesystem::path& file) const {
-  return isSameFile(identityOf(descriptor_.get()), identityAt(file));
+bool FileLock::isOf(const FileIdentity& file) const {
+  return isSameFile(identityOf(descriptor_.get()), file);
 }
 
 std::optional<FileLock> FileLock::acquire(const std::filesystem::path& file,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <resources/file_identity.h>
 #include <resources/files/file_descriptor.h>
 
 #include <chrono>
@@ -23,9 +24,9 @@ class FileLock {
                                                        std::chrono::milliseconds patience,
                                                        std::string& holder);
 
-  /// Whether it holds the file that is now at `file`: not when it holds nothing, nor when the file that it
-  /// was acquired for has been replaced.
-  bool isOf(const std::filesystem::path& file) const;
+  /// Whether it holds the file of that identity: not when it holds nothing, nor when that has replaced the
+  /// one that it was acquired for.
+  bool isOf(const FileIdentity& file) const;
 
   /// Why the lock holds nothing though the file is there: the system's reason. Else empty.
   const std::string& fault() const noexcept { return fault_; }

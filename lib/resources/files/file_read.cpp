@@ -33,6 +33,26 @@ std::ptrdiff_t readFully(int descriptor, char* into, std::size_t size) {
   return static_cast<std::ptrdiff_t>(done);
 }
 
+template <class Open>
+std::optional<FileFailure> readWhole(const Open& open, std::size_t largest, FileContent& content) {
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const FileDescriptor descriptor = open();
+    if (!descriptor) return failedReading("cannot open the file", errno);
+    const auto before = identityOf(descriptor.get());
+    if (!before) return failedReading("cannot examine the file", errno);
+    const auto size = static_cast<std::size_t>(before->size);
+    if (size > largest)
+      return FileFailure{"the file is larger than " + std::to_string(largest >> 20U) + " MiB", "divide it"};
+    content.bytes = ByteBuffer(size);
+    const std::ptrdiff_t count = readFully(descriptor.get(), content.bytes.data(), size);
+    if (count < 0) return failedReading("cannot read the file", errno);
+    content.identity = *before;
+    if (static_cast<std::size_t>(count) == size && identityOf(descriptor.get()) == before)
+      return std::nullopt;
+  }
+  return FileFailure{"the file is being written all the time", "wait until that is done"};
+}
+
 }  // namespace
 
 bool readPieces(const std::filesystem::path& file, const std::function<bool(BasicStringRef)>& take,
@@ -52,22 +72,11 @@ bool readPieces(const std::filesystem::path& file, const std::function<bool(Basi
 
 std::optional<FileFailure> readFile(const std::filesystem::path& file, std::size_t largest,
                                     FileContent& content) {
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    const FileDescriptor descriptor = openToRead(file);
-    if (!descriptor) return failedReading("cannot open the file", errno);
-    const auto before = identityOf(descriptor.get());
-    if (!before) return failedReading("cannot examine the file", errno);
-    const auto size = static_cast<std::size_t>(before->size);
-    if (size > largest)
-      return FileFailure{"the file is larger than " + std::to_string(largest >> 20U) + " MiB", "divide it"};
-    content.bytes = ByteBuffer(size);
-    const std::ptrdiff_t count = readFully(descriptor.get(), content.bytes.data(), size);
-    if (count < 0) return failedReading("cannot read the file", errno);
-    content.identity = *before;
-    if (static_cast<std::size_t>(count) == size && identityOf(descriptor.get()) == before)
-      return std::nullopt;
-  }
-  return FileFailure{"the file is being written all the time", "wait until that is done"};
+  return readWhole([&] { return openToRead(file); }, largest, content);
+}
+
+std::optional<FileFailure> readFile(const OpenPlace& place, std::size_t largest, FileContent& content) {
+  return readWhole([&] { return place.openToRead(); }, largest, content);
 }
 
 }  // namespace Tal

@@ -3,6 +3,7 @@
 #include <resources/bytes/byte_buffer.h>
 #include <resources/file_identity.h>
 #include <resources/files/file_failure.h>
+#include <resources/files/open_place.h>
 
 #include <cstddef>
 #include <filesystem>
@@ -18,6 +19,8 @@ struct FileContent {
 
 /// Reads a whole regular file of at most `largest` bytes. Returns why that failed; empty when it succeeded.
 [[nodiscard]] std::optional<FileFailure> readFile(const std::filesystem::path& file, std::size_t largest,
+                                                  FileContent& content);
+[[nodiscard]] std::optional<FileFailure> readFile(const OpenPlace& place, std::size_t largest,
                                                   FileContent& content);
 
 /// Hands a regular file's bytes to `take` piece by piece, from the first to the last, as long as that returns

@@ -1,9 +1,11 @@
+#include <resources/files/file_descriptor.h>
 #include <resources/files/folder_names.h>
 
 #include <dirent.h>
-
+#include <fcntl.h>
 #include <cerrno>
 #include <memory>
+#include <utility>
 
 namespace Tal::FS {
 namespace {
@@ -12,10 +14,8 @@ struct DirectoryCloser {
   void operator()(DIR* directory) const noexcept { ::closedir(directory); }
 };
 
-}  // namespace
-
-std::optional<std::vector<std::string>> namesIn(const std::filesystem::path& folder) {
-  const std::unique_ptr<DIR, DirectoryCloser> directory(::opendir(folder.c_str()));
+std::optional<std::vector<std::string>> namesFrom(DIR* opened) {
+  const std::unique_ptr<DIR, DirectoryCloser> directory(opened);
   if (!directory) return std::nullopt;
   std::vector<std::string> names;
   errno = 0;
@@ -25,6 +25,21 @@ std::optional<std::vector<std::string>> namesIn(const std::filesystem::path& fol
     errno = 0;
   }
   return errno == 0 ? std::optional(std::move(names)) : std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::vector<std::string>> namesIn(const std::filesystem::path& folder) {
+  return namesFrom(::opendir(folder.c_str()));
+}
+
+std::optional<std::vector<std::string>> namesIn(int folder) {
+  FileDescriptor copy(::fcntl(folder, F_DUPFD_CLOEXEC, 0));  // which the listing closes
+  DIR* const opened = copy ? ::fdopendir(copy.get()) : nullptr;
+  if (opened == nullptr) return std::nullopt;
+  static_cast<void>(copy.release());
+  ::rewinddir(opened);
+  return namesFrom(opened);
 }
 
 }  // namespace Tal::FS

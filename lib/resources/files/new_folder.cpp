@@ -22,6 +22,15 @@ FileFailure failedMaking(const fs::path& folder, int code) {
   return failure;
 }
 
+bool isFolderIn(int above, const char* name) {
+  struct stat status {};
+  return ::fstatat(above, name, &status, 0) == 0 && S_ISDIR(status.st_mode);
+}
+
+FileDescriptor openFolderAt(int above, const char* name, int flags) {
+  return FileDescriptor(retryOnEintr([&] { return ::openat(above, name, flags | O_DIRECTORY | O_CLOEXEC); }));
+}
+
 }  // namespace
 
 fs::path folderAbove(const fs::path& path) {
@@ -31,25 +40,37 @@ fs::path folderAbove(const fs::path& path) {
 std::optional<FileFailure> makeFolder(const fs::path& folder) {
   std::error_code error;
   if (folder.empty() || fs::is_directory(folder, error)) return std::nullopt;
+  if (!folder.has_filename()) return makeFolder(folder.parent_path());  // "NAME/"
   const fs::path above = folderAbove(folder);
   if (above == folder) return failedMaking(folder, ENOENT);
   if (auto failure = makeFolder(above)) return failure;
-  if (::mkdir(folder.c_str(), kNewFolder) != 0) {
+  const FileDescriptor opened = openFolderAt(AT_FDCWD, above.c_str(), O_PATH);
+  if (!opened) return failedMaking(folder, errno);
+  return makeFolderIn(opened.get(), folder.filename().native(), folder);
+}
+
+std::optional<FileFailure> makeFolderIn(int above, const std::string& name, const fs::path& shown) {
+  if (::mkdirat(above, name.c_str(), kNewFolder) != 0) {
     const int code = errno;
     // Another program may have made it meanwhile.
-    if (code == EEXIST && fs::is_directory(folder, error)) return std::nullopt;
-    return failedMaking(folder, code);
+    if (code == EEXIST && isFolderIn(above, name.c_str())) return std::nullopt;
+    return failedMaking(shown, code);
   }
-  const FileDescriptor descriptor = openFolder(above);
+  const FileDescriptor descriptor = openFolderAt(above, ".", O_RDONLY);
   if (descriptor ? flushFolder(descriptor.get()) : errno == EACCES) return std::nullopt;
-  auto failure = failedStep("flushing the folder of", folder, errno);
-  ::rmdir(folder.c_str());  // or nobody would flush it any more
+  auto failure = failedStep("flushing the folder of", shown, errno);
+  ::unlinkat(above, name.c_str(), AT_REMOVEDIR);  // or nobody would flush it any more
   return failure;
 }
 
-FileDescriptor openFolder(const fs::path& folder) {
-  return FileDescriptor(
-      retryOnEintr([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+NewFolders::NewFolders(fs::path folder) {
+  std::error_code error;
+  for (; !folder.empty() && !fs::exists(fs::symlink_status(folder, error)); folder = folderAbove(folder))
+    missing_.push_back(folder);
+}
+
+NewFolders::~NewFolders() {
+  for (const fs::path& folder : missing_) ::rmdir(folder.c_str());
 }
 
 bool flushFolder(int descriptor) {

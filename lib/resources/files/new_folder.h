@@ -5,6 +5,8 @@
 
 #include <filesystem>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace Tal {
 
@@ -14,14 +16,30 @@ namespace Tal {
 /// not there; those above it may be. Usable on any thread.
 [[nodiscard]] std::optional<FileFailure> makeFolder(const std::filesystem::path& folder);
 
+/// The same for one folder in an open one; `shown` is its path, for messages.
+[[nodiscard]] std::optional<FileFailure> makeFolderIn(int above, const std::string& name,
+                                                      const std::filesystem::path& shown);
+
+/// Removes at its end the folders of a path that were not there at its beginning, as far as they are empty.
+class NewFolders {
+ public:
+  explicit NewFolders(std::filesystem::path folder);
+  ~NewFolders();
+  NewFolders(const NewFolders&) = delete;
+  NewFolders& operator=(const NewFolders&) = delete;
+
+  /// Removes none of them.
+  void keep() noexcept { missing_.clear(); }
+
+ private:
+  std::vector<std::filesystem::path> missing_;  ///< the lowest first
+};
+
 /// The folder that a path stands in: "." for a name alone.
 std::filesystem::path folderAbove(const std::filesystem::path& path);
 
 /// Brings to the disk which files a folder holds. False, with errno, when that fails; a file system that
 /// has no such call keeps its own order, and counts as a success.
 [[nodiscard]] bool flushFolder(int descriptor);
-
-/// A folder opened to be flushed; holds nothing, with errno, when that fails.
-FileDescriptor openFolder(const std::filesystem::path& folder);
 
 }  // namespace Tal

@@ -91,8 +91,8 @@ int FolderWatcher::watchFolder(const FolderKey& key) {
   const int watch = watches_.addFolder(key, folder);
   const int code = errno;
   if (watch >= 0 || code == ENOENT || code == ENOTDIR) return watch;
-  collector_.noteProblem("the system does not tell of changes in \"" + escapeControls(folder.native()) +
-                         "\" and perhaps in other folders: " + std::strerror(code) + kOtherWay +
+  collector_.noteProblem("the system does not tell of changes in " + quotedName(folder.native()) +
+                         " and perhaps in other folders: " + std::strerror(code) + kOtherWay +
                          (code == ENOSPC ? "; raise fs.inotify.max_user_watches" : "; make it readable"));
   return -1;
 }

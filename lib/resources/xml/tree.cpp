@@ -89,6 +89,25 @@ BasicStringRef Tree::text(NodeIndex node, std::string& scratch) const {
   return trimmed(scratch);
 }
 
+std::string Tree::attribute(NodeIndex node, BasicStringRef name) const {
+  const Node& element = parsed_.nodes[node];
+  if (isAdded(element)) return {};
+  // Well-formed: names, each with "=" and a value in quotes, between white space.
+  BasicStringRef rest = sourceText(element.begin, element.contentBegin);
+  rest.remove_prefix(1 + tag(node).size());
+  for (auto sign = rest.find('='); sign != BasicStringRef::npos; sign = rest.find('=')) {
+    const BasicStringRef found = trimmed(rest.substr(0, sign));
+    rest = trimmed(rest.substr(sign + 1));
+    const BasicStringRef value = rest.substr(1, rest.find(rest.front(), 1) - 1);
+    rest.remove_prefix(value.size() + 2);
+    if (found != name) continue;
+    std::string text;
+    decode(value, parsed_.entities, text);
+    return text;
+  }
+  return {};
+}
+
 std::size_t Tree::endOf(const Node& node) const {
   return isEmptyTag(node) ? node.contentBegin : parsed_.source.view().find('>', node.contentEnd) + 1;
 }

@@ -69,6 +69,9 @@ class Tree {
   /// text had to be decoded.
   BasicStringRef text(NodeIndex node, std::string& scratch) const;
 
+  /// The value of an attribute; empty when the element has none of that name.
+  std::string attribute(NodeIndex node, BasicStringRef name) const;
+
   /// Whether an element was added, has neither text nor children yet, and is in no file.
   bool isUnwritten(NodeIndex node) const;
 

@@ -1,0 +1,104 @@
+#include <core/display_text.h>
+#include <resources/files/new_folder.h>
+#include <resources/files/open_place.h>
+#include <resources/files/path_links.h>
+#include <resources/files/retry_on_eintr.h>
+
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+namespace Tal {
+namespace {
+
+namespace fs = std::filesystem;
+
+FileDescriptor openAt(int folder, const char* name, int flags) {
+  return FileDescriptor(retryOnEintr([&] { return ::openat(folder, name, flags | O_CLOEXEC); }));
+}
+
+/// Opens a folder far below another in one step that follows no link; holds nothing when it is not there, and
+/// where the system does not know such a step.
+FileDescriptor openBeneath(int root, const fs::path& folder) {
+  open_how how{};
+  how.flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+  how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
+  return FileDescriptor(static_cast<int>(
+      retryOnEintr([&] { return ::syscall(SYS_openat2, root, folder.c_str(), &how, sizeof(how)); })));
+}
+
+/// Why a folder below another could not be opened, by errno.
+FileFailure failedFolder(int above, const char* name, const fs::path& shown) {
+  const int code = errno;
+  struct stat status {};
+  const bool isLink = ::fstatat(above, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
+  if (!isLink) {
+    FileFailure failure = failedStep("opening the folder", shown, code);
+    if (code == ENOTDIR) failure.hint = "move the file of that name away";
+    return failure;
+  }
+  return {quotedName(shown.native()) + " has just become a link", "put the folder itself in its place"};
+}
+
+/// The same folder by folder, making those that are missing. `shown` is the path of the root.
+std::optional<FileFailure> walkBeneath(FileDescriptor root, const fs::path& folder, fs::path shown,
+                                       FileDescriptor& found) {
+  constexpr int kStep = O_PATH | O_DIRECTORY | O_NOFOLLOW;
+  found = std::move(root);
+  for (const fs::path& step : folder) {
+    shown /= step;
+    FileDescriptor next = openAt(found.get(), step.c_str(), kStep);
+    if (!next && errno == ENOENT) {
+      if (auto failure = makeFolderIn(found.get(), step.native(), shown)) return failure;
+      next = openAt(found.get(), step.c_str(), kStep);
+    }
+    if (!next) return failedFolder(found.get(), step.c_str(), shown);
+    found = std::move(next);
+  }
+  found = openAt(found.get(), ".", O_RDONLY | O_DIRECTORY);
+  if (!found) return failedStep("opening the folder", shown, errno);
+  return std::nullopt;
+}
+
+FileFailure leadsOut(const fs::path& path) {
+  return {quotedName(path.native()) + " leads out of its root through a link",
+          "put the file itself in the place of the link"};
+}
+
+}  // namespace
+
+std::optional<FileFailure> OpenPlace::open(const RootedPath& place) {
+  std::error_code error;
+  const fs::path root = fs::canonical(place.root, error);
+  if (error) return failedStep("examining the folder", place.root, error.value());
+  path_ = fs::weakly_canonical(root / place.name, error);
+  if (error) return failedStep("examining", place.path(), error.value());
+  if (!FS::isPathBelow(path_, root) || path_ == root) return leadsOut(place.path());
+  FileDescriptor rootFolder = openAt(AT_FDCWD, root.c_str(), O_PATH | O_DIRECTORY);
+  if (!rootFolder) return failedStep("opening the folder", root, errno);
+  const fs::path relative = path_.lexically_relative(root);
+  name_ = relative.filename().native();
+  const fs::path folder = relative.parent_path();
+  folder_ = folder.empty() ? FileDescriptor() : openBeneath(rootFolder.get(), folder);
+  if (folder_) return std::nullopt;
+  return walkBeneath(std::move(rootFolder), folder, root, folder_);
+}
+
+std::optional<FileIdentity> OpenPlace::identity() const {
+  struct stat status {};
+  if (::fstatat(folder_.get(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return std::nullopt;
+  if (S_ISLNK(status.st_mode)) return std::nullopt;
+  return identityIn(status);
+}
+
+FileDescriptor OpenPlace::openToRead() const {
+  return openAt(folder_.get(), name_.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW);
+}
+
+}  // namespace Tal
