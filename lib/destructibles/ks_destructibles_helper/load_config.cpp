@@ -3,12 +3,11 @@
 #include <destructibles/ks_destructibles_helper.h>
 #include <destructibles/ks_destructibles_helper/loaded_tables.h>
 #include <destructibles/ks_destructibles_helper/tracked_source.h>
+#include <destructibles/load_rules.h>
 #include <render/render_system.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
 
-#include <algorithm>
-#include <map>
 #include <optional>
 #include <utility>
 
@@ -22,49 +21,6 @@ namespace tags = database_format::tags;
 
 // The frame of the last reload that a change of the file caused; shared by all helpers.
 std::uint32_t s_lastReloadStamp = 0;
-
-std::vector<std::string> splitAtSpaces(BasicStringRef text) {
-  std::vector<std::string> tokens;
-  for (auto begin = text.find_first_not_of(' '); begin != BasicStringRef::npos;) {
-    const auto end = std::min(text.find(' ', begin), text.size());
-    tokens.emplace_back(text.substr(begin, end - begin));
-    begin = text.find_first_not_of(' ', end);
-  }
-  return tokens;
-}
-
-// The record of a name, made if it lacks. Many files are sorted, and every name the last so far.
-template <class Record>
-Record& recordOf(std::map<std::string, Record>& table, std::string name) {
-  return table.try_emplace(table.end(), std::move(name))->second;
-}
-
-std::map<std::string, KsDestructibleModuleDesc> readModules(const DataSection& modules) {
-  std::map<std::string, KsDestructibleModuleDesc> table;
-  for (const SmartPointer<DataSection>& module : modules) {
-    std::string name = module->readString(keys::kMaterialName, "", 0);
-    if (name.empty()) continue;
-    KsDestructibleModuleDesc& desc = recordOf(table, std::move(name));
-    desc.health = module->readInt(keys::kHealth, 80);
-    desc.effectScale = module->readFloat(keys::kEffectScale, 1.0F);
-    desc.effectHP = module->readString(keys::kEffectHardPoint, "", 0);
-    desc.ramEffect = module->readString(keys::kRamEffect, UNDEFINED_EFFECT, 0);
-    desc.hitEffect = module->readString(keys::kHitEffect, "", 0);
-    desc.decayEffect = module->readString(keys::kDecayEffect, UNDEFINED_EFFECT, 0);
-  }
-  return table;
-}
-
-KsDestructiblesHelper::DestrStates_t readStates(const DataSection& states) {
-  KsDestructiblesHelper::DestrStates_t record;
-  for (const SmartPointer<DataSection>& state : states) {
-    std::string name = state->readString(keys::kStateName, "", 0);
-    const std::string materials = state->readString(keys::kDestroyedMaterials, "", 0);
-    if (name.empty()) continue;
-    record.states[std::move(name)] = splitAtSpaces(materials);
-  }
-  return record;
-}
 
 }  // namespace
 
@@ -147,41 +103,22 @@ void KsDestructiblesHelper::readSaved(DataSection& root) {
   s_lastLoad.contentStamp = contentStamp;
 }
 
-// The defaults of the reads differ on purpose from those of the records.
-
 void KsDestructiblesHelper::readFragile(std::string model, const DataSection& entry) {
-  KsDestructibleFragileDesc& desc = recordOf(s_destrFragileMap, std::move(model));
-  desc.health = entry.readInt(keys::kHealth, 5);
-  desc.effect = entry.readString(keys::kEffect, UNDEFINED_EFFECT, 0);
-  desc.hitEffect = entry.readString(keys::kHitEffect, "", 0);
-  desc.effectHP = entry.readString(keys::kEffectHardPoint, "", 0);
-  desc.effectScale = entry.readFloat(keys::kEffectScale, 1.0F);
-  desc.decayEffect = entry.readString(keys::kDecayEffect, UNDEFINED_EFFECT, 0);
-  desc.matName = entry.readString(keys::kMaterialName, "", 0);
-  desc.lifetimeEffect = entry.readString(keys::kLifetimeEffect, UNDEFINED_EFFECT, 0);
-  desc.achievementTag = entry.readString(keys::kAchievementTag, "", 0);
+  load_rules::readRecord(entry, load_rules::recordOf(s_destrFragileMap, std::move(model)));
 }
 
 void KsDestructiblesHelper::readFallingAtom(std::string model, const DataSection& entry) {
-  KsDestructibleFallingAtomDesc& desc = recordOf(s_destrFallingAtomMap, std::move(model));
-  desc.health = entry.readInt(keys::kHealth, 20);
-  desc.physicParams = entry.readString(keys::kPhysicParams, "200 3.2 0.03 150000 10000 0 0.05", 0);
-  desc.lifetimeEffect = entry.readString(keys::kLifetimeEffect, UNDEFINED_EFFECT, 0);
-  desc.fractureEffect = entry.readString(keys::kFractureEffect, "", 0);
-  desc.touchdownEffect = entry.readString(keys::kTouchdownEffect, "", 0);
-  desc.touchdownBreakEffect = entry.readString(keys::kTouchdownBreakEffect, "", 0);
-  desc.effectScale = entry.readFloat(keys::kEffectScale, 1.0F);
-  desc.achievementTag = entry.readString(keys::kAchievementTag, "", 0);
+  load_rules::readRecord(entry, load_rules::recordOf(s_destrFallingAtomMap, std::move(model)));
 }
 
 void KsDestructiblesHelper::readStructure(const std::string& model, DataSection& entry) {
   // Every structure of the file on purpose: the tag that stays is that of the last one.
   structureAchievementTag_ = entry.readString(keys::kAchievementTag, "", 0);
   if (const auto modules = entry.openSection(tags::kModules, false, nullptr); modules) {
-    recordOf(s_destrModuleMap, model) = readModules(*modules);
+    load_rules::recordOf(s_destrModuleMap, model) = load_rules::readModules(*modules);
   }
   if (const auto states = entry.openSection(tags::kStates, false, nullptr); states) {
-    recordOf(s_destrStateMap, model) = readStates(*states);
+    load_rules::recordOf(s_destrStateMap, model).states = load_rules::readStates(*states);
   }
 }
 
