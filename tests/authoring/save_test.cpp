@@ -1,15 +1,11 @@
+#include <authoring/program_that_saves.h>
 #include <authoring/session_fixture.h>
-#include <resources/files/file_lock.h>
 #include <resources/save_group.h>
+#include <support/full_disk.h>
 
-#include <sys/resource.h>
-#include <chrono>
-#include <csignal>
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <string>
-#include <thread>
 
 namespace Tal::authoring {
 namespace {
@@ -174,27 +170,6 @@ TEST_F(Saving, IsRefusedWhenTheDatabaseIsGone) {
   EXPECT_EQ(open(kCrate)->description().fragile.value().health, 35);
 }
 
-/// While it lives, no file of this process can grow: every save fails, whoever runs the test.
-class FullDisk {
- public:
-  FullDisk() {
-    ::getrlimit(RLIMIT_FSIZE, &before_);
-    const rlimit none{0, before_.rlim_max};
-    previousAction_ = std::signal(SIGXFSZ, SIG_IGN);
-    ::setrlimit(RLIMIT_FSIZE, &none);
-  }
-  ~FullDisk() {
-    ::setrlimit(RLIMIT_FSIZE, &before_);
-    std::signal(SIGXFSZ, previousAction_);
-  }
-  FullDisk(const FullDisk&) = delete;
-  FullDisk& operator=(const FullDisk&) = delete;
-
- private:
-  rlimit before_{};
-  void (*previousAction_)(int) = SIG_DFL;
-};
-
 constexpr char kNotWritten[] =
     "the save of scripts/destructibles.xml failed, for the reason in the message before this one: when it is "
     "mended, do the same again";
@@ -202,30 +177,6 @@ constexpr char kNotWritten[] =
 class AFailedSave : public Saving {
  protected:
   AFailedSave() { writeDatabase(kOneFragile); }
-};
-
-/// What looks like another program that is saving the database when this begins, and ends its save a moment
-/// later: the lock does not ask who opened the file. (A real one, forked off, would be without the thread
-/// that watches the roots, whatever that was doing.)
-class ProgramThatSaves {
- public:
-  ProgramThatSaves(const support::MountedRoot& folder, const std::string& text) {
-    std::string holder;
-    lock_ = FileLock::acquire(folder / "scripts/destructibles.xml", std::chrono::seconds(9), holder);
-    EXPECT_TRUE(lock_) << holder;
-    rest_ = std::thread([this, &folder, text] {
-      std::this_thread::sleep_for(std::chrono::milliseconds(100));
-      folder.replace("scripts/destructibles.xml", text);
-      lock_.reset();
-    });
-  }
-  ~ProgramThatSaves() { rest_.join(); }
-  ProgramThatSaves(const ProgramThatSaves&) = delete;
-  ProgramThatSaves& operator=(const ProgramThatSaves&) = delete;
-
- private:
-  std::optional<FileLock> lock_;
-  std::thread rest_;
 };
 
 TEST_F(Saving, TakesOverWhatAnotherProgramIsJustSavingForTheSameModel) {
@@ -343,7 +294,7 @@ TEST_F(AFailedSave, TellsOfNothingThatItWouldHaveRemoved) {
   expectDone(session->set({{"health", "35"}}));
   Outcome outcome;
   {
-    const FullDisk disk;
+    const support::FullDisk disk;
     outcome = session->save();
   }
   EXPECT_EQ(outcome.refusal, kNotWritten);
@@ -355,7 +306,7 @@ TEST_F(AFailedSave, KeepsTheFileAndTheEditsAndMayBeTriedAgain) {
   const auto session = open(kCrate);
   expectDone(session->set({{"health", "35"}}));
   {
-    const FullDisk disk;
+    const support::FullDisk disk;
     EXPECT_EQ(session->save().refusal, kNotWritten);
   }
   EXPECT_EQ(messages_.criticalCount(), 1);
@@ -374,7 +325,7 @@ TEST_F(AFailedSave, OfAStructureKeepsItsTagModulesAndStates) {
   expectDone(session->setModule("n_wall_1", {{"health", "9"}}));
   expectDone(session->addState("open"));
   {
-    const FullDisk disk;
+    const support::FullDisk disk;
     EXPECT_EQ(session->save().refusal, kNotWritten);
   }
   EXPECT_EQ(readDatabase(), kOneFragile);
@@ -390,7 +341,7 @@ TEST_F(AFailedSave, OfAModelWithoutACategoryIsNotTakenForDone) {
   auto session = open(kCrate);
   expectDone(session->convert(DT_NON_DESTRUCTIBLE));
   {
-    const FullDisk disk;
+    const support::FullDisk disk;
     EXPECT_EQ(session->save().refusal, kNotWritten);
   }
   EXPECT_EQ(readDatabase(), kOneFragile);

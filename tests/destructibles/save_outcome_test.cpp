@@ -1,11 +1,11 @@
 #include <destructibles/fixture.h>
 #include <resources/files/file_lock.h>
 #include <resources/save_patience.h>
+#include <support/full_disk.h>
 
 #include <sys/resource.h>
 #include <unistd.h>
 #include <chrono>
-#include <csignal>
 #include <cstring>
 #include <optional>
 
@@ -19,26 +19,6 @@ using ::testing::IsEmpty;
 using ::testing::Key;
 
 class TheOutcomeOfASave : public DestructiblesTest {};
-
-/// A disk that has room for no file above a size, for the length of a scope.
-class FullDisk {
- public:
-  explicit FullDisk(rlim_t largestFile) : previousHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &previous_);
-    const rlimit small{largestFile, previous_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-  }
-  ~FullDisk() {
-    setrlimit(RLIMIT_FSIZE, &previous_);
-    std::signal(SIGXFSZ, previousHandler_);
-  }
-  FullDisk(const FullDisk&) = delete;
-  FullDisk& operator=(const FullDisk&) = delete;
-
- private:
-  rlimit previous_{};
-  void (*previousHandler_)(int);
-};
 
 TEST_F(TheOutcomeOfASave, WithoutADatabaseReportsFalseAndOnlyClearsTheMissingFlag) {
   const OpenModel crate({}, "crate.model");
@@ -242,7 +222,7 @@ TEST_F(TheOutcomeOfASave, OnAFullDiskIsAFailureThatIsReportedOnceAndKeepsFileAnd
     messages_.clear();
     bool saved = true;
     {
-      const FullDisk disk(room);
+      const support::FullDisk disk(room);
       saved = crate->saveConfig();
     }
     EXPECT_FALSE(saved);
@@ -338,7 +318,7 @@ TEST_F(TheOutcomeOfASave, OfANewStructureThatFailsKeepsItsModulesStatesAndTagFor
   ASSERT_TRUE(house->addMaterialToDestrState("ruined", "nwall"));
   ASSERT_TRUE(house->updateStructureAchievementTag("hero"));
   {
-    const FullDisk disk(0);
+    const support::FullDisk disk(0);
     EXPECT_FALSE(house->saveConfig());
     EXPECT_FALSE(house->saveConfig()) << "trying again fails again";
   }
@@ -368,7 +348,7 @@ TEST_F(TheOutcomeOfASave, ThatCannotRemoveTheEntriesOfAModelOfNoCategoryLeavesTh
   const OpenModel crate({}, "crate");
   crate->setAsNonDestructible(true);
   {
-    const FullDisk disk(0);
+    const support::FullDisk disk(0);
     EXPECT_FALSE(crate->saveConfig());
   }
   EXPECT_EQ(readDatabase(), text);
@@ -430,7 +410,7 @@ class AfterAFailedSave : public DestructiblesTest {
     crate_.emplace(support::ModelParts{}, "crate");
     other_.emplace(support::ModelParts{}, "other");
     setHealth(*crate_, 77);
-    const FullDisk disk(0);
+    const support::FullDisk disk(0);
     EXPECT_FALSE((*crate_)->saveConfig());
   }
 
