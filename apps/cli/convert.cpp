@@ -1,4 +1,5 @@
 #include <authoring/category.h>
+#include <authoring/gone_model.h>
 #include <authoring/session.h>
 #include <cli/commands.h>
 #include <cli/tool.h>
@@ -30,8 +31,31 @@ std::optional<KsDestructibleType> chosenCategory(const std::string& name) {
   throw Refusal("there is no category " + quotedName(name) + nameSuggestion(name, names));
 }
 
+std::string conversionText(const std::string& model, const authoring::Outcome& outcome,
+                           const std::string& category) {
+  const std::string before = outcome.changes.empty() ? "" : outcome.changes.front().before + " -> ";
+  return escapeControls(model) + ": category " + before + category + (before.empty() ? " already" : "") +
+         "\n";
+}
+
+// Without the model's files the entries are removed as an edit of the document.
+void removeGoneModel(const std::string& model, Tool& tool) {
+  authoring::Removal removal;
+  tool.save([&] {
+    removal = authoring::removeGoneModel(model);
+    return removal.outcome;
+  });
+  tool.print(
+      conversionText(model, removal.outcome, std::string(authoring::categoryName(DT_NON_DESTRUCTIBLE))));
+  for (const std::string& section : removal.removed.sections)
+    tool.print(escapeControls(model) + ": removed its entry in " + escapeControls(section) + "\n");
+}
+
 void convert(const ConvertOptions& options, Tool& tool) {
   const std::optional<KsDestructibleType> chosen = chosenCategory(options.category);
+  tool.setUpRoots();
+  if (chosen == DT_NON_DESTRUCTIBLE && authoring::readGoneModel(options.model))
+    return removeGoneModel(options.model, tool);
   const auto session = tool.openSession(options.model);
   const KsDestructibleType category = chosen.value_or(session->suggestedCategory());
   const authoring::Outcome outcome = session->convert(category);
@@ -41,10 +65,7 @@ void convert(const ConvertOptions& options, Tool& tool) {
     throw Refusal("another program has given " + quotedName(options.model) + " the category " +
                   quotedName(authoring::categoryName(session->category())) + " meanwhile; convert it again");
   }
-  const std::string name(authoring::categoryName(category));
-  const std::string before = outcome.changes.empty() ? "" : outcome.changes.front().before + " -> ";
-  tool.print(escapeControls(options.model) + ": category " + before + name +
-             (before.empty() ? " already" : "") + "\n");
+  tool.print(conversionText(options.model, outcome, std::string(authoring::categoryName(category))));
 }
 
 }  // namespace

@@ -59,6 +59,7 @@ Json warningsJson(const Session& session) {
 std::string modelJson(Session& session) {
   Json json = {{"model", session.modelName()},
                {"category", authoring::categoryName(session.category())},
+               {"modelFile", true},
                {"missingInDatabase", session.isMissingInDatabase()}};
   addRecords(session.description(), json);
   json["states"] = statesJson(session);
@@ -67,6 +68,19 @@ std::string modelJson(Session& session) {
   json["hardPoints"] = session.hardPoints();
   json["bspMaterials"] = session.bspMaterials();
   json["warnings"] = warningsJson(session);
+  return jsonText(json);
+}
+
+std::string modelJson(const authoring::GoneModel& gone) {
+  const Description& description = gone.description;
+  Json json = {{"model", gone.modelName},
+               {"category", authoring::categoryName(description.category)},
+               {"modelFile", false},
+               {"missingInDatabase", false},
+               {"entries", gone.sections}};
+  addRecords(description, json);
+  json["states"] = Json(description.states);
+  json["warnings"] = Json::array({{{"warning", "no-model-file"}, {"text", gone.reason}}});
   return jsonText(json);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <authoring/gone_model.h>
 #include <authoring/session.h>
 #include <cli/table.h>
 
@@ -10,7 +11,11 @@ namespace Tal::cli {
 /// Everything that is known of a session's model, as one JSON document.
 std::string modelJson(authoring::Session& session);
 
+/// What the database holds of a model that is gone; what only its files would tell is absent.
+std::string modelJson(const authoring::GoneModel& gone);
+
 /// The same for people.
 std::string modelText(authoring::Session& session, const Style& style);
+std::string modelText(const authoring::GoneModel& gone, const Style& style);
 
 }  // namespace Tal::cli

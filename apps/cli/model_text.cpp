@@ -55,10 +55,10 @@ std::string modulesText(const Description::Modules& modules, const Style& style)
   return section("modules", table, style);
 }
 
-std::string statesText(Session& session, const Style& style) {
+template <class States>
+std::string statesText(const States& states, const Style& style) {
   Table table(kIndent);
-  for (const auto& [state, materials] : session.states())
-    table.add({escapeControls(state), joined(materials)});
+  for (const auto& [state, materials] : states) table.add({escapeControls(state), joined(materials)});
   return section("states", table, style);
 }
 
@@ -80,18 +80,37 @@ std::string materialsText(const Session& session, const Style& style) {
   return section("materials in the state " + escapeControls(session.shownState()), table, style);
 }
 
-std::string warningsText(const Session& session, const Style& style) {
+std::string warningsText(const std::vector<std::string>& warnings, const Style& style) {
   std::string text;
-  for (const authoring::MaterialWarning& warning : session.materialWarnings())
-    text += "  " + style.warning(warning.text) + "\n";
+  for (const std::string& warning : warnings) text += "  " + style.warning(warning) + "\n";
   return text.empty() ? text : "\n" + style.heading("warnings") + "\n" + text;
+}
+
+std::vector<std::string> warningsOf(const Session& session) {
+  std::vector<std::string> warnings;
+  for (authoring::MaterialWarning& warning : session.materialWarnings())
+    warnings.push_back(std::move(warning.text));
+  return warnings;
+}
+
+std::string categoryText(const std::string& modelName, KsDestructibleType category) {
+  const bool isVariant = database_format::isVariantName(modelName);
+  return std::string(authoring::categoryName(category)) +
+         (isVariant ? " (a variant has none of its own)" : "");
+}
+
+std::string recordsText(const Description& description, const Style& style) {
+  std::string text;
+  if (description.category == DT_STRUCTURE) text += modulesText(description.modules, style);
+  if (description.fragile) text += recordText("fragile", authoring::fieldsOf(*description.fragile), style);
+  if (description.fallingAtom)
+    text += recordText("falling atom", authoring::fieldsOf(*description.fallingAtom), style);
+  return text;
 }
 
 std::string overviewText(Session& session, const Description& description) {
   Table table(kIndent);
-  std::string category(authoring::categoryName(description.category));
-  if (database_format::isVariantName(session.modelName())) category += " (a variant has none of its own)";
-  table.add({"category", category});
+  table.add({"category", categoryText(session.modelName(), description.category)});
   if (session.isMissingInDatabase()) table.add({"in the database", "no"});
   if (description.category == DT_STRUCTURE)
     table.add({"achievementTag", orNothing(escapeControls(description.achievementTag))});
@@ -106,13 +125,24 @@ std::string modelText(Session& session, const Style& style) {
   const Description description = session.description();
   std::string text =
       style.heading(escapeControls(session.modelName())) + "\n" + overviewText(session, description);
-  if (description.category == DT_STRUCTURE) text += modulesText(description.modules, style);
-  if (description.fragile) text += recordText("fragile", authoring::fieldsOf(*description.fragile), style);
-  if (description.fallingAtom)
-    text += recordText("falling atom", authoring::fieldsOf(*description.fallingAtom), style);
-  text += statesText(session, style);
+  text += recordsText(description, style);
+  text += statesText(session.states(), style);
   text += materialsText(session, style);
-  return text + warningsText(session, style);
+  return text + warningsText(warningsOf(session), style);
+}
+
+std::string modelText(const authoring::GoneModel& gone, const Style& style) {
+  const Description& description = gone.description;
+  Table overview(kIndent);
+  overview.add({"category", categoryText(gone.modelName, description.category)});
+  overview.add({"model file", "none"});
+  overview.add({"entries", joined(gone.sections)});
+  if (description.category == DT_STRUCTURE)
+    overview.add({"achievementTag", orNothing(escapeControls(description.achievementTag))});
+  std::string text = style.heading(escapeControls(gone.modelName)) + "\n" + overview.text();
+  text += recordsText(description, style);
+  if (!description.states.empty()) text += statesText(description.states, style);
+  return text + warningsText({gone.reason}, style);
 }
 
 }  // namespace Tal::cli

@@ -1,3 +1,4 @@
+#include <authoring/gone_model.h>
 #include <authoring/session.h>
 #include <cli/commands.h>
 #include <cli/model_report.h>
@@ -19,6 +20,12 @@ struct ShowOptions {
 };
 
 void show(const ShowOptions& options, Tool& tool) {
+  tool.setUpRoots();
+  // What a state shows depends on the model's materials, so that one is asked of a session.
+  if (const auto gone = authoring::readGoneModel(options.model); gone && !options.hasState) {
+    tool.print(options.isJson ? modelJson(*gone) : modelText(*gone, Style::ofStandardOutput()));
+    return;
+  }
   const auto session = tool.openSession(options.model);
   if (options.hasState) Tool::check(session->showState(options.state));
   tool.print(options.isJson ? modelJson(*session) : modelText(*session, Style::ofStandardOutput()));

@@ -100,6 +100,7 @@ void Tool::say(std::string_view text) {
 }
 
 void Tool::setUpRoots() const {
+  if (FS::fileSystem() != nullptr) return;
   std::vector<fs::path> roots = chooseRoots(givenRoots_);
   if (roots.empty()) {
     throw Refusal(std::string("no resource root: no folder from here upwards holds ") +
@@ -150,16 +151,20 @@ HeldInterrupts::~HeldInterrupts() {
 namespace {
 
 // What is to be said of the save waits until others may save and interrupts end the program again.
-authoring::Outcome savedWithoutInterrupt(authoring::Session& session) {
+authoring::Outcome withoutInterrupt(const std::function<authoring::Outcome()>& operation) {
   const HeldInterrupts held;
-  return session.save();
+  return operation();
 }
 
 }  // namespace
 
 bool Tool::save(authoring::Session& session) {
+  return save([&session] { return session.save(); });
+}
+
+bool Tool::save(const std::function<authoring::Outcome()>& operation) {
   const std::optional<FileIdentity> before = authoring::databaseIdentity();
-  check(savedWithoutInterrupt(session));
+  check(withoutInterrupt(operation));
   noteDone("the model was saved");
   return authoring::databaseIdentity() != before;
 }

@@ -5,6 +5,7 @@
 
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): sets of signals are POSIX
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -39,8 +40,8 @@ class Tool {
   /// Writes one message to standard error, as one line, whatever the text holds.
   static void say(std::string_view text);
 
-  /// Sets up the resource roots: those given, else the environment's, else the nearest folder upwards that
-  /// holds a database. Refuses when there are none or one is no folder.
+  /// Sets up the resource roots, unless they are: those given, else the environment's, else the nearest
+  /// folder upwards that holds a database. Refuses when there are none or one is no folder.
   void setUpRoots() const;
 
   /// Sets up the roots and opens a session on a model, or refuses.
@@ -54,6 +55,9 @@ class Tool {
 
   /// Saves, says what the save drops and adds, and refuses when it failed. Whether the file was changed.
   bool save(authoring::Session& session);
+
+  /// The same for any other operation that saves the database.
+  bool save(const std::function<authoring::Outcome()>& operation);
 
  private:
   std::vector<std::string> givenRoots_;

@@ -4,6 +4,7 @@
 #include <model/model_names.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
+#include <resources/resource_name.h>
 
 #include <filesystem>
 #include <map>
@@ -19,7 +20,7 @@ namespace fs = std::filesystem;
 // A name that cannot be a resource has no file; asking for it would only be reported.
 bool isModelFile(const std::string& model) {
   const FS::MultiFileSystem* const files = FS::fileSystem();
-  return files != nullptr && FS::MultiFileSystem::refusalOf(model).empty() && files->find(model).has_value();
+  return files != nullptr && canNameModel(model) && files->find(model).has_value();
 }
 
 std::map<std::string, CategoryMarks> gatherMarks(const DataSection& root) {
@@ -74,6 +75,10 @@ std::optional<FileIdentity> databaseIdentity() {
   if (files == nullptr) return std::nullopt;
   const auto file = files->find(database_format::kDatabaseFile);
   return file ? identityAt(file->path()) : std::nullopt;
+}
+
+bool canNameModel(const std::string& modelName) {
+  return FS::MultiFileSystem::refusalOf(modelName).empty() && normalisedName(modelName) == modelName;
 }
 
 std::optional<std::vector<CatalogueEntry>> readCatalogue() {

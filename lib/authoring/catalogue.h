@@ -20,8 +20,12 @@ std::optional<FileIdentity> databaseIdentity();
 struct CatalogueEntry {
   std::string model;
   KsDestructibleType category = DT_NON_DESTRUCTIBLE;  ///< as a session on the model would find it
-  bool hasModelFile = false;                          ///< whether a resource root holds the model
+  bool hasModelFile = false;                          ///< whether a resource root holds a model of this name
 };
+
+/// Whether a model can be of this name: one that names a resource, in the only spelling that the database
+/// may use for it.
+bool canNameModel(const std::string& modelName);
 
 /// Every model that the database names, in ascending order; nothing when the database cannot be opened (what
 /// is wrong with a file that is there has then been logged). Main thread only.

@@ -1,5 +1,6 @@
 #include <authoring/database_entries.h>
 #include <destructibles/database_format.h>
+#include <destructibles/load_rules.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
 
@@ -11,25 +12,30 @@ namespace {
 namespace keys = database_format::keys;
 namespace tags = database_format::tags;
 
-std::map<std::string, std::string> readHardPoints(const DataSection& modules) {
-  std::map<std::string, std::string> hardPoints;
-  for (const SmartPointer<DataSection> module : modules) {
-    std::string name = module->readString(keys::kMaterialName);
-    if (!name.empty()) hardPoints[std::move(name)] = module->readString(keys::kEffectHardPoint);
-  }
-  return hardPoints;
-}
-
 // As a load takes it: what a later entry has replaces what an earlier one had.
-void noteStructure(FileEntries& entries, DataSection& entry) {
-  entries.achievementTag = entry.readString(keys::kAchievementTag);
-  if (const auto modules = entry.openSection(tags::kModules)) entries.hardPoints = readHardPoints(*modules);
+void noteEntry(KsDestructibleType sectionCategory, DataSection& entry, Description& description) {
+  if (sectionCategory == DT_FRAGILE) {
+    load_rules::readRecord(entry, description.fragile.emplace());
+  } else if (sectionCategory == DT_FALLING_ATOMS) {
+    load_rules::readRecord(entry, description.fallingAtom.emplace());
+  } else {
+    description.achievementTag = entry.readString(keys::kAchievementTag);
+    if (const auto modules = entry.openSection(tags::kModules))
+      description.modules = load_rules::readModules(*modules);
+    if (const auto states = entry.openSection(tags::kStates))
+      description.states = load_rules::readStates(*states);
+  }
 }
 
 }  // namespace
 
 SmartPointer<DataSection> openDatabase() {
   return FS::Utils::openSection(database_format::kDatabaseFile, false, nullptr);
+}
+
+std::string refusalOfFailedSave() {
+  return "the save of " + std::string(database_format::kDatabaseFile) +
+         " failed, for the reason in the message before this one: when it is mended, do the same again";
 }
 
 std::string modelOf(const DataSection& entry) {
@@ -53,12 +59,10 @@ KsDestructibleType CategoryMarks::category(BasicStringRef modelName) const noexc
   return isFallingAtom ? DT_FALLING_ATOMS : DT_NON_DESTRUCTIBLE;
 }
 
-std::optional<FileEntries> readEntries(const std::string& modelName) {
-  const SmartPointer<DataSection> root = openDatabase();
-  if (!root) return std::nullopt;
-  FileEntries entries;
+FileEntries entriesIn(const DataSection& database, const std::string& modelName) {
+  FileEntries file;
   CategoryMarks marks;
-  for (const SmartPointer<DataSection> section : *root) {
+  for (const SmartPointer<DataSection> section : database) {
     const KsDestructibleType category = database_format::categoryOfSection(section->tag());
     if (category == DT_NON_DESTRUCTIBLE) continue;
     bool isFirst = true;
@@ -66,12 +70,17 @@ std::optional<FileEntries> readEntries(const std::string& modelName) {
          place = section->findChildWith(keys::kFileName, modelName, place + 1)) {
       const SmartPointer<DataSection> entry = section->child(place);
       marks.note(category, *entry);
-      entries.entries.push_back({std::string(section->tag()), std::exchange(isFirst, false)});
-      if (category == DT_STRUCTURE) noteStructure(entries, *entry);
+      noteEntry(category, *entry, file.description);
+      file.entries.push_back({std::string(section->tag()), std::exchange(isFirst, false)});
     }
   }
-  entries.category = marks.category(modelName);
-  return entries;
+  file.description.category = marks.category(modelName);
+  return file;
+}
+
+std::optional<FileEntries> readEntries(const std::string& modelName) {
+  const SmartPointer<DataSection> root = openDatabase();
+  return root ? std::optional(entriesIn(*root, modelName)) : std::nullopt;
 }
 
 }  // namespace Tal::authoring

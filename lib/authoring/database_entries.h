@@ -1,10 +1,10 @@
 #pragma once
 
+#include <authoring/description.h>
 #include <core/smart_pointer.h>
 #include <core/string_ref.h>
 #include <destructibles/ks_destructibles_helper.h>
 
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +17,9 @@ namespace Tal::authoring {
 
 /// The database as it is in the file now; null when it is missing or cannot be read.
 SmartPointer<DataSection> openDatabase();
+
+/// The refusal when a save failed for a reason that a message before it has told.
+std::string refusalOfFailedSave();
 
 /// The model that an entry describes; empty when it names none.
 std::string modelOf(const DataSection& entry);
@@ -43,11 +46,14 @@ struct EntryPlace {
 
 /// What the file holds of one model.
 struct FileEntries {
-  KsDestructibleType category = DT_NON_DESTRUCTIBLE;
-  std::string achievementTag;                     ///< of the structure; the last entry counts, as in a load
-  std::map<std::string, std::string> hardPoints;  ///< module to "effectHP", empty where the key is missing
-  std::vector<EntryPlace> entries;                ///< in the order of the file
+  /// What a load takes from the entries, also the records of other categories than the model's: the last
+  /// entry counts.
+  Description description;
+  std::vector<EntryPlace> entries;  ///< in the order of the file
 };
+
+/// Reads what an opened database holds of a model.
+FileEntries entriesIn(const DataSection& database, const std::string& modelName);
 
 /// Reads what the file holds of a model; nothing when the database cannot be opened.
 std::optional<FileEntries> readEntries(const std::string& modelName);

@@ -247,26 +247,27 @@ void KeptModel::tablesWereLoaded(const std::optional<FileIdentity>& version) {
 void KeptModel::resync() {
   const RunningEdit running(depth_);
   isReloadPending_ = false;
-  const std::optional<FileEntries> file = readEntries(helper_->modelName());
-  if (!file) {
+  const std::optional<FileEntries> entries = readEntries(helper_->modelName());
+  if (!entries) {
     lastRead_.reset();
     forgetVersions();
     return apply(mine_);
   }
+  const Description& file = entries->description;
   const Description mine = mine_;
   const bool isEdited = !isSame(mine, base_);
-  if (!isEdited || file->category == mine.category) {
+  if (!isEdited || file.category == mine.category) {
     foreignCategory_.reset();
-  } else if (file->category != base_.category) {
-    foreignCategory_ = file->category;
+  } else if (file.category != base_.category) {
+    foreignCategory_ = file.category;
   }
-  setCategory(isEdited ? mine.category : file->category);
-  ownTag_ = file->achievementTag;
+  setCategory(isEdited ? mine.category : file.category);
+  ownTag_ = file.achievementTag;
   helper_->updateStructureAchievementTag(ownTag_);
-  for (const auto& [name, hardPoint] : file->hardPoints) moduleNames_.insert(name);
-  setHardPoints(file->hardPoints);
+  for (const auto& [name, module] : file.modules) moduleNames_.insert(name);
+  setHardPoints(hardPointsOf(file.modules));
   Description theirs = read();
-  theirs.category = file->category;
+  theirs.category = file.category;
   if (isEdited) apply(merged(base_, mine, theirs));
   remember();
   base_ = std::move(theirs);

@@ -1,20 +1,39 @@
 #include <authoring/catalogue.h>
 #include <authoring/category.h>
+#include <authoring/gone_model.h>
 #include <authoring/kept_model.h>
+#include <authoring/save_losses.h>
 #include <authoring/session.h>
 #include <core/display_text.h>
 #include <core/nearest_name.h>
+#include <destructibles/database_format.h>
 #include <model/super_model.h>
 #include <resources/file_system.h>
 #include <resources/resource_name.h>
 
+#include <optional>
 #include <utility>
 
 namespace Tal::authoring {
 namespace {
 
+// Neither the roots nor an entry of the database has it.
+std::string refusalOfUnknownModel(const std::string& modelName) {
+  const std::string refusal = "the resource roots hold no model " + quotedName(modelName);
+  const std::vector<RemovedSection> sections = sectionsRemovedBySave(modelName);
+  if (!sections.empty()) {
+    return refusal + "; in " + database_format::kDatabaseFile + " only the section " +
+           quotedName(sections.front().tag) +
+           " itself has that <filename>, which makes it no entry; take it out of the file";
+  }
+  const std::vector<std::string> names = knownModels();
+  return refusal + (names.empty() ? " and no other; check the roots, or import a model"
+                                  : nameSuggestion(modelName, names));
+}
+
 // Why the roots cannot supply a model of this name; empty when they can.
 std::string refusalOfModel(const std::string& modelName) {
+  if (const std::optional<GoneModel> gone = readGoneModel(modelName)) return gone->reason;
   const std::string model = "the model name " + quotedName(modelName);
   const std::string refusal = FS::MultiFileSystem::refusalOf(modelName);
   if (!refusal.empty()) return model + " " + refusal + "; give a name below the resource roots";
@@ -27,10 +46,7 @@ std::string refusalOfModel(const std::string& modelName) {
                : model + " is spelled " + quotedName(spelled) + " in the database; use that name";
   }
   if (!fault.empty()) return model + " " + fault + "; put the model's files below a root";
-  const std::vector<std::string> names = modelFiles();
-  return "the resource roots hold no model " + quotedName(modelName) +
-         (names.empty() ? " and no other; check the roots, or import a model"
-                        : nameSuggestion(modelName, names));
+  return refusalOfUnknownModel(modelName);
 }
 
 }  // namespace

@@ -15,11 +15,6 @@
 namespace Tal::authoring {
 namespace {
 
-const std::string kNotWritten =
-    "the save of " + std::string(database_format::kDatabaseFile) +
-    " failed, for the reason in the message before this one: when it is mended, do "
-    "the same again";
-
 template <class Record>
 void warnOfHealth(const Record& record, const std::string& module, std::vector<SaveWarning>& warnings) {
   if (record.health != health_rules::kUnknownHealth) return;
@@ -42,9 +37,9 @@ void warnOfEntries(const FileEntries& file, BasicStringRef ownSection, std::vect
 // The filler gives a structure the modules that its entry lacks.
 void warnOfNewModules(const FileEntries& file, const Description& now,
                       const std::map<std::string, std::string>& dropped, std::vector<SaveWarning>& warnings) {
-  if (file.category != DT_STRUCTURE) return;
+  if (file.description.category != DT_STRUCTURE) return;
   for (const auto& [name, module] : now.modules) {
-    if (file.hardPoints.contains(name) || dropped.contains(name)) continue;
+    if (file.description.modules.contains(name) || dropped.contains(name)) continue;
     warnings.push_back({SaveWarning::Code::addedModule, name,
                         "module " + quotedName(name) + " is added with health " +
                             std::to_string(module.health) + ", since the file has none for this material"});
@@ -111,7 +106,7 @@ Outcome Session::save() {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
   // What another program saves for this model is taken over before, or waits until this is saved.
   const SaveLock lock(database_format::kDatabaseFile);
-  if (!lock.isHeld()) return refused(kNotWritten);
+  if (!lock.isHeld()) return refused(refusalOfFailedSave());
   model_->refresh();
   return model_->edit([this]() -> Outcome {
     if (const std::string refusal = refusalOfSave(); !refusal.empty()) return refused(refusal);
@@ -144,7 +139,7 @@ std::string Session::refusalOfSave() const {
 
 Outcome Session::saveEntry() {
   forgetStatesOfFile();
-  if (!helper().saveConfig()) return refused(kNotWritten);
+  if (!helper().saveConfig()) return refused(refusalOfFailedSave());
   model_->markSaved();
   return {};
 }
@@ -165,7 +160,7 @@ Outcome Session::saveNone() {
   helper().saveConfig();
   if (!saves.commit()) {
     DataSectionCache::discard(database_format::kDatabaseFile);
-    return refused(kNotWritten);
+    return refused(refusalOfFailedSave());
   }
   const std::optional<FileEntries> file = readEntries(modelName());
   if (!file || !file->entries.empty()) {

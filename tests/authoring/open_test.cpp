@@ -25,12 +25,20 @@ TEST_F(OpeningASession, RefusesAModelThatTheRootsDoNotHoldAndSuggestsTheNearest)
             "\"content/props/crate.model\"?");
 }
 
-TEST_F(OpeningASession, SuggestsOnlyModelsThatHaveFiles) {
+TEST_F(OpeningASession, SuggestsTheModelsOfTheDatabaseToo) {
+  writeDatabase(
+      "<root><fragiles><entry><filename>content/props/gone.model</filename></entry></fragiles></root>");
+  EXPECT_EQ(refusalOf("content/props/gon.model"),
+            "the resource roots hold no model \"content/props/gon.model\"; did you mean "
+            "\"content/props/gone.model\"?");
+}
+
+TEST_F(OpeningASession, RefusesAModelThatIsGoneAndSaysWhatIsLeftToDo) {
   writeDatabase(
       "<root><fragiles><entry><filename>content/props/gone.model</filename></entry></fragiles></root>");
   EXPECT_EQ(refusalOf("content/props/gone.model"),
-            "the resource roots hold no model \"content/props/gone.model\"; did you mean "
-            "\"content/props/crate.model\"?");
+            "the resource roots hold no model \"content/props/gone.model\", only scripts/destructibles.xml "
+            "has entries of it; import the model first, or convert it to none, which removes them");
 }
 
 TEST_F(OpeningASession, SaysWhenTheRootsHoldNoModelAtAll) {

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <authoring/description.h>
+#include <authoring/outcome.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Tal::authoring {
+
+/// A model that has entries in the database, while no resource root holds a model of its name. No session can
+/// be opened on it, since a save without the model would drop what only the model can confirm.
+struct GoneModel {
+  std::string modelName;
+  std::string reason;                 ///< why it is gone and what to do, a line for a person
+  Description description;            ///< what a load takes from the entries
+  std::vector<std::string> sections;  ///< the tag of the section of each entry, in the order of the file
+};
+
+/// What the database holds of a gone model. Nothing when a root has the model or something in its place that
+/// cannot be used, when no entry has exactly this name or the database cannot be opened, and for the empty
+/// name: entries without a name are nobody's. Main thread only.
+std::optional<GoneModel> readGoneModel(const std::string& modelName);
+
+/// What became of a removal.
+struct Removal {
+  Outcome outcome;
+  GoneModel removed;  ///< as the file held it just before; of no use when the outcome is refused
+};
+
+/// Removes every entry of a gone model from the database, whatever the category, and saves. Nothing else in
+/// the file changes: sections stay, also those that have the model's <filename> themselves, and so does what
+/// "trees" holds. Refused, with the file as it was, when the model is not gone, while a session of this
+/// program has it open, within an open SaveGroup of the host and when the file cannot be written. Sessions
+/// learn of it as of a save by another program. Main thread only.
+Removal removeGoneModel(const std::string& modelName);
+
+}  // namespace Tal::authoring

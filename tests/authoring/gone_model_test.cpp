@@ -1,0 +1,241 @@
+#include <authoring/catalogue.h>
+#include <authoring/gone_model.h>
+#include <authoring/program_that_saves.h>
+#include <authoring/session_fixture.h>
+#include <resources/save_group.h>
+#include <support/full_disk.h>
+
+#include <filesystem>
+
+namespace Tal::authoring {
+namespace {
+
+constexpr char kGone[] = "content/props/gone.model";
+
+class AGoneModel : public SessionTest {
+ protected:
+  static GoneModel read(const std::string& model) {
+    std::optional<GoneModel> gone = readGoneModel(model);
+    if (!gone) throw std::runtime_error("not gone: " + model);
+    return *std::move(gone);
+  }
+
+  static constexpr const char* kOneEntry = R"(<root>
+	<fragiles>
+		<entry><filename>content/props/crate.model</filename><health>5</health></entry>
+		<entry><filename>content/props/gone.model</filename><health>7</health></entry>
+	</fragiles>
+</root>
+)";
+  static constexpr const char* kNoEntry = R"(<root>
+	<fragiles>
+		<entry><filename>content/props/crate.model</filename><health>5</health></entry>
+	</fragiles>
+</root>
+)";
+};
+
+TEST_F(AGoneModel, IsReadWithTheDefaultsOfALoad) {
+  writeDatabase(R"(<root>
+	<fragiles><entry><filename>f</filename></entry></fragiles>
+	<fallingAtoms><entry><filename>a</filename></entry></fallingAtoms>
+	<structures><entry><filename>s</filename><modules><module><matName>m</matName></module></modules></entry></structures>
+</root>)");
+  const KsDestructibleFragileDesc fragile = read("f").description.fragile.value();
+  EXPECT_EQ(fragile.health, 5);
+  EXPECT_EQ(fragile.effectScale, 1.0F);
+  EXPECT_EQ(fragile.effect, "none");
+  EXPECT_EQ(fragile.hitEffect, "");
+  EXPECT_EQ(fragile.decayEffect, "none");
+  const KsDestructibleFallingAtomDesc atom = read("a").description.fallingAtom.value();
+  EXPECT_EQ(atom.health, 20);
+  EXPECT_EQ(atom.physicParams, "200 3.2 0.03 150000 10000 0 0.05");
+  EXPECT_EQ(atom.fractureEffect, "");
+  const KsDestructibleModuleDesc module = read("s").description.modules.at("m");
+  EXPECT_EQ(module.health, 80);
+  EXPECT_EQ(module.ramEffect, "none");
+  EXPECT_EQ(module.hitEffect, "");
+}
+
+// The same entries under two names: that of a model that is there and that of one that is not.
+TEST_F(AGoneModel, IsDescribedAsASessionWouldIfItWereThere) {
+  const std::string entries = R"(
+	<fragiles>
+		<entry><filename>NAME</filename><health>1</health><effect>fire</effect></entry>
+		<entry><filename>NAME</filename><health>2</health><achievementTag>tag</achievementTag></entry>
+	</fragiles>
+	<fallingAtoms><entry><filename>NAME</filename><health>3</health></entry></fallingAtoms>
+	<houses><entry><filename>NAME</filename><states><state><name>open</name><destroyedMaterials> n_wood
+		</destroyedMaterials></state><state><destroyedMaterials>n_wood</destroyedMaterials></state></states></entry></houses>
+)";
+  const auto named = [&entries](const std::string& name) {
+    std::string text = entries;
+    for (std::size_t place = 0; (place = text.find("NAME", place)) != std::string::npos;)
+      text.replace(place, 4, name);
+    return text;
+  };
+  writeDatabase("<root>" + named(kCrate) + named(kGone) + "</root>");
+  const GoneModel gone = read(kGone);
+  EXPECT_TRUE(isSame(gone.description, open(kCrate)->description()));
+  EXPECT_EQ(gone.description.category, DT_FRAGILE);
+  EXPECT_EQ(gone.description.fragile.value().health, 2);
+  EXPECT_TRUE(gone.description.states.contains("open"));
+  EXPECT_THAT(gone.sections, testing::ElementsAre("fragiles", "fragiles", "fallingAtoms", "houses"));
+}
+
+TEST_F(AGoneModel, HasTheModulesAndTheTagOfTheLastEntryThatHasThem) {
+  writeDatabase(R"(<root><structures>
+	<entry><filename>gone</filename><achievementTag>first</achievementTag><modules><module><matName>a</matName></module></modules></entry>
+	<entry><filename>gone</filename><achievementTag>second</achievementTag><states/></entry>
+</structures></root>)");
+  const Description description = read("gone").description;
+  EXPECT_EQ(description.category, DT_STRUCTURE);
+  EXPECT_EQ(description.achievementTag, "second");
+  EXPECT_TRUE(description.modules.contains("a"));
+}
+
+TEST_F(AGoneModel, IsNoneThatARootHoldsOrThatTheDatabaseDoesNotName) {
+  writeDatabase(kOneEntry);
+  EXPECT_FALSE(readGoneModel(kCrate).has_value());
+  EXPECT_FALSE(readGoneModel(kLamp).has_value());
+  EXPECT_FALSE(readGoneModel("content/props/gone").has_value());
+  EXPECT_FALSE(readGoneModel("content/props/gone.model ").has_value());
+  EXPECT_FALSE(readGoneModel("").has_value());
+  writeDatabase(
+      "<root><fragiles/><trees><entry><filename>content/props/gone.model</filename></entry></trees>"
+      "</root>");
+  EXPECT_FALSE(readGoneModel(kGone).has_value());
+  std::filesystem::remove(root_ / kDatabase);
+  EXPECT_FALSE(readGoneModel(kGone).has_value());
+}
+
+TEST_F(AGoneModel, IsNoneInWhosePlaceTheRootsHoldSomethingUnusable) {
+  writeDatabase(kOneEntry);
+  std::filesystem::create_symlink("/etc/passwd", root_ / kGone);
+  EXPECT_FALSE(readGoneModel(kGone).has_value());
+  EXPECT_NE(removeGoneModel(kGone).outcome.refusal, "");
+  EXPECT_EQ(readDatabase(), kOneEntry);
+}
+
+TEST_F(AGoneModel, LosesItsEntriesWithAllTheirBytesAndNothingElse) {
+  const std::string head =
+      "\xEF\xBB\xBF<?xml version='1.0'?>\r\n<!DOCTYPE root>\r\n<root a = 'b'>\r\n  <!-- gone.model -->\r\n"
+      "  <fragiles x='1'>\r\n    <entry><filename>other</filename ></entry>";
+  const std::string tail =
+      "\r\n    <!-- behind -->\r\n    <entry  ><filename>gone.model.bak</filename></entry>\r\n  </fragiles>"
+      "\r\n  <trees><entry><filename>gone.model</filename></entry></trees>\r\n</root>\r\n<!-- end -->\r\n";
+  writeDatabase(head +
+                "\r\n    <thing kind='&lt;'>\r\n      <!-- mine -->\r\n      <filename> gone.model\r\n      "
+                "</filename>\r\n      <unknown><deep/></unknown><?pi?>\r\n    </thing>" +
+                tail);
+  const Removal removal = removeGoneModel("gone.model");
+  expectDone(removal.outcome);
+  EXPECT_EQ(readDatabase(), head + tail);
+  EXPECT_EQ(removal.outcome.changes.at(0).before, "fragile");
+  EXPECT_EQ(removal.outcome.changes.at(0).after, "none");
+  EXPECT_THAT(removal.removed.sections, testing::ElementsAre("fragiles"));
+  EXPECT_TRUE(messages_.messages().empty());
+}
+
+TEST_F(AGoneModel, TellsWhatItsEntriesHeld) {
+  writeDatabase(kOneEntry);
+  EXPECT_EQ(removeGoneModel(kGone).removed.description.fragile.value().health, 7);
+  EXPECT_EQ(readDatabase(), kNoEntry);
+}
+
+TEST_F(AGoneModel, IsRemovedFromWhatAnotherProgramIsJustSaving) {
+  writeDatabase(kOneEntry);
+  std::string saved = kOneEntry;
+  saved.replace(saved.find("<health>7"), 9, "<health>8");
+  saved.replace(saved.find("<health>5"), 9, "<health>6");
+  Removal removal;
+  {
+    const ProgramThatSaves other(root_, saved);
+    removal = removeGoneModel(kGone);
+  }
+  expectDone(removal.outcome);
+  EXPECT_EQ(removal.removed.description.fragile.value().health, 8);
+  std::string rest = kNoEntry;
+  rest.replace(rest.find("<health>5"), 9, "<health>6");
+  EXPECT_EQ(readDatabase(), rest);
+}
+
+TEST_F(AGoneModel, StaysWhenTheFileCannotBeWrittenAndCanBeRemovedLater) {
+  writeDatabase(kOneEntry);
+  {
+    const support::FullDisk disk;
+    EXPECT_EQ(removeGoneModel(kGone).outcome.refusal,
+              "the save of scripts/destructibles.xml failed, for the reason in the message before this one: "
+              "when it is mended, do the same again");
+  }
+  EXPECT_EQ(messages_.criticalCount(), 1);
+  EXPECT_EQ(readDatabase(), kOneEntry);
+  EXPECT_TRUE(readGoneModel(kGone).has_value());
+  // The failed removal is in nobody's later save.
+  const auto crate = open(kCrate);
+  expectDone(crate->set({{"health", "9"}}));
+  expectDone(crate->save());
+  EXPECT_THAT(readDatabase(), testing::HasSubstr(kGone));
+  expectDone(removeGoneModel(kGone).outcome);
+  EXPECT_THAT(readDatabase(), testing::Not(testing::HasSubstr(kGone)));
+}
+
+TEST_F(AGoneModel, LeavesTheUnsavedEditsOfASessionOnAnotherModel) {
+  writeDatabase(kOneEntry);
+  const auto crate = open(kCrate);
+  expectDone(crate->set({{"health", "9"}}));
+  expectDone(removeGoneModel(kGone).outcome);
+  EXPECT_EQ(readDatabase(), kNoEntry);
+  EXPECT_EQ(crate->description().fragile.value().health, 9);
+  expectDone(crate->save());
+  EXPECT_THAT(readDatabase(), testing::AllOf(testing::HasSubstr("<health>9</health>"),
+                                             testing::Not(testing::HasSubstr(kGone))));
+}
+
+TEST_F(AGoneModel, IsNotRemovedWithinAGroupOfSaves) {
+  writeDatabase(kOneEntry);
+  {
+    const SaveGroup group;
+    EXPECT_EQ(removeGoneModel(kGone).outcome.refusal,
+              "the program has a group of saves open, so nothing was removed; close that first");
+  }
+  EXPECT_EQ(readDatabase(), kOneEntry);
+}
+
+TEST_F(AGoneModel, IsNotRemovedWhileASessionHasItOpen) {
+  writeDatabase(kOneEntry);
+  auto crate = open(kCrate);
+  std::filesystem::remove(root_ / kCrate);
+  EXPECT_EQ(removeGoneModel(kCrate).outcome.refusal,
+            "the model \"content/props/crate.model\" is open in this program; convert it there, or close it "
+            "first");
+  EXPECT_EQ(readDatabase(), kOneEntry);
+  crate.reset();
+  expectDone(removeGoneModel(kCrate).outcome);
+  EXPECT_THAT(readDatabase(), testing::Not(testing::HasSubstr(kCrate)));
+}
+
+TEST_F(AGoneModel, IsTheOnlyOneThatIsRemoved) {
+  writeDatabase(kOneEntry);
+  for (const char* const name : {kCrate, kLamp, "nothing", ""})
+    EXPECT_THAT(removeGoneModel(name).outcome.refusal, testing::HasSubstr("nothing was removed")) << name;
+  EXPECT_EQ(readDatabase(), kOneEntry);
+  writeDatabase("<root><fragiles></root>");
+  EXPECT_EQ(
+      removeGoneModel(kGone).outcome.refusal,
+      "scripts/destructibles.xml cannot be read, so nothing was removed; restore the file and try again");
+}
+
+TEST_F(AGoneModel, IsListedWithoutAModelFileThoughOneOfAnotherSpellingExists) {
+  writeDatabase(
+      "<root><fragiles><entry><filename>./content/props/crate.model</filename></entry></fragiles></root>");
+  EXPECT_FALSE(readCatalogue().value().at(0).hasModelFile);
+  EXPECT_EQ(
+      refusalOf("./content/props/crate.model"),
+      "the model name \"./content/props/crate.model\" is spelled \"content/props/crate.model\" in the "
+      "database, so the entries that scripts/destructibles.xml has under it are no model's; use another "
+      "name, or convert this one to none, which removes them");
+}
+
+}  // namespace
+}  // namespace Tal::authoring

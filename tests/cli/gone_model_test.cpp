@@ -1,0 +1,243 @@
+#include <cli/cli_fixture.h>
+
+#include <nlohmann/json.hpp>
+
+namespace cli_test {
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr char kBarrel[] = "content/props/barrel.model";
+constexpr char kTower[] = "content/buildings/tower.model";
+
+constexpr char kNames[] = R"(<root>
+	<trees><entry><filename>content/props/barrel.model</filename></entry></trees>
+	<fragiles>
+		<!-- before -->
+		<entry><filename>content/props/barrel.model</filename><health>35</health><mine>kept?</mine></entry>
+		<entry><filename>content/props/crate.model</filename></entry>
+	</fragiles>
+	<structures>
+		<entry>
+			<filename> content/buildings/tower.model </filename>
+			<achievementTag>tower</achievementTag>
+			<modules>
+				<module><matName>n_wall_1</matName><health>11</health></module>
+				<module><health>12</health></module>
+			</modules>
+			<states><state><name>open</name><destroyedMaterials> n_wall_1  n_roof_2 </destroyedMaterials></state></states>
+		</entry>
+		<entry><filename>content/buildings/lod1/tower.model</filename><modules/></entry>
+		<entry><filename>content/buildings/ruin.model</filename><states/></entry>
+	</structures>
+</root>
+)";
+
+/// A database with entries of models whose files are gone, beside those of the crate.
+class AGoneModel : public CommandLine {
+ protected:
+  AGoneModel() { writeDatabase(kNames); }
+
+  Json shown(const std::string& model) const { return Json::parse(result({"show", model, "--json"})); }
+
+  /// The database without one text, which it must hold.
+  static std::string without(const std::string& text) {
+    std::string rest = kNames;
+    const std::size_t place = rest.find(text);
+    if (place == std::string::npos) throw std::invalid_argument(text);
+    return rest.erase(place, text.size());
+  }
+};
+
+TEST_F(AGoneModel, IsShownAsTheFileHoldsItAndPlainlyCalledGone) {
+  EXPECT_EQ(result({"show", kBarrel}), R"(content/props/barrel.model
+  category    fragile
+  model file  none
+  entries     fragiles
+
+fragile
+  health          35
+  effectScale     1
+  effectHP        -
+  achievementTag  -
+  matName         -
+  effect          none
+  hitEffect       -
+  decayEffect     none
+  lifetimeEffect  none
+
+warnings
+  the resource roots hold no model "content/props/barrel.model", only scripts/destructibles.xml has entries of it; import the model first, or convert it to none, which removes them
+)");
+  EXPECT_EQ(result({"show", kTower}), R"(content/buildings/tower.model
+  category        structure
+  model file      none
+  entries         structures
+  achievementTag  tower
+
+modules
+  material  health  effectScale  effectHP  ramEffect  hitEffect  decayEffect
+  n_wall_1  11      1            -         none       -          none
+
+states
+  open  n_wall_1, n_roof_2
+
+warnings
+  the resource roots hold no model "content/buildings/tower.model", only scripts/destructibles.xml has entries of it; import the model first, or convert it to none, which removes them
+)");
+}
+
+TEST_F(AGoneModel, IsShownAsJson) {
+  EXPECT_EQ(shown(kTower), Json::parse(R"({"model": "content/buildings/tower.model", "category": "structure",
+  "modelFile": false, "missingInDatabase": false, "entries": ["structures"], "achievementTag": "tower",
+  "modules": {"n_wall_1": {"health": 11, "effectScale": 1.0, "effectHP": "", "ramEffect": "none",
+                           "hitEffect": "", "decayEffect": "none"}},
+  "states": {"open": ["n_wall_1", "n_roof_2"]},
+  "warnings": [{"warning": "no-model-file", "text": "the resource roots hold no model \"content/buildings/tower.model\", only scripts/destructibles.xml has entries of it; import the model first, or convert it to none, which removes them"}]})"));
+  EXPECT_EQ(shown(kBarrel).at("fragile").at("health"), 35);
+  EXPECT_EQ(shown(kCrate).at("modelFile"), true);
+}
+
+TEST_F(AGoneModel, HasTheCategoryThatTheListGivesIt) {
+  const Json list = Json::parse(result({"list", "--json"}));
+  EXPECT_EQ(list.size(), 5U);
+  for (const Json& entry : list) {
+    const Json model = shown(entry.at("model"));
+    EXPECT_EQ(model.at("category"), entry.at("category")) << entry;
+    EXPECT_EQ(model.at("modelFile"), entry.at("modelFile")) << entry;
+  }
+}
+
+TEST_F(AGoneModel, LosesItsEntryWithAllItsBytesWhenItIsConvertedToNone) {
+  EXPECT_EQ(result({"convert", kBarrel, "none"}),
+            "content/props/barrel.model: category fragile -> none\n"
+            "content/props/barrel.model: removed its entry in fragiles\n");
+  EXPECT_EQ(readDatabase(), without("\n\t\t<entry><filename>content/props/barrel.model</filename>"
+                                    "<health>35</health><mine>kept?</mine></entry>"));
+  EXPECT_EQ(refusal({"show", kBarrel}),
+            "the resource roots hold no model \"content/props/barrel.model\"; did you mean "
+            "\"content/props/crate.model\"?");
+}
+
+TEST_F(AGoneModel, OfNoCategoryLosesItsEntriesToo) {
+  EXPECT_EQ(result({"convert", "content/buildings/ruin.model", "none"}),
+            "content/buildings/ruin.model: category none already\n"
+            "content/buildings/ruin.model: removed its entry in structures\n");
+  EXPECT_EQ(readDatabase(),
+            without("\n\t\t<entry><filename>content/buildings/ruin.model</filename><states/></entry>"));
+}
+
+TEST_F(AGoneModel, LosesEveryEntryInEverySectionOfACategory) {
+  const std::string entry = "<entry><filename>gone.model</filename></entry>";
+  const std::string other = "<entry><filename>other.model</filename></entry>";
+  writeDatabase("<root><trees>" + entry + "</trees><fragiles>" + entry + other + entry +
+                "</fragiles><houses>" + other + entry + "</houses><fragiles>" + other + entry +
+                "</fragiles></root>");
+  EXPECT_EQ(result({"convert", "gone.model", "none"}),
+            "gone.model: category fragile -> none\n"
+            "gone.model: removed its entry in fragiles\n"
+            "gone.model: removed its entry in fragiles\n"
+            "gone.model: removed its entry in houses\n"
+            "gone.model: removed its entry in fragiles\n");
+  EXPECT_EQ(readDatabase(), "<root><trees>" + entry + "</trees><fragiles>" + other + "</fragiles><houses>" +
+                                other + "</houses><fragiles>" + other + "</fragiles></root>");
+}
+
+TEST_F(AGoneModel, IsRefusedEveryOtherEdit) {
+  const std::string reason =
+      "the resource roots hold no model \"content/props/barrel.model\", only scripts/destructibles.xml has "
+      "entries of it; import the model first, or convert it to none, which removes them";
+  for (const Arguments& arguments : {Arguments{"set", kBarrel, "health=3"},
+                                     {"set", kBarrel, "--module", "n_wood", "health=3"},
+                                     {"state", kBarrel, "list"},
+                                     {"state", kBarrel, "add", "open"},
+                                     {"convert", kBarrel, "structure"},
+                                     {"convert", kBarrel, "fragile"},
+                                     {"convert", kBarrel, "auto"},
+                                     {"properties", kBarrel},
+                                     {"health", kBarrel},
+                                     {"watch", kBarrel},
+                                     {"show", kBarrel, "--state", "destroyed"}})
+    EXPECT_EQ(refusal(arguments), reason) << testing::PrintToString(arguments);
+}
+
+TEST_F(AGoneModel, IsEditedAsAnyOtherOnceItWasImported) {
+  support::writeModel(folder_, "content/props/barrel", {.materials = {{"n_wood", 73}}, .bsp = {"n_wood"}});
+  EXPECT_EQ(result({"set", kBarrel, "health=3"}), "content/props/barrel.model: health 35 -> 3\n");
+}
+
+TEST_F(AGoneModel, OfAMistypedNameIsRefusedWithTheNearestOfTheDatabaseAndTheRoots) {
+  EXPECT_EQ(refusal({"show", "content/props/barel.model"}),
+            "the resource roots hold no model \"content/props/barel.model\"; did you mean "
+            "\"content/props/barrel.model\"?");
+  EXPECT_EQ(refusal({"convert", "content/props/crat.model", "none"}),
+            "the resource roots hold no model \"content/props/crat.model\"; did you mean "
+            "\"content/props/crate.model\"?");
+}
+
+TEST_F(AGoneModel, ThatAStructureNamesIsShownWithoutAMessageOfTheMonitorOrTheLibrary) {
+  // What result() checks: nothing but the results is printed.
+  EXPECT_THAT(result({"show", "content/buildings/lod1/tower.model"}),
+              testing::StartsWith("content/buildings/lod1/tower.model\n"
+                                  "  category    none (a variant has none of its own)\n"
+                                  "  model file  none\n"
+                                  "  entries     structures\n"));
+}
+
+TEST_F(AGoneModel, WithANameThatNoModelCanHaveIsShownAndRemoved) {
+  for (const std::string name :
+       {"/etc/passwd", "../crate.model", "./content/props/crate.model", "content//props/crate.model", ".",
+        "content\\props\\crate.model", "-crate"}) {
+    writeDatabase(
+        "<root><fragiles><entry><filename>" + name +
+        "</filename></entry><entry><filename>content/props/crate.model</filename></entry></fragiles>"
+        "</root>");
+    const Json list = Json::parse(result({"list", "--json"}));
+    EXPECT_EQ(list.size(), 2U) << name;
+    for (const Json& entry : list) EXPECT_EQ(entry.at("modelFile"), entry.at("model") == kCrate) << entry;
+    EXPECT_EQ(Json::parse(result({"show", "--json", "--", name})).at("category"), "fragile") << name;
+    EXPECT_EQ(run({"set", "--", name, "health=3"}).status, 1) << name;
+    EXPECT_EQ(result({"convert", "--", name, "none"}),
+              (name == "content\\props\\crate.model" ? "content\\\\props\\\\crate.model" : name) +
+                  ": category fragile -> none\n" +
+                  (name == "content\\props\\crate.model" ? "content\\\\props\\\\crate.model" : name) +
+                  ": removed its entry in fragiles\n");
+    EXPECT_EQ(
+        readDatabase(),
+        "<root><fragiles><entry><filename>content/props/crate.model</filename></entry></fragiles></root>")
+        << name;
+  }
+}
+
+TEST_F(AGoneModel, IsNeverTheOneWithoutAName) {
+  writeDatabase("<root><fragiles><entry><fileName>misspelt key</fileName></entry></fragiles></root>");
+  EXPECT_EQ(refusal({"convert", "", "none"}),
+            "the model name \"\" is empty; give a name below the resource roots");
+}
+
+TEST_F(AGoneModel, ThatOnlyASectionNamesIsRefusedWithWhatToDo) {
+  writeDatabase(
+      "<root><fragiles><filename>gone.model</filename><entry><filename>a.model</filename></entry></fragiles>"
+      "</root>");
+  for (const Arguments& arguments : {Arguments{"show", "gone.model"}, {"convert", "gone.model", "none"}})
+    EXPECT_EQ(
+        refusal(arguments),
+        "the resource roots hold no model \"gone.model\"; in scripts/destructibles.xml only the section "
+        "\"fragiles\" itself has that <filename>, which makes it no entry; take it out of the file");
+}
+
+TEST_F(AGoneModel, ThatASectionNamesTooLosesItsEntriesAloneAndAMessageTellsOfTheSection) {
+  const std::string head = "<root><fragiles><filename>gone.model</filename>";
+  const std::string tail = "<entry><filename>a.model</filename></entry></fragiles></root>";
+  writeDatabase(head + "<entry><filename>gone.model</filename></entry>" + tail);
+  const ProcessResult removal = run({"convert", "gone.model", "none"});
+  EXPECT_EQ(removal.status, 0);
+  EXPECT_EQ(
+      removal.err,
+      "destructibles: the section \"fragiles\" has the <filename> \"gone.model\" itself and stays as it "
+      "is; take that <filename> out of scripts/destructibles.xml\n");
+  EXPECT_EQ(readDatabase(), head + tail);
+}
+
+}  // namespace
+}  // namespace cli_test
