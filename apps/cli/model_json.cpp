@@ -44,13 +44,20 @@ Json materialsJson(const Session& session) {
   return materials;
 }
 
-Json warningsJson(const Session& session) {
+Json toJson(const authoring::SaveWarning& warning) {
+  if (warning.code == authoring::SaveWarning::Code::noModules)
+    return {{"warning", "no-modules"}, {"text", warning.text}};
+  return {{"warning", "dropped-module"}, {"module", warning.module}, {"text", warning.text}};
+}
+
+Json warningsJson(Session& session) {
   Json warnings = Json::array();
   for (const authoring::MaterialWarning& warning : session.materialWarnings()) {
     warnings.push_back({{"warning", authoring::materialWarningName(warning.code)},
                         {"material", warning.material},
                         {"text", warning.text}});
   }
+  for (const authoring::SaveWarning& warning : moduleWarnings(session)) warnings.push_back(toJson(warning));
   return warnings;
 }
 

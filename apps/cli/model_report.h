@@ -5,6 +5,7 @@
 #include <cli/table.h>
 
 #include <string>
+#include <vector>
 
 namespace Tal::cli {
 
@@ -17,5 +18,8 @@ std::string modelJson(const authoring::GoneModel& gone);
 /// The same for people.
 std::string modelText(authoring::Session& session, const Style& style);
 std::string modelText(const authoring::GoneModel& gone, const Style& style);
+
+/// What of the modules a save of the model as it is would not write.
+std::vector<authoring::SaveWarning> moduleWarnings(authoring::Session& session);
 
 }  // namespace Tal::cli

@@ -5,6 +5,8 @@
 #include <core/display_text.h>
 #include <destructibles/database_format.h>
 
+#include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -13,6 +15,7 @@ namespace {
 
 using authoring::Description;
 using authoring::NamedField;
+using authoring::SaveWarning;
 using authoring::Session;
 
 constexpr int kIndent = 2;
@@ -40,14 +43,19 @@ std::string recordText(const std::string& title, const std::vector<NamedField>& 
   return section(title, table, style);
 }
 
-std::string modulesText(const Description::Modules& modules, const Style& style) {
+std::string modulesText(const Description::Modules& modules, const std::set<std::string>& dropped,
+                        const Style& style) {
   Table table(kIndent);
+  if (modules.empty()) {
+    table.add({"none"});
+    return section("modules", table, style);
+  }
   std::vector<std::string> head = {"material"};
   for (const NamedField& field : authoring::fieldsOf(KsDestructibleModuleDesc()))
     head.emplace_back(field.key);
   table.add(std::move(head));
   for (const auto& [name, module] : modules) {
-    std::vector<std::string> row = {escapeControls(name)};
+    std::vector<std::string> row = {escapeControls(name) + (dropped.contains(name) ? " (not saved)" : "")};
     for (const NamedField& field : authoring::fieldsOf(module))
       row.push_back(orNothing(escapeControls(authoring::textOf(field.value))));
     table.add(std::move(row));
@@ -86,11 +94,18 @@ std::string warningsText(const std::vector<std::string>& warnings, const Style& 
   return text.empty() ? text : "\n" + style.heading("warnings") + "\n" + text;
 }
 
-std::vector<std::string> warningsOf(const Session& session) {
-  std::vector<std::string> warnings;
-  for (authoring::MaterialWarning& warning : session.materialWarnings())
-    warnings.push_back(std::move(warning.text));
-  return warnings;
+std::vector<std::string> textsOf(const std::vector<authoring::MaterialWarning>& ofMaterials,
+                                 const std::vector<SaveWarning>& ofModules) {
+  std::vector<std::string> texts;
+  for (const authoring::MaterialWarning& warning : ofMaterials) texts.push_back(warning.text);
+  for (const SaveWarning& warning : ofModules) texts.push_back(warning.text);
+  return texts;
+}
+
+std::set<std::string> modulesOf(const std::vector<SaveWarning>& warnings) {
+  std::set<std::string> names;
+  for (const SaveWarning& warning : warnings) names.insert(warning.module);
+  return names;
 }
 
 std::string categoryText(const std::string& modelName, KsDestructibleType category) {
@@ -99,9 +114,10 @@ std::string categoryText(const std::string& modelName, KsDestructibleType catego
          (isVariant ? " (a variant has none of its own)" : "");
 }
 
-std::string recordsText(const Description& description, const Style& style) {
+std::string recordsText(const Description& description, const std::set<std::string>& dropped,
+                        const Style& style) {
   std::string text;
-  if (description.category == DT_STRUCTURE) text += modulesText(description.modules, style);
+  if (description.category == DT_STRUCTURE) text += modulesText(description.modules, dropped, style);
   if (description.fragile) text += recordText("fragile", authoring::fieldsOf(*description.fragile), style);
   if (description.fallingAtom)
     text += recordText("falling atom", authoring::fieldsOf(*description.fallingAtom), style);
@@ -121,14 +137,23 @@ std::string overviewText(Session& session, const Description& description) {
 
 }  // namespace
 
+std::vector<SaveWarning> moduleWarnings(authoring::Session& session) {
+  std::vector<SaveWarning> warnings = session.saveWarnings();
+  std::erase_if(warnings, [](const SaveWarning& warning) {
+    return warning.code != SaveWarning::Code::droppedModule && warning.code != SaveWarning::Code::noModules;
+  });
+  return warnings;
+}
+
 std::string modelText(Session& session, const Style& style) {
   const Description description = session.description();
+  const std::vector<SaveWarning> unsaved = moduleWarnings(session);
   std::string text =
       style.heading(escapeControls(session.modelName())) + "\n" + overviewText(session, description);
-  text += recordsText(description, style);
+  text += recordsText(description, modulesOf(unsaved), style);
   text += statesText(session.states(), style);
   text += materialsText(session, style);
-  return text + warningsText(warningsOf(session), style);
+  return text + warningsText(textsOf(session.materialWarnings(), unsaved), style);
 }
 
 std::string modelText(const authoring::GoneModel& gone, const Style& style) {
@@ -140,7 +165,7 @@ std::string modelText(const authoring::GoneModel& gone, const Style& style) {
   if (description.category == DT_STRUCTURE)
     overview.add({"achievementTag", orNothing(escapeControls(description.achievementTag))});
   std::string text = style.heading(escapeControls(gone.modelName)) + "\n" + overview.text();
-  text += recordsText(description, style);
+  text += recordsText(description, {}, style);
   if (!description.states.empty()) text += statesText(description.states, style);
   return text + warningsText({gone.reason}, style);
 }

@@ -24,6 +24,7 @@ class KeptModel;
 struct SaveWarning {
   enum class Code {
     droppedModule,  ///< a module that the save does not write
+    noModules,      ///< a structure of which the save writes no module at all
     unknownHealth,  ///< a health of -1, which stands for "could not be estimated"
     removedEntry,   ///< another entry of the model, or a whole section, that the save removes from the file
     addedModule,    ///< a module that the structure in the file lacks
@@ -95,7 +96,8 @@ class Session {
   /// @{
 
   /// Makes the model of a category; nothing changes when it is of it already. DT_NON_DESTRUCTIBLE drops its
-  /// entries. Variants are refused any category.
+  /// entries. Variants are refused any category, and a model without an undamaged part that of structures: it
+  /// would have no module that could break.
   Outcome convert(KsDestructibleType category);
 
   /// Replaces the records by newly made ones of the same category. The achievement tag of a structure, the

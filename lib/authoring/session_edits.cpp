@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -90,6 +91,18 @@ void checkTag(const std::string& value, Outcome& outcome) {
   outcome.warnings.emplace_back("achievementTag: \"none\" stands for no tag and is not stored");
 }
 
+// A structure breaks by its modules, and only an undamaged part makes one. Empty when there is such a part.
+std::string refusalOfStructure(const KsDestructiblesHelper& helper) {
+  const std::map<std::string, unsigned>& materials = helper.getMaterialNames();
+  if (std::ranges::any_of(materials, [&helper](const auto& material) {
+        return helper.isMaterialKindUndamaged(material.first);
+      }))
+    return {};
+  return quotedName(helper.modelName()) +
+         " cannot be a structure: none of its materials is an undamaged part (kinds 73 to 86), so it would "
+         "have no modules and could not break; import it again with such a material";
+}
+
 }  // namespace
 
 // Why the model's entries cannot be edited at all; empty when they can.
@@ -104,6 +117,9 @@ Outcome Session::convert(KsDestructibleType category) {
     return refused(quotedName(modelName()) +
                    " is a variant (in a folder lod1, lod2, crash or merged); variants have no category of "
                    "their own, convert the model that it is a variant of");
+  }
+  if (category == DT_STRUCTURE && this->category() != DT_STRUCTURE) {
+    if (const std::string refusal = refusalOfStructure(helper()); !refusal.empty()) return refused(refusal);
   }
   return model_->edit([this, category] {
     Outcome outcome;

@@ -23,6 +23,22 @@ void warnOfHealth(const Record& record, const std::string& module, std::vector<S
                       subject + " is -1, which stands for \"could not be estimated\"; set one"});
 }
 
+void warnOfModules(const Description::Modules& modules, const std::map<std::string, std::string>& dropped,
+                   std::vector<SaveWarning>& warnings) {
+  for (const auto& [name, reason] : dropped) {
+    warnings.push_back(
+        {SaveWarning::Code::droppedModule, name, "module " + quotedName(name) + " is not saved: " + reason});
+  }
+  if (dropped.size() == modules.size()) {
+    warnings.push_back({SaveWarning::Code::noModules, "",
+                        "the structure is saved without a module, so nothing of it can break; import the "
+                        "model with an undamaged part that is a BSP material"});
+  }
+  for (const auto& [name, module] : modules) {
+    if (!dropped.contains(name)) warnOfHealth(module, name, warnings);
+  }
+}
+
 // In each section of the model's own tag the first entry stays; all others are removed.
 void warnOfEntries(const FileEntries& file, BasicStringRef ownSection, std::vector<SaveWarning>& warnings) {
   for (const auto& [section, isFirst] : file.entries) {
@@ -81,13 +97,7 @@ std::vector<SaveWarning> Session::saveWarnings() {
   std::map<std::string, std::string> dropped;
   if (now.category == DT_STRUCTURE) {
     dropped = droppedModules();
-    for (const auto& [name, reason] : dropped) {
-      warnings.push_back({SaveWarning::Code::droppedModule, name,
-                          "module " + quotedName(name) + " is not saved: " + reason});
-    }
-    for (const auto& [name, module] : now.modules) {
-      if (!dropped.contains(name)) warnOfHealth(module, name, warnings);
-    }
+    warnOfModules(now.modules, dropped, warnings);
   }
   if (now.fragile) warnOfHealth(*now.fragile, "", warnings);
   if (now.fallingAtom) warnOfHealth(*now.fallingAtom, "", warnings);

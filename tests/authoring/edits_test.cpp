@@ -333,6 +333,28 @@ TEST_F(Conversion, OfAVariantIsRefusedWithAnExplanation) {
   }
 }
 
+TEST_F(Conversion, ToAStructureIsRefusedWithoutAPartThatCouldBreak) {
+  support::writeModel(root_, "content/ruin",
+                      {.materials = {{"d_wall_1", 88}, {"d_wall_2", 89}, {"glass", 0}}});
+  const auto ruin = open("content/ruin.model");
+  EXPECT_EQ(ruin->suggestedCategory(), DT_STRUCTURE);
+  EXPECT_EQ(
+      ruin->convert(DT_STRUCTURE).refusal,
+      "\"content/ruin.model\" cannot be a structure: none of its materials is an undamaged part (kinds "
+      "73 to 86), so it would have no modules and could not break; import it again with such a material");
+  EXPECT_EQ(ruin->category(), DT_NON_DESTRUCTIBLE);
+  EXPECT_FALSE(ruin->hasUnsavedEdits());
+  expectDone(ruin->convert(DT_FALLING_ATOMS));
+}
+
+TEST_F(Conversion, ToAStructureOfOneThatIsSavedAsOneIsNotRefused) {
+  support::writeModel(root_, "content/ruin", {.materials = {{"d_wall_1", 88}}});
+  writeDatabase(
+      "<root><structures><entry><filename>content/ruin.model</filename><modules/></entry></structures></"
+      "root>");
+  expectDone(open("content/ruin.model")->convert(DT_STRUCTURE));
+}
+
 TEST_F(Conversion, OfAVariantToNoneCleansItsEntries) {
   support::writeModel(root_, "content/lod1/crate", {.materials = {{"n_wood", 73}}, .bsp = {"n_wood"}});
   writeDatabase(

@@ -88,6 +88,20 @@ TEST_F(Saving, NamesAModuleOfAMaterialThatTheModelNoLongerHas) {
                         "import it with one"));
 }
 
+TEST_F(Saving, OfAStructureWithoutAModuleSaysThatItCannotBreak) {
+  constexpr const char* kCannotBreak =
+      "the structure is saved without a module, so nothing of it can break; import the model with an "
+      "undamaged part that is a BSP material";
+  writeDatabase(
+      "<root><structures><entry><filename>content/street/lamp.model</filename><modules/></entry>"
+      "</structures></root>");
+  EXPECT_THAT(textsOf(open(kLamp)->saveWarnings()), testing::Not(testing::Contains(kCannotBreak)));
+  support::writeModel(root_, "content/street/lamp", {.materials = {{"n_pole", 73}}, .bsp = {}});
+  const auto unbreakable = open(kLamp);
+  EXPECT_THAT(textsOf(unbreakable->saveWarnings()), testing::Contains(kCannotBreak));
+  EXPECT_THAT(unbreakable->save().warnings, testing::Contains(kCannotBreak));
+}
+
 TEST_F(Saving, NamesAHealthThatCouldNotBeEstimated) {
   writeDatabase(kOneFragile);
   const auto session = open(kCrate);

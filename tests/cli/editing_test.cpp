@@ -102,6 +102,15 @@ TEST_F(Convert, RefusesUnknownCategoriesAndModels) {
             "\"content/props/crate.model\"?");
 }
 
+TEST_F(Convert, RefusesAStructureWithoutPartsAlsoWhenTheMaterialsSuggestOne) {
+  support::writeModel(folder_, "content/ruin", {.materials = {{"d_wall_1", 88}, {"d_wall_2", 89}}});
+  for (const char* const category : {"structure", "auto"}) {
+    EXPECT_THAT(
+        refusal({"convert", "content/ruin.model", category}),
+        testing::AllOf(testing::HasSubstr("cannot be a structure"), testing::HasSubstr("could not break")));
+  }
+}
+
 TEST_F(Convert, RefusesAVariant) {
   support::writeModel(folder_, "content/lod1/crate", {.materials = {{"n_wood", 73}}, .bsp = {"n_wood"}});
   EXPECT_THAT(refusal({"convert", "content/lod1/crate.model", "fragile"}),

@@ -132,11 +132,11 @@ TEST_F(Reading, ShowsATableForPeople) {
   BSP materials   n_wall_1, n_wall_2, n_window_5
 
 modules
-  material    health  effectScale  effectHP   ramEffect                hitEffect                decayEffect
-  n_roof_3_1  50      1            HP_wall_1  inf_bld_UNI_000_Base_02  inf_bld_UNI_000_Base_02  none
-  n_wall_1    11      1            HP_wall_2  none                     -                        none
-  n_wall_2    50      1            HP_wall_1  inf_bld_UNI_000_Base_02  inf_bld_UNI_000_Base_02  none
-  n_window_5  50      1            HP_wall_1  inf_bld_UNI_000_Base_02  inf_bld_UNI_000_Base_02  none
+  material                health  effectScale  effectHP   ramEffect                hitEffect                decayEffect
+  n_roof_3_1 (not saved)  50      1            HP_wall_1  inf_bld_UNI_000_Base_02  inf_bld_UNI_000_Base_02  none
+  n_wall_1                11      1            HP_wall_2  none                     -                        none
+  n_wall_2                50      1            HP_wall_1  inf_bld_UNI_000_Base_02  inf_bld_UNI_000_Base_02  none
+  n_window_5 (not saved)  50      1            HP_wall_1  inf_bld_UNI_000_Base_02  inf_bld_UNI_000_Base_02  none
 
 states
   undamaged  n_roof_3_1, n_wall_1, n_wall_2, n_window_5
@@ -155,7 +155,21 @@ materials in the state undamaged
 warnings
   material "n_roof_3_1" ends in part number 1, but its kind 76 is not of that part; that is in order if it ends in the number of a part that it depends on
   material "n_window_5" ends in part number 5, but its kind 75 is not of that part; rename it or give it kind 78
+  module "n_roof_3_1" is not saved: the model has no BSP material of that name; import it with one
+  module "n_window_5" is not saved: its material kind 75 is that of module "n_wall_2"; give the materials different kinds
 )");
+}
+
+TEST_F(Reading, NamesTheModulesThatASaveWouldNotWriteAsJson) {
+  Json dropped = Json::array();
+  const Json shown = json({"show", kHouse, "--json"});
+  for (const Json& warning : shown.at("warnings"))
+    if (warning.at("warning") == "dropped-module") dropped.push_back(warning);
+  EXPECT_EQ(dropped, Json::parse(R"([
+    {"warning": "dropped-module", "module": "n_roof_3_1",
+     "text": "module \"n_roof_3_1\" is not saved: the model has no BSP material of that name; import it with one"},
+    {"warning": "dropped-module", "module": "n_window_5",
+     "text": "module \"n_window_5\" is not saved: its material kind 75 is that of module \"n_wall_2\"; give the materials different kinds"}])"));
 }
 
 TEST_F(Reading, ShowsWhichMaterialsAStateMakesVisible) {
@@ -228,6 +242,45 @@ TEST_F(Reading, PassesOnTheWarningOfAGateOfUnknownMaterial) {
 }
 
 using ADatabase = CommandLine;
+
+TEST_F(ADatabase, OfUnusualStructuresIsListedAsItsModelsAreShown) {
+  support::writeModel(folder_, "content/ruin", {.materials = {{"d_wall_1", 88}}});
+  support::writeModel(folder_, "content/lod1/house", {.materials = {{"n_wall_1", 74}}});
+  writeDatabase(R"(<root>
+	<houses>
+		<entry><filename>content/buildings/house.model</filename><modules/></entry>
+		<entry><filename>content/ruin.model</filename><modules></modules></entry>
+		<entry><filename>content/props/crate.model</filename><states><state><name>open</name></state></states></entry>
+		<entry><filename>content/street/lamp.model</filename><achievementTag>lamp</achievementTag></entry>
+		<entry><filename>content/lod1/house.model</filename><modules/></entry>
+		<entry><filename>content/gone.model</filename><modules/></entry>
+	</houses>
+</root>)");
+  EXPECT_EQ(result({"list"}),
+            "structure  content/buildings/house.model\n"
+            "structure  content/gone.model             (no model file)\n"
+            "none       content/lod1/house.model\n"
+            "none       content/props/crate.model\n"
+            "structure  content/ruin.model\n"
+            "none       content/street/lamp.model\n");
+  for (const Json& entry : Json::parse(result({"list", "--json"}))) {
+    const Json shown = Json::parse(result({"show", entry.at("model"), "--json"}));
+    EXPECT_EQ(shown.at("category"), entry.at("category")) << entry;
+    EXPECT_EQ(shown.at("modelFile"), entry.at("modelFile")) << entry;
+  }
+}
+
+TEST_F(ADatabase, WithAStructureWithoutPartsIsShownWithAWarning) {
+  support::writeModel(folder_, "content/ruin", {.materials = {{"d_wall_1", 88}}});
+  writeDatabase(
+      "<root><structures><entry><filename>content/ruin.model</filename><modules/></entry></structures></"
+      "root>");
+  const Json shown = Json::parse(result({"show", "content/ruin.model", "--json"}));
+  EXPECT_EQ(shown.at("modules"), Json::object());
+  EXPECT_EQ(shown.at("warnings"), Json::parse(R"([{"warning": "no-modules", "text":
+    "the structure is saved without a module, so nothing of it can break; import the model with an undamaged part that is a BSP material"}])"));
+  EXPECT_THAT(result({"show", "content/ruin.model"}), testing::HasSubstr("modules\n  none\n"));
+}
 
 TEST_F(ADatabase, ThatIsMalformedIsRefusedWithItsPlace) {
   writeDatabase("<root>\n\t<fragiles>\n</root>\n");
