@@ -2,9 +2,12 @@
 #include <authoring/gone_model.h>
 #include <authoring/program_that_saves.h>
 #include <authoring/session_fixture.h>
+#include <resources/files/file_lock.h>
 #include <resources/save_group.h>
+#include <resources/save_patience.h>
 #include <support/full_disk.h>
 
+#include <chrono>
 #include <filesystem>
 
 namespace Tal::authoring {
@@ -158,6 +161,18 @@ TEST_F(AGoneModel, IsRemovedFromWhatAnotherProgramIsJustSaving) {
   std::string rest = kNoEntry;
   rest.replace(rest.find("<health>5"), 9, "<health>6");
   EXPECT_EQ(readDatabase(), rest);
+}
+
+TEST_F(AGoneModel, StaysWhileAnotherProgramDoesNotComeToAnEndWithItsSave) {
+  writeDatabase(kOneEntry);
+  const SavePatience patience(std::chrono::milliseconds(10));
+  std::string holder;
+  const auto other = FileLock::acquire(root_ / kDatabase, std::chrono::seconds(9), holder);
+  ASSERT_TRUE(other) << holder;
+  EXPECT_THAT(removeGoneModel(kGone).outcome.refusal,
+              testing::StartsWith("the save of scripts/destructibles.xml failed"));
+  EXPECT_EQ(messages_.criticalCount(), 1);
+  EXPECT_EQ(readDatabase(), kOneEntry);
 }
 
 TEST_F(AGoneModel, StaysWhenTheFileCannotBeWrittenAndCanBeRemovedLater) {
