@@ -167,4 +167,10 @@ TEST(TheExportedNames, HoldNothingOfTheStandardLibraryOrTheEngine) {
   }
 }
 
+TEST(TheThrottleOfReloads, IsFoundByADebuggerUnderItsName) {
+  EXPECT_EQ(outputOf("'" DESTRUCTIBLES_NM "' '" DESTRUCTIBLES_SHARED_LIBRARY
+                     "' | grep -o '[A-Za-z_]*ReloadStamp' | sort -u"),
+            "lastReloadStamp\n");
+}
+
 }  // namespace

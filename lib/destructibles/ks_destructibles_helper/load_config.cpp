@@ -20,7 +20,7 @@ namespace keys = database_format::keys;
 namespace tags = database_format::tags;
 
 // The frame of the last reload that a change of the file caused; shared by all helpers.
-std::uint32_t s_lastReloadStamp = 0;
+std::uint32_t lastReloadStamp = 0;
 
 }  // namespace
 
@@ -127,8 +127,8 @@ void KsDestructiblesHelper::onResourceModified(const BasicStringRef& /*basePath*
   const TrackedScope tracked("Tal::KsDestructiblesHelper::onResourceModified", kSource, 2048);
   if (resourceName.find(kDatabaseFile) == BasicStringRef::npos) return;
   const std::uint32_t stamp = rs().frameStamp();
-  if (stamp == s_lastReloadStamp) return;
-  s_lastReloadStamp = stamp;
+  if (stamp == lastReloadStamp) return;
+  lastReloadStamp = stamp;
   loadConfig(true);
 }
 
