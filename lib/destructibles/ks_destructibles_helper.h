@@ -145,9 +145,10 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
 
   /// Destroys the helper that `helper` holds, if any, and puts a new one in its place. With `keepVisibility`
   /// the kinds that were hidden or shown before are so again. The old helper's disabler is detached from
-  /// `superModel`; one that is bound to another model stays so. A host that passes the same disabler to the
-  /// new helper attaches it to the model afterwards (KsMaterialDisabler::attachSuperModel); only then are
-  /// kinds of the model hidden.
+  /// `superModel`, of which every material shows then; one that is bound to another model stays so. A host
+  /// that passes the same disabler and the same model to the new helper calls its createMaterialBindings
+  /// afterwards; that binds the model again and shows it as it is to be. One that passes another model
+  /// attaches the disabler to it (KsMaterialDisabler::attachSuperModel).
   static void reinit(std::unique_ptr<KsDestructiblesHelper>& helper, SuperModel* superModel,
                      const std::string& modelName, KsMaterialDisabler* materialDisabler, bool keepVisibility);
 
@@ -161,7 +162,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// construction. The estimate of the health may load the database first, see setAsStructure.
   void resetDescriptions();
 
-  /// Lets the disabler find the model's materials anew; there must be a disabler.
+  /// Lets the disabler find the model's materials anew; the model that it was detached from last is bound
+  /// again. There must be a disabler.
   void createMaterialBindings();
 
   KsMaterialDisabler* materialDisabler() const;

@@ -23,6 +23,7 @@ KsMaterialDisabler::KsMaterialDisabler(SuperModel* superModel) {
 
 void KsMaterialDisabler::attachSuperModel(SuperModel* superModel) {
   if (superModel != superModel_) detachSuperModel(superModel_);
+  letGo_ = nullptr;
   bind(superModel);
 }
 
@@ -31,13 +32,16 @@ bool KsMaterialDisabler::detachSuperModel(SuperModel* superModel) {
   for (const auto& material : superModel->materials_) {
     if (material != nullptr) material->isVisible_ = true;
   }
+  letGo_ = superModel;
+  letGoLifetime_ = superModel->lifetime();
   superModel_ = nullptr;
   slotsByKind_.clear();
   return true;
 }
 
 void KsMaterialDisabler::createMaterialBindings() {
-  bind(superModel_);
+  const bool isBackToLast = superModel_ == nullptr && !letGoLifetime_.expired();
+  bind(isBackToLast ? letGo_ : superModel_);
 }
 
 void KsMaterialDisabler::setIsDestroyed(bool isDestroyed) {

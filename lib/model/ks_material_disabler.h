@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 
 namespace Tal {
 
@@ -21,11 +22,14 @@ class KsMaterialDisabler {
   virtual void attachSuperModel(SuperModel* superModel);
 
   /// Lets go of the bound model and shows all its materials again; the visibilities are kept for the next
-  /// one. False, with no effect, when `superModel` is null or is not the bound one.
+  /// one. createMaterialBindings binds the model again, unless another or none was attached since. The model
+  /// may be destroyed meanwhile: then none is bound. False, with no effect, when `superModel` is null or is
+  /// not the bound one.
   virtual bool detachSuperModel(SuperModel* superModel);
 
   /// Finds the bound model's material slots by their kinds and applies the visibilities to them; to be called
-  /// again when kinds were reassigned or the model became ready. Nothing happens when no model is bound.
+  /// again when kinds were reassigned or the model became ready. When no model is bound, the one that was let
+  /// go last is, see detachSuperModel; nothing happens when there is none.
   virtual void createMaterialBindings();
 
   /// True brings every part of the bound model to its destroyed look (73 to 86 hidden, 87 to 100 visible),
@@ -49,6 +53,8 @@ class KsMaterialDisabler {
   bool isKindVisible(unsigned int kind) const;
 
   SuperModel* superModel_ = nullptr;
+  SuperModel* letGo_ = nullptr;  // to be bound again, as long as it lives
+  std::weak_ptr<const void> letGoLifetime_;
   std::multimap<unsigned int, unsigned int> slotsByKind_;
   std::map<unsigned int, bool> explicitVisibility_;
   bool isDestroyed_ = false;

@@ -16,6 +16,8 @@ class SuperModel {
  public:
   /// A model put together by hand; `topModel` may be null.
   SuperModel(SmartPointer<Model> topModel, Skeleton::SkeletonInstance skeleton, ModelMaterials materials);
+  SuperModel(const SuperModel&) = delete;
+  SuperModel& operator=(const SuperModel&) = delete;
 
   /// Loads "NAME.model" and its ".visual" from the resource roots. Geometry is not read; a
   /// warning is logged when its size is not that of the geometry that was imported. Null when the model
@@ -28,6 +30,10 @@ class SuperModel {
   /// The skeleton, owned by this object; never null.
   Skeleton::SkeletonInstance* skeleton() noexcept { return &skeleton_; }
 
+  /// Expires with the model: so whoever has a pointer to it and does not own it can tell whether it still
+  /// lives.
+  std::weak_ptr<const void> lifetime() const noexcept { return lifetime_; }
+
   /// False while the model is still being loaded: no names and kinds are then taken from its materials, which
   /// are not complete.
   bool ready_ = true;
@@ -36,6 +42,7 @@ class SuperModel {
  private:
   SmartPointer<Model> topModel_;
   Skeleton::SkeletonInstance skeleton_;
+  std::shared_ptr<const void> lifetime_ = std::make_shared<char>();
 };
 
 }  // namespace Tal

@@ -6,7 +6,6 @@ namespace Tal {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
 
 class TheOrderOfEffects : public DestructiblesTest {
  protected:
@@ -76,20 +75,6 @@ TEST_F(TheOrderOfEffects, WithoutADisablerStillAsksForVisibility) {
   const KsDestructiblesHelper helper(model.get(), "m", nullptr);
   EXPECT_TRUE(helper.isMaterialKindVisible(73));
   EXPECT_FALSE(helper.isMaterialKindVisible(87));
-}
-
-TEST_F(TheOrderOfEffects, ReachesTheModelWhenTheDisablerIsAttachedAgainAfterReinit) {
-  writeDatabase("<r/>");
-  const auto model = support::buildModel({{{"n_wall_0", 73}, {"d_wall_0", 87}, {"n_roof_1", 74}}});
-  KsMaterialDisabler disabler(model.get());
-  std::unique_ptr<KsDestructiblesHelper> helper;
-  KsDestructiblesHelper::reinit(helper, model.get(), "m", &disabler, false);
-  disabler.setMaterialKindVisible(74, false);
-  KsDestructiblesHelper::reinit(helper, model.get(), "m", &disabler, true);
-  disabler.attachSuperModel(model.get());
-  std::vector<bool> visible;
-  for (const auto& material : model->materials_) visible.push_back(material->isVisible_);
-  EXPECT_THAT(visible, ElementsAreArray({true, false, false}));
 }
 
 }  // namespace

@@ -236,7 +236,7 @@ class RandomHost {
       if (!dice_.isOneIn(12)) at.disabler = std::make_unique<RecordingDisabler>(at.model.get(), &at.journal);
     }
     KsDestructiblesHelper::reinit(at.helper, at.model.get(), name(), at.disabler.get(), dice_.coin());
-    if (isSameModel) at.disabler->attachSuperModel(at.model.get());
+    if (isSameModel) at.helper->createMaterialBindings();
     listen(at);
   }
 

@@ -124,6 +124,65 @@ TEST_F(ReplacingAHelper, DropsWhatTheOldOneMadeInMemoryAndReadsTheFileAnew) {
   EXPECT_THAT(Access::fragileMap(), IsEmpty());
 }
 
+// --- The look of the model afterwards ---
+
+/// The identifiers of the materials that are shown, in slot order.
+Strings shown(const SuperModel& model) {
+  Strings names;
+  for (const auto& material : model.materials_)
+    if (material->isVisible_) names.push_back(material->identifier());
+  return names;
+}
+
+const support::ModelParts kHouse = {
+    {{"stone", 0}, {"nwall", 73}, {"dwall", 87}, {"nroof", 74}, {"droof", 88}}};
+
+TEST_F(ReplacingAHelper, ShowsTheUndamagedLookOnceTheBindingsAreMade) {
+  OpenModel open(kHouse, "m");
+  open.disabler.setMaterialKindVisible(74, false);
+  KsDestructiblesHelper::reinit(open.helper, open.model.get(), "m", &open.disabler, false);
+  EXPECT_THAT(shown(*open.model), ElementsAre("stone", "nwall", "dwall", "nroof", "droof")) << "it is let go";
+  open->createMaterialBindings();
+  EXPECT_THAT(shown(*open.model), ElementsAre("stone", "nwall", "nroof"));
+  open->setDestructibleState("destroyed");
+  EXPECT_THAT(shown(*open.model), ElementsAre("stone", "dwall", "droof"));
+}
+
+TEST_F(ReplacingAHelper, ShowsTheKeptVisibilitiesOnceTheBindingsAreMade) {
+  OpenModel open(kHouse, "m");
+  open.disabler.setMaterialKindVisible(0, false);
+  open.disabler.setMaterialKindVisible(73, false);
+  open.disabler.setMaterialKindVisible(87, true);
+  for (int round = 0; round < 3; ++round) {
+    KsDestructiblesHelper::reinit(open.helper, open.model.get(), "m", &open.disabler, true);
+    open->createMaterialBindings();
+    EXPECT_THAT(shown(*open.model), ElementsAre("dwall", "nroof")) << round;
+  }
+}
+
+TEST_F(ReplacingAHelper, ShowsAnotherModelOnceTheDisablerIsAttachedToIt) {
+  OpenModel open(kHouse, "m");
+  const auto next = support::buildModel({{{"stone", 0}, {"ngate", 73}, {"dgate", 87}}});
+  KsDestructiblesHelper::reinit(open.helper, next.get(), "next", &open.disabler, false);
+  open->createMaterialBindings();
+  EXPECT_THAT(shown(*next), ElementsAre("stone", "ngate", "dgate")) << "the old model is still bound";
+  open.disabler.attachSuperModel(next.get());
+  open->createMaterialBindings();
+  EXPECT_THAT(shown(*next), ElementsAre("stone", "ngate"));
+  EXPECT_THAT(shown(*open.model), ElementsAre("stone", "nwall", "dwall", "nroof", "droof"));
+}
+
+TEST_F(ReplacingAHelper, MayFollowTheEndOfAModelThatWasLetGo) {
+  OpenModel open(kHouse, "m");
+  ASSERT_TRUE(open->detachSuperModel(open.model.get()));
+  open.model.reset();
+  KsDestructiblesHelper::reinit(open.helper, nullptr, "", &open.disabler, true);
+  open->createMaterialBindings();
+  const auto next = support::buildModel(kHouse);
+  open.disabler.attachSuperModel(next.get());
+  EXPECT_THAT(shown(*next), ElementsAre("stone", "nwall", "nroof"));
+}
+
 // --- The dependencies in material names ---
 
 /// The dependency table of a model of the given materials.

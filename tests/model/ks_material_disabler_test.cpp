@@ -164,6 +164,58 @@ TEST(AMaterialDisabler, LetsGoOfTheOldModelWhenAnotherIsAttached) {
   EXPECT_FALSE(disabler.detachSuperModel(next.get()));
 }
 
+TEST(AMaterialDisabler, BindsTheModelThatItLetGoLastWhenTheBindingsAreMade) {
+  const auto model = twoParts();
+  KsMaterialDisabler disabler(model.get());
+  disabler.detachSuperModel(model.get());
+  disabler.setMaterialKindVisible(0, false);
+  disabler.createMaterialBindings();
+  EXPECT_EQ(shown(*model), (Names{"n_0", "n_13", "glass"}));
+  disabler.setIsDestroyed(true);
+  EXPECT_EQ(shown(*model), (Names{"stone", "d_0", "d_13", "glass"})) << "it is bound";
+  EXPECT_TRUE(disabler.detachSuperModel(model.get()));
+}
+
+TEST(AMaterialDisabler, StillBindsTheModelThatItLetGoAfterALetGoThatWasRefused) {
+  const auto model = twoParts();
+  const auto other = twoParts();
+  KsMaterialDisabler disabler(model.get());
+  disabler.detachSuperModel(model.get());
+  EXPECT_FALSE(disabler.detachSuperModel(model.get()));
+  EXPECT_FALSE(disabler.detachSuperModel(other.get()));
+  EXPECT_FALSE(disabler.detachSuperModel(nullptr));
+  disabler.createMaterialBindings();
+  EXPECT_EQ(shown(*model), (Names{"stone", "n_0", "n_13", "glass"}));
+}
+
+TEST(AMaterialDisabler, BindsNoModelThatItLetGoBeforeAnotherWasAttached) {
+  const auto model = twoParts();
+  const auto other = twoParts();
+  KsMaterialDisabler disabler(model.get());
+  disabler.detachSuperModel(model.get());
+  disabler.attachSuperModel(other.get());
+  disabler.createMaterialBindings();
+  disabler.detachSuperModel(other.get());
+  disabler.createMaterialBindings();
+  EXPECT_EQ(shown(*other), (Names{"stone", "n_0", "n_13", "glass"})) << "the last one";
+  EXPECT_EQ(shown(*model), (Names{"stone", "n_0", "d_0", "n_13", "d_13", "glass"}));
+  disabler.attachSuperModel(nullptr);
+  disabler.createMaterialBindings();
+  EXPECT_EQ(shown(*other), (Names{"stone", "n_0", "d_0", "n_13", "d_13", "glass"}));
+}
+
+TEST(AMaterialDisabler, BindsNoModelThatIsGone) {
+  auto model = twoParts();
+  KsMaterialDisabler disabler(model.get());
+  disabler.detachSuperModel(model.get());
+  disabler.setMaterialKindVisible(5, true);
+  model.reset();
+  disabler.createMaterialBindings();
+  Visibles visibles;
+  disabler.getMaterialKindVisibles(visibles);
+  EXPECT_EQ(visibles, (Visibles{{5, true}})) << "of no model";
+}
+
 TEST(AMaterialDisabler, SurvivesMaterialsThatWereExchangedForFewer) {
   const auto model = twoParts();
   KsMaterialDisabler disabler(model.get());
