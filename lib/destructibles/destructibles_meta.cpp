@@ -11,9 +11,8 @@
 #include <resources/file_system.h>
 
 #include <algorithm>
-#include <cstdint>
+#include <cstddef>
 #include <iterator>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,23 +44,12 @@ BasicStringRef effectsSection(int category) {
   return section.empty() ? database_format::kStructuresSection : section;
 }
 
-// Every effect of a section, in the order of the file. A panel asks for the same list for each of its fields.
-const std::vector<std::string>& namesIn(DataSection& root, BasicStringRef sectionName) {
-  struct Known {
-    std::uint64_t contentStamp = 0;
-    std::vector<std::string> names;
-  };
-  static std::map<std::string, Known> s_known;
-  Known& known = s_known[std::string(sectionName)];
-  const std::uint64_t contentStamp = root.contentStamp();
-  if (contentStamp != 0 && contentStamp == known.contentStamp) return known.names;
-  known = {};
-  if (const SmartPointer<DataSection> section = root.openSection(sectionName, false, nullptr); section) {
-    known.names.reserve(static_cast<std::size_t>(section->childCount()));
-    for (const SmartPointer<DataSection>& effect : *section) known.names.emplace_back(effect->tag());
-  }
-  known.contentStamp = contentStamp;
-  return known.names;
+// Every effect of a section, in the order of the file.
+std::vector<std::string> namesIn(const DataSection& section) {
+  std::vector<std::string> names;
+  names.reserve(static_cast<std::size_t>(section.childCount()));
+  for (const SmartPointer<DataSection>& effect : section) names.emplace_back(effect->tag());
+  return names;
 }
 
 // The effects of a category, in the order of the file, whose names in lower case hold the key. The key is
@@ -71,11 +59,15 @@ std::vector<std::string> getEffectNames(int category, const std::string& key) {
   const SmartPointer<DataSection> root =
       FS::Utils::openSection(database_format::kEffectsFile, false, nullptr);
   if (!root) return {};
-  const std::vector<std::string>& all = namesIn(*root, effectsSection(category));
-  if (key.empty()) return all;
+  const SmartPointer<DataSection> section = root->openSection(effectsSection(category), false, nullptr);
+  if (!section) return {};
+  // The document keeps them: a panel asks for the same list for each of its fields.
+  static const Derivation<std::vector<std::string>> s_names(&namesIn);
+  const auto all = section->derived(s_names);
+  if (key.empty()) return *all;
   std::vector<std::string> names;
   const auto isSame = [](char ofName, char ofKey) { return toLowerAscii(ofName) == ofKey; };
-  std::copy_if(all.begin(), all.end(), std::back_inserter(names), [&](const std::string& name) {
+  std::copy_if(all->begin(), all->end(), std::back_inserter(names), [&](const std::string& name) {
     return std::search(name.begin(), name.end(), key.begin(), key.end(), isSame) != name.end();
   });
   return names;

@@ -88,6 +88,10 @@ std::string DataSection::attribute(BasicStringRef /*name*/) const {
   return {};
 }
 
+std::shared_ptr<const void> DataSection::derivedValue(const AnyDerivation& derivation) const {
+  return derivation.valueOf(*this);
+}
+
 int DataSection::findChildWith(BasicStringRef key, BasicStringRef value, int first) const {
   if (first < 0) return -1;
   for (int place = first; place < childCount(); ++place)

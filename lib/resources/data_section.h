@@ -4,8 +4,10 @@
 #include <core/smart_pointer.h>
 #include <core/string_ref.h>
 #include <core/vector3.h>
+#include <resources/derivation.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace Tal {
@@ -93,6 +95,14 @@ class DataSection : public SafeReferenceCount {
   /// tell.
   virtual std::uint64_t contentStamp() const { return 0; }
 
+  /// What a derivation makes of this section; never null. It is computed when it is asked for, and kept with
+  /// the document until the document's content changes; a format may compute it each time. What the function
+  /// throws is passed on, and nothing is kept then.
+  template <class Value>
+  std::shared_ptr<const Value> derived(const Derivation<Value>& derivation) const {
+    return std::static_pointer_cast<const Value>(derivedValue(derivation));
+  }
+
   /// The place of the first child, from `first` on, whose own child `key` (a plain tag) reads as `value`; an
   /// absent one reads as empty. -1 when there is none, and when `first` is below 0.
   virtual int findChildWith(BasicStringRef key, BasicStringRef value, int first = 0) const;
@@ -161,6 +171,9 @@ class DataSection : public SafeReferenceCount {
  protected:
   DataSection();
   ~DataSection() override;
+
+  /// See derived.
+  virtual std::shared_ptr<const void> derivedValue(const AnyDerivation& derivation) const;
 
   /// Gives the value of the section at a path, as a view that is valid until the next change of the section
   /// or of `scratch`. False when it is absent. Sections that can read without making handles override it.

@@ -2,10 +2,17 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <mio/dynamic_object.h>
 #include <mio/meta_object.h>
+#include <resources/data_section_cache.h>
+#include <resources/file_system.h>
+#include <support/temporary_folder.h>
 
 #include <array>
+#include <filesystem>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -39,6 +46,34 @@ TEST(TheModule, DescribesItsRecordsWhileItIsLoadedAHundredTimes) {
     ASSERT_FALSE(isLoaded()) << "the library went";
   }
   EXPECT_EQ(countOfRegistered(), 0);
+}
+
+/// The options of a record's field in a tree whose model is a structure.
+tyk::VariantList optionsOf(const char* record, const char* field) {
+  mio::DynamicObject model;
+  model.addProperty("Destructible Type", tyk::Variant::Type::signedInteger, [] { return tyk::Variant(0); });
+  mio::Object edited;
+  edited.setParent(&model);
+  return mio::BoundProperty(edited, *mio::MetaObject::find(record)->property(field)).options();
+}
+
+TEST(TheModule, LeavesNothingInADocumentThatItHasListedTheEffectsOf) {
+  const support::TemporaryFolder folder;
+  folder.write("scripts/destructibles_effects.xml", "<root><structures><boom/></structures></root>");
+  Tal::FS::setFileSystem(
+      std::make_unique<Tal::FS::MultiFileSystem>(std::vector<std::filesystem::path>{folder.path()}));
+  const auto effects = Tal::FS::Utils::openSection("scripts/destructibles_effects.xml", false, nullptr);
+  for (int round = 0; round < 3; ++round) {
+    void* const library = dlopen(DESTRUCTIBLES_SHARED_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    EXPECT_EQ(tyk::Variant(optionsOf(kRecords[0], "Hit effect")).text(),
+              round == 0 ? "[, none, boom]" : "[, none, boom, bang]");
+    ASSERT_EQ(dlclose(library), 0);
+    ASSERT_FALSE(isLoaded()) << "the library went";
+    if (round == 0) effects->openSection("structures")->appendChild("bang");
+  }
+  Tal::FS::setFileSystem(nullptr);
+  Tal::DataSectionCache::clear();
 }
 
 }  // namespace

@@ -4,6 +4,9 @@
 #include <support/failing_allocation.h>
 #include <support/mounted_root.h>
 
+#include <resources/data_section_cache.h>
+#include <resources/derivation.h>
+
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -98,5 +101,29 @@ TEST_P(AnEditWithoutMemory, CanBeMadeAgainAsIfNothingHadHappened) {
 
 INSTANTIATE_TEST_SUITE_P(Of, AnEditWithoutMemory, testing::ValuesIn(kEdits),
                          [](const auto& one) { return std::string(one.param.name); });
+
+std::vector<std::string> tagsOf(const DataSection& section) {
+  std::vector<std::string> tags;
+  for (const SmartPointer<DataSection>& child : section) tags.emplace_back(child->tag());
+  return tags;
+}
+
+TEST(ADerivedValueWithoutMemory, CanBeAskedForAgain) {
+  const std::vector<std::string> wanted = {"a-tag-that-no-small-string-holds", "b"};
+  const support::MountedRoot root("a.xml", "<r><a-tag-that-no-small-string-holds/><b/></r>");
+  const Tal::Derivation<std::vector<std::string>> tags(&tagsOf);
+  long place = 0;
+  for (bool hasFailed = true; hasFailed; ++place) {
+    Tal::DataSectionCache::clear();
+    const SmartPointer<DataSection> section = support::openResource("a.xml");
+    hasFailed = failAt(
+        place, [&tags](DataSection& of) { of.derived(tags); }, *section);
+    EXPECT_EQ(*section->derived(tags), wanted) << "allocation " << place;
+    EXPECT_EQ(section->derived(tags), section->derived(tags)) << "allocation " << place;
+    section->appendChild("c");
+    EXPECT_EQ(section->derived(tags)->size(), 3U) << "allocation " << place;
+  }
+  EXPECT_GT(place, 5) << "so many allocations were made to fail";
+}
 
 }  // namespace

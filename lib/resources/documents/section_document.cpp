@@ -154,6 +154,21 @@ std::uint64_t SectionDocument::contentStamp() {
   return contentStamp_ = ++lastStamp;
 }
 
+std::shared_ptr<const void> SectionDocument::derived(const AnyDerivation& derivation, Xml::NodeIndex node,
+                                                     const DataSection& section) {
+  const std::uint64_t revision = tree_.revision();
+  if (!derived_) derived_ = std::make_shared<DerivedValues>();
+  if (derivedRevision_ != revision) derived_->clear();
+  derivedRevision_ = revision;
+  const auto known = derived_->find({&derivation, node});
+  if (known != derived_->end()) return known->second;
+  std::shared_ptr<const void> value = derivation.valueOf(section);
+  if (tree_.revision() != revision) return value;  // the function has edited what it read
+  derivation.noteKeeper(derived_);
+  derived_->emplace(std::pair(&derivation, node), value);
+  return value;
+}
+
 std::optional<SectionDocument::SavedContent> SectionDocument::savedContent() {
   if (isEdited() || isSavePending() || !base_) return std::nullopt;
   return SavedContent{*base_, contentStamp()};

@@ -4,6 +4,7 @@
 #include <core/smart_pointer.h>
 #include <resources/bytes/fingerprint.h>
 #include <resources/bytes/pieced_text.h>
+#include <resources/derivation.h>
 #include <resources/file_identity.h>
 #include <resources/files/file_failure.h>
 #include <resources/files/open_place.h>
@@ -12,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -56,6 +58,10 @@ class SectionDocument : public SafeReferenceCount {
 
   /// See DataSection::contentStamp.
   std::uint64_t contentStamp();
+
+  /// See DataSection::derived; `section` is a handle on the node.
+  std::shared_ptr<const void> derived(const AnyDerivation& derivation, Xml::NodeIndex node,
+                                      const DataSection& section);
 
   /// The fingerprint of the file's bytes, and the content stamp of the document that they were read as or
   /// written from. Empty when the fingerprint is not known, when the document has unsaved edits, and when a
@@ -113,6 +119,8 @@ class SectionDocument : public SafeReferenceCount {
   std::uint64_t savedRevision_ = 0;
   std::uint64_t contentStamp_ = 0;     ///< 0: none was given yet
   std::uint64_t stampedRevision_ = 0;  ///< the one that the stamp stands for
+  std::shared_ptr<DerivedValues> derived_;
+  std::uint64_t derivedRevision_ = 0;  ///< the one that those values are of
   bool isRecent_ = false;              ///< the file was changed just before it was read or written
   bool isSavePending_ = false;
   bool isFlushPending_ = false;

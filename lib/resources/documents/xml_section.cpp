@@ -69,6 +69,10 @@ std::uint64_t XmlSection::contentStamp() const {
   return document_->contentStamp();
 }
 
+std::shared_ptr<const void> XmlSection::derivedValue(const AnyDerivation& derivation) const {
+  return document_->derived(derivation, node_, *this);
+}
+
 SmartPointer<DataSection> XmlSection::appendChild(BasicStringRef tag) {
   if (!canName(tag)) return nullptr;
   return sectionOf(document_->tree().appendChild(node_, tag));

@@ -26,6 +26,7 @@ class XmlSection final : public DataSection {
   bool save(BasicStringRef fileName) override;
 
  protected:
+  std::shared_ptr<const void> derivedValue(const AnyDerivation& derivation) const override;
   bool readValue(BasicStringRef path, std::string& scratch, BasicStringRef& value) const override;
   bool canName(BasicStringRef tag) const override;
   bool canHold(BasicStringRef value) const override;
