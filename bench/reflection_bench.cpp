@@ -58,9 +58,8 @@ class Panel {
     std::ofstream(root_ / "scripts" / "destructibles_effects.xml", std::ios::binary) << textOf(effects);
     Tal::FS::setFileSystem(
         std::make_unique<Tal::FS::MultiFileSystem>(std::vector<std::filesystem::path>{root_}));
-    const int category = effects.category;
     model_.addProperty("Destructible Type", tyk::Variant::Type::signedInteger,
-                       [category] { return tyk::Variant(category); });
+                       [category = effects.category] { return tyk::Variant(category); });
     record_.setParent(&model_);
   }
 

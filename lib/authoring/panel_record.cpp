@@ -48,7 +48,7 @@ std::optional<Record> recordOf(Session& session, const std::optional<std::string
 void offerToRecords(mio::DynamicObject& object, std::function<KsDestructibleType()> category,
                     std::function<std::vector<std::string>()> hardPoints) {
   object.addProperty(panel_names::kDestructibleType, tyk::Variant::Type::signedInteger,
-                     [category = std::move(category)] { return tyk::Variant(std::int32_t{category()}); });
+                     [category = std::move(category)] { return tyk::Variant(category()); });
   object.addProperty(panel_names::kHardPoints, tyk::Variant::Type::list,
                      [hardPoints = std::move(hardPoints)] { return tyk::Variant(hardPoints()); });
 }

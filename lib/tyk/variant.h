@@ -27,6 +27,8 @@ using VariantList = std::vector<Variant>;
 /// - a text becomes a number when all of it is one decimal number of the type, with a point and without white
 ///   space or a sign "+"; out of range and not finite is refused. Floating-point numbers take the nearest
 ///   value, and become the shortest text that reads back equal. Nothing depends on the locale;
+/// - an enumeration is held as its underlying type; whatever that type holds becomes the enumeration again,
+///   also a number that no enumerator has;
 /// - a bool becomes 0 or 1, "false" or "true", and the other way round;
 /// - a list becomes a vector when each of its values does. Nothing else becomes a list, and an empty variant
 ///   becomes nothing else.
@@ -52,6 +54,9 @@ class Variant {
   template <std::unsigned_integral Number>
   requires(!std::same_as<Number, bool>) Variant(Number value)
   noexcept : value_(std::uint64_t{value}) {}
+  template <class Enumeration>
+  requires std::is_enum_v<Enumeration> Variant(Enumeration value)
+  noexcept : Variant(static_cast<std::underlying_type_t<Enumeration>>(value)) {}
   Variant(float value) noexcept : value_(value) {}
   Variant(double value) noexcept : value_(value) {}
   Variant(std::string value) noexcept : value_(std::move(value)) {}
@@ -65,8 +70,8 @@ class Variant {
   Type type() const noexcept { return static_cast<Type>(value_.index()); }
   bool isEmpty() const noexcept { return type() == Type::empty; }
 
-  /// The value as a T: bool, an integer, float, double, std::string, or a std::vector of those or of
-  /// variants. Throws BadCast when it is refused.
+  /// The value as a T: bool, an integer, an enumeration, float, double, std::string, or a std::vector of
+  /// those or of variants. Throws BadCast when it is refused.
   template <class T>
   T castTo() const {
     std::optional<T> value = tryCastTo<T>();
@@ -87,7 +92,8 @@ class Variant {
   /// "bool", "string" and the like.
   static const char* typeName(Type type) noexcept;
 
-  /// The name of a type that castTo knows: "int32", "string" and the like.
+  /// The name of a type that castTo knows: "int32", "string" and the like; of an enumeration that of its
+  /// underlying type.
   template <class T>
   static const char* nameOf() noexcept;
 
@@ -125,6 +131,9 @@ template <class T>
 std::optional<T> Variant::tryCastTo() const {
   if constexpr (std::is_same_v<T, Variant>) {
     return *this;
+  } else if constexpr (std::is_enum_v<T>) {
+    const auto number = tryCastTo<std::underlying_type_t<T>>();
+    return number ? std::optional(static_cast<T>(*number)) : std::nullopt;
   } else if constexpr (std::is_same_v<T, bool>) {
     return toBool();
   } else if constexpr (std::is_same_v<T, float>) {
@@ -161,7 +170,9 @@ std::optional<std::vector<Element>> Variant::toVector() const {
 
 template <class T>
 const char* Variant::nameOf() noexcept {
-  if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>) {
+  if constexpr (std::is_enum_v<T>) {
+    return nameOf<std::underlying_type_t<T>>();
+  } else if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>) {
     constexpr const char* kSigned[] = {"int8", "int16", "int32", "int64"};
     constexpr const char* kUnsigned[] = {"uint8", "uint16", "uint32", "uint64"};
     constexpr int kWidth = sizeof(T) == 1 ? 0 : sizeof(T) == 2 ? 1 : sizeof(T) == 4 ? 2 : 3;

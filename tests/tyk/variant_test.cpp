@@ -187,6 +187,49 @@ TEST(AnEmptyVariant, BecomesNothingElse) {
   EXPECT_EQ(Variant().castTo<Variant>(), Variant());
 }
 
+enum Plain { kPlainA, kPlainB = 5 };
+enum Fixed : std::int32_t { kFixedNegative = -3, kFixedMost = 2147483647 };
+enum class Small : std::uint8_t { none, most = 255 };
+enum class Huge : std::uint64_t { most = 18446744073709551615U };
+enum class Switch : bool { off, on };
+
+TEST(AnEnumeration, IsHeldAsAnIntegerOfItsKind) {
+  EXPECT_EQ(Variant(kFixedNegative), Variant(-3));
+  EXPECT_EQ(Variant(Small::most), Variant(255U));
+  EXPECT_EQ(Variant(Huge::most), Variant(18446744073709551615U));
+  EXPECT_EQ(Variant(kPlainB).tryCastTo<int>(), 5);
+  EXPECT_EQ(Variant(Switch::on), Variant(true));
+  EXPECT_EQ(Variant(std::vector<Fixed>{kFixedNegative}), Variant(VariantList{-3}));
+  EXPECT_EQ(Variant::typeOf<Fixed>(), Type::signedInteger);
+  EXPECT_EQ(Variant::typeOf<Small>(), Type::unsignedInteger);
+}
+
+TEST(AnEnumeration, IsWhatACastGivesWhenItsTypeHoldsTheNumber) {
+  EXPECT_EQ(Variant(kFixedNegative).castTo<Fixed>(), kFixedNegative);
+  EXPECT_EQ(Variant(kPlainB).castTo<Plain>(), kPlainB);
+  EXPECT_EQ(Variant(Huge::most).castTo<Huge>(), Huge::most);
+  EXPECT_EQ(Variant(Switch::on).castTo<Switch>(), Switch::on);
+  EXPECT_EQ(Variant(255).tryCastTo<Small>(), Small::most);
+  EXPECT_EQ(Variant("255").tryCastTo<Small>(), Small::most);
+  EXPECT_EQ(Variant(2147483647.0).tryCastTo<Fixed>(), kFixedMost);
+  EXPECT_EQ(Variant(77).tryCastTo<Fixed>(), Fixed{77}) << "also a number that no enumerator has";
+  EXPECT_EQ(Variant(VariantList{0, "255"}).castTo<std::vector<Small>>(),
+            (std::vector<Small>{Small::none, Small::most}));
+}
+
+TEST(AnEnumeration, IsNoneOfANumberThatItsTypeDoesNotHold) {
+  EXPECT_EQ(Variant(256).tryCastTo<Small>(), kNone);
+  EXPECT_EQ(Variant(-1).tryCastTo<Small>(), kNone);
+  EXPECT_EQ(Variant(-1).tryCastTo<Huge>(), kNone);
+  EXPECT_EQ(Variant(2147483648U).tryCastTo<Fixed>(), kNone);
+  EXPECT_EQ(Variant(2).tryCastTo<Switch>(), kNone);
+  EXPECT_EQ(Variant(0.5).tryCastTo<Fixed>(), kNone);
+  EXPECT_EQ(Variant("most").tryCastTo<Small>(), kNone);
+  EXPECT_EQ(Variant().tryCastTo<Small>(), kNone);
+  EXPECT_EQ(refusal<Small>(256), "cannot convert the integer \"256\" to uint8");
+  EXPECT_EQ(refusal<Fixed>("most"), "cannot convert the string \"most\" to int32");
+}
+
 TEST(ARefusedCast, SaysFromWhatToWhatAndShowsTheValue) {
   EXPECT_EQ(refusal<int>("12abc"), "cannot convert the string \"12abc\" to int32");
   EXPECT_EQ(refusal<int>(""), "cannot convert the string \"\" to int32");
