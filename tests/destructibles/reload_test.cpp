@@ -302,6 +302,25 @@ TEST_F(AReload, OfTheRealFileTellsTheHelperThatWasMadeFirst) {
   EXPECT_THAT(told, ::testing::Not(::testing::Contains("second")));
 }
 
+TEST_F(AReload, FollowsASaveOfOnesOwnOnceMoreAndDropsWhatOthersHaveNotSaved) {
+  writeDatabase(
+      "<r><fragiles><entry><filename>a</filename></entry><entry><filename>b</filename></entry></fragiles></"
+      "r>");
+  const OpenModel a({}, "a");
+  const OpenModel b({}, "b");
+  int loads = 0;
+  const ks::Connection onA = a->connectLoadedConfigSignal([&] { ++loads; });
+  KsDestructibleFragileDesc edited;
+  edited.health = 77;
+  ASSERT_TRUE(a->updateFragileParameters(edited));
+  ASSERT_TRUE(a->saveConfig());
+  EXPECT_EQ(loads, 1);
+  ASSERT_TRUE(b->updateFragileParameters(edited));
+  ASSERT_TRUE(renderUntil([&] { return loads == 2; }));
+  EXPECT_EQ(Access::fragileMap().at("a").health, 77);
+  EXPECT_EQ(Access::fragileMap().at("b").health, 5) << "as in the file";
+}
+
 TEST_F(AReload, OfTheRealFileDoesNotReachADestroyedHelper) {
   writeFragile("old");
   auto first = std::make_unique<OpenModel>(support::ModelParts{}, "m");

@@ -22,10 +22,11 @@ class TheEmbeddingExample : public ::testing::Test {
   support::TemporaryFolder folder_;
 };
 
-TEST_F(TheEmbeddingExample, StandsOnThePageWordForWord) {
+TEST(ThePageOnIntegrating, ShowsTheExamplesWordForWord) {
   const std::string docs = DOCS_FOLDER;
   EXPECT_THAT(support::blocksBetween(support::readFile(docs + "/integrating.md"), "```cpp", "```"),
-              ElementsAre(support::readFile(docs + "/examples/embedding.cpp")));
+              ElementsAre(support::readFile(docs + "/examples/embedding.cpp"),
+                          support::readFile(docs + "/examples/module_panel.cpp")));
 }
 
 TEST_F(TheEmbeddingExample, MakesTheModelAFragileAndSaves) {
