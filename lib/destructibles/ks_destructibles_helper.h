@@ -418,7 +418,6 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   void setMissingFragile();
   void setMissingFallingAtom();
   std::string intactMaterial() const;
-  void assignHardPoints(ModuleTable& modules) const;
 
   // Health.
   int gateHealth(const std::string& normalisedPath);

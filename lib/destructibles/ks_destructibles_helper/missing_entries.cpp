@@ -2,37 +2,9 @@
 #include <destructibles/ks_destructibles_helper.h>
 #include <destructibles/ks_destructibles_helper/logging.h>
 #include <destructibles/ks_destructibles_helper/tracked_source.h>
-
-#include <algorithm>
+#include <destructibles/new_entries.h>
 
 namespace Tal {
-namespace {
-
-const std::string DEFAULT_FRACTURE_EFFECT = "inf_streetlamp_fracture";
-const std::string DEFAULT_TOUCHDOWN_EFFECT = "inf_streetlamp_touchdown";
-const std::string DEFAULT_FRAGILE_EFFECT = "hd_bld_SU_206_Cellar";
-const std::string DEFAULT_MODULE_EFFECT = "inf_bld_UNI_000_Base_02";
-
-bool isDigit(char character) {
-  return character >= '0' && character <= '9';
-}
-
-// All digits of a name as one number; it wraps at 32 bits.
-std::uint32_t numberIn(BasicStringRef name) {
-  std::uint32_t number = 0;
-  for (const char character : name) {
-    if (isDigit(character)) number = number * 10 + static_cast<std::uint32_t>(character - '0');
-  }
-  return number;
-}
-
-// The first digit of a module's name belongs to its material and does not count.
-std::uint32_t moduleNumber(BasicStringRef name) {
-  const auto firstDigit = name.find_first_of("0123456789");
-  return firstDigit == BasicStringRef::npos ? 0 : numberIn(name.substr(firstDigit + 1));
-}
-
-}  // namespace
 
 void KsDestructiblesHelper::setMissingFallingAtom() {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::setMissingFallingAtom", kSource, 1038);
@@ -40,10 +12,7 @@ void KsDestructiblesHelper::setMissingFallingAtom() {
     isMissingInDestructiblesXml_ = false;
     return;
   }
-  KsDestructibleFallingAtomDesc desc;
-  desc.fractureEffect = DEFAULT_FRACTURE_EFFECT;
-  desc.touchdownEffect = DEFAULT_TOUCHDOWN_EFFECT;
-  desc.health = calculateDestructibleHealth();
+  const KsDestructibleFallingAtomDesc desc = new_entries::fallingAtom(calculateDestructibleHealth());
   rememberLoadedEntries();
   s_destrFallingAtomMap.insert_or_assign(modelName_, desc);
   isMissingInDestructiblesXml_ = true;
@@ -55,12 +24,8 @@ void KsDestructiblesHelper::setMissingFragile() {
     isMissingInDestructiblesXml_ = false;
     return;
   }
-  KsDestructibleFragileDesc desc;
-  desc.effect = DEFAULT_FRAGILE_EFFECT;
-  desc.hitEffect = DEFAULT_FRAGILE_EFFECT;
-  desc.health = calculateDestructibleHealth();
-  if (!hardpointNames_.empty()) desc.effectHP = hardpointNames_.front();
-  desc.matName = intactMaterial();
+  const int health = calculateDestructibleHealth();
+  const KsDestructibleFragileDesc desc = new_entries::fragile(health, hardpointNames_, intactMaterial());
   if (desc.matName.empty())
     logMessage(kRefusedPriority, "Model doesn't have an undamaged matkind material!\n");
   rememberLoadedEntries();
@@ -68,14 +33,10 @@ void KsDestructiblesHelper::setMissingFragile() {
   isMissingInDestructiblesXml_ = true;
 }
 
-// The collision materials come first, even if another undamaged name sorts earlier.
 std::string KsDestructiblesHelper::intactMaterial() const {
-  const auto isUndamaged = [this](const std::string& name) { return isMaterialKindUndamaged(name); };
-  const auto bsp = std::find_if(bspMaterialNames_.begin(), bspMaterialNames_.end(), isUndamaged);
-  if (bsp != bspMaterialNames_.end()) return *bsp;
-  const auto any = std::find_if(materialNames_.begin(), materialNames_.end(),
-                                [&isUndamaged](const auto& material) { return isUndamaged(material.first); });
-  return any != materialNames_.end() ? any->first : std::string();
+  return new_entries::intactMaterial(bspMaterialNames_, materialNames_, [this](const std::string& name) {
+    return isMaterialKindUndamaged(name);
+  });
 }
 
 void KsDestructiblesHelper::setMissingModules() {
@@ -92,24 +53,9 @@ void KsDestructiblesHelper::setMissingModules() {
   ModuleTable& modules = model->second;
   for (const auto& [name, kind] : materialNames_) {
     if (!isMaterialKindUndamaged(name) || modules.contains(name)) continue;
-    KsDestructibleModuleDesc& desc = modules[name];
-    desc.health = health;
-    desc.ramEffect = DEFAULT_MODULE_EFFECT;
-    desc.hitEffect = DEFAULT_MODULE_EFFECT;
+    modules.emplace(name, new_entries::module(health));
   }
-  if (!hardpointNames_.empty()) assignHardPoints(modules);
-}
-
-// Every module, also one whose hard point somebody chose: the numbers in the names decide, so that a part
-// that was renamed follows its hard point.
-void KsDestructiblesHelper::assignHardPoints(ModuleTable& modules) const {
-  std::map<std::uint32_t, const std::string*> firstOfNumber;
-  for (const std::string& hardPoint : hardpointNames_)
-    firstOfNumber.try_emplace(numberIn(hardPoint), &hardPoint);
-  for (auto& [name, desc] : modules) {
-    const auto matching = firstOfNumber.find(moduleNumber(name));
-    desc.effectHP = matching != firstOfNumber.end() ? *matching->second : hardpointNames_.front();
-  }
+  new_entries::assignHardPoints(modules, hardpointNames_);
 }
 
 }  // namespace Tal
