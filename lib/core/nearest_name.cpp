@@ -55,18 +55,22 @@ std::string nearestName(BasicStringRef name, const std::vector<std::string>& can
   return nearest == nullptr ? std::string() : *nearest;
 }
 
+std::string someNames(const std::vector<std::string>& names) {
+  const std::size_t shown = std::min(kShownCandidates, names.size());
+  std::string text;
+  for (std::size_t index = 0; index < shown; ++index) {
+    if (index > 0) text += index + 1 == names.size() ? " and " : ", ";
+    text += quotedName(names[index]);
+  }
+  if (shown < names.size()) text += " and " + std::to_string(names.size() - shown) + " more";
+  return text;
+}
+
 std::string nameSuggestion(BasicStringRef name, const std::vector<std::string>& candidates) {
   if (candidates.empty()) return "; there is none";
   const std::string nearest = nearestName(name, candidates);
   if (!nearest.empty()) return "; did you mean " + quotedName(nearest) + "?";
-  const std::size_t shown = std::min(kShownCandidates, candidates.size());
-  std::string text = "; there is ";
-  for (std::size_t index = 0; index < shown; ++index) {
-    if (index > 0) text += index + 1 == candidates.size() ? " and " : ", ";
-    text += quotedName(candidates[index]);
-  }
-  if (shown < candidates.size()) text += " and " + std::to_string(candidates.size() - shown) + " more";
-  return text;
+  return "; there is " + someNames(candidates);
 }
 
 }  // namespace Tal

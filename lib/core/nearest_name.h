@@ -13,6 +13,10 @@ namespace Tal {
 /// change). Of very long names only the beginnings are compared.
 std::string nearestName(BasicStringRef name, const std::vector<std::string>& candidates);
 
+/// The first few of `names` for a message: "\"X\"", "\"X\" and \"Y\"" or "\"X\", \"Y\", \"Z\" and 3 more";
+/// empty when there are none. Control characters in the names are escaped, very long names shortened.
+std::string someNames(const std::vector<std::string>& names);
+
 /// The end of a message that refuses `name`: "; did you mean \"X\"?" with the nearest candidate; when none is
 /// near, "; there is \"X\", \"Y\" and 3 more", or "; there is none" without candidates. Control characters in
 /// the names are escaped, very long names shortened.

@@ -36,6 +36,14 @@ TEST(TheNearestName, IsFoundAmongVeryLongNamesWithBoundedWork) {
   EXPECT_EQ(nearestName(std::string(100'000, 'a'), candidates), candidates.front());
 }
 
+TEST(SomeNames, AreTheFirstThreeAndTheNumberOfTheRest) {
+  EXPECT_EQ(someNames({}), "");
+  EXPECT_EQ(someNames({"a"}), "\"a\"");
+  EXPECT_EQ(someNames({"a", "b"}), "\"a\" and \"b\"");
+  EXPECT_EQ(someNames({"a", "b", "c"}), "\"a\", \"b\" and \"c\"");
+  EXPECT_EQ(someNames({"a", "b\n", "c", "d", "e"}), "\"a\", \"b\\n\", \"c\" and 2 more");
+}
+
 TEST(ASuggestion, OffersTheNearestName) {
   EXPECT_EQ(nameSuggestion("wal", {"roof", "wall"}), "; did you mean \"wall\"?");
 }
