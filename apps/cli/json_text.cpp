@@ -31,6 +31,14 @@ Json toJson(const std::vector<authoring::NamedField>& fields) {
   return record;
 }
 
+Json toJson(const authoring::ValueWarning& warning) {
+  Json json = {{"warning", authoring::valueWarningName(warning.code)}};
+  if (!warning.module.empty()) json["module"] = warning.module;
+  json["key"] = warning.key;
+  json["text"] = warning.text;
+  return json;
+}
+
 std::string jsonText(const Json& document) {
   constexpr int kIndent = 2;
   const std::string text =

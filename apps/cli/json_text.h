@@ -1,6 +1,7 @@
 #pragma once
 
 #include <authoring/record_fields.h>
+#include <authoring/value_warnings.h>
 
 #include <nlohmann/json.hpp>
 #include <string>
@@ -13,6 +14,9 @@ using Json = nlohmann::ordered_json;
 
 /// The fields of a record by their names.
 Json toJson(const std::vector<authoring::NamedField>& fields);
+
+/// A warning of a value: which one, of which module and key, and its text.
+Json toJson(const authoring::ValueWarning& warning);
 
 /// A single-precision number with no more digits than it has.
 Json toJson(float value);

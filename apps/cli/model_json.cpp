@@ -44,7 +44,7 @@ Json materialsJson(const Session& session) {
   return materials;
 }
 
-Json toJson(const authoring::SaveWarning& warning) {
+Json moduleWarningJson(const authoring::SaveWarning& warning) {
   if (warning.code == authoring::SaveWarning::Code::noModules)
     return {{"warning", "no-modules"}, {"text", warning.text}};
   return {{"warning", "dropped-module"}, {"module", warning.module}, {"text", warning.text}};
@@ -52,12 +52,14 @@ Json toJson(const authoring::SaveWarning& warning) {
 
 Json warningsJson(Session& session) {
   Json warnings = Json::array();
+  for (const authoring::ValueWarning& warning : session.valueWarnings()) warnings.push_back(toJson(warning));
   for (const authoring::MaterialWarning& warning : session.materialWarnings()) {
     warnings.push_back({{"warning", authoring::materialWarningName(warning.code)},
                         {"material", warning.material},
                         {"text", warning.text}});
   }
-  for (const authoring::SaveWarning& warning : moduleWarnings(session)) warnings.push_back(toJson(warning));
+  for (const authoring::SaveWarning& warning : moduleWarnings(session))
+    warnings.push_back(moduleWarningJson(warning));
   return warnings;
 }
 

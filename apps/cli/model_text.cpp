@@ -94,10 +94,13 @@ std::string warningsText(const std::vector<std::string>& warnings, const Style& 
   return text.empty() ? text : "\n" + style.heading("warnings") + "\n" + text;
 }
 
-std::vector<std::string> textsOf(const std::vector<authoring::MaterialWarning>& ofMaterials,
-                                 const std::vector<SaveWarning>& ofModules) {
+std::vector<std::string> textsOf(Session& session, const std::vector<SaveWarning>& ofModules) {
   std::vector<std::string> texts;
-  for (const authoring::MaterialWarning& warning : ofMaterials) texts.push_back(warning.text);
+  for (const authoring::ValueWarning& warning : session.valueWarnings()) {
+    const std::string module = warning.module.empty() ? "" : "module " + quotedName(warning.module) + ", ";
+    texts.push_back(module + warning.text);
+  }
+  for (const authoring::MaterialWarning& warning : session.materialWarnings()) texts.push_back(warning.text);
   for (const SaveWarning& warning : ofModules) texts.push_back(warning.text);
   return texts;
 }
@@ -153,7 +156,7 @@ std::string modelText(Session& session, const Style& style) {
   text += recordsText(description, modulesOf(unsaved), style);
   text += statesText(session.states(), style);
   text += materialsText(session, style);
-  return text + warningsText(textsOf(session.materialWarnings(), unsaved), style);
+  return text + warningsText(textsOf(session, unsaved), style);
 }
 
 std::string modelText(const authoring::GoneModel& gone, const Style& style) {

@@ -1,4 +1,5 @@
 #include <authoring/panel_record.h>
+#include <authoring/session.h>
 #include <cli/commands.h>
 #include <cli/json_text.h>
 #include <cli/table.h>
@@ -55,7 +56,18 @@ std::string optionsText(const BoundProperty& property) {
   return text;
 }
 
-std::string asTable(mio::Object& object, const PropertiesOptions& options) {
+using Warnings = std::vector<authoring::ValueWarning>;
+
+// Those of the record that is shown.
+Warnings warningsOf(authoring::Session& session, const PropertiesOptions& options) {
+  Warnings warnings = session.valueWarnings();
+  std::erase_if(warnings, [&options](const authoring::ValueWarning& warning) {
+    return warning.module != options.module;
+  });
+  return warnings;
+}
+
+std::string asTable(mio::Object& object, const Warnings& warnings, const PropertiesOptions& options) {
   Table table(0);
   for (const BoundProperty& property : object.properties()) {
     std::vector<std::string> row{escapeControls(property.property()->name()), valueText(property.get()),
@@ -63,7 +75,11 @@ std::string asTable(mio::Object& object, const PropertiesOptions& options) {
     if (options.withOptions) row.push_back(optionsText(property));
     table.add(std::move(row));
   }
-  return table.text();
+  std::string text = table.text();
+  const Style style = Style::ofStandardOutput();
+  if (!warnings.empty()) text += "\n" + style.heading("warnings") + "\n";
+  for (const authoring::ValueWarning& warning : warnings) text += "  " + style.warning(warning.text) + "\n";
+  return text;
 }
 
 Json asJson(const Variant& value) {
@@ -106,13 +122,15 @@ Json asJson(const BoundProperty& property, bool withOptions) {
   return json;
 }
 
-Json asJson(mio::Object& object, const PropertiesOptions& options) {
+Json asJson(mio::Object& object, const Warnings& warnings, const PropertiesOptions& options) {
   Json json = {{"model", options.model}};
   if (options.hasModule) json["module"] = options.module;
   json["record"] = object.metaObject()->typeName();
   json["properties"] = Json::array();
   for (const BoundProperty& property : object.properties())
     json["properties"].push_back(asJson(property, options.withOptions));
+  json["warnings"] = Json::array();
+  for (const authoring::ValueWarning& warning : warnings) json["warnings"].push_back(toJson(warning));
   return json;
 }
 
@@ -122,8 +140,9 @@ void properties(const PropertiesOptions& options, Tool& tool) {
   const auto record = authoring::PanelRecord::open(
       *session, options.hasModule ? std::optional(options.module) : std::nullopt, refusal);
   if (!record) throw Refusal(refusal);
-  tool.print(options.isJson ? jsonText(asJson(record->object(), options))
-                            : asTable(record->object(), options));
+  const Warnings warnings = warningsOf(*session, options);
+  tool.print(options.isJson ? jsonText(asJson(record->object(), warnings, options))
+                            : asTable(record->object(), warnings, options));
 }
 
 }  // namespace

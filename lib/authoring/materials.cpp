@@ -76,7 +76,15 @@ BasicStringRef materialClassName(MaterialClass materialClass) noexcept {
 }
 
 BasicStringRef materialWarningName(MaterialWarning::Code code) noexcept {
-  return code == MaterialWarning::Code::defaultKind ? "default-kind" : "disordered-kind";
+  switch (code) {
+    case MaterialWarning::Code::defaultKind:
+      return "default-kind";
+    case MaterialWarning::Code::disorderedKind:
+      return "disordered-kind";
+    case MaterialWarning::Code::noPartKind:
+      break;
+  }
+  return "no-part-kind";
 }
 
 std::vector<Material> materialsOf(const KsDestructiblesHelper& helper) {
@@ -108,6 +116,11 @@ std::vector<MaterialWarning> materialWarningsOf(const KsDestructiblesHelper& hel
   for (std::string& name : names) {
     std::string text = disorderText(helper, name);
     warnings.push_back({MaterialWarning::Code::disorderedKind, std::move(name), std::move(text)});
+  }
+  for (const auto& [name, kind] : helper.getMaterialNames()) {
+    if (!material_kinds::isOfNoPart(kind)) continue;
+    warnings.push_back({MaterialWarning::Code::noPartKind, name,
+                        "material " + quotedName(name) + material_kinds::noPartText(kind)});
   }
   return warnings;
 }

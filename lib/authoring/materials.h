@@ -30,19 +30,21 @@ struct MaterialWarning {
   enum class Code {
     defaultKind,     ///< the name is that of a part, but the material has no kind
     disorderedKind,  ///< the kind is not that of the part number in the name
+    noPartKind,      ///< the kind is none that a part has
   };
   Code code;
   std::string material;
   std::string text;  ///< one line for a person
 };
 
-/// "default-kind" or "disordered-kind".
+/// "default-kind", "disordered-kind" or "no-part-kind".
 BasicStringRef materialWarningName(MaterialWarning::Code code) noexcept;
 
 /// The materials of a helper's model, in ascending order of name.
 std::vector<Material> materialsOf(const KsDestructiblesHelper& helper);
 
-/// The warnings: first the default kinds, then the disordered ones, each in ascending order of name.
+/// The warnings: first the default kinds, then the disordered ones, then those of no part, each in ascending
+/// order of name.
 std::vector<MaterialWarning> materialWarningsOf(const KsDestructiblesHelper& helper);
 
 }  // namespace Tal::authoring

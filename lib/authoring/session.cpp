@@ -111,6 +111,10 @@ std::vector<MaterialWarning> Session::materialWarnings() const {
   return materialWarningsOf(helper());
 }
 
+std::vector<ValueWarning> Session::valueWarnings() {
+  return valueWarningsOf(helper(), model_->description());
+}
+
 const std::vector<std::string>& Session::hardPoints() const {
   return helper().getHardpointNames();
 }

@@ -5,6 +5,7 @@
 #include <authoring/health_explanation.h>
 #include <authoring/materials.h>
 #include <authoring/outcome.h>
+#include <authoring/value_warnings.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <ks/connection.h>
 
@@ -75,6 +76,8 @@ class Session {
 
   std::vector<Material> materials() const;
   std::vector<MaterialWarning> materialWarnings() const;
+  /// What is questionable about the values that the model's entry has now.
+  std::vector<ValueWarning> valueWarnings();
   /// Valid as long as the session.
   const std::vector<std::string>& hardPoints() const;
   const std::set<std::string>& bspMaterials() const;
@@ -158,7 +161,6 @@ class Session {
   // Edits.
   std::string refusalOfEdit() const;
   Outcome setAchievementTag(const std::vector<Assignment>& assignments) const;
-  void checkNames(const std::vector<Assignment>& assignments, Outcome& outcome) const;
   std::string refusalOfStates() const;
   std::string refusalOfState(const std::string& state);
 

@@ -3,24 +3,21 @@
 #include <authoring/kept_model.h>
 #include <authoring/session.h>
 #include <authoring/stored_text.h>
+#include <authoring/value_warnings.h>
 #include <core/display_text.h>
 #include <core/nearest_name.h>
-#include <core/white_space.h>
 #include <destructibles/database_format.h>
 #include <resources/number_text.h>
 
 #include <algorithm>
 #include <functional>
 #include <map>
-#include <set>
 #include <utility>
 
 namespace Tal::authoring {
 namespace {
 
 namespace keys = database_format::keys;
-
-constexpr std::size_t kPhysicParams = 7;
 
 template <class Record>
 std::vector<Change> changesBetween(const Record& before, const Record& after) {
@@ -51,44 +48,33 @@ void store(const Record& before, const Record& after, const std::function<bool(c
                     " by less than 0.0004, which is not stored; set a value that is farther away");
 }
 
+// What was assigned must name a material of the model, and is worth a warning where it is questionable
+// otherwise. An unknown health is named by the save.
+void checkValues(KsDestructiblesHelper& helper, std::vector<NamedField> fields,
+                 const std::vector<Assignment>& assignments, Outcome& outcome) {
+  std::erase_if(fields, [&assignments](const NamedField& field) {
+    return std::ranges::find(assignments, field.key, &Assignment::key) == assignments.end();
+  });
+  for (ValueWarning& warning : valueWarningsOf(helper, helper.destructibleType(), fields)) {
+    if (warning.code == ValueWarning::Code::unknownHealth) continue;
+    if (warning.code == ValueWarning::Code::unknownMaterial) {
+      outcome = refused(std::move(warning.text));
+      return;
+    }
+    outcome.warnings.push_back(std::move(warning.text));
+  }
+}
+
 template <class Record>
-Outcome editRecord(Record before, BasicStringRef recordKind, std::vector<Assignment> assignments,
-                   const std::function<void(const std::vector<Assignment>&, Outcome&)>& check,
-                   const std::function<bool(const Record&)>& update) {
+Outcome editRecord(KsDestructiblesHelper& helper, Record before, BasicStringRef recordKind,
+                   std::vector<Assignment> assignments, const std::function<bool(const Record&)>& update) {
   Outcome outcome = replaceDisplayNames(before, assignments);
   if (!outcome) return outcome;
   Record after = before;
   outcome = assignAll(after, recordKind, assignments);
-  if (outcome) check(assignments, outcome);
+  if (outcome) checkValues(helper, fieldsOf(after), assignments, outcome);
   if (outcome) store(before, after, update, outcome);
   return outcome;
-}
-
-std::size_t countNumbers(BasicStringRef text, bool& areAllNumbers) {
-  std::size_t count = 0;
-  areAllNumbers = true;
-  while (true) {
-    while (!text.empty() && isSpace(text.front())) text.remove_prefix(1);
-    if (text.empty()) return count;
-    const auto* const end = std::find_if(text.begin(), text.end(), isSpace);
-    const auto length = static_cast<std::size_t>(end - text.begin());
-    areAllNumbers = areAllNumbers && parseFloat(text.substr(0, length)).has_value();
-    text.remove_prefix(length);
-    ++count;
-  }
-}
-
-void checkPhysicParams(const std::string& value, Outcome& outcome) {
-  bool areAllNumbers = true;
-  const std::size_t count = countNumbers(value, areAllNumbers);
-  if (count == kPhysicParams && areAllNumbers) return;
-  outcome.warnings.push_back("physicParams: " + quotedName(value) +
-                             " is not seven numbers with spaces between them, which the game expects");
-}
-
-void checkTag(const std::string& value, Outcome& outcome) {
-  if (value != UNDEFINED_EFFECT) return;
-  outcome.warnings.emplace_back("achievementTag: \"none\" stands for no tag and is not stored");
 }
 
 // A structure breaks by its modules, and only an undamaged part makes one. Empty when there is such a part.
@@ -150,20 +136,17 @@ Outcome Session::reset() {
 
 Outcome Session::set(const std::vector<Assignment>& assignments) {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
-  const auto check = [this](const std::vector<Assignment>& byKeys, Outcome& outcome) {
-    checkNames(byKeys, outcome);
-  };
   return model_->edit([&]() -> Outcome {
     const Description now = model_->description();
     if (now.category == DT_STRUCTURE) return setAchievementTag(assignments);
     if (now.fragile) {
       return editRecord<KsDestructibleFragileDesc>(
-          *now.fragile, "a fragile", assignments, check,
+          helper(), *now.fragile, "a fragile", assignments,
           [this](const auto& record) { return helper().updateFragileParameters(record); });
     }
     if (now.fallingAtom) {
       return editRecord<KsDestructibleFallingAtomDesc>(
-          *now.fallingAtom, "a falling atom", assignments, check,
+          helper(), *now.fallingAtom, "a falling atom", assignments,
           [this](const auto& record) { return helper().updateFallingAtomParameters(record); });
     }
     return refused(quotedName(modelName()) + " is not destructible and has nothing to set; convert it first");
@@ -188,8 +171,7 @@ Outcome Session::setModule(const std::string& module, const std::vector<Assignme
     if (const auto reason = dropped.find(module); reason != dropped.end())
       return refused("module " + quotedName(module) + " cannot be saved: " + reason->second);
     return editRecord<KsDestructibleModuleDesc>(
-        existing->second, "a module", assignments,
-        [this](const std::vector<Assignment>& byKeys, Outcome& outcome) { checkNames(byKeys, outcome); },
+        helper(), existing->second, "a module", assignments,
         [&](const auto& record) { return helper().updateDestructibleModule(module, record, false); });
   });
 }
@@ -212,39 +194,13 @@ Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) c
     std::string tag;
     outcome = storedValue(assignment, tag);
     if (!outcome) return outcome;
-    checkTag(tag, outcome);
+    checkValues(helper(), {{keys::kAchievementTag, tag}}, assignments, outcome);
     std::string before;
     helper().getStructureAchievementTag(before);
     if (helper().updateStructureAchievementTag(tag))
       outcome.changes.push_back({keys::kAchievementTag, before, tag});
   }
   return outcome;
-}
-
-// What the values name must exist in the model, or is worth a warning.
-void Session::checkNames(const std::vector<Assignment>& assignments, Outcome& outcome) const {
-  for (const Assignment& assignment : assignments) {
-    const std::string value(trimmed(assignment.value));
-    if (assignment.key == keys::kMaterialName && !value.empty()) {
-      std::set<std::string> names = bspMaterials();
-      for (const auto& [name, kind] : helper().getMaterialNames()) names.insert(name);
-      if (!names.contains(value)) {
-        outcome = refused("matName: the model has no material " + quotedName(value) +
-                          nameSuggestion(value, {names.begin(), names.end()}));
-        return;
-      }
-    } else if (assignment.key == keys::kEffectHardPoint && !value.empty()) {
-      const std::vector<std::string>& names = hardPoints();
-      if (std::find(names.begin(), names.end(), value) == names.end()) {
-        outcome.warnings.push_back("effectHP: the model has no hard point " + quotedName(value) +
-                                   nameSuggestion(value, names));
-      }
-    } else if (assignment.key == keys::kPhysicParams) {
-      checkPhysicParams(value, outcome);
-    } else if (assignment.key == keys::kAchievementTag) {
-      checkTag(value, outcome);
-    }
-  }
 }
 
 }  // namespace Tal::authoring

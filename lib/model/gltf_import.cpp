@@ -189,6 +189,10 @@ class Importer {
                                    " has no kind, since part numbers end at " +
                                    std::to_string(material_kinds::kLastPart));
       }
+      if (isNew && material_kinds::isOfNoPart(material.kind)) {
+        result_.warnings.push_back("the material " + quotedName(material.name) +
+                                   material_kinds::noPartText(material.kind));
+      }
       result_.materials.push_back(material);
       description_.materials.push_back({material.name, material.kind, scene_.materials[index].index});
     }

@@ -37,6 +37,11 @@ unsigned partNumber(BasicStringRef name) noexcept {
 
 }  // namespace
 
+std::string noPartText(unsigned kind) {
+  return " has the kind " + std::to_string(kind) +
+         ", which shows no part; undamaged parts have 73 to 86, destroyed ones 87 to 100, and all else 0";
+}
+
 unsigned kindByName(BasicStringRef name) noexcept {
   const bool isOfDestroyed = isDestroyedName(name);
   if (!isOfDestroyed && !isUndamagedName(name)) return kNone;

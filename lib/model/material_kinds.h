@@ -3,6 +3,7 @@
 #include <core/string_ref.h>
 
 #include <optional>
+#include <string>
 
 /// The kind of a material is a number that says whether the material shows a breakable part, and which. A
 /// part, numbered from 0 to 13, has one kind for its undamaged look and one for its destroyed look. Artists
@@ -35,6 +36,15 @@ constexpr std::optional<unsigned> partOf(unsigned kind) noexcept {
   if (isDestroyed(kind)) return kind - kFirstDestroyed;
   return std::nullopt;
 }
+
+/// Whether a kind is assigned, but none that a part has, so that the material neither breaks nor appears when
+/// something else does.
+constexpr bool isOfNoPart(unsigned kind) noexcept {
+  return kind != kNone && !partOf(kind);
+}
+
+/// What a message says of a material whose kind is of no part, behind the material's name.
+std::string noPartText(unsigned kind);
 
 /// How the names of materials begin. Something must follow the long prefixes: "partN" is no part's name.
 inline constexpr BasicStringRef kStaticPrefix = "s";

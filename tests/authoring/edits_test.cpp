@@ -74,7 +74,7 @@ TEST_F(Edits, SetEveryFieldOfAFragileByItsKey) {
 
 TEST_F(Edits, SetEveryFieldOfAFallingAtomByItsKey) {
   const auto session = open(kLamp);
-  const Outcome outcome = session->set({{"health", "-7"},
+  const Outcome outcome = session->set({{"health", "7"},
                                         {"effectScale", "0.25"},
                                         {"physicParams", "1 2 3 4 5 6 7"},
                                         {"achievementTag", "lamps"},
@@ -85,7 +85,7 @@ TEST_F(Edits, SetEveryFieldOfAFallingAtomByItsKey) {
   expectDone(outcome);
   EXPECT_TRUE(outcome.warnings.empty());
   const KsDestructibleFallingAtomDesc atom = session->description().fallingAtom.value();
-  EXPECT_EQ(atom.health, -7);
+  EXPECT_EQ(atom.health, 7);
   EXPECT_EQ(atom.effectScale, 0.25F);
   EXPECT_EQ(atom.physicParams, "1 2 3 4 5 6 7");
   EXPECT_EQ(atom.achievementTag, "lamps");

@@ -78,6 +78,20 @@ TEST_F(Materials, WhoseKindIsNotThatOfTheirNumberAreNamedWithWhatToDo) {
           "it kind 76"));
 }
 
+TEST_F(Materials, OfAKindThatNoPartHasAreNamed) {
+  const auto session = withMaterials({{"glass", 5}, {"n_a", 73}, {"d_a", 87}, {"s_b", 101}, {"tin", 0}});
+  std::vector<std::string> texts;
+  for (const MaterialWarning& warning : session->materialWarnings()) {
+    EXPECT_EQ(materialWarningName(warning.code), "no-part-kind");
+    texts.push_back(warning.text);
+  }
+  EXPECT_THAT(texts,
+              testing::ElementsAre("material \"glass\" has the kind 5, which shows no part; undamaged parts "
+                                   "have 73 to 86, destroyed ones 87 to 100, and all else 0",
+                                   "material \"s_b\" has the kind 101, which shows no part; undamaged parts "
+                                   "have 73 to 86, destroyed ones 87 to 100, and all else 0"));
+}
+
 TEST_F(Materials, WithVeryLongNamesAreClassified) {
   const std::string name = "n" + std::string(100'000, 'a') + "\nb7";
   const auto session = withMaterials({{name, 0}});

@@ -173,6 +173,48 @@ TEST_F(Set, RefusesWhatCannotBeRight) {
               testing::HasSubstr("the model has no BSP material of that name"));
 }
 
+TEST_F(Set, WarnsOfWhatIsProbablyNotMeantAndShowsItAfterwards) {
+  folder_.write("scripts/destructibles_effects.xml",
+                "<root><structures><dust/></structures><fragiles><splinters/></fragiles></root>");
+  makeFragile();
+  EXPECT_EQ(
+      messagesOf({"set", kCrate, "effect=spilnters", "hitEffect=dust", "health=0"}),
+      "health: 0 leaves no hit points; give 1 or more\n"
+      "effect: scripts/destructibles_effects.xml has no effect \"spilnters\" for a fragile; did you mean "
+      "\"splinters\"?\n"
+      "hitEffect: \"dust\" is an effect for a structure, not for a fragile; there is \"splinters\"\n");
+  EXPECT_THAT(
+      result({"show", kCrate}),
+      testing::EndsWith("\n\nwarnings\n"
+                        "  health: 0 leaves no hit points; give 1 or more\n"
+                        "  effect: scripts/destructibles_effects.xml has no effect \"spilnters\" for a "
+                        "fragile; did you mean \"splinters\"?\n"
+                        "  hitEffect: \"dust\" is an effect for a structure, not for a fragile; there is "
+                        "\"splinters\"\n"));
+  const Json warnings = shown(kCrate).at("warnings");
+  ASSERT_EQ(warnings.size(), 3U);
+  EXPECT_EQ(warnings[0], Json::parse(R"({"warning": "no-health", "key": "health",
+                                         "text": "health: 0 leaves no hit points; give 1 or more"})"));
+  EXPECT_EQ(warnings[1].at("warning"), "unknown-effect");
+  EXPECT_EQ(warnings[2].at("warning"), "foreign-effect");
+}
+
+TEST_F(Set, OfAModuleIsShownWithTheModulesName) {
+  makeStructure();
+  EXPECT_EQ(run({"set", kHouse, "--module", "n_wall_1", "health=0"}).status, 0);
+  EXPECT_THAT(
+      result({"show", kHouse}),
+      testing::HasSubstr("\n  module \"n_wall_1\", health: 0 leaves no hit points; give 1 or more\n"));
+  EXPECT_EQ(shown(kHouse).at("warnings")[0].at("module"), "n_wall_1");
+}
+
+TEST_F(Set, NamesAnUnknownHealthOnce) {
+  makeFragile();
+  EXPECT_EQ(messagesOf({"set", kCrate, "health=-1"}),
+            "the health is -1, which stands for \"could not be estimated\"; set one\n");
+  EXPECT_EQ(shown(kCrate).at("warnings")[0].at("warning"), "unknown-health");
+}
+
 TEST_F(Set, TakesWhatIsNoAssignmentForWrongUsage) {
   makeFragile();
   EXPECT_EQ(misuse({"set", kCrate, "health"}),

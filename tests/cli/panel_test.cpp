@@ -43,6 +43,23 @@ TEST_F(ThePanel, ShowsTheRecordOfAModuleWithItsOptions) {
             "Decay effect      none       combo box, autocomplete  -, none, s_hit\n");
 }
 
+TEST_F(ThePanel, NamesWhatIsQuestionableInTheRecordThatItShows) {
+  EXPECT_EQ(run({"set", kHouse, "--module", "n_wall_1", "ramEffect=s_hitt", "effectScale=0"}).status, 0);
+  EXPECT_EQ(run({"set", kHouse, "--module", "n_wall_2", "decayEffect=f_hit"}).status, 0);
+  EXPECT_THAT(
+      result({"properties", kHouse, "--module", "n_wall_1"}),
+      testing::EndsWith("\n\nwarnings\n"
+                        "  effectScale: 0 leaves effects no size; give a number above 0\n"
+                        "  ramEffect: scripts/destructibles_effects.xml has no effect \"s_hitt\" for a "
+                        "structure; did you mean \"s_hit\"?\n"));
+  const Json panel = Json::parse(result({"properties", kHouse, "--module", "n_wall_1", "--json"}));
+  ASSERT_EQ(panel.at("warnings").size(), 2U);
+  EXPECT_EQ(panel.at("warnings")[0],
+            Json::parse(R"({"warning": "no-scale", "module": "n_wall_1", "key": "effectScale",
+                            "text": "effectScale: 0 leaves effects no size; give a number above 0"})"));
+  EXPECT_EQ(Json::parse(result({"properties", kCrate, "--json"})).at("warnings"), Json::array());
+}
+
 TEST_F(ThePanel, IsOneObjectForPrograms) {
   const Json panel =
       Json::parse(result({"properties", kHouse, "--module", "n_wall_1", "--json", "--options"}));

@@ -111,6 +111,22 @@ TEST_F(AnImport, WarnsOfAPartNumberThatIsTooLarge) {
               ElementsAre("the material \"partN14\" has no kind, since part numbers end at 13"));
 }
 
+TEST_F(AnImport, WarnsOfAKindThatNoPartHas) {
+  GltfBuilder builder;
+  for (const char* const name : {"glass", "glass", "tin", "brick", "n_wall"})
+    builder.addNode(name, builder.addMesh(kCube, builder.addMaterial(name)));
+  builder.root["materials"][2]["extras"] = {{"materialKind", 101}};
+  writeSource(builder.glb());
+  const auto imported = import({.materialKinds = {{"glass", 5}, {"brick", 100}, {"n_wall", 0}}});
+  ASSERT_TRUE(imported) << error_;
+  EXPECT_THAT(
+      imported->warnings,
+      ElementsAre("the material \"glass\" has the kind 5, which shows no part; undamaged parts have 73 "
+                  "to 86, destroyed ones 87 to 100, and all else 0",
+                  "the material \"tin\" has the kind 101, which shows no part; undamaged parts have "
+                  "73 to 86, destroyed ones 87 to 100, and all else 0"));
+}
+
 TEST_F(AnImport, TakesTheKindFromTheFileBeforeTheName) {
   GltfBuilder builder;
   builder.addNode("a", builder.addMesh(kCube, builder.addMaterial("partN3")));
