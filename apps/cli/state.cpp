@@ -16,10 +16,13 @@ namespace {
 
 using Arguments = std::vector<std::string>;
 
+constexpr const char* kAddMaterial = "add-material";
+
 struct StateOptions {
   std::string model;
   std::string action;
   Arguments arguments;  // the state, then its materials
+  bool isForced = false;
 };
 
 /// One thing to do with the states of a model.
@@ -29,7 +32,7 @@ struct Action {
   std::size_t leastArguments;
   std::size_t mostArguments;
   authoring::Outcome (*edit)(authoring::Session& session, const std::string& state,
-                             const Arguments& materials);
+                             const Arguments& materials, bool isForced);
   std::string (*report)(const std::string& state, const Arguments& materials);
 };
 
@@ -45,24 +48,26 @@ const std::vector<Action>& actions() {
   static const std::vector<Action> all = {
       {"list", "", 0, 0, nullptr, nullptr},
       {"add", "NAME", 1, 1,
-       [](Session& session, const std::string& state, const Arguments&) { return session.addState(state); },
+       [](Session& session, const std::string& state, const Arguments&, bool) {
+         return session.addState(state);
+       },
        [](const std::string& state, const Arguments&) { return "added the state " + escapeControls(state); }},
       {"remove", "NAME", 1, 1,
-       [](Session& session, const std::string& state, const Arguments&) {
+       [](Session& session, const std::string& state, const Arguments&, bool) {
          return session.removeState(state);
        },
        [](const std::string& state, const Arguments&) {
          return "removed the state " + escapeControls(state);
        }},
-      {"add-material", "NAME MATERIAL...", 2, kAny,
-       [](Session& session, const std::string& state, const Arguments& materials) {
-         return session.addMaterials(state, materials);
+      {kAddMaterial, "NAME MATERIAL...", 2, kAny,
+       [](Session& session, const std::string& state, const Arguments& materials, bool isForced) {
+         return session.addMaterials(state, materials, isForced);
        },
        [](const std::string& state, const Arguments& materials) {
          return "added to the state " + escapeControls(state) + ": " + joined(materials);
        }},
       {"remove-material", "NAME MATERIAL...", 2, kAny,
-       [](Session& session, const std::string& state, const Arguments& materials) {
+       [](Session& session, const std::string& state, const Arguments& materials, bool) {
          return session.removeMaterials(state, materials);
        },
        [](const std::string& state, const Arguments& materials) {
@@ -76,6 +81,8 @@ const Action& chosenAction(const StateOptions& options) {
   for (const Action& action : actions()) {
     names.push_back(action.name);
     if (action.name != options.action) continue;
+    if (options.isForced && action.name != kAddMaterial)
+      throw CLI::ValidationError("ACTION", "--force goes with add-material alone");
     const std::size_t count = options.arguments.size();
     if (count >= action.leastArguments && count <= action.mostArguments) return action;
     throw CLI::ValidationError(
@@ -102,7 +109,7 @@ void runState(const StateOptions& options, Tool& tool) {
   }
   const std::string& state = options.arguments.front();
   const Arguments materials(options.arguments.begin() + 1, options.arguments.end());
-  Tool::check(action.edit(*session, state, materials));
+  Tool::check(action.edit(*session, state, materials, options.isForced));
   tool.save(*session);
   tool.print(escapeControls(options.model) + ": " + action.report(state, materials) + "\n");
 }
@@ -118,6 +125,8 @@ void addState(CLI::App& program, Tool& tool) {
       ->required();
   command->add_option("NAME", options->arguments,
                       "The state; behind it, for add-material and remove-material, the materials");
+  command->add_flag("--force", options->isForced,
+                    "Let add-material take what no state can show destroyed, too");
   command->footer(
       "Examples:\n"
       "  destructibles state content/buildings/house.model list\n"

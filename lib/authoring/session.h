@@ -120,7 +120,10 @@ class Session {
   /// The named states of a structure. Materials are added in the given order behind those that are there.
   Outcome addState(const std::string& state);
   Outcome removeState(const std::string& state);
-  Outcome addMaterials(const std::string& state, const std::vector<std::string>& materials);
+  /// Adds materials in the given order behind those that are there. One that the state cannot show destroyed,
+  /// since its kind is no undamaged part's, is refused; when forced, it is added with a warning.
+  Outcome addMaterials(const std::string& state, const std::vector<std::string>& materials,
+                       bool isForced = false);
   Outcome removeMaterials(const std::string& state, const std::vector<std::string>& materials);
 
   /// Shows the model in a state; refused, with nothing changed, when there is none of that name.

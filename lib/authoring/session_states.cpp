@@ -8,6 +8,7 @@
 #include <model/material_kinds.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace Tal::authoring {
 namespace {
@@ -53,6 +54,20 @@ std::string refusalOfMaterial(const std::string& material, const std::vector<std
   return {};
 }
 
+// Why a state cannot show a material destroyed; empty when it can. A state hides the kinds of its materials
+// and shows the kinds behind them, whatever they mean.
+std::string whyNotDestroyable(const KsDestructiblesHelper& helper, const std::string& material) {
+  const unsigned kind = helper.getMaterialKind(material);
+  if (material_kinds::isUndamaged(kind)) return {};
+  const std::string subject = "the material " + quotedName(material);
+  if (kind == material_kinds::kNone) {
+    return subject + " has no kind (0), so in this state every material without one would vanish: " +
+           someNames(helper.getMaterialNames(kind));
+  }
+  return subject + " (kind " + std::to_string(kind) +
+         ") is no undamaged part (73 to 86) that a state could show destroyed";
+}
+
 }  // namespace
 
 // Why the model cannot have states; empty when it can.
@@ -95,7 +110,8 @@ Outcome Session::removeState(const std::string& state) {
   });
 }
 
-Outcome Session::addMaterials(const std::string& state, const std::vector<std::string>& materials) {
+Outcome Session::addMaterials(const std::string& state, const std::vector<std::string>& materials,
+                              bool isForced) {
   if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
   return model_->edit([&]() -> Outcome {
     if (const std::string refusal = refusalOfState(state); !refusal.empty()) return refused(refusal);
@@ -107,10 +123,14 @@ Outcome Session::addMaterials(const std::string& state, const std::vector<std::s
       const std::string refusal = refusalOfMaterial(material, known, state, present);
       if (!refusal.empty()) return refused(refusal);
       present.push_back(material);
-      const unsigned kind = helper().getMaterialKind(material);
-      if (material_kinds::isUndamaged(kind)) continue;
-      outcome.warnings.push_back("the material " + quotedName(material) + " (kind " + std::to_string(kind) +
-                                 ") is no undamaged part (73 to 86) that a state could show destroyed");
+      std::string fault = whyNotDestroyable(helper(), material);
+      if (fault.empty()) continue;
+      if (!isForced) {
+        return refused(fault +
+                       "; choose another one, or import the model again with a kind for it; --force adds it "
+                       "all the same");
+      }
+      outcome.warnings.push_back(std::move(fault));
     }
     for (const std::string& material : materials) helper().addMaterialToDestrState(state, material);
     return outcome;

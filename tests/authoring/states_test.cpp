@@ -112,16 +112,45 @@ TEST_F(States, RefuseAMaterialWithASpaceInItsName) {
       "the material");
 }
 
-TEST_F(States, WarnOfAMaterialThatIsNoUndamagedPart) {
+TEST_F(States, RefuseAMaterialThatNoStateCanShowDestroyed) {
   const auto session = open(kHouse);
-  const Outcome outcome = session->addMaterials("open", {"s_ground", "d_wall_1", "n_wall_2"});
+  EXPECT_EQ(session->addMaterials("open", {"n_wall_2", "d_wall_1"}).refusal,
+            "the material \"d_wall_1\" (kind 88) is no undamaged part (73 to 86) that a state could show "
+            "destroyed; choose another one, or import the model again with a kind for it; --force adds it "
+            "all the same");
+  EXPECT_THAT(session->materialsForState("open"), testing::ElementsAre("n_door_4", "n_wall_1"));
+  EXPECT_FALSE(session->hasUnsavedEdits());
+}
+
+TEST_F(States, SayThatEveryMaterialWithoutAKindWouldVanish) {
+  support::writeModel(root_, "content/buildings/house",
+                      {.materials = {{"n_wall_1", 74}, {"s_ground", 0}, {"n_loose", 0}, {"sky", 0}},
+                       .bsp = {"n_wall_1"},
+                       .corner = "2 2 2"});
+  const auto session = open(kHouse);
+  EXPECT_EQ(session->addMaterials("open", {"n_loose"}).refusal,
+            "the material \"n_loose\" has no kind (0), so in this state every material without one would "
+            "vanish: \"n_loose\", \"s_ground\" and \"sky\"; choose another one, or import the model again "
+            "with a kind for it; --force adds it all the same");
+  expectDone(session->addMaterials("open", {"n_loose"}, /*isForced=*/true));
+  expectDone(session->showState("open"));
+  for (const Material& material : session->materials())
+    EXPECT_FALSE(material.isVisible) << material.name;  // the wall is broken by the state itself
+}
+
+TEST_F(States, TakeAMaterialThatTheyCannotShowDestroyedWhenForcedWithAWarning) {
+  const auto session = open(kHouse);
+  const Outcome outcome =
+      session->addMaterials("open", {"s_ground", "d_wall_1", "n_wall_2"}, /*isForced=*/true);
   expectDone(outcome);
   EXPECT_THAT(
       outcome.warnings,
-      testing::ElementsAre("the material \"s_ground\" (kind 0) is no undamaged part (73 to 86) that a "
-                           "state could show destroyed",
+      testing::ElementsAre("the material \"s_ground\" has no kind (0), so in this state every material "
+                           "without one would vanish: \"s_ground\"",
                            "the material \"d_wall_1\" (kind 88) is no undamaged part (73 to 86) that a "
                            "state could show destroyed"));
+  EXPECT_THAT(session->materialsForState("open"),
+              testing::ElementsAre("n_door_4", "n_wall_1", "s_ground", "d_wall_1", "n_wall_2"));
 }
 
 TEST_F(States, AreRefusedToWhatIsNoStructure) {

@@ -297,6 +297,20 @@ TEST_F(State, IsRefusedWhenItCannotBeRight) {
             "the state \"open\" has no material \"n_wall_1\"; there is none");
 }
 
+TEST_F(State, TakesWhatItCannotShowDestroyedOnlyWhenForced) {
+  makeStructure();
+  EXPECT_EQ(run({"state", kHouse, "add", "open"}).status, 0);
+  EXPECT_EQ(refusal({"state", kHouse, "add-material", "open", "s_ground"}),
+            "the material \"s_ground\" has no kind (0), so in this state every material without one would "
+            "vanish: \"s_ground\"; choose another one, or import the model again with a kind for it; --force "
+            "adds it all the same");
+  const ProcessResult forced = run({"state", kHouse, "add-material", "--force", "open", "s_ground"});
+  EXPECT_EQ(forced.status, 0);
+  EXPECT_EQ(forced.out, "content/buildings/house.model: added to the state open: s_ground\n");
+  EXPECT_THAT(forced.err, testing::StartsWith("destructibles: the material \"s_ground\" has no kind (0)"));
+  EXPECT_EQ(shown(kHouse).at("states").at("open"), Json::parse("[\"s_ground\"]"));
+}
+
 TEST_F(State, IsRefusedToWhatIsNoStructure) {
   makeFragile();
   for (const Arguments& arguments :
@@ -319,6 +333,8 @@ TEST_F(State, TakesUnknownActionsAndWrongCountsForWrongUsage) {
   EXPECT_THAT(misuse({"state", kHouse, "add-material", "a"}),
               testing::HasSubstr("the form is: state MODEL add-material NAME MATERIAL..."));
   EXPECT_THAT(misuse({"state", kHouse}), testing::HasSubstr("ACTION"));
+  EXPECT_THAT(misuse({"state", kHouse, "add", "a", "--force"}),
+              testing::HasSubstr("--force goes with add-material alone"));
 }
 
 using HostileNames = Editing;
