@@ -57,9 +57,9 @@ void convert(const ConvertOptions& options, Tool& tool) {
   if (chosen == DT_NON_DESTRUCTIBLE && authoring::readGoneModel(options.model))
     return removeGoneModel(options.model, tool);
   const auto session = tool.openSession(options.model);
-  const KsDestructibleType category = chosen.value_or(session->suggestedCategory());
-  const authoring::Outcome outcome = session->convert(category);
+  const authoring::Outcome outcome = chosen ? session->convert(*chosen) : session->convertAsSuggested();
   Tool::check(outcome);
+  const KsDestructibleType category = session->category();
   tool.save(*session);
   if (session->category() != category) {
     throw Refusal("another program has given " + quotedName(options.model) + " the category " +
@@ -77,7 +77,7 @@ void addConvert(CLI::App& program, Tool& tool) {
   command
       ->add_option("CATEGORY", options->category,
                    "structure, fragile, falling-atom, none (the model's entries are removed) or auto (what "
-                   "its materials suggest)")
+                   "its materials suggest; refused when they suggest none)")
       ->required();
   command->footer("Example:\n  destructibles convert content/props/crate.model auto");
   command->callback([options, &tool] { convert(*options, tool); });

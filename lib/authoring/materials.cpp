@@ -1,7 +1,10 @@
 #include <authoring/materials.h>
 #include <core/display_text.h>
+#include <core/nearest_name.h>
+#include <core/shell_word.h>
 #include <model/material_kinds.h>
 
+#include <algorithm>
 #include <regex>
 #include <utility>
 
@@ -9,6 +12,7 @@ namespace Tal::authoring {
 namespace {
 
 constexpr unsigned kLastDigit = 9;  // the greatest number that a name gives
+constexpr std::size_t kLongestExample = 60;
 
 // The names that the helper takes for those of undamaged and destroyed parts.
 constexpr const char* kPartNames = R"((?:[nd]|part[ND][\s\S])[\s\S]*)";
@@ -123,6 +127,24 @@ std::vector<MaterialWarning> materialWarningsOf(const KsDestructiblesHelper& hel
                         "material " + quotedName(name) + material_kinds::noPartText(kind)});
   }
   return warnings;
+}
+
+std::string missingPartText(const KsDestructiblesHelper& helper) {
+  std::vector<std::string> names;
+  for (const auto& [name, kind] : helper.getMaterialNames()) names.push_back(name);
+  if (names.empty()) return "the model has no materials; import it again from a file that has some";
+  const std::string lack =
+      "none is an undamaged part (kinds 73 to 86); it has " + someNames(names) + ": import it again with ";
+  const auto isStatic = [&helper](const std::string& name) { return helper.isStaticMaterialName(name); };
+  const auto part = std::ranges::find_if_not(names, isStatic);
+  // What is named as static is no part, whatever its kind.
+  const bool isEveryStatic = part == names.end();
+  const std::string& example = isEveryStatic ? names.front() : *part;
+  const std::string name = example.size() <= kLongestExample ? example : "MATERIAL";
+  return lack +
+         (isEveryStatic ? "--material " + shellWord(name + "=n_" + name)
+                        : "--kind " + shellWord(name + "=73")) +
+         " --force";
 }
 
 }  // namespace Tal::authoring

@@ -47,4 +47,8 @@ std::vector<Material> materialsOf(const KsDestructiblesHelper& helper);
 /// order of name.
 std::vector<MaterialWarning> materialWarningsOf(const KsDestructiblesHelper& helper);
 
+/// Which material a helper's model lacks to be suggested a category, and how to give it one: for a person,
+/// without an end, which is left to the caller.
+std::string missingPartText(const KsDestructiblesHelper& helper);
+
 }  // namespace Tal::authoring

@@ -100,11 +100,16 @@ class Session {
 
   /// Makes the model of a category; nothing changes when it is of it already. DT_NON_DESTRUCTIBLE drops its
   /// entries. Variants are refused any category, and a model without an undamaged part that of structures: it
-  /// would have no module that could break.
+  /// would have no module that could break. What a save then removes from the file, but for values that a new
+  /// entry has anyway, the warnings name as commands that would set it again (see commandsToRestore).
   Outcome convert(KsDestructibleType category);
 
+  /// Converts the model to the category that its materials suggest. Refused when they suggest none, with the
+  /// kind that is missing.
+  Outcome convertAsSuggested();
+
   /// Replaces the records by newly made ones of the same category. The achievement tag of a structure, the
-  /// hard points of its modules and its states stay.
+  /// hard points of its modules and its states stay; the warnings name what does not, as those of convert.
   Outcome reset();
 
   /// Sets fields of the model's own record, by their XML keys or the names that panels display: of a fragile,
@@ -117,7 +122,7 @@ class Session {
   /// Refused when the model is no structure, which alone has named states.
   Outcome checkStates() const;
 
-  /// The named states of a structure. Materials are added in the given order behind those that are there.
+  /// The named states of a structure.
   Outcome addState(const std::string& state);
   Outcome removeState(const std::string& state);
   /// Adds materials in the given order behind those that are there. One that the state cannot show destroyed,
@@ -163,6 +168,7 @@ class Session {
 
   // Edits.
   std::string refusalOfEdit() const;
+  std::string refusalOfCategory() const;
   Outcome setAchievementTag(const std::vector<Assignment>& assignments) const;
   std::string refusalOfStates() const;
   std::string refusalOfState(const std::string& state);

@@ -3,6 +3,7 @@
 #include <authoring/kept_model.h>
 #include <authoring/session.h>
 #include <authoring/stored_text.h>
+#include <authoring/thrown_away.h>
 #include <authoring/value_warnings.h>
 #include <core/display_text.h>
 #include <core/nearest_name.h>
@@ -89,6 +90,13 @@ std::string refusalOfStructure(const KsDestructiblesHelper& helper) {
          "have no modules and could not break; import it again with such a material";
 }
 
+// What an edit throws away can be given back by hand.
+void warnOfThrownAway(const std::string& modelName, const Description& before, const Description& after,
+                      Outcome& outcome) {
+  for (const std::string& command : commandsToRestore(modelName, before, after))
+    outcome.warnings.push_back("thrown away: " + command);
+}
+
 }  // namespace
 
 // Why the model's entries cannot be edited at all; empty when they can.
@@ -97,12 +105,18 @@ std::string Session::refusalOfEdit() const {
   return fault.empty() ? fault : fault + "; rename the files of the model";
 }
 
+// Why the model cannot be of any category; empty when it can.
+std::string Session::refusalOfCategory() const {
+  if (!database_format::isVariantName(modelName())) return {};
+  return quotedName(modelName()) +
+         " is a variant (in a folder lod1, lod2, crash or merged); variants have no category of their own, "
+         "convert the model that it is a variant of";
+}
+
 Outcome Session::convert(KsDestructibleType category) {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
-  if (category != DT_NON_DESTRUCTIBLE && database_format::isVariantName(modelName())) {
-    return refused(quotedName(modelName()) +
-                   " is a variant (in a folder lod1, lod2, crash or merged); variants have no category of "
-                   "their own, convert the model that it is a variant of");
+  if (category != DT_NON_DESTRUCTIBLE) {
+    if (const std::string refusal = refusalOfCategory(); !refusal.empty()) return refused(refusal);
   }
   if (category == DT_STRUCTURE && this->category() != DT_STRUCTURE) {
     if (const std::string refusal = refusalOfStructure(helper()); !refusal.empty()) return refused(refusal);
@@ -110,6 +124,8 @@ Outcome Session::convert(KsDestructibleType category) {
   return model_->edit([this, category] {
     Outcome outcome;
     const KsDestructibleType before = helper().destructibleType();
+    if (before != category)
+      warnOfThrownAway(modelName(), model_->description(), newDescription(helper()), outcome);
     // A variant has no category but may have entries.
     if (category == DT_NON_DESTRUCTIBLE) {
       helper().setAsNonDestructible(/*force=*/true);
@@ -124,13 +140,24 @@ Outcome Session::convert(KsDestructibleType category) {
   });
 }
 
+Outcome Session::convertAsSuggested() {
+  const KsDestructibleType category = suggestedCategory();
+  if (category != DT_NON_DESTRUCTIBLE) return convert(category);
+  if (const std::string refusal = refusalOfCategory(); !refusal.empty()) return refused(refusal);
+  return refused("the materials of " + quotedName(modelName()) +
+                 " suggest no category, so nothing was changed: " + missingPartText(helper()) +
+                 ", or convert it to a category by name");
+}
+
 Outcome Session::reset() {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
   return model_->edit([this] {
     const Description before = model_->description();
     helper().resetDescriptions();
     model_->setStates(before.states);
-    return Outcome();
+    Outcome outcome;
+    warnOfThrownAway(modelName(), before, model_->description(), outcome);
+    return outcome;
   });
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 namespace cli_test {
 namespace {
@@ -62,9 +63,57 @@ TEST_F(Convert, FindsTheCategoryOut) {
             "content/buildings/house.model: category none -> structure\n");
   EXPECT_EQ(run({"convert", kHouse, "auto"}).out,
             "content/buildings/house.model: category structure already\n");
+}
+
+TEST_F(Convert, ToWhatTheMaterialsSuggestNeverRemovesAnEntry) {
   support::writeModel(folder_, "content/plain", {.materials = {{"glass", 0}}});
-  EXPECT_EQ(run({"convert", "content/plain.model", "auto"}).out,
-            "content/plain.model: category none already\n");
+  const std::string reason =
+      "the materials of \"content/plain.model\" suggest no category, so nothing was changed: none is an "
+      "undamaged "
+      "part (kinds 73 to 86); it has \"glass\": import it again with --kind glass=73 --force, or convert it "
+      "to a "
+      "category by name";
+  EXPECT_EQ(refusal({"convert", "content/plain.model", "auto"}), reason);
+  EXPECT_EQ(run({"convert", "content/plain.model", "fragile"}).status, 0);
+  EXPECT_EQ(refusal({"convert", "content/plain.model", "auto"}), reason);
+  EXPECT_EQ(shown("content/plain.model").at("category"), "fragile");
+}
+
+TEST_F(Convert, PrintsWhatItThrowsAwayAsCommandsThatGiveItBack) {
+  folder_.write("scripts/destructibles_effects.xml", "<root/>");
+  makeStructure();
+  const std::vector<Arguments> edits = {
+      {"set", kHouse, "achievementTag=the 'old' $HOUSE"},
+      {"set", kHouse, "--module", "n_wall_1", "health=11", "effectScale=0.1",
+       "hitEffect=", "effectHP=HP_wall_2"},
+      {"state", kHouse, "add", "half; open"},
+      {"state", kHouse, "add-material", "half; open", "n_wall_2", "n_wall_1"},
+      {"state", kHouse, "add", "--", "-empty"}};
+  for (const Arguments& edit : edits) EXPECT_EQ(run(edit).status, 0);
+  const std::string before = readDatabase();
+  const std::string messages = messagesOf({"convert", kHouse, "none"});
+  EXPECT_EQ(shown(kHouse).at("category"), "none");
+  makeStructure();
+  EXPECT_NE(readDatabase(), before);
+  std::string script = "set -e\n";
+  std::istringstream lines(messages);
+  for (std::string line; std::getline(lines, line);) {
+    ASSERT_THAT(line, testing::StartsWith("thrown away: "));
+    script += "\"$0\" " + line.substr(13) + '\n';
+  }
+  const ProcessResult restored =
+      support::runProcess("/bin/bash", {"-c", script, DESTRUCTIBLES_PROGRAM}, {.folder = folder_.path()});
+  EXPECT_EQ(restored.status, 0) << script << restored.err;
+  EXPECT_EQ(readDatabase(), before);
+}
+
+TEST_F(Convert, BetweenCategoriesPrintsWhatItThrowsAway) {
+  makeFragile();
+  EXPECT_EQ(run({"set", kCrate, "health=12", "hitEffect=inf_hit_wood"}).status, 0);
+  EXPECT_EQ(messagesOf({"convert", kCrate, "structure"}),
+            "Model is set as structure.\n"
+            "thrown away: set content/props/crate.model health=12 hitEffect=inf_hit_wood\n"
+            "the entry of the model in the section \"fragiles\" is removed from the file\n");
 }
 
 TEST_F(Convert, ToNoneRemovesTheEntriesAndSucceeds) {
