@@ -4,6 +4,7 @@
 #include <authoring/gone_model.h>
 #include <authoring/kept_model.h>
 #include <authoring/save_losses.h>
+#include <authoring/thrown_away.h>
 #include <core/display_text.h>
 #include <destructibles/database_format.h>
 #include <resources/data_section.h>
@@ -107,6 +108,10 @@ Removal removeAndSave(const std::string& modelName) {
                                        std::string(categoryName(DT_NON_DESTRUCTIBLE))});
   }
   removal.outcome.warnings = warningsOf(modelName);
+  // Of every category; what a new entry would hold is not known without the model.
+  Description all = entriesIn(*database, modelName).description;
+  all.category = DT_STRUCTURE;
+  warnOfThrownAway(modelName, all, withDefaultsOf(all), removal.outcome);
   eraseEntries(*database, modelName);
   database->save();
   if (saves.commit()) return removal;

@@ -1,5 +1,6 @@
 #include <authoring/assign_all.h>
 #include <authoring/category.h>
+#include <authoring/database_entries.h>
 #include <authoring/kept_model.h>
 #include <authoring/session.h>
 #include <authoring/stored_text.h>
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <functional>
 #include <map>
+#include <optional>
 #include <utility>
 
 namespace Tal::authoring {
@@ -90,11 +92,18 @@ std::string refusalOfStructure(const KsDestructiblesHelper& helper) {
          "have no modules and could not break; import it again with such a material";
 }
 
-// What an edit throws away can be given back by hand.
-void warnOfThrownAway(const std::string& modelName, const Description& before, const Description& after,
-                      Outcome& outcome) {
-  for (const std::string& command : commandsToRestore(modelName, before, after))
-    outcome.warnings.push_back("thrown away: " + command);
+// What a save removes with the entries of the model that are neither of the category that it had nor of the
+// one that it gets.
+void warnOfOtherEntries(const std::string& modelName, KsDestructibleType before, KsDestructibleType after,
+                        Outcome& outcome) {
+  const std::optional<FileEntries> file = readEntries(modelName);
+  if (!file) return;
+  const auto isToGo = [&](KsDestructibleType category) { return category != before && category != after; };
+  Description others = file->description;
+  if (!isToGo(DT_FRAGILE)) others.fragile.reset();
+  if (!isToGo(DT_FALLING_ATOMS)) others.fallingAtom.reset();
+  others.category = isToGo(DT_STRUCTURE) ? DT_STRUCTURE : DT_NON_DESTRUCTIBLE;
+  warnOfThrownAway(modelName, others, withDefaultsOf(others), outcome);
 }
 
 }  // namespace
@@ -126,6 +135,7 @@ Outcome Session::convert(KsDestructibleType category) {
     const KsDestructibleType before = helper().destructibleType();
     if (before != category)
       warnOfThrownAway(modelName(), model_->description(), newDescription(helper()), outcome);
+    warnOfOtherEntries(modelName(), before, category, outcome);
     // A variant has no category but may have entries.
     if (category == DT_NON_DESTRUCTIBLE) {
       helper().setAsNonDestructible(/*force=*/true);

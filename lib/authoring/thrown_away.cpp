@@ -129,6 +129,20 @@ Description newDescription(KsDestructiblesHelper& helper) {
   return description;
 }
 
+Description withDefaultsOf(const Description& entries) {
+  Description defaults;
+  defaults.category = entries.category;
+  if (entries.fragile) defaults.fragile.emplace();
+  if (entries.fallingAtom) {
+    KsDestructibleFallingAtomDesc& desc = defaults.fallingAtom.emplace();
+    desc.fractureEffect.clear();
+    desc.touchdownEffect.clear();
+    desc.touchdownBreakEffect.clear();
+  }
+  for (const auto& [name, module] : entries.modules) defaults.modules.try_emplace(name);
+  return defaults;
+}
+
 std::vector<std::string> commandsToRestore(const std::string& modelName, const Description& mine,
                                            const Description& other) {
   Commands commands(modelName);
@@ -148,6 +162,12 @@ std::vector<std::string> commandsToRestore(const std::string& modelName, const D
     if (found == other.states.end() || found->second != materials) commands.addState(state, materials);
   }
   return std::move(commands).lines();
+}
+
+void warnOfThrownAway(const std::string& modelName, const Description& mine, const Description& other,
+                      Outcome& outcome) {
+  for (const std::string& command : commandsToRestore(modelName, mine, other))
+    outcome.warnings.push_back("thrown away: " + command);
 }
 
 }  // namespace Tal::authoring

@@ -58,6 +58,26 @@ TEST_F(ThrownAwayValues, OfAFragileAreGivenAsOneCommand) {
                           "'achievementTag=it'\\''s broken' matName=d_wood effect=none"));
 }
 
+TEST_F(ThrownAwayValues, AreAlsoThoseOfEntriesThatDoNotDecideTheCategory) {
+  writeDatabase(R"(<root>
+  <fragiles><entry><filename>content/props/crate.model</filename><health>12</health></entry></fragiles>
+  <fallingAtoms><entry><filename>content/props/crate.model</filename><health>21</health></entry></fallingAtoms>
+  <structures><entry><filename>content/props/crate.model</filename>
+    <states><state><name>open</name><destroyedMaterials>n_wood </destroyedMaterials></state></states>
+  </entry></structures>
+</root>
+)");
+  EXPECT_THAT(
+      of(*open(kCrate), DT_NON_DESTRUCTIBLE),
+      ElementsAre(testing::HasSubstr("health=12"), "thrown away: set content/props/crate.model health=21",
+                  "thrown away: state content/props/crate.model add open",
+                  "thrown away: state content/props/crate.model add-material open n_wood"));
+  EXPECT_THAT(of(*open(kCrate), DT_FALLING_ATOMS),
+              ElementsAre(testing::HasSubstr("health=12"), testing::HasSubstr("add open"),
+                          testing::HasSubstr("add-material open")))
+      << "the falling atom that is there is taken";
+}
+
 TEST_F(ThrownAwayValues, OfAFallingAtomAreGivenAsOneCommand) {
   const auto session = opened(kLamp, DT_FALLING_ATOMS);
   expectDone(session->set({{"physicParams", "1 2 3 4 5 6 7"}, {"touchdownEffect", ""}}));

@@ -109,9 +109,12 @@ TEST_F(AGoneModel, HasTheCategoryThatTheListGivesIt) {
 }
 
 TEST_F(AGoneModel, LosesItsEntryWithAllItsBytesWhenItIsConvertedToNone) {
-  EXPECT_EQ(result({"convert", kBarrel, "none"}),
+  const ProcessResult removal = run({"convert", kBarrel, "none"});
+  EXPECT_EQ(removal.status, 0);
+  EXPECT_EQ(removal.out,
             "content/props/barrel.model: category fragile -> none\n"
             "content/props/barrel.model: removed its entry in fragiles\n");
+  EXPECT_EQ(removal.err, "destructibles: thrown away: set content/props/barrel.model health=35\n");
   EXPECT_EQ(readDatabase(), without("\n\t\t<entry><filename>content/props/barrel.model</filename>"
                                     "<health>35</health><mine>kept?</mine></entry>"));
   EXPECT_EQ(refusal({"show", kBarrel}),
