@@ -271,7 +271,7 @@ TEST_F(TheOutcomeOfASave, ThatFailsLetsANewEntryGoWithItsHelper) {
     {
       const OpenModel crate({}, "crate");
       crate->setAsFragile();
-      const FullDisk disk(0);
+      const support::FullDisk disk(0);
       EXPECT_FALSE(crate->saveConfig());
       EXPECT_FALSE(crate->saveConfig()) << "trying again fails again";
       EXPECT_THAT(Access::fragiles(), ElementsAre(Key("crate")));
@@ -288,7 +288,7 @@ TEST_F(TheOutcomeOfASave, ThatFailsLeavesAnEntryOfTheFileInTheTables) {
     KsDestructibleFragileDesc desc;
     desc.health = 77;
     ASSERT_TRUE(crate->updateFragileParameters(desc));
-    const FullDisk disk(0);
+    const support::FullDisk disk(0);
     EXPECT_FALSE(crate->saveConfig());
   }
   EXPECT_THAT(Access::fragiles(), ElementsAre(Key("crate")));
@@ -301,7 +301,7 @@ TEST_F(TheOutcomeOfASave, ThatSucceedsAfterAFailureKeepsTheEntry) {
     const OpenModel crate({}, "crate");
     crate->setAsFragile();
     {
-      const FullDisk disk(0);
+      const support::FullDisk disk(0);
       EXPECT_FALSE(crate->saveConfig());
     }
     EXPECT_TRUE(crate->saveConfig());
