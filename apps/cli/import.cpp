@@ -77,6 +77,15 @@ void checkModelName(const std::string& model) {
   if (!fault.empty()) throw Refusal(fault + "; choose another name");
 }
 
+// One in the first root would come before it.
+void refuseModelOfAnotherRoot(const std::string& model) {
+  std::string refusal;
+  const std::optional<RootedPath> place = FS::fileSystem()->find(model, &refusal);
+  if (!place || place->root == FS::fileSystem()->roots().front()) return;
+  throw Refusal(quotedName(model) + " is in the root " + quotedName(place->root.native()) +
+                " already; make one in the first root, which comes before it, with --force");
+}
+
 void sayLongWork(const std::string& gltf) {
   std::error_code error;
   const std::uintmax_t size = fs::file_size(gltf, error);
@@ -116,6 +125,7 @@ void import(ImportOptions& options, Tool& tool) {
   gltfOptions.hardPoints = namePairs("--hard-point", "NODE=NAME", options.hardPoints);
   tool.setUpRoots();
   checkModelName(options.model);
+  if (!gltfOptions.overwrite) refuseModelOfAnotherRoot(options.model);
   sayLongWork(options.gltf);
   std::string error;
   std::optional<ImportedModel> imported;

@@ -37,12 +37,11 @@ const std::vector<NewFile>& newFiles() {
 }
 
 /// Whether the file is there; refuses what is there and can be none.
-bool isThere(const fs::path& path) {
-  std::error_code error;
-  if (fs::is_regular_file(path, error)) return true;
-  if (fs::symlink_status(path, error).type() == fs::file_type::not_found) return false;
-  throw Refusal(quotedName(path.native()) +
-                " is there and is no file that can be read; remove it or choose another folder");
+bool isThere(const std::string& name) {
+  std::string refusal;
+  if (FS::fileSystem()->find(name, &refusal)) return true;
+  if (refusal.empty()) return false;
+  throw Refusal(name + ' ' + refusal + "; remove what stands there or choose another folder");
 }
 
 void make(const NewFile& file) {
@@ -64,8 +63,11 @@ void init(const std::string& folder, Tool& tool) {
   FS::setFileSystem(std::move(files));
   for (const NewFile& file : newFiles()) {
     const fs::path path = root / file.name;
-    const bool isOld = isThere(path);
-    if (!isOld) make(file);
+    const bool isOld = isThere(file.name);
+    if (!isOld) {
+      const HeldInterrupts held;
+      make(file);
+    }
     if (!isOld) tool.noteDone("the files were made");
     tool.print((isOld ? "kept " : "made ") + escapeControls(path.native()) + "\n");
   }

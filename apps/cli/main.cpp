@@ -19,6 +19,7 @@ namespace {
 constexpr int kDone = 0;
 constexpr int kRefused = 1;
 constexpr int kWrongUsage = 2;
+constexpr std::size_t kLongWord = 200;
 
 // The parser takes a word in brackets for a list of words. A byte behind it that no word of a command line
 // can hold keeps it whole, until it is an option's value.
@@ -105,6 +106,19 @@ std::string faultOf(const CLI::App& program, const CLI::ParseError& error) {
          Tal::nameSuggestion(unknown.front(), names);
 }
 
+// The parser quotes words as they are, however long.
+std::string withShortWords(const std::string& text) {
+  std::string result;
+  for (std::size_t begin = 0; begin < text.size();) {
+    const std::size_t end = std::min(text.find(' ', begin), text.size());
+    const std::string word = text.substr(begin, end - begin);
+    result += word.size() > kLongWord ? Tal::shownName(word) : word;
+    if (end < text.size()) result += ' ';
+    begin = end + 1;
+  }
+  return result;
+}
+
 int reportParsing(const CLI::App& program, const CLI::ParseError& error, Tal::cli::Tool& tool) {
   if (error.get_exit_code() == kDone) {  // help or the version was asked for
     std::ostringstream results;
@@ -113,7 +127,7 @@ int reportParsing(const CLI::App& program, const CLI::ParseError& error, Tal::cl
     tool.print(results.str());
     return kDone;
   }
-  const std::string fault = faultOf(program, error);
+  const std::string fault = withShortWords(faultOf(program, error));
   Tal::cli::Tool::say(fault + (fault.ends_with('?') ? " See " : "; see ") + helpCall(program));
   return kWrongUsage;
 }

@@ -165,8 +165,9 @@ bool Tool::save(authoring::Session& session) {
 bool Tool::save(const std::function<authoring::Outcome()>& operation) {
   const std::optional<FileIdentity> before = authoring::databaseIdentity();
   check(withoutInterrupt(operation));
-  noteDone("the model was saved");
-  return authoring::databaseIdentity() != before;
+  const bool isChanged = authoring::databaseIdentity() != before;
+  if (isChanged) noteDone("the model was saved");
+  return isChanged;
 }
 
 }  // namespace Tal::cli

@@ -1,6 +1,7 @@
 // A property panel in small: lists the modules of a structure, or shows one of them, sets its fields and
 // saves. What was typed stays when the tables are loaded anew, as they are a moment after each save ("wait").
 
+#include <destructibles/database_format.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <destructibles/panel_names.h>
 #include <mio/dynamic_object.h>
@@ -8,6 +9,7 @@
 #include <model/ks_material_disabler.h>
 #include <model/super_model.h>
 #include <render/render_system.h>
+#include <resources/data_section.h>
 #include <resources/file_system.h>
 #include <tyk/bad_cast.h>
 
@@ -16,6 +18,7 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
@@ -25,14 +28,28 @@ namespace {
 
 using Tal::KsDestructiblesHelper;
 
-// A module has the name of a material. Those that only the file knows, since the model lost the material, are
-// not among them.
+// A module has the name of a material. Only those of collision materials are saved, one for each kind.
 std::vector<std::string> modulesOf(KsDestructiblesHelper& helper) {
   std::vector<std::string> names;
+  std::set<unsigned> kinds;
   Tal::KsDestructibleModuleDesc module;
-  for (const auto& [material, kind] : helper.getMaterialNames())
-    if (helper.getDestructibleModule(material, module)) names.push_back(material);
+  for (const auto& [material, kind] : helper.getMaterialNames()) {
+    if (!helper.bspMaterialNames().contains(material)) continue;
+    if (helper.getDestructibleModule(material, module) && kinds.insert(kind).second)
+      names.push_back(material);
+  }
   return names;
+}
+
+// A load leaves every helper with the achievement tag of the last structure of the file. The model's own one
+// is in its entry.
+void takeOwnTag(KsDestructiblesHelper& helper) {
+  namespace format = Tal::database_format;
+  const auto database = Tal::FS::Utils::openSection(format::kDatabaseFile, false, nullptr);
+  const auto structures = database ? database->openSection(format::kStructuresSection) : nullptr;
+  const int place = structures ? structures->findChildWith(format::keys::kFileName, helper.modelName()) : -1;
+  helper.updateStructureAchievementTag(
+      place == -1 ? std::string() : structures->child(place)->readString(format::keys::kAchievementTag));
 }
 
 // Shows a copy of one module's record. Whatever sets a property of it edits the helper at once.
@@ -78,6 +95,7 @@ class ModulePanel {
   // To be called after every load, whichever helper performed it: the tables hold what the file holds. What
   // was typed and not saved goes there again; else the panel shows what is new.
   void tablesWereLoaded() {
+    takeOwnTag(helper_);
     if (isEdited_) {
       helper_.updateDestructibleModule(module_, record_, false);
     } else {
@@ -102,13 +120,14 @@ class ModulePanel {
 
 // What an editor does all the time; here until `isDone`, or two seconds have passed.
 template <class Condition>
-void renderFramesUntil(const Condition& isDone) {
+bool renderFramesUntil(const Condition& isDone) {
   const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(2);
   while (!isDone() && std::chrono::steady_clock::now() < end) {
     Tal::rs().beginFrame();
     Tal::FS::fileSystem()->pump();
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
+  return isDone();
 }
 
 bool edit(KsDestructiblesHelper& helper, const std::string& module, const std::vector<std::string>& inputs) {
@@ -123,7 +142,8 @@ bool edit(KsDestructiblesHelper& helper, const std::string& module, const std::v
     if (input == "save") {
       if (!panel.save()) return false;
     } else if (input == "wait") {
-      renderFramesUntil([&loads, before = loads] { return loads > before; });
+      if (!renderFramesUntil([&loads, before = loads] { return loads > before; }))
+        std::cerr << "nothing was loaded\n";
     } else {
       const auto equals = input.find('=');
       panel.set(input.substr(0, equals), equals == std::string::npos ? "" : input.substr(equals + 1));
@@ -142,6 +162,7 @@ bool run(const std::string& model, const std::vector<std::string>& arguments) {
   }
   Tal::KsMaterialDisabler disabler(superModel.get());
   KsDestructiblesHelper helper(superModel.get(), model, &disabler);
+  takeOwnTag(helper);
   const std::vector<std::string> modules = modulesOf(helper);
   if (arguments.empty()) {
     for (const std::string& name : modules) std::cout << name << '\n';

@@ -202,6 +202,7 @@ void KeptModel::setStates(const Description::States& wanted) {
 // The version that was last read stays the one before the save: what another program saved directly after it
 // must not count as read.
 void KeptModel::markSaved() {
+  if (!hasRecord()) apply(mine_);  // the load behind the save has failed
   remember();
   base_ = mine_;
   foreignCategory_.reset();
@@ -263,14 +264,26 @@ void KeptModel::resync() {
   }
   setCategory(isEdited ? mine.category : file.category);
   ownTag_ = file.achievementTag;
-  helper_->updateStructureAchievementTag(ownTag_);
-  for (const auto& [name, module] : file.modules) moduleNames_.insert(name);
-  setHardPoints(hardPointsOf(file.modules));
+  takeFile(file);
   Description theirs = read();
   theirs.category = file.category;
   if (isEdited) apply(merged(base_, mine, theirs));
   remember();
   base_ = std::move(theirs);
+}
+
+// Makes the tables hold what the file holds of the model, whatever a load has left of that: one that failed
+// has left nothing.
+void KeptModel::takeFile(const Description& file) {
+  hasRead_ = true;
+  helper_->updateStructureAchievementTag(file.achievementTag);
+  for (const auto& [name, module] : file.modules) {
+    moduleNames_.insert(name);
+    helper_->updateDestructibleModule(name, module, /*keepExisting=*/false);
+  }
+  if (file.fragile) helper_->updateFragileParameters(*file.fragile);
+  if (file.fallingAtom) helper_->updateFallingAtomParameters(*file.fallingAtom);
+  setStates(file.states);
 }
 
 Description KeptModel::read() {

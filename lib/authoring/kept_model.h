@@ -39,6 +39,9 @@ class KeptModel : private ResourceModificationListener {
 
   KsDestructiblesHelper& helper() noexcept { return *helper_; }
 
+  /// Whether the database could be read since the model was bound; without that there is nothing to edit.
+  bool hasRead() const noexcept { return hasRead_; }
+
   /// What the tables hold of the model, with the edits restored.
   Description description();
 
@@ -82,6 +85,7 @@ class KeptModel : private ResourceModificationListener {
   void tablesWereLoaded(const std::optional<FileIdentity>& version);
   void resync();
   static void forgetVersions();
+  void takeFile(const Description& file);
   Description read();
   void remember();
   void apply(const Description& wanted);
@@ -102,6 +106,7 @@ class KeptModel : private ResourceModificationListener {
   Description mine_;  // base_ with the edits since then
   std::optional<KsDestructibleType> foreignCategory_;
   std::unique_ptr<ResourceModificationListener> beforeReload_;
+  bool hasRead_ = false;
   int depth_ = 0;                 // of the edits that are running
   bool isReloadPending_ = false;  // the tables were loaded in the middle of an edit
 };

@@ -66,7 +66,13 @@ Session::Opened Session::open(const std::string& modelName) {
   if (!opened.refusal.empty()) return opened;
   std::unique_ptr<SuperModel> superModel = SuperModel::load(modelName, &opened.refusal);
   if (!superModel) return opened;
-  opened.session.reset(new Session(std::make_unique<KeptModel>(modelName, std::move(superModel))));
+  auto model = std::make_unique<KeptModel>(modelName, std::move(superModel));
+  if (model->hasRead()) {
+    opened.session.reset(new Session(std::move(model)));
+  } else {
+    opened.refusal = std::string(database_format::kDatabaseFile) +
+                     " could not be read when the model was opened; mend that and try again";
+  }
   return opened;
 }
 

@@ -173,7 +173,7 @@ Outcome Session::saveNone() {
     return refused(refusalOfFailedSave());
   }
   const std::optional<FileEntries> file = readEntries(modelName());
-  if (!file || !file->entries.empty()) {
+  if (file && !file->entries.empty()) {
     return refused("entries of " + quotedName(modelName()) + " are still in " +
                    database_format::kDatabaseFile + "; another program may have written it, try again");
   }

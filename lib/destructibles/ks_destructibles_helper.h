@@ -138,9 +138,9 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   KsDestructiblesHelper(SuperModel* superModel = nullptr, const std::string& modelName = std::string(),
                         KsMaterialDisabler* materialDisabler = nullptr);
 
-  /// Stops listening. If the model is marked as missing (see isMissingInDestructiblesXml), or was so at a
-  /// save that failed, its entries of the present category leave the tables. The next helper, or the next
-  /// look at the states through another one, reads the file anew.
+  /// Stops listening. If the model is marked as missing (see isMissingInDestructiblesXml), its entries of the
+  /// present category leave the tables; so do those that a failed save was to bring to the file. The next
+  /// helper, or the next look at the states through another one, reads the file anew.
   ~KsDestructiblesHelper() override;
 
   /// Destroys the helper that `helper` holds, if any, and puts a new one in its place. With `keepVisibility`
@@ -379,6 +379,9 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   void classify();
   void makeMissingEntries();
   void collectMaterialDependencies();
+
+  // Destruction.
+  void eraseEntriesOf(KsDestructibleType type) const;
 
   // Loading.
   struct LastLoad_t;

@@ -11,7 +11,8 @@
 #include <vector>
 
 /// What the entries hold that are made for a model which lacks them, so that an author's values can be told
-/// from them. Pure; usable on any thread; nothing here is exported by the module's shared library.
+/// from them. Functions without shared state; usable on any thread; nothing here is exported by the module's
+/// shared library.
 namespace Tal::new_entries {
 
 inline constexpr char DEFAULT_FRACTURE_EFFECT[] = "inf_streetlamp_fracture";

@@ -1,14 +1,17 @@
 #include <model/file_set.h>
 #include <resources/files/atomic_file.h>
-#include <resources/files/new_folder.h>
+#include <resources/files/file_lock.h>
 
+#include <chrono>
 #include <exception>
 #include <iterator>
-#include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace Tal {
 namespace {
+
+constexpr std::chrono::seconds kPatience{10};
 
 std::string lineOf(const FileFailure& failure) {
   return failure.text + "; " + failure.hint;
@@ -20,19 +23,37 @@ void raiseIf(const std::optional<FileFailure>& failure) {
 
 }  // namespace
 
-void FileSet::add(const RootedPath& place, BasicStringRef content) {
-  entries_.emplace_back(place, content);
+FileSet::~FileSet() {
+  for (auto entry = entries_.rbegin(); entry != entries_.rend() && !isDone_; ++entry)
+    entry->place.removeMadeFolders();
+}
+
+FileSet::Entry& FileSet::add(std::filesystem::path name, BasicStringRef content) {
+  return entries_.emplace_back(std::move(name), content);
+}
+
+std::string FileSet::open(const std::filesystem::path& root) {
+  OpenRoot opened;
+  if (const auto failure = opened.open(root)) return lineOf(*failure);
+  for (Entry& entry : entries_) {
+    if (const auto failure = entry.place.open(opened, entry.name)) return lineOf(*failure);
+    const bool isFirst = &entry == &entries_.front();
+    if (isFirst && !waitForLock(entry.place.folder(), kPatience)) {
+      return "another program writes into the folder of " + entry.place.path().string() +
+             " and does not come to an end; try again when it has ended";
+    }
+    if (const auto failure = refusalToReplace(entry.place)) return lineOf(*failure);
+    entry.found = entry.place.identity();
+  }
+  return {};
 }
 
 std::string FileSet::write() {
-  std::list<NewFolders> made;
   std::string fault;
-  for (const Entry& entry : entries_) made.emplace_back(entry.rooted.path().parent_path());
   try {
-    prepare();
-    removeOld();
+    putOldAside();
     for (Entry& entry : entries_) replace(entry);
-    for (NewFolders& folders : made) folders.keep();
+    isDone_ = true;
   } catch (const std::exception& failure) {
     std::string notUndone;
     undo(notUndone);  // first of all that needs memory
@@ -42,24 +63,24 @@ std::string FileSet::write() {
   return fault;
 }
 
-void FileSet::prepare() {
-  for (Entry& entry : entries_) {
-    raiseIf(entry.place.open(entry.rooted));
-    raiseIf(refusalToReplace(entry.place));
-  }
+void FileSet::putOldAside() {
   Entry& first = entries_.front();
-  if (first.place.identity()) raiseIf(first.old.keep());
-}
-
-void FileSet::removeOld() {
-  for (auto entry = entries_.rbegin(); entry != std::prev(entries_.rend()); ++entry)
-    if (entry->place.identity()) raiseIf(entry->old.take());
+  if (first.found) {
+    raiseIf(first.old.keep());
+    first.found = first.place.identity();  // a second name touches its time of change
+  }
+  for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
+    const bool isToGo = entry->place.isLink() || (entry->found && &*entry != &first);
+    if (isToGo) raiseIf(entry->old.take());
+  }
 }
 
 void FileSet::replace(Entry& entry) {
+  const bool isFirst = &entry == &entries_.front();
+  const std::string& pattern = entry.found && isFirst ? entry.place.name() : entry.old.name();
   entry.isWritten = true;  // perhaps, when that throws
-  const std::string& pattern = entry.place.identity() ? entry.place.name() : entry.old.name();
-  const std::optional<FileFailure> failure = makeFileLike(pattern, entry.place, entry.content);
+  const std::optional<FileFailure> failure =
+      replaceVersionLike(pattern, entry.place, entry.content, isFirst ? entry.found : std::nullopt);
   entry.isWritten = !failure || failure->isReplaced;
   raiseIf(failure);
 }

@@ -1,47 +1,63 @@
 #pragma once
 
 #include <core/string_ref.h>
+#include <resources/file_identity.h>
 #include <resources/files/backup_file.h>
 #include <resources/files/open_place.h>
 
+#include <filesystem>
 #include <list>
+#include <optional>
 #include <string>
 
 namespace Tal {
 
-/// Several files that are made or replaced together: all of them, or none. When the process ends in between,
-/// the first file may be there alone, or with the next ones that were written with it; the last file is there
-/// only with all the others as they were written with it.
+/// Several files below a root that are made or replaced together: all of them, or none. When the process ends
+/// in between, the first file may be there alone, or with the next ones that were written with it; the last
+/// file is there only with all the others as they were written with it. Until it ends, other programs that
+/// write a set into the folder of the first file wait.
 class FileSet {
  public:
-  /// `content` must live until write(). Links to another place below the root are followed.
-  void add(const RootedPath& place, BasicStringRef content);
-
-  /// Writes the files, in the order in which they were added, with the folders that they need; before that,
-  /// those that are there already are removed from the last one on, but for the first one. Empty when it is
-  /// done; else one line that says what failed and what to do about it, and every file is as it was, but for
-  /// one that the line says could not be put back.
-  std::string write();
-
- private:
+  /// A file of the set.
   struct Entry {
-    Entry(const RootedPath& target, BasicStringRef bytes) : rooted(target), content(bytes) {}
+    Entry(std::filesystem::path path, BasicStringRef bytes) : name(std::move(path)), content(bytes) {}
 
-    RootedPath rooted;
-    BasicStringRef content;
-    OpenPlace place;
-    BackupFile old{place};  ///< keeps nothing when there is no old file
+    std::filesystem::path name;         ///< below the root
+    BasicStringRef content;             ///< must live until write()
+    OpenPlace place;                    ///< once open() was called
+    std::optional<FileIdentity> found;  ///< what is there then; empty when nothing is
+    BackupFile old{place};
     bool isWritten = false;
   };
 
-  void prepare();
-  void removeOld();
-  static void replace(Entry& entry);
+  FileSet() = default;
+  /// Removes the folders that were made for nothing.
+  ~FileSet();
+  FileSet(const FileSet&) = delete;
+  FileSet& operator=(const FileSet&) = delete;
+
+  /// Links to another place below the root are followed. The entry lives as long as the set.
+  Entry& add(std::filesystem::path name, BasicStringRef content);
+
+  /// Opens the places below the folder `root`, with the folders that they need, and waits for other programs.
+  /// Empty when it is done; else one line that says what failed and what to do about it.
+  std::string open(const std::filesystem::path& root);
+
+  /// Writes the files, in the order in which they were added; before that, those that are there already are
+  /// put aside from the last one on, but for the first one. Empty when it is done; else one line as from
+  /// open, and every file is as it was, but for one that the line says could not be put back. Nothing is
+  /// replaced that was not there at open().
+  std::string write();
+
+ private:
+  void putOldAside();
+  void replace(Entry& entry);
   /// Adds to the fault what cannot be undone.
   void undo(std::string& fault);
   static void undo(Entry& entry, std::string& fault);
 
   std::list<Entry> entries_;  // which stay where they are
+  bool isDone_ = false;
 };
 
 }  // namespace Tal

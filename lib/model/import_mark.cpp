@@ -5,6 +5,7 @@
 #include <resources/number_text.h>
 
 #include <charconv>
+#include <system_error>
 
 namespace Tal {
 
@@ -15,12 +16,18 @@ ImportMark importMarkFor(BasicStringRef geometry) {
 
 std::optional<ImportMark> importMarkIn(const DataSection& visual) {
   const SmartPointer<DataSection> import = visual.findChild("import");
-  const std::optional<int> version = import ? parseInt(import->attribute("version")) : std::nullopt;
+  const std::string text = import ? import->attribute("version") : std::string();
+  std::optional<int> version = parseInt(text);
+  // A number of another form is that of a version that is to come.
+  if (!version && !text.empty() && text.front() >= '0' && text.front() <= '9')
+    version = ImportMark::kVersion + 1;
   if (!version || *version < 1) return std::nullopt;
   ImportMark mark{*version, 0, import->readString("geometry/fingerprint")};
   const std::string size = import->readString("geometry/size");
-  std::from_chars(size.data(), size.data() + size.size(), mark.geometrySize);
-  return mark;
+  const auto [end, error] = std::from_chars(size.data(), size.data() + size.size(), mark.geometrySize);
+  const bool isSize = error == std::errc() && end == size.data() + size.size();
+  // What a newer version writes there is not for this one to judge.
+  return isSize || *version > ImportMark::kVersion ? std::optional(mark) : std::nullopt;
 }
 
 }  // namespace Tal

@@ -27,8 +27,8 @@ struct ImportMark {
 /// The mark for a geometry's bytes. Usable on any thread.
 ImportMark importMarkFor(BasicStringRef geometry);
 
-/// The mark in a visual; empty when it has none, or one without a version: it is of before there were marks,
-/// or of another program. Of a newer version only the version is meant. Main thread only.
+/// The mark in a visual; empty when it has none, or one without a version or size: it is of before there were
+/// marks, or of another program. Of a newer version only the version is meant. Main thread only.
 std::optional<ImportMark> importMarkIn(const DataSection& visual);
 
 }  // namespace Tal

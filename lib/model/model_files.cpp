@@ -1,17 +1,17 @@
 #include <core/display_text.h>
 #include <model/file_set.h>
+#include <model/gltf_limits.h>
 #include <model/import_mark.h>
 #include <model/model_files.h>
 #include <model/model_names.h>
 #include <resources/file_system.h>
+#include <resources/files/file_read.h>
 #include <resources/number_text.h>
 #include <resources/storable_text.h>
 
 #include <cstddef>
-#include <fstream>
-#include <iterator>
+#include <cstdint>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 namespace Tal {
@@ -91,51 +91,29 @@ std::string visualText(const ModelDescription& description) {
   return xml.take();
 }
 
-/// A file of the model that is to be made.
-struct NewFile {
-  std::string resource;
-  std::string content;
-  RootedPath place;
-  bool isThere = false;
-};
-
-/// Looks at the place of a file; why nothing can be made there, empty when it can.
-std::string lookAt(const FS::MultiFileSystem& files, NewFile& file) {
-  std::string fault;
-  const std::optional<RootedPath> place = files.locationFor(file.resource, &fault);
-  if (!place) return quotedName(file.resource) + ' ' + fault;
-  file.place = *place;
-  std::error_code failure;
-  const fs::file_status status = fs::status(place->path(), failure);
-  file.isThere = status.type() != fs::file_type::not_found;
-  if (!fs::status_known(status)) return quotedName(file.resource) + " cannot be made: " + failure.message();
-  if (!file.isThere || fs::is_regular_file(status)) return {};
-  return quotedName(file.resource) + " is there and is no file";
-}
-
 /// Whether a geometry holds the bytes that the mark of an import is for.
-bool isMarked(const RootedPath& geometry, const ImportMark& mark) {
-  std::ifstream file(geometry.path(), std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-  return file && importMarkFor(bytes) == mark;
+bool isMarked(const FileSet::Entry& geometry, const ImportMark& mark) {
+  if (static_cast<std::uint64_t>(geometry.found->size) != mark.geometrySize) return false;
+  FileContent content;
+  return !readFile(geometry.place, kMaxGltfBytes, content) && importMarkFor(content.bytes.view()) == mark;
 }
 
 /// Why the files must not be replaced; empty when they may. What an import that was cut off has left is
 /// nobody's: a visual with its mark, perhaps the geometry of that mark, and no model.
-std::string refusalToReplace(const NewFile& visual, const NewFile& geometry, const NewFile& model,
-                             bool overwrite) {
+std::string refusalToReplace(const fs::path& root, const FileSet::Entry& visual,
+                             const FileSet::Entry& geometry, const FileSet::Entry& model, bool overwrite) {
   std::string unreadable;  // then it is no import's
-  const auto old = visual.isThere ? FS::Utils::readSection(visual.place, unreadable) : nullptr;
+  const auto old = visual.found ? FS::Utils::readSection({root, visual.name}, unreadable) : nullptr;
   const std::optional<ImportMark> mark = old ? importMarkIn(*old) : std::nullopt;
   if (mark && mark->version > ImportMark::kVersion) {
-    return quotedName(visual.resource) +
+    return quotedName(visual.name.native()) +
            " was imported by a newer version of this program; import with that, or remove the file";
   }
   if (overwrite) return {};
-  const bool isCutOff = mark && !model.isThere;
-  for (const NewFile* const file : {&visual, &geometry, &model}) {
-    if (!file->isThere || (isCutOff && (file != &geometry || isMarked(geometry.place, *mark)))) continue;
-    return quotedName(file->resource) + " is already there; force it to be replaced (--force)";
+  const bool isCutOff = mark && !model.found;
+  for (const FileSet::Entry* const file : {&visual, &geometry, &model}) {
+    if (!file->found || (isCutOff && (file != &geometry || isMarked(geometry, *mark)))) continue;
+    return quotedName(file->name.native()) + " is already there; force it to be replaced (--force)";
   }
   return {};
 }
@@ -153,22 +131,16 @@ std::string geometryNameOf(BasicStringRef stem) {
 }
 
 std::string writeModelFiles(const ModelDescription& description, const fs::path& root, bool overwrite) {
-  std::string fault;
-  const auto files = FS::MultiFileSystem::open({root}, fault);
-  if (!files) return fault;
-  NewFile visual{visualNameOf(description.stem), visualText(description), {}};
-  NewFile geometry{geometryNameOf(description.stem), {}, {}};
-  NewFile model{modelNameOf(description.stem), modelText(description), {}};
-  for (NewFile* const file : {&visual, &geometry, &model})
-    if (fault = lookAt(*files, *file); !fault.empty()) return fault;
-  fault = refusalToReplace(visual, geometry, model, overwrite);
-  if (!fault.empty()) return fault;
+  const std::string visualContent = visualText(description);
+  const std::string modelContent = modelText(description);
   // The visual tells what belongs to it; the model comes last: it is there only when what it names is.
   FileSet set;
-  set.add(visual.place, visual.content);
-  set.add(geometry.place, description.glb);
-  set.add(model.place, model.content);
-  return set.write();
+  const FileSet::Entry& visual = set.add(visualNameOf(description.stem), visualContent);
+  const FileSet::Entry& geometry = set.add(geometryNameOf(description.stem), description.glb);
+  const FileSet::Entry& model = set.add(modelNameOf(description.stem), modelContent);
+  std::string fault = set.open(root);
+  if (fault.empty()) fault = refusalToReplace(root, visual, geometry, model, overwrite);
+  return fault.empty() ? set.write() : fault;
 }
 
 }  // namespace Tal

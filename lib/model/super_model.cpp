@@ -1,6 +1,7 @@
 #include <core/debug_message.h>
 #include <core/display_text.h>
 #include <model/import_mark.h>
+#include <model/model_names.h>
 #include <model/super_model.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
@@ -121,6 +122,20 @@ void checkGeometry(const DataSection& visual, BasicStringRef visualName) {
                "; import the model again (--force)");
 }
 
+/// Why a model of one root must not be put together with the visual of another; empty when it may. An import
+/// over a model of a later root that was cut off has left its visual alone.
+std::string faultOfRoots(BasicStringRef modelName, BasicStringRef visualName, const DataSection& visual) {
+  std::string refusal;
+  const std::optional<RootedPath> model = FS::fileSystem()->find(modelName, &refusal);
+  const std::optional<RootedPath> place = FS::fileSystem()->find(visualName, &refusal);
+  if (!model || !place || model->root == place->root || !importMarkIn(visual)) return {};
+  std::error_code error;
+  std::filesystem::path own = place->path();
+  if (std::filesystem::exists(own.replace_extension(model_names::kModelExtension), error)) return {};
+  return quotedName(visualName) + ": an import into the root " + quotedName(place->root.native()) +
+         " was cut off; import the model again, or remove that file";
+}
+
 std::unique_ptr<SuperModel> loadModel(BasicStringRef modelName, std::string& error) {
   const SmartPointer<DataSection> model = openModelFile(modelName, error);
   if (model == nullptr) return nullptr;
@@ -134,6 +149,8 @@ std::unique_ptr<SuperModel> loadModel(BasicStringRef modelName, std::string& err
     error += ", which " + quotedName(modelName) + " names as its visual";
     return nullptr;
   }
+  error = faultOfRoots(modelName, visualName, *visual);
+  if (!error.empty()) return nullptr;
   ModelMaterials::Slots materials = readMaterials(visual, visualName, error);
   if (!error.empty()) return nullptr;
   Skeleton::SkeletonInstance skeleton = readSkeleton(visual, visualName, error);

@@ -95,9 +95,9 @@ class DataSection : public SafeReferenceCount {
   /// tell.
   virtual std::uint64_t contentStamp() const { return 0; }
 
-  /// What a derivation makes of this section; never null. It is computed when it is asked for, and kept with
-  /// the document until the document's content changes; a format may compute it each time. What the function
-  /// throws is passed on, and nothing is kept then.
+  /// What a derivation makes of this section; never null. It is computed when it is asked for, and given
+  /// again as long as the document's content stays the same; a format may compute it each time. What the
+  /// function throws is passed on, and nothing is kept then.
   template <class Value>
   std::shared_ptr<const Value> derived(const Derivation<Value>& derivation) const {
     return std::static_pointer_cast<const Value>(derivedValue(derivation));

@@ -58,11 +58,8 @@ Finding lookAt(const RootedPath& place) {
   if (status.type() != fs::file_type::not_found) return {true, notExamined(error)};
   const fs::file_type link = fs::symlink_status(place.path(), error).type();
   if (link == fs::file_type::symlink) return {true, "is a link to nothing"};
-  if (link != fs::file_type::not_found) return {true, notExamined(error)};
-  // What a root that is gone held is not to be taken from the next one.
-  const std::string fault = faultOfRoot(place.root);
-  if (fault.empty()) return {};
-  return {true, "cannot be found, since the resource root " + quotedName(place.root.native()) + ' ' + fault};
+  if (link == fs::file_type::not_found) return {};
+  return {true, error ? notExamined(error) : "is being exchanged by another program"};
 }
 
 /// Why a place below a root may not be used; empty when it may. The place need not exist.
@@ -98,8 +95,12 @@ void passOn(BasicStringRef name, std::string reason, std::string* refusal) {
 struct MultiFileSystem::State {
   /// Where a resource is; with `mayBeNew` else where it would be made. Empty with the reason when refused.
   std::optional<RootedPath> placeOf(BasicStringRef resourceName, bool mayBeNew, std::string& refusal) const;
+  /// Whether a root that does not hold a resource may be passed over; else why not.
+  std::string faultOfPassing(std::size_t root) const;
+  void take(std::vector<fs::path> folders);
 
   std::vector<fs::path> roots;
+  std::vector<std::optional<FileIdentity>> identities;  ///< of the roots, when they were taken
   std::unique_ptr<ResourceMonitor> monitor;
 };
 
@@ -109,8 +110,13 @@ std::optional<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourc
   std::optional<RootedPath> place;
   if (refusal.empty()) {
     const fs::path name = normalisedName(resourceName);
-    for (const fs::path& root : roots) {
-      const Finding finding = lookAt({root, name});
+    for (std::size_t index = 0; index < roots.size(); ++index) {
+      const fs::path& root = roots[index];
+      Finding finding = lookAt({root, name});
+      if (!finding.isThere && (mayBeNew || index + 1 < roots.size())) {
+        std::string fault = faultOfPassing(index);
+        if (!fault.empty()) finding = {true, std::move(fault)};
+      }
       if (finding.isThere || refusal.empty()) refusal = finding.fault;
       if (!finding.isThere) continue;
       place = {root, name};
@@ -125,10 +131,25 @@ std::optional<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourc
   return refusal.empty() ? place : std::nullopt;
 }
 
+// What a root held that is gone, or another folder by now, is not to be taken from the next one.
+std::string MultiFileSystem::State::faultOfPassing(std::size_t root) const {
+  const std::optional<FileIdentity> now = identityAt(roots[root]);
+  const std::optional<FileIdentity>& then = identities[root];
+  const bool isSame = now && then && now->device == then->device && now->inode == then->inode;
+  const std::string fault = isSame ? faultOfRoot(roots[root]) : "is not the folder any more that it was";
+  if (fault.empty()) return {};
+  return "cannot be found, since the resource root " + quotedName(roots[root].native()) + ' ' + fault;
+}
+
+void MultiFileSystem::State::take(std::vector<fs::path> folders) {
+  roots = std::move(folders);
+  for (const fs::path& root : roots) identities.push_back(identityAt(root));
+}
+
 MultiFileSystem::MultiFileSystem(std::vector<fs::path> roots) : state_(std::make_unique<State>()) {
   const std::string refusal = refusalOfRoots(roots);
   if (refusal.empty()) {
-    state_->roots = std::move(roots);
+    state_->take(std::move(roots));
   } else {
     reportRefusal(refusal);
   }
@@ -138,7 +159,7 @@ std::unique_ptr<MultiFileSystem> MultiFileSystem::open(std::vector<fs::path> roo
   refusal = refusalOfRoots(roots);
   if (!refusal.empty()) return nullptr;
   auto files = std::make_unique<MultiFileSystem>(std::vector<fs::path>());
-  files->state_->roots = std::move(roots);
+  files->state_->take(std::move(roots));
   return files;
 }
 

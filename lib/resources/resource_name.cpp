@@ -7,7 +7,7 @@ std::string refusalOfName(BasicStringRef resourceName) {
   if (resourceName.empty()) return "is empty";
   if (resourceName.front() == '/') return "is absolute";
   if (resourceName.find('\0') != BasicStringRef::npos) return "holds a NUL character";
-  if (resourceName.find('\\') != BasicStringRef::npos) return "holds a backslash";
+  if (resourceName.find('\\') != BasicStringRef::npos) return "holds a backslash, where names have slashes";
   for (BasicStringRef rest = resourceName; !rest.empty();)
     if (takeStep(rest) == "..") return "climbs out of its root";
   return normalisedName(resourceName).empty() ? "names no file" : "";

@@ -5,6 +5,7 @@
 
 #include <concepts>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -27,8 +28,9 @@ using VariantList = std::vector<Variant>;
 /// - a text becomes a number when all of it is one decimal number of the type, with a point and without white
 ///   space or a sign "+"; out of range and not finite is refused. Floating-point numbers take the nearest
 ///   value, and become the shortest text that reads back equal. Nothing depends on the locale;
-/// - an enumeration is held as its underlying type; whatever that type holds becomes the enumeration again,
-///   also a number that no enumerator has;
+/// - an enumeration is held as its underlying type; if that is fixed, whatever it holds becomes the
+/// enumeration
+///   again, also a number that no enumerator has;
 /// - a bool becomes 0 or 1, "false" or "true", and the other way round;
 /// - a list becomes a vector when each of its values does. Nothing else becomes a list, and an empty variant
 ///   becomes nothing else.
@@ -70,8 +72,8 @@ class Variant {
   Type type() const noexcept { return static_cast<Type>(value_.index()); }
   bool isEmpty() const noexcept { return type() == Type::empty; }
 
-  /// The value as a T: bool, an integer, an enumeration, float, double, std::string, or a std::vector of
-  /// those or of variants. Throws BadCast when it is refused.
+  /// The value as a T: bool, an integer, an enumeration with a fixed underlying type, float, double,
+  /// std::string, or a std::vector of those or of variants. Throws BadCast when it is refused.
   template <class T>
   T castTo() const {
     std::optional<T> value = tryCastTo<T>();
@@ -125,6 +127,19 @@ inline constexpr bool isVector = false;
 template <class Element>
 inline constexpr bool isVector<std::vector<Element>> = true;
 
+/// Whether an enumeration may have any value of its underlying type.
+template <class Enumeration>
+inline constexpr bool hasFixedType = requires {
+  Enumeration{0};
+};
+
+/// Whether a type, also one of characters, holds a number.
+template <class T, class Number>
+constexpr bool holds(Number number) noexcept {
+  return number >= static_cast<Number>(std::numeric_limits<T>::min()) &&
+         number <= static_cast<Number>(std::numeric_limits<T>::max());
+}
+
 }  // namespace details
 
 template <class T>
@@ -132,6 +147,7 @@ std::optional<T> Variant::tryCastTo() const {
   if constexpr (std::is_same_v<T, Variant>) {
     return *this;
   } else if constexpr (std::is_enum_v<T>) {
+    static_assert(details::hasFixedType<T>, "give the enumeration an underlying type, or cast to a number");
     const auto number = tryCastTo<std::underlying_type_t<T>>();
     return number ? std::optional(static_cast<T>(*number)) : std::nullopt;
   } else if constexpr (std::is_same_v<T, bool>) {
@@ -146,11 +162,11 @@ std::optional<T> Variant::tryCastTo() const {
     return toVector<typename T::value_type>();
   } else if constexpr (std::is_signed_v<T>) {
     const std::optional<std::int64_t> number = toSigned();
-    return number && std::in_range<T>(*number) ? std::optional(static_cast<T>(*number)) : std::nullopt;
+    return number && details::holds<T>(*number) ? std::optional(static_cast<T>(*number)) : std::nullopt;
   } else {
     static_assert(std::is_unsigned_v<T>, "a variant holds bools, numbers, texts and lists");
     const std::optional<std::uint64_t> number = toUnsigned();
-    return number && std::in_range<T>(*number) ? std::optional(static_cast<T>(*number)) : std::nullopt;
+    return number && details::holds<T>(*number) ? std::optional(static_cast<T>(*number)) : std::nullopt;
   }
 }
 

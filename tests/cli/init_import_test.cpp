@@ -35,12 +35,18 @@ TEST_F(Init, MakesWhatIsMissingAndLeavesWhatIsThere) {
 TEST_F(Init, RefusesWhatStandsThereAndIsNoFile) {
   fs::create_directories(folder_ / "link/scripts");
   fs::create_symlink("nowhere", folder_ / "link/scripts/destructibles.xml");
-  EXPECT_THAT(refusal({"init", "link"}), testing::HasSubstr("is there and is no file"));
+  EXPECT_THAT(refusal({"init", "link"}),
+              testing::HasSubstr("is a link to nothing; remove what stands there"));
   fs::create_directories(folder_ / "folder/scripts/destructibles_effects.xml");
   folder_.write("folder/scripts/destructibles.xml", "<root/>");
   const ProcessResult refused = run({"init", "folder"});
   EXPECT_EQ(refused.status, 1);
-  EXPECT_THAT(refused.err, testing::HasSubstr("destructibles_effects.xml\" is there and is no file"));
+  EXPECT_THAT(refused.err, testing::HasSubstr("destructibles_effects.xml is no regular file; remove what"));
+  const support::TemporaryFolder outside;
+  outside.write("destructibles.xml", "<root/>");
+  fs::create_directories(folder_ / "away");
+  fs::create_directory_symlink(outside.path(), folder_ / "away/scripts");
+  EXPECT_THAT(run({"init", "away"}).err, testing::HasSubstr("leads out of its root through a link"));
 }
 
 TEST_F(Init, SaysWhyAFolderCannotBeMade) {
@@ -153,8 +159,27 @@ TEST_F(Import, RefusesALinkThatLeadsOutOfTheRoot) {
   fs::create_directory_symlink(outside.path(), folder_ / "content/away");
   EXPECT_EQ(
       refusal({"import", barrel(), "content/away/barrel.model"}),
-      barrel() + ": cannot be imported: \"content/away/barrel.visual\" leads out of its root through a link");
+      barrel() + ": cannot be imported: \"" + (folder_ / "content/away/barrel.visual").string() +
+          "\" leads out of its root through a link; put the file itself in the place of the link");
   EXPECT_TRUE(outside.listing().empty());
+}
+
+TEST_F(Import, RefusesAModelOfALaterRootUnlessItIsForced) {
+  const support::TemporaryFolder first;
+  const Arguments roots = {"--root", first.path().string(), "--root", "."};
+  Arguments words = roots;
+  words.insert(words.end(), {"import", barrel(), kCrate});
+  const ProcessResult refused = run(words);
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.err, testing::HasSubstr("already; make one in the first root"));
+  EXPECT_TRUE(first.listing().empty());
+  words.push_back("--force");
+  EXPECT_EQ(run(words).status, 0);
+  // As a process leaves it that is killed in between.
+  fs::remove(first / "content/props/crate.model");
+  words = roots;
+  words.insert(words.end(), {"show", kCrate});
+  EXPECT_THAT(run(words).err, testing::HasSubstr("was cut off; import the model again"));
 }
 
 TEST_F(Import, RefusesABackslashInTheName) {

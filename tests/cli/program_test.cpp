@@ -152,6 +152,12 @@ TEST_F(TheProgram, SaysWhatItHasDoneAllTheSameWhenItsResultsCannotBeWritten) {
               testing::HasSubstr(lead + "the model was saved all the same\n"));
 }
 
+TEST_F(TheProgram, ShortensWordsThatItDoesNotExpect) {
+  const std::string word(5000, 'x');
+  for (const Arguments& arguments : {Arguments{"show", kCrate, word}, Arguments{"list", "--" + word}})
+    EXPECT_LT(misuse(arguments).size(), 400U);
+}
+
 /// What the program shows of a model on a terminal.
 class OnATerminal : public CommandLine {
  protected:

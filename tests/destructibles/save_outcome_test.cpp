@@ -294,6 +294,24 @@ TEST_F(TheOutcomeOfASave, ThatFailsLeavesAnEntryOfTheFileInTheTables) {
   EXPECT_THAT(Access::fragiles(), ElementsAre(Key("crate")));
 }
 
+TEST_F(TheOutcomeOfASave, ThatFailsLetsGoOnlyOfWhatItWasToBringToTheFile) {
+  writeDatabase(
+      "<root><fragiles><entry><filename>crate</filename><health>7</health></entry></fragiles></root>");
+  const OpenModel other({}, "other");
+  {
+    const OpenModel crate({}, "crate");
+    crate->setAsFallingAtoms();
+    {
+      const support::FullDisk disk(0);
+      EXPECT_FALSE(crate->saveConfig());
+    }
+    crate->setAsFragile();  // which the file has
+    EXPECT_FALSE(crate->isMissingInDestructiblesXml());
+  }
+  EXPECT_THAT(Access::fragiles(), ElementsAre(Key("crate")));
+  EXPECT_THAT(Access::fallingAtoms(), IsEmpty());
+}
+
 TEST_F(TheOutcomeOfASave, ThatSucceedsAfterAFailureKeepsTheEntry) {
   writeDatabase("<root/>");
   const OpenModel other({}, "other");

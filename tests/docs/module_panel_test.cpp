@@ -11,7 +11,6 @@ namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
-using testing::Not;
 
 constexpr const char* kDatabase = "scripts/destructibles.xml";
 
@@ -20,15 +19,17 @@ constexpr const char* kDatabase = "scripts/destructibles.xml";
 class TheModulePanelExample : public ::testing::Test {
  protected:
   TheModulePanelExample() {
-    support::writeModel(folder_, "gate",
-                        {.materials = {{"n_wall_1", 73}, {"d_wall_1", 87}, {"n_bar_2", 74}},
-                         .bsp = {"n_wall_1", "n_bar_2"},
-                         .nodes = {"HP_1", "HP_2"}});
+    support::writeModel(
+        folder_, "gate",
+        {.materials = {{"n_wall_1", 73}, {"d_wall_1", 87}, {"n_bar_2", 74}, {"n_shown_3", 75}},
+         .bsp = {"n_wall_1", "n_bar_2"},
+         .nodes = {"HP_1", "HP_2"}});
     folder_.write(kDatabase,
                   "<root><structures><entry><filename>gate.model</filename><modules>"
                   "<module><matName>n_wall_1</matName><health>40</health></module>"
                   "<module><matName>n_gone</matName></module>"
-                  "</modules></entry></structures></root>\n");
+                  "</modules></entry><entry><filename>last.model</filename>"
+                  "<achievementTag>of the last</achievementTag></entry></structures></root>\n");
     folder_.write("scripts/destructibles_effects.xml", "<root><structures><boom/></structures></root>\n");
   }
 
@@ -61,13 +62,16 @@ TEST_F(TheModulePanelExample, SavesWhatWasTyped) {
   const support::ProcessResult result = panel({"n_wall_1", "Health=12", "Ram effect=boom", "save"});
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_THAT(result.out, AllOf(HasSubstr("Health: 12\n"), HasSubstr("Ram effect: boom [")));
-  EXPECT_THAT(folder_.read(kDatabase),
-              AllOf(HasSubstr("<health>12</health>"), HasSubstr("<ramEffect>boom</ramEffect>")));
+  const std::string database = folder_.read(kDatabase);
+  EXPECT_THAT(database, AllOf(HasSubstr("<health>12</health>"), HasSubstr("<ramEffect>boom</ramEffect>")));
+  EXPECT_EQ(database.find("achievementTag"), database.rfind("<achievementTag>of the last<") + 1)
+      << "that of another structure is not taken over";
 }
 
 TEST_F(TheModulePanelExample, KeepsWhatWasTypedWhenItsOwnSaveLoadsTheTablesOnceMore) {
   const support::ProcessResult result = panel({"n_wall_1", "Health=12", "save", "Health=13", "wait", "save"});
   EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.err, "") << "there was a load to wait for";
   EXPECT_THAT(result.out, HasSubstr("Health: 13\n"));
   EXPECT_THAT(folder_.read(kDatabase), HasSubstr("<health>13</health>"));
 }
@@ -83,9 +87,11 @@ TEST_F(TheModulePanelExample, ChangesNothingWhenAValueOrAFieldIsRefused) {
 }
 
 TEST_F(TheModulePanelExample, RefusesAModuleThatIsNotThere) {
-  const support::ProcessResult result = panel({"n_gone"});
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, "there is no module \"n_gone\"; give none to list them\n");
+  for (const std::string module : {"n_gone", "n_shown_3"}) {  // which a save would drop
+    const support::ProcessResult result = panel({module});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err, "there is no module \"" + module + "\"; give none to list them\n");
+  }
 }
 
 }  // namespace

@@ -126,6 +126,23 @@ class AKilledImport : public testing::Test {
   int none_ = 0;
 };
 
+TEST_F(AKilledImport, AndEveryOtherIsAWholeOneAlsoBesideAnotherImport) {
+  for (int pair = 0; pair < 20 && !HasFailure(); ++pair) {
+    const support::TemporaryFolder root;
+    const auto importOf = [&root](const char* source) {
+      return [&root, source] {
+        import(source, root.path(), true);
+        root.write(source, "done");
+      };
+    };
+    Victim first(importOf(kBarrel));
+    Victim second(importOf(kCrate));
+    EXPECT_TRUE(
+        durability::await([&root] { return fs::exists(root / kBarrel) && fs::exists(root / kCrate); }));
+    EXPECT_THAT(filesIn(root), AnyOf(barrel_, crate_)) << "pair " << pair;
+  }
+}
+
 TEST_F(AKilledImport, OfANewModelIsAllOrNone) {
   const int kills = durability::killsToDo(kKillsOfTheShortForm);
   for (int kill = 0; kill < kills && !HasFailure(); ++kill) {

@@ -155,6 +155,7 @@ class ARootThatCannotBeLookedAt : public cli_test::CommandLine {
  protected:
   ARootThatCannotBeLookedAt() {
     EXPECT_EQ(run({"convert", kCrate, "fragile"}).status, 0);
+    EXPECT_EQ(run({"set", kCrate, "effectScale=2.5", "decayEffect=smoke", "effect=none"}).status, 0);
     first_ = folder_ / "first";
     second_ = folder_ / "second";
     for (const fs::path& root : {first_, second_}) {
@@ -192,17 +193,23 @@ class ARootThatCannotBeLookedAt : public cli_test::CommandLine {
   support::TemporaryFolder traces_;
 };
 
-TEST_F(ARootThatCannotBeLookedAt, IsNotStoodInForByTheNextOne) {
+/// Whatever look fails, a command does the whole of it or nothing.
+TEST_F(ARootThatCannotBeLookedAt, IsNotStoodInForByTheNextOneAndLosesNoValueOfTheEntry) {
+  const Arguments command = {"set", kCrate, "health=12"};
+  EXPECT_EQ(runWithout(0, command).status, 0);
+  const std::string undisturbed = support::readFile(first_ / cli_test::kDatabase);
+  ASSERT_THAT(undisturbed,
+              AllOf(HasSubstr("<health>12</health>"), HasSubstr("<effectScale>2.5</effectScale>")));
   int number = 1;
   for (bool isTried = true; isTried; ++number) {
     SCOPED_TRACE("look " + std::to_string(number));
     support::writeFile(first_ / cli_test::kDatabase, old_);
-    const ProcessResult result = runWithout(number, {"set", kCrate, "health=12"});
+    const ProcessResult result = runWithout(number, command);
     isTried = isReached(number);
     const std::string now = support::readFile(first_ / cli_test::kDatabase);
     EXPECT_EQ(support::readFile(second_ / cli_test::kDatabase), old_) << result.err;
     if (result.status == 0) {
-      EXPECT_THAT(now, HasSubstr("<health>12</health>"));
+      EXPECT_EQ(now, undisturbed);
     } else {
       EXPECT_EQ(result.status, 1);
       EXPECT_EQ(now, old_);

@@ -32,13 +32,17 @@ TEST(TheMarkOfAnImport, IsReadFromTheVisual) {
   EXPECT_EQ(markIn("<import version=\"1\">" + geometry + "</import>"), (ImportMark{1, 4294967296, "00ff"}));
   EXPECT_EQ(markIn("<import note='version=\"7\"' version = '1' >" + geometry + "</import>")->version, 1);
   EXPECT_EQ(markIn("<import version='12'/>")->version, 12);
-  EXPECT_EQ(markIn("<import version='&#49;'/>")->version, 1);
+  for (const char* later : {"2.0", "99999999999", "1b"})
+    EXPECT_GT(markIn("<import version='" + std::string(later) + "'/>")->version, ImportMark::kVersion);
+  EXPECT_EQ(markIn("<import version='&#49;'>" + geometry + "</import>")->version, 1);
 }
 
 TEST(TheMarkOfAnImport, IsNoneWithoutAVersion) {
-  for (const char* content : {"", "<import/>", "<import><version>1</version></import>",
-                              "<import version=''/>", "<import version='one'/>", "<import version='0'/>",
-                              "<import Version='1'/>", "<sub><import version='1'/></sub>"})
+  for (const char* content :
+       {"", "<import/>", "<import><version>1</version></import>", "<import version=''/>",
+        "<import version='one'/>", "<import version='1'/>",
+        "<import version='1'><geometry><size>4k</size></geometry></import>", "<import version='0'/>",
+        "<import Version='1'/>", "<sub><import version='1'/></sub>"})
     EXPECT_EQ(markIn(content), std::nullopt) << content;
 }
 

@@ -141,6 +141,39 @@ TEST_F(AnImport, LeavesTheFilesOfANewerVersionAlone) {
   }
 }
 
+TEST_F(AnImport, DoesNotReplaceWhatAppearsWhileItWrites) {
+  writeSource(cubeBuilder().glb());
+  for (const char* const name : {"house.visual", "house.glb", "house.model"}) {
+    const auto file = root() / "content" / name;
+    {
+      const support::WatchedRename watching([&] { support::writeFile(file, "mine"); });
+      EXPECT_FALSE(import());
+    }
+    EXPECT_THAT(error_, testing::HasSubstr("another program has changed \"" + file.string()));
+    EXPECT_EQ(support::readFile(file), "mine");
+    EXPECT_EQ(folder_.listing().size(), 4U) << "source, root, folder and that file";
+    std::filesystem::remove_all(root() / "content");
+  }
+}
+
+TEST_F(AnImport, FollowsLinksBelowTheRootAndReplacesThoseThatLeadToNothing) {
+  writeSource(cubeBuilder().glb());
+  ASSERT_TRUE(import()) << error_;
+  const std::string wanted = model();
+  std::filesystem::create_directory(root() / "store");
+  for (const char* const name : {"house.visual", "house.glb", "house.model"}) {
+    std::filesystem::rename(root() / "content" / name, root() / "store" / name);
+    std::filesystem::create_symlink(std::filesystem::path("../store") / name, root() / "content" / name);
+  }
+  ASSERT_TRUE(import({.overwrite = true})) << error_;
+  EXPECT_TRUE(std::filesystem::is_symlink(root() / "content/house.model"));
+  // As a process leaves it that is killed in between.
+  std::filesystem::remove(root() / "store/house.model");
+  std::filesystem::remove(root() / "store/house.glb");
+  EXPECT_TRUE(import()) << error_;
+  EXPECT_EQ(model(), wanted);
+}
+
 /// Every step of an import is followed by what the next import finds if the process ends there.
 TEST_F(AnImport, NeverLeavesAModelBesideFilesOfAnother) {
   writeSource(cubeBuilder().glb());
@@ -165,7 +198,9 @@ TEST_F(AnImport, NeverLeavesAModelBesideFilesOfAnother) {
 TEST_F(AnImport, IsRefusedWhenAFolderHasTheNameOfAFile) {
   writeSource(cubeBuilder().glb());
   std::filesystem::create_directories(root() / "content/house.visual");
-  EXPECT_EQ(refusal({.overwrite = true}), "cannot be imported: \"content/house.visual\" is no regular file");
+  EXPECT_EQ(refusal({.overwrite = true}), "cannot be imported: replacing \"" +
+                                              (root() / "content/house.visual").string() +
+                                              "\": Is a directory; move the folder of that name away");
   EXPECT_THAT(folder_.listing(), ElementsAre("in.glb", "root", "root/content", "root/content/house.visual"));
 }
 
@@ -180,7 +215,9 @@ TEST_F(AnImport, IsRefusedWhenALinkLeadsOutOfTheRoot) {
   std::filesystem::create_directory(folder_ / "outside");
   std::filesystem::create_directory_symlink(folder_ / "outside", root() / "content");
   const support::MessageRecorder messages;
-  EXPECT_EQ(refusal(), "cannot be imported: \"content/house.visual\" leads out of its root through a link");
+  EXPECT_EQ(refusal(),
+            "cannot be imported: \"" + (root() / "content/house.visual").string() +
+                "\" leads out of its root through a link; put the file itself in the place of the link");
   EXPECT_THAT(messages.texts(), testing::IsEmpty());
   EXPECT_TRUE(std::filesystem::is_empty(folder_ / "outside"));
 }
@@ -188,7 +225,7 @@ TEST_F(AnImport, IsRefusedWhenALinkLeadsOutOfTheRoot) {
 TEST_F(AnImport, IsRefusedWithoutARoot) {
   writeSource(cubeBuilder().glb());
   EXPECT_FALSE(importGltf(source_, "house.model", folder_ / "no root", {}, &error_));
-  EXPECT_THAT(error_, testing::HasSubstr("/no root\" is no folder"));
+  EXPECT_THAT(error_, testing::HasSubstr("/no root\": No such file or directory; make the folder"));
 }
 
 TEST_F(AnImport, SaysNothingWithoutAPlaceForIt) {

@@ -197,9 +197,28 @@ TEST(ARoot, ThatIsGoneIsNotStoodInForByTheNext) {
   fs::remove(folder / "first");
   std::string refusal;
   EXPECT_EQ(fileSystem.find("a.xml", &refusal), std::nullopt);
-  EXPECT_EQ(refusal,
-            "cannot be found, since the resource root \"" + (folder / "first").string() + "\" is no folder");
+  const std::string fault = "cannot be found, since the resource root \"" + (folder / "first").string() +
+                            "\" is not the folder any more that it was";
+  EXPECT_EQ(refusal, fault);
   EXPECT_EQ(fileSystem.locationFor("b.xml", &refusal), std::nullopt);
+  fs::create_directory(folder / "in between");
+  fs::create_directory(folder / "first");  // as the empty folder where a drive was
+  EXPECT_EQ(fileSystem.find("a.xml", &refusal), std::nullopt);
+  EXPECT_EQ(refusal, fault);
+  folder.write("first/a.xml", "<r/>");
+  EXPECT_EQ(pathOf(fileSystem.find("a.xml", &refusal)), folder / "first/a.xml") << "it holds that again";
+}
+
+TEST(ARoot, ThatIsTheOnlyOneMayBeMadeAnew) {
+  const TemporaryFolder folder;
+  fs::create_directory(folder / "root");
+  const MultiFileSystem fileSystem({folder / "root"});
+  fs::remove(folder / "root");
+  std::string refusal;
+  EXPECT_EQ(fileSystem.find("a.xml", &refusal), std::nullopt);
+  EXPECT_EQ(refusal, "") << "it holds nothing, which is no fault";
+  folder.write("root/a.xml", "<r/>");
+  EXPECT_EQ(pathOf(fileSystem.find("a.xml")), folder / "root/a.xml");
 }
 
 TEST(AFileSystem, WithoutRootsHoldsNothing) {

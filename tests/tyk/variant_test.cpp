@@ -192,6 +192,8 @@ enum Fixed : std::int32_t { kFixedNegative = -3, kFixedMost = 2147483647 };
 enum class Small : std::uint8_t { none, most = 255 };
 enum class Huge : std::uint64_t { most = 18446744073709551615U };
 enum class Switch : bool { off, on };
+enum class Letter : char { w = 'w' };
+enum class WideLetter : char32_t { most = 0xffffffffU };
 
 TEST(AnEnumeration, IsHeldAsAnIntegerOfItsKind) {
   EXPECT_EQ(Variant(kFixedNegative), Variant(-3));
@@ -206,7 +208,11 @@ TEST(AnEnumeration, IsHeldAsAnIntegerOfItsKind) {
 
 TEST(AnEnumeration, IsWhatACastGivesWhenItsTypeHoldsTheNumber) {
   EXPECT_EQ(Variant(kFixedNegative).castTo<Fixed>(), kFixedNegative);
-  EXPECT_EQ(Variant(kPlainB).castTo<Plain>(), kPlainB);
+  EXPECT_EQ(Variant(Letter::w).castTo<Letter>(), Letter::w);
+  EXPECT_EQ(Variant(WideLetter::most).castTo<WideLetter>(), WideLetter::most);
+  EXPECT_EQ(Variant(0x110000).tryCastTo<WideLetter>(), WideLetter{0x110000});
+  EXPECT_EQ(Variant(-1).tryCastTo<WideLetter>(), std::nullopt);
+  EXPECT_EQ(Variant(300).tryCastTo<Letter>(), std::nullopt);
   EXPECT_EQ(Variant(Huge::most).castTo<Huge>(), Huge::most);
   EXPECT_EQ(Variant(Switch::on).castTo<Switch>(), Switch::on);
   EXPECT_EQ(Variant(255).tryCastTo<Small>(), Small::most);

@@ -88,25 +88,28 @@ KsDestructiblesHelper::KsDestructiblesHelper(SuperModel* superModel, const std::
 KsDestructiblesHelper::~KsDestructiblesHelper() {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::~KsDestructiblesHelper", kSource, 327);
   s_hasLoadedDestrXml = false;
-  if (s_lastLoad.stillMissing.erase(this) != 0 || isMissingInDestructiblesXml_) {
-    rememberLoadedEntries();
-    switch (destructibleType_) {
-      case DT_STRUCTURE:
-        s_destrModuleMap.erase(modelName_);
-        s_destrStateMap.erase(modelName_);
-        break;
-      case DT_FRAGILE:
-        s_destrFragileMap.erase(modelName_);
-        break;
-      case DT_FALLING_ATOMS:
-        s_destrFallingAtomMap.erase(modelName_);
-        break;
-      case DT_NON_DESTRUCTIBLE:
-        break;
-    }
-  }
+  if (isMissingInDestructiblesXml_) eraseEntriesOf(destructibleType_);
+  if (const auto failed = s_lastLoad.stillMissing.extract(this)) eraseEntriesOf(failed.mapped());
   if (FS::MultiFileSystem* files = FS::fileSystem(); files != nullptr) {
     files->getFilesystemMonitor()->removeModificationListener(this);
+  }
+}
+
+void KsDestructiblesHelper::eraseEntriesOf(KsDestructibleType type) const {
+  rememberLoadedEntries();
+  switch (type) {
+    case DT_STRUCTURE:
+      s_destrModuleMap.erase(modelName_);
+      s_destrStateMap.erase(modelName_);
+      return;
+    case DT_FRAGILE:
+      s_destrFragileMap.erase(modelName_);
+      return;
+    case DT_FALLING_ATOMS:
+      s_destrFallingAtomMap.erase(modelName_);
+      return;
+    case DT_NON_DESTRUCTIBLE:
+      return;
   }
 }
 

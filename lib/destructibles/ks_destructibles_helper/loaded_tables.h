@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 
 namespace Tal {
@@ -26,8 +25,9 @@ struct KsDestructiblesHelper::LastLoad_t {
   std::map<std::string, Entries_t> edited;        ///< how the entries of the edited models were
   std::uint64_t savedStamp = 0;                   ///< of what that content has become by saving a model
   std::string savedModel;                         ///< whose entries alone are different there
-  /// Those whose entries the file lacks still, since the save that cleared their flags has not succeeded.
-  std::set<const KsDestructiblesHelper*> stillMissing;
+  /// Helpers whose flags were cleared by a save that has not succeeded, with the category of the entries that
+  /// the file lacks still.
+  std::map<const KsDestructiblesHelper*, KsDestructibleType> stillMissing;
 };
 
 /// The contents of the class-wide tables while they are out of place.

@@ -49,7 +49,7 @@ class UnwrittenDocument {
 bool KsDestructiblesHelper::saveConfig() {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::saveConfig", kSource, 488);
   // Whatever the flag says from here on, entries that no save has brought to the file go with this helper.
-  if (isMissingInDestructiblesXml_) s_lastLoad.stillMissing.insert(this);
+  if (isMissingInDestructiblesXml_) s_lastLoad.stillMissing.insert_or_assign(this, destructibleType_);
   isMissingInDestructiblesXml_ = false;
   if (!writeToFile()) return false;
   s_lastLoad.stillMissing.erase(this);

@@ -162,6 +162,7 @@ std::shared_ptr<const void> SectionDocument::derived(const AnyDerivation& deriva
   derivedRevision_ = revision;
   const auto known = derived_->find({&derivation, node});
   if (known != derived_->end()) return known->second;
+  const SmartPointer<SectionDocument> inUse = this;  // whatever the function lets go of
   std::shared_ptr<const void> value = derivation.valueOf(section);
   if (tree_.revision() != revision) return value;  // the function has edited what it read
   derivation.noteKeeper(derived_);

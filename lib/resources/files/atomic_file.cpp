@@ -65,6 +65,8 @@ std::optional<FileFailure> examine(const OpenPlace& place, const std::string& na
   isThere = !S_ISLNK(status.st_mode);
   if (!isThere) return std::nullopt;
   if (S_ISDIR(status.st_mode)) return failedStep("replacing", place.path(), EISDIR);
+  if (!S_ISREG(status.st_mode))
+    return FileFailure{quotedName(place.path().native()) + " is no regular file", "move it away"};
   // Replacing needs no permission on the file itself; but who protects a file means its content.
   const bool isProtected = (status.st_mode & kAnyWrite) == 0;
   if (isProtected || ::faccessat(place.folder(), name.c_str(), W_OK, 0) != 0)
@@ -78,8 +80,11 @@ class Replacement {
   explicit Replacement(const OpenPlace& place) : place_(place) {}
   Replacement(const OpenPlace& place, const std::optional<FileIdentity>& version)
       : place_(place), isVersionGiven_(true), version_(version) {}
-  Replacement(const OpenPlace& place, const std::string& pattern)
-      : place_(place), pattern_(pattern.empty() ? place.name() : pattern) {}
+  Replacement(const std::string& pattern, const OpenPlace& place, const std::optional<FileIdentity>& version)
+      : place_(place),
+        pattern_(pattern.empty() ? place.name() : pattern),
+        isVersionGiven_(true),
+        version_(version) {}
   ~Replacement() {
     if (isTemporaryThere_) ::unlinkat(place_.folder(), temporary_.c_str(), 0);
   }
@@ -93,8 +98,7 @@ class Replacement {
     if (auto failure = write(content)) return failure;
     if (auto failure = flushAndClose()) return failure;
     if (isVersionGiven_ && place_.identity() != version_) return changed();
-    if (retryOnEintr([&] { return ::renameat(folder(), temporary_.c_str(), folder(), name()); }) != 0)
-      return fail("renaming to");
+    if (!rename()) return errno == EEXIST ? changed() : fail("renaming to");
     isTemporaryThere_ = false;
     return flushFolderOfFile();
   }
@@ -214,6 +218,16 @@ class Replacement {
     return std::nullopt;
   }
 
+  // False, with errno, when it fails.
+  bool rename() const {
+    const bool isToBeNew = isVersionGiven_ && !version_;
+    if (isToBeNew && ::renameat2(folder(), temporary_.c_str(), folder(), name(), RENAME_NOREPLACE) == 0)
+      return true;
+    // Some file systems do not know how to leave what is there.
+    if (isToBeNew && errno != EINVAL && errno != ENOSYS) return false;
+    return retryOnEintr([&] { return ::renameat(folder(), temporary_.c_str(), folder(), name()); }) == 0;
+  }
+
   std::optional<FileFailure> flushFolderOfFile() {
     if (flushFolder(folder())) return std::nullopt;
     auto failure = fail("flushing the folder of");
@@ -239,9 +253,10 @@ std::optional<FileFailure> replaceFile(const OpenPlace& place, const PiecedText&
   return Replacement(place).run(content);
 }
 
-std::optional<FileFailure> makeFileLike(const std::string& pattern, const OpenPlace& place,
-                                        BasicStringRef content) {
-  return Replacement(place, pattern).run(PiecedText(content));
+std::optional<FileFailure> replaceVersionLike(const std::string& pattern, const OpenPlace& place,
+                                              BasicStringRef content,
+                                              const std::optional<FileIdentity>& version) {
+  return Replacement(pattern, place, version).run(PiecedText(content));
 }
 
 std::optional<FileFailure> replaceVersion(const OpenPlace& place, const PiecedText& content,

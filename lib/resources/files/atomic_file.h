@@ -23,17 +23,19 @@ namespace Tal {
   return replaceFile(place, PiecedText(content));
 }
 
-/// Makes a file in the same way, with the permissions and all else that the file `pattern` in the same folder
-/// has; as a new one when `pattern` is empty.
-[[nodiscard]] std::optional<FileFailure> makeFileLike(const std::string& pattern, const OpenPlace& place,
-                                                      BasicStringRef content);
-
 /// The same for the version of a file that has the identity `version`, empty for a file that is not there
 /// yet. When another one is found just before the replacement, nothing is done and the failure says
-/// `isChanged`. `version` receives the identity of the new file, empty after a failure or when somebody else
-/// has changed that meanwhile.
+/// `isChanged`; a file that was not there yet is not put in the place of one at all, where the file system
+/// can tell. `version` receives the identity of the new file, empty after a failure or when somebody else has
+/// changed that meanwhile.
 [[nodiscard]] std::optional<FileFailure> replaceVersion(const OpenPlace& place, const PiecedText& content,
                                                         std::optional<FileIdentity>& version);
+
+/// The same with the permissions and all else that the file `pattern` in the same folder has; as a new one
+/// when `pattern` is empty.
+[[nodiscard]] std::optional<FileFailure> replaceVersionLike(const std::string& pattern,
+                                                            const OpenPlace& place, BasicStringRef content,
+                                                            const std::optional<FileIdentity>& version);
 
 /// Why the file that is there must not be replaced: it is a folder, or protected. Empty when it may be, and
 /// when there is none. Usable on any thread.

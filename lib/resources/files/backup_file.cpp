@@ -28,7 +28,8 @@ std::optional<FileFailure> BackupFile::keep() {
 }
 
 std::optional<FileFailure> BackupFile::take() {
-  if (auto failure = makeWith([this] { return moveAway(); })) return failure;
+  if (auto failure = makeWith([this] { return renameTo(place_.name(), backup_); })) return failure;
+  isTaken_ = true;
   if (flushFolder(place_.folder())) return std::nullopt;
   return failedStep("flushing the folder of", place_.path(), errno);
 }
@@ -68,13 +69,13 @@ bool BackupFile::linkOrCopy() {
   return false;
 }
 
-bool BackupFile::moveAway() const {
+// Where there is no such file; false, with errno, when it fails.
+bool BackupFile::renameTo(const std::string& from, const std::string& to) const {
   const int folder = place_.folder();
-  const char* const from = place_.name().c_str();
-  if (::renameat2(folder, from, folder, backup_.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (::renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0) return true;
   // Some file systems do not know how to leave what is there.
   if (errno != EINVAL && errno != ENOSYS) return false;
-  return ::renameat(folder, from, folder, backup_.c_str()) == 0;
+  return ::renameat(folder, from.c_str(), folder, to.c_str()) == 0;
 }
 
 // False, with errno, when that fails; what was copied by then is there.
@@ -97,7 +98,10 @@ std::optional<FileFailure> BackupFile::restore() {
   const int folder = place_.folder();
   const char* const name = place_.name().c_str();
   if (isCopy_ && descriptor_) retryOnEintr([&] { return ::fsync(descriptor_.get()); });
-  if (retryOnEintr([&] { return ::renameat(folder, backup.c_str(), folder, name); }) != 0) {
+  const bool isBack =
+      isTaken_ ? renameTo(backup, place_.name())
+               : retryOnEintr([&] { return ::renameat(folder, backup.c_str(), folder, name); }) == 0;
+  if (!isBack) {
     FileFailure failure = failedStep("putting back the old", place_.path(), errno);
     failure.hint += " and rename " + quotedName(backup) + " to " + quotedName(place_.name()) +
                     " before anything saves that again";

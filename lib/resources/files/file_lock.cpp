@@ -57,6 +57,16 @@ bool tryLock(int descriptor) noexcept {
   return retryOnEintr([descriptor] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0;
 }
 
+bool waitForLock(int descriptor, std::chrono::milliseconds patience) noexcept {
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  while (!tryLock(descriptor)) {
+    if (errno != EWOULDBLOCK) return true;
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(kPause);
+  }
+  return true;
+}
+
 bool FileLock::isOf(const FileIdentity& file) const {
   return isSameFile(identityOf(descriptor_.get()), file);
 }

@@ -39,6 +39,10 @@ class FileLock {
   std::string fault_;
 };
 
+/// Takes the lock of an open file or folder, waiting for another holder as long as `patience`. False when it
+/// still has the lock; true also where there are no locks.
+bool waitForLock(int descriptor, std::chrono::milliseconds patience) noexcept;
+
 /// Takes the lock of an open file if nobody has it; false, with errno, when somebody has or it has no locks.
 bool tryLock(int descriptor) noexcept;
 

@@ -46,26 +46,6 @@ FileFailure failedFolder(int above, const char* name, const fs::path& shown) {
   return {quotedName(shown.native()) + " has just become a link", "put the folder itself in its place"};
 }
 
-/// The same folder by folder, making those that are missing. `shown` is the path of the root.
-std::optional<FileFailure> walkBeneath(FileDescriptor root, const fs::path& folder, fs::path shown,
-                                       FileDescriptor& found) {
-  constexpr int kStep = O_PATH | O_DIRECTORY | O_NOFOLLOW;
-  found = std::move(root);
-  for (const fs::path& step : folder) {
-    shown /= step;
-    FileDescriptor next = openAt(found.get(), step.c_str(), kStep);
-    if (!next && errno == ENOENT) {
-      if (auto failure = makeFolderIn(found.get(), step.native(), shown)) return failure;
-      next = openAt(found.get(), step.c_str(), kStep);
-    }
-    if (!next) return failedFolder(found.get(), step.c_str(), shown);
-    found = std::move(next);
-  }
-  found = openAt(found.get(), ".", O_RDONLY | O_DIRECTORY);
-  if (!found) return failedStep("opening the folder", shown, errno);
-  return std::nullopt;
-}
-
 FileFailure leadsOut(const fs::path& path) {
   return {quotedName(path.native()) + " leads out of its root through a link",
           "put the file itself in the place of the link"};
@@ -73,21 +53,59 @@ FileFailure leadsOut(const fs::path& path) {
 
 }  // namespace
 
-std::optional<FileFailure> OpenPlace::open(const RootedPath& place) {
+std::optional<FileFailure> OpenRoot::open(const fs::path& folder) {
   std::error_code error;
-  const fs::path root = fs::canonical(place.root, error);
-  if (error) return failedStep("examining the folder", place.root, error.value());
-  path_ = fs::weakly_canonical(root / place.name, error);
-  if (error) return failedStep("examining", place.path(), error.value());
-  if (!FS::isPathBelow(path_, root) || path_ == root) return leadsOut(place.path());
-  FileDescriptor rootFolder = openAt(AT_FDCWD, root.c_str(), O_PATH | O_DIRECTORY);
-  if (!rootFolder) return failedStep("opening the folder", root, errno);
-  const fs::path relative = path_.lexically_relative(root);
+  path_ = fs::canonical(folder, error);
+  if (error) return failedStep("examining the folder", folder, error.value());
+  folder_ = openAt(AT_FDCWD, path_.c_str(), O_PATH | O_DIRECTORY);
+  if (!folder_) return failedStep("opening the folder", path_, errno);
+  return std::nullopt;
+}
+
+std::optional<FileFailure> OpenPlace::open(const RootedPath& place) {
+  OpenRoot root;
+  if (auto failure = root.open(place.root)) return failure;
+  return open(root, place.name);
+}
+
+std::optional<FileFailure> OpenPlace::open(const OpenRoot& root, const fs::path& name) {
+  std::error_code error;
+  path_ = fs::weakly_canonical(root.path() / name, error);
+  if (error) return failedStep("examining", root.path() / name, error.value());
+  if (!FS::isPathBelow(path_, root.path()) || path_ == root.path()) return leadsOut(root.path() / name);
+  const fs::path relative = path_.lexically_relative(root.path());
   name_ = relative.filename().native();
   const fs::path folder = relative.parent_path();
-  folder_ = folder.empty() ? FileDescriptor() : openBeneath(rootFolder.get(), folder);
-  if (folder_) return std::nullopt;
-  return walkBeneath(std::move(rootFolder), folder, root, folder_);
+  folder_ = folder.empty() ? FileDescriptor() : openBeneath(root.folder(), folder);
+  return folder_ ? std::nullopt : walk(root, folder);
+}
+
+// Opens a folder step by step, and makes those that are missing.
+std::optional<FileFailure> OpenPlace::walk(const OpenRoot& root, const fs::path& folder) {
+  constexpr int kStep = O_PATH | O_DIRECTORY | O_NOFOLLOW;
+  fs::path shown = root.path();
+  FileDescriptor found = openAt(root.folder(), ".", O_PATH | O_DIRECTORY);
+  for (const fs::path& step : folder) {
+    if (!found) break;
+    shown /= step;
+    FileDescriptor next = openAt(found.get(), step.c_str(), kStep);
+    if (!next && errno == ENOENT) {
+      if (auto failure = makeFolderIn(found.get(), step.native(), shown)) return failure;
+      next = openAt(found.get(), step.c_str(), kStep);
+      made_.push_back({FileDescriptor(::fcntl(found.get(), F_DUPFD_CLOEXEC, 0)), step.native()});
+    }
+    if (!next) return failedFolder(found.get(), step.c_str(), shown);
+    found = std::move(next);
+  }
+  folder_ = found ? openAt(found.get(), ".", O_RDONLY | O_DIRECTORY) : FileDescriptor();
+  if (!folder_) return failedStep("opening the folder", shown, errno);
+  return std::nullopt;
+}
+
+void OpenPlace::removeMadeFolders() noexcept {
+  for (auto folder = made_.rbegin(); folder != made_.rend(); ++folder)
+    ::unlinkat(folder->above.get(), folder->name.c_str(), AT_REMOVEDIR);
+  made_.clear();
 }
 
 std::optional<FileIdentity> OpenPlace::identity() const {
@@ -95,6 +113,12 @@ std::optional<FileIdentity> OpenPlace::identity() const {
   if (::fstatat(folder_.get(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return std::nullopt;
   if (S_ISLNK(status.st_mode)) return std::nullopt;
   return identityIn(status);
+}
+
+bool OpenPlace::isLink() const {
+  struct stat status {};
+  return ::fstatat(folder_.get(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+         S_ISLNK(status.st_mode);
 }
 
 FileDescriptor OpenPlace::openToRead() const {

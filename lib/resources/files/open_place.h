@@ -8,8 +8,24 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Tal {
+
+/// A folder that was opened once as the root of what is done below it. Usable on any thread.
+class OpenRoot {
+ public:
+  /// Links on the way are followed. Empty when it succeeded.
+  [[nodiscard]] std::optional<FileFailure> open(const std::filesystem::path& folder);
+
+  int folder() const noexcept { return folder_.get(); }
+  /// The path that led there, resolved.
+  const std::filesystem::path& path() const noexcept { return path_; }
+
+ private:
+  FileDescriptor folder_;
+  std::filesystem::path path_;
+};
 
 /// The place of a file in a folder that was opened once. What is done here stays in that folder and under
 /// that name, whatever is put meanwhile where the path that led there goes. Usable on any thread.
@@ -19,6 +35,10 @@ class OpenPlace {
   /// another place below the root, and a last link that leads to nothing is itself the place. Folders that
   /// are missing are made, each flushed into the one above it. Empty when it succeeded.
   [[nodiscard]] std::optional<FileFailure> open(const RootedPath& place);
+  [[nodiscard]] std::optional<FileFailure> open(const OpenRoot& root, const std::filesystem::path& name);
+
+  /// Removes the folders that it has made, as far as they are empty.
+  void removeMadeFolders() noexcept;
 
   /// The open folder.
   int folder() const noexcept { return folder_.get(); }
@@ -30,13 +50,25 @@ class OpenPlace {
   /// The identity of the file that is there now; empty when there is none. A link is none.
   std::optional<FileIdentity> identity() const;
 
+  /// Whether a link stands there, which leads to nothing: one that leads on was followed.
+  bool isLink() const;
+
   /// The file, opened for reading; holds nothing, with errno, when that fails. A link is not followed.
   FileDescriptor openToRead() const;
 
  private:
+  /// A folder in an open one.
+  struct Folder {
+    FileDescriptor above;
+    std::string name;
+  };
+
+  std::optional<FileFailure> walk(const OpenRoot& root, const std::filesystem::path& folder);
+
   FileDescriptor folder_;
   std::string name_;
   std::filesystem::path path_;
+  std::vector<Folder> made_;  ///< the highest first
 };
 
 }  // namespace Tal
