@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,11 @@ inline constexpr int kUnknownHealth = -1;
 
 /// A model with a bounding box of at least this volume, in cubic units, is big.
 inline constexpr float kBigVolume = 3.0F;
+
+/// What a big model has by its category: a fragile or falling atom, and a structure.
+inline constexpr int kObjectHealth = 20;
+inline constexpr int kStructureHealth = 50;
+inline constexpr int kTwoPartStructureHealth = 35;
 
 /// The folders that decide, as they stand in a normalised path.
 inline constexpr BasicStringRef kGateFolder = "/gatesandfences/";
@@ -63,6 +69,12 @@ constexpr float volumeOf(const Vector3& min, const Vector3& max) noexcept {
 /// A volume that is not a number counts as small.
 constexpr bool isSmall(float volume) noexcept {
   return !(volume >= kBigVolume);
+}
+
+/// What a big structure with modules has, by the number of its undamaged materials that are collision
+/// materials.
+constexpr int structureHealth(std::ptrdiff_t parts) noexcept {
+  return parts == 2 ? kTwoPartStructureHealth : kStructureHealth;
 }
 
 }  // namespace Tal::health_rules

@@ -20,10 +20,6 @@ using health_rules::kUnknownHealth;
 
 constexpr int kWeakHealth = 1;
 constexpr int kSturdyHealth = 10;
-constexpr int kObjectHealth = 20;
-constexpr int kTwoPartStructureHealth = 35;
-constexpr int kStructureHealth = 50;
-constexpr int kTwoParts = 2;
 
 // The volume of the bounding box; nothing when the visual cannot be opened.
 std::optional<float> volumeOf(const std::string& modelName) {
@@ -71,7 +67,8 @@ int KsDestructiblesHelper::gateHealth(const std::string& normalisedPath) {
 }
 
 int KsDestructiblesHelper::healthByCategory(bool isFillingModules) {
-  if (destructibleType_ == DT_FRAGILE || destructibleType_ == DT_FALLING_ATOMS) return kObjectHealth;
+  if (destructibleType_ == DT_FRAGILE || destructibleType_ == DT_FALLING_ATOMS)
+    return health_rules::kObjectHealth;
   if (destructibleType_ != DT_STRUCTURE) return kUnknownHealth;
   const std::vector<std::string> undamaged = getMaterialsForState(database_format::kUndamagedState);
   const auto parts = std::count_if(undamaged.begin(), undamaged.end(), [this](const std::string& name) {
@@ -79,7 +76,7 @@ int KsDestructiblesHelper::healthByCategory(bool isFillingModules) {
   });
   // Naming the materials may have loaded the database, and so dropped the table that is being filled.
   const bool hasModules = isFillingModules || s_destrModuleMap.contains(modelName_);
-  return hasModules && parts == kTwoParts ? kTwoPartStructureHealth : kStructureHealth;
+  return hasModules ? health_rules::structureHealth(parts) : health_rules::kStructureHealth;
 }
 
 }  // namespace Tal

@@ -1,19 +1,14 @@
 #include <core/stack_tracker.h>
+#include <destructibles/edit_rules.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <destructibles/ks_destructibles_helper/tracked_source.h>
 
-#include <cmath>
 #include <utility>
 
 namespace Tal {
 namespace {
 
-constexpr float kScaleTolerance = 0.0004F;
-
-// Written so that a difference that is not a number counts as equal.
-bool isSameScale(float a, float b) {
-  return !(std::fabs(a - b) >= kScaleTolerance);
-}
+using edit_rules::isSameScale;
 
 bool isEqual(const KsDestructibleModuleDesc& a, const KsDestructibleModuleDesc& b) {
   return a.health == b.health && a.effectHP == b.effectHP && isSameScale(a.effectScale, b.effectScale) &&
