@@ -59,6 +59,13 @@ KsDestructibleType CategoryMarks::category(BasicStringRef modelName) const noexc
   return isFallingAtom ? DT_FALLING_ATOMS : DT_NON_DESTRUCTIBLE;
 }
 
+Description valuesOf(KsDestructibleType sectionCategory, DataSection& entry) {
+  Description description;
+  description.category = sectionCategory;
+  noteEntry(sectionCategory, entry, description);
+  return description;
+}
+
 FileEntries entriesIn(const DataSection& database, const std::string& modelName) {
   FileEntries file;
   CategoryMarks marks;

@@ -52,6 +52,9 @@ struct FileEntries {
   std::vector<EntryPlace> entries;  ///< in the order of the file
 };
 
+/// What a load takes of one entry from a section of a category.
+Description valuesOf(KsDestructibleType sectionCategory, DataSection& entry);
+
 /// Reads what an opened database holds of a model.
 FileEntries entriesIn(const DataSection& database, const std::string& modelName);
 

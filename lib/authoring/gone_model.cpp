@@ -13,6 +13,8 @@
 #include <resources/resource_name.h>
 #include <resources/save_group.h>
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace Tal::authoring {
@@ -108,10 +110,9 @@ Removal removeAndSave(const std::string& modelName) {
                                        std::string(categoryName(DT_NON_DESTRUCTIBLE))});
   }
   removal.outcome.warnings = warningsOf(modelName);
-  // Of every category; what a new entry would hold is not known without the model.
-  Description all = entriesIn(*database, modelName).description;
-  all.category = DT_STRUCTURE;
-  warnOfThrownAway(modelName, all, withDefaultsOf(all), removal.outcome);
+  const RestoreTarget target = targetOfGone(modelName, entriesIn(*database, modelName).description);
+  std::ranges::move(linesOfSave(*database, DT_NON_DESTRUCTIBLE, target),
+                    std::back_inserter(removal.outcome.warnings));
   eraseEntries(*database, modelName);
   database->save();
   if (saves.commit()) return removal;

@@ -30,11 +30,11 @@ struct Removal {
 };
 
 /// Removes every entry of a gone model from the database, whatever the category, and saves; the warnings name
-/// their values that are not those of absent keys as commands that would set them again (see
-/// commandsToRestore). Nothing else in the file changes: sections stay, also those that have the model's
-/// <filename> themselves, and so does what "trees" holds. Refused, with the file as it was, when the model is
-/// not gone, while a session of this program has it open, within an open SaveGroup of the host and when the
-/// file cannot be written. Sessions learn of it as of a save by another program. Main thread only.
+/// their values that a new entry is not known to have as commands that would set them again (see
+/// linesOfSave). Nothing else in the file changes: sections stay, also those that have the model's <filename>
+/// themselves, and so does what "trees" holds. Refused, with the file as it was, when the model is not gone,
+/// while a session of this program has it open, within an open SaveGroup of the host and when the file cannot
+/// be written. Sessions learn of it as of a save by another program. Main thread only.
 Removal removeGoneModel(const std::string& modelName);
 
 }  // namespace Tal::authoring

@@ -53,13 +53,20 @@ void noteNumbers(const DataSection& record, const std::string& owner, Losses& lo
     losses.add("the effectScale " + quotedName(scale) + owner + " is no number and is not kept");
 }
 
-void noteElement(const DataSection& element, const List& list, const std::string& name, Losses& losses) {
-  const std::string owner = " of " + std::string(list.kind) + ' ' + quotedName(name);
+void noteUnknownKeys(const DataSection& element, const std::vector<std::string>& known,
+                     const std::string& owner, Losses& losses) {
   for (const SmartPointer<DataSection>& child : element) {
     const std::string key(child->tag());
-    if (std::find(list.keys.begin(), list.keys.end(), key) == list.keys.end())
-      losses.add("the key " + quotedName(key) + owner + " is not kept");
+    if (std::find(known.begin(), known.end(), key) != known.end()) continue;
+    const std::string value = child->value();
+    losses.add("the key " + quotedName(key) + (value.empty() ? "" : " (" + quotedName(value) + ')') + owner +
+               " is not kept");
   }
+}
+
+void noteElement(const DataSection& element, const List& list, const std::string& name, Losses& losses) {
+  const std::string owner = " of " + std::string(list.kind) + ' ' + quotedName(name);
+  noteUnknownKeys(element, list.keys, owner, losses);
   noteNumbers(element, owner, losses);
 }
 
@@ -75,10 +82,41 @@ void noteList(DataSection& entry, const List& list, Losses& losses) {
     }
     if (++seen[name] == 2) {
       losses.add("of several elements of " + std::string(list.kind) + ' ' + quotedName(name) +
-                 " the last is kept");
+                 " only the last is taken");
     }
     noteElement(*element, list, name, losses);
   }
+}
+
+void noteLists(DataSection& entry, Losses& losses) {
+  std::vector<std::string> moduleKeys = keysOf<KsDestructibleModuleDesc>();
+  moduleKeys.emplace_back(keys::kMaterialName);
+  noteList(entry, {tags::kModules, tags::kModule, keys::kMaterialName, std::move(moduleKeys)}, losses);
+  noteList(entry,
+           {tags::kStates, tags::kState, keys::kStateName, {keys::kStateName, keys::kDestroyedMaterials}},
+           losses);
+}
+
+// What a load takes from an entry of a category.
+std::vector<std::string> keysOfEntry(KsDestructibleType category) {
+  std::vector<std::string> known = {keys::kAchievementTag, tags::kModules, tags::kStates};
+  if (category == DT_FRAGILE) known = keysOf<KsDestructibleFragileDesc>();
+  if (category == DT_FALLING_ATOMS) known = keysOf<KsDestructibleFallingAtomDesc>();
+  known.emplace_back(keys::kFileName);
+  return known;
+}
+
+std::vector<std::string> lossesOfRemoval(DataSection& entry, KsDestructibleType category,
+                                         BasicStringRef section) {
+  const std::string owner = " of the entry in " + quotedName(section);
+  Losses losses;
+  noteUnknownKeys(entry, keysOfEntry(category), owner, losses);
+  if (category == DT_STRUCTURE) {
+    noteLists(entry, losses);
+  } else {
+    noteNumbers(entry, owner, losses);
+  }
+  return std::move(losses).lines();
 }
 
 SmartPointer<DataSection> entryIn(const DataSection& section, const std::string& modelName) {
@@ -86,14 +124,23 @@ SmartPointer<DataSection> entryIn(const DataSection& section, const std::string&
   return place != -1 ? section.child(place) : nullptr;
 }
 
-// The one that a save rewrites: the first of the last section of the tag that has any.
-SmartPointer<DataSection> ownEntry(const std::string& modelName, BasicStringRef ownSection) {
-  SmartPointer<DataSection> own;
-  const SmartPointer<DataSection> root = openDatabase();
-  if (!root) return own;
-  for (const SmartPointer<DataSection>& section : *root) {
-    if (section->tag() != ownSection) continue;
-    if (SmartPointer<DataSection> entry = entryIn(*section, modelName)) own = std::move(entry);
+// A section that is taken for an entry of the model, and removed whole.
+bool isTakenForEntry(const DataSection& section, const std::string& modelName) {
+  return section.readString(keys::kFileName) == modelName;
+}
+
+/// The entry of a model that a save rewrites: the first of the last section of the tag that has any.
+struct OwnEntry {
+  SmartPointer<DataSection> entry;  ///< null when there is none
+  int section = -1;                 ///< its place among the children of the root
+};
+
+OwnEntry ownEntry(const DataSection& root, const std::string& modelName, BasicStringRef ownSection) {
+  OwnEntry own;
+  for (int place = 0; place < root.childCount(); ++place) {
+    const SmartPointer<DataSection> section = root.child(place);
+    if (section->tag() != ownSection || isTakenForEntry(*section, modelName)) continue;
+    if (SmartPointer<DataSection> entry = entryIn(*section, modelName)) own = {std::move(entry), place};
   }
   return own;
 }
@@ -108,20 +155,60 @@ std::string otherModelIn(const DataSection& section, const std::string& modelNam
 
 }  // namespace
 
+std::map<std::string, std::string> droppedModules(const KsDestructiblesHelper& helper,
+                                                  const Description::Modules& modules) {
+  std::map<std::string, std::string> dropped;
+  std::map<unsigned, std::string> writtenKinds;
+  const std::map<std::string, unsigned>& kinds = helper.getMaterialNames();
+  for (const auto& [name, module] : modules) {
+    if (!helper.bspMaterialNames().contains(name)) {
+      dropped.emplace(name, "the model has no BSP material of that name; import it with one");
+      continue;
+    }
+    const auto kind = kinds.find(name);
+    if (kind == kinds.end()) continue;
+    const auto [first, isFirst] = writtenKinds.emplace(kind->second, name);
+    if (isFirst) continue;
+    dropped.emplace(name, "its material kind " + std::to_string(kind->second) + " is that of module " +
+                              quotedName(first->second) + "; give the materials different kinds");
+  }
+  return dropped;
+}
+
 std::vector<std::string> lossesOfSave(const std::string& modelName, KsDestructibleType category) {
-  const SmartPointer<DataSection> entry = ownEntry(modelName, database_format::sectionOfCategory(category));
   Losses losses;
+  const SmartPointer<DataSection> root = openDatabase();
+  if (!root) return {};
+  const SmartPointer<DataSection> entry =
+      ownEntry(*root, modelName, database_format::sectionOfCategory(category)).entry;
   if (entry && category == DT_STRUCTURE) {
-    std::vector<std::string> moduleKeys = keysOf<KsDestructibleModuleDesc>();
-    moduleKeys.emplace_back(keys::kMaterialName);
-    noteList(*entry, {tags::kModules, tags::kModule, keys::kMaterialName, std::move(moduleKeys)}, losses);
-    noteList(*entry,
-             {tags::kStates, tags::kState, keys::kStateName, {keys::kStateName, keys::kDestroyedMaterials}},
-             losses);
+    noteLists(*entry, losses);
   } else if (entry) {
     noteNumbers(*entry, "", losses);
   }
   return std::move(losses).lines();
+}
+
+std::vector<LostEntry> entriesLostBySave(const DataSection& database, const std::string& modelName,
+                                         KsDestructibleType category) {
+  const BasicStringRef ownSection = database_format::sectionOfCategory(category);
+  const OwnEntry own = ownEntry(database, modelName, ownSection);
+  std::vector<LostEntry> lost;
+  for (int sectionPlace = 0; sectionPlace < database.childCount(); ++sectionPlace) {
+    const SmartPointer<DataSection> section = database.child(sectionPlace);
+    const KsDestructibleType sectionCategory = database_format::categoryOfSection(section->tag());
+    if (sectionCategory == DT_NON_DESTRUCTIBLE) continue;
+    bool keepsNext = section->tag() == ownSection && !isTakenForEntry(*section, modelName);
+    for (int place = section->findChildWith(keys::kFileName, modelName); place != -1;
+         place = section->findChildWith(keys::kFileName, modelName, place + 1)) {
+      const bool isFirst = std::exchange(keepsNext, false);
+      if (isFirst && sectionPlace != own.section) continue;
+      const SmartPointer<DataSection> entry = section->child(place);
+      lost.push_back({sectionCategory, valuesOf(sectionCategory, *entry), {}});
+      if (!isFirst) lost.back().losses = lossesOfRemoval(*entry, sectionCategory, section->tag());
+    }
+  }
+  return lost;
 }
 
 std::vector<RemovedSection> sectionsRemovedBySave(const std::string& modelName) {

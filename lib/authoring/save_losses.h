@@ -1,16 +1,38 @@
 #pragma once
 
+#include <authoring/description.h>
 #include <destructibles/ks_destructibles_helper.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
+namespace Tal {
+class DataSection;
+}
+
 namespace Tal::authoring {
+
+/// The modules that a save of a helper's model drops of these, each with the reason and what to do.
+std::map<std::string, std::string> droppedModules(const KsDestructiblesHelper& helper,
+                                                  const Description::Modules& modules);
 
 /// What the next save does not keep of the entry that the file has of a model of that category, each a line
 /// for a person: whatever stands in its modules and states beside what a load takes from them (they are
 /// written anew), and numbers that are none. Of very many only the first are named.
 std::vector<std::string> lossesOfSave(const std::string& modelName, KsDestructibleType category);
+
+/// An entry whose values a save does not leave in the file as they are.
+struct LostEntry {
+  KsDestructibleType category = DT_NON_DESTRUCTIBLE;  ///< of its section
+  Description values;                                 ///< what a load takes from it
+  std::vector<std::string> losses;  ///< of one that is removed: what no load takes, each a line for a person
+};
+
+/// The entries of a model that a save as a model of this category removes from an opened database, or all of
+/// them for none, and the one that it rewrites; in the order of the file.
+std::vector<LostEntry> entriesLostBySave(const DataSection& database, const std::string& modelName,
+                                         KsDestructibleType category);
 
 /// A child of the database's root that a save of a model removes whole.
 struct RemovedSection {

@@ -30,6 +30,7 @@ struct SaveWarning {
     removedEntry,   ///< another entry of the model, or a whole section, that the save removes from the file
     addedModule,    ///< a module that the structure in the file lacks
     lostContent,    ///< something within the entry that the save does not keep
+    thrownAway,     ///< what entries hold that the save removes, as commands (see linesOfSave)
   };
   Code code;
   std::string module;  ///< the module it is about; empty when it is about the model
@@ -100,8 +101,9 @@ class Session {
 
   /// Makes the model of a category; nothing changes when it is of it already. DT_NON_DESTRUCTIBLE drops its
   /// entries. Variants are refused any category, and a model without an undamaged part that of structures: it
-  /// would have no module that could break. What a save then removes from the file, but for values that a new
-  /// entry has anyway, the warnings name as commands that would set it again (see commandsToRestore).
+  /// would have no module that could break. The warnings name the values that were not saved and go with it,
+  /// but for those that a new entry has anyway, as commands that set them again (see linesOf); what leaves
+  /// the file is named by the save.
   Outcome convert(KsDestructibleType category);
 
   /// Converts the model to the category that its materials suggest. Refused when they suggest none, with the
@@ -109,7 +111,8 @@ class Session {
   Outcome convertAsSuggested();
 
   /// Replaces the records by newly made ones of the same category. The achievement tag of a structure, the
-  /// hard points of its modules and its states stay; the warnings name what does not, as those of convert.
+  /// hard points of its modules and its states stay; the warnings name what does not, saved or not, as those
+  /// of convert. Refused for a model of no category.
   Outcome reset();
 
   /// Sets fields of the model's own record, by their XML keys or the names that panels display: of a fragile,

@@ -1,6 +1,5 @@
 #include <authoring/assign_all.h>
 #include <authoring/category.h>
-#include <authoring/database_entries.h>
 #include <authoring/kept_model.h>
 #include <authoring/session.h>
 #include <authoring/stored_text.h>
@@ -13,8 +12,8 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 #include <map>
-#include <optional>
 #include <utility>
 
 namespace Tal::authoring {
@@ -92,18 +91,8 @@ std::string refusalOfStructure(const KsDestructiblesHelper& helper) {
          "have no modules and could not break; import it again with such a material";
 }
 
-// What a save removes with the entries of the model that are neither of the category that it had nor of the
-// one that it gets.
-void warnOfOtherEntries(const std::string& modelName, KsDestructibleType before, KsDestructibleType after,
-                        Outcome& outcome) {
-  const std::optional<FileEntries> file = readEntries(modelName);
-  if (!file) return;
-  const auto isToGo = [&](KsDestructibleType category) { return category != before && category != after; };
-  Description others = file->description;
-  if (!isToGo(DT_FRAGILE)) others.fragile.reset();
-  if (!isToGo(DT_FALLING_ATOMS)) others.fallingAtom.reset();
-  others.category = isToGo(DT_STRUCTURE) ? DT_STRUCTURE : DT_NON_DESTRUCTIBLE;
-  warnOfThrownAway(modelName, others, withDefaultsOf(others), outcome);
+void warnOfThrownAway(const ThrownAway& thrownAway, const RestoreTarget& target, Outcome& outcome) {
+  std::ranges::move(linesOf(thrownAway, target), std::back_inserter(outcome.warnings));
 }
 
 }  // namespace
@@ -133,15 +122,22 @@ Outcome Session::convert(KsDestructibleType category) {
   return model_->edit([this, category] {
     Outcome outcome;
     const KsDestructibleType before = helper().destructibleType();
-    if (before != category)
-      warnOfThrownAway(modelName(), model_->description(), newDescription(helper()), outcome);
-    warnOfOtherEntries(modelName(), before, category, outcome);
+    const bool isMadeAnew =
+        before == DT_NON_DESTRUCTIBLE && category != before && category == model_->base().category;
+    if (before != category) {
+      // What the file holds is not lost before the save.
+      const RestoreTarget target = targetOf(helper());
+      const Description unsaved = merged(model_->base(), model_->description(), target.newEntries);
+      warnOfThrownAway({before, unsaved, target.newEntries, false, true}, target, outcome);
+    }
     // A variant has no category but may have entries.
     if (category == DT_NON_DESTRUCTIBLE) {
       helper().setAsNonDestructible(/*force=*/true);
     } else {
       model_->setCategory(category);
     }
+    if (isMadeAnew)
+      warnOfThrownAway({category, model_->base(), model_->description()}, targetOf(helper()), outcome);
     if (before != category) {
       outcome.changes.push_back(
           {"category", std::string(categoryName(before)), std::string(categoryName(category))});
@@ -161,12 +157,19 @@ Outcome Session::convertAsSuggested() {
 
 Outcome Session::reset() {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
-  return model_->edit([this] {
+  return model_->edit([this]() -> Outcome {
     const Description before = model_->description();
+    if (before.category == DT_NON_DESTRUCTIBLE) {
+      const std::string refusal = refusalOfCategory();
+      return refused(!refusal.empty()
+                         ? refusal
+                         : quotedName(modelName()) +
+                               " is not destructible and has nothing to reset; convert it first");
+    }
     helper().resetDescriptions();
     model_->setStates(before.states);
     Outcome outcome;
-    warnOfThrownAway(modelName(), before, model_->description(), outcome);
+    warnOfThrownAway({before.category, before, model_->description()}, targetOf(helper()), outcome);
     return outcome;
   });
 }

@@ -3,6 +3,7 @@
 #include <authoring/kept_model.h>
 #include <authoring/save_losses.h>
 #include <authoring/session.h>
+#include <authoring/thrown_away.h>
 #include <core/display_text.h>
 #include <destructibles/database_format.h>
 #include <destructibles/health_rules.h>
@@ -39,8 +40,10 @@ void warnOfModules(const Description::Modules& modules, const std::map<std::stri
   }
 }
 
-// In each section of the model's own tag the first entry stays; all others are removed.
+// In each section of the model's own tag the first entry stays; all others are removed. Whoever removes the
+// only one knows.
 void warnOfEntries(const FileEntries& file, BasicStringRef ownSection, std::vector<SaveWarning>& warnings) {
+  if (ownSection.empty() && file.entries.size() < 2) return;
   for (const auto& [section, isFirst] : file.entries) {
     const bool isOwn = section == ownSection;
     if (isOwn && isFirst) continue;
@@ -62,26 +65,21 @@ void warnOfNewModules(const FileEntries& file, const Description& now,
   }
 }
 
+// A save that only rewrites the model's one entry replaces nothing but what was edited.
+bool isOnlyRewritten(const FileEntries& file, BasicStringRef ownSection) {
+  return file.entries.empty() || (file.entries.size() == 1 && file.entries.front().section == ownSection);
+}
+
+void warnOfThrownAway(KsDestructiblesHelper& helper, const DataSection& database,
+                      std::vector<SaveWarning>& warnings) {
+  for (std::string& line : linesOfSave(database, helper.destructibleType(), targetOf(helper)))
+    warnings.push_back({SaveWarning::Code::thrownAway, "", std::move(line)});
+}
+
 }  // namespace
 
-// The modules that a save drops, each with the reason; the rule is the writer's.
 std::map<std::string, std::string> Session::droppedModules() {
-  std::map<std::string, std::string> dropped;
-  std::map<unsigned, std::string> writtenKinds;
-  const std::map<std::string, unsigned>& kinds = helper().getMaterialNames();
-  for (const auto& [name, module] : model_->description().modules) {
-    if (!bspMaterials().contains(name)) {
-      dropped.emplace(name, "the model has no BSP material of that name; import it with one");
-      continue;
-    }
-    const auto kind = kinds.find(name);
-    if (kind == kinds.end()) continue;
-    const auto [first, isFirst] = writtenKinds.emplace(kind->second, name);
-    if (isFirst) continue;
-    dropped.emplace(name, "its material kind " + std::to_string(kind->second) + " is that of module " +
-                              quotedName(first->second) + "; give the materials different kinds");
-  }
-  return dropped;
+  return authoring::droppedModules(helper(), model_->description().modules);
 }
 
 std::vector<SaveWarning> Session::saveWarnings() {
@@ -93,7 +91,6 @@ std::vector<SaveWarning> Session::saveWarnings() {
                             " has the model's <filename> itself and is removed from the file with all that "
                             "it holds"});
   }
-  if (now.category == DT_NON_DESTRUCTIBLE) return warnings;
   std::map<std::string, std::string> dropped;
   if (now.category == DT_STRUCTURE) {
     dropped = droppedModules();
@@ -101,9 +98,12 @@ std::vector<SaveWarning> Session::saveWarnings() {
   }
   if (now.fragile) warnOfHealth(*now.fragile, "", warnings);
   if (now.fallingAtom) warnOfHealth(*now.fallingAtom, "", warnings);
-  if (const auto file = readEntries(modelName())) {
-    if (now.category == DT_STRUCTURE) warnOfNewModules(*file, now, dropped, warnings);
-    warnOfEntries(*file, database_format::sectionOfCategory(now.category), warnings);
+  if (const SmartPointer<DataSection> database = openDatabase()) {
+    const FileEntries file = entriesIn(*database, modelName());
+    if (now.category == DT_STRUCTURE) warnOfNewModules(file, now, dropped, warnings);
+    const BasicStringRef ownSection = database_format::sectionOfCategory(now.category);
+    if (!isOnlyRewritten(file, ownSection)) warnOfThrownAway(helper(), *database, warnings);
+    warnOfEntries(file, ownSection, warnings);
   }
   for (std::string& loss : lossesOfSave(modelName(), now.category))
     warnings.push_back({SaveWarning::Code::lostContent, "", std::move(loss)});

@@ -1,11 +1,17 @@
 #include <authoring/assign_all.h>
+#include <authoring/category.h>
+#include <authoring/database_entries.h>
+#include <authoring/save_losses.h>
 #include <authoring/thrown_away.h>
+#include <core/display_text.h>
 #include <core/shell_word.h>
 #include <destructibles/database_format.h>
-#include <destructibles/health_rules.h>
-#include <destructibles/new_entries.h>
+#include <destructibles/edit_rules.h>
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
+#include <optional>
 #include <utility>
 
 namespace Tal::authoring {
@@ -13,161 +19,238 @@ namespace {
 
 namespace keys = database_format::keys;
 using Words = std::vector<std::string>;
+using Assignments = std::vector<Assignment>;
 
-// The estimate, without the warning that it logs where there can be none.
-int newHealth(KsDestructiblesHelper& helper) {
-  if (health_rules::isGateOrFence(health_rules::normalisedPath(helper.modelName()))) {
-    const Words materials = helper.getMaterialsForState(database_format::kUndamagedState);
-    const bool isKnown = std::ranges::any_of(health_rules::kMaterialWords, [&](BasicStringRef word) {
-      return health_rules::isAnyNamedAfter(materials, word);
-    });
-    if (!isKnown) return health_rules::kUnknownHealth;
-  }
-  return helper.calculateDestructibleHealth();
-}
+constexpr const char* kForce = "--force";
 
-Description::Modules newModules(KsDestructiblesHelper& helper) {
-  Description::Modules modules;
-  const KsDestructibleModuleDesc module = new_entries::module(newHealth(helper));
-  for (const auto& [name, kind] : helper.getMaterialNames()) {
-    if (helper.isMaterialKindUndamaged(name)) modules.emplace(name, module);
-  }
-  new_entries::assignHardPoints(modules, helper.getHardpointNames());
-  return modules;
-}
-
-// A command with its option, which may be empty, and its arguments, of which the first is the model. Behind
+// A command with an option, which may have a value, and its arguments, of which the first is the model.
+// Behind
 // "--" arguments may begin with a dash.
 std::string commandLine(const std::string& command, const Words& option, const Words& arguments) {
   const auto isLikeAnOption = [](const std::string& word) { return word.starts_with('-'); };
+  const bool hasValue = option.size() > 1;
   const bool isAmbiguous =
-      std::ranges::any_of(arguments, isLikeAnOption) || (!option.empty() && isLikeAnOption(option.back()));
-  std::string line = command;
+      std::ranges::any_of(arguments, isLikeAnOption) || (hasValue && isLikeAnOption(option.back()));
+  Words words = arguments;
   if (isAmbiguous) {
-    if (!option.empty()) line += ' ' + shellWord(option.front() + '=' + option.back());
-    line += " --";
+    words.insert(words.begin(), "--");
+    if (!option.empty()) words.insert(words.begin(), option.front() + (hasValue ? '=' + option.back() : ""));
+  } else {
+    words.insert(hasValue ? words.begin() + 1 : words.end(), option.begin(), option.end());
   }
-  for (const std::string& argument : arguments) {
-    line += ' ' + shellWord(argument);
-    if (isAmbiguous || &argument != &arguments.front()) continue;
-    for (const std::string& word : option) line += ' ' + shellWord(word);
-  }
+  std::string line = command;
+  for (const std::string& word : words) line += ' ' + shellWord(word);
   return line;
 }
 
-Words assignmentWords(const std::vector<Assignment>& assignments) {
-  Words words;
-  for (const Assignment& assignment : assignments) words.push_back(assignment.key + '=' + assignment.value);
-  return words;
+std::string listed(const Words& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + quotedName(name);
+  return text;
 }
 
-template <class Record>
-std::vector<Assignment> allValues(const Record& record) {
-  std::vector<Assignment> assignments;
-  for (const NamedField& field : fieldsOf(record))
-    assignments.push_back({std::string(field.key), textOf(field.value)});
-  return assignments;
+bool contains(const Words& names, const std::string& name) {
+  return std::ranges::find(names, name) != names.end();
 }
 
-template <class Record>
-std::vector<Assignment> valuesMissingIn(const std::optional<Record>& other,
-                                        const std::optional<Record>& mine) {
-  if (!mine) return {};
-  return other ? differences(*other, *mine) : allValues(*mine);
-}
-
-class Commands {
+/// The lines of one loss.
+class Lines {
  public:
-  explicit Commands(const std::string& modelName) : modelName_(modelName) {}
+  Lines(const ThrownAway& thrownAway, const RestoreTarget& target)
+      : thrownAway_(thrownAway), target_(target) {}
 
-  void addSet(const Words& option, const std::vector<Assignment>& assignments) {
-    if (!assignments.empty()) add("set", option, assignmentWords(assignments));
+  template <class Record>
+  void addRecord(const std::optional<Record>& replacement, const std::optional<Record>& record) {
+    if (record) addSet({}, lostValues(replacement ? &*replacement : nullptr, *record));
   }
 
-  void addState(const std::string& state, const Words& materials) {
-    add("state", {}, {"add", state});
-    if (materials.empty()) return;
-    Words arguments{"add-material", state};
-    arguments.insert(arguments.end(), materials.begin(), materials.end());
-    add("state", {}, arguments);
+  void addModule(const std::string& name, const KsDestructibleModuleDesc* replacement,
+                 const KsDestructibleModuleDesc& module) {
+    addSet({"--module", name}, lostValues(replacement, module), needOfModule(name));
   }
 
-  Words lines() && { return std::move(lines_); }
+  void addTag(const std::string& tag) { addSet({}, {{keys::kAchievementTag, tag}}); }
+
+  void addState(const std::string& name, const Words& materials, bool isReplaced) {
+    if (name == database_format::kUndamagedState || name == database_format::kDestroyedState) {
+      lines_.push_back("the state " + quotedName(name) +
+                       " cannot be given back, since a built-in state has its name; it listed " +
+                       (materials.empty() ? "no material" : listed(materials)));
+      return;
+    }
+    if (isReplaced) addCommand("state", {}, {"remove", name});
+    addCommand("state", {}, {"add", name});
+    addMaterials(name, withoutRepeated(name, materials));
+  }
+
+  Words take() && { return std::move(lines_); }
 
  private:
-  void add(const std::string& command, const Words& option, Words arguments) {
-    arguments.insert(arguments.begin(), modelName_);
-    lines_.push_back(commandLine(command, option, arguments));
+  template <class Record>
+  Assignments lostValues(const Record* replacement, const Record& record) const {
+    Assignments lost;
+    for (const RecordField<Record>& field : recordFields<Record>()) {
+      const std::string key(field.key);
+      const bool isUnknown = !thrownAway_.isOfAnotherEntry && target_.unknownKeys.contains(key);
+      const bool isKept = replacement != nullptr && isSameAfterAnEdit(field, *replacement, record);
+      if (isUnknown || !isKept) lost.push_back({key, textOf(valueOf(record, field))});
+    }
+    return lost;
   }
 
-  std::string modelName_;
+  // An edit of a scale alone is refused when it changes too little.
+  template <class Record>
+  static bool isSameAfterAnEdit(const RecordField<Record>& field, const Record& a, const Record& b) {
+    return field.key == keys::kEffectScale ? edit_rules::isSameScale(a.effectScale, b.effectScale)
+                                           : isSameField(field, a, b);
+  }
+
+  void addSet(const Words& option, Assignments assignments, const std::string& need = {}) {
+    const auto isForeign = [this](const Assignment& assignment) {
+      return assignment.key == keys::kMaterialName && !assignment.value.empty() &&
+             !target_.namedMaterials.contains(assignment.value);
+    };
+    const auto foreign = std::ranges::stable_partition(assignments, std::not_fn(isForeign));
+    Words words;
+    for (auto assignment = assignments.begin(); assignment != foreign.begin(); ++assignment)
+      words.push_back(assignment->key + '=' + assignment->value);
+    if (!words.empty()) addCommand("set", option, std::move(words), need);
+    for (const Assignment& assignment : foreign)
+      addCommand("set", option, {assignment.key + '=' + assignment.value}, "import it with that material");
+  }
+
+  std::string needOfModule(const std::string& name) const {
+    if (target_.modules.contains(name)) return {};
+    return target_.newEntries.modules.contains(name) ? "import it so that a save keeps that module"
+                                                     : "import it with that part";
+  }
+
+  // The file may list a material several times, which no command makes.
+  Words withoutRepeated(const std::string& state, const Words& materials) {
+    Words once;
+    Words repeated;
+    for (const std::string& material : materials) {
+      Words& names = contains(once, material) ? repeated : once;
+      if (!contains(names, material)) names.push_back(material);
+    }
+    if (!repeated.empty()) {
+      lines_.push_back("the state " + quotedName(state) + " listed a material more than once: " +
+                       listed(repeated) + "; commands give it back once");
+    }
+    return once;
+  }
+
+  void addMaterials(const std::string& state, const Words& materials) {
+    if (!target_.isThere) {  // Any of them may be refused.
+      for (const std::string& material : materials)
+        addCommand("state", {kForce}, {"add-material", state, material});
+      return;
+    }
+    Words known{"add-material", state};
+    Words unknown;
+    bool isForced = false;
+    for (const std::string& material : materials) {
+      const auto found = target_.materials.find(material);
+      const bool isKnown = found != target_.materials.end();
+      (isKnown ? known : unknown).push_back(material);
+      isForced = isForced || (isKnown && !found->second);
+    }
+    if (known.size() > 2) addCommand("state", isForced ? Words{kForce} : Words(), std::move(known));
+    for (const std::string& material : unknown)
+      addCommand("state", {}, {"add-material", state, material}, "import it with that material");
+  }
+
+  void addCommand(const std::string& command, const Words& option, Words arguments,
+                  const std::string& need = {}) {
+    arguments.insert(arguments.begin(), target_.modelName);
+    lines_.push_back("thrown away" + markOf(need) + ": " + commandLine(command, option, arguments));
+  }
+
+  std::string markOf(const std::string& need) const {
+    Words parts;
+    if (thrownAway_.isOfAnotherEntry) parts.emplace_back("another entry");
+    std::string steps = target_.need.empty() ? need : target_.need;
+    if (thrownAway_.isOtherCategory) {
+      steps += (steps.empty() ? "" : " and ") +
+               ("convert it to " + std::string(categoryName(thrownAway_.category)));
+    }
+    if (!target_.verdict.empty()) {
+      parts.push_back(target_.verdict);
+    } else if (!steps.empty()) {
+      parts.push_back(steps + " first");
+    }
+    std::string mark;
+    for (const std::string& part : parts) mark += (mark.empty() ? "" : "; ") + part;
+    return mark.empty() ? mark : " (" + mark + ')';
+  }
+
+  const ThrownAway& thrownAway_;
+  const RestoreTarget& target_;
   Words lines_;
 };
 
+void addStructure(const Description& values, const Description& replacement, Lines& lines) {
+  if (values.achievementTag != replacement.achievementTag) lines.addTag(values.achievementTag);
+  for (const auto& [name, module] : values.modules) {
+    const auto found = replacement.modules.find(name);
+    lines.addModule(name, found == replacement.modules.end() ? nullptr : &found->second, module);
+  }
+  for (const auto& [name, materials] : values.states) {
+    const auto found = replacement.states.find(name);
+    const bool isReplaced = found != replacement.states.end();
+    if (!isReplaced || found->second != materials) lines.addState(name, materials, isReplaced);
+  }
+}
+
+void append(Words& lines, Words more) {
+  std::ranges::move(more, std::back_inserter(lines));
+}
+
+// An entry without a tag says nothing against that of another one.
+Description withTagOf(const Description& loaded, Description entry) {
+  if (entry.achievementTag.empty()) entry.achievementTag = loaded.achievementTag;
+  return entry;
+}
+
 }  // namespace
 
-Description newDescription(KsDestructiblesHelper& helper) {
-  Description description;
-  description.category = helper.destructibleType();
-  switch (description.category) {
+std::vector<std::string> linesOf(const ThrownAway& thrownAway, const RestoreTarget& target) {
+  const Description& values = thrownAway.values;
+  const Description& replacement = thrownAway.replacement;
+  Lines lines(thrownAway, target);
+  switch (thrownAway.category) {
     case DT_STRUCTURE:
-      description.modules = newModules(helper);
+      addStructure(values, replacement, lines);
       break;
     case DT_FRAGILE:
-      description.fragile = new_entries::fragile(
-          newHealth(helper), helper.getHardpointNames(),
-          new_entries::intactMaterial(
-              helper.bspMaterialNames(), helper.getMaterialNames(),
-              [&helper](const std::string& name) { return helper.isMaterialKindUndamaged(name); }));
+      lines.addRecord(replacement.fragile, values.fragile);
       break;
     case DT_FALLING_ATOMS:
-      description.fallingAtom = new_entries::fallingAtom(newHealth(helper));
+      lines.addRecord(replacement.fallingAtom, values.fallingAtom);
       break;
     case DT_NON_DESTRUCTIBLE:
       break;
   }
-  return description;
+  return std::move(lines).take();
 }
 
-Description withDefaultsOf(const Description& entries) {
-  Description defaults;
-  defaults.category = entries.category;
-  if (entries.fragile) defaults.fragile.emplace();
-  if (entries.fallingAtom) {
-    KsDestructibleFallingAtomDesc& desc = defaults.fallingAtom.emplace();
-    desc.fractureEffect.clear();
-    desc.touchdownEffect.clear();
-    desc.touchdownBreakEffect.clear();
+std::vector<std::string> linesOfSave(const DataSection& database, KsDestructibleType category,
+                                     const RestoreTarget& target) {
+  const Description loaded = entriesIn(database, target.modelName).description;
+  const std::vector<LostEntry> lost = entriesLostBySave(database, target.modelName, category);
+  Words lines;
+  for (const KsDestructibleType other : {DT_FRAGILE, DT_FALLING_ATOMS, DT_STRUCTURE}) {
+    const auto isOfIt = [other](const LostEntry& entry) { return entry.category == other; };
+    const bool isOther = other != category;
+    if (isOther && std::ranges::any_of(lost, isOfIt))
+      append(lines, linesOf({other, loaded, target.newEntries, false, true}, target));
+    for (const LostEntry& entry : lost) {
+      if (!isOfIt(entry)) continue;
+      append(lines, linesOf({other, withTagOf(loaded, entry.values), loaded, true, isOther}, target));
+      append(lines, entry.losses);
+    }
   }
-  for (const auto& [name, module] : entries.modules) defaults.modules.try_emplace(name);
-  return defaults;
-}
-
-std::vector<std::string> commandsToRestore(const std::string& modelName, const Description& mine,
-                                           const Description& other) {
-  Commands commands(modelName);
-  commands.addSet({}, valuesMissingIn(other.fragile, mine.fragile));
-  commands.addSet({}, valuesMissingIn(other.fallingAtom, mine.fallingAtom));
-  // The tables may hold modules and states of a model that was a structure before; they are of no entry.
-  if (mine.category != DT_STRUCTURE) return std::move(commands).lines();
-  if (mine.achievementTag != other.achievementTag)
-    commands.addSet({}, {{keys::kAchievementTag, mine.achievementTag}});
-  for (const auto& [name, module] : mine.modules) {
-    const auto found = other.modules.find(name);
-    commands.addSet({"--module", name},
-                    found == other.modules.end() ? allValues(module) : differences(found->second, module));
-  }
-  for (const auto& [state, materials] : mine.states) {
-    const auto found = other.states.find(state);
-    if (found == other.states.end() || found->second != materials) commands.addState(state, materials);
-  }
-  return std::move(commands).lines();
-}
-
-void warnOfThrownAway(const std::string& modelName, const Description& mine, const Description& other,
-                      Outcome& outcome) {
-  for (const std::string& command : commandsToRestore(modelName, mine, other))
-    outcome.warnings.push_back("thrown away: " + command);
+  return lines;
 }
 
 }  // namespace Tal::authoring

@@ -1,32 +1,41 @@
 #pragma once
 
 #include <authoring/description.h>
-#include <authoring/outcome.h>
+#include <authoring/restore_target.h>
 #include <destructibles/ks_destructibles_helper.h>
 
 #include <string>
 #include <vector>
 
+namespace Tal {
+class DataSection;
+}
+
 namespace Tal::authoring {
 
-/// The entry that would be made for a helper's model, of the category that it has, if it had none; nothing
-/// but the category for a model of none. The tables are loaded.
-Description newDescription(KsDestructiblesHelper& helper);
+/// Values of one category that a model loses.
+struct ThrownAway {
+  KsDestructibleType category = DT_NON_DESTRUCTIBLE;
+  Description values;             ///< of these, only what belongs to the category
+  Description replacement;        ///< what the model has of that category instead
+  bool isOfAnotherEntry = false;  ///< the values are of an entry that did not count beside another one
+  bool isOtherCategory = false;   ///< the model has to be converted to have them again
+};
 
-/// A description with the same records and modules as `entries`, but each as it is read where every key is
-/// absent: what to compare with when the model is not there to say what a new entry would hold.
-Description withDefaultsOf(const Description& entries);
+/// Everything that the values have and their replacement has not, a line each for a person. Commands that
+/// would give it back stand behind "thrown away: ", or behind "thrown away (MARK): " where something has to
+/// be done first or nothing helps; no mark holds a colon. A command lacks the name of the program and is
+/// quoted for a shell. What no command gives back is told in a sentence. Empty when nothing is lost.
+///
+/// What a command would refuse stands in one of its own, behind the others, so that it takes no other value
+/// with it. Scales that an edit takes as equal are no difference; a module that the replacement lacks is
+/// given with all its values.
+std::vector<std::string> linesOf(const ThrownAway& thrownAway, const RestoreTarget& target);
 
-/// Everything that the entry of one description of a model has and that of another has not, as the commands
-/// that would give it back: "set MODEL KEY=VALUE...", the same with "--module NAME", "state MODEL add NAME"
-/// and "state MODEL add-material NAME MATERIAL...". They are quoted for a shell, and lack the name of the
-/// program. A module that the other description lacks is given with all its values. Empty when nothing
-/// differs.
-std::vector<std::string> commandsToRestore(const std::string& modelName, const Description& mine,
-                                           const Description& other);
-
-/// Adds these commands to the warnings of an outcome, each behind "thrown away: ".
-void warnOfThrownAway(const std::string& modelName, const Description& mine, const Description& other,
-                      Outcome& outcome);
+/// The same of every entry of the target that a save as a model of this category would remove from an opened
+/// database, and of one that did not count and would be rewritten; with the keys and numbers that no load
+/// takes. The save's own record is compared with what the file says, not with what is edited.
+std::vector<std::string> linesOfSave(const DataSection& database, KsDestructibleType category,
+                                     const RestoreTarget& target);
 
 }  // namespace Tal::authoring

@@ -33,8 +33,8 @@ TEST_F(TheLossesOfASave, AreWhatNobodyKnowsInModulesAndStates) {
       ofHouse("<note>stays</note><modules>" + module("n_wall_1", "<health>5</health><owner>Joe</owner>") +
               "</modules><states><state><name>open</name><destroyedMaterials/><sound>boom</sound></state></"
               "states>"),
-      ElementsAre("the key \"owner\" of module \"n_wall_1\" is not kept",
-                  "the key \"sound\" of state \"open\" is not kept"));
+      ElementsAre("the key \"owner\" (\"Joe\") of module \"n_wall_1\" is not kept",
+                  "the key \"sound\" (\"boom\") of state \"open\" is not kept"));
 }
 
 TEST_F(TheLossesOfASave, AreElementsThatALoadTakesForOneOrForNone) {
@@ -42,9 +42,9 @@ TEST_F(TheLossesOfASave, AreElementsThatALoadTakesForOneOrForNone) {
       ofHouse("<modules>" + module("n_wall_1") + module("n_wall_1") + module("n_wall_1") +
               "<module><health>5</health></module></modules><states><state/>"
               "<state><name>a</name></state><state><name>a</name></state></states>"),
-      ElementsAre("of several elements of module \"n_wall_1\" the last is kept",
+      ElementsAre("of several elements of module \"n_wall_1\" only the last is taken",
                   "a module without a \"matName\" is not kept", "a state without a \"name\" is not kept",
-                  "of several elements of state \"a\" the last is kept"));
+                  "of several elements of state \"a\" only the last is taken"));
 }
 
 TEST_F(TheLossesOfASave, AreThoseOfTheEntryInTheLastSectionOfItsTag) {
@@ -64,6 +64,24 @@ TEST_F(TheLossesOfASave, AreThoseOfTheEntryInTheLastSectionOfItsTag) {
                                 "<health>35</health><decayEffect>none</decayEffect><effect>none</effect>"
                                 "<effectHP/><effectScale>1</effectScale><lifetimeEffect>none</lifetimeEffect>"
                                 "</entry></fragiles></root>");
+}
+
+TEST_F(TheLossesOfASave, AreEveryEntryOfAModelOfNoCategoryThatHasSeveral) {
+  const std::string entry = "<entry><filename>content/props/crate.model</filename></entry>";
+  const auto removed = [&](const std::string& sections) {
+    writeDatabase("<root>" + sections + "</root>");
+    const auto session = open(kCrate);
+    expectDone(session->convert(DT_NON_DESTRUCTIBLE));
+    std::vector<std::string> texts;
+    for (const SaveWarning& warning : session->saveWarnings())
+      if (warning.code == Code::removedEntry) texts.push_back(warning.text);
+    return texts;
+  };
+  EXPECT_THAT(removed("<fragiles>" + entry + entry + "</fragiles><houses>" + entry + "</houses>"),
+              ElementsAre("the entry of the model in the section \"fragiles\" is removed from the file",
+                          "the entry of the model in the section \"fragiles\" is removed from the file",
+                          "the entry of the model in the section \"houses\" is removed from the file"));
+  EXPECT_THAT(removed("<fragiles>" + entry + "</fragiles>"), IsEmpty());
 }
 
 TEST_F(TheLossesOfASave, AreNumbersThatAreNone) {

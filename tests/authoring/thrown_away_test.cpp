@@ -1,19 +1,44 @@
+#include <authoring/program_that_saves.h>
 #include <authoring/session_fixture.h>
 #include <authoring/thrown_away.h>
+#include <resources/save_group.h>
+
+#include <algorithm>
+#include <iterator>
 
 namespace Tal::authoring {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 class ThrownAwayValues : public SessionTest {
  protected:
-  /// The warnings of a conversion, which must be done.
+  /// What a conversion, which must be done, and the save after it throw away.
   static std::vector<std::string> of(Session& session, KsDestructibleType category) {
-    const Outcome outcome = session.convert(category);
+    Outcome outcome = session.convert(category);
     expectDone(outcome);
+    std::ranges::move(ofSave(session), std::back_inserter(outcome.warnings));
     return outcome.warnings;
+  }
+
+  static std::vector<std::string> ofSave(Session& session) {
+    std::vector<std::string> lines;
+    for (const SaveWarning& warning : session.saveWarnings())
+      if (warning.code == SaveWarning::Code::thrownAway) lines.push_back(warning.text);
+    return lines;
+  }
+
+  /// What a conversion of the model of that name throws away with these sections of the file.
+  std::vector<std::string> ofFile(const std::string& sections, KsDestructibleType category,
+                                  const char* model = kCrate) const {
+    writeDatabase("<root>" + sections + "</root>");
+    return of(*open(model), category);
+  }
+
+  static std::string entry(const std::string& content, const char* model = kCrate) {
+    return "<entry><filename>" + std::string(model) + "</filename>" + content + "</entry>";
   }
 
   static std::unique_ptr<Session> opened(const char* model, KsDestructibleType category) {
@@ -45,6 +70,18 @@ TEST_F(ThrownAwayValues, AreNoneOfAnEntryAsItWasMade) {
   }
 }
 
+TEST_F(ThrownAwayValues, AreNoneOfASavedEntryAsItWasMadeWhateverTheModelBecomes) {
+  for (const char* const model : {kHouse, kCrate, kLamp}) {
+    for (const KsDestructibleType from : {DT_STRUCTURE, DT_FRAGILE, DT_FALLING_ATOMS}) {
+      for (const KsDestructibleType to : {DT_STRUCTURE, DT_FRAGILE, DT_FALLING_ATOMS, DT_NON_DESTRUCTIBLE}) {
+        const auto session = opened(model, from);
+        expectDone(session->save());
+        EXPECT_THAT(of(*session, to), IsEmpty()) << model << ' ' << from << ' ' << to;
+      }
+    }
+  }
+}
+
 TEST_F(ThrownAwayValues, OfAFragileAreGivenAsOneCommand) {
   const auto session = opened(kCrate, DT_FRAGILE);
   expectDone(session->set({{"health", "12"},
@@ -53,37 +90,211 @@ TEST_F(ThrownAwayValues, OfAFragileAreGivenAsOneCommand) {
                            {"achievementTag", "it's broken"},
                            {"matName", "d_wood"},
                            {"effect", "none"}}));
-  EXPECT_THAT(of(*session, DT_NON_DESTRUCTIBLE),
-              ElementsAre("thrown away: set content/props/crate.model health=12 effectScale=1.5 effectHP= "
-                          "'achievementTag=it'\\''s broken' matName=d_wood effect=none"));
+  EXPECT_THAT(
+      of(*session, DT_NON_DESTRUCTIBLE),
+      ElementsAre("thrown away (convert it to fragile first): set content/props/crate.model health=12 "
+                  "effectScale=1.5 effectHP= "
+                  "'achievementTag=it'\\''s broken' matName=d_wood effect=none"));
 }
 
-TEST_F(ThrownAwayValues, AreAlsoThoseOfEntriesThatDoNotDecideTheCategory) {
-  writeDatabase(R"(<root>
-  <fragiles><entry><filename>content/props/crate.model</filename><health>12</health></entry></fragiles>
-  <fallingAtoms><entry><filename>content/props/crate.model</filename><health>21</health></entry></fallingAtoms>
-  <structures><entry><filename>content/props/crate.model</filename>
-    <states><state><name>open</name><destroyedMaterials>n_wood </destroyedMaterials></state></states>
-  </entry></structures>
-</root>
-)");
+TEST_F(ThrownAwayValues, AreThoseOfEveryEntryEachWithTheCategoryThatTheyAreOf) {
+  const std::string file = "<fragiles>" + entry("<health>12</health>") + "</fragiles><fallingAtoms>" +
+                           entry("<health>21</health>") + "</fallingAtoms><structures>" +
+                           entry(
+                               "<states><state><name>open</name><destroyedMaterials>n_wood "
+                               "</destroyedMaterials></state></states>") +
+                           "</structures>";
   EXPECT_THAT(
-      of(*open(kCrate), DT_NON_DESTRUCTIBLE),
-      ElementsAre(testing::HasSubstr("health=12"), "thrown away: set content/props/crate.model health=21",
-                  "thrown away: state content/props/crate.model add open",
-                  "thrown away: state content/props/crate.model add-material open n_wood"));
-  EXPECT_THAT(of(*open(kCrate), DT_FALLING_ATOMS),
-              ElementsAre(testing::HasSubstr("health=12"), testing::HasSubstr("add open"),
-                          testing::HasSubstr("add-material open")))
+      ofFile(file, DT_NON_DESTRUCTIBLE),
+      ElementsAre(
+          "thrown away (convert it to fragile first): set content/props/crate.model health=12 effectHP= "
+          "matName= effect=none hitEffect=",
+          "thrown away (convert it to falling-atom first): set content/props/crate.model health=21 "
+          "fractureEffect= touchdownEffect= touchdownBreakEffect=",
+          "thrown away (convert it to structure first): state content/props/crate.model add open",
+          "thrown away (convert it to structure first): state content/props/crate.model add-material open "
+          "n_wood"));
+  EXPECT_THAT(ofFile(file, DT_FALLING_ATOMS),
+              ElementsAre(HasSubstr("health=12"), HasSubstr("add open"), HasSubstr("add-material open")))
       << "the falling atom that is there is taken";
+  writeDatabase("<root>" + file + "</root>");
+  const auto fragile = open(kCrate);
+  EXPECT_THAT(ofSave(*fragile),
+              ElementsAre(HasSubstr("health=21"), HasSubstr("add open"), HasSubstr("add-material open")))
+      << "also when the category stays";
+}
+
+TEST_F(ThrownAwayValues, OfAFileAreNamedOnceByTheSaveAloneAndNotByARefusedOne) {
+  writeDatabase("<root><fragiles>" + entry("<health>12</health>") + "</fragiles></root>");
+  const auto session = open(kCrate);
+  EXPECT_THAT(session->convert(DT_NON_DESTRUCTIBLE).warnings, IsEmpty());
+  {
+    const SaveGroup group;
+    EXPECT_THAT(session->save().warnings, IsEmpty());
+  }
+  EXPECT_THAT(session->save().warnings, ElementsAre(HasSubstr("health=12")));
+  EXPECT_THAT(session->save().warnings, IsEmpty());
+}
+
+TEST_F(ThrownAwayValues, AreAlsoThoseThatAnotherProgramIsJustSaving) {
+  const std::string before = "<root><fragiles>" + entry("<health>12</health>") + "</fragiles></root>";
+  writeDatabase(before);
+  const auto session = open(kCrate);
+  expectDone(session->convert(DT_NON_DESTRUCTIBLE));
+  Outcome outcome;
+  {
+    const ProgramThatSaves other(
+        root_,
+        "<root><fragiles>" + entry("<health>77</health><effect>theirs</effect>") + "</fragiles></root>");
+    outcome = session->save();
+  }
+  expectDone(outcome);
+  EXPECT_THAT(outcome.warnings,
+              ElementsAre(testing::AllOf(HasSubstr("health=77"), HasSubstr("effect=theirs"))));
+}
+
+TEST_F(ThrownAwayValues, OfAnEntryThatDidNotCountAreMarkedAsSuch) {
+  const std::string file = "<fragiles>" + entry("<health>9</health><effect>old</effect>") +
+                           entry("<health>10</health>") + "</fragiles>";
+  const std::string values = "set content/props/crate.model health=9 effect=old";
+  EXPECT_THAT(ofFile(file, DT_NON_DESTRUCTIBLE),
+              ElementsAre(HasSubstr("health=10"),
+                          "thrown away (another entry; convert it to fragile first): " + values));
+  writeDatabase("<root>" + file + "</root>");
+  const auto session = open(kCrate);
+  EXPECT_THAT(ofSave(*session), ElementsAre("thrown away (another entry): " + values));
+  expectDone(session->save());
+  EXPECT_THAT(ofSave(*session), IsEmpty());
+  EXPECT_EQ(session->description().fragile.value().health, 10);
+}
+
+TEST_F(ThrownAwayValues, OfTwoEntriesWithTheSameStateAreCommandsThatReplaceIt) {
+  const auto states = [](const std::string& materials) {
+    return entry("<states><state><name>open</name><destroyedMaterials>" + materials +
+                     "</destroyedMaterials></state></states>",
+                 kHouse);
+  };
+  EXPECT_THAT(ofFile("<structures>" + states("n_wall_1") + states("n_wall_2") + "</structures>",
+                     DT_NON_DESTRUCTIBLE, kHouse),
+              testing::IsSupersetOf({"thrown away (another entry; convert it to structure first): state "
+                                     "content/buildings/house.model remove open",
+                                     "thrown away (another entry; convert it to structure first): state "
+                                     "content/buildings/house.model add-material open n_wall_1"}));
+}
+
+TEST_F(ThrownAwayValues, AreToldInWordsWhereNoLoadTakesThem) {
+  EXPECT_THAT(
+      ofFile("<fragiles>" + entry("<health>12hp</health><note>ask</note><group><x/></group>") + "</fragiles>",
+             DT_NON_DESTRUCTIBLE),
+      testing::IsSupersetOf({"the key \"note\" (\"ask\") of the entry in \"fragiles\" is not kept",
+                             "the key \"group\" of the entry in \"fragiles\" is not kept",
+                             "the health \"12hp\" of the entry in \"fragiles\" is no whole number and "
+                             "is not kept"}));
+  EXPECT_THAT(ofFile("<houses>" +
+                         entry("<note>ask</note><modules><module><matName>n_wood</matName>"
+                               "<foo>bar</foo></module><module><health>4</health></module></modules>") +
+                         "</houses>",
+                     DT_FRAGILE),
+              testing::IsSupersetOf({"the key \"note\" (\"ask\") of the entry in \"houses\" is not kept",
+                                     "the key \"foo\" (\"bar\") of module \"n_wood\" is not kept",
+                                     "a module without a \"matName\" is not kept"}));
+}
+
+TEST_F(ThrownAwayValues, ThatTheModelLacksStandInACommandOfTheirOwn) {
+  EXPECT_THAT(
+      ofFile("<fragiles>" + entry("<health>12</health><matName>n_renamed</matName>") + "</fragiles>",
+             DT_NON_DESTRUCTIBLE),
+      ElementsAre(
+          "thrown away (convert it to fragile first): set content/props/crate.model health=12 effectHP= "
+          "effect=none hitEffect=",
+          "thrown away (import it with that material and convert it to fragile first): set "
+          "content/props/crate.model matName=n_renamed"));
+}
+
+TEST_F(ThrownAwayValues, OfStatesTakeNoMaterialWithOneThatIsRefused) {
+  const std::string states =
+      "<modules/><states><state><name>a</name><destroyedMaterials>n_wall_1 lintel n_wall_2 n_wall_1"
+      "</destroyedMaterials></state><state><name>b</name><destroyedMaterials>s_ground n_wall_1"
+      "</destroyedMaterials></state><state><name>destroyed</name><destroyedMaterials>n_wall_1 n_wall_2"
+      "</destroyedMaterials></state></states>";
+  const std::string state =
+      "thrown away (convert it to structure first): state content/buildings/house.model ";
+  EXPECT_THAT(
+      ofFile("<structures>" + entry(states, kHouse) + "</structures>", DT_NON_DESTRUCTIBLE, kHouse),
+      ElementsAre(state + "add a",
+                  "the state \"a\" listed a material more than once: \"n_wall_1\"; commands give it "
+                  "back once",
+                  state + "add-material a n_wall_1 n_wall_2",
+                  "thrown away (import it with that material and convert it to structure first): "
+                  "state content/buildings/house.model add-material a lintel",
+                  state + "add b", state + "add-material b s_ground n_wall_1 --force",
+                  "the state \"destroyed\" cannot be given back, since a built-in state has its name; "
+                  "it listed \"n_wall_1\", \"n_wall_2\""));
+}
+
+TEST_F(ThrownAwayValues, AreNoScalesThatAnEditTakesAsEqual) {
+  const auto session = opened(kCrate, DT_FRAGILE);
+  expectDone(session->set({{"health", "3"}, {"effectScale", "1.0002"}}));
+  EXPECT_THAT(
+      session->convert(DT_STRUCTURE).warnings,
+      ElementsAre("thrown away (convert it to fragile first): set content/props/crate.model health=3"));
+}
+
+TEST_F(ThrownAwayValues, OfAFileGoWhenTheEntryIsMadeAnew) {
+  writeDatabase("<root><fragiles>" + entry("<health>12</health>") + "</fragiles></root>");
+  const auto session = open(kCrate);
+  expectDone(session->convert(DT_NON_DESTRUCTIBLE));
+  EXPECT_THAT(
+      of(*session, DT_FRAGILE),
+      ElementsAre("thrown away: set content/props/crate.model health=12 effectHP= matName= effect=none "
+                  "hitEffect="));
+}
+
+TEST_F(ThrownAwayValues, OfAVariantAreMarkedAsOfNoUseToIt) {
+  constexpr const char* kVariant = "content/lod1/crate.model";
+  support::writeModel(root_, "content/lod1/crate", {.materials = {{"n_wood", 73}}, .bsp = {"n_wood"}});
+  EXPECT_THAT(
+      ofFile("<fallingAtoms>" + entry("<fractureEffect>x</fractureEffect>", kVariant) + "</fallingAtoms>",
+             DT_NON_DESTRUCTIBLE, kVariant),
+      ElementsAre(testing::StartsWith("thrown away (a variant cannot have it): set " + std::string(kVariant) +
+                                      " health=20 fractureEffect=x")));
+}
+
+using Reset = ThrownAwayValues;
+
+TEST_F(Reset, OfAModelOfNoCategoryIsRefusedAndRemovesNothing) {
+  constexpr const char* kVariant = "content/lod1/crate.model";
+  support::writeModel(root_, "content/lod1/crate", {.materials = {{"n_wood", 73}}, .bsp = {"n_wood"}});
+  writeDatabase("<root><fragiles>" + entry("<health>9</health>", kVariant) + "</fragiles><structures>" +
+                entry("<achievementTag>t</achievementTag>") + "</structures></root>");
+  const std::string before = readDatabase();
+  const auto variant = open(kVariant);
+  EXPECT_THAT(variant->reset().refusal, HasSubstr("is a variant"));
+  const auto crate = open(kCrate);
+  EXPECT_EQ(crate->reset().refusal,
+            "\"content/props/crate.model\" is not destructible and has nothing to reset; convert it first");
+  EXPECT_FALSE(variant->hasUnsavedEdits());
+  EXPECT_FALSE(crate->hasUnsavedEdits());
+  EXPECT_EQ(readDatabase(), before);
+}
+
+TEST_F(Reset, IsFollowedByASaveThatNamesWhatOtherEntriesHeld) {
+  writeDatabase("<root><fragiles>" + entry("<health>9</health>") + "</fragiles><fallingAtoms>" +
+                entry("<health>8</health>") + "</fallingAtoms></root>");
+  const auto session = open(kCrate);
+  EXPECT_THAT(session->reset().warnings,
+              ElementsAre(testing::StartsWith("thrown away: set content/props/crate.model health=9")));
+  EXPECT_THAT(session->save().warnings,
+              testing::Contains(testing::StartsWith("thrown away (convert it to falling-atom first): set "
+                                                    "content/props/crate.model health=8")));
 }
 
 TEST_F(ThrownAwayValues, OfAFallingAtomAreGivenAsOneCommand) {
   const auto session = opened(kLamp, DT_FALLING_ATOMS);
   expectDone(session->set({{"physicParams", "1 2 3 4 5 6 7"}, {"touchdownEffect", ""}}));
-  EXPECT_THAT(of(*session, DT_FRAGILE),
-              ElementsAre("thrown away: set content/street/lamp.model 'physicParams=1 2 3 4 5 6 7' "
-                          "touchdownEffect="));
+  EXPECT_THAT(of(*session, DT_FRAGILE), ElementsAre("thrown away (convert it to falling-atom first): set "
+                                                    "content/street/lamp.model 'physicParams=1 2 3 4 5 6 7' "
+                                                    "touchdownEffect="));
 }
 
 TEST_F(ThrownAwayValues, OfAStructureAreItsTagItsModulesAndItsStates) {
@@ -109,22 +320,27 @@ TEST_F(ThrownAwayValues, OfAStructureAreItsTagItsModulesAndItsStates) {
   EXPECT_THAT(
       of(*session, DT_FRAGILE),
       ElementsAre(
-          "thrown away: set content/buildings/house.model achievementTag=manor",
-          "thrown away: set content/buildings/house.model --module gone health=7 effectScale=1 "
+          "thrown away (convert it to structure first): set content/buildings/house.model "
+          "achievementTag=manor",
+          "thrown away (import it with that part and convert it to structure first): set "
+          "content/buildings/house.model --module gone health=7 effectScale=1 "
           "effectHP= ramEffect=none hitEffect= decayEffect=none",
-          "thrown away: set content/buildings/house.model --module n_wall_1 health=11 "
+          "thrown away (convert it to structure first): set content/buildings/house.model --module n_wall_1 "
+          "health=11 "
           "effectHP=HP_wall_2",
-          "thrown away: state content/buildings/house.model add 'all open'",
-          "thrown away: state content/buildings/house.model add-material 'all open' n_door_4 n_wall_1",
-          "thrown away: state content/buildings/house.model add empty"));
+          "thrown away (convert it to structure first): state content/buildings/house.model add 'all open'",
+          "thrown away (convert it to structure first): state content/buildings/house.model add-material "
+          "'all open' n_door_4 n_wall_1",
+          "thrown away (convert it to structure first): state content/buildings/house.model add empty"));
 }
 
 TEST_F(ThrownAwayValues, AreThoseThatWereNotSavedToo) {
   const auto session = opened(kCrate, DT_FRAGILE);
   expectDone(session->save());
   expectDone(session->set({{"health", "12"}}));
-  EXPECT_THAT(of(*session, DT_STRUCTURE),
-              ElementsAre("thrown away: set content/props/crate.model health=12"));
+  EXPECT_THAT(
+      of(*session, DT_STRUCTURE),
+      ElementsAre("thrown away (convert it to fragile first): set content/props/crate.model health=12"));
 }
 
 TEST_F(ThrownAwayValues, OfAResetAreThoseThatItDoesNotKeep) {
@@ -144,15 +360,19 @@ TEST_F(ThrownAwayValues, OfAResetAreThoseThatItDoesNotKeep) {
 }
 
 TEST_F(ThrownAwayValues, WhoseNamesLookLikeOptionsStandBehindADash) {
-  Description mine;
-  mine.category = DT_STRUCTURE;
-  mine.modules["-x"].health = 7;
-  mine.states["-open"] = {"-x"};
-  Description other;
-  other.modules["-x"] = KsDestructibleModuleDesc();
-  EXPECT_THAT(commandsToRestore("a b.model", mine, other),
-              ElementsAre("set --module=-x -- 'a b.model' health=7", "state -- 'a b.model' add -open",
-                          "state -- 'a b.model' add-material -open -x"));
+  Description values;
+  values.modules["-x"].health = 7;
+  values.states["-open"] = {"-x"};
+  RestoreTarget target;
+  target.modelName = "a b.model";
+  target.materials = {{"-x", false}};
+  target.modules = {"-x"};
+  Description replacement;
+  replacement.modules["-x"] = KsDestructibleModuleDesc();
+  EXPECT_THAT(linesOf({DT_STRUCTURE, values, replacement}, target),
+              ElementsAre("thrown away: set --module=-x -- 'a b.model' health=7",
+                          "thrown away: state -- 'a b.model' add -open",
+                          "thrown away: state --force -- 'a b.model' add-material -open -x"));
 }
 
 TEST_F(ThrownAwayValues, AreNamedByTheConversionThatThrowsThemAwayAlone) {

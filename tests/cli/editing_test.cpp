@@ -28,6 +28,26 @@ class Editing : public CommandLine {
     return messages;
   }
 
+  /// The commands of the lines with that mark, of messages that tell what is thrown away.
+  static Arguments commandsBehind(const std::string& mark, const std::string& messages) {
+    Arguments commands;
+    const std::string begin = "thrown away (" + mark + "): ";
+    std::istringstream lines(messages);
+    for (std::string line; std::getline(lines, line);)
+      if (line.starts_with(begin)) commands.push_back(line.substr(begin.size()));
+    return commands;
+  }
+
+  /// Has a shell run commands of the program, of which none may be refused.
+  void paste(const Arguments& commands) const {
+    EXPECT_FALSE(commands.empty());
+    std::string script = "set -e\n";
+    for (const std::string& command : commands) script += "\"$0\" " + command + '\n';
+    const ProcessResult pasted =
+        support::runProcess("/bin/bash", {"-c", script, DESTRUCTIBLES_PROGRAM}, {.folder = folder_.path()});
+    EXPECT_EQ(pasted.status, 0) << script << pasted.err;
+  }
+
   void makeFragile() const { EXPECT_EQ(run({"convert", kCrate, "fragile"}).status, 0); }
   void makeStructure() const { EXPECT_EQ(run({"convert", kHouse, "structure"}).status, 0); }
 };
@@ -95,16 +115,69 @@ TEST_F(Convert, PrintsWhatItThrowsAwayAsCommandsThatGiveItBack) {
   EXPECT_EQ(shown(kHouse).at("category"), "none");
   makeStructure();
   EXPECT_NE(readDatabase(), before);
-  std::string script = "set -e\n";
-  std::istringstream lines(messages);
-  for (std::string line; std::getline(lines, line);) {
-    ASSERT_THAT(line, testing::StartsWith("thrown away: "));
-    script += "\"$0\" " + line.substr(13) + '\n';
-  }
-  const ProcessResult restored =
-      support::runProcess("/bin/bash", {"-c", script, DESTRUCTIBLES_PROGRAM}, {.folder = folder_.path()});
-  EXPECT_EQ(restored.status, 0) << script << restored.err;
+  paste(commandsBehind("convert it to structure first", messages));
   EXPECT_EQ(readDatabase(), before);
+}
+
+TEST_F(Convert, PrintsCommandsOfWhichNoneIsRefusedBehindItsMark) {
+  folder_.write("scripts/destructibles_effects.xml", "<root/>");
+  const std::string name = "<entry><filename>content/buildings/house.model</filename>";
+  const auto state = [](const std::string& title, const std::string& materials) {
+    return "<state><name>" + title + "</name><destroyedMaterials>" + materials +
+           "</destroyedMaterials></state>";
+  };
+  writeDatabase(
+      "<root><fragiles>" + name +
+      "<health>7</health><effectScale>1.0002</effectScale><matName>n_renamed</matName></entry>" + name +
+      "<health>9</health><effectScale>1.0002</effectScale><matName>n_renamed</matName></entry>"
+      "</fragiles><fallingAtoms>" +
+      name + "<health>8</health><fractureEffect>crack</fractureEffect></entry></fallingAtoms><structures>" +
+      name +
+      "<modules><module><matName>n_wall_1</matName><effectScale>1.0002</effectScale></module>"
+      "<module><matName>attic</matName><health>5</health></module></modules><states>" +
+      state("forced", "n_wall_1 s_ground") + state("stale", "n_wall_1 lintel n_wall_2 n_wall_1") +
+      state("undamaged", "n_wall_1") + "</states></entry></structures></root>");
+  const Json before = shown(kHouse);
+  const std::string messages = messagesOf({"convert", kHouse, "none"});
+
+  makeStructure();
+  paste(commandsBehind("convert it to structure first", messages));
+  Json expected = before.at("states");
+  expected["stale"] = {"n_wall_1", "n_wall_2"};
+  EXPECT_EQ(shown(kHouse).at("states"), expected);
+  EXPECT_EQ(shown(kHouse).at("modules").at("n_wall_1").at("health"), 80);
+  EXPECT_THAT(
+      messages,
+      testing::AllOf(testing::HasSubstr("the state \"undamaged\" cannot be given back, since a built-in "
+                                        "state has its name; it listed \"n_wall_1\"\n"),
+                     testing::HasSubstr("the state \"stale\" listed a material more than once: "
+                                        "\"n_wall_1\"")));
+
+  EXPECT_EQ(run({"convert", kHouse, "fragile"}).status, 0);
+  paste(commandsBehind("convert it to fragile first", messages));
+  EXPECT_EQ(shown(kHouse).at("fragile").at("health"), 9);
+  EXPECT_EQ(run({"convert", kHouse, "falling-atom"}).status, 0);
+  paste(commandsBehind("convert it to falling-atom first", messages));
+  EXPECT_EQ(shown(kHouse).at("fallingAtom").at("health"), 8);
+  EXPECT_EQ(shown(kHouse).at("fallingAtom").at("fractureEffect"), "crack");
+
+  EXPECT_EQ(commandsBehind("another entry; convert it to fragile first", messages),
+            Arguments{"set content/buildings/house.model health=7"});
+  EXPECT_EQ(commandsBehind("import it with that material and convert it to fragile first", messages),
+            Arguments{"set content/buildings/house.model matName=n_renamed"});
+  EXPECT_EQ(commandsBehind("import it with that material and convert it to structure first", messages),
+            Arguments{"state content/buildings/house.model add-material stale lintel"});
+  EXPECT_EQ(commandsBehind("import it with that part and convert it to structure first", messages),
+            Arguments{"set content/buildings/house.model --module attic health=5 effectScale=1 effectHP= "
+                      "ramEffect=none hitEffect= decayEffect=none"});
+}
+
+TEST_F(Convert, NamesNothingAsThrownAwayWhenTheSaveIsRefused) {
+  writeDatabase(
+      "<root><structures><filename>content/props/crate.model</filename><entry><filename>rock.model</filename>"
+      "</entry></structures><fragiles><entry><filename>content/props/crate.model</filename>"
+      "<health>99</health></entry></fragiles></root>");
+  EXPECT_THAT(refusal({"convert", kCrate, "none"}), testing::HasSubstr("nothing was saved"));
 }
 
 TEST_F(Convert, BetweenCategoriesPrintsWhatItThrowsAway) {
@@ -112,7 +185,8 @@ TEST_F(Convert, BetweenCategoriesPrintsWhatItThrowsAway) {
   EXPECT_EQ(run({"set", kCrate, "health=12", "hitEffect=inf_hit_wood"}).status, 0);
   EXPECT_EQ(messagesOf({"convert", kCrate, "structure"}),
             "Model is set as structure.\n"
-            "thrown away: set content/props/crate.model health=12 hitEffect=inf_hit_wood\n"
+            "thrown away (convert it to fragile first): set content/props/crate.model health=12 "
+            "hitEffect=inf_hit_wood\n"
             "the entry of the model in the section \"fragiles\" is removed from the file\n");
 }
 

@@ -114,7 +114,10 @@ TEST_F(AGoneModel, LosesItsEntryWithAllItsBytesWhenItIsConvertedToNone) {
   EXPECT_EQ(removal.out,
             "content/props/barrel.model: category fragile -> none\n"
             "content/props/barrel.model: removed its entry in fragiles\n");
-  EXPECT_EQ(removal.err, "destructibles: thrown away: set content/props/barrel.model health=35\n");
+  EXPECT_EQ(removal.err,
+            "destructibles: thrown away (import it and convert it to fragile first): set "
+            "content/props/barrel.model health=35 effectHP= matName= effect=none hitEffect=\n"
+            "destructibles: the key \"mine\" (\"kept?\") of the entry in \"fragiles\" is not kept\n");
   EXPECT_EQ(readDatabase(), without("\n\t\t<entry><filename>content/props/barrel.model</filename>"
                                     "<health>35</health><mine>kept?</mine></entry>"));
   EXPECT_EQ(refusal({"show", kBarrel}),
@@ -136,7 +139,7 @@ TEST_F(AGoneModel, LosesEveryEntryInEverySectionOfACategory) {
   writeDatabase("<root><trees>" + entry + "</trees><fragiles>" + entry + other + entry +
                 "</fragiles><houses>" + other + entry + "</houses><fragiles>" + other + entry +
                 "</fragiles></root>");
-  EXPECT_EQ(result({"convert", "gone.model", "none"}),
+  EXPECT_EQ(run({"convert", "gone.model", "none"}).out,
             "gone.model: category fragile -> none\n"
             "gone.model: removed its entry in fragiles\n"
             "gone.model: removed its entry in fragiles\n"
@@ -162,6 +165,44 @@ TEST_F(AGoneModel, IsRefusedEveryOtherEdit) {
                                      {"watch", kBarrel},
                                      {"show", kBarrel, "--state", "destroyed"}})
     EXPECT_EQ(refusal(arguments), reason) << testing::PrintToString(arguments);
+}
+
+TEST_F(AGoneModel, IsGivenItsEntryBackByThePrintedCommandsWhenItWasImportedAgain) {
+  const std::vector<std::pair<std::string, std::string>> entries = {
+      {"fragile", "<fragiles>NAME<health>5</health><effect>none</effect></entry></fragiles>"},
+      {"fragile", "<fragiles>NAME<matName>n_wood</matName><effectHP>HP_b</effectHP></entry></fragiles>"},
+      {"falling-atom", "<fallingAtoms>NAME<health>20</health></entry></fallingAtoms>"},
+      {"structure",
+       "<structures>NAME<modules><module><matName>n_wood</matName></module></modules><states><state><name>a"
+       "</name><destroyedMaterials>n_wood s_plinth "
+       "</destroyedMaterials></state></states></entry></structures>"}};
+  for (auto [category, file] : entries) {
+    file.replace(file.find("NAME"), 4, "<entry><filename>" + std::string(kBarrel) + "</filename>");
+    writeDatabase("<root>" + file + "</root>");
+    const Json before = shown(kBarrel);
+    const std::string begin =
+        "destructibles: thrown away (import it and convert it to " + category + " first): ";
+    std::istringstream messages(run({"convert", kBarrel, "none"}).err);
+    support::writeModel(folder_, "content/props/barrel",
+                        {.materials = {{"n_wood", 73}, {"s_plinth", 0}},
+                         .bsp = {"n_wood"},
+                         .nodes = {"HP_a", "HP_b"},
+                         .corner = "9 9 9"});
+    std::string script = "set -e\n\"$0\" convert " + std::string(kBarrel) + ' ' + category + '\n';
+    for (std::string line; std::getline(messages, line);) {
+      ASSERT_THAT(line, testing::StartsWith(begin));
+      script += "\"$0\" " + line.substr(begin.size()) + '\n';
+    }
+    const ProcessResult pasted =
+        support::runProcess("/bin/bash", {"-c", script, DESTRUCTIBLES_PROGRAM}, {.folder = folder_.path()});
+    EXPECT_EQ(pasted.status, 0) << script << pasted.err;
+    for (const char* const key : {"fragile", "fallingAtom", "modules"})
+      EXPECT_EQ(shown(kBarrel).value(key, Json()), before.value(key, Json())) << script;
+    if (category == "structure") {
+      EXPECT_EQ(shown(kBarrel).at("states").at("a"), before.at("states").at("a"));
+    }
+    std::filesystem::remove(folder_ / kBarrel);
+  }
 }
 
 TEST_F(AGoneModel, IsEditedAsAnyOtherOnceItWasImported) {
@@ -200,7 +241,7 @@ TEST_F(AGoneModel, WithANameThatNoModelCanHaveIsShownAndRemoved) {
     for (const Json& entry : list) EXPECT_EQ(entry.at("modelFile"), entry.at("model") == kCrate) << entry;
     EXPECT_EQ(Json::parse(result({"show", "--json", "--", name})).at("category"), "fragile") << name;
     EXPECT_EQ(run({"set", "--", name, "health=3"}).status, 1) << name;
-    EXPECT_EQ(result({"convert", "--", name, "none"}),
+    EXPECT_EQ(run({"convert", "--", name, "none"}).out,
               (name == "content\\props\\crate.model" ? "content\\\\props\\\\crate.model" : name) +
                   ": category fragile -> none\n" +
                   (name == "content\\props\\crate.model" ? "content\\\\props\\\\crate.model" : name) +
@@ -238,7 +279,9 @@ TEST_F(AGoneModel, ThatASectionNamesTooLosesItsEntriesAloneAndAMessageTellsOfThe
   EXPECT_EQ(
       removal.err,
       "destructibles: the section \"fragiles\" has the <filename> \"gone.model\" itself and stays as it "
-      "is; take that <filename> out of scripts/destructibles.xml\n");
+      "is; take that <filename> out of scripts/destructibles.xml\n"
+      "destructibles: thrown away (import it and convert it to fragile first): set gone.model health=5 "
+      "effectHP= matName= effect=none hitEffect=\n");
   EXPECT_EQ(readDatabase(), head + tail);
 }
 

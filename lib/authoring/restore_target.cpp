@@ -1,0 +1,99 @@
+#include <authoring/catalogue.h>
+#include <authoring/health_explanation.h>
+#include <authoring/restore_target.h>
+#include <authoring/save_losses.h>
+#include <destructibles/database_format.h>
+#include <destructibles/health_rules.h>
+#include <destructibles/new_entries.h>
+#include <model/material_kinds.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace Tal::authoring {
+namespace {
+
+namespace keys = database_format::keys;
+
+/// The estimates for new entries; of the rules only the last one looks at the category.
+struct NewHealth {
+  int structure;
+  int object;
+};
+
+NewHealth newHealth(KsDestructiblesHelper& helper) {
+  const std::vector<std::string> undamaged = helper.getMaterialsForState(database_format::kUndamagedState);
+  if (health_rules::isGateOrFence(health_rules::normalisedPath(helper.modelName()))) {
+    const bool isKnown = std::ranges::any_of(health_rules::kMaterialWords, [&](BasicStringRef word) {
+      return health_rules::isAnyNamedAfter(undamaged, word);
+    });
+    // The estimate would log a warning where there can be none.
+    const int health = isKnown ? helper.calculateDestructibleHealth() : health_rules::kUnknownHealth;
+    return {health, health};
+  }
+  const HealthExplanation explanation = explainHealth(helper);
+  if (explanation.rule != HealthRule::category && explanation.rule != HealthRule::structure)
+    return {explanation.health, explanation.health};
+  const std::set<std::string>& collision = helper.bspMaterialNames();
+  const std::ptrdiff_t parts = std::ranges::count_if(
+      undamaged, [&collision](const std::string& name) { return collision.contains(name); });
+  return {health_rules::structureHealth(parts), health_rules::kObjectHealth};
+}
+
+Description newEntries(KsDestructiblesHelper& helper) {
+  const NewHealth health = newHealth(helper);
+  const std::vector<std::string>& hardPoints = helper.getHardpointNames();
+  const auto isUndamaged = [&helper](const std::string& name) {
+    return helper.isMaterialKindUndamaged(name);
+  };
+  Description entries;
+  for (const auto& [name, kind] : helper.getMaterialNames()) {
+    if (isUndamaged(name)) entries.modules.emplace(name, new_entries::module(health.structure));
+  }
+  new_entries::assignHardPoints(entries.modules, hardPoints);
+  entries.fragile = new_entries::fragile(
+      health.object, hardPoints,
+      new_entries::intactMaterial(helper.bspMaterialNames(), helper.getMaterialNames(), isUndamaged));
+  entries.fallingAtom = new_entries::fallingAtom(health.object);
+  return entries;
+}
+
+std::string verdictOn(const std::string& modelName) {
+  return database_format::isVariantName(modelName) ? "a variant cannot have it" : "";
+}
+
+}  // namespace
+
+RestoreTarget targetOf(KsDestructiblesHelper& helper) {
+  RestoreTarget target;
+  target.modelName = helper.modelName();
+  target.newEntries = newEntries(helper);
+  target.namedMaterials = helper.bspMaterialNames();
+  for (const auto& [name, kind] : helper.getMaterialNames()) {
+    target.namedMaterials.insert(name);
+    target.materials.emplace(name, material_kinds::isUndamaged(kind));
+  }
+  const std::map<std::string, std::string> dropped = droppedModules(helper, target.newEntries.modules);
+  for (const auto& [name, module] : target.newEntries.modules) {
+    if (!dropped.contains(name)) target.modules.insert(name);
+  }
+  target.verdict = verdictOn(target.modelName);
+  return target;
+}
+
+RestoreTarget targetOfGone(const std::string& modelName, const Description& entries) {
+  RestoreTarget target;
+  target.modelName = modelName;
+  target.newEntries.fragile = new_entries::fragile(health_rules::kUnknownHealth, {}, "");
+  target.newEntries.fallingAtom = new_entries::fallingAtom(health_rules::kUnknownHealth);
+  for (const auto& [name, module] : entries.modules)
+    target.newEntries.modules.emplace(name, new_entries::module(health_rules::kUnknownHealth));
+  target.unknownKeys = {keys::kHealth, keys::kEffectHardPoint, keys::kMaterialName};
+  target.isThere = false;
+  target.need = canNameModel(modelName) ? "import it" : "import it under another name";
+  target.verdict = verdictOn(modelName);
+  return target;
+}
+
+}  // namespace Tal::authoring
