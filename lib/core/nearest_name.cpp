@@ -1,10 +1,10 @@
+#include <core/ascii_case.h>
 #include <core/display_text.h>
 #include <core/nearest_name.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <limits>
-#include <numeric>
 
 namespace Tal {
 namespace {
@@ -12,22 +12,33 @@ namespace {
 constexpr std::size_t kComparedLength = 64;  // bounds the work on hostile names
 constexpr std::size_t kShownCandidates = 3;
 
-/// The number of edits that turn `from` into `to`, or any number of at least `limit` when it is that large.
+// A letter of another case counts so little that no number of them is as much as an edit.
+constexpr std::size_t kOtherCase = 1;
+constexpr std::size_t kEdit = kComparedLength + 1;
+
+std::size_t costOfReplacing(char from, char to) {
+  if (from == to) return 0;
+  return toLowerAscii(from) == toLowerAscii(to) ? kOtherCase : kEdit;
+}
+
+/// What the edits that turn `from` into `to` cost, or any number of at least `limit` when it is that much.
 std::size_t editDistance(BasicStringRef from, BasicStringRef to, std::size_t limit) {
   const std::size_t lengthGap = std::max(from.size(), to.size()) - std::min(from.size(), to.size());
-  if (lengthGap >= limit) return limit;
+  if (lengthGap * kEdit >= limit) return limit;
   std::vector<std::size_t> beforeLast;
   std::vector<std::size_t> last(to.size() + 1);
-  std::iota(last.begin(), last.end(), std::size_t{0});
+  for (std::size_t column = 0; column < last.size(); ++column) last[column] = column * kEdit;
   for (std::size_t row = 1; row <= from.size(); ++row) {
     std::vector<std::size_t> current(to.size() + 1);
-    current[0] = row;
+    current[0] = row * kEdit;
     for (std::size_t column = 1; column <= to.size(); ++column) {
-      const std::size_t replaced = last[column - 1] + (from[row - 1] == to[column - 1] ? 0 : 1);
-      current[column] = std::min({replaced, last[column] + 1, current[column - 1] + 1});
-      const bool isSwap =
-          row > 1 && column > 1 && from[row - 1] == to[column - 2] && from[row - 2] == to[column - 1];
-      if (isSwap) current[column] = std::min(current[column], beforeLast[column - 2] + 1);
+      const std::size_t replaced = last[column - 1] + costOfReplacing(from[row - 1], to[column - 1]);
+      current[column] = std::min({replaced, last[column] + kEdit, current[column - 1] + kEdit});
+      if (row == 1 || column == 1) continue;
+      const std::size_t otherCases =
+          costOfReplacing(from[row - 1], to[column - 2]) + costOfReplacing(from[row - 2], to[column - 1]);
+      if (otherCases < kEdit)
+        current[column] = std::min(current[column], beforeLast[column - 2] + kEdit + otherCases);
     }
     if (*std::min_element(current.begin(), current.end()) >= limit) return limit;
     beforeLast = std::move(last);
@@ -45,7 +56,7 @@ std::string nearestName(BasicStringRef name, const std::vector<std::string>& can
   for (const std::string& candidate : candidates) {
     if (candidate == name) return candidate;
     const BasicStringRef compared = BasicStringRef(candidate).substr(0, kComparedLength);
-    const std::size_t allowed = std::max(wanted.size(), compared.size()) / 2;
+    const std::size_t allowed = std::max(wanted.size(), compared.size()) * kEdit / 2;
     const std::size_t limit = std::min(nearestDistance, allowed + 1);
     const std::size_t distance = editDistance(wanted, compared, limit);
     if (distance >= limit) continue;

@@ -17,6 +17,23 @@ TEST(TheNearestName, CountsASwapOfNeighboursAsOneEdit) {
   EXPECT_EQ(nearestName("hlta", {"hxya", "hlat"}), "hlat");
 }
 
+TEST(TheNearestName, IsTheOneThatDiffersInTheCaseOfLettersAlone) {
+  EXPECT_EQ(nearestName("INF_CRATE_WOOD", {"INF_HIT_WOOD", "inf_crate_wood"}), "inf_crate_wood");
+  EXPECT_EQ(nearestName("NONE", {"nine", "none"}), "none");
+  EXPECT_EQ(nearestName("HITEFFECT", {"effect", "ramEffect", "hitEffect"}), "hitEffect");
+  EXPECT_EQ(nearestName("N_A_0", {"N_B_1", "n_a_0"}), "n_a_0");
+  EXPECT_EQ(nearestName("INF_CRATE_WOD", {"inf_crate_wood", "INF_X"}), "inf_crate_wood");
+}
+
+TEST(TheNearestName, OfSeveralThatDifferInCaseIsTheOneWithTheFewestSuchLetters) {
+  EXPECT_EQ(nearestName("Wall", {"WALL", "wall", "waLL"}), "wall");
+  EXPECT_EQ(nearestName("Wal", {"WALL", "wall"}), "wall");
+}
+
+TEST(TheNearestName, TakesLettersOutsideAsciiAsTheyAre) {
+  EXPECT_EQ(nearestName("\xC3\x84", {"\xC3\xA4z", "z"}), "");
+}
+
 TEST(TheNearestName, IsTheNameItselfWhenItExists) {
   EXPECT_EQ(nearestName("b", {"a", "b"}), "b");
 }
