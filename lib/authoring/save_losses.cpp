@@ -145,12 +145,27 @@ OwnEntry ownEntry(const DataSection& root, const std::string& modelName, BasicSt
   return own;
 }
 
-std::string otherModelIn(const DataSection& section, const std::string& modelName) {
-  for (const SmartPointer<DataSection>& entry : section) {
-    std::string model = modelOf(*entry);
-    if (!model.empty() && model != modelName) return model;
+bool isKeyOfEntry(const DataSection& child, const std::string& modelName) {
+  const std::string tag(child.tag());
+  if (tag == tags::kModules || tag == tags::kStates) return true;
+  if (child.childCount() > 0) return false;
+  if (tag == keys::kFileName) return child.value() == modelName;
+  const auto isIn = [&tag](const std::vector<std::string>& names) {
+    return std::find(names.begin(), names.end(), tag) != names.end();
+  };
+  return isIn(keysOf<KsDestructibleFragileDesc>()) || isIn(keysOf<KsDestructibleFallingAtomDesc>());
+}
+
+// What a section that has the model's <filename> itself holds beside entries of the model and their keys.
+std::string foreignIn(const DataSection& section, const std::string& modelName) {
+  for (const SmartPointer<DataSection>& child : section) {
+    const std::string model = modelOf(*child);
+    if (model == modelName || (child->childCount() == 0 && child->value().empty())) continue;
+    if (!model.empty()) return "the entry of " + quotedName(model);
+    if (!isKeyOfEntry(*child, modelName))
+      return "the <" + shownName(child->tag()) + ">, which names no model,";
   }
-  return {};
+  return section.value().empty() ? "" : "the text in it";
 }
 
 }  // namespace
@@ -218,7 +233,7 @@ std::vector<RemovedSection> sectionsRemovedBySave(const std::string& modelName) 
   for (int place = root->findChildWith(keys::kFileName, modelName); place != -1;
        place = root->findChildWith(keys::kFileName, modelName, place + 1)) {
     const SmartPointer<DataSection> section = root->child(place);
-    removed.push_back({std::string(section->tag()), otherModelIn(*section, modelName)});
+    removed.push_back({std::string(section->tag()), foreignIn(*section, modelName)});
   }
   return removed;
 }

@@ -37,7 +37,7 @@ std::vector<LostEntry> entriesLostBySave(const DataSection& database, const std:
 /// A child of the database's root that a save of a model removes whole.
 struct RemovedSection {
   std::string tag;
-  std::string otherModel;  ///< the first other model with an entry in it; empty when there is none
+  std::string foreign;  ///< the first thing in it that is not the model's, for a message; empty without any
 };
 
 /// What the next save of a model, whatever its category, removes whole: every child of the root that has the

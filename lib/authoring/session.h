@@ -150,7 +150,7 @@ class Session {
   ///
   /// Refused once when another program has given the model another category since it was edited here; the
   /// next save replaces that. Refused as long as a section of the file has the model's <filename> itself and
-  /// holds entries of other models, which would be removed with it.
+  /// holds anything that is not the model's, which would be removed with it.
   ///
   /// Once saved, the outcome has the warnings of this save (see saveWarnings) as they were just before the
   /// file was written, while no other program could save it. Refused within an open SaveGroup of the host,

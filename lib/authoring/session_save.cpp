@@ -133,10 +133,10 @@ std::string Session::refusalOfSave() const {
   const std::string file = database_format::kDatabaseFile;
   if (!openDatabase()) return file + " cannot be read, so nothing was saved; restore the file and save again";
   for (const RemovedSection& removed : sectionsRemovedBySave(modelName())) {
-    if (removed.otherModel.empty()) continue;
+    if (removed.foreign.empty()) continue;
     return "the section " + quotedName(removed.tag) + " of " + file + " has the <filename> " +
-           quotedName(modelName()) + " itself, and a save would remove all of it, the entry of " +
-           quotedName(removed.otherModel) + " too; nothing was saved: take that <filename> out of the file";
+           quotedName(modelName()) + " itself, and a save would remove all of it, " + removed.foreign +
+           " too; nothing was saved: take that <filename> out of the file";
   }
   if (const std::optional<KsDestructibleType> category = model_->takeForeignCategory()) {
     return "another program has meanwhile changed the category of " + quotedName(modelName()) + " to " +

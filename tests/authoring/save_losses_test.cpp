@@ -145,6 +145,42 @@ TEST_F(ASectionWithAFilename, KeepsTheModelFromBeingSavedWhileItHoldsAnotherMode
   }
 }
 
+TEST_F(ASectionWithAFilename, KeepsTheModelFromBeingSavedWhileItHoldsAnythingThatIsNotTheModels) {
+  const std::pair<std::string, std::string> foreign[] = {
+      {"<entry><health>77</health></entry>", "the <entry>, which names no model,"},
+      {"<entry><filename/><note>ask</note></entry>", "the <entry>, which names no model,"},
+      {"<entry>text</entry>", "the <entry>, which names no model,"},
+      {"<note>ask</note>", "the <note>, which names no model,"},
+      {"<health><mine>1</mine></health>", "the <health>, which names no model,"},
+      {"<filename>rock</filename>", "the <filename>, which names no model,"},
+      {"text", "the text in it"}};
+  for (const auto& [content, name] : foreign) {
+    const std::string text = "<root><structures><filename>content/props/crate.model</filename>" + content +
+                             "</structures><fragiles>" + kOwn + "</fragiles></root>";
+    writeDatabase(text);
+    const auto session = open(kCrate);
+    expectDone(session->set({{"health", "8"}}));
+    EXPECT_EQ(session->save().refusal,
+              "the section \"structures\" of scripts/destructibles.xml has the <filename> "
+              "\"content/props/crate.model\" itself, and a save would remove all of it, " +
+                  name + " too; nothing was saved: take that <filename> out of the file");
+    EXPECT_EQ(readDatabase(), text);
+  }
+}
+
+TEST_F(ASectionWithAFilename, GoesWhenAllThatItHoldsIsTheModels) {
+  for (const std::string content :
+       {kOwn, "<health>3</health><physicParams>1</physicParams>", "<modules><module/></modules><states/>",
+        "<entry/><note/>", "<achievementTag>tag</achievementTag>"}) {
+    writeDatabase("<root><trees><filename>content/props/crate.model</filename>" + content +
+                  "</trees><fragiles>" + kOwn + "</fragiles></root>");
+    const auto session = open(kCrate);
+    expectDone(session->set({{"health", "8"}}));
+    expectDone(session->save());
+    EXPECT_THAT(readDatabase(), testing::Not(testing::HasSubstr("trees"))) << content;
+  }
+}
+
 TEST_F(ASectionWithAFilename, OfAnotherModelIsNoLoss) {
   const std::string rock = "<filename>rock</filename><entry><filename>rock</filename></entry>";
   writeDatabase("<root><fragiles>" + rock + kOwn + "</fragiles></root>");
