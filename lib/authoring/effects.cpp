@@ -36,10 +36,12 @@ std::vector<std::string> effectNames(KsDestructibleType category, BasicStringRef
 
 std::string refusalOfEffects() {
   if (FS::Utils::openSection(database_format::kEffectsFile, false, nullptr)) return {};
-  const bool isThere = FS::fileSystem() != nullptr && FS::fileSystem()->find(database_format::kEffectsFile);
-  return isThere ? std::string(database_format::kEffectsFile) + " cannot be read; mend it first"
-                 : "no resource root holds " + std::string(database_format::kEffectsFile) +
-                       "; make one to offer effects";
+  const std::string file = database_format::kEffectsFile;
+  std::string fault;
+  const FS::MultiFileSystem* const files = FS::fileSystem();
+  if (files != nullptr && files->find(file, &fault)) return file + " cannot be read; mend it first";
+  if (!fault.empty()) return file + ' ' + fault + "; mend that first";
+  return "no resource root holds " + file + "; make one to offer effects";
 }
 
 }  // namespace Tal::authoring

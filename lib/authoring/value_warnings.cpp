@@ -1,6 +1,7 @@
 #include <authoring/category.h>
 #include <authoring/effects.h>
 #include <authoring/value_warnings.h>
+#include <core/ascii_case.h>
 #include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <core/white_space.h>
@@ -50,12 +51,12 @@ struct Finding {
   std::string text;
 };
 
-/// What the values of a model can name.
+/// What the values of a model can name; without a model, as far as that does not take one.
 class NamesOfModel {
  public:
+  NamesOfModel() = default;
   explicit NamesOfModel(KsDestructiblesHelper& helper)
-      : hardPoints_(helper.getHardpointNames()),
-        materials_(helper.bspMaterialNames().begin(), helper.bspMaterialNames().end()) {
+      : hasModel_(true), hardPoints_(helper.getHardpointNames()), materials_(helper.bspMaterialNames()) {
     for (const auto& [name, kind] : helper.getMaterialNames()) materials_.insert(name);
   }
 
@@ -100,9 +101,9 @@ class NamesOfModel {
 
   static std::optional<Finding> ofPhysics(const std::string& value) {
     if (isSevenNumbers(value)) return std::nullopt;
-    return Finding{
-        Code::malformedPhysics,
-        quotedName(value) + " is not seven numbers with spaces between them, which the game expects"};
+    return Finding{Code::malformedPhysics,
+                   quotedName(value) +
+                       " is not seven numbers with spaces between them, which the game expects; give seven"};
   }
 
   static std::optional<Finding> ofTag(const std::string& value) {
@@ -111,13 +112,13 @@ class NamesOfModel {
   }
 
   std::optional<Finding> ofHardPoint(const std::string& value) const {
-    if (contains(hardPoints_, value)) return std::nullopt;
+    if (!hasModel_ || contains(hardPoints_, value)) return std::nullopt;
     return Finding{Code::unknownHardPoint,
                    "the model has no hard point " + quotedName(value) + nameSuggestion(value, hardPoints_)};
   }
 
   std::optional<Finding> ofMaterial(const std::string& value) const {
-    if (materials_.contains(value)) return std::nullopt;
+    if (!hasModel_ || materials_.contains(value)) return std::nullopt;
     return Finding{Code::unknownMaterial, "the model has no material " + quotedName(value) +
                                               nameSuggestion(value, {materials_.begin(), materials_.end()})};
   }
@@ -127,19 +128,27 @@ class NamesOfModel {
     readEffects();
     const std::vector<std::string>& own = effects_[category];
     if (!hasEffects_ || contains(own, value)) return std::nullopt;
+    std::vector<std::string> meant = own;
+    if (lowerAscii(value) == UNDEFINED_EFFECT) meant.emplace_back(UNDEFINED_EFFECT);
     std::vector<std::string> owners;
     for (const auto& [other, names] : effects_) {
       if (contains(names, value)) owners.emplace_back(categoryName(other));
     }
     const std::string wanted(categoryName(category));
     if (owners.empty()) {
+      if (own.empty() && meant.empty()) {
+        return Finding{Code::unknownEffect,
+                       std::string(database_format::kEffectsFile) + " has no effects for a " + wanted +
+                           " at all, so " + quotedName(value) + " is none; add it there, or set \"none\""};
+      }
       return Finding{Code::unknownEffect, std::string(database_format::kEffectsFile) + " has no effect " +
                                               quotedName(value) + " for a " + wanted +
-                                              nameSuggestion(value, own)};
+                                              nameSuggestion(value, meant)};
     }
     return Finding{Code::foreignEffect, quotedName(value) + " is an effect for a " + owners.front() +
                                             (owners.size() > 1 ? " or a " + owners.back() : "") +
-                                            ", not for a " + wanted + nameSuggestion(value, own)};
+                                            ", not for a " + wanted +
+                                            (own.empty() ? "; set \"none\"" : nameSuggestion(value, own))};
   }
 
   // Once there is an effect to look for: whoever needs none is not told of a file that cannot be read.
@@ -149,7 +158,8 @@ class NamesOfModel {
     hasEffects_ = std::ranges::any_of(effects_, [](const auto& entry) { return !entry.second.empty(); });
   }
 
-  const std::vector<std::string>& hardPoints_;
+  bool hasModel_ = false;
+  std::vector<std::string> hardPoints_;
   std::set<std::string> materials_;
   std::map<KsDestructibleType, std::vector<std::string>> effects_;
   bool hasEffects_ = false;
@@ -157,6 +167,18 @@ class NamesOfModel {
 
 void append(std::vector<ValueWarning>& warnings, std::vector<ValueWarning> more) {
   std::ranges::move(more, std::back_inserter(warnings));
+}
+
+std::vector<ValueWarning> warningsOfRecords(NamesOfModel names, const Description& description) {
+  if (description.fragile) return names.warningsOf(DT_FRAGILE, "", fieldsOf(*description.fragile));
+  if (description.fallingAtom)
+    return names.warningsOf(DT_FALLING_ATOMS, "", fieldsOf(*description.fallingAtom));
+  std::vector<ValueWarning> warnings;
+  if (description.category != DT_STRUCTURE) return warnings;
+  append(warnings, names.warningsOf(DT_STRUCTURE, "", {{keys::kAchievementTag, description.achievementTag}}));
+  for (const auto& [name, module] : description.modules)
+    append(warnings, names.warningsOf(DT_STRUCTURE, name, fieldsOf(module)));
+  return warnings;
 }
 
 }  // namespace
@@ -191,16 +213,11 @@ std::vector<ValueWarning> valueWarningsOf(KsDestructiblesHelper& helper, KsDestr
 }
 
 std::vector<ValueWarning> valueWarningsOf(KsDestructiblesHelper& helper, const Description& description) {
-  NamesOfModel names(helper);
-  if (description.fragile) return names.warningsOf(DT_FRAGILE, "", fieldsOf(*description.fragile));
-  if (description.fallingAtom)
-    return names.warningsOf(DT_FALLING_ATOMS, "", fieldsOf(*description.fallingAtom));
-  std::vector<ValueWarning> warnings;
-  if (description.category != DT_STRUCTURE) return warnings;
-  append(warnings, names.warningsOf(DT_STRUCTURE, "", {{keys::kAchievementTag, description.achievementTag}}));
-  for (const auto& [name, module] : description.modules)
-    append(warnings, names.warningsOf(DT_STRUCTURE, name, fieldsOf(module)));
-  return warnings;
+  return warningsOfRecords(NamesOfModel(helper), description);
+}
+
+std::vector<ValueWarning> valueWarningsOf(const Description& description) {
+  return warningsOfRecords(NamesOfModel(), description);
 }
 
 }  // namespace Tal::authoring

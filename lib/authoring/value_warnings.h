@@ -43,4 +43,7 @@ std::vector<ValueWarning> valueWarningsOf(KsDestructiblesHelper& helper, KsDestr
 /// The same of all records of a description: the model's own before the modules.
 std::vector<ValueWarning> valueWarningsOf(KsDestructiblesHelper& helper, const Description& description);
 
+/// The same without a model: hard points and materials are not compared.
+std::vector<ValueWarning> valueWarningsOf(const Description& description);
+
 }  // namespace Tal::authoring

@@ -240,10 +240,10 @@ TEST_F(Edits, WarnOfPhysicParametersThatAreNotSevenNumbers) {
   for (const char* const text : {"1 2 3 4 5 6", "1 2 3 4 5 6 x", "1 2 3 4 5 6 7 8", ""}) {
     const Outcome outcome = session->set({{"physicParams", text}});
     expectDone(outcome);
-    EXPECT_THAT(
-        outcome.warnings,
-        testing::ElementsAre("physicParams: \"" + std::string(text) +
-                             "\" is not seven numbers with spaces between them, which the game expects"));
+    EXPECT_THAT(outcome.warnings,
+                testing::ElementsAre(
+                    "physicParams: \"" + std::string(text) +
+                    "\" is not seven numbers with spaces between them, which the game expects; give seven"));
     EXPECT_EQ(session->description().fallingAtom.value().physicParams, text);
   }
 }

@@ -220,6 +220,15 @@ TEST_F(TheEffects, AreThoseOfTheCategoryWhoseNamesHoldTheKeyInAnyCase) {
   EXPECT_EQ(refusalOfEffects(), "");
 }
 
+TEST_F(TheEffects, AreRefusedWithWhatStandsInThePlaceOfTheFile) {
+  const std::string file = "scripts/destructibles_effects.xml";
+  std::filesystem::create_directory(root_ / file);
+  EXPECT_EQ(refusalOfEffects(), file + " is no regular file; mend that first");
+  std::filesystem::remove(root_ / file);
+  std::filesystem::create_symlink("/etc/passwd", root_ / file);
+  EXPECT_EQ(refusalOfEffects(), file + " leads out of its root through a link; mend that first");
+}
+
 TEST_F(TheEffects, AreRefusedWithoutAFileThatCanBeRead) {
   EXPECT_EQ(refusalOfEffects(),
             "no resource root holds scripts/destructibles_effects.xml; make one to offer effects");

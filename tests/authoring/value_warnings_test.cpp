@@ -78,6 +78,42 @@ TEST_F(QuestionableValues, AreEffectsOfOtherCategories) {
                           "falling-atom; there is \"inf_lamp_fracture\" and \"inf_lamp_touchdown\""));
 }
 
+TEST_F(QuestionableValues, AreEffectsInAnotherCase) {
+  EXPECT_THAT(ofCrate({{"effect", "INF_CRATE_BURST"}}),
+              ElementsAre("effect: scripts/destructibles_effects.xml has no effect \"INF_CRATE_BURST\" for a "
+                          "fragile; did you mean \"inf_crate_burst\"?"));
+  for (const std::string none : {"None", "NONE"}) {
+    EXPECT_THAT(ofCrate({{"effect", none}}),
+                ElementsAre("effect: scripts/destructibles_effects.xml has no effect \"" + none +
+                            "\" for a fragile; did you mean \"none\"?"));
+  }
+}
+
+TEST_F(QuestionableValues, AreEffectsWhereTheFileHasNoneOfTheCategory) {
+  writeEffects("<fallingAtoms><inf_lamp/></fallingAtoms>");
+  EXPECT_THAT(ofCrate({{"effect", "inf_crate_burst"}, {"hitEffect", "inf_lamp"}}),
+              ElementsAre("effect: scripts/destructibles_effects.xml has no effects for a fragile at all, so "
+                          "\"inf_crate_burst\" is none; add it there, or set \"none\"",
+                          "hitEffect: \"inf_lamp\" is an effect for a falling-atom, not for a fragile; set "
+                          "\"none\""));
+}
+
+TEST_F(QuestionableValues, AreFoundWithoutAModelAsFarAsThatDoesNotTakeOne) {
+  Description description;
+  description.category = DT_STRUCTURE;
+  description.achievementTag = "none";
+  KsDestructibleModuleDesc& module = description.modules["n_wall_1"];
+  module.health = 0;
+  module.effectScale = 0.0F;
+  module.effectHP = "HP_nowhere";
+  module.hitEffect = "inf_wal_dust";
+  std::vector<std::string> found;
+  for (const ValueWarning& warning : valueWarningsOf(description))
+    found.push_back(warning.module + " " + std::string(valueWarningName(warning.code)));
+  EXPECT_THAT(found, ElementsAre(" tag-not-stored", "n_wall_1 no-health", "n_wall_1 no-scale",
+                                 "n_wall_1 unknown-effect"));
+}
+
 TEST_F(QuestionableValues, AreNoEffectsThatPanelsOfferForAnotherField) {
   EXPECT_THAT(open(kLamp)->set({{"fractureEffect", "inf_lamp_touchdown"}}).warnings, IsEmpty());
 }
