@@ -84,12 +84,15 @@ std::string modelJson(const authoring::GoneModel& gone) {
   const Description& description = gone.description;
   Json json = {{"model", gone.modelName},
                {"category", authoring::categoryName(description.category)},
-               {"modelFile", false},
+               {"modelFile", gone.hasModelFile},
                {"missingInDatabase", false},
                {"entries", gone.sections}};
   addRecords(description, json);
   json["states"] = Json(description.states);
-  json["warnings"] = Json::array({{{"warning", "no-model-file"}, {"text", gone.reason}}});
+  json["warnings"] =
+      Json::array({{{"warning", gone.hasModelFile ? "no-visual" : "no-model-file"}, {"text", gone.reason}}});
+  for (const authoring::ValueWarning& warning : authoring::valueWarningsOf(description))
+    json["warnings"].push_back(toJson(warning));
   return jsonText(json);
 }
 

@@ -94,12 +94,13 @@ std::string warningsText(const std::vector<std::string>& warnings, const Style& 
   return text.empty() ? text : "\n" + style.heading("warnings") + "\n" + text;
 }
 
+std::string textOf(const authoring::ValueWarning& warning) {
+  return (warning.module.empty() ? "" : "module " + quotedName(warning.module) + ", ") + warning.text;
+}
+
 std::vector<std::string> textsOf(Session& session, const std::vector<SaveWarning>& ofModules) {
   std::vector<std::string> texts;
-  for (const authoring::ValueWarning& warning : session.valueWarnings()) {
-    const std::string module = warning.module.empty() ? "" : "module " + quotedName(warning.module) + ", ";
-    texts.push_back(module + warning.text);
-  }
+  for (const authoring::ValueWarning& warning : session.valueWarnings()) texts.push_back(textOf(warning));
   for (const authoring::MaterialWarning& warning : session.materialWarnings()) texts.push_back(warning.text);
   for (const SaveWarning& warning : ofModules) texts.push_back(warning.text);
   return texts;
@@ -163,14 +164,17 @@ std::string modelText(const authoring::GoneModel& gone, const Style& style) {
   const Description& description = gone.description;
   Table overview(kIndent);
   overview.add({"category", categoryText(gone.modelName, description.category)});
-  overview.add({"model file", "none"});
+  overview.add({"model file", gone.hasModelFile ? "without its visual" : "none"});
   overview.add({"entries", joined(gone.sections)});
   if (description.category == DT_STRUCTURE)
     overview.add({"achievementTag", orNothing(escapeControls(description.achievementTag))});
   std::string text = style.heading(escapeControls(gone.modelName)) + "\n" + overview.text();
   text += recordsText(description, {}, style);
   if (!description.states.empty()) text += statesText(description.states, style);
-  return text + warningsText({gone.reason}, style);
+  std::vector<std::string> warnings = {gone.reason};
+  for (const authoring::ValueWarning& warning : authoring::valueWarningsOf(description))
+    warnings.push_back(textOf(warning));
+  return text + warningsText(warnings, style);
 }
 
 }  // namespace Tal::cli

@@ -17,10 +17,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A name that cannot be a resource has no file; asking for it would only be reported.
+// Of a model that is gone nothing needs to be reported.
 bool isModelFile(const std::string& model) {
   const FS::MultiFileSystem* const files = FS::fileSystem();
-  return files != nullptr && canNameModel(model) && files->find(model).has_value();
+  return files != nullptr && canNameModel(model) && !files->holdNoFile(model) &&
+         files->find(model).has_value();
 }
 
 std::map<std::string, CategoryMarks> gatherMarks(const DataSection& root) {

@@ -7,6 +7,7 @@
 #include <authoring/thrown_away.h>
 #include <core/display_text.h>
 #include <destructibles/database_format.h>
+#include <model/gltf_import.h>
 #include <resources/data_section.h>
 #include <resources/data_section_cache.h>
 #include <resources/file_system.h>
@@ -22,27 +23,63 @@ namespace {
 
 using database_format::kDatabaseFile;
 
-// What the resource roots have in its place may be the model, if it cannot be looked at.
-bool isGone(const std::string& modelName) {
-  const FS::MultiFileSystem* const files = FS::fileSystem();
-  if (files == nullptr || modelName.empty()) return false;
-  if (!canNameModel(modelName)) return true;
-  std::string fault;
-  return !files->find(modelName, &fault) && fault.empty();
-}
+/// Why a model is gone and what to do.
+struct Absence {
+  std::string reason;
+  bool hasModelFile = false;
+};
 
-std::string reasonOf(const std::string& modelName) {
-  const std::string name = quotedName(modelName);
-  const std::string file = kDatabaseFile;
-  if (canNameModel(modelName)) {
-    return "the resource roots hold no model " + name + ", only " + file +
-           " has entries of it; import the model first, or convert it to none, which removes them";
-  }
+constexpr const char* kRenaming = "give the entries the <filename> of another model";
+constexpr const char* kRemoval = ", or convert it to none, which removes ";
+
+Absence ofMisspelt(const std::string& modelName) {
   const std::string refusal = FS::MultiFileSystem::refusalOf(modelName);
   const std::string fault =
       refusal.empty() ? "is spelled " + quotedName(normalisedName(modelName)) + " in the database" : refusal;
-  return "the model name " + name + ' ' + fault + ", so the entries that " + file +
-         " has under it are no model's; use another name, or convert this one to none, which removes them";
+  return {"the model name " + quotedName(modelName) + ' ' + fault + ", so the entries that " + kDatabaseFile +
+          " has under it are no model's; use another name, or convert this one to none, which removes them"};
+}
+
+Absence withoutFile(const FS::MultiFileSystem& files, const std::string& modelName) {
+  std::string reason = "the resource roots hold no model " + quotedName(modelName) + ", only " +
+                       kDatabaseFile + " has entries of it";
+  std::string ofPlace;
+  files.find(modelName, &ofPlace);
+  if (const std::string ofName = faultOfImportedName(modelName); !ofName.empty()) {
+    reason += ", and none can be imported, since that " + ofName + "; " + kRenaming;
+  } else if (!ofPlace.empty()) {
+    reason += ", and what stands in its place " + ofPlace + "; take that away and import the model";
+  } else {
+    reason += "; import the model first";
+  }
+  return {reason + kRemoval + "them"};
+}
+
+// A file that cannot be read says nothing of its visual.
+std::optional<Absence> withoutVisual(const FS::MultiFileSystem& files, const std::string& modelName) {
+  std::string fault;
+  if (!files.find(modelName, &fault)) return std::nullopt;
+  const SmartPointer<DataSection> model = FS::Utils::openSection(modelName, false, nullptr);
+  if (!model) return std::nullopt;
+  const std::string visual = model->readString("visual");
+  if (!files.holdNoFile(visual)) return std::nullopt;
+  const std::string lack = visual.empty()
+                               ? " names no visual"
+                               : " names the visual " + quotedName(visual) + ", which no resource root holds";
+  const bool canImport = faultOfImportedName(modelName).empty();
+  return Absence{"the model " + quotedName(modelName) + lack + "; " +
+                     (canImport ? "import the model again (--force)" : kRenaming) + kRemoval +
+                     "its entries from " + kDatabaseFile,
+                 true};
+}
+
+// What the resource roots have in its place may be the model, if it cannot be looked at.
+std::optional<Absence> absenceOf(const std::string& modelName) {
+  const FS::MultiFileSystem* const files = FS::fileSystem();
+  if (files == nullptr || modelName.empty()) return std::nullopt;
+  if (!canNameModel(modelName)) return ofMisspelt(modelName);
+  if (files->holdNoFile(modelName)) return withoutFile(*files, modelName);
+  return withoutVisual(*files, modelName);
 }
 
 // A session has the record of its category alone.
@@ -57,10 +94,15 @@ Description ofItsCategory(Description description) {
 }
 
 std::optional<GoneModel> readFrom(const DataSection& database, const std::string& modelName) {
-  if (!isGone(modelName)) return std::nullopt;
   FileEntries file = entriesIn(database, modelName);
   if (file.entries.empty()) return std::nullopt;
-  GoneModel gone{modelName, reasonOf(modelName), ofItsCategory(std::move(file.description)), {}};
+  std::optional<Absence> absence = absenceOf(modelName);
+  if (!absence) return std::nullopt;
+  GoneModel gone{modelName,
+                 std::move(absence->reason),
+                 absence->hasModelFile,
+                 ofItsCategory(std::move(file.description)),
+                 {}};
   for (EntryPlace& place : file.entries) gone.sections.push_back(std::move(place.section));
   return gone;
 }
@@ -123,7 +165,7 @@ Removal removeAndSave(const std::string& modelName) {
 }  // namespace
 
 std::optional<GoneModel> readGoneModel(const std::string& modelName) {
-  if (!isGone(modelName)) return std::nullopt;
+  if (modelName.empty()) return std::nullopt;
   const SmartPointer<DataSection> database = openDatabase();
   return database ? readFrom(*database, modelName) : std::nullopt;
 }

@@ -9,18 +9,20 @@
 
 namespace Tal::authoring {
 
-/// A model that has entries in the database, while no resource root holds a model of its name. No session can
-/// be opened on it, since a save without the model would drop what only the model can confirm.
+/// A model that has entries in the database, while no resource root holds a file of its name, or none the
+/// visual that the file names. No session can be opened on it, since a save without the model would drop what
+/// only the model can confirm.
 struct GoneModel {
   std::string modelName;
   std::string reason;                 ///< why it is gone and what to do, a line for a person
+  bool hasModelFile;                  ///< whether the visual alone is gone
   Description description;            ///< what a load takes from the entries
   std::vector<std::string> sections;  ///< the tag of the section of each entry, in the order of the file
 };
 
-/// What the database holds of a gone model. Nothing when a root has the model or something in its place that
-/// cannot be used, when no entry has exactly this name or the database cannot be opened, and for the empty
-/// name: entries without a name are nobody's. Main thread only.
+/// What the database holds of a gone model. Nothing when a root has the model or may have it in a place that
+/// cannot be examined or leads out of the root, when no entry has exactly this name or the database cannot be
+/// opened, and for the empty name: entries without a name are nobody's. Main thread only.
 std::optional<GoneModel> readGoneModel(const std::string& modelName);
 
 /// What became of a removal.

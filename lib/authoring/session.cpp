@@ -22,9 +22,12 @@ std::string refusalOfUnknownModel(const std::string& modelName) {
   const std::string refusal = "the resource roots hold no model " + quotedName(modelName);
   const std::vector<RemovedSection> sections = sectionsRemovedBySave(modelName);
   if (!sections.empty()) {
-    return refusal + "; in " + database_format::kDatabaseFile + " only the section " +
-           quotedName(sections.front().tag) +
-           " itself has that <filename>, which makes it no entry; take it out of the file";
+    std::vector<std::string> tags;
+    for (const RemovedSection& section : sections) tags.push_back(section.tag);
+    const bool isOne = tags.size() == 1;
+    return refusal + "; in " + database_format::kDatabaseFile + " only the section" + (isOne ? " " : "s ") +
+           someNames(tags) + (isOne ? " itself has" : " themselves have") +
+           " that <filename>, which makes no entry; take it out of the file";
   }
   const std::vector<std::string> names = knownModels();
   return refusal + (names.empty() ? " and no other; check the roots, or import a model"
@@ -46,6 +49,8 @@ std::string refusalOfModel(const std::string& modelName) {
                : model + " is spelled " + quotedName(spelled) + " in the database; use that name";
   }
   if (!fault.empty()) return model + " " + fault + "; put the model's files below a root";
+  // What the database has of it is unknown then.
+  if (const std::string ofDatabase = refusalOfDatabase(); !ofDatabase.empty()) return ofDatabase;
   return refusalOfUnknownModel(modelName);
 }
 

@@ -261,25 +261,35 @@ class Importer {
   ImportedModel result_;
 };
 
-/// Why a model cannot have this name; empty when it can.
-std::string faultOfModelName(BasicStringRef modelName) {
+/// Whether a file system takes every step of a path.
+bool isEveryStepShort(BasicStringRef name) {
+  constexpr std::size_t kLongestStep = 255;
+  while (true) {
+    const std::size_t length = std::min(name.find('/'), name.size());
+    if (length > kLongestStep) return false;
+    if (length == name.size()) return true;
+    name.remove_prefix(length + 1);
+  }
+}
+
+}  // namespace
+
+std::string faultOfImportedName(BasicStringRef modelName) {
   const std::string refusal = FS::MultiFileSystem::refusalOf(modelName);
   if (!refusal.empty()) return "is no name of a resource, it " + refusal;
-  if (modelName.size() > kMaxNameLength) return "is too long a name";
+  if (modelName.size() > kMaxNameLength || !isEveryStepShort(modelName)) return "is too long a name";
   if (holdsControls(modelName) || !isStorable(modelName) || trimmed(modelName) != modelName) {
     return "is no name that files can hold";
   }
   const BasicStringRef file = modelName.substr(modelName.rfind('/') + 1);
   if (file.ends_with(kModelExtension) && file.size() > kModelExtension.size()) return {};
-  return "is no name of a model; it must end in " + quotedName(kModelExtension);
+  return "is no name of a model, which must end in " + quotedName(kModelExtension);
 }
-
-}  // namespace
 
 std::optional<ImportedModel> importGltf(const std::filesystem::path& source, BasicStringRef modelName,
                                         const std::filesystem::path& root, const GltfImportOptions& options,
                                         std::string* error) {
-  std::string fault = faultOfModelName(modelName);
+  std::string fault = faultOfImportedName(modelName);
   if (fault.empty()) {
     try {
       std::string stem = normalisedName(modelName);

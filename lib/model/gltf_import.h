@@ -55,6 +55,10 @@ struct ImportedModel {
   std::vector<std::string> warnings;
 };
 
+/// Why no model can be imported under this name, a clause about it ("is too long a name"); empty when one
+/// can. Usable on any thread.
+std::string faultOfImportedName(BasicStringRef modelName);
+
 /// Makes the model `modelName` ("NAME.model"), its visual and its geometry below the resource root `root` out
 /// of the glTF 2.0 file `source` (.glb, or .gltf with its buffers). Empty, with no file made or changed, when
 /// that is not possible; `error` (may be null) then receives one line that names the file and the fault;

@@ -19,24 +19,24 @@ namespace {
 
 constexpr BasicStringRef kNoParent = "-1";
 
-/// Opens a file of the model; null, with the fault in `error`, when that is not possible.
-SmartPointer<DataSection> openModelFile(BasicStringRef name, std::string& error) {
+/// Opens a file of the model; null, with the fault and what to do in `error`, when that is not possible.
+SmartPointer<DataSection> openModelFile(BasicStringRef name, const std::string& advice, std::string& error) {
   const FS::MultiFileSystem* files = FS::fileSystem();
   if (files == nullptr) {
-    error = quotedName(name) + ": cannot be opened, no resource roots are set";
+    error = quotedName(name) + ": cannot be opened, no resource roots are set; set some first";
     return nullptr;
   }
   const std::string refusal = FS::MultiFileSystem::refusalOf(name);
   if (!refusal.empty()) {
-    error = quotedName(name) + ": is no name of a resource, it " + refusal;
+    error = quotedName(name) + ": is no name of a resource, it " + refusal + advice;
     return nullptr;
   }
   if (!files->find(name)) {
-    error = quotedName(name) + ": no resource root holds this file";
+    error = quotedName(name) + ": no resource root holds this file" + advice;
     return nullptr;
   }
   SmartPointer<DataSection> section = FS::Utils::openSection(name, false, nullptr);
-  if (section == nullptr) error = quotedName(name) + ": cannot be read as XML; import the model again";
+  if (section == nullptr) error = quotedName(name) + ": cannot be read as XML" + advice;
   return section;
 }
 
@@ -137,18 +137,17 @@ std::string faultOfRoots(BasicStringRef modelName, BasicStringRef visualName, co
 }
 
 std::unique_ptr<SuperModel> loadModel(BasicStringRef modelName, std::string& error) {
-  const SmartPointer<DataSection> model = openModelFile(modelName, error);
+  const SmartPointer<DataSection> model = openModelFile(modelName, "; import the model again", error);
   if (model == nullptr) return nullptr;
   const std::string visualName = model->readString("visual");
   if (visualName.empty()) {
     error = quotedName(modelName) + ": names no \"visual\"; import the model again";
     return nullptr;
   }
-  const SmartPointer<DataSection> visual = openModelFile(visualName, error);
-  if (visual == nullptr) {
-    error += ", which " + quotedName(modelName) + " names as its visual";
-    return nullptr;
-  }
+  const SmartPointer<DataSection> visual = openModelFile(
+      visualName, ", and " + quotedName(modelName) + " names it as its visual; import the model again",
+      error);
+  if (visual == nullptr) return nullptr;
   error = faultOfRoots(modelName, visualName, *visual);
   if (!error.empty()) return nullptr;
   ModelMaterials::Slots materials = readMaterials(visual, visualName, error);

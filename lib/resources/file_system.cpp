@@ -8,6 +8,7 @@
 #include <resources/resource_name.h>
 #include <resources/watch/resource_monitor.h>
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -48,17 +49,23 @@ std::string refusalOfRoots(const std::vector<fs::path>& roots) {
 struct Finding {
   bool isThere = false;  ///< something that stands for the resource, if only a link that leads nowhere
   std::string fault;     ///< why it cannot be used; empty when it can
+  bool isFile = true;    ///< a regular file, or what may be one
 };
+
+/// Whether what fails so cannot be a file: no folder takes such a name, no file is behind such links.
+bool tellsOfNoFile(const std::error_code& error) {
+  return error == std::errc::filename_too_long || error == std::errc::too_many_symbolic_link_levels;
+}
 
 Finding lookAt(const RootedPath& place) {
   std::error_code error;
   const fs::file_status status = fs::status(place.path(), error);
   if (fs::is_regular_file(status)) return {true, ""};
-  if (fs::exists(status)) return {false, "is no regular file"};
-  if (status.type() != fs::file_type::not_found) return {true, notExamined(error)};
+  if (fs::exists(status)) return {false, "is no regular file", false};
+  if (status.type() != fs::file_type::not_found) return {true, notExamined(error), !tellsOfNoFile(error)};
   const fs::file_type link = fs::symlink_status(place.path(), error).type();
-  if (link == fs::file_type::symlink) return {true, "is a link to nothing"};
-  if (link == fs::file_type::not_found) return {};
+  if (link == fs::file_type::symlink) return {true, "is a link to nothing", false};
+  if (link == fs::file_type::not_found) return {false, "", false};
   return {true, error ? notExamined(error) : "is being exchanged by another program"};
 }
 
@@ -178,6 +185,14 @@ std::optional<RootedPath> MultiFileSystem::find(BasicStringRef resourceName, std
   auto place = state_->placeOf(resourceName, false, reason);
   passOn(resourceName, std::move(reason), refusal);
   return place;
+}
+
+bool MultiFileSystem::holdNoFile(BasicStringRef resourceName) const {
+  if (!refusalOf(resourceName).empty()) return true;
+  const fs::path name = normalisedName(resourceName);
+  return std::ranges::none_of(state_->roots, [&name](const fs::path& root) {
+    return lookAt({root, name}).isFile;
+  });
 }
 
 std::optional<RootedPath> MultiFileSystem::locationFor(BasicStringRef resourceName,

@@ -44,6 +44,10 @@ class MultiFileSystem {
   /// is null the reason is reported.
   std::optional<RootedPath> find(BasicStringRef resourceName, std::string* refusal = nullptr) const;
 
+  /// Whether it is certain that no root has a file in the place of the resource: nothing is there, no regular
+  /// file, or a link that leads to nothing. False where a place cannot be examined, which may hold one.
+  bool holdNoFile(BasicStringRef resourceName) const;
+
   /// Where a resource is, or would be made in the first root; empty when it is refused, as by find, or there
   /// is no root.
   std::optional<RootedPath> locationFor(BasicStringRef resourceName, std::string* refusal = nullptr) const;

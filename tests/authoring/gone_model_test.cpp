@@ -120,6 +120,87 @@ TEST_F(AGoneModel, IsNoneInWhosePlaceTheRootsHoldSomethingUnusable) {
   EXPECT_EQ(readDatabase(), kOneEntry);
 }
 
+TEST_F(AGoneModel, IsOneInWhosePlaceNoFileCanBe) {
+  std::filesystem::create_directory(root_ / "content/folder.model");
+  std::filesystem::create_symlink("nowhere", root_ / "content/link.model");
+  const std::string longName = std::string(300, 'a') + ".model";
+  const std::string hugeName = std::string(5000, 'a') + ".model";
+  const std::pair<std::string, std::string> steps[] = {
+      {"content/folder.model", "and what stands in its place is no regular file; take that away and import "},
+      {"content/link.model", "and what stands in its place is a link to nothing; take that away and import "},
+      {longName,
+       "since that is too long a name; give the entries the <filename> of another model, or convert"},
+      {hugeName,
+       "since that is too long a name; give the entries the <filename> of another model, or convert"},
+      {"content", "since that is no name of a model, which must end in \".model\"; give the entries the "},
+      {"a\nb.model",
+       "since that is no name that files can hold; give the entries the <filename> of another "}};
+  for (const auto& [name, step] : steps) {
+    writeDatabase("<root><fragiles><entry><filename>" + name + "</filename></entry></fragiles></root>");
+    EXPECT_FALSE(readCatalogue().value().at(0).hasModelFile) << name;
+    EXPECT_THAT(read(name).reason, testing::HasSubstr(step)) << name;
+    EXPECT_FALSE(read(name).hasModelFile);
+    EXPECT_EQ(refusalOf(name), read(name).reason);
+    expectDone(removeGoneModel(name).outcome);
+    EXPECT_EQ(readDatabase(), "<root><fragiles></fragiles></root>") << name;
+  }
+  EXPECT_TRUE(messages_.messages().empty());
+}
+
+TEST_F(AGoneModel, IsOneWithoutItsVisual) {
+  const std::string database =
+      "<root><fragiles><entry><filename>content/props/crate.model</filename></entry></fragiles></root>";
+  const auto reasonOf = [&](const std::string& visual) {
+    writeDatabase(database);
+    root_.write(kCrate, "<root><visual>" + visual + "</visual></root>");
+    const GoneModel gone = read(kCrate);
+    EXPECT_TRUE(gone.hasModelFile);
+    EXPECT_EQ(refusalOf(kCrate), gone.reason);
+    expectDone(removeGoneModel(kCrate).outcome);
+    EXPECT_EQ(readDatabase(), "<root><fragiles></fragiles></root>");
+    return gone.reason;
+  };
+  const std::string step =
+      "; import the model again (--force), or convert it to none, which removes its entries from "
+      "scripts/destructibles.xml";
+  EXPECT_EQ(reasonOf("content/gone.visual"),
+            "the model \"content/props/crate.model\" names the visual "
+            "\"content/gone.visual\", which no resource root holds" +
+                step);
+  EXPECT_EQ(reasonOf(""), "the model \"content/props/crate.model\" names no visual" + step);
+  writeDatabase(
+      "<root><fragiles><entry><filename>scripts/destructibles.xml</filename></entry></fragiles></root>");
+  EXPECT_THAT(read("scripts/destructibles.xml").reason,
+              testing::HasSubstr("names no visual; give the entries the <filename> of another model, or "));
+  EXPECT_THAT(reasonOf("/etc/passwd"), testing::HasSubstr("names the visual \"/etc/passwd\", which no"));
+  EXPECT_TRUE(messages_.messages().empty());
+}
+
+TEST_F(AGoneModel, IsNoneWhoseFilesCannotBeRead) {
+  writeDatabase(
+      "<root><fragiles><entry><filename>content/props/crate.model</filename></entry></fragiles></root>");
+  root_.write("content/props/crate.visual", "<broken");
+  EXPECT_FALSE(readGoneModel(kCrate).has_value());
+  root_.write(kCrate, "<broken");
+  EXPECT_FALSE(readGoneModel(kCrate).has_value());
+}
+
+TEST_F(AGoneModel, IsNotSuggestedAnotherNameWhileTheDatabaseCannotBeRead) {
+  writeDatabase("<root><fragiles>");
+  EXPECT_EQ(refusalOf("content/props/crat.model"),
+            "scripts/destructibles.xml cannot be read; mend the file and try again");
+}
+
+TEST_F(AGoneModel, ThatSeveralSectionsNameIsRefusedWithAllOfThem) {
+  writeDatabase(
+      "<root><fragiles><filename>gone.model</filename></fragiles><structures><filename>gone.model</filename>"
+      "</structures></root>");
+  EXPECT_EQ(refusalOf("gone.model"),
+            "the resource roots hold no model \"gone.model\"; in scripts/destructibles.xml only the sections "
+            "\"fragiles\" and \"structures\" themselves have that <filename>, which makes no entry; take it "
+            "out of the file");
+}
+
 TEST_F(AGoneModel, LosesItsEntriesWithAllTheirBytesAndNothingElse) {
   const std::string head =
       "\xEF\xBB\xBF<?xml version='1.0'?>\r\n<!DOCTYPE root>\r\n<root a = 'b'>\r\n  <!-- gone.model -->\r\n"

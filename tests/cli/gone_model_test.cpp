@@ -87,6 +87,81 @@ warnings
 )");
 }
 
+TEST_F(AGoneModel, IsShownWithWhatIsQuestionableAboutItsValues) {
+  folder_.write("scripts/destructibles_effects.xml",
+                "<root><fragiles><inf_wood/></fragiles><structures><inf_wall/></structures></root>");
+  writeDatabase(
+      "<root><fragiles><entry><filename>gone.model</filename><health>0</health><effectHP>HP_a</effectHP>"
+      "<effect>INF_WOOD</effect></entry></fragiles><structures><entry><filename>house.model</filename>"
+      "<modules><module><matName>n_wall</matName><hitEffect>inf_wal</hitEffect></module></modules></entry>"
+      "</structures></root>");
+  const std::string ofHealth = "health: 0 leaves no hit points; give 1 or more";
+  const std::string ofEffect =
+      "effect: scripts/destructibles_effects.xml has no effect \"INF_WOOD\" for a fragile; did you mean "
+      "\"inf_wood\"?";
+  EXPECT_THAT(result({"show", "gone.model"}),
+              testing::EndsWith("\n  " + ofHealth + "\n  " + ofEffect + "\n"));
+  const Json warnings = shown("gone.model").at("warnings");
+  ASSERT_EQ(warnings.size(), 3U);
+  EXPECT_EQ(warnings[0].at("warning"), "no-model-file");
+  EXPECT_EQ(warnings[1], Json({{"warning", "no-health"}, {"key", "health"}, {"text", ofHealth}}));
+  EXPECT_EQ(warnings[2], Json({{"warning", "unknown-effect"}, {"key", "effect"}, {"text", ofEffect}}));
+  EXPECT_EQ(shown("house.model").at("warnings").at(1).at("module"), "n_wall");
+  EXPECT_THAT(result({"show", "house.model"}),
+              testing::HasSubstr("\n  module \"n_wall\", hitEffect: scripts/destructibles_effects.xml has "));
+}
+
+TEST_F(AGoneModel, IsOneWhoseVisualIsMissing) {
+  std::filesystem::remove(folder_ / "content/props/crate.visual");
+  const std::string reason =
+      "the model \"content/props/crate.model\" names the visual \"content/props/crate.visual\", which no "
+      "resource root holds; import the model again (--force), or convert it to none, which removes its "
+      "entries "
+      "from scripts/destructibles.xml";
+  EXPECT_THAT(result({"show", kCrate}),
+              testing::AllOf(testing::StartsWith("content/props/crate.model\n"
+                                                 "  category    fragile\n"
+                                                 "  model file  without its visual\n"
+                                                 "  entries     fragiles\n"),
+                             testing::EndsWith("warnings\n  " + reason + "\n")));
+  EXPECT_EQ(shown(kCrate).at("modelFile"), true);
+  EXPECT_EQ(shown(kCrate).at("warnings").at(0), Json({{"warning", "no-visual"}, {"text", reason}}));
+  EXPECT_EQ(refusal({"set", kCrate, "health=3"}), reason);
+  EXPECT_EQ(refusal({"convert", kCrate, "fragile"}), reason);
+  EXPECT_EQ(result({"convert", kCrate, "none"}),
+            "content/props/crate.model: category fragile -> none\n"
+            "content/props/crate.model: removed its entry in fragiles\n");
+  EXPECT_EQ(readDatabase(), without("\n\t\t<entry><filename>content/props/crate.model</filename></entry>"));
+  EXPECT_EQ(refusal({"show", kCrate}),
+            "\"content/props/crate.visual\": no resource root holds this file, and "
+            "\"content/props/crate.model\" names it as its visual; import the model again");
+}
+
+TEST_F(AGoneModel, InWhosePlaceNoFileCanBeIsListedShownAndRemoved) {
+  const std::string longName = std::string(300, 'a') + ".model";
+  const std::string hugeName(5000, 'b');
+  std::filesystem::create_symlink("nowhere", folder_ / "link.model");
+  for (const std::string& name : {longName, hugeName, std::string("content"), std::string("link.model")}) {
+    writeDatabase("<root><fragiles><entry><filename>" + name + "</filename></entry></fragiles></root>");
+    EXPECT_EQ(result({"list"}), "fragile  " + name + "  (no model file)\n");
+    EXPECT_EQ(shown(name).at("modelFile"), false);
+    EXPECT_EQ(result({"convert", name, "none"}),
+              name + ": category fragile -> none\n" + name + ": removed its entry in fragiles\n");
+    EXPECT_EQ(readDatabase(), "<root><fragiles></fragiles></root>");
+  }
+}
+
+TEST_F(AGoneModel, IsNotGuessedFromADatabaseThatIsBroken) {
+  writeDatabase("<root><fragiles>");
+  for (const Arguments& arguments : {Arguments{"show", kBarrel}, {"convert", kBarrel, "none"}}) {
+    const ProcessResult result = run(arguments);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.err,
+                testing::EndsWith("\ndestructibles: scripts/destructibles.xml cannot be read; mend "
+                                  "the file and try again\n"));
+  }
+}
+
 TEST_F(AGoneModel, IsShownAsJson) {
   EXPECT_EQ(shown(kTower), Json::parse(R"({"model": "content/buildings/tower.model", "category": "structure",
   "modelFile": false, "missingInDatabase": false, "entries": ["structures"], "achievementTag": "tower",
@@ -267,7 +342,7 @@ TEST_F(AGoneModel, ThatOnlyASectionNamesIsRefusedWithWhatToDo) {
     EXPECT_EQ(
         refusal(arguments),
         "the resource roots hold no model \"gone.model\"; in scripts/destructibles.xml only the section "
-        "\"fragiles\" itself has that <filename>, which makes it no entry; take it out of the file");
+        "\"fragiles\" itself has that <filename>, which makes no entry; take it out of the file");
 }
 
 TEST_F(AGoneModel, ThatASectionNamesTooLosesItsEntriesAloneAndAMessageTellsOfTheSection) {

@@ -117,9 +117,9 @@ TEST_F(AnImpossibleImport, IsOneOfANameThatNoModelCanHave) {
     EXPECT_TRUE(std::filesystem::is_empty(root()));
     return error_;
   };
-  EXPECT_EQ(refusalOfName("house"), "\"house\": is no name of a model; it must end in \".model\"");
+  EXPECT_EQ(refusalOfName("house"), "\"house\": is no name of a model, which must end in \".model\"");
   EXPECT_EQ(refusalOfName("content/.model"),
-            "\"content/.model\": is no name of a model; it must end in \".model\"");
+            "\"content/.model\": is no name of a model, which must end in \".model\"");
   EXPECT_THAT(refusalOfName("/house.model"), StartsWith("\"/house.model\": is no name of a resource, it "));
   EXPECT_THAT(refusalOfName("../house.model"),
               StartsWith("\"../house.model\": is no name of a resource, it "));
@@ -128,8 +128,7 @@ TEST_F(AnImpossibleImport, IsOneOfANameThatNoModelCanHave) {
   EXPECT_EQ(refusalOfName("a\n.model"), "\"a\\n.model\": is no name that files can hold");
   EXPECT_EQ(refusalOfName(" a.model"), "\" a.model\": is no name that files can hold");
   EXPECT_EQ(refusalOfName(std::string(2000, 'a') + ".model").substr(185), ": is too long a name");
-  EXPECT_THAT(refusalOfName(std::string(300, 'a') + ".model"),
-              HasSubstr("File name too long; shorten the path of the file"));
+  EXPECT_THAT(refusalOfName(std::string(300, 'a') + ".model"), testing::EndsWith("\": is too long a name"));
   EXPECT_THAT(refusalOfName(""), StartsWith("\"\": is no name of a "));
 }
 

@@ -119,7 +119,7 @@ TEST_F(AModel, MayHaveNamesOfAnyLength) {
 
 TEST_F(AModel, IsNotLoadedWhenItsFileIsMissing) {
   EXPECT_EQ(load(), nullptr);
-  EXPECT_EQ(error_, "\"house.model\": no resource root holds this file");
+  EXPECT_EQ(error_, "\"house.model\": no resource root holds this file; import the model again");
 }
 
 TEST_F(AModel, IsNotLoadedUnderANameThatNamesNoResource) {
@@ -142,10 +142,13 @@ TEST_F(AModel, IsNotLoadedWithoutAVisual) {
   root_.write("house.model", "<model><visual>house.visual</visual></model>");
   EXPECT_EQ(load(), nullptr);
   EXPECT_EQ(error_,
-            "\"house.visual\": no resource root holds this file, which \"house.model\" names as its visual");
+            "\"house.visual\": no resource root holds this file, and \"house.model\" names it as its visual; "
+            "import the model again");
   root_.write("house.model", "<model><visual>/etc/passwd</visual></model>");
   EXPECT_EQ(load(), nullptr);
-  EXPECT_THAT(error_, HasSubstr("\"/etc/passwd\": is no name of a resource"));
+  EXPECT_EQ(error_,
+            "\"/etc/passwd\": is no name of a resource, it is absolute, and \"house.model\" names it as its "
+            "visual; import the model again");
 }
 
 TEST_F(AModel, IsNotLoadedWhenAMaterialIsNotWhole) {
@@ -196,7 +199,7 @@ TEST_F(AModel, MayHaveNoBoxOrHalfOfOne) {
 TEST_F(AModel, IsNotLoadedWithoutResourceRoots) {
   FS::setFileSystem(nullptr);
   EXPECT_EQ(load(), nullptr);
-  EXPECT_EQ(error_, "\"house.model\": cannot be opened, no resource roots are set");
+  EXPECT_EQ(error_, "\"house.model\": cannot be opened, no resource roots are set; set some first");
 }
 
 TEST_F(AModel, NeedsNoPlaceForTheError) {

@@ -161,6 +161,35 @@ TEST(AFolder, IsNoResource) {
   EXPECT_EQ(refusal, "");
 }
 
+TEST(APlaceForAResource, HoldsNoFileWhenNothingThatIsOneCanStandThere) {
+  const TemporaryFolder first;
+  const TemporaryFolder second;
+  fs::create_directory(first / "folder");
+  fs::create_symlink("nowhere", first / "dangling");
+  fs::create_symlink("circle", first / "circle");
+  const MultiFileSystem files({first.path(), second.path()});
+  for (const std::string& name :
+       std::vector<std::string>{"absent", "folder", "folder/absent", "dangling", "circle",
+                                std::string(300, 'a'), std::string(5000, 'a'), "/etc/passwd", "../up", ""})
+    EXPECT_TRUE(files.holdNoFile(name)) << name;
+  second.write("dangling", "");
+  EXPECT_FALSE(files.holdNoFile("dangling")) << "the second root has one";
+}
+
+TEST(APlaceForAResource, MayHoldAFileThatIsOutsideOrThatNobodyCanExamine) {
+  const TemporaryFolder outside;
+  outside.write("file", "");
+  const TemporaryFolder root;
+  root.write("file", "");
+  fs::create_symlink(outside / "file", root / "link");
+  const MultiFileSystem files({root.path()});
+  EXPECT_FALSE(files.holdNoFile("file"));
+  EXPECT_FALSE(files.holdNoFile("link"));
+  EXPECT_TRUE(files.holdNoFile("absent"));
+  fs::remove_all(root.path());
+  EXPECT_FALSE(files.holdNoFile("absent")) << "who knows what the root that is gone held";
+}
+
 TEST(ARoot, MayItselfBeALink) {
   const TemporaryFolder folder;
   folder.write("real/a.xml", "<r/>");
