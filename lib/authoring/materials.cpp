@@ -11,8 +11,8 @@
 namespace Tal::authoring {
 namespace {
 
-constexpr unsigned kLastDigit = 9;  // the greatest number that a name gives
-constexpr std::size_t kLongestExample = 60;
+constexpr unsigned kLastDigit = 9;             // the greatest number that a name gives
+constexpr std::size_t kLongestExample = 1024;  // longer names cannot be imported
 
 // The names that the helper takes for those of undamaged and destroyed parts.
 constexpr const char* kPartNames = R"((?:[nd]|part[ND][\s\S])[\s\S]*)";
@@ -41,6 +41,7 @@ std::optional<unsigned> kindByName(const KsDestructiblesHelper& helper, const st
 
 std::string disorderAdvice(const KsDestructiblesHelper& helper, const std::string& name) {
   const unsigned kind = helper.getMaterialKind(name);
+  if (takesMissingPart(helper, name)) return "its name takes along a part that is missing";
   if (!helper.getMaterialDependencies(kind).empty())
     return "that is in order if it ends in the number of a part that it depends on";
   const std::optional<unsigned> wanted = kindByName(helper, name);
@@ -61,6 +62,41 @@ std::string disorderText(const KsDestructiblesHelper& helper, const std::string&
 
 std::string defaultText(const std::string& name) {
   return "material " + quotedName(name) + " is named as a part but has no kind (0); give it one of 73 to 100";
+}
+
+std::string missingText(const KsDestructiblesHelper& helper) {
+  const std::vector<std::string> ofNoKind = helper.getMaterialNames(material_kinds::kNone);
+  return " takes along a part that no undamaged material has" +
+         (ofNoKind.empty()
+              ? std::string()
+              : ", so where it breaks every material without a kind vanishes: " + someNames(ofNoKind)) +
+         "; rename it, or give the model that part";
+}
+
+// What a model without an undamaged part has that comes near to one.
+struct NearParts {
+  std::vector<std::string> names;    // all
+  std::vector<std::string> statics;  // of a part's kind, but static by their names
+  std::vector<std::string> destroyed;
+  std::vector<std::string> others;  // neither static nor destroyed
+};
+
+NearParts nearPartsOf(const KsDestructiblesHelper& helper) {
+  NearParts found;
+  for (const auto& [name, kind] : helper.getMaterialNames()) {
+    found.names.push_back(name);
+    if (helper.isStaticMaterialName(name)) {
+      if (material_kinds::isUndamaged(kind)) found.statics.push_back(name);
+    } else {
+      (helper.isMaterialKindDestroyed(name) ? found.destroyed : found.others).push_back(name);
+    }
+  }
+  return found;
+}
+
+std::string renaming(const std::string& example) {
+  const std::string name = example.size() <= kLongestExample ? example : "MATERIAL";
+  return "import it again with --material " + shellWord(name + "=n_" + name) + " --force";
 }
 
 }  // namespace
@@ -86,9 +122,13 @@ BasicStringRef materialWarningName(MaterialWarning::Code code) noexcept {
     case MaterialWarning::Code::disorderedKind:
       return "disordered-kind";
     case MaterialWarning::Code::noPartKind:
+      return "no-part-kind";
+    case MaterialWarning::Code::staticPart:
+      return "static-part";
+    case MaterialWarning::Code::missingPart:
       break;
   }
-  return "no-part-kind";
+  return "missing-part";
 }
 
 std::vector<Material> materialsOf(const KsDestructiblesHelper& helper) {
@@ -122,29 +162,43 @@ std::vector<MaterialWarning> materialWarningsOf(const KsDestructiblesHelper& hel
     warnings.push_back({MaterialWarning::Code::disorderedKind, std::move(name), std::move(text)});
   }
   for (const auto& [name, kind] : helper.getMaterialNames()) {
-    if (!material_kinds::isOfNoPart(kind)) continue;
-    warnings.push_back({MaterialWarning::Code::noPartKind, name,
-                        "material " + quotedName(name) + material_kinds::noPartText(kind)});
+    const std::string subject = "material " + quotedName(name);
+    if (material_kinds::isOfNoPart(kind)) {
+      warnings.push_back(
+          {MaterialWarning::Code::noPartKind, name, subject + material_kinds::noPartText(kind)});
+    } else if (helper.isStaticMaterialName(name) && material_kinds::partOf(kind)) {
+      warnings.push_back(
+          {MaterialWarning::Code::staticPart, name, subject + material_kinds::staticPartText(kind)});
+    }
+    if (takesMissingPart(helper, name))
+      warnings.push_back({MaterialWarning::Code::missingPart, name, subject + missingText(helper)});
   }
   return warnings;
 }
 
 std::string missingPartText(const KsDestructiblesHelper& helper) {
-  std::vector<std::string> names;
-  for (const auto& [name, kind] : helper.getMaterialNames()) names.push_back(name);
-  if (names.empty()) return "the model has no materials; import it again from a file that has some";
-  const std::string lack =
-      "none is an undamaged part (kinds 73 to 86); it has " + someNames(names) + ": import it again with ";
-  const auto isStatic = [&helper](const std::string& name) { return helper.isStaticMaterialName(name); };
-  const auto part = std::ranges::find_if_not(names, isStatic);
-  // What is named as static is no part, whatever its kind.
-  const bool isEveryStatic = part == names.end();
-  const std::string& example = isEveryStatic ? names.front() : *part;
-  const std::string name = example.size() <= kLongestExample ? example : "MATERIAL";
-  return lack +
-         (isEveryStatic ? "--material " + shellWord(name + "=n_" + name)
-                        : "--kind " + shellWord(name + "=73")) +
-         " --force";
+  const NearParts found = nearPartsOf(helper);
+  if (found.names.empty()) return "the model has no materials; import it again from a file that has some";
+  const std::string lack = "none is an undamaged part (kinds 73 to 86)";
+  if (!found.statics.empty()) {
+    return lack + ", since a name that begins with \"s\" is static whatever its kind, as that of " +
+           someNames(found.statics) + ": " + renaming(found.statics.front());
+  }
+  if (!found.others.empty()) {
+    const std::string& example = found.others.front();
+    const std::string name = example.size() <= kLongestExample ? example : "MATERIAL";
+    return lack + "; it has " + someNames(found.names) + ": import it again with --kind " +
+           shellWord(name + "=73") + " --force";
+  }
+  if (found.destroyed.empty())
+    return lack + "; it has " + someNames(found.names) + ": " + renaming(found.names.front());
+  return lack + ", only the destroyed look is there (" + someNames(found.destroyed) +
+         "): import it again from a file that has the undamaged look too, as a material \"n...\"";
+}
+
+bool takesMissingPart(const KsDestructiblesHelper& helper, const std::string& material) {
+  const std::vector<unsigned>& kinds = helper.getMaterialDependencies(helper.getMaterialKind(material));
+  return std::ranges::find(kinds, material_kinds::kNone) != kinds.end();
 }
 
 }  // namespace Tal::authoring

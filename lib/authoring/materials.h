@@ -31,24 +31,29 @@ struct MaterialWarning {
     defaultKind,     ///< the name is that of a part, but the material has no kind
     disorderedKind,  ///< the kind is not that of the part number in the name
     noPartKind,      ///< the kind is none that a part has
+    staticPart,      ///< the kind is a part's, but the name makes the material static
+    missingPart,     ///< it takes along a part that no undamaged material has, which counts as kind 0
   };
   Code code;
   std::string material;
   std::string text;  ///< one line for a person
 };
 
-/// "default-kind", "disordered-kind" or "no-part-kind".
+/// "default-kind", "disordered-kind", "no-part-kind", "static-part" or "missing-part".
 BasicStringRef materialWarningName(MaterialWarning::Code code) noexcept;
 
 /// The materials of a helper's model, in ascending order of name.
 std::vector<Material> materialsOf(const KsDestructiblesHelper& helper);
 
-/// The warnings: first the default kinds, then the disordered ones, then those of no part, each in ascending
-/// order of name.
+/// The warnings: first the default kinds, then the disordered ones, then all others, each in ascending order
+/// of name.
 std::vector<MaterialWarning> materialWarningsOf(const KsDestructiblesHelper& helper);
 
-/// Which material a helper's model lacks to be suggested a category, and how to give it one: for a person,
-/// without an end, which is left to the caller.
+/// Why no material of a helper's model is an undamaged part, and how to give it one: for a person, without an
+/// end, which is left to the caller.
 std::string missingPartText(const KsDestructiblesHelper& helper);
+
+/// Whether the parts that break with a material include one that no undamaged material has.
+bool takesMissingPart(const KsDestructiblesHelper& helper, const std::string& material);
 
 }  // namespace Tal::authoring

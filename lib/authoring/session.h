@@ -122,7 +122,8 @@ class Session {
   /// Sets fields of one module of a structure. Refused for a module that a save would drop.
   Outcome setModule(const std::string& module, const std::vector<Assignment>& assignments);
 
-  /// Refused when the model is no structure, which alone has named states.
+  /// Refused when the model is no structure, which alone can have named states, and the file holds none of it
+  /// either.
   Outcome checkStates() const;
 
   /// The named states of a structure.

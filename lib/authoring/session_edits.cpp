@@ -87,8 +87,8 @@ std::string refusalOfStructure(const KsDestructiblesHelper& helper) {
       }))
     return {};
   return quotedName(helper.modelName()) +
-         " cannot be a structure: none of its materials is an undamaged part (kinds 73 to 86), so it would "
-         "have no modules and could not break; import it again with such a material";
+         " cannot be a structure, since it would have no modules and could not break: " +
+         missingPartText(helper);
 }
 
 void warnOfThrownAway(const ThrownAway& thrownAway, const RestoreTarget& target, Outcome& outcome) {

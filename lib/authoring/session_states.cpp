@@ -8,6 +8,7 @@
 #include <model/material_kinds.h>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace Tal::authoring {
@@ -33,7 +34,7 @@ std::vector<std::string> keysOf(const Description::States& states) {
 // Why a new state cannot be called so; empty when it can.
 std::string refusalOfNewName(const std::string& state, const Description::States& states) {
   if (isBuiltIn(state)) return "the state " + quotedName(state) + " is built in; choose another name";
-  if (state.empty()) return "the name of a state cannot be empty";
+  if (state.empty()) return "the name of a state cannot be empty; give one";
   if (const BasicStringRef fault = faultOfStoredText(state); !fault.empty())
     return "the state name " + quotedName(state) + ' ' + std::string(fault);
   if (states.contains(state)) return "there is a state " + quotedName(state) + " already";
@@ -54,18 +55,30 @@ std::string refusalOfMaterial(const std::string& material, const std::vector<std
   return {};
 }
 
-// Why a state cannot show a material destroyed; empty when it can. A state hides the kinds of its materials
-// and shows the kinds behind them, whatever they mean.
-std::string whyNotDestroyable(const KsDestructiblesHelper& helper, const std::string& material) {
-  const unsigned kind = helper.getMaterialKind(material);
-  if (material_kinds::isUndamaged(kind)) return {};
+/// Why a material is not for states, and what to do.
+struct Objection {
+  std::string reason;
+  std::string remedy;
+};
+
+// Why a state cannot show a material destroyed; nothing when it can. A state hides the kinds of its materials
+// and those that these take along, and shows the kinds behind them, whatever they mean.
+std::optional<Objection> objectionTo(const KsDestructiblesHelper& helper, const std::string& material) {
   const std::string subject = "the material " + quotedName(material);
-  if (kind == material_kinds::kNone) {
-    return subject + " has no kind (0), so in this state every material without one would vanish: " +
-           someNames(helper.getMaterialNames(kind));
+  const unsigned kind = helper.getMaterialKind(material);
+  const std::vector<std::string> ofNoKind = helper.getMaterialNames(material_kinds::kNone);
+  const std::string allVanish =
+      ", so in this state every material without one would vanish: " + someNames(ofNoKind);
+  if (kind == material_kinds::kNone) return Objection{subject + " has no kind (0)" + allVanish, "a kind"};
+  if (!material_kinds::isUndamaged(kind)) {
+    return Objection{subject + " (kind " + std::to_string(kind) +
+                         ") is no undamaged part (73 to 86) that a state could show destroyed",
+                     "a kind"};
   }
-  return subject + " (kind " + std::to_string(kind) +
-         ") is no undamaged part (73 to 86) that a state could show destroyed";
+  if (ofNoKind.empty() || !takesMissingPart(helper, material)) return std::nullopt;
+  return Objection{
+      subject + " takes along a part that no undamaged material has, which counts as no kind (0)" + allVanish,
+      "another name"};
 }
 
 }  // namespace
@@ -74,8 +87,10 @@ std::string whyNotDestroyable(const KsDestructiblesHelper& helper, const std::st
 std::string Session::refusalOfStates() const {
   std::string refusal = refusalOfEdit();
   if (!refusal.empty() || category() == DT_STRUCTURE) return refusal;
+  if (refusal = refusalOfCategory(); !refusal.empty()) return refusal;
   return quotedName(modelName()) + " is no structure (its category is " +
-         std::string(categoryName(category())) + ") and has no states; convert it to a structure first";
+         std::string(categoryName(category())) +
+         "), which alone has states to edit; convert it to a structure first";
 }
 
 // Why a named state cannot be edited; empty when there is one of that name.
@@ -88,7 +103,9 @@ std::string Session::refusalOfState(const std::string& state) {
 }
 
 Outcome Session::checkStates() const {
-  return outcomeOf(refusalOfStates());
+  // The file may hold states of a model that is no structure.
+  const bool hasStates = !model_->description().states.empty();
+  return hasStates ? Outcome() : outcomeOf(refusalOfStates());
 }
 
 Outcome Session::addState(const std::string& state) {
@@ -123,14 +140,13 @@ Outcome Session::addMaterials(const std::string& state, const std::vector<std::s
       const std::string refusal = refusalOfMaterial(material, known, state, present);
       if (!refusal.empty()) return refused(refusal);
       present.push_back(material);
-      std::string fault = whyNotDestroyable(helper(), material);
-      if (fault.empty()) continue;
+      const std::optional<Objection> objection = objectionTo(helper(), material);
+      if (!objection) continue;
       if (!isForced) {
-        return refused(fault +
-                       "; choose another one, or import the model again with a kind for it; --force adds it "
-                       "all the same");
+        return refused(objection->reason + "; choose another one, or import the model again with " +
+                       objection->remedy + " for it; --force adds it all the same");
       }
-      outcome.warnings.push_back(std::move(fault));
+      outcome.warnings.push_back(objection->reason);
     }
     for (const std::string& material : materials) helper().addMaterialToDestrState(state, material);
     return outcome;

@@ -193,6 +193,10 @@ class Importer {
         result_.warnings.push_back("the material " + quotedName(material.name) +
                                    material_kinds::noPartText(material.kind));
       }
+      if (isNew && material_kinds::isStaticName(material.name) && material_kinds::partOf(material.kind)) {
+        result_.warnings.push_back("the material " + quotedName(material.name) +
+                                   material_kinds::staticPartText(material.kind));
+      }
       result_.materials.push_back(material);
       description_.materials.push_back({material.name, material.kind, scene_.materials[index].index});
     }

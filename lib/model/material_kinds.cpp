@@ -42,6 +42,12 @@ std::string noPartText(unsigned kind) {
          ", which shows no part; undamaged parts have 73 to 86, destroyed ones 87 to 100, and all else 0";
 }
 
+std::string staticPartText(unsigned kind) {
+  return " has the kind " + std::to_string(kind) +
+         " of a part, but its name begins with \"s\", which makes it static whatever its kind; rename it, or "
+         "give it the kind 0";
+}
+
 unsigned kindByName(BasicStringRef name) noexcept {
   const bool isOfDestroyed = isDestroyedName(name);
   if (!isOfDestroyed && !isUndamagedName(name)) return kNone;

@@ -46,6 +46,10 @@ constexpr bool isOfNoPart(unsigned kind) noexcept {
 /// What a message says of a material whose kind is of no part, behind the material's name.
 std::string noPartText(unsigned kind);
 
+/// What a message says of a material that is static by its name but has the kind of a part (see
+/// isStaticName), behind the material's name.
+std::string staticPartText(unsigned kind);
+
 /// How the names of materials begin. Something must follow the long prefixes: "partN" is no part's name.
 inline constexpr BasicStringRef kStaticPrefix = "s";
 inline constexpr BasicStringRef kUndamagedPrefix = "n";

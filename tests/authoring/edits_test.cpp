@@ -340,8 +340,10 @@ TEST_F(Conversion, ToAStructureIsRefusedWithoutAPartThatCouldBreak) {
   EXPECT_EQ(ruin->suggestedCategory(), DT_STRUCTURE);
   EXPECT_EQ(
       ruin->convert(DT_STRUCTURE).refusal,
-      "\"content/ruin.model\" cannot be a structure: none of its materials is an undamaged part (kinds "
-      "73 to 86), so it would have no modules and could not break; import it again with such a material");
+      "\"content/ruin.model\" cannot be a structure, since it would have no modules and could not break: "
+      "none is an undamaged part (kinds 73 to 86); it has \"d_wall_1\", \"d_wall_2\" and \"glass\": import "
+      "it "
+      "again with --kind glass=73 --force");
   EXPECT_EQ(ruin->category(), DT_NON_DESTRUCTIBLE);
   EXPECT_FALSE(ruin->hasUnsavedEdits());
   expectDone(ruin->convert(DT_FALLING_ATOMS));

@@ -92,6 +92,44 @@ TEST_F(Materials, OfAKindThatNoPartHasAreNamed) {
                                    "have 73 to 86, destroyed ones 87 to 100, and all else 0"));
 }
 
+TEST_F(Materials, OfAPartsKindWithAStaticNameAreNamed) {
+  const auto session = withMaterials({{"stone", 73}, {"sx", 88}, {"s_base", 0}});
+  std::vector<std::string> texts;
+  for (const MaterialWarning& warning : session->materialWarnings()) {
+    EXPECT_EQ(materialWarningName(warning.code), "static-part");
+    texts.push_back(warning.text);
+  }
+  EXPECT_THAT(texts, testing::ElementsAre(
+                         "material \"stone\" has the kind 73 of a part, but its name begins with \"s\", "
+                         "which makes it static whatever its kind; rename it, or give it the kind 0",
+                         "material \"sx\" has the kind 88 of a part, but its name begins with \"s\", "
+                         "which makes it static whatever its kind; rename it, or give it the kind 0"));
+}
+
+TEST_F(Materials, ThatTakeAlongAPartWhichIsMissingAreNamedWithWhatVanishes) {
+  const auto textsOf = [](const Session& session) {
+    std::vector<std::string> texts;
+    for (const MaterialWarning& warning : session.materialWarnings())
+      texts.push_back(std::string(materialWarningName(warning.code)) + ": " + warning.text);
+    return texts;
+  };
+  EXPECT_THAT(
+      textsOf(*withMaterials({{"n_dep_1_9", 74}, {"s_base", 0}, {"glass", 0}})),
+      testing::ElementsAre(
+          "disordered-kind: material \"n_dep_1_9\" ends in part number 9, but its kind 74 is not of that "
+          "part; its name takes "
+          "along a part that is missing",
+          "missing-part: material \"n_dep_1_9\" takes along a part that no undamaged material has, so where "
+          "it breaks "
+          "every "
+          "material without a kind vanishes: \"glass\" and \"s_base\"; rename it, or give the model that "
+          "part"));
+  EXPECT_THAT(textsOf(*withMaterials({{"n_dep_1_9_1", 74}})),
+              testing::ElementsAre(
+                  "missing-part: material \"n_dep_1_9_1\" takes along a part that no undamaged material has; "
+                  "rename it, or give the model that part"));
+}
+
 TEST_F(Materials, WithVeryLongNamesAreClassified) {
   const std::string name = "n" + std::string(100'000, 'a') + "\nb7";
   const auto session = withMaterials({{name, 0}});

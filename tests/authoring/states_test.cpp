@@ -39,7 +39,7 @@ TEST_F(States, AreRefusedNamesThatCannotBeRight) {
             "the state \"undamaged\" is built in; choose another name");
   EXPECT_EQ(session->addState("destroyed").refusal,
             "the state \"destroyed\" is built in; choose another name");
-  EXPECT_EQ(session->addState("").refusal, "the name of a state cannot be empty");
+  EXPECT_EQ(session->addState("").refusal, "the name of a state cannot be empty; give one");
   EXPECT_EQ(
       session->addState(" a").refusal,
       "the state name \" a\" has white space around it, which the database does not keep; leave it out");
@@ -138,6 +138,35 @@ TEST_F(States, SayThatEveryMaterialWithoutAKindWouldVanish) {
     EXPECT_FALSE(material.isVisible) << material.name;  // the wall is broken by the state itself
 }
 
+TEST_F(States, RefuseAMaterialWithWhichEveryMaterialWithoutAKindWouldVanish) {
+  const auto reason = [this](const std::vector<std::pair<std::string, unsigned>>& materials) {
+    support::writeModel(root_, "content/buildings/house", {.materials = materials, .bsp = {"n_dep_1_9"}});
+    return open(kHouse)->addMaterials("open", {"n_dep_1_9"}).refusal;
+  };
+  EXPECT_EQ(
+      reason({{"n_dep_1_9", 74}, {"s_ground", 0}, {"sky", 0}}),
+      "the material \"n_dep_1_9\" takes along a part that no undamaged material has, which counts as no "
+      "kind (0), so in this state every material without one would vanish: \"s_ground\" and \"sky\"; "
+      "choose another one, or import the model again with another name for it; --force adds it all the "
+      "same");
+  EXPECT_EQ(reason({{"n_dep_1_9", 74}, {"n_far_9", 82}, {"sky", 0}}), "") << "the part is there";
+  EXPECT_EQ(reason({{"n_dep_1_9", 74}, {"n_wall_2", 75}}), "") << "nothing is without a kind";
+}
+
+TEST_F(States, OfTheFileAreListedOfAModelThatIsNoStructureToo) {
+  writeDatabase(
+      "<root><fragiles><entry><filename>content/props/crate.model</filename></entry></fragiles><structures>"
+      "<entry><filename>content/props/crate.model</filename><states><state><name>open</name></state></states>"
+      "</entry></structures></root>");
+  const auto session = open(kCrate);
+  EXPECT_EQ(session->category(), DT_FRAGILE);
+  EXPECT_THAT(session->stateNames(), testing::ElementsAre("undamaged", "open", "destroyed"));
+  expectDone(session->checkStates());
+  EXPECT_THAT(
+      session->removeState("open").refusal,
+      testing::HasSubstr("is no structure (its category is fragile), which alone has states to edit"));
+}
+
 TEST_F(States, TakeAMaterialThatTheyCannotShowDestroyedWhenForcedWithAWarning) {
   const auto session = open(kHouse);
   const Outcome outcome =
@@ -156,7 +185,8 @@ TEST_F(States, TakeAMaterialThatTheyCannotShowDestroyedWhenForcedWithAWarning) {
 TEST_F(States, AreRefusedToWhatIsNoStructure) {
   const auto session = open(kCrate);
   const std::string reason =
-      "\"content/props/crate.model\" is no structure (its category is none) and has no states; convert it to "
+      "\"content/props/crate.model\" is no structure (its category is none), which alone has states to edit; "
+      "convert it to "
       "a "
       "structure first";
   EXPECT_EQ(session->checkStates().refusal, reason);

@@ -412,13 +412,46 @@ TEST_F(Suggestion, OfNoCategorySaysHowToGiveAPart) {
     return open("content/m.model")->convertAsSuggested().refusal;
   };
   EXPECT_THAT(
-      refusal({{"s a", 0}, {"steel", 73}}),
+      refusal({{"s a", 0}, {"steel", 101}}),
       testing::HasSubstr("\"s a\" and \"steel\": import it again with --material 's a=n_s a' --force"));
-  EXPECT_THAT(refusal({{"d_wood", 87}, {"steel", 0}}),
-              testing::HasSubstr("import it again with --kind d_wood=73 --force"));
+  EXPECT_THAT(refusal({{"d_wood", 87}, {"tin", 0}, {"steel", 0}}),
+              testing::HasSubstr("import it again with --kind tin=73 --force"));
+  const std::string longest(1024, 'x');
+  EXPECT_THAT(refusal({{longest, 0}}), testing::HasSubstr("with --kind " + longest + "=73 --force"));
   EXPECT_THAT(refusal({{std::string(100'000, 'x'), 0}}),
               testing::HasSubstr("with --kind MATERIAL=73 --force"));
   EXPECT_THAT(refusal({}), testing::HasSubstr("the model has no materials; import it again from a file"));
+}
+
+TEST_F(Suggestion, OfNoCategorySaysThatANameMakesAPartStatic) {
+  support::writeModel(root_, "content/m", {.materials = {{"sx", 74}, {"stone", 73}, {"tin", 0}}});
+  const auto session = open("content/m.model");
+  const std::string fault =
+      "none is an undamaged part (kinds 73 to 86), since a name that begins with \"s\" is static whatever "
+      "its "
+      "kind, as that of \"stone\" and \"sx\": import it again with --material stone=n_stone --force";
+  EXPECT_EQ(session->convertAsSuggested().refusal,
+            "the materials of \"content/m.model\" suggest no category, so nothing was changed: " + fault +
+                ", or convert it to a category by name");
+  EXPECT_EQ(
+      session->convert(DT_STRUCTURE).refusal,
+      "\"content/m.model\" cannot be a structure, since it would have no modules and could not break: " +
+          fault);
+}
+
+TEST_F(Suggestion, NeverMakesADestroyedLookTheUndamagedOne) {
+  const std::string fault = "none is an undamaged part (kinds 73 to 86), only the destroyed look is there (";
+  const std::string step =
+      "): import it again from a file that has the undamaged look too, as a material \"n...\"";
+  support::writeModel(root_, "content/one", {.materials = {{"d_wood", 87}, {"s_base", 0}}});
+  EXPECT_EQ(open("content/one.model")->convertAsSuggested().refusal,
+            "the materials of \"content/one.model\" suggest no category, so nothing was changed: " + fault +
+                "\"d_wood\"" + step + ", or convert it to a category by name");
+  support::writeModel(root_, "content/two", {.materials = {{"d_wood", 87}, {"d_tin", 0}}});
+  EXPECT_EQ(open("content/two.model")->convertAsSuggested().refusal,
+            "\"content/two.model\" cannot be a structure, since it would have no modules and could not "
+            "break: " +
+                fault + "\"d_tin\" and \"d_wood\"" + step);
 }
 
 TEST_F(Suggestion, IsFollowedWhereThereIsOne) {

@@ -411,7 +411,7 @@ TEST_F(State, IsRefusedWhenItCannotBeRight) {
   EXPECT_EQ(refusal({"state", kHouse, "add", "open"}), "there is a state \"open\" already");
   EXPECT_EQ(refusal({"state", kHouse, "add", "destroyed"}),
             "the state \"destroyed\" is built in; choose another name");
-  EXPECT_EQ(refusal({"state", kHouse, "add", ""}), "the name of a state cannot be empty");
+  EXPECT_EQ(refusal({"state", kHouse, "add", ""}), "the name of a state cannot be empty; give one");
   EXPECT_EQ(refusal({"state", kHouse, "remove", "opne"}),
             "\"content/buildings/house.model\" has no state \"opne\"; did you mean \"open\"?");
   EXPECT_EQ(refusal({"state", kHouse, "add-material", "open", "n_wal_1"}),
@@ -441,7 +441,8 @@ TEST_F(State, IsRefusedToWhatIsNoStructure) {
         Arguments{"state", kCrate, "remove", "a"}, Arguments{"state", kCrate, "add-material", "a", "n_wood"},
         Arguments{"state", kCrate, "remove-material", "a", "n_wood"}}) {
     EXPECT_EQ(refusal(arguments),
-              "\"content/props/crate.model\" is no structure (its category is fragile) and has no states; "
+              "\"content/props/crate.model\" is no structure (its category is fragile), which alone has "
+              "states to edit; "
               "convert it "
               "to a structure first");
   }

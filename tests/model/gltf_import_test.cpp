@@ -127,6 +127,15 @@ TEST_F(AnImport, WarnsOfAKindThatNoPartHas) {
                   "73 to 86, destroyed ones 87 to 100, and all else 0"));
 }
 
+TEST_F(AnImport, WarnsOfAPartsKindOfAMaterialThatItsNameMakesStatic) {
+  writeSource(cubesOf({"stone", "s_base", "n_wall"}));
+  const auto imported = import({.materialKinds = {{"stone", 73}}});
+  ASSERT_TRUE(imported) << error_;
+  EXPECT_THAT(imported->warnings,
+              ElementsAre("the material \"stone\" has the kind 73 of a part, but its name begins with \"s\", "
+                          "which makes it static whatever its kind; rename it, or give it the kind 0"));
+}
+
 TEST_F(AnImport, TakesTheKindFromTheFileBeforeTheName) {
   GltfBuilder builder;
   builder.addNode("a", builder.addMesh(kCube, builder.addMaterial("partN3")));
