@@ -38,6 +38,13 @@ std::string conversionText(const std::string& model, const authoring::Outcome& o
          "\n";
 }
 
+std::string removalText(const std::string& model, const std::vector<std::string>& sections) {
+  std::string text;
+  for (const std::string& section : sections)
+    text += escapeControls(model) + ": removed its entry in " + escapeControls(section) + "\n";
+  return text;
+}
+
 // Without the model's files the entries are removed as an edit of the document.
 void removeGoneModel(const std::string& model, Tool& tool) {
   authoring::Removal removal;
@@ -47,8 +54,7 @@ void removeGoneModel(const std::string& model, Tool& tool) {
   });
   tool.print(
       conversionText(model, removal.outcome, std::string(authoring::categoryName(DT_NON_DESTRUCTIBLE))));
-  for (const std::string& section : removal.removed.sections)
-    tool.print(escapeControls(model) + ": removed its entry in " + escapeControls(section) + "\n");
+  tool.print(removalText(model, removal.removed.sections));
 }
 
 void convert(const ConvertOptions& options, Tool& tool) {
@@ -60,12 +66,15 @@ void convert(const ConvertOptions& options, Tool& tool) {
   const authoring::Outcome outcome = chosen ? session->convert(*chosen) : session->convertAsSuggested();
   Tool::check(outcome);
   const KsDestructibleType category = session->category();
+  const bool hasNone = category == DT_NON_DESTRUCTIBLE && outcome.changes.empty();
+  const std::vector<std::string> removed = hasNone ? session->sections() : std::vector<std::string>();
   tool.save(*session);
   if (session->category() != category) {
     throw Refusal("another program has given " + quotedName(options.model) + " the category " +
                   quotedName(authoring::categoryName(session->category())) + " meanwhile; convert it again");
   }
   tool.print(conversionText(options.model, outcome, std::string(authoring::categoryName(category))));
+  tool.print(removalText(options.model, removed));
 }
 
 }  // namespace

@@ -70,6 +70,8 @@ std::string modelJson(Session& session) {
                {"category", authoring::categoryName(session.category())},
                {"modelFile", true},
                {"missingInDatabase", session.isMissingInDatabase()}};
+  if (const std::vector<std::string> sections = entriesToShow(session); !sections.empty())
+    json["entries"] = sections;
   addRecords(session.description(), json);
   json["states"] = statesJson(session);
   json["state"] = session.shownState();

@@ -19,6 +19,9 @@ std::string modelJson(const authoring::GoneModel& gone);
 std::string modelText(authoring::Session& session, const Style& style);
 std::string modelText(const authoring::GoneModel& gone, const Style& style);
 
+/// The sections that hold entries of a model that has no category all the same; else none.
+std::vector<std::string> entriesToShow(const authoring::Session& session);
+
 /// What of the modules a save of the model as it is would not write.
 std::vector<authoring::SaveWarning> moduleWarnings(authoring::Session& session);
 

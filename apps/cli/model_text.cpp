@@ -132,6 +132,8 @@ std::string overviewText(Session& session, const Description& description) {
   Table table(kIndent);
   table.add({"category", categoryText(session.modelName(), description.category)});
   if (session.isMissingInDatabase()) table.add({"in the database", "no"});
+  if (const std::vector<std::string> sections = entriesToShow(session); !sections.empty())
+    table.add({"entries", joined(sections)});
   if (description.category == DT_STRUCTURE)
     table.add({"achievementTag", orNothing(escapeControls(description.achievementTag))});
   table.add({"hard points", joined(session.hardPoints())});
@@ -140,6 +142,10 @@ std::string overviewText(Session& session, const Description& description) {
 }
 
 }  // namespace
+
+std::vector<std::string> entriesToShow(const authoring::Session& session) {
+  return session.category() == DT_NON_DESTRUCTIBLE ? session.sections() : std::vector<std::string>();
+}
 
 std::vector<SaveWarning> moduleWarnings(authoring::Session& session) {
   std::vector<SaveWarning> warnings = session.saveWarnings();

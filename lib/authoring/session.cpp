@@ -1,5 +1,6 @@
 #include <authoring/catalogue.h>
 #include <authoring/category.h>
+#include <authoring/database_entries.h>
 #include <authoring/gone_model.h>
 #include <authoring/kept_model.h>
 #include <authoring/save_losses.h>
@@ -103,6 +104,14 @@ KsDestructibleType Session::suggestedCategory() const {
 
 Description Session::description() {
   return model_->description();
+}
+
+std::vector<std::string> Session::sections() const {
+  std::vector<std::string> sections;
+  if (const std::optional<FileEntries> file = readEntries(modelName())) {
+    for (const EntryPlace& place : file->entries) sections.push_back(place.section);
+  }
+  return sections;
 }
 
 bool Session::isMissingInDatabase() {

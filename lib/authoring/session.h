@@ -71,6 +71,8 @@ class Session {
   KsDestructibleType suggestedCategory() const;
   /// Everything that the database would hold of the model after a save, but for what saveWarnings names.
   Description description();
+  /// The tag of the section of each entry that the file has of the model, in the order of the file.
+  std::vector<std::string> sections() const;
   /// Whether the model has entries that were made in memory and are not in the file.
   bool isMissingInDatabase();
   bool hasUnsavedEdits();

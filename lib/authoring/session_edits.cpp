@@ -21,6 +21,11 @@ namespace {
 
 namespace keys = database_format::keys;
 
+// A tag of "none" is not stored.
+bool isNoTag(BasicStringRef key, const std::string& value) {
+  return key == keys::kAchievementTag && value == UNDEFINED_EFFECT;
+}
+
 template <class Record>
 std::vector<Change> changesBetween(const Record& before, const Record& after) {
   std::vector<Change> changes;
@@ -30,6 +35,8 @@ std::vector<Change> changesBetween(const Record& before, const Record& after) {
     change.key = field.key;
     change.before = textOf(valueOf(before, field));
     change.after = textOf(valueOf(after, field));
+    if (isNoTag(field.key, change.after)) change.after.clear();
+    if (change.after == change.before) continue;
     changes.push_back(std::move(change));
   }
   return changes;
@@ -189,6 +196,7 @@ Outcome Session::set(const std::vector<Assignment>& assignments) {
           helper(), *now.fallingAtom, "a falling atom", assignments,
           [this](const auto& record) { return helper().updateFallingAtomParameters(record); });
     }
+    if (const std::string refusal = refusalOfCategory(); !refusal.empty()) return refused(refusal);
     return refused(quotedName(modelName()) + " is not destructible and has nothing to set; convert it first");
   });
 }
@@ -198,6 +206,7 @@ Outcome Session::setModule(const std::string& module, const std::vector<Assignme
   return model_->edit([&]() -> Outcome {
     const Description now = model_->description();
     if (now.category != DT_STRUCTURE) {
+      if (const std::string refusal = refusalOfCategory(); !refusal.empty()) return refused(refusal);
       return refused(quotedName(modelName()) + " is no structure and has no modules; convert it first");
     }
     const auto existing = now.modules.find(module);
@@ -237,8 +246,9 @@ Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) c
     checkValues(helper(), {{keys::kAchievementTag, tag}}, assignments, outcome);
     std::string before;
     helper().getStructureAchievementTag(before);
-    if (helper().updateStructureAchievementTag(tag))
-      outcome.changes.push_back({keys::kAchievementTag, before, tag});
+    if (!helper().updateStructureAchievementTag(tag)) continue;
+    if (isNoTag(keys::kAchievementTag, tag)) tag.clear();
+    if (tag != before) outcome.changes.push_back({keys::kAchievementTag, before, tag});
   }
   return outcome;
 }

@@ -19,9 +19,9 @@ namespace {
 template <class Record>
 void warnOfHealth(const Record& record, const std::string& module, std::vector<SaveWarning>& warnings) {
   if (record.health != health_rules::kUnknownHealth) return;
-  const std::string subject = module.empty() ? "the health" : "the health of module " + quotedName(module);
+  const std::string subject = module.empty() ? "" : "module " + quotedName(module) + ", ";
   warnings.push_back({SaveWarning::Code::unknownHealth, module,
-                      subject + " is -1, which stands for \"could not be estimated\"; set one"});
+                      subject + "health: -1 stands for \"could not be estimated\"; set one"});
 }
 
 void warnOfModules(const Description::Modules& modules, const std::map<std::string, std::string>& dropped,

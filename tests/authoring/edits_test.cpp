@@ -294,6 +294,39 @@ TEST_F(Edits, RefuseToSetAnythingOfAModelWithoutACategory) {
             "\"content/props/crate.model\" is not destructible and has nothing to set; convert it first");
 }
 
+TEST_F(Edits, OfAVariantNameTheModelToConvertInstead) {
+  support::writeModel(root_, "content/lod1/crate", {.materials = {{"n_wood", 73}}, .bsp = {"n_wood"}});
+  writeDatabase(
+      "<root><fragiles><entry><filename>content/lod1/crate.model</filename></entry></fragiles></root>");
+  const auto session = open("content/lod1/crate.model");
+  const std::string reason =
+      "\"content/lod1/crate.model\" is a variant (in a folder lod1, lod2, crash or merged); variants have no "
+      "category of their own, convert the model that it is a variant of";
+  EXPECT_EQ(session->set({{"health", "1"}}).refusal, reason);
+  EXPECT_EQ(session->setModule("n_wood", {{"health", "1"}}).refusal, reason);
+  EXPECT_EQ(session->addState("open").refusal, reason);
+  EXPECT_THAT(session->sections(), testing::ElementsAre("fragiles"));
+}
+
+TEST_F(Edits, TellOfATagOfNoneAsTheOneThatIsStored) {
+  const auto changes = [](const Outcome& outcome) {
+    std::string text;
+    for (const Change& change : outcome.changes)
+      text += change.key + ":" + change.before + ">" + change.after;
+    return text;
+  };
+  for (const KsDestructibleType category : {DT_STRUCTURE, DT_FRAGILE, DT_FALLING_ATOMS}) {
+    writeDatabase("<root/>");
+    const auto session = open(kCrate);
+    expectDone(session->convert(category));
+    EXPECT_EQ(changes(session->set({{"achievementTag", "none"}})), "");
+    EXPECT_EQ(changes(session->set({{"achievementTag", "old"}})), "achievementTag:none>old");
+    EXPECT_EQ(changes(session->set({{"achievementTag", "none"}})), "achievementTag:old>");
+    expectDone(session->save());
+    EXPECT_THAT(readDatabase(), testing::Not(testing::HasSubstr("achievementTag")));
+  }
+}
+
 using Conversion = Edits;
 
 TEST_F(Conversion, MakesTheEntryWithTheEstimatedHealth) {

@@ -107,11 +107,11 @@ TEST_F(Saving, NamesAHealthThatCouldNotBeEstimated) {
   const auto session = open(kCrate);
   expectDone(session->set({{"health", "-1"}}));
   EXPECT_THAT(textsOf(session->saveWarnings()),
-              testing::ElementsAre("the health is -1, which stands for \"could not be estimated\"; set one"));
+              testing::ElementsAre("health: -1 stands for \"could not be estimated\"; set one"));
   expectDone(session->convert(DT_STRUCTURE));
   expectDone(session->setModule("n_wood", {{"health", "-1"}}));
   EXPECT_THAT(textsOf(session->saveWarnings()),
-              testing::Contains("the health of module \"n_wood\" is -1, which stands for \"could not be "
+              testing::Contains("module \"n_wood\", health: -1 stands for \"could not be "
                                 "estimated\"; set one"));
 }
 

@@ -156,7 +156,7 @@ TEST_F(QuestionableValues, OfUnknownHealthAreNamedOnceByTheSave) {
   EXPECT_EQ(session->valueWarnings()[0].code, Code::unknownHealth);
   EXPECT_EQ(session->valueWarnings()[0].text, "health: -1 stands for \"could not be estimated\"; set one");
   EXPECT_THAT(session->save().warnings,
-              ElementsAre("the health is -1, which stands for \"could not be estimated\"; set one"));
+              ElementsAre("health: -1 stands for \"could not be estimated\"; set one"));
 }
 
 TEST_F(QuestionableValues, AreWarnedOfOnlyByTheEditThatSetsThem) {

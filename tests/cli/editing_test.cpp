@@ -99,6 +99,29 @@ TEST_F(Convert, ToWhatTheMaterialsSuggestNeverRemovesAnEntry) {
   EXPECT_EQ(shown("content/plain.model").at("category"), "fragile");
 }
 
+TEST_F(Convert, ToNoneSaysWhichEntriesAModelWithoutACategoryHad) {
+  support::writeModel(folder_, "content/lod1/crate", {.materials = {{"n_wood", 73}}, .bsp = {"n_wood"}});
+  const std::string variant = "content/lod1/crate.model";
+  writeDatabase("<root><fragiles><entry><filename>" + variant +
+                "</filename></entry></fragiles><houses><entry><filename>" + variant +
+                "</filename></entry></houses><structures><entry><filename>content/props/crate.model"
+                "</filename></entry></structures></root>");
+  EXPECT_THAT(result({"show", variant}),
+              testing::HasSubstr("  category       none (a variant has none of its own)\n"
+                                 "  entries        fragiles, houses\n"));
+  EXPECT_THAT(result({"show", kCrate}), testing::HasSubstr("  category       none\n"
+                                                           "  entries        structures\n"));
+  EXPECT_EQ(shown(variant).at("entries"), Json({"fragiles", "houses"}));
+  EXPECT_EQ(run({"convert", variant, "none"}).out, variant + ": category none already\n" + variant +
+                                                       ": removed its entry in fragiles\n" + variant +
+                                                       ": removed its entry in houses\n");
+  EXPECT_EQ(run({"convert", kCrate, "none"}).out,
+            "content/props/crate.model: category none already\n"
+            "content/props/crate.model: removed its entry in structures\n");
+  EXPECT_EQ(run({"convert", kCrate, "none"}).out, "content/props/crate.model: category none already\n");
+  EXPECT_FALSE(shown(kCrate).contains("entries"));
+}
+
 TEST_F(Convert, PrintsWhatItThrowsAwayAsCommandsThatGiveItBack) {
   folder_.write("scripts/destructibles_effects.xml", "<root/>");
   makeStructure();
@@ -214,7 +237,7 @@ TEST_F(Convert, NamesAHealthThatCouldNotBeEstimated) {
   support::writeModel(folder_, "content/gatesandfences/gate",
                       {.materials = {{"n_brick", 73}}, .bsp = {"n_brick"}});
   EXPECT_THAT(messagesOf({"convert", "content/gatesandfences/gate.model", "fragile"}),
-              testing::HasSubstr("the health is -1, which stands for \"could not be estimated\"; set one\n"));
+              testing::HasSubstr("health: -1 stands for \"could not be estimated\"; set one\n"));
 }
 
 TEST_F(Convert, RefusesUnknownCategoriesAndModels) {
@@ -334,7 +357,7 @@ TEST_F(Set, OfAModuleIsShownWithTheModulesName) {
 TEST_F(Set, NamesAnUnknownHealthOnce) {
   makeFragile();
   EXPECT_EQ(messagesOf({"set", kCrate, "health=-1"}),
-            "the health is -1, which stands for \"could not be estimated\"; set one\n");
+            "health: -1 stands for \"could not be estimated\"; set one\n");
   EXPECT_EQ(shown(kCrate).at("warnings")[0].at("warning"), "unknown-health");
 }
 
