@@ -8,7 +8,6 @@
 #include <resources/resource_name.h>
 #include <resources/watch/resource_monitor.h>
 
-#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -190,9 +189,9 @@ std::optional<RootedPath> MultiFileSystem::find(BasicStringRef resourceName, std
 bool MultiFileSystem::holdNoFile(BasicStringRef resourceName) const {
   if (!refusalOf(resourceName).empty()) return true;
   const fs::path name = normalisedName(resourceName);
-  return std::ranges::none_of(state_->roots, [&name](const fs::path& root) {
-    return lookAt({root, name}).isFile;
-  });
+  for (std::size_t index = 0; index < state_->roots.size(); ++index)
+    if (!state_->faultOfPassing(index).empty() || lookAt({state_->roots[index], name}).isFile) return false;
+  return true;
 }
 
 std::optional<RootedPath> MultiFileSystem::locationFor(BasicStringRef resourceName,

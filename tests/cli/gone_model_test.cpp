@@ -128,7 +128,7 @@ TEST_F(AGoneModel, IsOneWhoseVisualIsMissing) {
   EXPECT_EQ(shown(kCrate).at("warnings").at(0), Json({{"warning", "no-visual"}, {"text", reason}}));
   EXPECT_EQ(refusal({"set", kCrate, "health=3"}), reason);
   EXPECT_EQ(refusal({"convert", kCrate, "fragile"}), reason);
-  EXPECT_EQ(result({"convert", kCrate, "none"}),
+  EXPECT_EQ(run({"convert", kCrate, "none"}).out,
             "content/props/crate.model: category fragile -> none\n"
             "content/props/crate.model: removed its entry in fragiles\n");
   EXPECT_EQ(readDatabase(), without("\n\t\t<entry><filename>content/props/crate.model</filename></entry>"));
@@ -145,7 +145,7 @@ TEST_F(AGoneModel, InWhosePlaceNoFileCanBeIsListedShownAndRemoved) {
     writeDatabase("<root><fragiles><entry><filename>" + name + "</filename></entry></fragiles></root>");
     EXPECT_EQ(result({"list"}), "fragile  " + name + "  (no model file)\n");
     EXPECT_EQ(shown(name).at("modelFile"), false);
-    EXPECT_EQ(result({"convert", name, "none"}),
+    EXPECT_EQ(run({"convert", name, "none"}).out,
               name + ": category fragile -> none\n" + name + ": removed its entry in fragiles\n");
     EXPECT_EQ(readDatabase(), "<root><fragiles></fragiles></root>");
   }

@@ -157,10 +157,9 @@ TEST_F(Import, RefusesModelNamesThatCannotBe) {
 TEST_F(Import, RefusesALinkThatLeadsOutOfTheRoot) {
   const support::TemporaryFolder outside;
   fs::create_directory_symlink(outside.path(), folder_ / "content/away");
-  EXPECT_EQ(
-      refusal({"import", barrel(), "content/away/barrel.model"}),
-      barrel() + ": cannot be imported: \"" + (folder_ / "content/away/barrel.visual").string() +
-          "\" leads out of its root through a link; put the file itself in the place of the link");
+  EXPECT_EQ(refusal({"import", barrel(), "content/away/barrel.model"}),
+            barrel() + ": cannot be imported: \"" + (folder_ / "content/away/barrel.visual").string() +
+                "\" leads out of its root through a link; put the file itself in the place of the link");
   EXPECT_TRUE(outside.listing().empty());
 }
 

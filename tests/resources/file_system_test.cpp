@@ -234,6 +234,7 @@ TEST(ARoot, ThatIsGoneIsNotStoodInForByTheNext) {
   fs::create_directory(folder / "first");  // as the empty folder where a drive was
   EXPECT_EQ(fileSystem.find("a.xml", &refusal), std::nullopt);
   EXPECT_EQ(refusal, fault);
+  EXPECT_FALSE(fileSystem.holdNoFile("a.xml")) << "the drive may hold one";
   folder.write("first/a.xml", "<r/>");
   EXPECT_EQ(pathOf(fileSystem.find("a.xml", &refusal)), folder / "first/a.xml") << "it holds that again";
 }
