@@ -3,6 +3,7 @@
 
 #include <destructibles/database_format.h>
 #include <destructibles/ks_destructibles_helper.h>
+#include <destructibles/load_rules.h>
 #include <destructibles/panel_names.h>
 #include <mio/dynamic_object.h>
 #include <mio/property.h>
@@ -41,15 +42,26 @@ std::vector<std::string> modulesOf(KsDestructiblesHelper& helper) {
   return names;
 }
 
-// A load leaves every helper with the achievement tag of the last structure of the file. The model's own one
-// is in its entry.
-void takeOwnTag(KsDestructiblesHelper& helper) {
+// A load leaves every helper with the achievement tag of the last structure of the file, and a new helper
+// gives every module a hard point by its name. What the model's own entry has is taken from there.
+void takeOwnEntry(KsDestructiblesHelper& helper) {
   namespace format = Tal::database_format;
   const auto database = Tal::FS::Utils::openSection(format::kDatabaseFile, false, nullptr);
-  const auto structures = database ? database->openSection(format::kStructuresSection) : nullptr;
-  const int place = structures ? structures->findChildWith(format::keys::kFileName, helper.modelName()) : -1;
-  helper.updateStructureAchievementTag(
-      place == -1 ? std::string() : structures->child(place)->readString(format::keys::kAchievementTag));
+  if (!database) return;
+  std::string tag;
+  for (const auto& section : *database) {
+    if (format::categoryOfSection(section->tag()) != Tal::DT_STRUCTURE) continue;
+    for (int place = -1;
+         (place = section->findChildWith(format::keys::kFileName, helper.modelName(), place + 1)) != -1;) {
+      const auto entry = section->child(place);
+      tag = entry->readString(format::keys::kAchievementTag);
+      const auto modules = entry->openSection(format::tags::kModules);
+      if (!modules) continue;
+      for (const auto& [name, module] : Tal::load_rules::readModules(*modules))
+        helper.updateDestructibleModule(name, module, false);
+    }
+  }
+  helper.updateStructureAchievementTag(tag);
 }
 
 // Shows a copy of one module's record. Whatever sets a property of it edits the helper at once.
@@ -95,7 +107,7 @@ class ModulePanel {
   // To be called after every load, whichever helper performed it: the tables hold what the file holds. What
   // was typed and not saved goes there again; else the panel shows what is new.
   void tablesWereLoaded() {
-    takeOwnTag(helper_);
+    takeOwnEntry(helper_);
     if (isEdited_) {
       helper_.updateDestructibleModule(module_, record_, false);
     } else {
@@ -162,7 +174,7 @@ bool run(const std::string& model, const std::vector<std::string>& arguments) {
   }
   Tal::KsMaterialDisabler disabler(superModel.get());
   KsDestructiblesHelper helper(superModel.get(), model, &disabler);
-  takeOwnTag(helper);
+  takeOwnEntry(helper);
   const std::vector<std::string> modules = modulesOf(helper);
   if (arguments.empty()) {
     for (const std::string& name : modules) std::cout << name << '\n';

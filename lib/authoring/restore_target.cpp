@@ -1,5 +1,6 @@
 #include <authoring/catalogue.h>
 #include <authoring/health_explanation.h>
+#include <authoring/materials.h>
 #include <authoring/restore_target.h>
 #include <authoring/save_losses.h>
 #include <destructibles/database_format.h>
@@ -72,7 +73,7 @@ RestoreTarget targetOf(KsDestructiblesHelper& helper) {
   target.namedMaterials = helper.bspMaterialNames();
   for (const auto& [name, kind] : helper.getMaterialNames()) {
     target.namedMaterials.insert(name);
-    target.materials.emplace(name, material_kinds::isUndamaged(kind));
+    target.materials.emplace(name, material_kinds::isUndamaged(kind) && !takesMissingPart(helper, name));
   }
   const std::map<std::string, std::string> dropped = droppedModules(helper, target.newEntries.modules);
   for (const auto& [name, module] : target.newEntries.modules) {

@@ -15,7 +15,7 @@ struct RestoreTarget {
   Description newEntries;                 ///< what newly made entries would hold: records of every category
   std::set<std::string> unknownKeys;      ///< the keys of new entries whose values only the model can tell
   std::set<std::string> namedMaterials;   ///< those that a record can name
-  std::map<std::string, bool> materials;  ///< those of states; whether a state shows them destroyed
+  std::map<std::string, bool> materials;  ///< those of states; whether one takes them unforced
   std::set<std::string> modules;          ///< those of a new structure that a save keeps
   bool isThere = true;                    ///< else nothing is known of materials and modules
   std::string need;                       ///< what to do before anything is given back; may be empty

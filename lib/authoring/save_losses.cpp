@@ -145,25 +145,16 @@ OwnEntry ownEntry(const DataSection& root, const std::string& modelName, BasicSt
   return own;
 }
 
-bool isKeyOfEntry(const DataSection& child, const std::string& modelName) {
-  const std::string tag(child.tag());
-  if (tag == tags::kModules || tag == tags::kStates) return true;
-  if (child.childCount() > 0) return false;
-  if (tag == keys::kFileName) return child.value() == modelName;
-  const auto isIn = [&tag](const std::vector<std::string>& names) {
-    return std::find(names.begin(), names.end(), tag) != names.end();
-  };
-  return isIn(keysOf<KsDestructibleFragileDesc>()) || isIn(keysOf<KsDestructibleFallingAtomDesc>());
-}
-
-// What a section that has the model's <filename> itself holds beside entries of the model and their keys.
+// What a section that has the model's <filename> itself holds beside that and entries of the model. Keys of
+// the model's that stand there are in no entry: nobody would learn what they held.
 std::string foreignIn(const DataSection& section, const std::string& modelName) {
   for (const SmartPointer<DataSection>& child : section) {
     const std::string model = modelOf(*child);
-    if (model == modelName || (child->childCount() == 0 && child->value().empty())) continue;
+    const bool isEmpty = child->childCount() == 0 && child->value().empty();
+    const bool isName = child->tag() == keys::kFileName && child->value() == modelName;
+    if (model == modelName || isEmpty || isName) continue;
     if (!model.empty()) return "the entry of " + quotedName(model);
-    if (!isKeyOfEntry(*child, modelName))
-      return "the <" + shownName(child->tag()) + ">, which names no model,";
+    return "the <" + shownName(child->tag()) + ">, which is in no entry,";
   }
   return section.value().empty() ? "" : "the text in it";
 }

@@ -69,7 +69,10 @@ class Lines {
     addSet({"--module", name}, lostValues(replacement, module), needOfModule(name));
   }
 
-  void addTag(const std::string& tag) { addSet({}, {{keys::kAchievementTag, tag}}); }
+  // "none" stands for no tag.
+  void addTag(const std::string& tag) {
+    if (tag != UNDEFINED_EFFECT) addSet({}, {{keys::kAchievementTag, tag}});
+  }
 
   void addState(const std::string& name, const Words& materials, bool isReplaced) {
     if (name == database_format::kUndamagedState || name == database_format::kDestroyedState) {

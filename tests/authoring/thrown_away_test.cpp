@@ -289,6 +289,24 @@ TEST_F(Reset, IsFollowedByASaveThatNamesWhatOtherEntriesHeld) {
                                                     "content/props/crate.model health=8")));
 }
 
+TEST_F(ThrownAwayValues, OfAStateTakeAMaterialWithAMissingPartByForce) {
+  support::writeModel(root_, "content/dep",
+                      {.materials = {{"n_dep_1_9", 74}, {"n_x_0", 73}, {"static", 0}},
+                       .bsp = {"n_dep_1_9", "n_x_0"},
+                       .corner = "2 2 2"});
+  writeDatabase(R"(<root><structures><entry><filename>content/dep.model</filename>
+    <modules><module><matName>n_x_0</matName></module></modules>
+    <states><state><name>s</name><destroyedMaterials>n_dep_1_9 n_x_0 </destroyedMaterials></state></states>
+  </entry></structures></root>)");
+  const auto session = open("content/dep.model");
+  expectDone(session->convert(DT_NON_DESTRUCTIBLE));
+  const Outcome saved = session->save();
+  expectDone(saved);
+  EXPECT_THAT(saved.warnings,
+              testing::Contains(testing::AllOf(testing::HasSubstr("add-material s n_dep_1_9 n_x_0"),
+                                               testing::HasSubstr("--force"))));
+}
+
 TEST_F(ThrownAwayValues, OfAFallingAtomAreGivenAsOneCommand) {
   const auto session = opened(kLamp, DT_FALLING_ATOMS);
   expectDone(session->set({{"physicParams", "1 2 3 4 5 6 7"}, {"touchdownEffect", ""}}));

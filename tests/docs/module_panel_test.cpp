@@ -26,7 +26,7 @@ class TheModulePanelExample : public ::testing::Test {
          .nodes = {"HP_1", "HP_2"}});
     folder_.write(kDatabase,
                   "<root><structures><entry><filename>gate.model</filename><modules>"
-                  "<module><matName>n_wall_1</matName><health>40</health></module>"
+                  "<module><matName>n_wall_1</matName><health>40</health><effectHP>HP_2</effectHP></module>"
                   "<module><matName>n_gone</matName></module>"
                   "</modules></entry><entry><filename>last.model</filename>"
                   "<achievementTag>of the last</achievementTag></entry></structures></root>\n");
@@ -52,7 +52,7 @@ TEST_F(TheModulePanelExample, ShowsTheFieldsOfAModuleWithTheirOptions) {
   EXPECT_EQ(result.status, 0) << result.err;
   EXPECT_EQ(result.out,
             "Health: 40\n"
-            "Effect hardpoint: HP_1 [] [HP_1] [HP_2]\n"
+            "Effect hardpoint: HP_2 [] [HP_1] [HP_2]\n"
             "Hit effect:  [] [none] [boom]\n"
             "Ram effect: none [] [none] [boom]\n"
             "Decay effect: none [] [none] [boom]\n");
