@@ -5,6 +5,7 @@
 #include <core/display_text.h>
 #include <model/gltf_import.h>
 #include <model/gltf_limits.h>
+#include <model/utilities.h>
 #include <resources/file_system.h>
 
 #include <charconv>
@@ -81,7 +82,10 @@ void checkModelName(const std::string& model) {
 void refuseModelOfAnotherRoot(const std::string& model) {
   std::string refusal;
   const std::optional<RootedPath> place = FS::fileSystem()->find(model, &refusal);
-  if (!place || place->root == FS::fileSystem()->roots().front()) return;
+  const fs::path& first = FS::fileSystem()->roots().front();
+  if (!place || place->root == first) return;
+  std::error_code error;
+  if (fs::exists(first / Utilities::getVisualPath(model), error)) return;  // perhaps of one that was cut off
   throw Refusal(quotedName(model) + " is in the root " + quotedName(place->root.native()) +
                 " already; make one in the first root, which comes before it, with --force");
 }

@@ -44,11 +44,14 @@ bool isThere(const std::string& name) {
   throw Refusal(name + ' ' + refusal + "; remove what stands there or choose another folder");
 }
 
-void make(const NewFile& file) {
+// False when another program has made it meanwhile.
+bool make(const NewFile& file) {
   const SmartPointer<DataSection> document = FS::Utils::openSection(file.name, true, nullptr);
   if (!document) throw Refusal(file.name + " cannot be made, see the message before this one");
+  if (document->childCount() > 0) return false;
   for (const std::string& section : file.sections) document->appendChild(section);
   if (!document->save()) throw Refusal(file.name + " cannot be written, see the message before this one");
+  return true;
 }
 
 // What is missing: one that was cut off, or has failed, is gone on with by the next one.
@@ -63,10 +66,10 @@ void init(const std::string& folder, Tool& tool) {
   FS::setFileSystem(std::move(files));
   for (const NewFile& file : newFiles()) {
     const fs::path path = root / file.name;
-    const bool isOld = isThere(file.name);
+    bool isOld = isThere(file.name);
     if (!isOld) {
       const HeldInterrupts held;
-      make(file);
+      isOld = !make(file);
     }
     if (!isOld) tool.noteDone("the files were made");
     tool.print((isOld ? "kept " : "made ") + escapeControls(path.native()) + "\n");

@@ -9,7 +9,6 @@
 #include <destructibles/edit_rules.h>
 
 #include <algorithm>
-#include <functional>
 #include <iterator>
 #include <optional>
 #include <utility>
@@ -108,18 +107,18 @@ class Lines {
                                            : isSameField(field, a, b);
   }
 
-  void addSet(const Words& option, Assignments assignments, const std::string& need = {}) {
+  void addSet(const Words& option, const Assignments& assignments, const std::string& need = {}) {
     const auto isForeign = [this](const Assignment& assignment) {
       return assignment.key == keys::kMaterialName && !assignment.value.empty() &&
              !target_.namedMaterials.contains(assignment.value);
     };
-    const auto foreign = std::ranges::stable_partition(assignments, std::not_fn(isForeign));
     Words words;
-    for (auto assignment = assignments.begin(); assignment != foreign.begin(); ++assignment)
-      words.push_back(assignment->key + '=' + assignment->value);
+    Words foreign;
+    for (const Assignment& assignment : assignments)
+      (isForeign(assignment) ? foreign : words).push_back(assignment.key + '=' + assignment.value);
     if (!words.empty()) addCommand("set", option, std::move(words), need);
-    for (const Assignment& assignment : foreign)
-      addCommand("set", option, {assignment.key + '=' + assignment.value}, "import it with that material");
+    for (std::string& word : foreign)
+      addCommand("set", option, {std::move(word)}, "import it with that material");
   }
 
   std::string needOfModule(const std::string& name) const {

@@ -1,3 +1,4 @@
+#include <core/display_text.h>
 #include <model/file_set.h>
 #include <resources/files/atomic_file.h>
 #include <resources/files/file_lock.h>
@@ -12,6 +13,7 @@ namespace Tal {
 namespace {
 
 constexpr std::chrono::seconds kPatience{10};
+constexpr int kAttempts = 5;
 
 std::string lineOf(const FileFailure& failure) {
   return failure.text + "; " + failure.hint;
@@ -19,6 +21,11 @@ std::string lineOf(const FileFailure& failure) {
 
 void raiseIf(const std::optional<FileFailure>& failure) {
   if (failure) throw std::runtime_error(lineOf(*failure));
+}
+
+[[noreturn]] void raiseChanged(const FileSet::Entry& entry) {
+  throw std::runtime_error("another program has changed " + quotedName(entry.place.path().native()) +
+                           " meanwhile; look at that change and try again");
 }
 
 }  // namespace
@@ -33,14 +40,34 @@ FileSet::Entry& FileSet::add(std::filesystem::path name, BasicStringRef content)
 }
 
 std::string FileSet::open(const std::filesystem::path& root) {
+  // The one who wrote before may have removed the folder, or somebody moved it, while this one waited.
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    const std::string fault = openPlaces(root);
+    OpenPlace again;
+    const bool isSame = fault.empty() && !again.open({root, entries_.front().name}) &&
+                        again.isInFolderOf(entries_.front().place);
+    if (isSame || !fault.empty()) return fault;
+  }
+  return "the folder of " + quotedName(entries_.front().place.path().native()) +
+         " is exchanged again and again; wait until that is done";
+}
+
+std::string FileSet::openPlaces(const std::filesystem::path& root) {
   OpenRoot opened;
   if (const auto failure = opened.open(root)) return lineOf(*failure);
+  OpenPlace& first = entries_.front().place;
+  if (const auto failure = first.open(opened, entries_.front().name)) return lineOf(*failure);
+  if (!waitForLock(first.folder(), kPatience)) {
+    return "another program writes into the folder of " + quotedName(first.path().native()) +
+           " and does not come to an end; try again when it has ended";
+  }
   for (Entry& entry : entries_) {
-    if (const auto failure = entry.place.open(opened, entry.name)) return lineOf(*failure);
-    const bool isFirst = &entry == &entries_.front();
-    if (isFirst && !waitForLock(entry.place.folder(), kPatience)) {
-      return "another program writes into the folder of " + entry.place.path().string() +
-             " and does not come to an end; try again when it has ended";
+    if (&entry.place != &first) {
+      const bool isBeside = entry.name.parent_path() == entries_.front().name.parent_path();
+      auto failure = isBeside ? entry.place.openBeside(first, entry.name.filename().native()) : std::nullopt;
+      // A link leads to a place of its own.
+      if (!failure && (!isBeside || entry.place.isLink())) failure = entry.place.open(opened, entry.name);
+      if (failure) return lineOf(*failure);
     }
     if (const auto failure = refusalToReplace(entry.place)) return lineOf(*failure);
     entry.found = entry.place.identity();
@@ -67,9 +94,14 @@ void FileSet::putOldAside() {
   Entry& first = entries_.front();
   if (first.found) {
     raiseIf(first.old.keep());
-    first.found = first.place.identity();  // a second name touches its time of change
+    // A second name touches its time of change.
+    FileIdentity expected = *first.found;
+    first.found = first.place.identity();
+    if (first.found) expected.changed = first.found->changed;
+    if (first.found != expected) raiseChanged(first);
   }
   for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
+    if (&*entry != &first && entry->place.identity() != entry->found) raiseChanged(*entry);
     const bool isToGo = entry->place.isLink() || (entry->found && &*entry != &first);
     if (isToGo) raiseIf(entry->old.take());
   }
@@ -78,20 +110,24 @@ void FileSet::putOldAside() {
 void FileSet::replace(Entry& entry) {
   const bool isFirst = &entry == &entries_.front();
   const std::string& pattern = entry.found && isFirst ? entry.place.name() : entry.old.name();
-  entry.isWritten = true;  // perhaps, when that throws
-  const std::optional<FileFailure> failure =
-      replaceVersionLike(pattern, entry.place, entry.content, isFirst ? entry.found : std::nullopt);
-  entry.isWritten = !failure || failure->isReplaced;
+  std::optional<FileIdentity> version = isFirst ? entry.found : std::nullopt;
+  const std::optional<FileFailure> failure = replaceVersionLike(pattern, entry.place, entry.content, version);
+  entry.written = version;
   raiseIf(failure);
 }
 
-void FileSet::undo(Entry& entry, std::string& fault) {
-  if (entry.old.isKept()) {
-    const std::optional<FileFailure> failure = entry.old.restore();
-    if (failure && !failure->isReplaced) fault += "; " + lineOf(*failure);
-  } else if (entry.isWritten) {
+// Not what another program has put there since.
+void FileSet::removeWritten(Entry& entry) {
+  const std::optional<FileIdentity> now = entry.written ? entry.place.identity() : std::nullopt;
+  if (now && now->device == entry.written->device && now->inode == entry.written->inode)
     static_cast<void>(removeFile(entry.place));
-  }
+}
+
+void FileSet::undo(Entry& entry, std::string& fault) {
+  const bool isInPlace = &entry == &entries_.front() && entry.found && !entry.written;
+  if (!entry.old.isKept() || isInPlace) return;
+  const std::optional<FileFailure> failure = entry.old.restore();
+  if (failure && !failure->isReplaced) fault += "; " + lineOf(*failure);
 }
 
 void FileSet::undo(std::string& fault) {
@@ -103,8 +139,8 @@ void FileSet::undo(std::string& fault) {
     }
   };
   // In the order of a write, for a process that is ended now.
-  for (auto entry = entries_.rbegin(); entry != std::prev(entries_.rend()); ++entry)
-    if (entry->isWritten) withoutMemory([&] { static_cast<void>(removeFile(entry->place)); });
+  for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry)
+    withoutMemory([&] { removeWritten(*entry); });
   for (Entry& entry : entries_) withoutMemory([&] { undo(entry, fault); });
 }
 

@@ -22,12 +22,12 @@ class FileSet {
   struct Entry {
     Entry(std::filesystem::path path, BasicStringRef bytes) : name(std::move(path)), content(bytes) {}
 
-    std::filesystem::path name;         ///< below the root
-    BasicStringRef content;             ///< must live until write()
-    OpenPlace place;                    ///< once open() was called
-    std::optional<FileIdentity> found;  ///< what is there then; empty when nothing is
+    std::filesystem::path name;           ///< below the root
+    BasicStringRef content;               ///< must live until write()
+    OpenPlace place;                      ///< once open() was called
+    std::optional<FileIdentity> found;    ///< what is there then; empty when nothing is
+    std::optional<FileIdentity> written;  ///< what write() has put there
     BackupFile old{place};
-    bool isWritten = false;
   };
 
   FileSet() = default;
@@ -45,16 +45,18 @@ class FileSet {
 
   /// Writes the files, in the order in which they were added; before that, those that are there already are
   /// put aside from the last one on, but for the first one. Empty when it is done; else one line as from
-  /// open, and every file is as it was, but for one that the line says could not be put back. Nothing is
-  /// replaced that was not there at open().
+  /// open, and every file is as it was, but for one that the line says could not be put back. What another
+  /// program has put there since open() is left alone.
   std::string write();
 
  private:
+  std::string openPlaces(const std::filesystem::path& root);
   void putOldAside();
   void replace(Entry& entry);
+  static void removeWritten(Entry& entry);
   /// Adds to the fault what cannot be undone.
   void undo(std::string& fault);
-  static void undo(Entry& entry, std::string& fault);
+  void undo(Entry& entry, std::string& fault);
 
   std::list<Entry> entries_;  // which stay where they are
   bool isDone_ = false;

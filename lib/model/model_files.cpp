@@ -102,8 +102,13 @@ bool isMarked(const FileSet::Entry& geometry, const ImportMark& mark) {
 /// nobody's: a visual with its mark, perhaps the geometry of that mark, and no model.
 std::string refusalToReplace(const fs::path& root, const FileSet::Entry& visual,
                              const FileSet::Entry& geometry, const FileSet::Entry& model, bool overwrite) {
-  std::string unreadable;  // then it is no import's
-  const auto old = visual.found ? FS::Utils::readSection({root, visual.name}, unreadable) : nullptr;
+  FileContent content;
+  if (visual.found) {  // what cannot be read may be a newer version's
+    if (const auto failure = readFile(visual.place, kMaxGltfBytes, content))
+      return quotedName(visual.name.native()) + ": " + failure->text + "; " + failure->hint;
+  }
+  std::string malformed;  // then it is no import's
+  const auto old = visual.found ? FS::Utils::readSection({root, visual.name}, malformed) : nullptr;
   const std::optional<ImportMark> mark = old ? importMarkIn(*old) : std::nullopt;
   if (mark && mark->version > ImportMark::kVersion) {
     return quotedName(visual.name.native()) +

@@ -179,6 +179,9 @@ TEST_F(Import, RefusesAModelOfALaterRootUnlessItIsForced) {
   words = roots;
   words.insert(words.end(), {"show", kCrate});
   EXPECT_THAT(run(words).err, testing::HasSubstr("was cut off; import the model again"));
+  words = roots;
+  words.insert(words.end(), {"import", barrel(), kCrate});
+  EXPECT_EQ(run(words).status, 0) << "it is finished without being forced";
 }
 
 TEST_F(Import, RefusesABackslashInTheName) {

@@ -156,6 +156,37 @@ TEST_F(AnImport, DoesNotReplaceWhatAppearsWhileItWrites) {
   }
 }
 
+TEST_F(AnImport, LeavesAloneWhatAnotherProgramPutsInThePlaceOfItsFilesWhenItIsGivenUp) {
+  writeSource(cubeBuilder().glb());
+  ASSERT_TRUE(import()) << error_;
+  for (const int others : {0, 1, 2, 3, 4}) {
+    for (const char* const name : {"house.visual", "house.glb", "house.model"}) {
+      const auto file = root() / "content" / name;
+      int renames = 0;
+      {
+        const support::WatchedRename watching([&] {
+          if (renames++ != others) return;
+          std::filesystem::remove(file);
+          support::writeFile(file, "mine");
+        });
+        static_cast<void>(import({.overwrite = true}));  // refused, but where its own file had yet to come
+      }
+      if (!std::filesystem::exists(file) || support::readFile(file) != "mine") {
+        EXPECT_EQ(error_, "") << name << ' ' << others << ": given up, and the other's file is gone";
+      }
+      std::filesystem::remove_all(root() / "content");
+      ASSERT_TRUE(import()) << error_;
+    }
+  }
+}
+
+TEST_F(AnImport, RepairsAVisualThatIsMalformedWhenForced) {
+  writeSource(cubeBuilder().glb());
+  ASSERT_TRUE(import()) << error_;
+  folder_.write("root/content/house.visual", "<visual><import version='1'/> & </visual>");
+  EXPECT_TRUE(import({.overwrite = true})) << "what is malformed is repaired: " << error_;
+}
+
 TEST_F(AnImport, FollowsLinksBelowTheRootAndReplacesThoseThatLeadToNothing) {
   writeSource(cubeBuilder().glb());
   ASSERT_TRUE(import()) << error_;

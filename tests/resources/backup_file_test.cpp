@@ -39,6 +39,12 @@ class ABackup : public testing::Test {
 
 TEST_F(ABackup, OutlivesTheSavesOfItsFileAndBringsTheOldVersionBack) {
   EXPECT_FALSE(Tal::replaceFile(place_, "newer"));
+  EXPECT_TRUE(backup_->restore()) << "what is there may be somebody's";
+  EXPECT_EQ(folder_.read("a"), "newer");
+}
+
+TEST_F(ABackup, IsPutBackWhereNoFileIs) {
+  fs::remove(file_);
   EXPECT_FALSE(backup_->restore());
   EXPECT_EQ(folder_.read("a"), "old");
   EXPECT_THAT(folder_.listing(), ElementsAre("a"));

@@ -254,9 +254,11 @@ std::optional<FileFailure> replaceFile(const OpenPlace& place, const PiecedText&
 }
 
 std::optional<FileFailure> replaceVersionLike(const std::string& pattern, const OpenPlace& place,
-                                              BasicStringRef content,
-                                              const std::optional<FileIdentity>& version) {
-  return Replacement(pattern, place, version).run(PiecedText(content));
+                                              BasicStringRef content, std::optional<FileIdentity>& version) {
+  Replacement replacement(pattern, place, version);
+  std::optional<FileFailure> failure = replacement.run(PiecedText(content));
+  version = failure && !failure->isReplaced ? std::nullopt : replacement.identity();
+  return failure;
 }
 
 std::optional<FileFailure> replaceVersion(const OpenPlace& place, const PiecedText& content,

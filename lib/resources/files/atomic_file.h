@@ -35,7 +35,7 @@ namespace Tal {
 /// when `pattern` is empty.
 [[nodiscard]] std::optional<FileFailure> replaceVersionLike(const std::string& pattern,
                                                             const OpenPlace& place, BasicStringRef content,
-                                                            const std::optional<FileIdentity>& version);
+                                                            std::optional<FileIdentity>& version);
 
 /// Why the file that is there must not be replaced: it is a folder, or protected. Empty when it may be, and
 /// when there is none. Usable on any thread.

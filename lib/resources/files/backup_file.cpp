@@ -29,7 +29,6 @@ std::optional<FileFailure> BackupFile::keep() {
 
 std::optional<FileFailure> BackupFile::take() {
   if (auto failure = makeWith([this] { return renameTo(place_.name(), backup_); })) return failure;
-  isTaken_ = true;
   if (flushFolder(place_.folder())) return std::nullopt;
   return failedStep("flushing the folder of", place_.path(), errno);
 }
@@ -96,12 +95,8 @@ bool BackupFile::copyFile() const {
 std::optional<FileFailure> BackupFile::restore() {
   const std::string backup = std::exchange(backup_, {});
   const int folder = place_.folder();
-  const char* const name = place_.name().c_str();
   if (isCopy_ && descriptor_) retryOnEintr([&] { return ::fsync(descriptor_.get()); });
-  const bool isBack =
-      isTaken_ ? renameTo(backup, place_.name())
-               : retryOnEintr([&] { return ::renameat(folder, backup.c_str(), folder, name); }) == 0;
-  if (!isBack) {
+  if (!renameTo(backup, place_.name())) {
     FileFailure failure = failedStep("putting back the old", place_.path(), errno);
     failure.hint += " and rename " + quotedName(backup) + " to " + quotedName(place_.name()) +
                     " before anything saves that again";

@@ -33,10 +33,10 @@ class BackupFile {
 
   bool isKept() const noexcept { return !backup_.empty(); }
 
-  /// Puts the kept version in the place of what replaced it, first of all that needs memory; one that was
-  /// taken away, only where there is no file. Empty when it succeeded. A failure that says `isReplaced`
-  /// leaves it there too, but not safe from a power cut. After any other the kept version stays under its
-  /// second name, which the failure tells, also when this object is gone, until something saves that file.
+  /// Puts the kept version back where there is no file, first of all that needs memory. Empty when it
+  /// succeeded. A failure that says `isReplaced` leaves it there too, but not safe from a power cut. After
+  /// any other the kept version stays under its second name, which the failure tells, also when this object
+  /// is gone, until something saves that file.
   [[nodiscard]] std::optional<FileFailure> restore();
 
   /// Removes the second name, if any.
@@ -52,7 +52,6 @@ class BackupFile {
   const OpenPlace& place_;
   std::string backup_;
   bool isCopy_ = false;
-  bool isTaken_ = false;
   FileDescriptor descriptor_;
 };
 

@@ -102,6 +102,20 @@ std::optional<FileFailure> OpenPlace::walk(const OpenRoot& root, const fs::path&
   return std::nullopt;
 }
 
+std::optional<FileFailure> OpenPlace::openBeside(const OpenPlace& first, const std::string& name) {
+  name_ = name;
+  path_ = first.path_.parent_path() / name;
+  folder_ = openAt(first.folder(), ".", O_RDONLY | O_DIRECTORY);
+  if (!folder_) return failedStep("opening the folder", path_.parent_path(), errno);
+  return std::nullopt;
+}
+
+bool OpenPlace::isInFolderOf(const OpenPlace& other) const {
+  const std::optional<FileIdentity> mine = identityOf(folder_.get());
+  const std::optional<FileIdentity> others = identityOf(other.folder_.get());
+  return mine && others && mine->device == others->device && mine->inode == others->inode;
+}
+
 void OpenPlace::removeMadeFolders() noexcept {
   for (auto folder = made_.rbegin(); folder != made_.rend(); ++folder)
     ::unlinkat(folder->above.get(), folder->name.c_str(), AT_REMOVEDIR);

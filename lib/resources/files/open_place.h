@@ -37,6 +37,13 @@ class OpenPlace {
   [[nodiscard]] std::optional<FileFailure> open(const RootedPath& place);
   [[nodiscard]] std::optional<FileFailure> open(const OpenRoot& root, const std::filesystem::path& name);
 
+  /// Opens the place of another file in the folder of `first`, which stays the same whatever happens to the
+  /// path. A link that stands there is not followed.
+  [[nodiscard]] std::optional<FileFailure> openBeside(const OpenPlace& first, const std::string& name);
+
+  /// Whether the folder of another place is the same.
+  bool isInFolderOf(const OpenPlace& other) const;
+
   /// Removes the folders that it has made, as far as they are empty.
   void removeMadeFolders() noexcept;
 
