@@ -23,8 +23,7 @@ using Assignments = std::vector<Assignment>;
 constexpr const char* kForce = "--force";
 
 // A command with an option, which may have a value, and its arguments, of which the first is the model.
-// Behind
-// "--" arguments may begin with a dash.
+// Behind "--" arguments may begin with a dash.
 std::string commandLine(const std::string& command, const Words& option, const Words& arguments) {
   const auto isLikeAnOption = [](const std::string& word) { return word.starts_with('-'); };
   const bool hasValue = option.size() > 1;

@@ -128,27 +128,27 @@ class NamesOfModel {
     readEffects();
     const std::vector<std::string>& own = effects_[category];
     if (!hasEffects_ || contains(own, value)) return std::nullopt;
-    std::vector<std::string> meant = own;
-    if (lowerAscii(value) == UNDEFINED_EFFECT) meant.emplace_back(UNDEFINED_EFFECT);
     std::vector<std::string> owners;
     for (const auto& [other, names] : effects_) {
       if (contains(names, value)) owners.emplace_back(categoryName(other));
     }
     const std::string wanted(categoryName(category));
-    if (owners.empty()) {
-      if (own.empty() && meant.empty()) {
-        return Finding{Code::unknownEffect,
-                       std::string(database_format::kEffectsFile) + " has no effects for a " + wanted +
-                           " at all, so " + quotedName(value) + " is none; add it there, or set \"none\""};
-      }
-      return Finding{Code::unknownEffect, std::string(database_format::kEffectsFile) + " has no effect " +
-                                              quotedName(value) + " for a " + wanted +
-                                              nameSuggestion(value, meant)};
-    }
+    if (owners.empty()) return Finding{Code::unknownEffect, textOfUnknown(value, wanted, own)};
     return Finding{Code::foreignEffect, quotedName(value) + " is an effect for a " + owners.front() +
                                             (owners.size() > 1 ? " or a " + owners.back() : "") +
                                             ", not for a " + wanted +
                                             (own.empty() ? "; set \"none\"" : nameSuggestion(value, own))};
+  }
+
+  static std::string textOfUnknown(const std::string& value, const std::string& wanted,
+                                   std::vector<std::string> meant) {
+    if (lowerAscii(value) == UNDEFINED_EFFECT) meant.emplace_back(UNDEFINED_EFFECT);
+    if (meant.empty()) {
+      return std::string(database_format::kEffectsFile) + " has no effects for a " + wanted + " at all, so " +
+             quotedName(value) + " is none; add it there, or set \"none\"";
+    }
+    return std::string(database_format::kEffectsFile) + " has no effect " + quotedName(value) + " for a " +
+           wanted + nameSuggestion(value, meant);
   }
 
   // Once there is an effect to look for: whoever needs none is not told of a file that cannot be read.

@@ -19,9 +19,9 @@ class SuperModel {
   SuperModel(const SuperModel&) = delete;
   SuperModel& operator=(const SuperModel&) = delete;
 
-  /// Loads "NAME.model" and its ".visual" from the resource roots. Geometry is not read; a
-  /// warning is logged when its size is not that of the geometry that was imported. Null when the model
-  /// cannot be loaded; `error` (may be null) then receives one line that names the file and the fault.
+  /// Loads "NAME.model" and its ".visual" from the resource roots. Geometry is not read; a warning is logged
+  /// when its size is not that of the geometry that was imported. Null when the model cannot be loaded;
+  /// `error` (may be null) then receives one line that names the file and the fault.
   static std::unique_ptr<SuperModel> load(BasicStringRef modelName, std::string* error);
 
   /// The top model; may be null.

@@ -101,7 +101,10 @@ void passOn(BasicStringRef name, std::string reason, std::string* refusal) {
 struct MultiFileSystem::State {
   /// Where a resource is; with `mayBeNew` else where it would be made. Empty with the reason when refused.
   std::optional<RootedPath> placeOf(BasicStringRef resourceName, bool mayBeNew, std::string& refusal) const;
-  /// Whether a root that does not hold a resource may be passed over; else why not.
+  /// What a root has at a place. One that has nothing there and must not be passed over counts as having
+  /// something that cannot be used.
+  Finding findingBeforeNext(std::size_t root, const fs::path& name) const;
+  /// Why a root that does not hold a resource must not be passed over; empty when it may.
   std::string faultOfPassing(std::size_t root) const;
   void take(std::vector<fs::path> folders);
 
@@ -113,28 +116,26 @@ struct MultiFileSystem::State {
 std::optional<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourceName, bool mayBeNew,
                                                           std::string& refusal) const {
   refusal = refusalOf(resourceName);
+  if (!refusal.empty()) return std::nullopt;
+  const fs::path name = normalisedName(resourceName);
   std::optional<RootedPath> place;
-  if (refusal.empty()) {
-    const fs::path name = normalisedName(resourceName);
-    for (std::size_t index = 0; index < roots.size(); ++index) {
-      const fs::path& root = roots[index];
-      Finding finding = lookAt({root, name});
-      if (!finding.isThere && (mayBeNew || index + 1 < roots.size())) {
-        std::string fault = faultOfPassing(index);
-        if (!fault.empty()) finding = {true, std::move(fault)};
-      }
-      if (finding.isThere || refusal.empty()) refusal = finding.fault;
-      if (!finding.isThere) continue;
-      place = {root, name};
-      if (refusal.empty()) refusal = refusalOfPlace(*place);
-      return refusal.empty() ? place : std::nullopt;
-    }
-    if (mayBeNew && !roots.empty()) {
-      place = {roots.front(), name};
-      if (refusal.empty()) refusal = refusalOfPlace(*place);
-    }
+  if (mayBeNew && !roots.empty()) place = {roots.front(), name};
+  for (std::size_t index = 0; index < roots.size(); ++index) {
+    const bool isLastResort = !mayBeNew && index + 1 == roots.size();
+    const Finding finding = isLastResort ? lookAt({roots[index], name}) : findingBeforeNext(index, name);
+    if (finding.isThere || refusal.empty()) refusal = finding.fault;
+    if (!finding.isThere) continue;
+    place = {roots[index], name};
+    break;
   }
+  if (place && refusal.empty()) refusal = refusalOfPlace(*place);
   return refusal.empty() ? place : std::nullopt;
+}
+
+Finding MultiFileSystem::State::findingBeforeNext(std::size_t root, const fs::path& name) const {
+  const Finding finding = lookAt({roots[root], name});
+  const std::string fault = finding.isThere ? std::string() : faultOfPassing(root);
+  return fault.empty() ? finding : Finding{true, fault};
 }
 
 // What a root held that is gone, or another folder by now, is not to be taken from the next one.

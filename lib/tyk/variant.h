@@ -28,9 +28,8 @@ using VariantList = std::vector<Variant>;
 /// - a text becomes a number when all of it is one decimal number of the type, with a point and without white
 ///   space or a sign "+"; out of range and not finite is refused. Floating-point numbers take the nearest
 ///   value, and become the shortest text that reads back equal. Nothing depends on the locale;
-/// - an enumeration is held as its underlying type; if that is fixed, whatever it holds becomes the
-/// enumeration
-///   again, also a number that no enumerator has;
+/// - an enumeration is held as its underlying type; if that is fixed, whatever number it holds becomes the
+///   enumeration again, also one that no enumerator has;
 /// - a bool becomes 0 or 1, "false" or "true", and the other way round;
 /// - a list becomes a vector when each of its values does. Nothing else becomes a list, and an empty variant
 ///   becomes nothing else.

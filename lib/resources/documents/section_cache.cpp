@@ -94,11 +94,14 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
     return nullptr;
   }
   if (!create) return nullptr;  // gone since it was found
-  if (creator != nullptr) return creator->create(resourceName);
-  Entry& entry = entries_[name];
+  return creator == nullptr ? rootOf(newDocument(*place)) : creator->create(resourceName);
+}
+
+SmartPointer<SectionDocument> SectionCache::newDocument(const RootedPath& place) {
+  Entry& entry = entries_[place.name.native()];
   const bool isMade = entry.document && !entry.document->identity();
-  if (!isMade) entry = {SectionDocument::make(*place), std::nullopt, std::nullopt, false};
-  return rootOf(entry.document);
+  if (!isMade) entry = {SectionDocument::make(place), std::nullopt, std::nullopt, false};
+  return entry.document;
 }
 
 SmartPointer<SectionDocument> SectionCache::documentOf(const RootedPath& place,

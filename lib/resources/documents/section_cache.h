@@ -43,6 +43,8 @@ class SectionCache {
 
  private:
   SmartPointer<SectionDocument> documentOf(const RootedPath& place, const FileIdentity& identity);
+  /// The document of a file that is not there yet.
+  SmartPointer<SectionDocument> newDocument(const RootedPath& place);
 
   std::map<std::string, Entry, std::less<>> entries_;
 };

@@ -14,7 +14,6 @@
 #include <unistd.h>
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <ctime>
 #include <system_error>
 #include <vector>
@@ -115,7 +114,6 @@ class Replacement {
 
  private:
   int folder() const { return place_.folder(); }
-  const char* name() const { return place_.name().c_str(); }
   fs::path temporaryPath() const { return place_.path().parent_path() / temporary_; }
 
   std::optional<FileFailure> fail(const char* step) const { return failedStep(step, place_.path(), errno); }
@@ -221,11 +219,9 @@ class Replacement {
   // False, with errno, when it fails.
   bool rename() const {
     const bool isToBeNew = isVersionGiven_ && !version_;
-    if (isToBeNew && ::renameat2(folder(), temporary_.c_str(), folder(), name(), RENAME_NOREPLACE) == 0)
-      return true;
-    // Some file systems do not know how to leave what is there.
-    if (isToBeNew && errno != EINVAL && errno != ENOSYS) return false;
-    return retryOnEintr([&] { return ::renameat(folder(), temporary_.c_str(), folder(), name()); }) == 0;
+    if (isToBeNew) return place_.renameToFree(temporary_, place_.name());
+    const char* const to = place_.name().c_str();
+    return retryOnEintr([&] { return ::renameat(folder(), temporary_.c_str(), folder(), to); }) == 0;
   }
 
   std::optional<FileFailure> flushFolderOfFile() {

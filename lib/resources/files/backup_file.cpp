@@ -11,7 +11,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 #include <cerrno>
-#include <cstdio>
 #include <utility>
 
 namespace Tal {
@@ -28,7 +27,7 @@ std::optional<FileFailure> BackupFile::keep() {
 }
 
 std::optional<FileFailure> BackupFile::take() {
-  if (auto failure = makeWith([this] { return renameTo(place_.name(), backup_); })) return failure;
+  if (auto failure = makeWith([this] { return place_.renameToFree(place_.name(), backup_); })) return failure;
   if (flushFolder(place_.folder())) return std::nullopt;
   return failedStep("flushing the folder of", place_.path(), errno);
 }
@@ -68,15 +67,6 @@ bool BackupFile::linkOrCopy() {
   return false;
 }
 
-// Where there is no such file; false, with errno, when it fails.
-bool BackupFile::renameTo(const std::string& from, const std::string& to) const {
-  const int folder = place_.folder();
-  if (::renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0) return true;
-  // Some file systems do not know how to leave what is there.
-  if (errno != EINVAL && errno != ENOSYS) return false;
-  return ::renameat(folder, from.c_str(), folder, to.c_str()) == 0;
-}
-
 // False, with errno, when that fails; what was copied by then is there.
 bool BackupFile::copyFile() const {
   const FileDescriptor from = place_.openToRead();
@@ -96,7 +86,7 @@ std::optional<FileFailure> BackupFile::restore() {
   const std::string backup = std::exchange(backup_, {});
   const int folder = place_.folder();
   if (isCopy_ && descriptor_) retryOnEintr([&] { return ::fsync(descriptor_.get()); });
-  if (!renameTo(backup, place_.name())) {
+  if (!place_.renameToFree(backup, place_.name())) {
     FileFailure failure = failedStep("putting back the old", place_.path(), errno);
     failure.hint += " and rename " + quotedName(backup) + " to " + quotedName(place_.name()) +
                     " before anything saves that again";

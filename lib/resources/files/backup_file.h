@@ -46,7 +46,6 @@ class BackupFile {
   template <class Make>
   std::optional<FileFailure> makeWith(const Make& make);
   bool linkOrCopy();
-  bool renameTo(const std::string& from, const std::string& to) const;
   bool copyFile() const;
 
   const OpenPlace& place_;

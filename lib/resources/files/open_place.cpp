@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 #include <cerrno>
+#include <cstdio>
 #include <system_error>
 #include <utility>
 
@@ -133,6 +134,14 @@ bool OpenPlace::isLink() const {
   struct stat status {};
   return ::fstatat(folder_.get(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
          S_ISLNK(status.st_mode);
+}
+
+bool OpenPlace::renameToFree(const std::string& from, const std::string& to) const {
+  const int folder = folder_.get();
+  if (::renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+  // Some file systems do not know how to leave what is there.
+  if (errno != EINVAL && errno != ENOSYS) return false;
+  return retryOnEintr([&] { return ::renameat(folder, from.c_str(), folder, to.c_str()); }) == 0;
 }
 
 FileDescriptor OpenPlace::openToRead() const {

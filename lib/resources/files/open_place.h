@@ -60,6 +60,11 @@ class OpenPlace {
   /// Whether a link stands there, which leads to nothing: one that leads on was followed.
   bool isLink() const;
 
+  /// Renames a file of the open folder, this one or another, to a name that no file there has. Where the file
+  /// system cannot tell, a file that has it is replaced. False, with errno, when that fails: EEXIST when
+  /// there is such a file.
+  bool renameToFree(const std::string& from, const std::string& to) const;
+
   /// The file, opened for reading; holds nothing, with errno, when that fails. A link is not followed.
   FileDescriptor openToRead() const;
 
