@@ -103,7 +103,7 @@ struct MultiFileSystem::State {
   std::optional<RootedPath> placeOf(BasicStringRef resourceName, bool mayBeNew, std::string& refusal) const;
   /// What a root has at a place. One that has nothing there and must not be passed over counts as having
   /// something that cannot be used.
-  Finding findingBeforeNext(std::size_t root, const fs::path& name) const;
+  Finding findingBeforeNext(std::size_t root, const RootedPath& candidate) const;
   /// Why a root that does not hold a resource must not be passed over; empty when it may.
   std::string faultOfPassing(std::size_t root) const;
   void take(std::vector<fs::path> folders);
@@ -119,23 +119,26 @@ std::optional<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourc
   if (!refusal.empty()) return std::nullopt;
   const fs::path name = normalisedName(resourceName);
   std::optional<RootedPath> place;
-  if (mayBeNew && !roots.empty()) place = {roots.front(), name};
+  if (mayBeNew && !roots.empty()) place = RootedPath{roots.front(), name};
   for (std::size_t index = 0; index < roots.size(); ++index) {
+    RootedPath candidate{roots[index], name};
     const bool isLastResort = !mayBeNew && index + 1 == roots.size();
-    const Finding finding = isLastResort ? lookAt({roots[index], name}) : findingBeforeNext(index, name);
+    const Finding finding = isLastResort ? lookAt(candidate) : findingBeforeNext(index, candidate);
     if (finding.isThere || refusal.empty()) refusal = finding.fault;
     if (!finding.isThere) continue;
-    place = {roots[index], name};
+    place = std::move(candidate);
     break;
   }
   if (place && refusal.empty()) refusal = refusalOfPlace(*place);
   return refusal.empty() ? place : std::nullopt;
 }
 
-Finding MultiFileSystem::State::findingBeforeNext(std::size_t root, const fs::path& name) const {
-  const Finding finding = lookAt({roots[root], name});
-  const std::string fault = finding.isThere ? std::string() : faultOfPassing(root);
-  return fault.empty() ? finding : Finding{true, fault};
+Finding MultiFileSystem::State::findingBeforeNext(std::size_t root, const RootedPath& candidate) const {
+  const Finding finding = lookAt(candidate);
+  if (finding.isThere) return finding;
+  const std::string fault = faultOfPassing(root);
+  if (fault.empty()) return finding;
+  return {true, fault};
 }
 
 // What a root held that is gone, or another folder by now, is not to be taken from the next one.
