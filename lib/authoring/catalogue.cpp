@@ -17,11 +17,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Of a model that is gone nothing needs to be reported.
+// What cannot be looked at may be one; that is reported.
 bool isModelFile(const std::string& model) {
   const FS::MultiFileSystem* const files = FS::fileSystem();
-  return files != nullptr && canNameModel(model) && !files->holdNoFile(model) &&
-         files->find(model).has_value();
+  if (files == nullptr || !canNameModel(model) || files->holdNoFile(model)) return false;
+  files->find(model);
+  return true;
 }
 
 std::map<std::string, CategoryMarks> gatherMarks(const DataSection& root) {

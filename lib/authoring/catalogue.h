@@ -20,7 +20,7 @@ std::optional<FileIdentity> databaseIdentity();
 struct CatalogueEntry {
   std::string model;
   KsDestructibleType category = DT_NON_DESTRUCTIBLE;  ///< as a session on the model would find it
-  bool hasModelFile = false;                          ///< whether a resource root holds a model of this name
+  bool hasModelFile = false;                          ///< false when it is certain that no root holds one
 };
 
 /// Whether a model can be of this name: one that names a resource, in the only spelling that the database

@@ -57,8 +57,8 @@ std::string FileSet::openPlaces(const std::filesystem::path& root) {
   if (const auto failure = opened.open(root)) return lineOf(*failure);
   OpenPlace& first = entries_.front().place;
   if (const auto failure = first.open(opened, entries_.front().name)) return lineOf(*failure);
-  if (!waitForLock(first.folder(), kPatience)) {
-    return "another program writes into the folder of " + quotedName(first.path().native()) +
+  if (const std::string holder = waitForLock(first.folder(), kPatience); !holder.empty()) {
+    return holder + " writes into the folder of " + quotedName(first.path().native()) +
            " and does not come to an end; try again when it has ended";
   }
   for (Entry& entry : entries_) {

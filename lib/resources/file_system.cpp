@@ -103,7 +103,7 @@ struct MultiFileSystem::State {
   std::optional<RootedPath> placeOf(BasicStringRef resourceName, bool mayBeNew, std::string& refusal) const;
   /// What a root has at a place. One that has nothing there and must not be passed over counts as having
   /// something that cannot be used.
-  Finding findingBeforeNext(std::size_t root, const RootedPath& candidate) const;
+  Finding findingIn(std::size_t root, const RootedPath& candidate) const;
   /// Why a root that does not hold a resource must not be passed over; empty when it may.
   std::string faultOfPassing(std::size_t root) const;
   void take(std::vector<fs::path> folders);
@@ -120,10 +120,10 @@ std::optional<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourc
   const fs::path name = normalisedName(resourceName);
   std::optional<RootedPath> place;
   if (mayBeNew && !roots.empty()) place = RootedPath{roots.front(), name};
+  const bool mayBeGone = !mayBeNew && roots.size() == 1;  // no other one can stand in for it
   for (std::size_t index = 0; index < roots.size(); ++index) {
     RootedPath candidate{roots[index], name};
-    const bool isLastResort = !mayBeNew && index + 1 == roots.size();
-    const Finding finding = isLastResort ? lookAt(candidate) : findingBeforeNext(index, candidate);
+    const Finding finding = mayBeGone ? lookAt(candidate) : findingIn(index, candidate);
     if (finding.isThere || refusal.empty()) refusal = finding.fault;
     if (!finding.isThere) continue;
     place = std::move(candidate);
@@ -133,7 +133,7 @@ std::optional<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourc
   return refusal.empty() ? place : std::nullopt;
 }
 
-Finding MultiFileSystem::State::findingBeforeNext(std::size_t root, const RootedPath& candidate) const {
+Finding MultiFileSystem::State::findingIn(std::size_t root, const RootedPath& candidate) const {
   const Finding finding = lookAt(candidate);
   if (finding.isThere) return finding;
   const std::string fault = faultOfPassing(root);

@@ -36,6 +36,18 @@ TEST_F(Catalogue, NamesEveryModelWithItsCategoryAndWhetherItsFileExists) {
                                             "content/street/lamp.model falling-atom"));
 }
 
+TEST_F(Catalogue, DoesNotTakeAModelForGoneThatCannotBeLookedFor) {
+  writeDatabase(
+      "<root><fragiles><entry><filename>content/props/gone.model</filename></entry></fragiles></root>");
+  const support::TemporaryFolder second;
+  FS::setFileSystem(std::make_unique<FS::MultiFileSystem>(std::vector{root_.path(), second.path()}));
+  EXPECT_THAT(lines(), testing::ElementsAre("content/props/gone.model fragile (no file)"));
+  std::filesystem::remove_all(second.path());
+  const support::MessageRecorder recorder;
+  EXPECT_THAT(lines(), testing::ElementsAre("content/props/gone.model fragile"));
+  EXPECT_THAT(recorder.texts(), testing::ElementsAre(testing::HasSubstr("is not the folder any more")));
+}
+
 TEST_F(Catalogue, TakesAnyOtherSectionForStructuresThatNeedModules) {
   writeDatabase(R"(<root>
 	<buildings><entry><filename>a</filename><modules/></entry><entry><filename>b</filename></entry></buildings>

@@ -12,6 +12,7 @@
 
 #include <sys/wait.h>
 
+#include <fcntl.h>
 #include <unistd.h>
 #include <chrono>
 #include <csignal>
@@ -97,6 +98,18 @@ TEST(AFileLock, IsWaitedForAsLongAsOneIsPatientAndNamesItsHolder) {
   std::string holder;
   EXPECT_FALSE(FileLock::acquire(root / "a.xml", kShort, holder));
   EXPECT_EQ(holder, nameOf(other));
+}
+
+TEST(TheLockOfAnOpenFolder, IsWaitedForAsLongAsOneIsPatientAndNamesItsHolder) {
+  const MountedRoot root;
+  const support::TemporaryFolder signs;
+  const Tal::FileDescriptor folder(open(root.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const Child other = holderOf(root.path(), signs / "sign");
+  awaitFile(signs / "sign");
+  EXPECT_EQ(Tal::waitForLock(folder.get(), kShort), nameOf(other));
+  other.killHard();
+  other.wait();
+  EXPECT_EQ(Tal::waitForLock(folder.get(), kLong), "");
 }
 
 TEST(AFileLock, EndsWithTheProcessHoweverThatEnds) {

@@ -57,14 +57,14 @@ bool tryLock(int descriptor) noexcept {
   return retryOnEintr([descriptor] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0;
 }
 
-bool waitForLock(int descriptor, std::chrono::milliseconds patience) noexcept {
+std::string waitForLock(int descriptor, std::chrono::milliseconds patience) {
   const auto deadline = std::chrono::steady_clock::now() + patience;
   while (!tryLock(descriptor)) {
-    if (errno != EWOULDBLOCK) return true;
-    if (std::chrono::steady_clock::now() > deadline) return false;
+    if (errno != EWOULDBLOCK) return {};
+    if (std::chrono::steady_clock::now() > deadline) return holderOf(descriptor);
     std::this_thread::sleep_for(kPause);
   }
-  return true;
+  return {};
 }
 
 bool FileLock::isOf(const FileIdentity& file) const {

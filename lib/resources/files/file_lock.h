@@ -39,9 +39,9 @@ class FileLock {
   std::string fault_;
 };
 
-/// Takes the lock of an open file or folder, waiting for another holder as long as `patience`. False when it
-/// still has the lock; true also where there are no locks.
-bool waitForLock(int descriptor, std::chrono::milliseconds patience) noexcept;
+/// Takes the lock of an open file or folder, waiting for another holder as long as `patience`. Names the one
+/// that still has it then, as FileLock::acquire does; empty when it was taken, and where there are no locks.
+std::string waitForLock(int descriptor, std::chrono::milliseconds patience);
 
 /// Takes the lock of an open file if nobody has it; false, with errno, when somebody has or it has no locks.
 bool tryLock(int descriptor) noexcept;
