@@ -1,25 +1,32 @@
-# The compiler settings that every target of the project takes: C++20, warnings as errors, sanitizers on request.
+# The compiler settings of the project's targets: tal_options (C++20, warnings as errors) for all of them, and
+# tal_instrumentation (the checks of the sanitizers) for what is under test.
 
 set(DESTRUCTIBLES_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
 
-add_library(project_options INTERFACE)
-target_compile_features(project_options INTERFACE cxx_std_20)
-target_compile_options(project_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+add_library(tal_options INTERFACE)
+target_compile_features(tal_options INTERFACE cxx_std_20)
+target_compile_options(tal_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # GCC 12 reports overlapping copies within std::string's operator+ that cannot happen (its bug 105651).
-  target_compile_options(project_options INTERFACE -Wno-restrict)
+  target_compile_options(tal_options INTERFACE -Wno-restrict)
 endif()
+
+add_library(tal_instrumentation INTERFACE)
 if(DESTRUCTIBLES_SANITIZE)
-  target_compile_options(project_options INTERFACE -fsanitize=${DESTRUCTIBLES_SANITIZE}
+  target_compile_options(tal_instrumentation INTERFACE -fsanitize=${DESTRUCTIBLES_SANITIZE}
                          -fno-sanitize-recover=all -fno-omit-frame-pointer)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # With sanitizers GCC's flow analysis reports values of std::regex that are set; the other builds keep the warning.
-    target_compile_options(project_options INTERFACE -Wno-maybe-uninitialized)
+    target_compile_options(tal_instrumentation INTERFACE -Wno-maybe-uninitialized)
   endif()
-  target_link_options(project_options INTERFACE -fsanitize=${DESTRUCTIBLES_SANITIZE})
+  target_link_options(tal_options INTERFACE -fsanitize=${DESTRUCTIBLES_SANITIZE})
 endif()
 
 find_program(DESTRUCTIBLES_CCACHE ccache)
 if(DESTRUCTIBLES_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${DESTRUCTIBLES_CCACHE})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    # Else a precompiled header is another one each time that it is made.
+    add_compile_options("SHELL:-Xclang -fno-pch-timestamp")
+  endif()
 endif()

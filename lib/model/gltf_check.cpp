@@ -126,11 +126,11 @@ void checkTransforms(const json& root) {
   static constexpr std::array<std::pair<BasicStringRef, std::size_t>, 4> kTransforms = {
       {{"nodes[].matrix", 16}, {"nodes[].translation", 3}, {"nodes[].rotation", 4}, {"nodes[].scale", 3}}};
   for (const auto& [path, size] : kTransforms) {
-    walkGltf(root, nullptr, path, [size = size](const json& value, const GltfPlace& place) {
+    walkGltf(root, nullptr, path, [count = size](const json& value, const GltfPlace& place) {
       const bool isNumbers =
-          value.is_array() && value.size() == size &&
+          value.is_array() && value.size() == count &&
           std::all_of(value.begin(), value.end(), [](const json& element) { return element.is_number(); });
-      if (!isNumbers) place.fail("is no list of " + std::to_string(size) + " numbers");
+      if (!isNumbers) place.fail("is no list of " + std::to_string(count) + " numbers");
     });
   }
 }

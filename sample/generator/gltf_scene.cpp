@@ -49,7 +49,7 @@ class DocumentBuilder {
     if (withNormals) attributes["NORMAL"] = addVectors(mesh, &Mesh::Vertex::normal, false);
     ordered_json primitive = {
         {"attributes", std::move(attributes)}, {"indices", addIndices(mesh)}, {"material", material}};
-    root["meshes"].push_back({{"name", name}, {"primitives", {std::move(primitive)}}});
+    root["meshes"].push_back({{"name", name}, {"primitives", ordered_json::array({std::move(primitive)})}});
     return root["meshes"].size() - 1;
   }
 
@@ -152,8 +152,9 @@ GltfScene::Document GltfScene::document(const std::string& bufferUri) const {
   ordered_json& root = builder.root;
   root["asset"] = {{"version", "2.0"}, {"generator", "generate_sample"}};
   root["scene"] = 0;
-  root["scenes"] = {{{"name", name_}, {"nodes", {0}}}};
-  root["nodes"] = {{{"name", name_}, {"children", ordered_json::array()}}};
+  // Braces around one value alone mean a list to one compiler and the value to another.
+  root["scenes"] = ordered_json::array({{{"name", name_}, {"nodes", ordered_json::array({0})}}});
+  root["nodes"] = ordered_json::array({{{"name", name_}, {"children", ordered_json::array()}}});
   const auto addNode = [&root](ordered_json node) {
     root["nodes"][0]["children"].push_back(root["nodes"].size());
     root["nodes"].push_back(std::move(node));
@@ -164,7 +165,7 @@ GltfScene::Document GltfScene::document(const std::string& bufferUri) const {
     addNode({{"name", part.nodeName}, {"mesh", mesh}});
   }
   for (const HardPoint& point : hardPoints_) addNode({{"name", point.name}, {"translation", point.place}});
-  root["buffers"] = {{{"byteLength", builder.bin.size()}}};
+  root["buffers"] = ordered_json::array({{{"byteLength", builder.bin.size()}}});
   if (bufferUri.empty()) return {root.dump(), builder.bin};
   root["buffers"][0]["uri"] = bufferUri;
   return {root.dump(1, '\t'), builder.bin};

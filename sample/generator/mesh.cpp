@@ -139,7 +139,9 @@ Mesh& Mesh::debris(const Point& min, const Point& max, int pieces, std::uint32_t
   for (int piece = 0; piece < pieces; ++piece) {
     const double size = noise.between(0.12, 0.4);
     const Point centre = {noise.between(min[0], max[0]), min[1] + size * 0.35, noise.between(min[2], max[2])};
-    turnedBox(centre, {size, size * 0.7, size * 1.3}, noise.between(0, kTurn), noise.between(-0.3, 0.3));
+    const double tilt = noise.between(-0.3, 0.3);
+    const double turn = noise.between(0, kTurn);
+    turnedBox(centre, {size, size * 0.7, size * 1.3}, turn, tilt);
   }
   return *this;
 }

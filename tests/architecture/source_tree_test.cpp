@@ -91,7 +91,7 @@ TEST(ASourceTree, HoldsEveryCppFileOfTheNamedFoldersInOrder) {
   tree.write("lib/b/b.cpp", "#include <map>\n");
   tree.write("lib/a/deep/a.h", "#pragma once\n");
   tree.write("lib/a/odd.hpp", "");
-  tree.write("lib/a/CMakeLists.txt", "add_room(a)\n");
+  tree.write("lib/a/CMakeLists.txt", "add_module(a)\n");
   tree.write("apps/cli/main.cpp", "");
   tree.write("other/c.cpp", "");
   std::vector<std::string> paths;

@@ -209,7 +209,7 @@ TEST_F(TheOutcomeOfASave, OnAFullDiskIsAFailureThatIsReportedOnceAndKeepsFileAnd
   </structures>
 </root>
 )";
-  for (const rlim_t room : {0, 100}) {
+  for (const rlim_t room : {0U, 100U}) {
     writeDatabase(text);
     const OpenModel crate({}, "crate");
     KsDestructibleFragileDesc desc;

@@ -260,11 +260,10 @@ TEST_F(TheCallStack, ShowsALookForDefaultKindsOnEveryPath) {
   const OpenModel open({{{"wall", 0}, {"roof", 73}}}, "m");
   Strings names;
   const std::regex wall("wall");
-  for (const auto& [pattern, list] :
+  for (const auto& look :
        {std::pair<std::regex, Strings*>{wall, nullptr}, {wall, &names}, {std::regex("x"), nullptr}}) {
-    EXPECT_THAT(
-        during([&, &pattern = pattern, list = list] { (void)open->hasDefaultMaterialKinds(pattern, list); }),
-        ElementsAre("> hasDefaultMaterialKinds", "< hasDefaultMaterialKinds"));
+    EXPECT_THAT(during([&] { (void)open->hasDefaultMaterialKinds(look.first, look.second); }),
+                ElementsAre("> hasDefaultMaterialKinds", "< hasDefaultMaterialKinds"));
   }
   EXPECT_EQ(lines_.at("hasDefaultMaterialKinds"), 1722U);
 }

@@ -35,7 +35,7 @@ using testing::IsEmpty;
 // The file's bytes, once more as the parser takes them, and a value or two that is made of all of them: what
 // a loaded database may take. The address sanitizer keeps up to 256 MiB of what was freed, which growing
 // texts leave behind at each step, and has a byte for every eight.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef WITH_ADDRESS_SANITIZER
 constexpr long kTimesTheFile = 8;
 #else
 constexpr long kTimesTheFile = 4;
