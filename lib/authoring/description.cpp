@@ -70,6 +70,16 @@ std::map<std::string, Value> mergedMap(const std::map<std::string, Value>& base,
 
 }  // namespace
 
+Description ofItsCategory(Description description) {
+  if (description.category != DT_FRAGILE) description.fragile.reset();
+  if (description.category != DT_FALLING_ATOMS) description.fallingAtom.reset();
+  if (description.category != DT_STRUCTURE) {
+    description.achievementTag.clear();
+    description.modules.clear();
+  }
+  return description;
+}
+
 bool isSame(const Description& a, const Description& b) {
   return a.category == b.category && a.achievementTag == b.achievementTag &&
          isSameMap(a.modules, b.modules) && isSameMap(a.states, b.states) &&

@@ -9,7 +9,8 @@
 
 namespace Tal::authoring {
 
-/// Everything that the database holds, or would after a save, of one model.
+/// Everything that the database holds, or would after a save, of one model. Of an open model also the records
+/// of other categories that conversions have left behind.
 struct Description {
   using Modules = std::map<std::string, KsDestructibleModuleDesc>;
   using States = std::map<std::string, std::vector<std::string>>;
@@ -21,6 +22,9 @@ struct Description {
   std::optional<KsDestructibleFragileDesc> fragile;  ///< while the model is a fragile
   std::optional<KsDestructibleFallingAtomDesc> fallingAtom;  ///< while the model is a falling atom
 };
+
+/// The description without what belongs to other categories than its own.
+Description ofItsCategory(Description description);
 
 /// Whether two descriptions agree in everything, numbers exactly.
 bool isSame(const Description& a, const Description& b);

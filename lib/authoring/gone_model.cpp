@@ -82,17 +82,6 @@ std::optional<Absence> absenceOf(const std::string& modelName) {
   return withoutVisual(*files, modelName);
 }
 
-// A session has the record of its category alone.
-Description ofItsCategory(Description description) {
-  if (description.category != DT_FRAGILE) description.fragile.reset();
-  if (description.category != DT_FALLING_ATOMS) description.fallingAtom.reset();
-  if (description.category != DT_STRUCTURE) {
-    description.achievementTag.clear();
-    description.modules.clear();
-  }
-  return description;
-}
-
 std::optional<GoneModel> readFrom(const DataSection& database, const std::string& modelName) {
   FileEntries file = entriesIn(database, modelName);
   if (file.entries.empty()) return std::nullopt;

@@ -80,6 +80,16 @@ std::map<std::string, std::string> hardPointsOf(const Description::Modules& modu
   return hardPoints;
 }
 
+// What the tables hold of a model, and what the file alone holds while the helper is of another category.
+Description withAllOf(const Description& file, Description tables) {
+  tables.category = file.category;
+  tables.achievementTag = file.achievementTag;
+  tables.modules.insert(file.modules.begin(), file.modules.end());
+  if (!tables.fragile) tables.fragile = file.fragile;
+  if (!tables.fallingAtom) tables.fallingAtom = file.fallingAtom;
+  return tables;
+}
+
 }  // namespace
 
 KeptModel::KeptModel(const std::string& modelName, std::unique_ptr<SuperModel> superModel)
@@ -122,7 +132,7 @@ void KeptModel::ensureLoaded() {
   if (depth_ > 0) return;
   helper_->loadConfig(false);
   // Tables that a failed load left empty raise no signal.
-  if (!isSame(read(), mine_)) resync();
+  if (!isSame(ofItsCategory(read()), ofItsCategory(mine_))) resync();
 }
 
 void KeptModel::refresh() {
@@ -185,6 +195,14 @@ void KeptModel::setCategory(KsDestructibleType category) {
   }
 }
 
+void KeptModel::reset() {
+  mine_.fragile.reset();
+  mine_.fallingAtom.reset();
+  const Description::States states = read().states;
+  helper_->resetDescriptions();
+  setStates(states);
+}
+
 void KeptModel::setStates(const Description::States& wanted) {
   const Description::States current = read().states;
   for (const auto& [name, materials] : current) {
@@ -203,6 +221,7 @@ void KeptModel::setStates(const Description::States& wanted) {
 // must not count as read.
 void KeptModel::markSaved() {
   if (!hasRecord()) apply(mine_);  // the load behind the save has failed
+  mine_ = {};
   remember();
   base_ = mine_;
   foreignCategory_.reset();
@@ -220,9 +239,12 @@ void KeptModel::onResourceModified(const BasicStringRef& /*basePath*/, const Bas
   ensureLoaded();
 }
 
+// A load while the model was of another category has replaced the records that it had of this one.
 void KeptModel::onTypeChanged() {
+  if (mine_.fragile) helper_->updateFragileParameters(*mine_.fragile);
+  if (mine_.fallingAtom) helper_->updateFallingAtomParameters(*mine_.fallingAtom);
   if (helper_->destructibleType() != DT_STRUCTURE) return;
-  helper_->updateStructureAchievementTag(ownTag_);
+  helper_->updateStructureAchievementTag(mine_.achievementTag);
   setHardPoints(hardPointsOf(mine_.modules));
 }
 
@@ -256,18 +278,17 @@ void KeptModel::resync() {
   }
   const Description& file = entries->description;
   const Description mine = mine_;
-  const bool isEdited = !isSame(mine, base_);
+  const bool isEdited = !isSame(ofItsCategory(mine), ofItsCategory(base_));
   if (!isEdited || file.category == mine.category) {
     foreignCategory_.reset();
   } else if (file.category != base_.category) {
     foreignCategory_ = file.category;
   }
   setCategory(isEdited ? mine.category : file.category);
-  ownTag_ = file.achievementTag;
   takeFile(file);
-  Description theirs = read();
-  theirs.category = file.category;
-  if (isEdited) apply(merged(base_, mine, theirs));
+  Description theirs = withAllOf(file, read());
+  mine_ = isEdited ? merged(base_, mine, theirs) : theirs;
+  if (isEdited) apply(mine_);
   remember();
   base_ = std::move(theirs);
 }
@@ -304,19 +325,28 @@ Description KeptModel::read() {
   return description;
 }
 
+// The helper shows the record of its category alone.
 void KeptModel::remember() {
-  mine_ = read();
-  if (mine_.category == DT_STRUCTURE) ownTag_ = mine_.achievementTag;
+  Description now = read();
+  if (now.category != DT_STRUCTURE) now.achievementTag = mine_.achievementTag;
+  if (now.category != DT_NON_DESTRUCTIBLE) {
+    if (!now.fragile) now.fragile = mine_.fragile;
+    if (!now.fallingAtom) now.fallingAtom = mine_.fallingAtom;
+  }
+  mine_ = std::move(now);
 }
 
-void KeptModel::apply(const Description& wanted) {
+// A model of no category has no records that would count again when it is converted.
+void KeptModel::apply(Description wanted) {
   setCategory(wanted.category);
-  if (!hasRecord()) helper_->resetDescriptions();
-  if (wanted.category == DT_STRUCTURE) {
-    helper_->updateStructureAchievementTag(wanted.achievementTag);
-    for (const auto& [name, module] : wanted.modules)
-      helper_->updateDestructibleModule(name, module, /*keepExisting=*/false);
+  if (wanted.category == DT_NON_DESTRUCTIBLE) {
+    if (!read().modules.empty()) helper_->setAsNonDestructible(/*force=*/true);
+    return setStates(wanted.states);
   }
+  if (!hasRecord()) helper_->resetDescriptions();
+  helper_->updateStructureAchievementTag(wanted.achievementTag);
+  for (const auto& [name, module] : wanted.modules)
+    helper_->updateDestructibleModule(name, module, /*keepExisting=*/false);
   if (wanted.fragile) helper_->updateFragileParameters(*wanted.fragile);
   if (wanted.fallingAtom) helper_->updateFallingAtomParameters(*wanted.fallingAtom);
   setStates(wanted.states);

@@ -67,6 +67,10 @@ class KeptModel : private ResourceModificationListener {
   /// Converts the helper, within an edit. The model keeps its own tag and the hard points of its modules.
   void setCategory(KsDestructibleType category);
 
+  /// Replaces all records by newly made ones of the same category, within an edit. The tag, the hard points
+  /// and the named states stay.
+  void reset();
+
   /// Makes the named states these, within an edit.
   void setStates(const Description::States& wanted);
 
@@ -88,7 +92,7 @@ class KeptModel : private ResourceModificationListener {
   void takeFile(const Description& file);
   Description read();
   void remember();
-  void apply(const Description& wanted);
+  void apply(Description wanted);
   bool hasRecord();
   void setHardPoints(const std::map<std::string, std::string>& hardPoints);
 
@@ -100,10 +104,9 @@ class KeptModel : private ResourceModificationListener {
   mutable ks::Signal<void()> reloaded_;
 
   std::set<std::string> moduleNames_;     // every name that a module may have; the helper cannot list them
-  std::string ownTag_;                    // the structure's tag, kept also while the model is no structure
   std::optional<FileIdentity> lastRead_;  // the file that base_ is from, or an older one
   Description base_;
-  Description mine_;  // base_ with the edits since then
+  Description mine_;  // base_ with the edits since then; with the records that conversions have left behind
   std::optional<KsDestructibleType> foreignCategory_;
   std::unique_ptr<ResourceModificationListener> beforeReload_;
   bool hasRead_ = false;

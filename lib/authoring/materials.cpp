@@ -126,9 +126,11 @@ BasicStringRef materialWarningName(MaterialWarning::Code code) noexcept {
     case MaterialWarning::Code::staticPart:
       return "static-part";
     case MaterialWarning::Code::missingPart:
+      return "missing-part";
+    case MaterialWarning::Code::ownPart:
       break;
   }
-  return "missing-part";
+  return "own-part";
 }
 
 std::vector<Material> materialsOf(const KsDestructiblesHelper& helper) {
@@ -172,6 +174,11 @@ std::vector<MaterialWarning> materialWarningsOf(const KsDestructiblesHelper& hel
     }
     if (takesMissingPart(helper, name))
       warnings.push_back({MaterialWarning::Code::missingPart, name, subject + missingText(helper)});
+    if (takesOwnPart(helper, name)) {
+      warnings.push_back({MaterialWarning::Code::ownPart, name,
+                          subject + " takes along its own part, so where it breaks the part vanishes: its "
+                                    "destroyed look is hidden, too; rename it"});
+    }
   }
   return warnings;
 }
@@ -199,6 +206,12 @@ std::string missingPartText(const KsDestructiblesHelper& helper) {
 bool takesMissingPart(const KsDestructiblesHelper& helper, const std::string& material) {
   const std::vector<unsigned>& kinds = helper.getMaterialDependencies(helper.getMaterialKind(material));
   return std::ranges::find(kinds, material_kinds::kNone) != kinds.end();
+}
+
+bool takesOwnPart(const KsDestructiblesHelper& helper, const std::string& material) {
+  const unsigned kind = helper.getMaterialKind(material);
+  const std::vector<unsigned>& kinds = helper.getMaterialDependencies(kind);
+  return material_kinds::isUndamaged(kind) && std::ranges::find(kinds, kind) != kinds.end();
 }
 
 }  // namespace Tal::authoring

@@ -33,13 +33,14 @@ struct MaterialWarning {
     noPartKind,      ///< the kind is none that a part has
     staticPart,      ///< the kind is a part's, but the name makes the material static
     missingPart,     ///< it takes along a part that no undamaged material has, which counts as kind 0
+    ownPart,         ///< it takes along its own part, whose destroyed look is hidden then, too
   };
   Code code;
   std::string material;
   std::string text;  ///< one line for a person
 };
 
-/// "default-kind", "disordered-kind", "no-part-kind", "static-part" or "missing-part".
+/// "default-kind", "disordered-kind", "no-part-kind", "static-part", "missing-part" or "own-part".
 BasicStringRef materialWarningName(MaterialWarning::Code code) noexcept;
 
 /// The materials of a helper's model, in ascending order of name.
@@ -55,5 +56,8 @@ std::string missingPartText(const KsDestructiblesHelper& helper);
 
 /// Whether the parts that break with a material include one that no undamaged material has.
 bool takesMissingPart(const KsDestructiblesHelper& helper, const std::string& material);
+
+/// Whether the parts that break with an undamaged part include that part itself.
+bool takesOwnPart(const KsDestructiblesHelper& helper, const std::string& material);
 
 }  // namespace Tal::authoring

@@ -6,6 +6,7 @@
 #include <destructibles/database_format.h>
 #include <destructibles/health_rules.h>
 #include <destructibles/new_entries.h>
+#include <model/gltf_import.h>
 #include <model/material_kinds.h>
 
 #include <algorithm>
@@ -73,7 +74,8 @@ RestoreTarget targetOf(KsDestructiblesHelper& helper) {
   target.namedMaterials = helper.bspMaterialNames();
   for (const auto& [name, kind] : helper.getMaterialNames()) {
     target.namedMaterials.insert(name);
-    target.materials.emplace(name, material_kinds::isUndamaged(kind) && !takesMissingPart(helper, name));
+    target.materials.emplace(name, material_kinds::isUndamaged(kind) && !takesMissingPart(helper, name) &&
+                                       !takesOwnPart(helper, name));
   }
   const std::map<std::string, std::string> dropped = droppedModules(helper, target.newEntries.modules);
   for (const auto& [name, module] : target.newEntries.modules) {
@@ -92,7 +94,8 @@ RestoreTarget targetOfGone(const std::string& modelName, const Description& entr
     target.newEntries.modules.emplace(name, new_entries::module(health_rules::kUnknownHealth));
   target.unknownKeys = {keys::kHealth, keys::kEffectHardPoint, keys::kMaterialName};
   target.isThere = false;
-  target.need = canNameModel(modelName) ? "import it" : "import it under another name";
+  const bool canImport = canNameModel(modelName) && faultOfImportedName(modelName).empty();
+  target.need = canImport ? "import it" : "import it under another name";
   target.verdict = verdictOn(modelName);
   return target;
 }

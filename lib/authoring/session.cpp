@@ -120,7 +120,7 @@ bool Session::isMissingInDatabase() {
 }
 
 bool Session::hasUnsavedEdits() {
-  return !isSame(model_->description(), model_->base());
+  return !isSame(ofItsCategory(model_->description()), ofItsCategory(model_->base()));
 }
 
 std::vector<Material> Session::materials() const {

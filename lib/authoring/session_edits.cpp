@@ -173,8 +173,7 @@ Outcome Session::reset() {
                          : quotedName(modelName()) +
                                " is not destructible and has nothing to reset; convert it first");
     }
-    helper().resetDescriptions();
-    model_->setStates(before.states);
+    model_->reset();
     Outcome outcome;
     warnOfThrownAway({before.category, before, model_->description()}, targetOf(helper()), outcome);
     return outcome;

@@ -76,6 +76,20 @@ void warnOfThrownAway(KsDestructiblesHelper& helper, const DataSection& database
     warnings.push_back({SaveWarning::Code::thrownAway, "", std::move(line)});
 }
 
+// Of a structure that stays one only the modules go that are not saved.
+void warnOfDroppedValues(KsDestructiblesHelper& helper, const FileEntries& file,
+                         const std::map<std::string, std::string>& dropped,
+                         std::vector<SaveWarning>& warnings) {
+  ThrownAway values;
+  values.category = DT_STRUCTURE;
+  for (const auto& [name, reason] : dropped) {
+    const auto module = file.description.modules.find(name);
+    if (module != file.description.modules.end()) values.values.modules.insert(*module);
+  }
+  for (std::string& line : linesOf(values, targetOf(helper)))
+    warnings.push_back({SaveWarning::Code::thrownAway, "", std::move(line)});
+}
+
 }  // namespace
 
 std::map<std::string, std::string> Session::droppedModules() {
@@ -102,7 +116,11 @@ std::vector<SaveWarning> Session::saveWarnings() {
     const FileEntries file = entriesIn(*database, modelName());
     if (now.category == DT_STRUCTURE) warnOfNewModules(file, now, dropped, warnings);
     const BasicStringRef ownSection = database_format::sectionOfCategory(now.category);
-    if (!isOnlyRewritten(file, ownSection)) warnOfThrownAway(helper(), *database, warnings);
+    if (isOnlyRewritten(file, ownSection)) {
+      warnOfDroppedValues(helper(), file, dropped, warnings);
+    } else {
+      warnOfThrownAway(helper(), *database, warnings);
+    }
     warnOfEntries(file, ownSection, warnings);
   }
   for (std::string& loss : lossesOfSave(modelName(), now.category))

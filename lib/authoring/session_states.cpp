@@ -75,6 +75,12 @@ std::optional<Objection> objectionTo(const KsDestructiblesHelper& helper, const 
                          ") is no undamaged part (73 to 86) that a state could show destroyed",
                      "a kind"};
   }
+  if (takesOwnPart(helper, material)) {
+    return Objection{subject +
+                         " takes along its own part, so in this state the part would vanish: its "
+                         "destroyed look is hidden, too",
+                     "another name"};
+  }
   if (ofNoKind.empty() || !takesMissingPart(helper, material)) return std::nullopt;
   return Objection{
       subject + " takes along a part that no undamaged material has, which counts as no kind (0)" + allVanish,

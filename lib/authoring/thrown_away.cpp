@@ -171,6 +171,9 @@ class Lines {
     Words parts;
     if (thrownAway_.isOfAnotherEntry) parts.emplace_back("another entry");
     std::string steps = target_.need.empty() ? need : target_.need;
+    const bool isToBeStructure = thrownAway_.isOtherCategory && thrownAway_.category == DT_STRUCTURE;
+    if (steps.empty() && isToBeStructure && target_.newEntries.modules.empty())
+      steps = "import it with an undamaged part";
     if (thrownAway_.isOtherCategory) {
       steps += (steps.empty() ? "" : " and ") +
                ("convert it to " + std::string(categoryName(thrownAway_.category)));

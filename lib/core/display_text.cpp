@@ -54,10 +54,11 @@ unsigned codeOf(BasicStringRef character) {
          (byteAt(character, 2) & kBits);
 }
 
-/// Whether a character is one of the C1 controls, or embeds, overrides or isolates a direction.
+/// Whether a character is one of the C1 controls, ends a line, or marks, embeds, overrides or isolates a
+/// direction.
 bool isControl(unsigned code) {
-  return (code >= 0x80 && code <= 0x9f) || (code >= 0x202a && code <= 0x202e) ||
-         (code >= 0x2066 && code <= 0x2069);
+  return (code >= 0x80 && code <= 0x9f) || code == 0x061c || code == 0x200e || code == 0x200f ||
+         (code >= 0x2028 && code <= 0x202e) || (code >= 0x2066 && code <= 0x2069);
 }
 
 void appendHexadecimal(std::string& text, BasicStringRef prefix, unsigned number, unsigned digits) {

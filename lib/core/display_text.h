@@ -7,9 +7,9 @@
 namespace Tal {
 
 /// `text` with everything that a terminal would act on written as an escape: the ASCII controls and DEL (as
-/// "\n" or "\x1b"), the controls U+0080 to U+009F ("\u009b"), the characters that set the direction of the
-/// text behind them ("\u202e"), bytes that are not UTF-8 ("\xff"), and every backslash. Other UTF-8 stays as
-/// it is. For showing names that come from files.
+/// "\n" or "\x1b"), the controls U+0080 to U+009F ("\u009b"), the characters that end a line or set the
+/// direction of text ("\u2028", "\u202e"), bytes that are not UTF-8 ("\xff"), and every backslash. Other
+/// UTF-8 stays as it is. For showing names that come from files.
 std::string escapeControls(BasicStringRef text);
 
 /// A JSON text with the same characters as escapes of JSON, which holds those above ASCII in its strings

@@ -227,6 +227,15 @@ TEST_F(AGoneModel, TellsWhatItsEntriesHeld) {
   EXPECT_EQ(readDatabase(), kNoEntry);
 }
 
+TEST_F(AGoneModel, OfANameThatNoImportTakesTellsItsValuesForAnotherName) {
+  writeDatabase(
+      "<root><fragiles><entry><filename>content/crate</filename><health>3</health></entry></fragiles>"
+      "</root>");
+  EXPECT_THAT(removeGoneModel("content/crate").outcome.warnings,
+              testing::Contains(testing::StartsWith(
+                  "thrown away (import it under another name and convert it to fragile first): set ")));
+}
+
 TEST_F(AGoneModel, IsRemovedFromWhatAnotherProgramIsJustSaving) {
   writeDatabase(kOneEntry);
   std::string saved = kOneEntry;

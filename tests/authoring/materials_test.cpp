@@ -127,7 +127,18 @@ TEST_F(Materials, ThatTakeAlongAPartWhichIsMissingAreNamedWithWhatVanishes) {
   EXPECT_THAT(textsOf(*withMaterials({{"n_dep_1_9_1", 74}})),
               testing::ElementsAre(
                   "missing-part: material \"n_dep_1_9_1\" takes along a part that no undamaged material has; "
-                  "rename it, or give the model that part"));
+                  "rename it, or give the model that part",
+                  "own-part: material \"n_dep_1_9_1\" takes along its own part, so where it breaks the part "
+                  "vanishes: its destroyed look is hidden, too; rename it"));
+}
+
+TEST_F(Materials, ThatTakeAlongTheirOwnPartAreNamed) {
+  const auto session = withMaterials({{"n_w_1_1", 74}, {"d_w_1", 88}, {"n_x_2", 75}});
+  std::vector<std::string> texts;
+  for (const MaterialWarning& warning : session->materialWarnings()) texts.push_back(warning.text);
+  EXPECT_THAT(texts, testing::ElementsAre(
+                         "material \"n_w_1_1\" takes along its own part, so where it breaks the part "
+                         "vanishes: its destroyed look is hidden, too; rename it"));
 }
 
 TEST_F(Materials, WithVeryLongNamesAreClassified) {

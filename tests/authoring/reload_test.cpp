@@ -79,6 +79,53 @@ TEST_F(AReload, KeepsAConversionThatWasNotSaved) {
   EXPECT_EQ(session->description().fallingAtom.value().fractureEffect, "inf_streetlamp_fracture");
 }
 
+TEST_F(AReload, KeepsTheValuesThatAConversionHasLeftBehindForTheWayBack) {
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  expectDone(session->convert(DT_FALLING_ATOMS));
+  changeFile(*session, database("8", "fire"));
+  const Outcome back = session->convert(DT_FRAGILE);
+  EXPECT_THAT(back.warnings, testing::IsEmpty());
+  EXPECT_EQ(session->description().fragile.value().health, 35);
+  EXPECT_EQ(session->description().fragile.value().effect, "fire");
+}
+
+TEST_F(AReload, KeepsTheModulesThatAConversionHasLeftBehindForTheWayBack) {
+  writeDatabase(
+      "<root><structures><entry><filename>content/buildings/house.model</filename>"
+      "<achievementTag>house</achievementTag><modules>"
+      "<module><matName>n_wall_1</matName><health>1</health><effectHP>HP_x</effectHP></module>"
+      "<module><matName>n_wall_2</matName><health>2</health></module>"
+      "</modules></entry></structures></root>");
+  for (const KsDestructibleType between : {DT_FRAGILE, DT_FALLING_ATOMS}) {
+    const auto session = open(kHouse);
+    expectDone(session->setModule("n_wall_2", {{"health", "33"}}));
+    expectDone(session->convert(between));
+    const auto other = open(kCrate);
+    expectDone(other->convert(other->category() == DT_FRAGILE ? DT_FALLING_ATOMS : DT_FRAGILE));
+    expectDone(other->save());
+    expectDone(session->convert(DT_STRUCTURE));
+    const Description description = session->description();
+    EXPECT_EQ(description.achievementTag, "house");
+    EXPECT_EQ(description.modules.at("n_wall_1").health, 1);
+    EXPECT_EQ(description.modules.at("n_wall_1").effectHP, "HP_x");
+    EXPECT_EQ(description.modules.at("n_wall_2").health, 33);
+  }
+}
+
+TEST_F(AReload, DuringAConversionTakesNothingForAnEditThatIsInTheFile) {
+  for (const KsDestructibleType between : {DT_STRUCTURE, DT_FALLING_ATOMS}) {
+    writeDatabase(database("5", "smoke"));
+    const auto session = open(kCrate);
+    expectDone(session->convert(between));
+    changeFile(*session, database("8", "fire"));
+    expectDone(session->convert(DT_FRAGILE));
+    EXPECT_FALSE(session->hasUnsavedEdits());
+    changeFile(*session, database("8", "theirs"));
+    EXPECT_EQ(session->description().fragile.value().effect, "theirs");
+  }
+}
+
 TEST_F(AReload, KeepsEditsOfAnEntryThatAnotherProgramRemoved) {
   const auto session = open(kCrate);
   expectDone(session->set({{"health", "35"}}));

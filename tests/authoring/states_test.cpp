@@ -153,6 +153,19 @@ TEST_F(States, RefuseAMaterialWithWhichEveryMaterialWithoutAKindWouldVanish) {
   EXPECT_EQ(reason({{"n_dep_1_9", 74}, {"n_wall_2", 75}}), "") << "nothing is without a kind";
 }
 
+TEST_F(States, RefuseAPartThatTakesAlongItselfAndWouldVanish) {
+  support::writeModel(root_, "content/buildings/house",
+                      {.materials = {{"n_w_1_1", 74}, {"d_w_1", 88}}, .bsp = {"n_w_1_1"}});
+  const auto session = open(kHouse);
+  EXPECT_EQ(session->addMaterials("open", {"n_w_1_1"}).refusal,
+            "the material \"n_w_1_1\" takes along its own part, so in this state the part would vanish: its "
+            "destroyed look is hidden, too; choose another one, or import the model again with another name "
+            "for it; --force adds it all the same");
+  expectDone(session->addMaterials("open", {"n_w_1_1"}, /*isForced=*/true));
+  expectDone(session->showState("open"));
+  for (const Material& material : session->materials()) EXPECT_FALSE(material.isVisible) << material.name;
+}
+
 TEST_F(States, OfTheFileAreListedOfAModelThatIsNoStructureToo) {
   writeDatabase(
       "<root><fragiles><entry><filename>content/props/crate.model</filename></entry></fragiles><structures>"

@@ -41,6 +41,10 @@ class ThrownAwayValues : public SessionTest {
     return "<entry><filename>" + std::string(model) + "</filename>" + content + "</entry>";
   }
 
+  static constexpr const char* kFlag = "content/flag.model";  // without an undamaged part
+
+  ThrownAwayValues() { support::writeModel(root_, "content/flag", {.materials = {{"d_cloth", 87}}}); }
+
   static std::unique_ptr<Session> opened(const char* model, KsDestructibleType category) {
     auto session = open(model);
     expectDone(session->convert(category));
@@ -350,6 +354,33 @@ TEST_F(ThrownAwayValues, OfAStructureAreItsTagItsModulesAndItsStates) {
           "thrown away (convert it to structure first): state content/buildings/house.model add-material "
           "'all open' n_door_4 n_wall_1",
           "thrown away (convert it to structure first): state content/buildings/house.model add empty"));
+}
+
+TEST_F(ThrownAwayValues, AreThoseOfAModuleThatAStructureLosesAtAnySave) {
+  writeDatabase("<root><structures>" +
+                entry("<modules><module><matName>n_wall_1</matName><health>11</health></module>"
+                      "<module><matName>gone</matName><health>7</health><decayEffect>x</decayEffect></module>"
+                      "<module><matName>n_roof_3_1</matName><health>8</health></module></modules>",
+                      kHouse) +
+                "</structures></root>");
+  const auto session = open(kHouse);
+  expectDone(session->setModule("n_wall_1", {{"health", "12"}}));
+  const auto lines = {
+      HasSubstr("thrown away (import it with that part first): set content/buildings/house.model --module "
+                "gone health=7 effectScale=1 effectHP= ramEffect=none hitEffect= decayEffect=x"),
+      HasSubstr("thrown away (import it so that a save keeps that module first): set "
+                "content/buildings/house.model --module n_roof_3_1 health=8")};
+  EXPECT_THAT(ofSave(*session), testing::ElementsAreArray(lines));
+  expectDone(session->save());
+  EXPECT_THAT(ofSave(*session), IsEmpty());
+}
+
+TEST_F(ThrownAwayValues, OfAStructureThatTheModelCannotBeNameTheImport) {
+  EXPECT_THAT(
+      ofFile("<structures>" + entry("<achievementTag>t</achievementTag><modules/>", kFlag) + "</structures>",
+             DT_NON_DESTRUCTIBLE, kFlag),
+      ElementsAre("thrown away (import it with an undamaged part and convert it to structure first): "
+                  "set content/flag.model achievementTag=t"));
 }
 
 TEST_F(ThrownAwayValues, AreThoseThatWereNotSavedToo) {

@@ -57,8 +57,13 @@ TEST(EscapeControls, EscapesWhatSetsTheDirectionOfText) {
   EXPECT_EQ(escapeControls("a\u202egpj.exe"), "a\\u202egpj.exe");
   EXPECT_EQ(escapeControls("\u202a\u202b\u202c\u202d"), "\\u202a\\u202b\\u202c\\u202d");
   EXPECT_EQ(escapeControls("\u2066\u2067\u2068\u2069"), "\\u2066\\u2067\\u2068\\u2069");
-  EXPECT_EQ(escapeControls("\u2029\u202f\u2065\u206a"), "\u2029\u202f\u2065\u206a") << "their neighbours";
+  EXPECT_EQ(escapeControls("\u061c\u200e\u200f"), "\\u061c\\u200e\\u200f") << "marks";
+  EXPECT_EQ(escapeControls("\u2027\u202f\u2065\u206a"), "\u2027\u202f\u2065\u206a") << "their neighbours";
   EXPECT_EQ(escapeControls("\u05d0\u05d1"), "\u05d0\u05d1") << "letters that run from right to left";
+}
+
+TEST(EscapeControls, EscapesWhatEndsALine) {
+  EXPECT_EQ(escapeControls("a\u2028b\u2029"), "a\\u2028b\\u2029");
 }
 
 TEST(EscapeControlsOfJson, WritesThemAsJsonDoes) {
