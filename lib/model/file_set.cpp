@@ -39,12 +39,12 @@ FileSet::Entry& FileSet::add(std::filesystem::path name, BasicStringRef content)
   return entries_.emplace_back(std::move(name), content);
 }
 
-std::string FileSet::open(const std::filesystem::path& root) {
+std::string FileSet::open(const std::filesystem::path& root, const std::optional<FileIdentity>& taken) {
   // The one who wrote before may have removed the folder, or somebody moved it, while this one waited.
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    const std::string fault = openPlaces(root);
+    const std::string fault = openPlaces(root, taken);
     OpenPlace again;
-    const bool isSame = fault.empty() && !again.open({root, entries_.front().name}) &&
+    const bool isSame = fault.empty() && !again.open({root, entries_.front().name, taken}) &&
                         again.isInFolderOf(entries_.front().place);
     if (isSame || !fault.empty()) return fault;
   }
@@ -52,9 +52,9 @@ std::string FileSet::open(const std::filesystem::path& root) {
          " is exchanged again and again; wait until that is done";
 }
 
-std::string FileSet::openPlaces(const std::filesystem::path& root) {
+std::string FileSet::openPlaces(const std::filesystem::path& root, const std::optional<FileIdentity>& taken) {
   OpenRoot opened;
-  if (const auto failure = opened.open(root)) return lineOf(*failure);
+  if (const auto failure = opened.open(root, taken)) return lineOf(*failure);
   OpenPlace& first = entries_.front().place;
   if (const auto failure = first.open(opened, entries_.front().name)) return lineOf(*failure);
   if (const std::string holder = waitForLock(first.folder(), kPatience); !holder.empty()) {
@@ -119,8 +119,7 @@ void FileSet::replace(Entry& entry) {
 // Not what another program has put there since.
 void FileSet::removeWritten(Entry& entry) {
   const std::optional<FileIdentity> now = entry.written ? entry.place.identity() : std::nullopt;
-  if (now && now->device == entry.written->device && now->inode == entry.written->inode)
-    static_cast<void>(removeFile(entry.place));
+  if (isSameFile(now, entry.written)) static_cast<void>(removeFile(entry.place));
 }
 
 void FileSet::undo(Entry& entry, std::string& fault) {

@@ -40,8 +40,9 @@ class FileSet {
   Entry& add(std::filesystem::path name, BasicStringRef content);
 
   /// Opens the places below the folder `root`, with the folders that they need, and waits for other programs.
-  /// Empty when it is done; else one line that says what failed and what to do about it.
-  std::string open(const std::filesystem::path& root);
+  /// With `taken` it has to be that folder still. Empty when it is done; else one line that says what failed
+  /// and what to do about it.
+  std::string open(const std::filesystem::path& root, const std::optional<FileIdentity>& taken = {});
 
   /// Writes the files, in the order in which they were added; before that, those that are there already are
   /// put aside from the last one on, but for the first one. Empty when it is done; else one line as from
@@ -50,7 +51,7 @@ class FileSet {
   std::string write();
 
  private:
-  std::string openPlaces(const std::filesystem::path& root);
+  std::string openPlaces(const std::filesystem::path& root, const std::optional<FileIdentity>& taken);
   void putOldAside();
   void replace(Entry& entry);
   static void removeWritten(Entry& entry);

@@ -38,7 +38,8 @@ class Importer {
  public:
   Importer(GltfScene scene, const GltfImportOptions& options) : scene_(std::move(scene)), options_(options) {}
 
-  ImportedModel run(BasicStringRef stem, const std::filesystem::path& root) {
+  ImportedModel run(BasicStringRef stem, const std::filesystem::path& root,
+                    const std::optional<FileIdentity>& taken) {
     result_.warnings = std::move(scene_.warnings);
     renameMaterials();
     nameHardPoints();
@@ -46,7 +47,7 @@ class Importer {
     assignKinds();
     chooseSlots();
     chooseBspMaterials();
-    write(stem, root);
+    write(stem, root, taken);
     return std::move(result_);
   }
 
@@ -226,13 +227,14 @@ class Importer {
     }
   }
 
-  void write(BasicStringRef stem, const std::filesystem::path& root) {
+  void write(BasicStringRef stem, const std::filesystem::path& root,
+             const std::optional<FileIdentity>& taken) {
     description_.stem = stem;
     description_.glb = std::move(scene_.glb);
     description_.box = scene_.box;
     description_.bspMaterials = result_.bspMaterials;
     for (GltfNode& node : scene_.nodes) description_.nodes.push_back({std::move(node.name), node.parent});
-    const std::string fault = writeModelFiles(description_, root, options_.overwrite);
+    const std::string fault = writeModelFiles(description_, root, taken, options_.overwrite);
     if (!fault.empty()) throw GltfFault("cannot be imported: " + fault);
     result_.modelName = modelNameOf(stem);
     result_.visualName = visualNameOf(stem);
@@ -298,7 +300,8 @@ std::optional<ImportedModel> importGltf(const std::filesystem::path& source, Bas
     try {
       std::string stem = normalisedName(modelName);
       stem.resize(stem.size() - kModelExtension.size());
-      return Importer(readGltf(source), options).run(stem, root);
+      const std::optional<FileIdentity> taken = identityAt(root);
+      return Importer(readGltf(source), options).run(stem, root, taken);
     } catch (const std::exception& failure) {
       fault = shownName(source.string()) + ": " + failure.what();
     }

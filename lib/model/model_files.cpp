@@ -135,7 +135,8 @@ std::string geometryNameOf(BasicStringRef stem) {
   return std::string(stem).append(model_names::kGeometryExtension);
 }
 
-std::string writeModelFiles(const ModelDescription& description, const fs::path& root, bool overwrite) {
+std::string writeModelFiles(const ModelDescription& description, const fs::path& root,
+                            const std::optional<FileIdentity>& taken, bool overwrite) {
   const std::string visualContent = visualText(description);
   const std::string modelContent = modelText(description);
   // The visual tells what belongs to it; the model comes last: it is there only when what it names is.
@@ -143,7 +144,7 @@ std::string writeModelFiles(const ModelDescription& description, const fs::path&
   const FileSet::Entry& visual = set.add(visualNameOf(description.stem), visualContent);
   const FileSet::Entry& geometry = set.add(geometryNameOf(description.stem), description.glb);
   const FileSet::Entry& model = set.add(modelNameOf(description.stem), modelContent);
-  std::string fault = set.open(root);
+  std::string fault = set.open(root, taken);
   if (fault.empty()) fault = refusalToReplace(root, visual, geometry, model, overwrite);
   return fault.empty() ? set.write() : fault;
 }

@@ -23,6 +23,10 @@ FileIdentity identityIn(const struct stat& status) {
           nanoseconds(status.st_ctim)};
 }
 
+bool isSameFile(const std::optional<FileIdentity>& a, const std::optional<FileIdentity>& b) {
+  return a && b && a->device == b->device && a->inode == b->inode;
+}
+
 bool isRecent(const FileIdentity& identity) {
   timespec now{};
   ::clock_gettime(CLOCK_REALTIME, &now);

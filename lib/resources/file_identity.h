@@ -28,6 +28,9 @@ FileIdentity identityIn(const struct stat& status);
 /// The identity of an open file.
 std::optional<FileIdentity> identityOf(int descriptor);
 
+/// Whether two identities are of one file or folder, in whatever version; false when one is missing.
+bool isSameFile(const std::optional<FileIdentity>& a, const std::optional<FileIdentity>& b);
+
 /// Whether the file changed so short a time ago that another change could leave the same identity: the times
 /// of many file systems go forward in steps.
 bool isRecent(const FileIdentity& identity);

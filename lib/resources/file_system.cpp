@@ -106,6 +106,9 @@ struct MultiFileSystem::State {
   Finding findingIn(std::size_t root, const RootedPath& candidate) const;
   /// Why a root that does not hold a resource must not be passed over; empty when it may.
   std::string faultOfPassing(std::size_t root) const;
+  /// Why a root is not the folder that was taken; empty when it is.
+  std::string faultOfTaken(std::size_t root) const;
+  std::string notFoundSince(std::size_t root, const std::string& fault) const;
   void take(std::vector<fs::path> folders);
 
   std::vector<fs::path> roots;
@@ -119,10 +122,10 @@ std::optional<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourc
   if (!refusal.empty()) return std::nullopt;
   const fs::path name = normalisedName(resourceName);
   std::optional<RootedPath> place;
-  if (mayBeNew && !roots.empty()) place = RootedPath{roots.front(), name};
+  if (mayBeNew && !roots.empty()) place = RootedPath{roots.front(), name, identities.front()};
   const bool mayBeGone = !mayBeNew && roots.size() == 1;  // no other one can stand in for it
   for (std::size_t index = 0; index < roots.size(); ++index) {
-    RootedPath candidate{roots[index], name};
+    RootedPath candidate{roots[index], name, identities[index]};
     const Finding finding = mayBeGone ? lookAt(candidate) : findingIn(index, candidate);
     if (finding.isThere || refusal.empty()) refusal = finding.fault;
     if (!finding.isThere) continue;
@@ -135,19 +138,25 @@ std::optional<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourc
 
 Finding MultiFileSystem::State::findingIn(std::size_t root, const RootedPath& candidate) const {
   const Finding finding = lookAt(candidate);
-  if (finding.isThere) return finding;
-  const std::string fault = faultOfPassing(root);
+  const std::string fault = finding.isThere ? faultOfTaken(root) : faultOfPassing(root);
   if (fault.empty()) return finding;
   return {true, fault};
 }
 
 // What a root held that is gone, or another folder by now, is not to be taken from the next one.
 std::string MultiFileSystem::State::faultOfPassing(std::size_t root) const {
-  const std::optional<FileIdentity> now = identityAt(roots[root]);
-  const std::optional<FileIdentity>& then = identities[root];
-  const bool isSame = now && then && now->device == then->device && now->inode == then->inode;
-  const std::string fault = isSame ? faultOfRoot(roots[root]) : "is not the folder any more that it was";
-  if (fault.empty()) return {};
+  std::string fault = faultOfTaken(root);
+  if (!fault.empty()) return fault;
+  fault = faultOfRoot(roots[root]);
+  return fault.empty() ? fault : notFoundSince(root, fault);
+}
+
+std::string MultiFileSystem::State::faultOfTaken(std::size_t root) const {
+  if (isSameFile(identityAt(roots[root]), identities[root])) return {};
+  return notFoundSince(root, "is not the folder any more that it was");
+}
+
+std::string MultiFileSystem::State::notFoundSince(std::size_t root, const std::string& fault) const {
   return "cannot be found, since the resource root " + quotedName(roots[root].native()) + ' ' + fault;
 }
 

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -415,6 +416,40 @@ TEST_P(ALinkOutOfTheRoot, IsNotFollowedByASaveWheneverItIsPutThere) {
 
 INSTANTIATE_TEST_SUITE_P(InThePlaceOf, ALinkOutOfTheRoot,
                          testing::Values(Exchange{"scripts", ""}, Exchange{"scripts/a.xml", "a.xml"}));
+
+/// Saves, with another folder put in the root's place just before the n-th call of an operation, and again.
+/// False when there are not so many calls.
+bool saveAroundExchange(const std::string& operation, int number) {
+  const support::TemporaryFolder folder;
+  folder.write("root/scripts/a.xml", "<r>old</r>");
+  Tal::FS::setFileSystem(
+      std::make_unique<Tal::FS::MultiFileSystem>(std::vector<std::filesystem::path>{folder / "root"}));
+  const auto section = openResource("scripts/a.xml");
+  section->setValue("mine");
+  MessageRecorder recorder;
+  s_fault = {operation, number, 0, false, 0, [&] {
+               std::filesystem::rename(folder / "root", folder / "moved");
+               folder.write("root/stranger", "");
+             }};
+  section->save();
+  const bool isReached = s_fault.calls >= number;
+  s_fault = {};
+  section->save();
+  EXPECT_EQ(section->value(), "mine");
+  EXPECT_TRUE(!isReached || !std::filesystem::exists(folder / "root/scripts"));
+  Tal::FS::setFileSystem(nullptr);
+  return isReached;
+}
+
+TEST(AFolderInThePlaceOfTheRoot, IsNotSavedToWheneverItIsPutThere) {
+  for (const char* operation : {"open", "fchmod", "write", "fsync", "close", "rename"}) {
+    int number = 1;
+    while (saveAroundExchange(operation, number) && !HasFailure()) ++number;
+    s_fault = {};
+    if (HasFailure()) FAIL() << operation << ' ' << number;
+    EXPECT_GT(number, 1) << operation;
+  }
+}
 
 /// A network drive, for one.
 class AFileSystemWithFewerLocks : public testing::Test {

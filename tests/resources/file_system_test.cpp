@@ -236,7 +236,7 @@ TEST(ARoot, ThatIsGoneIsNotStoodInForByTheNext) {
   EXPECT_EQ(refusal, fault);
   EXPECT_FALSE(fileSystem.holdNoFile("a.xml")) << "the drive may hold one";
   folder.write("first/a.xml", "<r/>");
-  EXPECT_EQ(pathOf(fileSystem.find("a.xml", &refusal)), folder / "first/a.xml") << "it holds that again";
+  EXPECT_EQ(fileSystem.find("a.xml", &refusal), std::nullopt) << "of whom, nobody knows";
 }
 
 TEST(ARoot, ThatIsTheOnlyOneMayBeMadeAnew) {
@@ -249,6 +249,18 @@ TEST(ARoot, ThatIsTheOnlyOneMayBeMadeAnew) {
   EXPECT_EQ(refusal, "") << "it holds nothing, which is no fault";
   folder.write("root/a.xml", "<r/>");
   EXPECT_EQ(pathOf(fileSystem.find("a.xml")), folder / "root/a.xml");
+}
+
+TEST(ARoot, ThatIsExchangedIsNotReadWhereThereAreSeveral) {
+  const TemporaryFolder folder;
+  folder.write("first/a.xml", "<r/>");
+  fs::create_directory(folder / "second");
+  const MultiFileSystem fileSystem({folder / "first", folder / "second"});
+  fs::rename(folder / "first", folder / "gone");
+  folder.write("first/a.xml", "<stranger/>");
+  std::string refusal;
+  EXPECT_EQ(fileSystem.find("a.xml", &refusal), std::nullopt);
+  EXPECT_THAT(refusal, HasSubstr("/first\" is not the folder any more that it was"));
 }
 
 TEST(AFileSystem, WithoutRootsHoldsNothing) {

@@ -19,10 +19,6 @@ namespace {
 constexpr std::chrono::milliseconds kPause{10};
 constexpr const char* kUnknownHolder = "another program";
 
-bool isSameFile(const std::optional<FileIdentity>& a, const std::optional<FileIdentity>& b) {
-  return a && b && a->device == b->device && a->inode == b->inode;
-}
-
 /// The process that has the lock of a file, as the system lists it: "1: FLOCK ADVISORY WRITE 123 08:01:456 0
 /// EOF".
 std::string holderOf(int descriptor) {

@@ -54,18 +54,23 @@ FileFailure leadsOut(const fs::path& path) {
 
 }  // namespace
 
-std::optional<FileFailure> OpenRoot::open(const fs::path& folder) {
+std::optional<FileFailure> OpenRoot::open(const fs::path& folder, const std::optional<FileIdentity>& taken) {
   std::error_code error;
   path_ = fs::canonical(folder, error);
   if (error) return failedStep("examining the folder", folder, error.value());
   folder_ = openAt(AT_FDCWD, path_.c_str(), O_PATH | O_DIRECTORY);
   if (!folder_) return failedStep("opening the folder", path_, errno);
+  if (taken && !isSameFile(identityOf(folder_.get()), taken)) {
+    return FileFailure{
+        "the resource root " + quotedName(folder.native()) + " is not the folder any more that it was",
+        "put that back, or start again"};
+  }
   return std::nullopt;
 }
 
 std::optional<FileFailure> OpenPlace::open(const RootedPath& place) {
   OpenRoot root;
-  if (auto failure = root.open(place.root)) return failure;
+  if (auto failure = root.open(place.root, place.taken)) return failure;
   return open(root, place.name);
 }
 
@@ -114,7 +119,7 @@ std::optional<FileFailure> OpenPlace::openBeside(const OpenPlace& first, const s
 bool OpenPlace::isInFolderOf(const OpenPlace& other) const {
   const std::optional<FileIdentity> mine = identityOf(folder_.get());
   const std::optional<FileIdentity> others = identityOf(other.folder_.get());
-  return mine && others && mine->device == others->device && mine->inode == others->inode;
+  return isSameFile(mine, others);
 }
 
 void OpenPlace::removeMadeFolders() noexcept {

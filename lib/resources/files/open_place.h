@@ -15,8 +15,9 @@ namespace Tal {
 /// A folder that was opened once as the root of what is done below it. Usable on any thread.
 class OpenRoot {
  public:
-  /// Links on the way are followed. Empty when it succeeded.
-  [[nodiscard]] std::optional<FileFailure> open(const std::filesystem::path& folder);
+  /// Links on the way are followed. With `taken` it has to be that folder still. Empty when it succeeded.
+  [[nodiscard]] std::optional<FileFailure> open(const std::filesystem::path& folder,
+                                                const std::optional<FileIdentity>& taken = {});
 
   int folder() const noexcept { return folder_.get(); }
   /// The path that led there, resolved.

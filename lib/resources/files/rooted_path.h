@@ -1,6 +1,9 @@
 #pragma once
 
+#include <resources/file_identity.h>
+
 #include <filesystem>
+#include <optional>
 
 namespace Tal {
 
@@ -8,9 +11,12 @@ namespace Tal {
 struct RootedPath {
   std::filesystem::path root;
   std::filesystem::path name;  ///< relative, without ".."
+  std::optional<FileIdentity> taken =
+      {};  ///< the folder that the root has to be still; empty when any will do
 
   std::filesystem::path path() const { return root / name; }
-  bool operator==(const RootedPath&) const = default;
+  /// Whether the paths are equal.
+  bool operator==(const RootedPath& other) const { return root == other.root && name == other.name; }
 };
 
 }  // namespace Tal
