@@ -203,6 +203,12 @@ void KeptModel::reset() {
   setStates(states);
 }
 
+void KeptModel::restore(const Description& kept) {
+  mine_ = kept;
+  helper_->setAsNonDestructible(/*force=*/true);
+  apply(kept);
+}
+
 void KeptModel::setStates(const Description::States& wanted) {
   const Description::States current = read().states;
   for (const auto& [name, materials] : current) {

@@ -45,6 +45,9 @@ class KeptModel : private ResourceModificationListener {
   /// What the tables hold of the model, with the edits restored.
   Description description();
 
+  /// The same as after the last edit, with the records that conversions have left behind.
+  const Description& kept() const noexcept { return mine_; }
+
   /// What the file held when it was last read.
   const Description& base() const noexcept { return base_; }
 
@@ -70,6 +73,9 @@ class KeptModel : private ResourceModificationListener {
   /// Replaces all records by newly made ones of the same category, within an edit. The tag, the hard points
   /// and the named states stay.
   void reset();
+
+  /// Makes everything what it was, as kept() has told, within an edit.
+  void restore(const Description& kept);
 
   /// Makes the named states these, within an edit.
   void setStates(const Description::States& wanted);

@@ -102,6 +102,29 @@ void warnOfThrownAway(const ThrownAway& thrownAway, const RestoreTarget& target,
   std::ranges::move(linesOf(thrownAway, target), std::back_inserter(outcome.warnings));
 }
 
+template <class Record>
+bool hasHealthOf(const std::optional<Record>& record, const std::optional<Record>& expected) {
+  return !record || !expected || record->health == expected->health;
+}
+
+// Whether records that were not there before have the health of new ones, as it was estimated once more. Not
+// when the visual could not be looked at for one of the estimates, which counts as having none.
+bool isAsEstimated(const Description& before, const Description& now, const Description& newEntries) {
+  for (const auto& [name, module] : now.modules) {
+    const auto expected = newEntries.modules.find(name);
+    if (before.modules.contains(name) || expected == newEntries.modules.end()) continue;
+    if (module.health != expected->second.health) return false;
+  }
+  return (before.fragile || hasHealthOf(now.fragile, newEntries.fragile)) &&
+         (before.fallingAtom || hasHealthOf(now.fallingAtom, newEntries.fallingAtom));
+}
+
+Outcome refusedWithoutEstimate(const std::string& modelName) {
+  return refused("the health of " + quotedName(modelName) +
+                 " was estimated twice with different results, since a file of the model could not be looked "
+                 "at; nothing was changed, try again");
+}
+
 }  // namespace
 
 // Why the model's entries cannot be edited at all; empty when they can.
@@ -126,14 +149,16 @@ Outcome Session::convert(KsDestructibleType category) {
   if (category == DT_STRUCTURE && this->category() != DT_STRUCTURE) {
     if (const std::string refusal = refusalOfStructure(helper()); !refusal.empty()) return refused(refusal);
   }
-  return model_->edit([this, category] {
+  return model_->edit([this, category]() -> Outcome {
     Outcome outcome;
     const KsDestructibleType before = helper().destructibleType();
+    const Description kept = model_->kept();
     const bool isMadeAnew =
         before == DT_NON_DESTRUCTIBLE && category != before && category == model_->base().category;
+    RestoreTarget target;
     if (before != category) {
       // What the file holds is not lost before the save.
-      const RestoreTarget target = targetOf(helper());
+      target = targetOf(helper());
       const Description unsaved = merged(model_->base(), model_->description(), target.newEntries);
       warnOfThrownAway({before, unsaved, target.newEntries, false, true}, target, outcome);
     }
@@ -142,6 +167,10 @@ Outcome Session::convert(KsDestructibleType category) {
       helper().setAsNonDestructible(/*force=*/true);
     } else {
       model_->setCategory(category);
+    }
+    if (before != category && !isAsEstimated(kept, model_->description(), target.newEntries)) {
+      model_->restore(kept);
+      return refusedWithoutEstimate(modelName());
     }
     if (isMadeAnew)
       warnOfThrownAway({category, model_->base(), model_->description()}, targetOf(helper()), outcome);
@@ -173,9 +202,15 @@ Outcome Session::reset() {
                          : quotedName(modelName()) +
                                " is not destructible and has nothing to reset; convert it first");
     }
+    const Description kept = model_->kept();
     model_->reset();
+    const RestoreTarget target = targetOf(helper());
+    if (!isAsEstimated({}, model_->description(), target.newEntries)) {
+      model_->restore(kept);
+      return refusedWithoutEstimate(modelName());
+    }
     Outcome outcome;
-    warnOfThrownAway({before.category, before, model_->description()}, targetOf(helper()), outcome);
+    warnOfThrownAway({before.category, before, model_->description()}, target, outcome);
     return outcome;
   });
 }

@@ -8,6 +8,7 @@
 #include <resources/resource_name.h>
 #include <resources/watch/resource_monitor.h>
 
+#include <cerrno>
 #include <system_error>
 #include <utility>
 
@@ -33,15 +34,9 @@ std::string faultOfRoot(const fs::path& root) {
   return fs::status_known(status) ? "is no folder" : notExamined(error);
 }
 
-/// Why roots cannot be used; empty when all of them can.
-std::string refusalOfRoots(const std::vector<fs::path>& roots) {
-  for (const fs::path& root : roots) {
-    const std::string fault = faultOfRoot(root);
-    if (!fault.empty())
-      return "the resource root " + quotedName(root.native()) + ' ' + fault +
-             "; name a folder that exists and can be read";
-  }
-  return {};
+/// What the last call to the system has failed with.
+std::error_code lastError() {
+  return {errno, std::generic_category()};
 }
 
 /// What a root has at a place.
@@ -109,7 +104,8 @@ struct MultiFileSystem::State {
   /// Why a root is not the folder that was taken; empty when it is.
   std::string faultOfTaken(std::size_t root) const;
   std::string notFoundSince(std::size_t root, const std::string& fault) const;
-  void take(std::vector<fs::path> folders);
+  /// Takes all of them, or none with the reason.
+  std::string take(std::vector<fs::path> folders);
 
   std::vector<fs::path> roots;
   std::vector<std::optional<FileIdentity>> identities;  ///< of the roots, when they were taken
@@ -152,34 +148,39 @@ std::string MultiFileSystem::State::faultOfPassing(std::size_t root) const {
 }
 
 std::string MultiFileSystem::State::faultOfTaken(std::size_t root) const {
-  if (isSameFile(identityAt(roots[root]), identities[root])) return {};
-  return notFoundSince(root, "is not the folder any more that it was");
+  const std::optional<FileIdentity> now = identityAt(roots[root]);
+  if (!now && errno != ENOENT) return notFoundSince(root, notExamined(lastError()));
+  return isSameFile(now, identities[root]) ? std::string()
+                                           : notFoundSince(root, "is not the folder any more that it was");
 }
 
 std::string MultiFileSystem::State::notFoundSince(std::size_t root, const std::string& fault) const {
   return "cannot be found, since the resource root " + quotedName(roots[root].native()) + ' ' + fault;
 }
 
-void MultiFileSystem::State::take(std::vector<fs::path> folders) {
+std::string MultiFileSystem::State::take(std::vector<fs::path> folders) {
+  std::vector<std::optional<FileIdentity>> taken;
+  for (const fs::path& root : folders) {
+    std::string fault = faultOfRoot(root);
+    if (fault.empty() && !taken.emplace_back(identityAt(root))) fault = notExamined(lastError());
+    if (fault.empty()) continue;
+    return "the resource root " + quotedName(root.native()) + ' ' + fault +
+           "; name a folder that exists and can be read";
+  }
   roots = std::move(folders);
-  for (const fs::path& root : roots) identities.push_back(identityAt(root));
+  identities = std::move(taken);
+  return {};
 }
 
 MultiFileSystem::MultiFileSystem(std::vector<fs::path> roots) : state_(std::make_unique<State>()) {
-  const std::string refusal = refusalOfRoots(roots);
-  if (refusal.empty()) {
-    state_->take(std::move(roots));
-  } else {
-    reportRefusal(refusal);
-  }
+  const std::string refusal = state_->take(std::move(roots));
+  if (!refusal.empty()) reportRefusal(refusal);
 }
 
 std::unique_ptr<MultiFileSystem> MultiFileSystem::open(std::vector<fs::path> roots, std::string& refusal) {
-  refusal = refusalOfRoots(roots);
-  if (!refusal.empty()) return nullptr;
   auto files = std::make_unique<MultiFileSystem>(std::vector<fs::path>());
-  files->state_->take(std::move(roots));
-  return files;
+  refusal = files->state_->take(std::move(roots));
+  return refusal.empty() ? std::move(files) : nullptr;
 }
 
 MultiFileSystem::~MultiFileSystem() = default;

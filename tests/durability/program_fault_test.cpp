@@ -193,13 +193,21 @@ class ARootThatCannotBeLookedAt : public cli_test::CommandLine {
   support::TemporaryFolder traces_;
 };
 
+/// A command, and what it makes of the crate's entry.
+struct Edit {
+  Arguments command;
+  std::vector<std::string> result;
+};
+
+class ARootThatCannotBeLookedAtBy : public ARootThatCannotBeLookedAt,
+                                    public testing::WithParamInterface<Edit> {};
+
 /// Whatever look fails, a command does the whole of it or nothing.
-TEST_F(ARootThatCannotBeLookedAt, IsNotStoodInForByTheNextOneAndLosesNoValueOfTheEntry) {
-  const Arguments command = {"set", kCrate, "health=12"};
+TEST_P(ARootThatCannotBeLookedAtBy, AnEditIsNotStoodInForByTheNextOneAndLosesNoValueOfTheEntry) {
+  const Arguments& command = GetParam().command;
   EXPECT_EQ(runWithout(0, command).status, 0);
   const std::string undisturbed = support::readFile(first_ / cli_test::kDatabase);
-  ASSERT_THAT(undisturbed,
-              AllOf(HasSubstr("<health>12</health>"), HasSubstr("<effectScale>2.5</effectScale>")));
+  for (const std::string& part : GetParam().result) ASSERT_THAT(undisturbed, HasSubstr(part));
   int number = 1;
   for (bool isTried = true; isTried; ++number) {
     SCOPED_TRACE("look " + std::to_string(number));
@@ -221,6 +229,13 @@ TEST_F(ARootThatCannotBeLookedAt, IsNotStoodInForByTheNextOneAndLosesNoValueOfTh
   }
   EXPECT_GT(number, 10) << "these were all looks";
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, ARootThatCannotBeLookedAtBy,
+    testing::Values(Edit{{"set", kCrate, "health=12"},
+                         {"<health>12</health>", "<effectScale>2.5</effectScale>"}},
+                    Edit{{"convert", kCrate, "falling-atom"}, {"<fallingAtoms>", "<health>20</health>"}},
+                    Edit{{"convert", kCrate, "structure"}, {"<matName>n_wood</matName>"}}));
 
 TEST_F(ARootThatCannotBeLookedAt, IsNotImportedInto) {
   const std::vector<std::string> before = folder_.listing();
