@@ -154,6 +154,10 @@ TEST_P(TheProgramWithAFault, FailsWithOneMessageAndKeepsTheFileWhole) {
 class ARootThatCannotBeLookedAt : public cli_test::CommandLine {
  protected:
   ARootThatCannotBeLookedAt() {
+    // So small that its health is another one where its visual cannot be looked at.
+    support::writeModel(
+        folder_, "content/props/crate",
+        {.materials = {{"n_wood", 73}, {"d_wood", 87}}, .bsp = {"n_wood"}, .corner = "1 1 1"});
     EXPECT_EQ(run({"convert", kCrate, "fragile"}).status, 0);
     EXPECT_EQ(run({"set", kCrate, "effectScale=2.5", "decayEffect=smoke", "effect=none"}).status, 0);
     first_ = folder_ / "first";
@@ -234,7 +238,7 @@ INSTANTIATE_TEST_SUITE_P(
     Each, ARootThatCannotBeLookedAtBy,
     testing::Values(Edit{{"set", kCrate, "health=12"},
                          {"<health>12</health>", "<effectScale>2.5</effectScale>"}},
-                    Edit{{"convert", kCrate, "falling-atom"}, {"<fallingAtoms>", "<health>20</health>"}},
+                    Edit{{"convert", kCrate, "falling-atom"}, {"<fallingAtoms>", "<health>1</health>"}},
                     Edit{{"convert", kCrate, "structure"}, {"<matName>n_wood</matName>"}}));
 
 TEST_F(ARootThatCannotBeLookedAt, IsNotImportedInto) {
