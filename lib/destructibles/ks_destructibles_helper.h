@@ -364,7 +364,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// @}
 
  protected:
-  /// Reloads the tables when the database changed, at most once per frame for all helpers together.
+  /// Reloads the tables when the database changed, or a resource whose name holds that of the database, at
+  /// most once per frame for all helpers together.
   void onResourceModified(const BasicStringRef& basePath, const BasicStringRef& resourceName,
                           Action action) override;
 
