@@ -8,7 +8,8 @@ function(add_module NAME)
   cmake_parse_arguments(MODULE "" "" "SOURCES;DEPENDS;THIRD_PARTY" ${ARGN})
   list(TRANSFORM MODULE_DEPENDS PREPEND tal_)
   add_library(tal_${NAME}_objects OBJECT ${MODULE_SOURCES})
-  set_target_properties(tal_${NAME}_objects PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  set_target_properties(tal_${NAME}_objects PROPERTIES POSITION_INDEPENDENT_CODE ON
+    UNITY_BUILD ${DESTRUCTIBLES_UNITY} UNITY_BUILD_BATCH_SIZE 8)
   target_include_directories(tal_${NAME}_objects PUBLIC ${PROJECT_SOURCE_DIR}/lib)
   target_link_libraries(tal_${NAME}_objects PRIVATE tal_options tal_instrumentation ${MODULE_THIRD_PARTY})
 

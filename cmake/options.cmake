@@ -22,6 +22,9 @@ if(DESTRUCTIBLES_SANITIZE)
   target_link_options(tal_options INTERFACE -fsanitize=${DESTRUCTIBLES_SANITIZE})
 endif()
 
+# Most of the time of a file goes to the headers that it shares with its neighbours.
+option(DESTRUCTIBLES_UNITY "Compile the modules and the command line in a few large pieces" ON)
+
 find_program(DESTRUCTIBLES_CCACHE ccache)
 if(DESTRUCTIBLES_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${DESTRUCTIBLES_CCACHE})

@@ -2,6 +2,7 @@
 #include <authoring/kept_model.h>
 #include <authoring/session.h>
 #include <authoring/stored_text.h>
+#include <core/contains.h>
 #include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <destructibles/database_format.h>
@@ -19,10 +20,6 @@ using database_format::kUndamagedState;
 
 bool isBuiltIn(const std::string& state) {
   return state == kUndamagedState || state == kDestroyedState;
-}
-
-bool contains(const std::vector<std::string>& names, const std::string& name) {
-  return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 std::vector<std::string> keysOf(const Description::States& states) {

@@ -3,6 +3,7 @@
 #include <authoring/database_entries.h>
 #include <authoring/save_losses.h>
 #include <authoring/thrown_away.h>
+#include <core/contains.h>
 #include <core/display_text.h>
 #include <core/shell_word.h>
 #include <destructibles/database_format.h>
@@ -45,10 +46,6 @@ std::string listed(const Words& names) {
   std::string text;
   for (const std::string& name : names) text += (text.empty() ? "" : ", ") + quotedName(name);
   return text;
-}
-
-bool contains(const Words& names, const std::string& name) {
-  return std::ranges::find(names, name) != names.end();
 }
 
 /// The lines of one loss.

@@ -2,6 +2,7 @@
 #include <authoring/effects.h>
 #include <authoring/value_warnings.h>
 #include <core/ascii_case.h>
+#include <core/contains.h>
 #include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <core/white_space.h>
@@ -27,10 +28,6 @@ constexpr std::array<KsDestructibleType, 3> kCategories = {DT_STRUCTURE, DT_FRAG
 constexpr std::array<BasicStringRef, 8> kEffectKeys = {
     keys::kEffect,         keys::kHitEffect,      keys::kRamEffect,       keys::kDecayEffect,
     keys::kLifetimeEffect, keys::kFractureEffect, keys::kTouchdownEffect, keys::kTouchdownBreakEffect};
-
-bool contains(const std::vector<std::string>& names, const std::string& name) {
-  return std::find(names.begin(), names.end(), name) != names.end();
-}
 
 bool isSevenNumbers(BasicStringRef text) {
   std::size_t count = 0;

@@ -8,10 +8,9 @@ namespace {
 
 constexpr BasicStringRef kMagic = "glTF";
 constexpr BasicStringRef kByteOrderMark = "\xef\xbb\xbf";
-constexpr std::uint32_t kVersion = 2;
+constexpr std::uint32_t kContainerVersion = 2;
 constexpr std::size_t kHeaderSize = 12;
 constexpr std::size_t kChunkHeaderSize = 8;
-constexpr std::size_t kAlignment = 4;
 constexpr std::uint32_t kJsonChunk = 0x4e4f534a;
 constexpr std::uint32_t kBinChunk = 0x004e4942;
 
@@ -35,7 +34,7 @@ void appendUint32(std::string& bytes, std::size_t value) {
 void checkHeader(BasicStringRef bytes) {
   if (bytes.size() < kHeaderSize) throw GltfFault("is cut off inside its header");
   const std::uint32_t version = readUint32(bytes, 4);
-  if (version != kVersion) {
+  if (version != kContainerVersion) {
     throw GltfFault("is a .glb of version " + std::to_string(version) + "; only version 2 can be imported");
   }
   const std::uint32_t length = readUint32(bytes, 8);
@@ -55,7 +54,7 @@ Chunk takeChunk(BasicStringRef bytes, std::size_t& offset) {
     throw GltfFault("has a chunk of " + std::to_string(length) + " bytes with " +
                     std::to_string(bytes.size() - offset) + " bytes left in the file");
   }
-  if (length % kAlignment != 0) {
+  if (length % kGlbAlignment != 0) {
     throw GltfFault("has a chunk of " + std::to_string(length) + " bytes, which is no multiple of 4");
   }
   const BasicStringRef data = bytes.substr(offset, length);
@@ -66,9 +65,9 @@ Chunk takeChunk(BasicStringRef bytes, std::size_t& offset) {
 GltfContainer splitGlb(BasicStringRef bytes) {
   checkHeader(bytes);
   std::size_t offset = kHeaderSize;
-  const Chunk json = takeChunk(bytes, offset);
-  if (json.type != kJsonChunk) throw GltfFault("does not begin with a JSON chunk");
-  GltfContainer container{json.data, {}, true};
+  const Chunk text = takeChunk(bytes, offset);
+  if (text.type != kJsonChunk) throw GltfFault("does not begin with a JSON chunk");
+  GltfContainer container{text.data, {}, true};
   while (offset < bytes.size()) {
     const Chunk chunk = takeChunk(bytes, offset);
     // Only the second chunk can be the binary one; chunks of other types are to be ignored.
@@ -78,7 +77,7 @@ GltfContainer splitGlb(BasicStringRef bytes) {
 }
 
 void appendChunk(std::string& glb, std::uint32_t type, BasicStringRef data, char padding) {
-  const std::size_t padded = (data.size() + kAlignment - 1) / kAlignment * kAlignment;
+  const std::size_t padded = (data.size() + kGlbAlignment - 1) / kGlbAlignment * kGlbAlignment;
   appendUint32(glb, padded);
   appendUint32(glb, type);
   glb += data;
@@ -98,13 +97,13 @@ GltfContainer splitGltf(BasicStringRef bytes) {
   return {bytes, {}, false};
 }
 
-std::string joinGlb(BasicStringRef json, BasicStringRef bin) {
+std::string joinGlb(BasicStringRef text, BasicStringRef bin) {
   std::string chunks;
-  chunks.reserve(json.size() + bin.size() + 2 * (kChunkHeaderSize + kAlignment));
-  appendChunk(chunks, kJsonChunk, json, ' ');
+  chunks.reserve(text.size() + bin.size() + 2 * (kChunkHeaderSize + kGlbAlignment));
+  appendChunk(chunks, kJsonChunk, text, ' ');
   if (!bin.empty()) appendChunk(chunks, kBinChunk, bin, '\0');
   std::string glb(kMagic);
-  appendUint32(glb, kVersion);
+  appendUint32(glb, kContainerVersion);
   appendUint32(glb, kHeaderSize + chunks.size());
   return glb + chunks;
 }

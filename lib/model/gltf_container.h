@@ -3,9 +3,13 @@
 #include <core/string_ref.h>
 #include <model/gltf_limits.h>
 
+#include <cstddef>
 #include <string>
 
 namespace Tal {
+
+/// What the chunks of a .glb, and the views that are stored in one, are padded to, in bytes.
+inline constexpr std::size_t kGlbAlignment = 4;
 
 /// The two things that a glTF file holds; both are views of the file's bytes, which must outlive them.
 struct GltfContainer {
@@ -19,8 +23,8 @@ struct GltfContainer {
 /// any thread, as is joinGlb.
 GltfContainer splitGltf(BasicStringRef bytes);
 
-/// The bytes of the .glb of a document and its binary data, which may be empty; both are padded as the format
-/// demands. Together they must be smaller than 4 GiB.
-std::string joinGlb(BasicStringRef json, BasicStringRef bin);
+/// The bytes of the .glb of a document's JSON text and its binary data, which may be empty; both are padded
+/// as the format demands. Together they must be smaller than 4 GiB.
+std::string joinGlb(BasicStringRef text, BasicStringRef bin);
 
 }  // namespace Tal

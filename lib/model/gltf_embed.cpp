@@ -1,4 +1,5 @@
 #include <core/display_text.h>
+#include <model/gltf_container.h>
 #include <model/gltf_embed.h>
 #include <model/gltf_fault.h>
 #include <model/gltf_file.h>
@@ -16,7 +17,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t kAlignment = 4;
 constexpr BasicStringRef kDataScheme = "data:";
 
 bool isDataUri(BasicStringRef uri) {
@@ -193,7 +193,7 @@ class Embedding {
 
   /// Puts bytes behind the others and says where they begin.
   std::size_t append(BasicStringRef bytes) {
-    bin_.resize((bin_.size() + kAlignment - 1) / kAlignment * kAlignment);
+    bin_.resize((bin_.size() + kGlbAlignment - 1) / kGlbAlignment * kGlbAlignment);
     if (bin_.size() + bytes.size() > kMaxGltfBytes) {
       throwTooLarge();
     }

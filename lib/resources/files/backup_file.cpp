@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kNames = 1000;  // to be tried
 constexpr mode_t kPermissions = 07777;
-constexpr std::size_t kPiece = std::size_t{1} << 30U;
+constexpr std::size_t kCopyPiece = std::size_t{1} << 30U;
 
 }  // namespace
 
@@ -78,7 +78,8 @@ bool BackupFile::copyFile() const {
   }));
   if (!to) return false;
   ssize_t count = 1;
-  while (count > 0) count = retryOnEintr([&] { return ::sendfile(to.get(), from.get(), nullptr, kPiece); });
+  while (count > 0)
+    count = retryOnEintr([&] { return ::sendfile(to.get(), from.get(), nullptr, kCopyPiece); });
   return count == 0;
 }
 

@@ -14,7 +14,7 @@ namespace {
 constexpr int kAttempts = 5;
 
 /// What fits into a processor's cache beside what it is compared with.
-constexpr std::size_t kPiece = std::size_t{1} << 18U;
+constexpr std::size_t kReadPiece = std::size_t{1} << 18U;
 
 FileDescriptor openToRead(const std::filesystem::path& file) {
   return FileDescriptor(
@@ -60,7 +60,7 @@ bool readPieces(const std::filesystem::path& file, const std::function<bool(Basi
   const FileDescriptor descriptor = openToRead(file);
   const auto before = descriptor ? identityOf(descriptor.get()) : std::nullopt;
   if (!before) return false;
-  std::vector<char> buffer(kPiece);
+  std::vector<char> buffer(kReadPiece);
   for (std::ptrdiff_t left = before->size; left > 0;) {
     const std::ptrdiff_t count = readFully(descriptor.get(), buffer.data(), buffer.size());
     if (count <= 0 || count > left || !take({buffer.data(), static_cast<std::size_t>(count)})) return false;
