@@ -228,6 +228,7 @@ void KeptModel::setStates(const Description::States& wanted) {
 void KeptModel::markSaved() {
   if (!hasRecord()) apply(mine_);  // the load behind the save has failed
   mine_ = {};
+  madeModules_.clear();  // the file has those that a save keeps
   remember();
   base_ = mine_;
   foreignCategory_.reset();
@@ -292,6 +293,7 @@ void KeptModel::resync() {
   }
   setCategory(isEdited ? mine.category : file.category);
   takeFile(file);
+  keepMadeModules(file);
   Description theirs = withAllOf(file, read());
   mine_ = isEdited ? merged(base_, mine, theirs) : theirs;
   if (isEdited) apply(mine_);
@@ -311,6 +313,16 @@ void KeptModel::takeFile(const Description& file) {
   if (file.fragile) helper_->updateFragileParameters(*file.fragile);
   if (file.fallingAtom) helper_->updateFallingAtomParameters(*file.fallingAtom);
   setStates(file.states);
+}
+
+// Opening the model makes the modules that its structure in the file lacks; a load does not.
+void KeptModel::keepMadeModules(const Description& file) {
+  const Description::Modules made = std::exchange(madeModules_, {});
+  if (file.category != DT_STRUCTURE) return;
+  for (const auto& [name, module] : made)
+    if (!file.modules.contains(name)) helper_->updateDestructibleModule(name, module, /*keepExisting=*/true);
+  madeModules_ = read().modules;
+  for (const auto& [name, module] : file.modules) madeModules_.erase(name);
 }
 
 Description KeptModel::read() {

@@ -96,6 +96,7 @@ class KeptModel : private ResourceModificationListener {
   void resync();
   static void forgetVersions();
   void takeFile(const Description& file);
+  void keepMadeModules(const Description& file);
   Description read();
   void remember();
   void apply(Description wanted);
@@ -110,6 +111,7 @@ class KeptModel : private ResourceModificationListener {
   mutable ks::Signal<void()> reloaded_;
 
   std::set<std::string> moduleNames_;     // every name that a module may have; the helper cannot list them
+  Description::Modules madeModules_;      // those that the file lacks of its structure
   std::optional<FileIdentity> lastRead_;  // the file that base_ is from, or an older one
   Description base_;
   Description mine_;  // base_ with the edits since then; with the records that conversions have left behind

@@ -113,6 +113,25 @@ TEST_F(AReload, KeepsTheModulesThatAConversionHasLeftBehindForTheWayBack) {
   }
 }
 
+TEST_F(AReload, KeepsTheModulesThatTheFileLacks) {
+  writeDatabase(
+      "<root><structures><entry><filename>content/buildings/house.model</filename><modules>"
+      "<module><matName>n_wall_1</matName><health>1</health></module></modules></entry></structures></root>");
+  const auto session = open(kHouse);
+  const Description before = session->description();
+  ASSERT_TRUE(before.modules.contains("n_door_4"));
+  const auto other = open(kCrate);
+  expectDone(other->convert(DT_FRAGILE));
+  expectDone(other->save());
+  EXPECT_TRUE(isSame(session->description(), before));
+  EXPECT_FALSE(session->hasUnsavedEdits());
+  expectDone(session->setModule("n_door_4", {{"health", "9"}}));
+  const std::string file = readDatabase();
+  changeFile(*session, file + "\n");
+  EXPECT_EQ(session->description().modules.at("n_door_4").health, 9);
+  EXPECT_EQ(session->description().modules.size(), before.modules.size());
+}
+
 TEST_F(AReload, DuringAConversionTakesNothingForAnEditThatIsInTheFile) {
   for (const KsDestructibleType between : {DT_STRUCTURE, DT_FALLING_ATOMS}) {
     writeDatabase(database("5", "smoke"));
