@@ -18,7 +18,24 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Key;
 
-class TheOutcomeOfASave : public DestructiblesTest {};
+// The fixture that the cases of these suites in saves/ have.
+using TheEntriesOfTheModel = DestructiblesTest;
+using TheOutcomeOfASave = DestructiblesTest;
+
+/// The whole entry of a fragile, on one line.
+std::string fragileEntry(const std::string& name, int health, const std::string& hardPoint = "") {
+  return "<entry><filename>" + name + "</filename><health>" + std::to_string(health) +
+         "</health><decayEffect>none</decayEffect><effect>none</effect><effectHP>" + hardPoint +
+         "</effectHP><effectScale>1</effectScale><lifetimeEffect>none</lifetimeEffect></entry>";
+}
+
+TEST_F(TheEntriesOfTheModel, OfNoCategoryThatAreNotThereLeaveTheFileAsItIs) {
+  const std::string text = "<root><!-- odd --><fragiles ><entry/></fragiles></root>";
+  writeDatabase(text);
+  const OpenModel crate({}, "crate.model");
+  EXPECT_FALSE(crate->saveConfig());
+  EXPECT_EQ(readDatabase(), text);
+}
 
 TEST_F(TheOutcomeOfASave, WithoutADatabaseReportsFalseAndOnlyClearsTheMissingFlag) {
   const OpenModel crate({}, "crate.model");
@@ -101,26 +118,6 @@ TEST_F(TheOutcomeOfASave, WhoseRecordIsGoneWritesNoKeysAndStillSucceeds) {
   }
 }
 
-TEST_F(TheOutcomeOfASave, WhoseRecordIsGoneMakesNoSectionWhenOnlyAnEntryUnderTheRootIsRemoved) {
-  writeDatabase("<r>\n  <entry>\n    <filename>crate</filename>\n  </entry>\n</r>\n");
-  const OpenModel crate({}, "crate");
-  crate->setAsFragile();
-  Access::fragileMap().erase("crate");
-  EXPECT_TRUE(crate->saveConfig());
-  EXPECT_EQ(readDatabase(), "<r></r>\n");
-}
-
-TEST_F(TheOutcomeOfASave, WhoseRecordIsGoneMakesTheSectionWithTheRemovalsFromOtherCategories) {
-  writeDatabase(
-      "<r>\n  <structures>\n    <entry>\n      <filename>crate</filename>\n    </entry>\n"
-      "  </structures>\n</r>\n");
-  const OpenModel crate({}, "crate");
-  crate->setAsFragile();
-  Access::fragileMap().erase("crate");
-  EXPECT_TRUE(crate->saveConfig());
-  EXPECT_EQ(readDatabase(), "<r>\n  <structures></structures>\n  <fragiles/>\n</r>\n");
-}
-
 TEST_F(TheOutcomeOfASave, SeesAChangeOfTheFileByAnotherProgram) {
   writeDatabase("<root/>");
   const OpenModel crate({}, "crate");
@@ -189,26 +186,12 @@ TEST_F(TheOutcomeOfASave, DeletesDuplicatesFromTheGivenPlaceOn) {
 // --- Failing saves ---
 
 TEST_F(TheOutcomeOfASave, OnAFullDiskIsAFailureThatIsReportedOnceAndKeepsFileAndEdits) {
-  const std::string text = R"(<root>
-  <fragiles>
-    <entry>
-      <filename>crate</filename>
-      <health>1</health>
-    </entry>
-    <entry>
-      <filename>other</filename>
-    </entry>
-  </fragiles>
-  <structures>
-    <entry>
-      <filename>crate</filename>
-    </entry>
-    <entry>
-      <filename>house</filename>
-    </entry>
-  </structures>
-</root>
-)";
+  const auto database = [](int health, const std::string& hardPoint, const std::string& structures) {
+    return "<root><fragiles>" + fragileEntry("crate", health, hardPoint) + fragileEntry("other", 2) +
+           "</fragiles><structures>" + structures + "</structures></root>";
+  };
+  const std::string house = "<entry><filename>house</filename></entry>";
+  const std::string text = database(1, "HP_old", "<entry><filename>crate</filename></entry>" + house);
   for (const rlim_t room : {0U, 100U}) {
     writeDatabase(text);
     const OpenModel crate({}, "crate");
@@ -239,28 +222,7 @@ TEST_F(TheOutcomeOfASave, OnAFullDiskIsAFailureThatIsReportedOnceAndKeepsFileAnd
 
     EXPECT_TRUE(crate->saveConfig()) << "there is room again";
     EXPECT_EQ(told, 1);
-    EXPECT_EQ(readDatabase(), R"(<root>
-  <fragiles>
-    <entry>
-      <filename>crate</filename>
-      <health>77</health>
-      <decayEffect>none</decayEffect>
-      <effect>none</effect>
-      <effectHP>HP_a</effectHP>
-      <effectScale>1</effectScale>
-      <lifetimeEffect>none</lifetimeEffect>
-    </entry>
-    <entry>
-      <filename>other</filename>
-    </entry>
-  </fragiles>
-  <structures>
-    <entry>
-      <filename>house</filename>
-    </entry>
-  </structures>
-</root>
-)");
+    EXPECT_EQ(readDatabase(), database(77, "HP_a", house));
   }
 }
 
@@ -351,17 +313,8 @@ TEST_F(TheOutcomeOfASave, OfANewStructureThatFailsKeepsItsModulesStatesAndTagFor
 }
 
 TEST_F(TheOutcomeOfASave, ThatCannotRemoveTheEntriesOfAModelOfNoCategoryLeavesThemInTheFile) {
-  const std::string text = R"(<root>
-  <fragiles>
-    <entry>
-      <filename>crate</filename>
-    </entry>
-    <entry>
-      <filename>other</filename>
-    </entry>
-  </fragiles>
-</root>
-)";
+  const std::string other = fragileEntry("other", 2) + "</fragiles></root>";
+  const std::string text = "<root><fragiles>" + fragileEntry("crate", 1) + other;
   writeDatabase(text);
   const OpenModel crate({}, "crate");
   crate->setAsNonDestructible(true);
@@ -372,14 +325,7 @@ TEST_F(TheOutcomeOfASave, ThatCannotRemoveTheEntriesOfAModelOfNoCategoryLeavesTh
   EXPECT_EQ(readDatabase(), text);
   EXPECT_EQ(messages_.criticalCount(), 1);
   EXPECT_FALSE(crate->saveConfig()) << "a model of no category has nothing to save";
-  EXPECT_EQ(readDatabase(), R"(<root>
-  <fragiles>
-    <entry>
-      <filename>other</filename>
-    </entry>
-  </fragiles>
-</root>
-)");
+  EXPECT_EQ(readDatabase(), "<root><fragiles>" + other);
 }
 
 TEST_F(TheOutcomeOfASave, AgainstALockThatStaysIsAFailureThatNamesItsHolderAndKeepsFileAndEdits) {
@@ -433,12 +379,7 @@ class AfterAFailedSave : public DestructiblesTest {
   }
 
   static std::string text(int crateHealth, int otherHealth) {
-    const auto entry = [](const std::string& name, int health) {
-      return "<entry><filename>" + name + "</filename><health>" + std::to_string(health) +
-             "</health><decayEffect>none</decayEffect><effect>none</effect><effectHP/>"
-             "<effectScale>1</effectScale><lifetimeEffect>none</lifetimeEffect></entry>";
-    };
-    return "<root><fragiles>" + entry("crate", crateHealth) + entry("other", otherHealth) +
+    return "<root><fragiles>" + fragileEntry("crate", crateHealth) + fragileEntry("other", otherHealth) +
            "</fragiles></root>";
   }
 
