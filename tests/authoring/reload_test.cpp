@@ -26,24 +26,12 @@ class AReload : public SessionTest {
  protected:
   AReload() { writeDatabase(database("5", "smoke")); }
 
-  /// Renders frames until something is true; false when that takes too long.
-  static bool renderUntil(const std::function<bool()>& isTrue) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!isTrue()) {
-      if (std::chrono::steady_clock::now() > deadline) return false;
-      rs().beginFrame();
-      FS::fileSystem()->pump();
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-  }
-
   /// Writes the database as another program does, and waits until the session has heard of it.
   void changeFile(Session& session, const std::string& text) const {
     bool isReloaded = false;
     const ks::Connection connection = session.connectReloaded([&isReloaded] { isReloaded = true; });
     root_.replace(kDatabase, text);
-    EXPECT_TRUE(renderUntil([&isReloaded] { return isReloaded; }));
+    EXPECT_TRUE(passFramesUntil([&isReloaded] { return isReloaded; }));
   }
 };
 
@@ -222,7 +210,7 @@ TEST_F(AReload, OfAFileThatBecameUnreadableKeepsWhatWasLastRead) {
       "scripts/destructibles.xml cannot be read any more; what was last read of "
       "\"content/props/crate.model\" is "
       "kept until it can";
-  EXPECT_TRUE(renderUntil([&] {
+  EXPECT_TRUE(passFramesUntil([&] {
     const std::vector<std::string> texts = messages_.texts();
     return std::find(texts.begin(), texts.end(), message) != texts.end();
   }));
@@ -366,7 +354,7 @@ TEST_F(AReload, OfAFileThatWasGoneIsMadeUpForByTheNextSession) {
   const auto crate = open(kCrate);
   support::MessageRecorder messages;
   std::filesystem::rename(root_ / "scripts", root_ / "away");
-  EXPECT_TRUE(renderUntil([&] {
+  EXPECT_TRUE(passFramesUntil([&] {
     const std::vector<std::string> texts = messages.texts();
     return std::ranges::any_of(texts, [](const std::string& one) {
       return one.find("cannot be read any more") != std::string::npos;
@@ -404,7 +392,7 @@ TEST_F(AReload, MayCloseItsOwnSessionFromTheListener) {
     isClosed = true;
   });
   root_.replace(kDatabase, database("8", "fire"));
-  EXPECT_TRUE(renderUntil([&isClosed] { return isClosed; }));
+  EXPECT_TRUE(passFramesUntil([&isClosed] { return isClosed; }));
 }
 
 TEST_F(AReload, MayCloseASessionFromItsListener) {

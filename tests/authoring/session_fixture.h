@@ -1,9 +1,8 @@
 #pragma once
 
 #include <authoring/session.h>
-#include <support/message_recorder.h>
+#include <support/host.h>
 #include <support/model_files.h>
-#include <support/mounted_root.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,14 +14,14 @@
 
 namespace Tal::authoring {
 
-inline constexpr char kDatabase[] = "scripts/destructibles.xml";
+using support::kDatabase;
 inline constexpr char kHouse[] = "content/buildings/house.model";
 inline constexpr char kCrate[] = "content/props/crate.model";
 inline constexpr char kLamp[] = "content/street/lamp.model";
 
 /// A resource root with an empty database and three models:
 /// a house, whose roof is no collision material and whose window has the kind of a wall; a crate; a lamp.
-class SessionTest : public ::testing::Test {
+class SessionTest : public ::testing::Test, public support::Host {
  protected:
   SessionTest() {
     writeDatabase("<root>\n</root>\n");
@@ -47,9 +46,6 @@ class SessionTest : public ::testing::Test {
                         {.materials = {{"n_pole", 73}}, .bsp = {"n_pole"}, .corner = "1 1 6"});
   }
 
-  void writeDatabase(std::string_view text) const { root_.write(kDatabase, text); }
-  std::string readDatabase() const { return root_.read(kDatabase); }
-
   /// A session on a model that is there.
   static std::unique_ptr<Session> open(const std::string& model) {
     Session::Opened opened = Session::open(model);
@@ -66,9 +62,6 @@ class SessionTest : public ::testing::Test {
   }
 
   static void expectDone(const Outcome& outcome) { EXPECT_EQ(outcome.refusal, ""); }
-
-  support::MountedRoot root_;
-  support::MessageRecorder messages_;
 };
 
 }  // namespace Tal::authoring

@@ -157,8 +157,8 @@ TEST_F(AnOperationThatIsBrokenOff, WhenItIsAConstructionLeavesNoListenerBehind) 
   Journal journal;
   {
     const TrackRecorder recorder(&journal);
-    folder_.replace(kDatabase, "<r><fragiles/></r>");
-    EXPECT_TRUE(renderUntil([&] { return witness.hasHeard; }));
+    root_.replace(kDatabase, "<r><fragiles/></r>");
+    EXPECT_TRUE(passFramesUntil([&] { return witness.hasHeard; }));
   }
   EXPECT_THAT(journal, IsEmpty()) << "nobody else is told";
   FS::fileSystem()->getFilesystemMonitor()->removeModificationListener(&witness);

@@ -58,7 +58,7 @@ TEST_F(TheEffectList, WithoutTheCategorysSectionOffersNothingAndNoneWithoutAMess
   writeEffects("<root><Structures><a/></Structures><other><structures><b/></structures></other></root>");
   EXPECT_THAT(of("Hit effect"), ElementsAre("", "none"));
   EXPECT_THAT(messages_.messages(), IsEmpty());
-  EXPECT_EQ(folder_.read("scripts/destructibles_effects.xml"),
+  EXPECT_EQ(root_.read("scripts/destructibles_effects.xml"),
             "<root><Structures><a/></Structures><other><structures><b/></structures></other></root>");
 }
 

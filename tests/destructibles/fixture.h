@@ -5,20 +5,17 @@
 #include <destructibles/test_access.h>
 #include <render/render_system.h>
 #include <resources/file_system.h>
-#include <support/message_recorder.h>
+#include <support/host.h>
 #include <support/model_builder.h>
-#include <support/mounted_root.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <vector>
 
 namespace Tal {
@@ -27,7 +24,7 @@ using Access = KsDestructiblesHelperTestAccess;
 using Strings = std::vector<std::string>;
 using Kinds = std::vector<unsigned>;
 
-inline constexpr const char* kDatabase = "scripts/destructibles.xml";
+using support::kDatabase;
 
 /// A message logged with the priority pair (0, `priority`), an empty category and source 0.
 MATCHER_P2(isLogged, priority, text, "") {
@@ -53,7 +50,7 @@ struct OpenModel {
 
 /// Starts every test from empty class-wide tables and a resource root of its own, and ends it with the check
 /// that every tracked operation was popped.
-class DestructiblesTest : public ::testing::Test {
+class DestructiblesTest : public ::testing::Test, public support::Host {
  protected:
   DestructiblesTest() { Access::clearTables(); }
   ~DestructiblesTest() override {
@@ -61,32 +58,14 @@ class DestructiblesTest : public ::testing::Test {
     Access::clearTables();
   }
 
-  void writeDatabase(std::string_view text) const { folder_.write(kDatabase, text); }
-  std::string readDatabase() const { return folder_.read(kDatabase); }
-
   /// Makes helpers take the tables as they are.
   static void pretendLoaded() { Access::hasLoaded() = true; }
 
   /// Gives a model a bounding box from the origin to `corner` ("x y z").
   void writeVisual(const std::string& visual, const std::string& corner) const {
-    folder_.write(visual, "<root>\n\t<boundingBox>\n\t\t<min>0 0 0</min>\n\t\t<max>" + corner +
-                              "</max>\n\t</boundingBox>\n</root>\n");
+    root_.write(visual, "<root>\n\t<boundingBox>\n\t\t<min>0 0 0</min>\n\t\t<max>" + corner +
+                            "</max>\n\t</boundingBox>\n</root>\n");
   }
-
-  /// Renders frames until `isTrue`; false when that takes too long.
-  static bool renderUntil(const std::function<bool()>& isTrue) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!isTrue()) {
-      if (std::chrono::steady_clock::now() > deadline) return false;
-      rs().beginFrame();
-      FS::fileSystem()->pump();
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-  }
-
-  support::MountedRoot folder_;
-  support::MessageRecorder messages_;
 };
 
 }  // namespace Tal

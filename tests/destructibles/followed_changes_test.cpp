@@ -12,8 +12,7 @@ class Follower {
  public:
   explicit Follower(Stage& stage) : model_({}, "m") {
     stage.frame = [this] {
-      rs().beginFrame();
-      FS::fileSystem()->pump();
+      support::Host::passFrame();
       // A load that fails tells nobody.
       if (Access::fragileMap().empty() && reads.back() != support::kNothing) note();
     };

@@ -123,9 +123,9 @@ TEST_F(TheHealth, OfTheEnvironmentFollowsTheVolumeFrom3On) {
 }
 
 TEST_F(TheHealth, OfAVisualThatCannotBeParsedIsThatOfNoVisual) {
-  folder_.write("a/environment/rock.visual", "<r><boundingBox>");
+  root_.write("a/environment/rock.visual", "<r><boundingBox>");
   EXPECT_EQ(ofModel("a/environment/rock.model"), -1);
-  folder_.write("a/rock.visual", "<r><boundingBox>");
+  root_.write("a/rock.visual", "<r><boundingBox>");
   EXPECT_EQ(ofModel("a/rock.model", DT_FRAGILE), 20);
   EXPECT_EQ(ofModel("a/rock.model", DT_STRUCTURE), 50);
   EXPECT_EQ(ofModel("a/rock.model"), -1);
@@ -161,27 +161,27 @@ TEST_F(TheHealth, FindsTheVisualUnderTheNameAsItIs) {
 }
 
 TEST_F(TheHealth, TakesTheSizeFromTheDifferenceOfTheCorners) {
-  folder_.write("a/environment/rock.visual",
-                "<r><boundingBox><min>-1 -1 -1</min><max>1 0 0.5</max></boundingBox></r>");
+  root_.write("a/environment/rock.visual",
+              "<r><boundingBox><min>-1 -1 -1</min><max>1 0 0.5</max></boundingBox></r>");
   EXPECT_EQ(ofModel("a/environment/rock.model"), 10);
-  folder_.write("a/environment/rock.visual",
-                "<r><boundingBox><min>9 9 9</min><max>10 10 11</max></boundingBox></r>");
+  root_.write("a/environment/rock.visual",
+              "<r><boundingBox><min>9 9 9</min><max>10 10 11</max></boundingBox></r>");
   EXPECT_EQ(ofModel("a/environment/rock.model"), 1);
 }
 
 TEST_F(TheHealth, DoesNotCorrectNegativeSizes) {
-  folder_.write("a/environment/rock.visual",
-                "<r><boundingBox><min>2 2 2</min><max>0 0 0</max></boundingBox></r>");
+  root_.write("a/environment/rock.visual",
+              "<r><boundingBox><min>2 2 2</min><max>0 0 0</max></boundingBox></r>");
   EXPECT_EQ(ofModel("a/environment/rock.model"), 1) << "the volume is -8";
-  folder_.write("a/environment/rock.visual",
-                "<r><boundingBox><min>2 2 0</min><max>0 0 2</max></boundingBox></r>");
+  root_.write("a/environment/rock.visual",
+              "<r><boundingBox><min>2 2 0</min><max>0 0 2</max></boundingBox></r>");
   EXPECT_EQ(ofModel("a/environment/rock.model"), 10) << "the volume is 8";
 }
 
 TEST_F(TheHealth, TakesAnAbsentCornerAsTheOrigin) {
-  folder_.write("a/environment/rock.visual", "<r><boundingBox><max>2 2 2</max></boundingBox></r>");
+  root_.write("a/environment/rock.visual", "<r><boundingBox><max>2 2 2</max></boundingBox></r>");
   EXPECT_EQ(ofModel("a/environment/rock.model"), 10);
-  folder_.write("a/environment/rock.visual", "<r/>");
+  root_.write("a/environment/rock.visual", "<r/>");
   EXPECT_EQ(ofModel("a/environment/rock.model"), 1);
 }
 
@@ -218,7 +218,7 @@ TEST_F(TheHealth, MultipliesInSinglePrecisionHeightByWidthFirst) {
 }
 
 TEST_F(TheHealth, OfAVisualWithoutABoundingBoxIsThatOfSomethingSmall) {
-  folder_.write("big.visual", "<r/>");
+  root_.write("big.visual", "<r/>");
   EXPECT_EQ(ofModel("big.model", DT_FRAGILE), 1);
 }
 
@@ -265,7 +265,7 @@ TEST_F(TheHealth, IsEstimatedFromTheFileAsItIsNow) {
   EXPECT_EQ(open->calculateDestructibleHealth(), 20);
   writeVisual("crate.visual", "1 1 1");
   EXPECT_EQ(open->calculateDestructibleHealth(), 1);
-  folder_.replace("crate.visual", "<r><boundingBox><max>2 2 2</max></boundingBox></r>");
+  root_.replace("crate.visual", "<r><boundingBox><max>2 2 2</max></boundingBox></r>");
   EXPECT_EQ(open->calculateDestructibleHealth(), 20);
 }
 

@@ -89,9 +89,9 @@ TEST_F(SparedLoads, DoNotHappenForOtherBytesOfTheSameSizeAndTime) {
   write("m");
   KsDestructiblesHelper helper;
   ASSERT_TRUE(helper.loadConfig(true));
-  const auto time = std::filesystem::last_write_time(folder_ / kDatabase);
+  const auto time = std::filesystem::last_write_time(root_ / kDatabase);
   write("n");
-  std::filesystem::last_write_time(folder_ / kDatabase, time);
+  std::filesystem::last_write_time(root_ / kDatabase, time);
   EXPECT_TRUE(helper.loadConfig(true));
   EXPECT_THAT(Access::fragiles(), ElementsAre(Key("n")));
 }
@@ -131,10 +131,10 @@ TEST_F(SparedLoads, DoNotHappenBehindALoadThatFailed) {
   writeDatabase("<r><fragiles><entry><filename>m</filename></entry></fragiles></r>");
   KsDestructiblesHelper helper;
   ASSERT_TRUE(helper.loadConfig(true));
-  std::filesystem::rename(folder_ / kDatabase, folder_ / "away.xml");
+  std::filesystem::rename(root_ / kDatabase, root_ / "away.xml");
   EXPECT_FALSE(helper.loadConfig(true));
   EXPECT_TRUE(Access::fragiles().empty());
-  std::filesystem::rename(folder_ / "away.xml", folder_ / kDatabase);
+  std::filesystem::rename(root_ / "away.xml", root_ / kDatabase);
   EXPECT_TRUE(helper.loadConfig(true));
   EXPECT_THAT(Access::fragiles(), ElementsAre(Key("m")));
 }

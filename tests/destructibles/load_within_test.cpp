@@ -80,8 +80,8 @@ TEST_F(ALoadWithinAnOperation, ThatBringsAnEntryHasItOverwrittenByTheOneThatIsMa
     writeDatabase("<r/>");
     const OpenModel gate({{{"n_wood", 73}}}, kGate);
     const std::string section = isFragile ? "fragiles" : "fallingAtoms";
-    folder_.replace(kDatabase, "<r><" + section + "><entry><filename>" + kGate +
-                                   "</filename><health>77</health></entry></" + section + "></r>");
+    root_.replace(kDatabase, "<r><" + section + "><entry><filename>" + kGate +
+                                 "</filename><health>77</health></entry></" + section + "></r>");
     endAnotherHelper();
     int loaded = 0;
     const ks::Connection listening = gate->connectLoadedConfigSignal([&] { ++loaded; });
@@ -101,7 +101,7 @@ TEST_F(ALoadWithinAnOperation, ThatBringsAnEntryHasItOverwrittenByTheOneThatIsMa
 TEST_F(ALoadWithinAnOperation, ThatBringsModulesKeepsThemAndHasTheLackingOnesAdded) {
   writeDatabase("<r/>");
   const OpenModel house({{{"wall", 73}, {"roof", 74}}}, "house");
-  folder_.replace(kDatabase, R"(<r><structures><entry><filename>house</filename><modules>
+  root_.replace(kDatabase, R"(<r><structures><entry><filename>house</filename><modules>
     <module><matName>wall</matName><health>77</health></module></modules></entry></structures></r>)");
   endAnotherHelper();
   int loaded = 0;

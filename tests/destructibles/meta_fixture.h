@@ -35,7 +35,7 @@ struct EditedRecord {
 /// Reads and writes effect files.
 class EffectsTest : public DestructiblesTest {
  protected:
-  void writeEffects(std::string_view text) const { folder_.write("scripts/destructibles_effects.xml", text); }
+  void writeEffects(std::string_view text) const { root_.write("scripts/destructibles_effects.xml", text); }
 };
 
 }  // namespace Tal

@@ -389,7 +389,7 @@ TEST_F(TheParameters, AreUpdatedWithoutMessagesSignalsVisibilitiesFlagsOrAFile) 
   EXPECT_THAT(open_.journal, IsEmpty());
   EXPECT_FALSE(open_->isMissingInDestructiblesXml());
   EXPECT_THAT(messages_.messages(), IsEmpty());
-  EXPECT_THAT(folder_.listing(), IsEmpty());
+  EXPECT_THAT(root_.listing(), IsEmpty());
 }
 
 TEST_F(TheParameters, AreSeenByEveryHelperOfTheModelAtOnce) {

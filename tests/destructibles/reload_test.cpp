@@ -64,8 +64,8 @@ TEST_F(AReload, IsNotDoneByAHelperThatIsStillShowingItsFirstState) {
   const auto model = support::buildModel({});
   Journal journal;
   DeliveringDisabler disabler(model.get(), &journal,
-                              [&] { return renderUntil([&] { return witness.hasHeard; }); });
-  folder_.replace(kDatabase, "<r><fragiles><entry><filename>m</filename></entry></fragiles> </r>");
+                              [&] { return passFramesUntil([&] { return witness.hasHeard; }); });
+  root_.replace(kDatabase, "<r><fragiles><entry><filename>m</filename></entry></fragiles> </r>");
   {
     const TrackRecorder recorder(&journal);
     const KsDestructiblesHelper helper(model.get(), "m", &disabler);
@@ -112,8 +112,8 @@ TEST_F(AReload, IsDoneByAHelperFromTheEndOfItsConstructionToTheEndOfItsDestructi
     FS::fileSystem()->getFilesystemMonitor()->removeModificationListener(&helper_);
     const DeliveryAtPop delivery(name + (isAtTheEnd ? "~" : "") + "KsDestructiblesHelper", [&] {
       witness.hasHeard = false;
-      folder_.replace(kDatabase, "<r><fragiles><entry><filename>m</filename></entry></fragiles> </r>");
-      return renderUntil([&] { return witness.hasHeard; });
+      root_.replace(kDatabase, "<r><fragiles><entry><filename>m</filename></entry></fragiles> </r>");
+      return passFramesUntil([&] { return witness.hasHeard; });
     });
     { const OpenModel open({}, "m"); }
     if (isAtTheEnd) {
@@ -183,7 +183,7 @@ TEST_F(AReload, OfARemovedFileEmptiesTheTablesAndTellsNobody) {
   ASSERT_TRUE(helper_.loadConfig(false));
   int told = 0;
   const ks::Connection listening = helper_.connectLoadedConfigSignal([&] { ++told; });
-  std::filesystem::remove(folder_ / kDatabase);
+  std::filesystem::remove(root_ / kDatabase);
   rs().beginFrame();
   Access::onResourceModified(helper_, kDatabase);
   EXPECT_TRUE(Access::tablesAreEmpty());
@@ -265,8 +265,8 @@ TEST_F(AReload, FollowsTheRealFileWhenItIsReplacedByRename) {
   writeFragile("old");
   const OpenModel open({}, "m");
   ASSERT_THAT(Access::fragileMap(), ElementsAre(Key("old")));
-  folder_.replace(kDatabase, "<r><fragiles><entry><filename>new</filename></entry></fragiles></r>");
-  EXPECT_TRUE(renderUntil([] { return Access::fragileMap().count("new") == 1; }));
+  root_.replace(kDatabase, "<r><fragiles><entry><filename>new</filename></entry></fragiles></r>");
+  EXPECT_TRUE(passFramesUntil([] { return Access::fragileMap().count("new") == 1; }));
   EXPECT_THAT(Access::fragileMap(), ElementsAre(Key("new")));
 }
 
@@ -276,17 +276,17 @@ TEST_F(AReload, FollowsTheRealFileWhenItIsWrittenInPlace) {
   int told = 0;
   const ks::Connection listening = open->connectLoadedConfigSignal([&] { ++told; });
   writeFragile("new");
-  EXPECT_TRUE(renderUntil([] { return Access::fragileMap().count("new") == 1; }));
+  EXPECT_TRUE(passFramesUntil([] { return Access::fragileMap().count("new") == 1; }));
   EXPECT_GE(told, 1);
 }
 
 TEST_F(AReload, FollowsTheRealFileWhenItIsRemovedAndMadeAnew) {
   writeFragile("old");
   const OpenModel open({}, "m");
-  std::filesystem::remove(folder_ / kDatabase);
-  EXPECT_TRUE(renderUntil([] { return Access::fragileMap().empty(); }));
+  std::filesystem::remove(root_ / kDatabase);
+  EXPECT_TRUE(passFramesUntil([] { return Access::fragileMap().empty(); }));
   writeFragile("new");
-  EXPECT_TRUE(renderUntil([] { return Access::fragileMap().count("new") == 1; }));
+  EXPECT_TRUE(passFramesUntil([] { return Access::fragileMap().count("new") == 1; }));
 }
 
 TEST_F(AReload, OfTheRealFileTellsTheHelperThatWasMadeFirst) {
@@ -296,8 +296,8 @@ TEST_F(AReload, OfTheRealFileTellsTheHelperThatWasMadeFirst) {
   Strings told;
   const ks::Connection onFirst = first->connectLoadedConfigSignal([&] { told.emplace_back("first"); });
   const ks::Connection onSecond = second->connectLoadedConfigSignal([&] { told.emplace_back("second"); });
-  folder_.replace(kDatabase, "<r><fragiles><entry><filename>new</filename></entry></fragiles></r>");
-  ASSERT_TRUE(renderUntil([&] { return !told.empty(); }));
+  root_.replace(kDatabase, "<r><fragiles><entry><filename>new</filename></entry></fragiles></r>");
+  ASSERT_TRUE(passFramesUntil([&] { return !told.empty(); }));
   EXPECT_EQ(told.front(), "first");
   EXPECT_THAT(told, ::testing::Not(::testing::Contains("second")));
 }
@@ -316,7 +316,7 @@ TEST_F(AReload, FollowsASaveOfOnesOwnOnceMoreAndDropsWhatOthersHaveNotSaved) {
   ASSERT_TRUE(a->saveConfig());
   EXPECT_EQ(loads, 1);
   ASSERT_TRUE(b->updateFragileParameters(edited));
-  ASSERT_TRUE(renderUntil([&] { return loads == 2; }));
+  ASSERT_TRUE(passFramesUntil([&] { return loads == 2; }));
   EXPECT_EQ(Access::fragileMap().at("a").health, 77);
   EXPECT_EQ(Access::fragileMap().at("b").health, 5) << "as in the file";
 }
@@ -329,8 +329,8 @@ TEST_F(AReload, OfTheRealFileDoesNotReachADestroyedHelper) {
   const ks::Connection onFirst = (*first)->connectLoadedConfigSignal([&] { told.emplace_back("first"); });
   const ks::Connection onSecond = second->connectLoadedConfigSignal([&] { told.emplace_back("second"); });
   first.reset();
-  folder_.replace(kDatabase, "<r><fragiles><entry><filename>new</filename></entry></fragiles></r>");
-  ASSERT_TRUE(renderUntil([&] { return !told.empty(); }));
+  root_.replace(kDatabase, "<r><fragiles><entry><filename>new</filename></entry></fragiles></r>");
+  ASSERT_TRUE(passFramesUntil([&] { return !told.empty(); }));
   EXPECT_THAT(told, ::testing::Each("second"));
 }
 
@@ -343,8 +343,8 @@ TEST_F(AReload, OfTheRealFileMayDestroyTheHelperThatIsTold) {
     wasTold = true;
     first.reset();
   });
-  folder_.replace(kDatabase, "<r><fragiles><entry><filename>new</filename></entry></fragiles></r>");
-  EXPECT_TRUE(renderUntil([&] { return wasTold; }));
+  root_.replace(kDatabase, "<r><fragiles><entry><filename>new</filename></entry></fragiles></r>");
+  EXPECT_TRUE(passFramesUntil([&] { return wasTold; }));
   EXPECT_EQ(first, nullptr);
   EXPECT_FALSE(onFirst.connected());
 }
@@ -374,12 +374,12 @@ class Probe : public ResourceModificationListener {
 
 TEST_F(AReload, IsNotCausedByARealChangeOfAnotherFile) {
   writeFragile("old");
-  folder_.write("scripts/destructibles_effects.xml", "<a/>");
+  root_.write("scripts/destructibles_effects.xml", "<a/>");
   const OpenModel open({}, "m");
   const Probe probe(FS::fileSystem()->getFilesystemMonitor());
   Access::fragileMap()["in memory"].health = 1;
-  folder_.replace("scripts/destructibles_effects.xml", "<b/>");
-  ASSERT_TRUE(renderUntil([&] { return probe.wasToldOf("scripts/destructibles_effects.xml"); }));
+  root_.replace("scripts/destructibles_effects.xml", "<b/>");
+  ASSERT_TRUE(passFramesUntil([&] { return probe.wasToldOf("scripts/destructibles_effects.xml"); }));
   EXPECT_EQ(Access::fragileMap().count("in memory"), 1U);
 }
 
@@ -387,8 +387,8 @@ TEST_F(AReload, IsNotHeardOfByAHelperWithoutAModel) {
   writeFragile("old");
   ASSERT_TRUE(helper_.loadConfig(false));
   const Probe probe(FS::fileSystem()->getFilesystemMonitor());
-  folder_.replace(kDatabase, "<r><fragiles><entry><filename>new</filename></entry></fragiles></r>");
-  ASSERT_TRUE(renderUntil([&] { return probe.wasToldOf(kDatabase); }));
+  root_.replace(kDatabase, "<r><fragiles><entry><filename>new</filename></entry></fragiles></r>");
+  ASSERT_TRUE(passFramesUntil([&] { return probe.wasToldOf(kDatabase); }));
   EXPECT_THAT(Access::fragileMap(), ElementsAre(Key("old")));
 }
 

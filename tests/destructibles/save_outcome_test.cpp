@@ -48,7 +48,7 @@ TEST_F(TheOutcomeOfASave, WithoutADatabaseReportsFalseAndOnlyClearsTheMissingFla
   EXPECT_FALSE(crate->isMissingInDestructiblesXml());
   EXPECT_EQ(told, 0);
   EXPECT_THAT(Access::fragileMap(), ElementsAre(Key("crate.model")));
-  EXPECT_THAT(folder_.listing(), IsEmpty());
+  EXPECT_THAT(root_.listing(), IsEmpty());
   EXPECT_THAT(messages_.messages(), IsEmpty());
 }
 
@@ -122,7 +122,7 @@ TEST_F(TheOutcomeOfASave, SeesAChangeOfTheFileByAnotherProgram) {
   writeDatabase("<root/>");
   const OpenModel crate({}, "crate");
   crate->setAsFragile();
-  folder_.replace(kDatabase, R"(<root>
+  root_.replace(kDatabase, R"(<root>
   <fragiles>
     <entry>
       <filename>newcomer</filename>
@@ -210,7 +210,7 @@ TEST_F(TheOutcomeOfASave, OnAFullDiskIsAFailureThatIsReportedOnceAndKeepsFileAnd
     }
     EXPECT_FALSE(saved);
     EXPECT_EQ(readDatabase(), text);
-    EXPECT_THAT(folder_.listing(), ElementsAre("scripts", kDatabase)) << "nothing is left beside the file";
+    EXPECT_THAT(root_.listing(), ElementsAre("scripts", kDatabase)) << "nothing is left beside the file";
     ASSERT_EQ(messages_.messages().size(), 1U);
     EXPECT_TRUE(messages_.messages()[0].isCritical);
     EXPECT_THAT(messages_.messages()[0].text, HasSubstr(kDatabase));
@@ -341,7 +341,7 @@ TEST_F(TheOutcomeOfASave, AgainstALockThatStaysIsAFailureThatNamesItsHolderAndKe
   {
     // Locks are between open files, so that this process can be the other one too.
     std::string holder;
-    const auto lock = FileLock::acquire(folder_ / kDatabase, std::chrono::milliseconds(0), holder);
+    const auto lock = FileLock::acquire(root_ / kDatabase, std::chrono::milliseconds(0), holder);
     ASSERT_TRUE(lock);
     constexpr std::chrono::milliseconds kPatience{50};
     const SavePatience patience(kPatience);
@@ -396,7 +396,7 @@ class AfterAFailedSave : public DestructiblesTest {
 
 TEST_F(AfterAFailedSave, AReloadReadsTheFile) {
   EXPECT_EQ(Access::fragileMap().at("crate").health, 77);
-  folder_.replace(kDatabase, text(1, 9));
+  root_.replace(kDatabase, text(1, 9));
   EXPECT_TRUE((*other_)->loadConfig(true));
   EXPECT_EQ(Access::fragileMap().at("crate").health, 1);
   EXPECT_EQ(Access::fragileMap().at("other").health, 9);
@@ -409,7 +409,7 @@ TEST_F(AfterAFailedSave, TheSaveOfAnotherModelDoesNotWriteTheEntry) {
 }
 
 TEST_F(AfterAFailedSave, TheNextTryKeepsWhatAnotherProgramWroteMeanwhile) {
-  folder_.replace(kDatabase, text(1, 9));
+  root_.replace(kDatabase, text(1, 9));
   EXPECT_TRUE((*crate_)->saveConfig());
   EXPECT_EQ(readDatabase(), text(77, 9));
 }

@@ -312,7 +312,7 @@ std::string shown(const std::string& bytes) {
 
 class ASaveKeepsTheBytes : public DestructiblesTest, public testing::WithParamInterface<Dress> {
  protected:
-  FileIdentity identity() const { return identityAt(folder_ / kDatabase).value_or(FileIdentity()); }
+  FileIdentity identity() const { return identityAt(root_ / kDatabase).value_or(FileIdentity()); }
 
   /// Saves; the result says whether the file was touched.
   bool isTouchedBySaving(Helper& helper) const {
@@ -449,9 +449,9 @@ TEST_F(ASaveOfAnIrregularFile, KeepsTheBytesThatNoEditTouches) {
     one.make(*open);
     open->saveConfig();
     EXPECT_EQ(readDatabase(), one.after);
-    const std::optional<FileIdentity> identity = identityAt(folder_ / kDatabase);
+    const std::optional<FileIdentity> identity = identityAt(root_ / kDatabase);
     open->saveConfig();
-    EXPECT_TRUE(identityAt(folder_ / kDatabase) == identity) << "saving twice is saving once";
+    EXPECT_TRUE(identityAt(root_ / kDatabase) == identity) << "saving twice is saving once";
   }
 }
 
