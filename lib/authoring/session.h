@@ -106,7 +106,7 @@ class Session {
   /// would have no module that could break. The warnings name the values that were not saved and go with it,
   /// but for those that a new entry has anyway, as commands that set them again (see linesOf); what leaves
   /// the file is named by the save.
-  Outcome convert(KsDestructibleType category);
+  Outcome convert(KsDestructibleType to);
 
   /// Converts the model to the category that its materials suggest. Refused when they suggest none, with the
   /// kind that is missing.
@@ -175,6 +175,8 @@ class Session {
   // Edits.
   std::string refusalOfEdit() const;
   std::string refusalOfCategory() const;
+  std::string refusalOfConversion(KsDestructibleType to) const;
+  Outcome convertTo(KsDestructibleType to);
   Outcome setAchievementTag(const std::vector<Assignment>& assignments) const;
   std::string refusalOfStates() const;
   std::string refusalOfState(const std::string& state);

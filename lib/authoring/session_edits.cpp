@@ -141,45 +141,45 @@ std::string Session::refusalOfCategory() const {
          "convert the model that it is a variant of";
 }
 
-Outcome Session::convert(KsDestructibleType category) {
-  if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
-  if (category != DT_NON_DESTRUCTIBLE) {
-    if (const std::string refusal = refusalOfCategory(); !refusal.empty()) return refused(refusal);
-  }
-  if (category == DT_STRUCTURE && this->category() != DT_STRUCTURE) {
-    if (const std::string refusal = refusalOfStructure(helper()); !refusal.empty()) return refused(refusal);
-  }
-  return model_->edit([this, category]() -> Outcome {
-    Outcome outcome;
-    const KsDestructibleType before = helper().destructibleType();
-    const Description kept = model_->kept();
-    const bool isMadeAnew =
-        before == DT_NON_DESTRUCTIBLE && category != before && category == model_->base().category;
-    RestoreTarget target;
-    if (before != category) {
-      // What the file holds is not lost before the save.
-      target = targetOf(helper());
-      const Description unsaved = merged(model_->base(), model_->description(), target.newEntries);
-      warnOfThrownAway({before, unsaved, target.newEntries, false, true}, target, outcome);
-    }
+// Why the model cannot be converted to a category; empty when it can.
+std::string Session::refusalOfConversion(KsDestructibleType to) const {
+  std::string refusal = refusalOfEdit();
+  if (refusal.empty() && to != DT_NON_DESTRUCTIBLE) refusal = refusalOfCategory();
+  if (refusal.empty() && to == DT_STRUCTURE && category() != to) refusal = refusalOfStructure(helper());
+  return refusal;
+}
+
+Outcome Session::convert(KsDestructibleType to) {
+  if (const std::string refusal = refusalOfConversion(to); !refusal.empty()) return refused(refusal);
+  return model_->edit([this, to] { return convertTo(to); });
+}
+
+Outcome Session::convertTo(KsDestructibleType to) {
+  const KsDestructibleType from = category();
+  if (from == to) {
     // A variant has no category but may have entries.
-    if (category == DT_NON_DESTRUCTIBLE) {
-      helper().setAsNonDestructible(/*force=*/true);
-    } else {
-      model_->setCategory(category);
-    }
-    if (before != category && !isAsEstimated(kept, model_->description(), target.newEntries)) {
-      model_->restore(kept);
-      return refusedWithoutEstimate(modelName());
-    }
-    if (isMadeAnew)
-      warnOfThrownAway({category, model_->base(), model_->description()}, targetOf(helper()), outcome);
-    if (before != category) {
-      outcome.changes.push_back(
-          {"category", std::string(categoryName(before)), std::string(categoryName(category))});
-    }
-    return outcome;
-  });
+    if (to == DT_NON_DESTRUCTIBLE) helper().setAsNonDestructible(/*force=*/true);
+    return {};
+  }
+  Outcome outcome;
+  const Description kept = model_->kept();
+  const RestoreTarget target = targetOf(helper());
+  // What the file holds is not lost before the save.
+  const Description unsaved = merged(model_->base(), model_->description(), target.newEntries);
+  warnOfThrownAway({from, unsaved, target.newEntries, false, true}, target, outcome);
+  if (to == DT_NON_DESTRUCTIBLE) {
+    helper().setAsNonDestructible(/*force=*/true);
+  } else {
+    model_->setCategory(to);
+  }
+  if (!isAsEstimated(kept, model_->description(), target.newEntries)) {
+    model_->restore(kept);
+    return refusedWithoutEstimate(modelName());
+  }
+  const bool isMadeAnew = from == DT_NON_DESTRUCTIBLE && to == model_->base().category;
+  if (isMadeAnew) warnOfThrownAway({to, model_->base(), model_->description()}, targetOf(helper()), outcome);
+  outcome.changes.push_back({"category", std::string(categoryName(from)), std::string(categoryName(to))});
+  return outcome;
 }
 
 Outcome Session::convertAsSuggested() {
