@@ -131,12 +131,13 @@ void import(ImportOptions& options, Tool& tool) {
   checkModelName(options.model);
   if (!gltfOptions.overwrite) refuseModelOfAnotherRoot(options.model);
   sayLongWork(options.gltf);
+  const RootedPath root = FS::fileSystem()->firstRoot().value();
+  gltfOptions.takenRoot = root.taken;
   std::string error;
   std::optional<ImportedModel> imported;
   {
     const HeldInterrupts held;  // the three files belong together
-    imported =
-        importGltf(options.gltf, options.model, FS::fileSystem()->roots().front(), gltfOptions, &error);
+    imported = importGltf(options.gltf, options.model, root.root, gltfOptions, &error);
   }
   if (!imported) throw Refusal(error);
   for (const std::string& warning : imported->warnings) Tool::say(warning);

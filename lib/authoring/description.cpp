@@ -80,6 +80,13 @@ Description ofItsCategory(Description description) {
   return description;
 }
 
+Description withoutItsRecords(Description description) {
+  if (description.category == DT_FRAGILE) description.fragile.reset();
+  if (description.category == DT_FALLING_ATOMS) description.fallingAtom.reset();
+  if (description.category == DT_STRUCTURE) description.modules.clear();
+  return description;
+}
+
 bool isSame(const Description& a, const Description& b) {
   return a.category == b.category && a.achievementTag == b.achievementTag &&
          isSameMap(a.modules, b.modules) && isSameMap(a.states, b.states) &&

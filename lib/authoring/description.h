@@ -26,6 +26,9 @@ struct Description {
 /// The description without what belongs to other categories than its own.
 Description ofItsCategory(Description description);
 
+/// The description without the records of its category.
+Description withoutItsRecords(Description description);
+
 /// Whether two descriptions agree in everything, numbers exactly.
 bool isSame(const Description& a, const Description& b);
 

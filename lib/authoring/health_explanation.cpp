@@ -54,6 +54,8 @@ void explainByPath(KsDestructiblesHelper& helper, HealthExplanation& explanation
     return;
   }
   explanation.extent = extentOf(helper.modelName());
+  explanation.isSizeUncertain =
+      !explanation.extent && !FS::fileSystem()->holdNoFile(Utilities::getVisualPath(helper.modelName()));
   if (health_rules::isOfEnvironment(path)) {
     explanation.rule = HealthRule::environment;
   } else if (explanation.extent && health_rules::isSmall(explanation.extent->volume)) {

@@ -36,6 +36,7 @@ struct HealthExplanation {
   std::optional<std::vector<std::string>> materials;  ///< the undamaged materials that were looked at
   std::optional<std::vector<std::string>> words;      ///< which of "stone", "wood", "metal" their names hold
   std::optional<Extent> extent;                       ///< absent also when the visual cannot be opened
+  bool isSizeUncertain = false;  ///< the visual could not be opened, though there may be one
   std::optional<KsDestructibleType> category;
   std::optional<int> bspMaterialCount;  ///< how many of the materials are collision materials
 };

@@ -196,11 +196,12 @@ void KeptModel::setCategory(KsDestructibleType category) {
 }
 
 void KeptModel::reset() {
-  mine_.fragile.reset();
-  mine_.fallingAtom.reset();
-  const Description::States states = read().states;
+  const Description others = withoutItsRecords(read());
+  mine_.fragile = withoutItsRecords(mine_).fragile;
+  mine_.fallingAtom = withoutItsRecords(mine_).fallingAtom;
   helper_->resetDescriptions();
-  setStates(states);
+  setModules(others.modules);
+  setStates(others.states);
 }
 
 void KeptModel::restore(const Description& kept) {
@@ -361,13 +362,20 @@ void KeptModel::apply(Description wanted) {
     if (!read().modules.empty()) helper_->setAsNonDestructible(/*force=*/true);
     return setStates(wanted.states);
   }
-  if (!hasRecord()) helper_->resetDescriptions();
   helper_->updateStructureAchievementTag(wanted.achievementTag);
-  for (const auto& [name, module] : wanted.modules)
-    helper_->updateDestructibleModule(name, module, /*keepExisting=*/false);
+  setModules(wanted.modules);
   if (wanted.fragile) helper_->updateFragileParameters(*wanted.fragile);
   if (wanted.fallingAtom) helper_->updateFallingAtomParameters(*wanted.fallingAtom);
+  if (!hasRecord()) {
+    helper_->resetDescriptions();
+    setModules(wanted.modules);  // of another category
+  }
   setStates(wanted.states);
+}
+
+void KeptModel::setModules(const Description::Modules& modules) {
+  for (const auto& [name, module] : modules)
+    helper_->updateDestructibleModule(name, module, /*keepExisting=*/false);
 }
 
 // Whether the tables hold the record of the helper's category.

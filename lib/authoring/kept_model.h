@@ -70,8 +70,8 @@ class KeptModel : private ResourceModificationListener {
   /// Converts the helper, within an edit. The model keeps its own tag and the hard points of its modules.
   void setCategory(KsDestructibleType category);
 
-  /// Replaces all records by newly made ones of the same category, within an edit. The tag, the hard points
-  /// and the named states stay.
+  /// Replaces the records of its category by newly made ones, within an edit. The tag, the hard points, the
+  /// named states and what conversions have left behind stay.
   void reset();
 
   /// Makes everything what it was, as kept() has told, within an edit.
@@ -100,6 +100,7 @@ class KeptModel : private ResourceModificationListener {
   Description read();
   void remember();
   void apply(Description wanted);
+  void setModules(const Description::Modules& modules);
   bool hasRecord();
   void setHardPoints(const std::map<std::string, std::string>& hardPoints);
 

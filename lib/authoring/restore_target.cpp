@@ -22,6 +22,7 @@ namespace keys = database_format::keys;
 struct NewHealth {
   int structure;
   int object;
+  bool isUncertain = false;
 };
 
 NewHealth newHealth(KsDestructiblesHelper& helper) {
@@ -36,15 +37,14 @@ NewHealth newHealth(KsDestructiblesHelper& helper) {
   }
   const HealthExplanation explanation = explainHealth(helper);
   if (explanation.rule != HealthRule::category && explanation.rule != HealthRule::structure)
-    return {explanation.health, explanation.health};
+    return {explanation.health, explanation.health, explanation.isSizeUncertain};
   const std::set<std::string>& collision = helper.bspMaterialNames();
   const std::ptrdiff_t parts = std::ranges::count_if(
       undamaged, [&collision](const std::string& name) { return collision.contains(name); });
-  return {health_rules::structureHealth(parts), health_rules::kObjectHealth};
+  return {health_rules::structureHealth(parts), health_rules::kObjectHealth, explanation.isSizeUncertain};
 }
 
-Description newEntries(KsDestructiblesHelper& helper) {
-  const NewHealth health = newHealth(helper);
+Description newEntries(KsDestructiblesHelper& helper, const NewHealth& health) {
   const std::vector<std::string>& hardPoints = helper.getHardpointNames();
   const auto isUndamaged = [&helper](const std::string& name) {
     return helper.isMaterialKindUndamaged(name);
@@ -70,7 +70,9 @@ std::string verdictOn(const std::string& modelName) {
 RestoreTarget targetOf(KsDestructiblesHelper& helper) {
   RestoreTarget target;
   target.modelName = helper.modelName();
-  target.newEntries = newEntries(helper);
+  const NewHealth health = newHealth(helper);
+  target.newEntries = newEntries(helper, health);
+  target.isHealthUncertain = health.isUncertain;
   target.namedMaterials = helper.bspMaterialNames();
   for (const auto& [name, kind] : helper.getMaterialNames()) {
     target.namedMaterials.insert(name);

@@ -13,6 +13,7 @@ namespace Tal::authoring {
 struct RestoreTarget {
   std::string modelName;
   Description newEntries;                 ///< what newly made entries would hold: records of every category
+  bool isHealthUncertain = false;         ///< the size that decides it could not be read
   std::set<std::string> unknownKeys;      ///< the keys of new entries whose values only the model can tell
   std::set<std::string> namedMaterials;   ///< those that a record can name
   std::map<std::string, bool> materials;  ///< those of states; whether one takes them unforced

@@ -109,7 +109,13 @@ bool hasHealthOf(const std::optional<Record>& record, const std::optional<Record
 
 // Whether records that were not there before have the health of new ones, as it was estimated once more. Not
 // when the visual could not be looked at for one of the estimates, which counts as having none.
-bool isAsEstimated(const Description& before, const Description& now, const Description& newEntries) {
+bool isAsEstimated(const Description& before, const Description& now, const RestoreTarget& target) {
+  const Description& newEntries = target.newEntries;
+  const bool isMade = (now.fragile && !before.fragile) || (now.fallingAtom && !before.fallingAtom) ||
+                      std::ranges::any_of(now.modules, [&before](const auto& module) {
+                        return !before.modules.contains(module.first);
+                      });
+  if (isMade && target.isHealthUncertain) return false;
   for (const auto& [name, module] : now.modules) {
     const auto expected = newEntries.modules.find(name);
     if (before.modules.contains(name) || expected == newEntries.modules.end()) continue;
@@ -120,9 +126,10 @@ bool isAsEstimated(const Description& before, const Description& now, const Desc
 }
 
 Outcome refusedWithoutEstimate(const std::string& modelName) {
-  return refused("the health of " + quotedName(modelName) +
-                 " was estimated twice with different results, since a file of the model could not be looked "
-                 "at; nothing was changed, try again");
+  return refused(
+      "the health of " + quotedName(modelName) +
+      " cannot be estimated, since its visual cannot be read; nothing was changed: mend that and try "
+      "again");
 }
 
 }  // namespace
@@ -172,7 +179,7 @@ Outcome Session::convertTo(KsDestructibleType to) {
   } else {
     model_->setCategory(to);
   }
-  if (!isAsEstimated(kept, model_->description(), target.newEntries)) {
+  if (!isAsEstimated(kept, model_->description(), target)) {
     model_->restore(kept);
     return refusedWithoutEstimate(modelName());
   }
@@ -205,7 +212,7 @@ Outcome Session::reset() {
     const Description kept = model_->kept();
     model_->reset();
     const RestoreTarget target = targetOf(helper());
-    if (!isAsEstimated({}, model_->description(), target.newEntries)) {
+    if (!isAsEstimated(withoutItsRecords(kept), model_->description(), target)) {
       model_->restore(kept);
       return refusedWithoutEstimate(modelName());
     }

@@ -116,11 +116,8 @@ std::vector<SaveWarning> Session::saveWarnings() {
     const FileEntries file = entriesIn(*database, modelName());
     if (now.category == DT_STRUCTURE) warnOfNewModules(file, now, dropped, warnings);
     const BasicStringRef ownSection = database_format::sectionOfCategory(now.category);
-    if (isOnlyRewritten(file, ownSection)) {
-      warnOfDroppedValues(helper(), file, dropped, warnings);
-    } else {
-      warnOfThrownAway(helper(), *database, warnings);
-    }
+    warnOfDroppedValues(helper(), file, dropped, warnings);
+    if (!isOnlyRewritten(file, ownSection)) warnOfThrownAway(helper(), *database, warnings);
     warnOfEntries(file, ownSection, warnings);
   }
   for (std::string& loss : lossesOfSave(modelName(), now.category))
@@ -181,19 +178,19 @@ void Session::forgetStatesOfFile() {
   helper().delDestructibleState(any);
 }
 
-// Without a category the helper removes the entries and answers false whatever became of that; a group of the
-// session's own tells.
+// Without a category the helper removes the entries and answers false whatever became of that. The document
+// that it edits tells whether it could open it, a group of the session's own whether that was written.
 Outcome Session::saveNone() {
   SaveGroup saves;
-  helper().saveConfig();
+  const SmartPointer<DataSection> database = openDatabase();
+  if (database) helper().saveConfig();
   if (!saves.commit()) {
     DataSectionCache::discard(database_format::kDatabaseFile);
     return refused(refusalOfFailedSave());
   }
-  const std::optional<FileEntries> file = readEntries(modelName());
-  if (file && !file->entries.empty()) {
-    return refused("entries of " + quotedName(modelName()) + " are still in " +
-                   database_format::kDatabaseFile + "; another program may have written it, try again");
+  if (!database || !entriesIn(*database, modelName()).entries.empty()) {
+    return refused("the entries of " + quotedName(modelName()) + " could not be removed from " +
+                   database_format::kDatabaseFile + "; see whether it can be read, and try again");
   }
   model_->markSaved();
   return {};

@@ -300,7 +300,7 @@ std::optional<ImportedModel> importGltf(const std::filesystem::path& source, Bas
     try {
       std::string stem = normalisedName(modelName);
       stem.resize(stem.size() - kModelExtension.size());
-      const std::optional<FileIdentity> taken = identityAt(root);
+      const auto taken = options.takenRoot ? options.takenRoot : identityAt(root);
       return Importer(readGltf(source), options).run(stem, root, taken);
     } catch (const std::exception& failure) {
       fault = shownName(source.string()) + ": " + failure.what();

@@ -2,6 +2,7 @@
 
 #include <core/string_ref.h>
 #include <core/vector3.h>
+#include <resources/file_identity.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -28,6 +29,8 @@ struct GltfImportOptions {
   std::vector<std::string> bspMaterials = {};
   /// Whether files of the model that are already there are replaced; if not, they are an error.
   bool overwrite = false;
+  /// The folder that the resource root has to be still; else the one that it is when the import begins.
+  std::optional<FileIdentity> takenRoot = {};
 };
 
 /// A material of an imported model.

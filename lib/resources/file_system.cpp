@@ -189,6 +189,11 @@ const std::vector<fs::path>& MultiFileSystem::roots() const noexcept {
   return state_->roots;
 }
 
+std::optional<RootedPath> MultiFileSystem::firstRoot() const {
+  if (state_->roots.empty()) return std::nullopt;
+  return RootedPath{state_->roots.front(), {}, state_->identities.front()};
+}
+
 std::string MultiFileSystem::refusalOf(BasicStringRef resourceName) {
   return refusalOfName(resourceName);
 }

@@ -44,6 +44,9 @@ class MultiFileSystem {
   /// is null the reason is reported.
   std::optional<RootedPath> find(BasicStringRef resourceName, std::string* refusal = nullptr) const;
 
+  /// The first root, in which resources are made, as it was taken; empty without roots.
+  std::optional<RootedPath> firstRoot() const;
+
   /// Whether it is certain that no root has a file in the place of the resource: nothing is there, no regular
   /// file, or a link that leads to nothing. False where a place cannot be examined, which may hold one.
   bool holdNoFile(BasicStringRef resourceName) const;

@@ -282,6 +282,22 @@ TEST_F(Reset, OfAModelOfNoCategoryIsRefusedAndRemovesNothing) {
   EXPECT_EQ(readDatabase(), before);
 }
 
+TEST_F(Reset, LeavesTheRecordsOfAnotherCategoryForTheWayBack) {
+  writeDatabase(
+      "<root><structures>" +
+      entry("<modules><module><matName>n_wall_1</matName><health>11</health></module></modules>", kHouse) +
+      "</structures></root>");
+  const auto session = open(kHouse);
+  expectDone(session->convert(DT_FALLING_ATOMS));
+  expectDone(session->set({{"health", "8"}}));
+  expectDone(session->convert(DT_FRAGILE));
+  expectDone(session->reset());
+  expectDone(session->convert(DT_FALLING_ATOMS));
+  EXPECT_EQ(session->description().fallingAtom.value().health, 8);
+  expectDone(session->convert(DT_STRUCTURE));
+  EXPECT_EQ(session->description().modules.at("n_wall_1").health, 11);
+}
+
 TEST_F(Reset, IsFollowedByASaveThatNamesWhatOtherEntriesHeld) {
   writeDatabase("<root><fragiles>" + entry("<health>9</health>") + "</fragiles><fallingAtoms>" +
                 entry("<health>8</health>") + "</fallingAtoms></root>");
@@ -373,6 +389,15 @@ TEST_F(ThrownAwayValues, AreThoseOfAModuleThatAStructureLosesAtAnySave) {
   EXPECT_THAT(ofSave(*session), testing::ElementsAreArray(lines));
   expectDone(session->save());
   EXPECT_THAT(ofSave(*session), IsEmpty());
+}
+
+TEST_F(ThrownAwayValues, AreThoseOfALostModuleBesideOtherEntriesToo) {
+  const std::string modules =
+      "<modules><module><matName>gone</matName><health>7</health></module><module><matName>n_wall_1</matName>"
+      "</module></modules>";
+  writeDatabase("<root><structures>" + entry(modules, kHouse) + "</structures><fragiles>" +
+                entry("<health>3</health>", kHouse) + "</fragiles></root>");
+  EXPECT_THAT(ofSave(*open(kHouse)), testing::Contains(HasSubstr("--module gone health=7")));
 }
 
 TEST_F(ThrownAwayValues, OfAStructureThatTheModelCannotBeNameTheImport) {

@@ -171,8 +171,9 @@ class ARootThatCannotBeLookedAt : public cli_test::CommandLine {
     old_ = support::readFile(first_ / cli_test::kDatabase);
   }
 
-  /// Runs a command on both roots with the n-th look at something in the first one failing.
-  ProcessResult runWithout(int number, const Arguments& command) const {
+  /// Runs a command on both roots with the n-th look at something in the first one failing, or every one from
+  /// that on.
+  ProcessResult runWithout(int number, const Arguments& command, bool isLasting = false) const {
     Arguments words = {"--root", first_.string(), "--root", second_.string()};
     words.insert(words.end(), command.begin(), command.end());
     fs::remove(traces_ / "trace");
@@ -182,6 +183,7 @@ class ARootThatCannotBeLookedAt : public cli_test::CommandLine {
                   {"FAULT_TRACE", (traces_ / "trace").string()},
                   {"FAULT_OPERATION", "look"},
                   {"FAULT_NUMBER", std::to_string(number)},
+                  {"FAULT_LASTING", std::to_string(isLasting ? 1 : 0)},
                   {"FAULT_ERRNO", std::to_string(EIO)}});
   }
 
@@ -201,6 +203,7 @@ class ARootThatCannotBeLookedAt : public cli_test::CommandLine {
 struct Edit {
   Arguments command;
   std::vector<std::string> result;
+  bool isLasting = false;  ///< whether all looks fail from the first that does
 };
 
 class ARootThatCannotBeLookedAtBy : public ARootThatCannotBeLookedAt,
@@ -212,11 +215,12 @@ TEST_P(ARootThatCannotBeLookedAtBy, AnEditIsNotStoodInForByTheNextOneAndLosesNoV
   EXPECT_EQ(runWithout(0, command).status, 0);
   const std::string undisturbed = support::readFile(first_ / cli_test::kDatabase);
   for (const std::string& part : GetParam().result) ASSERT_THAT(undisturbed, HasSubstr(part));
+  const bool isLasting = GetParam().isLasting;
   int number = 1;
   for (bool isTried = true; isTried; ++number) {
     SCOPED_TRACE("look " + std::to_string(number));
     support::writeFile(first_ / cli_test::kDatabase, old_);
-    const ProcessResult result = runWithout(number, command);
+    const ProcessResult result = runWithout(number, command, isLasting);
     isTried = isReached(number);
     const std::string now = support::readFile(first_ / cli_test::kDatabase);
     EXPECT_EQ(support::readFile(second_ / cli_test::kDatabase), old_) << result.err;
@@ -239,7 +243,10 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Edit{{"set", kCrate, "health=12"},
                          {"<health>12</health>", "<effectScale>2.5</effectScale>"}},
                     Edit{{"convert", kCrate, "falling-atom"}, {"<fallingAtoms>", "<health>1</health>"}},
-                    Edit{{"convert", kCrate, "structure"}, {"<matName>n_wood</matName>"}}));
+                    Edit{{"convert", kCrate, "falling-atom"}, {"<fallingAtoms>", "<health>1</health>"}, true},
+                    Edit{{"convert", kCrate, "structure"}, {"<matName>n_wood</matName>"}},
+                    Edit{{"convert", kCrate, "none"}, {"<fragiles></fragiles>"}},
+                    Edit{{"convert", kCrate, "none"}, {"<fragiles></fragiles>"}, true}));
 
 TEST_F(ARootThatCannotBeLookedAt, IsNotImportedInto) {
   const std::vector<std::string> before = folder_.listing();

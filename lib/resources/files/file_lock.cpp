@@ -81,9 +81,10 @@ std::optional<FileLock> FileLock::acquire(const std::filesystem::path& file,
       descriptor = openFile(file, O_RDWR);
       isLocked = descriptor && tryLock(descriptor.get());
     }
-    // What has been locked in vain was replaced by the one who held it.
-    if (isLocked && isSameFile(identityOf(descriptor.get()), identityAt(file)))
-      return FileLock(std::move(descriptor));
+    const std::optional<FileIdentity> now = isLocked ? identityAt(file) : std::nullopt;
+    if (isLocked && !now && errno != ENOENT) return FileLock(FileDescriptor(), std::strerror(errno));
+    // If the holder replaced the file while we waited, we locked the old one: retry.
+    if (isLocked && isSameFile(identityOf(descriptor.get()), now)) return FileLock(std::move(descriptor));
     if (!isLocked && errno != EWOULDBLOCK) return FileLock(FileDescriptor(), std::strerror(errno));
     if (std::chrono::steady_clock::now() > deadline) {
       holder = isLocked ? kUnknownHolder : holderOf(descriptor.get());
