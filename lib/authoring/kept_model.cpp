@@ -277,6 +277,9 @@ void KeptModel::tablesWereLoaded(const std::optional<FileIdentity>& version) {
 
 void KeptModel::resync() {
   const RunningEdit running(depth_);
+  // Whoever closed a session has marked the tables as not loaded: a look at the states would load them.
+  while (helper_->loadConfig(false)) {
+  }
   isReloadPending_ = false;
   const std::optional<FileEntries> entries = readEntries(helper_->modelName());
   if (!entries) {

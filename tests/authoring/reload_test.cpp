@@ -7,6 +7,7 @@
 #include <chrono>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <thread>
@@ -118,6 +119,20 @@ TEST_F(AReload, KeepsTheModulesThatTheFileLacks) {
   changeFile(*session, file + "\n");
   EXPECT_EQ(session->description().modules.at("n_door_4").health, 9);
   EXPECT_EQ(session->description().modules.size(), before.modules.size());
+}
+
+TEST_F(AReload, WhoseSlotClosesASessionLosesNoEditOfAnother) {
+  std::vector<std::string> order = {kCrate, kHouse, kLamp};
+  do {
+    writeDatabase(database("5", "smoke"));
+    std::map<std::string, std::unique_ptr<Session>> sessions;
+    for (const std::string& model : order) sessions[model] = open(model);
+    const ks::Connection closing = sessions[kLamp]->connectReloaded([&] { sessions[kHouse].reset(); });
+    changeFile(*sessions[kCrate], database("8", "fire"));
+    expectDone(sessions[kCrate]->set({{"health", "33"}}));
+    EXPECT_EQ(sessions[kCrate]->description().fragile.value().health, 33) << testing::PrintToString(order);
+    EXPECT_TRUE(sessions[kCrate]->hasUnsavedEdits());
+  } while (std::ranges::next_permutation(order).found);
 }
 
 TEST_F(AReload, DuringAConversionTakesNothingForAnEditThatIsInTheFile) {

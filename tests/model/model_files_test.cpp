@@ -48,6 +48,15 @@ INSTANTIATE_TEST_SUITE_P(AtEachFile, AnInterruptedImport, testing::Values(0, 1, 
 
 using AnImport = support::ImportFixture;
 
+TEST_F(AnImport, IntoAFolderThatHasTakenThePlaceOfTheRootIsRefused) {
+  writeSource(cubeBuilder().glb());
+  const auto taken = identityAt(root());
+  std::filesystem::rename(root(), folder_ / "moved");
+  std::filesystem::create_directory(root());
+  EXPECT_THAT(refusal({.takenRoot = taken}), testing::HasSubstr("is not the folder any more that it was"));
+  EXPECT_TRUE(std::filesystem::is_empty(root()));
+}
+
 TEST_F(AnImport, ThatCannotMakeOneOfItsFilesLeavesNothingBehind) {
   writeSource(cubeBuilder().glb());
   for (const int made : {0, 1, 2}) {
