@@ -196,12 +196,12 @@ void KeptModel::setCategory(KsDestructibleType category) {
 }
 
 void KeptModel::reset() {
-  const Description others = withoutItsRecords(read());
-  mine_.fragile = withoutItsRecords(mine_).fragile;
-  mine_.fallingAtom = withoutItsRecords(mine_).fallingAtom;
+  const Description left = withoutItsRecords(mine_);
+  mine_.fragile = left.fragile;
+  mine_.fallingAtom = left.fallingAtom;  // not the modules, which have the hard points that stay
   helper_->resetDescriptions();
-  setModules(others.modules);
-  setStates(others.states);
+  setModules(left.modules);
+  setStates(left.states);
 }
 
 void KeptModel::restore(const Description& kept) {

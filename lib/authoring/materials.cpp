@@ -1,4 +1,5 @@
 #include <authoring/materials.h>
+#include <core/contains.h>
 #include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <core/shell_word.h>
@@ -204,14 +205,12 @@ std::string missingPartText(const KsDestructiblesHelper& helper) {
 }
 
 bool takesMissingPart(const KsDestructiblesHelper& helper, const std::string& material) {
-  const std::vector<unsigned>& kinds = helper.getMaterialDependencies(helper.getMaterialKind(material));
-  return std::ranges::find(kinds, material_kinds::kNone) != kinds.end();
+  return contains(helper.getMaterialDependencies(helper.getMaterialKind(material)), material_kinds::kNone);
 }
 
 bool takesOwnPart(const KsDestructiblesHelper& helper, const std::string& material) {
   const unsigned kind = helper.getMaterialKind(material);
-  const std::vector<unsigned>& kinds = helper.getMaterialDependencies(kind);
-  return material_kinds::isUndamaged(kind) && std::ranges::find(kinds, kind) != kinds.end();
+  return material_kinds::isUndamaged(kind) && contains(helper.getMaterialDependencies(kind), kind);
 }
 
 }  // namespace Tal::authoring

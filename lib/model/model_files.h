@@ -40,12 +40,11 @@ std::string modelNameOf(BasicStringRef stem);
 std::string visualNameOf(BasicStringRef stem);
 std::string geometryNameOf(BasicStringRef stem);
 
-/// Makes the three files below the resource root `root`, which has to be the folder `taken` still, if that is
-/// given; all or none: after a failure the files are as they
-/// were. When the process is ended in between there is no ".model", but a visual that tells that it was
-/// (see ImportMark). Files that are already there are replaced when `overwrite` is true or such an import
-/// left them, else they are a fault; those of a newer version always are. Empty when it is done, else the
-/// fault in one line. Main thread only.
+/// Makes the three files below the resource root `root`, all or none: after a failure the files are as they
+/// were. With `taken` the root has to be that folder still. When the process is ended in between there is no
+/// ".model", but a visual that tells that it was (see ImportMark). Files that are already there are replaced
+/// when `overwrite` is true or such an import left them, else they are a fault. Those of a newer version
+/// always are. Empty when it is done, else the fault in one line. Main thread only.
 std::string writeModelFiles(const ModelDescription& description, const std::filesystem::path& root,
                             const std::optional<FileIdentity>& taken, bool overwrite);
 
