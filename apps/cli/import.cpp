@@ -80,11 +80,17 @@ void checkModelName(const std::string& model) {
 
 // One in the first root would come before it.
 void refuseModelOfAnotherRoot(const std::string& model) {
-  std::string refusal;
-  const std::optional<RootedPath> place = FS::fileSystem()->find(model, &refusal);
+  const auto place = FS::fileSystem()->find(model);
   const fs::path& first = FS::fileSystem()->roots().front();
-  if (!place || place->root == first) return;
   std::error_code error;
+  if (!place) {
+    // What the first root has in its place is for the import to look at.
+    const fs::file_type own = fs::symlink_status(first / model, error).type();
+    const bool isOfFirst = own != fs::file_type::not_found && own != fs::file_type::none;
+    if (place.fault().kind == FaultKind::missing || isOfFirst) return;
+    throw Refusal("the model name " + quotedName(model) + ' ' + textOf(place.fault()));
+  }
+  if (place->root == first) return;
   if (fs::exists(first / Utilities::getVisualPath(model), error)) return;  // perhaps of one that was cut off
   throw Refusal(quotedName(model) + " is in the root " + quotedName(place->root.native()) +
                 " already; make one in the first root, which comes before it, with --force");
@@ -133,13 +139,11 @@ void import(ImportOptions& options, Tool& tool) {
   sayLongWork(options.gltf);
   const RootedPath root = FS::fileSystem()->firstRoot().value();
   gltfOptions.takenRoot = root.taken;
-  std::string error;
-  std::optional<ImportedModel> imported;
-  {
+  const auto imported = [&] {
     const HeldInterrupts held;  // the three files belong together
-    imported = importGltf(options.gltf, options.model, root.root, gltfOptions, &error);
-  }
-  if (!imported) throw Refusal(error);
+    return importGltf(options.gltf, options.model, root.root, gltfOptions);
+  }();
+  if (!imported) throw Refusal(imported.fault());
   for (const std::string& warning : imported->warnings) Tool::say(warning);
   tool.noteDone("the files were made");
   tool.print(reportOf(*imported));

@@ -38,10 +38,10 @@ const std::vector<NewFile>& newFiles() {
 
 /// Whether the file is there; refuses what is there and can be none.
 bool isThere(const std::string& name) {
-  std::string refusal;
-  if (FS::fileSystem()->find(name, &refusal)) return true;
-  if (refusal.empty()) return false;
-  throw Refusal(name + ' ' + refusal + "; remove what stands there or choose another folder");
+  const auto place = FS::fileSystem()->find(name);
+  if (place) return true;
+  if (place.fault().kind == FaultKind::missing) return false;
+  throw Refusal(name + ' ' + place.fault().what + "; remove what stands there or choose another folder");
 }
 
 // False when another program has made it meanwhile.
@@ -59,11 +59,10 @@ void init(const std::string& folder, Tool& tool) {
   if (folder.empty()) throw CLI::ValidationError("DIR", "the folder has no name");
   const fs::path root(folder);
   NewFolders folders(root / "scripts");
-  if (const auto failure = makeFolder(root / "scripts")) throw Refusal(failure->text + "; " + failure->hint);
-  std::string refusal;
-  auto files = FS::MultiFileSystem::open({root}, refusal);
-  if (!files) throw Refusal(refusal);
-  FS::setFileSystem(std::move(files));
+  if (const auto made = makeFolder(root / "scripts"); !made) throw Refusal(made.fault());
+  auto files = FS::MultiFileSystem::open({root});
+  if (!files) throw Refusal(files.fault());
+  FS::setFileSystem(*std::move(files));
   for (const NewFile& file : newFiles()) {
     const fs::path path = root / file.name;
     bool isOld = isThere(file.name);

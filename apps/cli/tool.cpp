@@ -48,7 +48,8 @@ std::vector<fs::path> rootUpwards() {
   for (fs::path folder = fs::current_path(error); !error; folder = folder.parent_path()) {
     // Also one that cannot be read, rather than another one further up.
     std::error_code ignored;
-    if (fs::exists(fs::symlink_status(folder / database_format::kDatabaseFile, ignored))) return {folder};
+    const fs::file_status database = fs::symlink_status(folder / database_format::kDatabaseFile, ignored);
+    if (database.type() != fs::file_type::not_found) return {folder};
     if (folder == folder.parent_path()) break;
   }
   return {};
@@ -107,10 +108,9 @@ void Tool::setUpRoots() const {
                   database_format::kDatabaseFile + "; give one with --root DIR or " + kRootVariable +
                   ", or make one with \"destructibles init DIR\"");
   }
-  std::string refusal;
-  auto files = FS::MultiFileSystem::open(std::move(roots), refusal);
-  if (!files) throw Refusal(refusal);
-  FS::setFileSystem(std::move(files));
+  auto files = FS::MultiFileSystem::open(std::move(roots));
+  if (!files) throw Refusal(files.fault());
+  FS::setFileSystem(*std::move(files));
 }
 
 std::unique_ptr<authoring::Session> Tool::openSession(const std::string& model) const {

@@ -2,6 +2,7 @@
 
 #include <authoring/outcome.h>
 #include <authoring/session.h>
+#include <core/result.h>
 
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): sets of signals are POSIX
 #include <filesystem>
@@ -19,6 +20,7 @@ namespace Tal::cli {
 class Refusal : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
+  explicit Refusal(const Fault& fault) : Refusal(textOf(fault)) {}
 };
 
 /// What the commands share: where their results and messages go, and the resource roots.

@@ -10,6 +10,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <utility>
 
 int main(int argc, char** argv) {
   if (argc != 3) {
@@ -25,12 +26,12 @@ int main(int argc, char** argv) {
   Tal::FS::fileSystem()->getFilesystemMonitor();  // changes are followed from here on
 
   // For each model that is selected. The model and the disabler outlive the helper.
-  std::string fault;
-  const std::unique_ptr<Tal::SuperModel> model = Tal::SuperModel::load(modelName, &fault);
-  if (!model) {
-    std::cerr << fault << '\n';
+  auto loadedModel = Tal::SuperModel::load(modelName);
+  if (!loadedModel) {
+    std::cerr << textOf(loadedModel.fault()) << '\n';
     return 1;
   }
+  const std::unique_ptr<Tal::SuperModel> model = *std::move(loadedModel);
   Tal::KsMaterialDisabler disabler(model.get());
   std::unique_ptr<Tal::KsDestructiblesHelper> helper;
   Tal::KsDestructiblesHelper::reinit(helper, model.get(), modelName, &disabler, false);

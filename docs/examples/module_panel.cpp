@@ -166,12 +166,12 @@ bool edit(KsDestructiblesHelper& helper, const std::string& module, const std::v
 }
 
 bool run(const std::string& model, const std::vector<std::string>& arguments) {
-  std::string fault;
-  const std::unique_ptr<Tal::SuperModel> superModel = Tal::SuperModel::load(model, &fault);
-  if (!superModel) {
-    std::cerr << fault << '\n';
+  auto loadedModel = Tal::SuperModel::load(model);
+  if (!loadedModel) {
+    std::cerr << textOf(loadedModel.fault()) << '\n';
     return false;
   }
+  const std::unique_ptr<Tal::SuperModel> superModel = *std::move(loadedModel);
   Tal::KsMaterialDisabler disabler(superModel.get());
   KsDestructiblesHelper helper(superModel.get(), model, &disabler);
   takeOwnEntry(helper);

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 bool isModelFile(const std::string& model) {
   const FS::MultiFileSystem* const files = FS::fileSystem();
   if (files == nullptr || !canNameModel(model) || files->holdNoFile(model)) return false;
-  files->find(model);
+  if (const auto place = files->find(model); !place) FS::reportRefused(model, place.fault());
   return true;
 }
 
@@ -66,9 +66,10 @@ std::string refusalOfDatabase() {
   const FS::MultiFileSystem* const files = FS::fileSystem();
   if (files == nullptr) return "no resource roots are set up; set some first";
   const std::string name = database_format::kDatabaseFile;
-  std::string refusal;
-  if (files->find(name, &refusal)) return name + " cannot be read; mend the file and try again";
-  if (!refusal.empty()) return name + ' ' + refusal + "; mend that and try again";
+  const auto place = files->find(name);
+  if (place) return name + " cannot be read; mend the file and try again";
+  if (place.fault().kind != FaultKind::missing)
+    return name + ' ' + place.fault().what + "; mend that and try again";
   return "the resource roots hold no " + name + "; make an empty one with \"destructibles init\"";
 }
 
@@ -76,11 +77,12 @@ std::optional<FileIdentity> databaseIdentity() {
   const FS::MultiFileSystem* const files = FS::fileSystem();
   if (files == nullptr) return std::nullopt;
   const auto file = files->find(database_format::kDatabaseFile);
-  return file ? identityAt(file->path()) : std::nullopt;
+  if (!file) return std::nullopt;
+  return identityAt(file->path());
 }
 
 bool canNameModel(const std::string& modelName) {
-  return FS::MultiFileSystem::refusalOf(modelName).empty() && normalisedName(modelName) == modelName;
+  return FS::MultiFileSystem::checkName(modelName) && normalisedName(modelName) == modelName;
 }
 
 std::optional<std::vector<CatalogueEntry>> readCatalogue() {

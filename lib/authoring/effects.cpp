@@ -37,10 +37,12 @@ std::vector<std::string> effectNames(KsDestructibleType category, BasicStringRef
 std::string refusalOfEffects() {
   if (FS::Utils::openSection(database_format::kEffectsFile, false, nullptr)) return {};
   const std::string file = database_format::kEffectsFile;
-  std::string fault;
-  const FS::MultiFileSystem* const files = FS::fileSystem();
-  if (files != nullptr && files->find(file, &fault)) return file + " cannot be read; mend it first";
-  if (!fault.empty()) return file + ' ' + fault + "; mend that first";
+  if (const FS::MultiFileSystem* const files = FS::fileSystem()) {
+    const auto place = files->find(file);
+    if (place) return file + " cannot be read; mend it first";
+    if (place.fault().kind != FaultKind::missing)
+      return file + ' ' + place.fault().what + "; mend that first";
+  }
   return "no resource root holds " + file + "; make one to offer effects";
 }
 

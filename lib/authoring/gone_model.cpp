@@ -33,9 +33,10 @@ constexpr const char* kRenaming = "give the entries the <filename> of another mo
 constexpr const char* kRemoval = ", or convert it to none, which removes ";
 
 Absence ofMisspelt(const std::string& modelName) {
-  const std::string refusal = FS::MultiFileSystem::refusalOf(modelName);
-  const std::string fault =
-      refusal.empty() ? "is spelled " + quotedName(normalisedName(modelName)) + " in the database" : refusal;
+  const Result<void> checked = FS::MultiFileSystem::checkName(modelName);
+  const std::string fault = checked
+                                ? "is spelled " + quotedName(normalisedName(modelName)) + " in the database"
+                                : checked.fault().what;
   return {"the model name " + quotedName(modelName) + ' ' + fault + ", so the entries that " + kDatabaseFile +
           " has under it are no model's; use another name, or convert this one to none, which removes them"};
 }
@@ -43,12 +44,13 @@ Absence ofMisspelt(const std::string& modelName) {
 Absence withoutFile(const FS::MultiFileSystem& files, const std::string& modelName) {
   std::string reason = "the resource roots hold no model " + quotedName(modelName) + ", only " +
                        kDatabaseFile + " has entries of it";
-  std::string ofPlace;
-  files.find(modelName, &ofPlace);
+  const auto place = files.find(modelName);
+  const bool isInTheWay = !place && place.fault().kind != FaultKind::missing;
   if (const std::string ofName = faultOfImportedName(modelName); !ofName.empty()) {
     reason += ", and none can be imported, since that " + ofName + "; " + kRenaming;
-  } else if (!ofPlace.empty()) {
-    reason += ", and what stands in its place " + ofPlace + "; take that away and import the model";
+  } else if (isInTheWay) {
+    reason +=
+        ", and what stands in its place " + place.fault().what + "; take that away and import the model";
   } else {
     reason += "; import the model first";
   }
@@ -57,8 +59,7 @@ Absence withoutFile(const FS::MultiFileSystem& files, const std::string& modelNa
 
 // A file that cannot be read says nothing of its visual.
 std::optional<Absence> withoutVisual(const FS::MultiFileSystem& files, const std::string& modelName) {
-  std::string fault;
-  if (!files.find(modelName, &fault)) return std::nullopt;
+  if (!files.find(modelName)) return std::nullopt;
   const SmartPointer<DataSection> model = FS::Utils::openSection(modelName, false, nullptr);
   if (!model) return std::nullopt;
   const std::string visual = model->readString("visual");
@@ -146,9 +147,10 @@ Removal removeAndSave(const std::string& modelName) {
                     std::back_inserter(removal.outcome.warnings));
   eraseEntries(*database, modelName);
   database->save();
-  if (saves.commit()) return removal;
+  const Result<void> written = saves.commit();
+  if (written) return removal;
   DataSectionCache::discard(kDatabaseFile);
-  return refusedRemoval(refusalOfFailedSave());
+  return refusedRemoval(textOf(written.fault()));
 }
 
 }  // namespace
@@ -167,8 +169,8 @@ Removal removeGoneModel(const std::string& modelName) {
                           " is open in this program; convert it there, or close it first");
   }
   // What another program saves is taken over before, or waits until this is saved.
-  const SaveLock lock(kDatabaseFile);
-  if (!lock.isHeld()) return refusedRemoval(refusalOfFailedSave());
+  const auto lock = SaveLock::acquire(kDatabaseFile);
+  if (!lock) return refusedRemoval(textOf(lock.fault()));
   try {
     return removeAndSave(modelName);
   } catch (...) {

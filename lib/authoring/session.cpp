@@ -39,17 +39,18 @@ std::string refusalOfUnknownModel(const std::string& modelName) {
 std::string refusalOfModel(const std::string& modelName) {
   if (const std::optional<GoneModel> gone = readGoneModel(modelName)) return gone->reason;
   const std::string model = "the model name " + quotedName(modelName);
-  const std::string refusal = FS::MultiFileSystem::refusalOf(modelName);
-  if (!refusal.empty()) return model + " " + refusal + "; give a name below the resource roots";
-  std::string fault;
-  if (FS::fileSystem()->find(modelName, &fault)) {
+  const Result<void> checked = FS::MultiFileSystem::checkName(modelName);
+  if (!checked) return model + " " + checked.fault().what + "; give a name below the resource roots";
+  const auto place = FS::fileSystem()->find(modelName);
+  if (place) {
     // The database compares names byte by byte: two spellings would be two models.
     const std::string spelled = normalisedName(modelName);
     return spelled == modelName
                ? std::string()
                : model + " is spelled " + quotedName(spelled) + " in the database; use that name";
   }
-  if (!fault.empty()) return model + " " + fault + "; put the model's files below a root";
+  if (place.fault().kind != FaultKind::missing)
+    return model + " " + place.fault().what + "; put the model's files below a root";
   // What the database has of it is unknown then.
   if (const std::string ofDatabase = refusalOfDatabase(); !ofDatabase.empty()) return ofDatabase;
   return refusalOfUnknownModel(modelName);
@@ -70,9 +71,12 @@ Session::Opened Session::open(const std::string& modelName) {
   }
   if (opened.refusal.empty()) opened.refusal = refusalOfDatabase();
   if (!opened.refusal.empty()) return opened;
-  std::unique_ptr<SuperModel> superModel = SuperModel::load(modelName, &opened.refusal);
-  if (!superModel) return opened;
-  auto model = std::make_unique<KeptModel>(modelName, std::move(superModel));
+  auto superModel = SuperModel::load(modelName);
+  if (!superModel) {
+    opened.refusal = textOf(superModel.fault());
+    return opened;
+  }
+  auto model = std::make_unique<KeptModel>(modelName, *std::move(superModel));
   if (model->hasRead()) {
     opened.session.reset(new Session(std::move(model)));
   } else {

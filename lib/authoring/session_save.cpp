@@ -130,8 +130,8 @@ Outcome Session::save() {
     return refused("the program has a group of saves open, so nothing was saved; close that first");
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
   // What another program saves for this model is taken over before, or waits until this is saved.
-  const SaveLock lock(database_format::kDatabaseFile);
-  if (!lock.isHeld()) return refused(refusalOfFailedSave());
+  const auto lock = SaveLock::acquire(database_format::kDatabaseFile);
+  if (!lock) return refused(textOf(lock.fault()));
   model_->refresh();
   return model_->edit([this]() -> Outcome {
     if (const std::string refusal = refusalOfSave(); !refusal.empty()) return refused(refusal);
@@ -184,9 +184,9 @@ Outcome Session::saveNone() {
   SaveGroup saves;
   const SmartPointer<DataSection> database = openDatabase();
   if (database) helper().saveConfig();
-  if (!saves.commit()) {
+  if (const Result<void> written = saves.commit(); !written) {
     DataSectionCache::discard(database_format::kDatabaseFile);
-    return refused(refusalOfFailedSave());
+    return refused(textOf(written.fault()));
   }
   if (!database || !entriesIn(*database, modelName()).entries.empty()) {
     return refused("the entries of " + quotedName(modelName()) + " could not be removed from " +

@@ -6,7 +6,6 @@
 #include <chrono>
 #include <exception>
 #include <iterator>
-#include <stdexcept>
 #include <utility>
 
 namespace Tal {
@@ -15,17 +14,10 @@ namespace {
 constexpr std::chrono::seconds kPatience{10};
 constexpr int kAttempts = 5;
 
-std::string lineOf(const FileFailure& failure) {
-  return failure.text + "; " + failure.hint;
-}
-
-void raiseIf(const std::optional<FileFailure>& failure) {
-  if (failure) throw std::runtime_error(lineOf(*failure));
-}
-
-[[noreturn]] void raiseChanged(const FileSet::Entry& entry) {
-  throw std::runtime_error("another program has changed " + quotedName(entry.place.path().native()) +
-                           " meanwhile; look at that change and try again");
+Fault changed(const FileSet::Entry& entry) {
+  return {FaultKind::changed,
+          "another program has changed " + quotedName(entry.place.path().native()) + " meanwhile",
+          "look at that change and try again"};
 }
 
 }  // namespace
@@ -39,81 +31,114 @@ FileSet::Entry& FileSet::add(std::filesystem::path name, BasicStringRef content)
   return entries_.emplace_back(std::move(name), content);
 }
 
-std::string FileSet::open(const std::filesystem::path& root, const std::optional<FileIdentity>& taken) {
+Result<void> FileSet::open(const std::filesystem::path& root, const std::optional<FileIdentity>& taken) {
   // The one who wrote before may have removed the folder, or somebody moved it, while this one waited.
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    const std::string fault = openPlaces(root, taken);
-    OpenPlace again;
-    const bool isSame = fault.empty() && !again.open({root, entries_.front().name, taken}) &&
-                        again.isInFolderOf(entries_.front().place);
-    if (isSame || !fault.empty()) return fault;
+    if (auto opened = openPlaces(root, taken); !opened) return opened;
+    const auto again = OpenPlace::open({root, entries_.front().name, taken});
+    if (again && again->isInFolderOf(entries_.front().place)) return {};
   }
-  return "the folder of " + quotedName(entries_.front().place.path().native()) +
-         " is exchanged again and again; wait until that is done";
+  return Fault{
+      FaultKind::busy,
+      "the folder of " + quotedName(entries_.front().place.path().native()) + " is exchanged again and again",
+      "wait until that is done"};
 }
 
-std::string FileSet::openPlaces(const std::filesystem::path& root, const std::optional<FileIdentity>& taken) {
-  OpenRoot opened;
-  if (const auto failure = opened.open(root, taken)) return lineOf(*failure);
-  OpenPlace& first = entries_.front().place;
-  if (const auto failure = first.open(opened, entries_.front().name)) return lineOf(*failure);
-  if (const std::string holder = waitForLock(first.folder(), kPatience); !holder.empty()) {
-    return holder + " writes into the folder of " + quotedName(first.path().native()) +
-           " and does not come to an end; try again when it has ended";
-  }
+Result<void> FileSet::openPlaces(const std::filesystem::path& root,
+                                 const std::optional<FileIdentity>& taken) {
+  const auto opened = OpenRoot::open(root, taken);
+  if (!opened) return opened.fault();
   for (Entry& entry : entries_) {
-    if (&entry.place != &first) {
-      const bool isBeside = entry.name.parent_path() == entries_.front().name.parent_path();
-      auto failure = isBeside ? entry.place.openBeside(first, entry.name.filename().native()) : std::nullopt;
-      // A link leads to a place of its own.
-      if (!failure && (!isBeside || entry.place.isLink())) failure = entry.place.open(opened, entry.name);
-      if (failure) return lineOf(*failure);
+    auto place = placeOf(entry, *opened);
+    if (!place) return std::move(place).fault();
+    entry.place.removeMadeFolders();  // of an attempt before
+    entry.place = *std::move(place);
+    if (&entry == &entries_.front()) {
+      if (auto locked = waitForLock(entry.place.folder(), kPatience); !locked) {
+        Fault fault = std::move(locked).fault();
+        fault.what =
+            "cannot write into the folder of " + quotedName(entry.place.path().native()) + ": " + fault.what;
+        fault.remedy += " and try again";
+        return fault;
+      }
     }
-    if (const auto failure = refusalToReplace(entry.place)) return lineOf(*failure);
-    entry.found = entry.place.identity();
+    if (auto checked = checkReplaceable(entry.place); !checked) return checked;
+    const auto standing = entry.place.look();
+    if (!standing) return standing.fault();
+    entry.found = standing->file;
   }
   return {};
 }
 
-std::string FileSet::write() {
-  std::string fault;
-  try {
-    putOldAside();
-    for (Entry& entry : entries_) replace(entry);
-    isDone_ = true;
-  } catch (const std::exception& failure) {
-    std::string notUndone;
-    undo(notUndone);  // first of all that needs memory
-    fault = failure.what() + notUndone;
+// The folder of the first file is opened once for all that are beside it.
+Result<OpenPlace> FileSet::placeOf(const Entry& entry, const OpenRoot& root) const {
+  const Entry& first = entries_.front();
+  if (&entry != &first && entry.name.parent_path() == first.name.parent_path()) {
+    auto place = first.place.beside(entry.name.filename().native());
+    if (!place) return place;
+    const auto standing = place->look();
+    if (!standing) return standing.fault();
+    if (!standing->isLink) return place;  // a link leads to a place of its own
   }
+  return OpenPlace::open(root, entry.name);
+}
+
+Result<void> FileSet::write() {
+  Result<void> written;
+  std::string notUndone;
+  try {
+    written = writeAll();
+    if (!written) notUndone = undo();
+  } catch (const std::exception& exception) {
+    notUndone = undo();  // first of all that needs memory
+    written = Fault{FaultKind::system, exception.what(), "close some programs and try again"};
+  }
+  isDone_ = static_cast<bool>(written);
   for (Entry& entry : entries_) entry.old.discard();
+  if (written) return written;
+  Fault fault = std::move(written).fault();
+  fault.remedy += notUndone;
   return fault;
 }
 
-void FileSet::putOldAside() {
-  Entry& first = entries_.front();
-  if (first.found) {
-    raiseIf(first.old.keep());
-    // A second name touches its time of change.
-    FileIdentity expected = *first.found;
-    first.found = first.place.identity();
-    if (first.found) expected.changed = first.found->changed;
-    if (first.found != expected) raiseChanged(first);
-  }
-  for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
-    if (&*entry != &first && entry->place.identity() != entry->found) raiseChanged(*entry);
-    const bool isToGo = entry->place.isLink() || (entry->found && &*entry != &first);
-    if (isToGo) raiseIf(entry->old.take());
-  }
+Result<void> FileSet::writeAll() {
+  if (auto done = putOldAside(); !done) return done;
+  for (Entry& entry : entries_)
+    if (auto done = replace(entry); !done) return done;
+  return {};
 }
 
-void FileSet::replace(Entry& entry) {
+Result<void> FileSet::putOldAside() {
+  Entry& first = entries_.front();
+  if (first.found) {
+    if (auto kept = first.old.keep(); !kept) return kept;
+    // A second name touches its time of change.
+    FileIdentity expected = *first.found;
+    const auto now = first.place.look();
+    if (!now) return now.fault();
+    first.found = now->file;
+    if (first.found) expected.changed = first.found->changed;
+    if (first.found != expected) return changed(first);
+  }
+  for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
+    const auto now = entry->place.look();
+    if (!now) return now.fault();
+    if (&*entry != &first && now->file != entry->found) return changed(*entry);
+    const bool isToGo = now->isLink || (entry->found && &*entry != &first);
+    if (!isToGo) continue;
+    if (auto taken = entry->old.take(); !taken) return taken;
+  }
+  return {};
+}
+
+Result<void> FileSet::replace(Entry& entry) {
   const bool isFirst = &entry == &entries_.front();
   const std::string& pattern = entry.found && isFirst ? entry.place.name() : entry.old.name();
-  std::optional<FileIdentity> version = isFirst ? entry.found : std::nullopt;
-  const std::optional<FileFailure> failure = replaceVersionLike(pattern, entry.place, entry.content, version);
-  entry.written = version;
-  raiseIf(failure);
+  const std::optional<FileIdentity> version = isFirst ? entry.found : std::nullopt;
+  auto replaced = replaceVersionLike(pattern, entry.place, entry.content, version);
+  if (!replaced) return std::move(replaced).fault();
+  entry.written = replaced->version;
+  return std::move(replaced->flushed);
 }
 
 // Not what another program has put there since.
@@ -122,14 +147,15 @@ void FileSet::removeWritten(Entry& entry) {
   if (isSameFile(now, entry.written)) static_cast<void>(removeFile(entry.place));
 }
 
-void FileSet::undo(Entry& entry, std::string& fault) {
+std::string FileSet::undo(Entry& entry) {
   const bool isInPlace = &entry == &entries_.front() && entry.found && !entry.written;
-  if (!entry.old.isKept() || isInPlace) return;
-  const std::optional<FileFailure> failure = entry.old.restore();
-  if (failure && !failure->isReplaced) fault += "; " + lineOf(*failure);
+  if (!entry.old.isKept() || isInPlace) return {};
+  const Result<void> restored = entry.old.restore();
+  if (restored || restored.fault().kind == FaultKind::unflushed) return {};
+  return "; " + textOf(restored.fault());
 }
 
-void FileSet::undo(std::string& fault) {
+std::string FileSet::undo() {
   const auto withoutMemory = [](const auto& step) {
     try {
       step();
@@ -137,10 +163,12 @@ void FileSet::undo(std::string& fault) {
       // There is no memory to say it with. The other files have still to be undone.
     }
   };
+  std::string notUndone;
   // In the order of a write, for a process that is ended now.
   for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry)
     withoutMemory([&] { removeWritten(*entry); });
-  for (Entry& entry : entries_) withoutMemory([&] { undo(entry, fault); });
+  for (Entry& entry : entries_) withoutMemory([&] { notUndone += undo(entry); });
+  return notUndone;
 }
 
 }  // namespace Tal

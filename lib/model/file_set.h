@@ -1,5 +1,6 @@
 #pragma once
 
+#include <core/result.h>
 #include <core/string_ref.h>
 #include <resources/file_identity.h>
 #include <resources/files/backup_file.h>
@@ -25,7 +26,7 @@ class FileSet {
     std::filesystem::path name;           ///< below the root
     BasicStringRef content;               ///< must live until write()
     OpenPlace place;                      ///< once open() was called
-    std::optional<FileIdentity> found;    ///< what is there then; empty when nothing is
+    std::optional<FileIdentity> found;    ///< the file that is there then; empty when none is
     std::optional<FileIdentity> written;  ///< what write() has put there
     BackupFile old{place};
   };
@@ -40,24 +41,25 @@ class FileSet {
   Entry& add(std::filesystem::path name, BasicStringRef content);
 
   /// Opens the places below the folder `root`, with the folders that they need, and waits for other programs.
-  /// With `taken` it has to be that folder still. Empty when it is done; else one line that says what failed
-  /// and what to do about it.
-  std::string open(const std::filesystem::path& root, const std::optional<FileIdentity>& taken = {});
+  /// With `taken` it has to be that folder still.
+  Result<void> open(const std::filesystem::path& root, const std::optional<FileIdentity>& taken = {});
 
   /// Writes the files, in the order in which they were added; before that, those that are there already are
-  /// put aside from the last one on, but for the first one. Empty when it is done; else one line as from
-  /// open, and every file is as it was, but for one that the line says could not be put back. What another
-  /// program has put there since open() is left alone.
-  std::string write();
+  /// put aside from the last one on, but for the first one. After a fault every file is as it was, but for
+  /// one that the fault says could not be put back. What another program has put there since open() is left
+  /// alone.
+  Result<void> write();
 
  private:
-  std::string openPlaces(const std::filesystem::path& root, const std::optional<FileIdentity>& taken);
-  void putOldAside();
-  void replace(Entry& entry);
+  Result<void> openPlaces(const std::filesystem::path& root, const std::optional<FileIdentity>& taken);
+  Result<OpenPlace> placeOf(const Entry& entry, const OpenRoot& root) const;
+  Result<void> writeAll();
+  Result<void> putOldAside();
+  Result<void> replace(Entry& entry);
   static void removeWritten(Entry& entry);
-  /// Adds to the fault what cannot be undone.
-  void undo(std::string& fault);
-  void undo(Entry& entry, std::string& fault);
+  /// What cannot be undone, to be added to what is said of a fault.
+  std::string undo();
+  std::string undo(Entry& entry);
 
   std::list<Entry> entries_;  // which stay where they are
   bool isDone_ = false;

@@ -234,8 +234,8 @@ class Importer {
     description_.box = scene_.box;
     description_.bspMaterials = result_.bspMaterials;
     for (GltfNode& node : scene_.nodes) description_.nodes.push_back({std::move(node.name), node.parent});
-    const std::string fault = writeModelFiles(description_, root, taken, options_.overwrite);
-    if (!fault.empty()) throw GltfFault("cannot be imported: " + fault);
+    const Result<void> written = writeModelFiles(description_, root, taken, options_.overwrite);
+    if (!written) throw GltfFault("cannot be imported: " + textOf(written.fault()));
     result_.modelName = modelNameOf(stem);
     result_.visualName = visualNameOf(stem);
     result_.geometryName = geometryNameOf(stem);
@@ -281,8 +281,8 @@ bool isEveryStepShort(BasicStringRef name) {
 }  // namespace
 
 std::string faultOfImportedName(BasicStringRef modelName) {
-  const std::string refusal = FS::MultiFileSystem::refusalOf(modelName);
-  if (!refusal.empty()) return "is no name of a resource, it " + refusal;
+  const Result<void> checked = FS::MultiFileSystem::checkName(modelName);
+  if (!checked) return "is no name of a resource, it " + checked.fault().what;
   if (modelName.size() > kMaxNameLength || !isEveryStepShort(modelName)) return "is too long a name";
   if (holdsControls(modelName) || !isStorable(modelName) || trimmed(modelName) != modelName) {
     return "is no name that files can hold";
@@ -292,24 +292,18 @@ std::string faultOfImportedName(BasicStringRef modelName) {
   return "is no name of a model, which must end in " + quotedName(kModelExtension);
 }
 
-std::optional<ImportedModel> importGltf(const std::filesystem::path& source, BasicStringRef modelName,
-                                        const std::filesystem::path& root, const GltfImportOptions& options,
-                                        std::string* error) {
-  std::string fault = faultOfImportedName(modelName);
-  if (fault.empty()) {
-    try {
-      std::string stem = normalisedName(modelName);
-      stem.resize(stem.size() - kModelExtension.size());
-      const auto taken = options.takenRoot ? options.takenRoot : identityAt(root);
-      return Importer(readGltf(source), options).run(stem, root, taken);
-    } catch (const std::exception& failure) {
-      fault = shownName(source.string()) + ": " + failure.what();
-    }
-  } else {
-    fault = quotedName(modelName) + ": " + fault;
+Result<ImportedModel> importGltf(const std::filesystem::path& source, BasicStringRef modelName,
+                                 const std::filesystem::path& root, const GltfImportOptions& options) {
+  if (std::string fault = faultOfImportedName(modelName); !fault.empty())
+    return Fault{FaultKind::refused, std::move(fault), "", quotedName(modelName)};
+  try {
+    std::string stem = normalisedName(modelName);
+    stem.resize(stem.size() - kModelExtension.size());
+    const auto taken = options.takenRoot ? options.takenRoot : identityAt(root);
+    return Importer(readGltf(source), options).run(stem, root, taken);
+  } catch (const std::exception& fault) {
+    return Fault{FaultKind::refused, fault.what(), "", shownName(source.string())};
   }
-  if (error != nullptr) *error = fault;
-  return std::nullopt;
 }
 
 }  // namespace Tal

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <core/result.h>
 #include <core/string_ref.h>
 #include <core/vector3.h>
 #include <resources/file_identity.h>
@@ -63,11 +64,9 @@ struct ImportedModel {
 std::string faultOfImportedName(BasicStringRef modelName);
 
 /// Makes the model `modelName` ("NAME.model"), its visual and its geometry below the resource root `root` out
-/// of the glTF 2.0 file `source` (.glb, or .gltf with its buffers). Empty, with no file made or changed, when
-/// that is not possible; `error` (may be null) then receives one line that names the file and the fault;
-/// after a success it is as it was. Main thread only.
-std::optional<ImportedModel> importGltf(const std::filesystem::path& source, BasicStringRef modelName,
-                                        const std::filesystem::path& root, const GltfImportOptions& options,
-                                        std::string* error);
+/// of the glTF 2.0 file `source` (.glb, or .gltf with its buffers). After a fault no file is made or changed.
+/// Main thread only.
+Result<ImportedModel> importGltf(const std::filesystem::path& source, BasicStringRef modelName,
+                                 const std::filesystem::path& root, const GltfImportOptions& options);
 
 }  // namespace Tal

@@ -94,31 +94,35 @@ std::string visualText(const ModelDescription& description) {
 /// Whether a geometry holds the bytes that the mark of an import is for.
 bool isMarked(const FileSet::Entry& geometry, const ImportMark& mark) {
   if (static_cast<std::uint64_t>(geometry.found->size) != mark.geometrySize) return false;
-  FileContent content;
-  return !readFile(geometry.place, kMaxGltfBytes, content) && importMarkFor(content.bytes.view()) == mark;
+  const auto content = readFile(geometry.place, kMaxGltfBytes);
+  return content && importMarkFor(content->bytes.view()) == mark;
 }
 
-/// Why the files must not be replaced; empty when they may. What an import that was cut off has left is
-/// nobody's: a visual with its mark, perhaps the geometry of that mark, and no model.
-std::string refusalToReplace(const fs::path& root, const FileSet::Entry& visual,
-                             const FileSet::Entry& geometry, const FileSet::Entry& model, bool overwrite) {
-  FileContent content;
-  if (visual.found) {  // what cannot be read may be a newer version's
-    if (const auto failure = readFile(visual.place, kMaxGltfBytes, content))
-      return quotedName(visual.name.native()) + ": " + failure->text + "; " + failure->hint;
+/// A fault when the files must not be replaced. What an import that was cut off has left is nobody's: a
+/// visual with its mark, perhaps the geometry of that mark, and no model.
+Result<void> checkOverwriting(const fs::path& root, const FileSet::Entry& visual,
+                              const FileSet::Entry& geometry, const FileSet::Entry& model, bool overwrite) {
+  std::optional<ImportMark> mark;
+  if (visual.found) {
+    if (const auto content = readFile(visual.place, kMaxGltfBytes); !content) {  // may be a newer version's
+      Fault fault = content.fault();
+      fault.file = quotedName(visual.name.native());
+      return fault;
+    }
+    const auto old = FS::Utils::readSection({root, visual.name});
+    if (old) mark = importMarkIn(**old);  // what is malformed is no import's
   }
-  std::string malformed;  // then it is no import's
-  const auto old = visual.found ? FS::Utils::readSection({root, visual.name}, malformed) : nullptr;
-  const std::optional<ImportMark> mark = old ? importMarkIn(*old) : std::nullopt;
   if (mark && mark->version > ImportMark::kVersion) {
-    return quotedName(visual.name.native()) +
-           " was imported by a newer version of this program; import with that, or remove the file";
+    return Fault{FaultKind::refused,
+                 quotedName(visual.name.native()) + " was imported by a newer version of this program",
+                 "import with that, or remove the file"};
   }
   if (overwrite) return {};
   const bool isCutOff = mark && !model.found;
   for (const FileSet::Entry* const file : {&visual, &geometry, &model}) {
     if (!file->found || (isCutOff && (file != &geometry || isMarked(geometry, *mark)))) continue;
-    return quotedName(file->name.native()) + " is already there; force it to be replaced (--force)";
+    return Fault{FaultKind::refused, quotedName(file->name.native()) + " is already there",
+                 "force it to be replaced (--force)"};
   }
   return {};
 }
@@ -135,8 +139,8 @@ std::string geometryNameOf(BasicStringRef stem) {
   return std::string(stem).append(model_names::kGeometryExtension);
 }
 
-std::string writeModelFiles(const ModelDescription& description, const fs::path& root,
-                            const std::optional<FileIdentity>& taken, bool overwrite) {
+Result<void> writeModelFiles(const ModelDescription& description, const fs::path& root,
+                             const std::optional<FileIdentity>& taken, bool overwrite) {
   const std::string visualContent = visualText(description);
   const std::string modelContent = modelText(description);
   // The visual tells what belongs to it; the model comes last: it is there only when what it names is.
@@ -144,9 +148,9 @@ std::string writeModelFiles(const ModelDescription& description, const fs::path&
   const FileSet::Entry& visual = set.add(visualNameOf(description.stem), visualContent);
   const FileSet::Entry& geometry = set.add(geometryNameOf(description.stem), description.glb);
   const FileSet::Entry& model = set.add(modelNameOf(description.stem), modelContent);
-  std::string fault = set.open(root, taken);
-  if (fault.empty()) fault = refusalToReplace(root, visual, geometry, model, overwrite);
-  return fault.empty() ? set.write() : fault;
+  if (auto opened = set.open(root, taken); !opened) return opened;
+  if (auto checked = checkOverwriting(root, visual, geometry, model, overwrite); !checked) return checked;
+  return set.write();
 }
 
 }  // namespace Tal

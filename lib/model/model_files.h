@@ -1,5 +1,6 @@
 #pragma once
 
+#include <core/result.h>
 #include <core/string_ref.h>
 #include <model/gltf_bounds.h>
 #include <resources/file_identity.h>
@@ -40,12 +41,12 @@ std::string modelNameOf(BasicStringRef stem);
 std::string visualNameOf(BasicStringRef stem);
 std::string geometryNameOf(BasicStringRef stem);
 
-/// Makes the three files below the resource root `root`, all or none: after a failure the files are as they
+/// Makes the three files below the resource root `root`, all or none: after a fault the files are as they
 /// were. With `taken` the root has to be that folder still. When the process is ended in between there is no
 /// ".model", but a visual that tells that it was (see ImportMark). Files that are already there are replaced
 /// when `overwrite` is true or such an import left them, else they are a fault. Those of a newer version
-/// always are. Empty when it is done, else the fault in one line. Main thread only.
-std::string writeModelFiles(const ModelDescription& description, const std::filesystem::path& root,
-                            const std::optional<FileIdentity>& taken, bool overwrite);
+/// always are. Main thread only.
+Result<void> writeModelFiles(const ModelDescription& description, const std::filesystem::path& root,
+                             const std::optional<FileIdentity>& taken, bool overwrite);
 
 }  // namespace Tal

@@ -19,24 +19,22 @@ namespace {
 
 constexpr BasicStringRef kNoParent = "-1";
 
-/// Opens a file of the model; null, with the fault and what to do in `error`, when that is not possible.
-SmartPointer<DataSection> openModelFile(BasicStringRef name, const std::string& advice, std::string& error) {
+Fault faultOf(BasicStringRef file, std::string what, std::string remedy = "import the model again") {
+  return {FaultKind::malformed, std::move(what), std::move(remedy), quotedName(file)};
+}
+
+/// Opens a file of the model; never null. `context` says how it belongs to the model.
+Result<SmartPointer<DataSection>> openModelFile(BasicStringRef name, const std::string& context) {
   const FS::MultiFileSystem* files = FS::fileSystem();
-  if (files == nullptr) {
-    error = quotedName(name) + ": cannot be opened, no resource roots are set; set some first";
-    return nullptr;
-  }
-  const std::string refusal = FS::MultiFileSystem::refusalOf(name);
-  if (!refusal.empty()) {
-    error = quotedName(name) + ": is no name of a resource, it " + refusal + advice;
-    return nullptr;
-  }
-  if (!files->find(name)) {
-    error = quotedName(name) + ": no resource root holds this file" + advice;
-    return nullptr;
+  if (files == nullptr) return faultOf(name, "cannot be opened, no resource roots are set", "set some first");
+  if (const auto checked = FS::MultiFileSystem::checkName(name); !checked)
+    return faultOf(name, "is no name of a resource, it " + checked.fault().what + context);
+  if (const auto place = files->find(name); !place) {
+    FS::reportRefused(name, place.fault());
+    return faultOf(name, "no resource root holds this file" + context);
   }
   SmartPointer<DataSection> section = FS::Utils::openSection(name, false, nullptr);
-  if (section == nullptr) error = quotedName(name) + ": cannot be read as XML" + advice;
+  if (section == nullptr) return faultOf(name, "cannot be read as XML" + context);
   return section;
 }
 
@@ -50,21 +48,18 @@ SmartPointer<Model> readModel(const SmartPointer<DataSection>& file) {
   return makeSmart<Model>(std::move(bsp));
 }
 
-/// The materials of a visual; none, with the fault in `error`, when one of them is not as it must be.
-ModelMaterials::Slots readMaterials(const SmartPointer<DataSection>& visual, BasicStringRef visualName,
-                                    std::string& error) {
+/// The materials of a visual.
+Result<ModelMaterials::Slots> readMaterials(const DataSection& visual, BasicStringRef visualName) {
   ModelMaterials::Slots slots;
-  const auto materials = visual->openSection("materials");
+  const auto materials = visual.findChild("materials");
   if (materials == nullptr) return slots;
   for (const SmartPointer<DataSection> material : *materials) {
     std::string identifier = material->readString("identifier");
     const int kind = material->readInt("kind", -1);
     if (identifier.empty() || kind < 0) {
-      error =
-          quotedName(visualName) + ": material number " + std::to_string(slots.size() + 1) +
-          (identifier.empty() ? " has no \"identifier\"" : " has no \"kind\" that is a number from 0 up") +
-          "; import the model again";
-      return {};
+      return faultOf(visualName, "material number " + std::to_string(slots.size() + 1) +
+                                     (identifier.empty() ? " has no \"identifier\""
+                                                         : " has no \"kind\" that is a number from 0 up"));
     }
     slots.push_back(
         std::make_shared<MaterialInstance>(std::move(identifier), static_cast<std::uint32_t>(kind)));
@@ -72,33 +67,31 @@ ModelMaterials::Slots readMaterials(const SmartPointer<DataSection>& visual, Bas
   return slots;
 }
 
-/// The skeleton of a visual; empty, with the fault in `error`, when a node has no parent before it.
-Skeleton::SkeletonInstance readSkeleton(const SmartPointer<DataSection>& visual, BasicStringRef visualName,
-                                        std::string& error) {
+/// The skeleton of a visual, in which every node comes behind its parent.
+Result<Skeleton::SkeletonInstance> readSkeleton(const DataSection& visual, BasicStringRef visualName) {
   std::vector<interned_string> nodeNames;
-  const auto skeleton = visual->openSection("skeleton");
+  const auto skeleton = visual.findChild("skeleton");
   if (skeleton == nullptr) return Skeleton::SkeletonInstance();
   for (const SmartPointer<DataSection> node : *skeleton) {
     const std::string parent = node->readString("parent", kNoParent);
     const std::optional<int> place = parseInt(parent);
     if (!place || *place < -1 || *place >= static_cast<int>(nodeNames.size())) {
-      error = quotedName(visualName) + ": node number " + std::to_string(nodeNames.size() + 1) +
-              " has the parent " + quotedName(parent) +
-              ", which is no place of a node before it and not -1; import the model again";
-      return Skeleton::SkeletonInstance();
+      return faultOf(visualName, "node number " + std::to_string(nodeNames.size() + 1) + " has the parent " +
+                                     quotedName(parent) +
+                                     ", which is no place of a node before it and not -1");
     }
     nodeNames.emplace_back(node->readString("name"));
   }
   return Skeleton::SkeletonInstance(std::move(nodeNames));
 }
 
-/// What is wrong with the bounding box of a visual; empty when nothing is. A corner may be absent.
-std::string faultOfBox(const SmartPointer<DataSection>& visual, BasicStringRef visualName) {
+/// A fault when the bounding box of a visual is none. A corner may be absent.
+Result<void> checkBox(const SmartPointer<DataSection>& visual, BasicStringRef visualName) {
   for (const char* name : {"boundingBox/min", "boundingBox/max"}) {
     const SmartPointer<DataSection> corner = visual->openSection(name);
     if (corner == nullptr || parseVector3(corner->value())) continue;
-    return quotedName(visualName) + ": " + quotedName(name) + " is " + quotedName(corner->value()) +
-           ", which is not three numbers; import the model again";
+    return faultOf(visualName,
+                   quotedName(name) + " is " + quotedName(corner->value()) + ", which is not three numbers");
   }
   return {};
 }
@@ -110,8 +103,7 @@ void checkGeometry(const DataSection& visual, BasicStringRef visualName) {
   const std::optional<ImportMark> mark = importMarkIn(visual);
   if (!mark || mark->version > ImportMark::kVersion) return;
   const std::string name = visual.readString("geometry");
-  std::string refusal;
-  const std::optional<RootedPath> place = FS::fileSystem()->find(name, &refusal);
+  const auto place = FS::fileSystem()->find(name);
   std::error_code error;
   const auto size = place ? std::filesystem::file_size(place->path(), error) : 0;
   if (place && !error && size == mark->geometrySize) return;
@@ -122,43 +114,22 @@ void checkGeometry(const DataSection& visual, BasicStringRef visualName) {
                "; import the model again (--force)");
 }
 
-/// Why a model of one root must not be put together with the visual of another; empty when it may. An import
-/// over a model of a later root that was cut off has left its visual alone.
-std::string faultOfRoots(BasicStringRef modelName, BasicStringRef visualName, const DataSection& visual) {
-  std::string refusal;
-  const std::optional<RootedPath> model = FS::fileSystem()->find(modelName, &refusal);
-  const std::optional<RootedPath> place = FS::fileSystem()->find(visualName, &refusal);
-  if (!model || !place || model->root == place->root || !importMarkIn(visual)) return {};
+/// A fault when a model of one root would be put together with the visual of another, which an import over a
+/// model of a later root that was cut off has left alone.
+Result<void> checkRoots(BasicStringRef modelName, BasicStringRef visualName, const DataSection& visual) {
+  const auto model = FS::fileSystem()->find(modelName);
+  const auto place = FS::fileSystem()->find(visualName);
+  if (!model) return faultOf(modelName, model.fault().what, "mend that and try again");
+  if (!place) return faultOf(visualName, place.fault().what, "mend that and try again");
+  if (model->root == place->root || !importMarkIn(visual)) return {};
   std::error_code error;
   std::filesystem::path own = place->path();
-  if (std::filesystem::exists(own.replace_extension(model_names::kModelExtension), error)) return {};
-  return quotedName(visualName) + ": an import into the root " + quotedName(place->root.native()) +
-         " was cut off; import the model again, or remove that file";
-}
-
-std::unique_ptr<SuperModel> loadModel(BasicStringRef modelName, std::string& error) {
-  const SmartPointer<DataSection> model = openModelFile(modelName, "; import the model again", error);
-  if (model == nullptr) return nullptr;
-  const std::string visualName = model->readString("visual");
-  if (visualName.empty()) {
-    error = quotedName(modelName) + ": names no \"visual\"; import the model again";
-    return nullptr;
-  }
-  const SmartPointer<DataSection> visual = openModelFile(
-      visualName, ", and " + quotedName(modelName) + " names it as its visual; import the model again",
-      error);
-  if (visual == nullptr) return nullptr;
-  error = faultOfRoots(modelName, visualName, *visual);
-  if (!error.empty()) return nullptr;
-  ModelMaterials::Slots materials = readMaterials(visual, visualName, error);
-  if (!error.empty()) return nullptr;
-  Skeleton::SkeletonInstance skeleton = readSkeleton(visual, visualName, error);
-  if (!error.empty()) return nullptr;
-  error = faultOfBox(visual, visualName);
-  if (!error.empty()) return nullptr;
-  checkGeometry(*visual, visualName);
-  return std::make_unique<SuperModel>(readModel(model), std::move(skeleton),
-                                      ModelMaterials(std::move(materials)));
+  const auto status = std::filesystem::status(own.replace_extension(model_names::kModelExtension), error);
+  if (status.type() == std::filesystem::file_type::none)
+    return faultOf(visualName, "cannot be examined: " + error.message(), "mend that and try again");
+  if (std::filesystem::exists(status)) return {};
+  return faultOf(visualName, "an import into the root " + quotedName(place->root.native()) + " was cut off",
+                 "import the model again, or remove that file");
 }
 
 }  // namespace
@@ -167,11 +138,22 @@ SuperModel::SuperModel(SmartPointer<Model> topModel, Skeleton::SkeletonInstance 
                        ModelMaterials materials)
     : materials_(std::move(materials)), topModel_(std::move(topModel)), skeleton_(std::move(skeleton)) {}
 
-std::unique_ptr<SuperModel> SuperModel::load(BasicStringRef modelName, std::string* error) {
-  std::string fault;
-  std::unique_ptr<SuperModel> superModel = loadModel(modelName, fault);
-  if (error != nullptr) *error = fault;
-  return superModel;
+Result<std::unique_ptr<SuperModel>> SuperModel::load(BasicStringRef modelName) {
+  const auto model = openModelFile(modelName, "");
+  if (!model) return model.fault();
+  const std::string visualName = (*model)->readString("visual");
+  if (visualName.empty()) return faultOf(modelName, "names no \"visual\"");
+  const auto visual = openModelFile(visualName, ", and " + quotedName(modelName) + " names it as its visual");
+  if (!visual) return visual.fault();
+  if (auto checked = checkRoots(modelName, visualName, **visual); !checked) return std::move(checked).fault();
+  auto materials = readMaterials(**visual, visualName);
+  if (!materials) return std::move(materials).fault();
+  auto skeleton = readSkeleton(**visual, visualName);
+  if (!skeleton) return std::move(skeleton).fault();
+  if (auto checked = checkBox(*visual, visualName); !checked) return std::move(checked).fault();
+  checkGeometry(**visual, visualName);
+  return std::make_unique<SuperModel>(readModel(*model), *std::move(skeleton),
+                                      ModelMaterials(*std::move(materials)));
 }
 
 }  // namespace Tal

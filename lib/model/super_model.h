@@ -1,5 +1,6 @@
 #pragma once
 
+#include <core/result.h>
 #include <core/smart_pointer.h>
 #include <core/string_ref.h>
 #include <model/material_instance.h>
@@ -20,9 +21,8 @@ class SuperModel {
   SuperModel& operator=(const SuperModel&) = delete;
 
   /// Loads "NAME.model" and its ".visual" from the resource roots. Geometry is not read; a warning is logged
-  /// when its size is not that of the geometry that was imported. Null when the model cannot be loaded;
-  /// `error` (may be null) then receives one line that names the file and the fault.
-  static std::unique_ptr<SuperModel> load(BasicStringRef modelName, std::string* error);
+  /// when its size is not that of the geometry that was imported. Never null; a fault names the file.
+  static Result<std::unique_ptr<SuperModel>> load(BasicStringRef modelName);
 
   /// The top model; may be null.
   SmartPointer<Model> topModel() const { return topModel_; }

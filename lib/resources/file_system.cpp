@@ -72,30 +72,16 @@ std::string refusalOfPlace(const RootedPath& place) {
   return isPathBelow(target, root) ? "" : "leads out of its root through a link";
 }
 
-constexpr BasicStringRef kAdvice =
-    "; what stands there must be a file below a root that is there and can be read";
-
-void reportRefused(BasicStringRef name, const std::string& refusal) {
-  const bool isOfName = !refusalOfName(name).empty();
-  reportRefusal("the resource name " + quotedName(name) + ' ' + refusal +
-                (isOfName ? "; give a name below the resource roots, such as \"scripts/destructibles.xml\""
-                          : std::string(kAdvice)));
-}
-
-/// Hands out the reason of a refusal, or reports it when nobody takes it.
-void passOn(BasicStringRef name, std::string reason, std::string* refusal) {
-  if (refusal != nullptr) {
-    *refusal = std::move(reason);
-  } else if (!reason.empty()) {
-    reportRefused(name, reason);
-  }
+Fault refusedPlace(std::string what) {
+  return {FaultKind::refused, std::move(what),
+          "what stands there must be a file below a root that is there and can be read"};
 }
 
 }  // namespace
 
 struct MultiFileSystem::State {
-  /// Where a resource is; with `mayBeNew` else where it would be made. Empty with the reason when refused.
-  std::optional<RootedPath> placeOf(BasicStringRef resourceName, bool mayBeNew, std::string& refusal) const;
+  /// Where a resource is; with `mayBeNew` else where it would be made.
+  Result<RootedPath> placeOf(BasicStringRef resourceName, bool mayBeNew) const;
   /// What a root has at a place. One that has nothing there and must not be passed over counts as having
   /// something that cannot be used.
   Finding findingIn(std::size_t root, const RootedPath& candidate) const;
@@ -104,22 +90,21 @@ struct MultiFileSystem::State {
   /// Why a root is not the folder that was taken; empty when it is.
   std::string faultOfTaken(std::size_t root) const;
   std::string notFoundSince(std::size_t root, const std::string& fault) const;
-  /// Takes all of them, or none with the reason.
-  std::string take(std::vector<fs::path> folders);
+  /// Takes all of them, or none.
+  Result<void> take(std::vector<fs::path> folders);
 
   std::vector<fs::path> roots;
   std::vector<std::optional<FileIdentity>> identities;  ///< of the roots, when they were taken
   std::unique_ptr<ResourceMonitor> monitor;
 };
 
-std::optional<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourceName, bool mayBeNew,
-                                                          std::string& refusal) const {
-  refusal = refusalOf(resourceName);
-  if (!refusal.empty()) return std::nullopt;
+Result<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourceName, bool mayBeNew) const {
+  if (auto checked = checkName(resourceName); !checked) return std::move(checked).fault();
   const fs::path name = normalisedName(resourceName);
   std::optional<RootedPath> place;
   if (mayBeNew && !roots.empty()) place = RootedPath{roots.front(), name, identities.front()};
   const bool mayBeGone = !mayBeNew && roots.size() == 1;  // no other one can stand in for it
+  std::string refusal;
   for (std::size_t index = 0; index < roots.size(); ++index) {
     RootedPath candidate{roots[index], name, identities[index]};
     const Finding finding = mayBeGone ? lookAt(candidate) : findingIn(index, candidate);
@@ -129,7 +114,9 @@ std::optional<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourc
     break;
   }
   if (place && refusal.empty()) refusal = refusalOfPlace(*place);
-  return refusal.empty() ? place : std::nullopt;
+  if (!refusal.empty()) return refusedPlace(std::move(refusal));
+  if (!place) return Fault{FaultKind::missing, "is in no resource root", "put it there"};
+  return *std::move(place);
 }
 
 Finding MultiFileSystem::State::findingIn(std::size_t root, const RootedPath& candidate) const {
@@ -158,14 +145,14 @@ std::string MultiFileSystem::State::notFoundSince(std::size_t root, const std::s
   return "cannot be found, since the resource root " + quotedName(roots[root].native()) + ' ' + fault;
 }
 
-std::string MultiFileSystem::State::take(std::vector<fs::path> folders) {
+Result<void> MultiFileSystem::State::take(std::vector<fs::path> folders) {
   std::vector<std::optional<FileIdentity>> taken;
   for (const fs::path& root : folders) {
     std::string fault = faultOfRoot(root);
     if (fault.empty() && !taken.emplace_back(identityAt(root))) fault = notExamined(lastError());
     if (fault.empty()) continue;
-    return "the resource root " + quotedName(root.native()) + ' ' + fault +
-           "; name a folder that exists and can be read";
+    return Fault{FaultKind::refused, "the resource root " + quotedName(root.native()) + ' ' + fault,
+                 "name a folder that exists and can be read"};
   }
   roots = std::move(folders);
   identities = std::move(taken);
@@ -173,14 +160,13 @@ std::string MultiFileSystem::State::take(std::vector<fs::path> folders) {
 }
 
 MultiFileSystem::MultiFileSystem(std::vector<fs::path> roots) : state_(std::make_unique<State>()) {
-  const std::string refusal = state_->take(std::move(roots));
-  if (!refusal.empty()) reportRefusal(refusal);
+  if (auto taken = state_->take(std::move(roots)); !taken) reportRefusal(textOf(taken.fault()));
 }
 
-std::unique_ptr<MultiFileSystem> MultiFileSystem::open(std::vector<fs::path> roots, std::string& refusal) {
+Result<std::unique_ptr<MultiFileSystem>> MultiFileSystem::open(std::vector<fs::path> roots) {
   auto files = std::make_unique<MultiFileSystem>(std::vector<fs::path>());
-  refusal = files->state_->take(std::move(roots));
-  return refusal.empty() ? std::move(files) : nullptr;
+  if (auto taken = files->state_->take(std::move(roots)); !taken) return std::move(taken).fault();
+  return files;
 }
 
 MultiFileSystem::~MultiFileSystem() = default;
@@ -194,31 +180,24 @@ std::optional<RootedPath> MultiFileSystem::firstRoot() const {
   return RootedPath{state_->roots.front(), {}, state_->identities.front()};
 }
 
-std::string MultiFileSystem::refusalOf(BasicStringRef resourceName) {
-  return refusalOfName(resourceName);
+Result<void> MultiFileSystem::checkName(BasicStringRef resourceName) {
+  return checkResourceName(resourceName);
 }
 
-std::optional<RootedPath> MultiFileSystem::find(BasicStringRef resourceName, std::string* refusal) const {
-  std::string reason;
-  auto place = state_->placeOf(resourceName, false, reason);
-  passOn(resourceName, std::move(reason), refusal);
-  return place;
+Result<RootedPath> MultiFileSystem::find(BasicStringRef resourceName) const {
+  return state_->placeOf(resourceName, false);
 }
 
 bool MultiFileSystem::holdNoFile(BasicStringRef resourceName) const {
-  if (!refusalOf(resourceName).empty()) return true;
+  if (!checkName(resourceName)) return true;
   const fs::path name = normalisedName(resourceName);
   for (std::size_t index = 0; index < state_->roots.size(); ++index)
     if (!state_->faultOfPassing(index).empty() || lookAt({state_->roots[index], name}).isFile) return false;
   return true;
 }
 
-std::optional<RootedPath> MultiFileSystem::locationFor(BasicStringRef resourceName,
-                                                       std::string* refusal) const {
-  std::string reason;
-  auto place = state_->placeOf(resourceName, true, reason);
-  passOn(resourceName, std::move(reason), refusal);
-  return place;
+Result<RootedPath> MultiFileSystem::locationFor(BasicStringRef resourceName) const {
+  return state_->placeOf(resourceName, true);
 }
 
 MonitorThreadBase* MultiFileSystem::getFilesystemMonitor() {
@@ -239,20 +218,21 @@ void setFileSystem(std::unique_ptr<MultiFileSystem> replacement) {
   current() = std::move(replacement);
 }
 
+void reportRefused(BasicStringRef resourceName, const Fault& fault) {
+  if (fault.kind == FaultKind::missing) return;
+  reportRefusal("the resource name " + quotedName(resourceName) + ' ' + textOf(fault));
+}
+
 namespace Utils {
 
 SmartPointer<DataSection> openSection(BasicStringRef path, bool create, DataSectionCreator* creator) {
   return SectionCache::instance().open(path, create, creator);
 }
 
-SmartPointer<DataSection> readSection(const RootedPath& place, std::string& refusal) {
-  SectionDocument::Refusal reason;
-  const SmartPointer<SectionDocument> document = SectionDocument::read(place, reason);
-  if (!document) {
-    refusal = std::move(reason.text);
-    return nullptr;
-  }
-  return new XmlSection(document, document->tree().root());
+Result<SmartPointer<DataSection>> readSection(const RootedPath& place) {
+  auto document = SectionDocument::read(place);
+  if (!document) return std::move(document).fault();
+  return SmartPointer<DataSection>(new XmlSection(*document, (*document)->tree().root()));
 }
 
 }  // namespace Utils

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <core/result.h>
 #include <core/smart_pointer.h>
 #include <core/string_ref.h>
 #include <resources/data_section.h>
@@ -18,8 +19,7 @@ class MonitorThreadBase;
 /// The resource roots, in the order in which a name is looked up. Main thread only.
 ///
 /// A resource name is relative, with forward slashes; empty steps and "." mean nothing. One that is empty or
-/// absolute, holds "..", a backslash or a NUL, or reaches a place outside its root through a link is refused:
-/// it is reported once per call with priority 5 and treated as absent.
+/// absolute, holds "..", a backslash or a NUL, or reaches a place outside its root through a link is refused.
 class MultiFileSystem {
  public:
   /// All of `roots`, which are existing folders. When one of them is none, or cannot be looked at, there are
@@ -27,9 +27,8 @@ class MultiFileSystem {
   /// own.
   explicit MultiFileSystem(std::vector<std::filesystem::path> roots);
 
-  /// The same, with the reason in `refusal` instead of a message; null when there is one.
-  static std::unique_ptr<MultiFileSystem> open(std::vector<std::filesystem::path> roots,
-                                               std::string& refusal);
+  /// The same, with a fault instead of a message; never null.
+  static Result<std::unique_ptr<MultiFileSystem>> open(std::vector<std::filesystem::path> roots);
   ~MultiFileSystem();
   MultiFileSystem(const MultiFileSystem&) = delete;
   MultiFileSystem& operator=(const MultiFileSystem&) = delete;
@@ -37,12 +36,11 @@ class MultiFileSystem {
   const std::vector<std::filesystem::path>& roots() const noexcept;
 
   /// The place of the resource, a regular file, in the first root that holds it, by that root and the
-  /// resource's normalised name. Empty when no root holds it,
+  /// resource's normalised name. A fault of the kind `missing` when no root holds it. One of another kind
   /// when its name is refused, and when what the first root has in its place cannot be used: a link to
-  /// nothing or to a place outside the root, or what cannot be examined. `refusal` receives the reason as a
-  /// clause about the name ("leads out of its root through a link"), or "" when nothing was refused; where it
-  /// is null the reason is reported.
-  std::optional<RootedPath> find(BasicStringRef resourceName, std::string* refusal = nullptr) const;
+  /// nothing or to a place outside the root, or what cannot be examined. It is a clause about the name
+  /// ("leads out of its root through a link").
+  Result<RootedPath> find(BasicStringRef resourceName) const;
 
   /// The first root, in which resources are made, as it was taken; empty without roots.
   std::optional<RootedPath> firstRoot() const;
@@ -51,12 +49,11 @@ class MultiFileSystem {
   /// file, or a link that leads to nothing. False where a place cannot be examined, which may hold one.
   bool holdNoFile(BasicStringRef resourceName) const;
 
-  /// Where a resource is, or would be made in the first root; empty when it is refused, as by find, or there
-  /// is no root.
-  std::optional<RootedPath> locationFor(BasicStringRef resourceName, std::string* refusal = nullptr) const;
+  /// Where a resource is, or would be made in the first root. The faults of find; `missing` without roots.
+  Result<RootedPath> locationFor(BasicStringRef resourceName) const;
 
-  /// Why a name can never name a resource ("is absolute", "climbs out of its root", ...); empty when it can.
-  static std::string refusalOf(BasicStringRef resourceName);
+  /// A fault when the name can never name a resource: a clause about it ("is absolute").
+  static Result<void> checkName(BasicStringRef resourceName);
 
   /// The change monitor of the roots; never null, owned by this object. It starts watching on the first call.
   MonitorThreadBase* getFilesystemMonitor();
@@ -83,6 +80,10 @@ MultiFileSystem* fileSystem() noexcept;
 /// are gone before.
 void setFileSystem(std::unique_ptr<MultiFileSystem> replacement);
 
+/// Logs, with priority 5, why a resource cannot be used; nothing when it is only missing. `fault` is a clause
+/// about the name, as from find.
+void reportRefused(BasicStringRef resourceName, const Fault& fault);
+
 namespace Utils {
 
 /// Opens a resource as a data section, from the cache when the file has not changed. Null when it is missing,
@@ -93,9 +94,9 @@ namespace Utils {
 /// makes the file.
 SmartPointer<DataSection> openSection(BasicStringRef path, bool create, DataSectionCreator* creator);
 
-/// Reads a file as a document of its own, whatever the roots are and what is kept of it. Null when that is
-/// not possible; `refusal` then says why, in one line with what to do.
-SmartPointer<DataSection> readSection(const RootedPath& place, std::string& refusal);
+/// Reads a file as a document of its own, whatever the roots are and what is kept of it. Never null; a fault
+/// of the kind `malformed` when the file is no document.
+Result<SmartPointer<DataSection>> readSection(const RootedPath& place);
 
 }  // namespace Utils
 }  // namespace Tal::FS

@@ -3,7 +3,10 @@
 
 namespace Tal {
 
-std::string refusalOfName(BasicStringRef resourceName) {
+namespace {
+
+/// Why a name can never name a resource; empty when it can.
+BasicStringRef faultOf(BasicStringRef resourceName) {
   if (resourceName.empty()) return "is empty";
   if (resourceName.front() == '/') return "is absolute";
   if (resourceName.find('\0') != BasicStringRef::npos) return "holds a NUL character";
@@ -11,6 +14,15 @@ std::string refusalOfName(BasicStringRef resourceName) {
   for (BasicStringRef rest = resourceName; !rest.empty();)
     if (takeStep(rest) == "..") return "climbs out of its root";
   return normalisedName(resourceName).empty() ? "names no file" : "";
+}
+
+}  // namespace
+
+Result<void> checkResourceName(BasicStringRef resourceName) {
+  const BasicStringRef fault = faultOf(resourceName);
+  if (fault.empty()) return {};
+  return Fault{FaultKind::refused, std::string(fault),
+               "give a name below the resource roots, such as \"scripts/destructibles.xml\""};
 }
 
 std::string normalisedName(BasicStringRef resourceName) {

@@ -1,13 +1,14 @@
 #pragma once
 
+#include <core/result.h>
 #include <core/string_ref.h>
 
 #include <string>
 
 namespace Tal {
 
-/// Why a name can never name a resource; empty when it can.
-std::string refusalOfName(BasicStringRef resourceName);
+/// A fault when the name can never name a resource; it says why as a clause about the name ("is absolute").
+Result<void> checkResourceName(BasicStringRef resourceName);
 
 /// The one spelling of a resource name that may be used: no empty steps and no ".".
 std::string normalisedName(BasicStringRef resourceName);

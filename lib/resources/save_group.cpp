@@ -2,6 +2,7 @@
 #include <core/display_text.h>
 #include <resources/documents/save_queue.h>
 #include <resources/file_system.h>
+#include <resources/files/system_fault.h>
 #include <resources/report.h>
 #include <resources/save_group.h>
 
@@ -13,10 +14,18 @@ namespace Tal {
 
 namespace {
 
-void reportUnsaved(const std::filesystem::path& file, const std::string& reason, const std::string& advice) {
-  DebugMessageHelper::criticalMessage("lib/resources/save_group", __LINE__,
-                                      "cannot save %s: %s; nothing was saved and the edits are kept: %s",
-                                      quotedName(file.native()).c_str(), reason.c_str(), advice.c_str());
+Fault unsaved(const std::filesystem::path& file, Fault fault) {
+  fault.what = "cannot save " + quotedName(file.native()) + ": " + fault.what + "; nothing was saved";
+  fault.remedy += " and save again";
+  return fault;
+}
+
+/// Adds what another document failed with.
+void add(Result<void>& all, const Result<void>& written) {
+  if (written) return;
+  Fault fault = written.fault();
+  if (!all) fault.what = textOf(all.fault()) + "; " + fault.what;
+  all = fault;
 }
 
 }  // namespace
@@ -34,39 +43,28 @@ bool SaveQueue::put(const SmartPointer<SectionDocument>& document, BasicStringRe
   return true;
 }
 
-bool SaveQueue::lock(const std::filesystem::path& file) {
-  if (locks_.contains(file)) return true;
-  std::shared_ptr<const FileLock> lock = hold(file);
-  if (!lock) return false;
-  locks_.emplace(file, std::move(lock));
-  return true;
+Result<void> SaveQueue::lock(const std::filesystem::path& file) {
+  if (locks_.contains(file)) return {};
+  auto lock = hold(file);
+  if (!lock) return std::move(lock).fault();
+  locks_.emplace(file, *std::move(lock));
+  return {};
 }
 
 // The system would make a second lock of the same process wait for the first.
-std::shared_ptr<const FileLock> SaveQueue::hold(const std::filesystem::path& file) {
+Result<std::shared_ptr<const FileLock>> SaveQueue::hold(const std::filesystem::path& file) {
   std::erase_if(shared_, [](const auto& lock) { return lock.expired(); });
   const std::optional<FileIdentity> identity = identityAt(file);
-  if (!identity && errno != ENOENT && errno != ENOTDIR) {
-    const FileFailure failure = failedStep("examining", file, errno);
-    reportUnsaved(file, failure.text, failure.hint + " and save again");
-    return nullptr;
-  }
+  if (!identity && errno != ENOENT && errno != ENOTDIR)
+    return unsaved(file, failedStep("examining", file, errno));
   for (const auto& lock : shared_)  // a file may have several names
     if (auto known = lock.lock(); known && identity && known->isOf(*identity)) return known;
-  std::optional<FileLock> made = acquire(file);
-  if (!made) return nullptr;
+  auto made = FileLock::acquire(file, patience_);
+  if (!made) return unsaved(file, std::move(made).fault());
+  if (!made->absence().empty()) warnOfNoLock(file, made->absence());
   auto lock = std::make_shared<const FileLock>(*std::move(made));
   shared_.push_back(lock);
   return lock;
-}
-
-std::optional<FileLock> SaveQueue::acquire(const std::filesystem::path& file) {
-  std::string holder;
-  std::optional<FileLock> lock = FileLock::acquire(file, patience_, holder);
-  if (lock && !lock->fault().empty()) warnOfNoLock(file, lock->fault());
-  if (lock) return lock;
-  reportUnsaved(file, holder + " is saving it and does not come to an end", "save again when it has ended");
-  return std::nullopt;
 }
 
 bool SaveQueue::refuseValue(BasicStringRef key, BasicStringRef reason) {
@@ -82,21 +80,18 @@ void SaveQueue::warnOfNoLock(const std::filesystem::path& file, const std::strin
                "): take care that no other program saves it at the same time");
 }
 
-bool SaveQueue::close(bool isCommitted) {
-  if (--depth_ > 0) return true;
+Result<void> SaveQueue::close(bool isCommitted) {
+  if (--depth_ > 0) return {};
   const std::vector<Save> saves = std::exchange(saves_, {});
   const auto locks = std::exchange(locks_, {});  // let go when everything is written
   if (std::exchange(isValueRefused_, false) && isCommitted) {
-    DebugMessageHelper::criticalMessage(
-        "lib/resources/save_group", __LINE__,
-        "nothing was saved, since a value was refused; the edits are kept: correct the "
-        "value and save again");
-    return false;
+    return Fault{FaultKind::refused, "nothing was saved, since a value was refused",
+                 "correct the value and save again"};
   }
-  bool isWritten = true;
+  Result<void> all;
   for (const auto& [document, resourceName] : saves)
-    if (isCommitted) isWritten = document->write(resourceName) && isWritten;
-  return isWritten;
+    if (isCommitted) add(all, document->write(resourceName));
+  return all;
 }
 
 SaveGroup::SaveGroup() {
@@ -107,23 +102,30 @@ SaveGroup::~SaveGroup() {
   if (isOpen_) static_cast<void>(SaveQueue::instance().close(false));  // nothing is written that could fail
 }
 
-bool SaveGroup::commit() {
-  if (!isOpen_) return true;
+Result<void> SaveGroup::commit() {
+  if (!isOpen_) return {};
   isOpen_ = false;
   return SaveQueue::instance().close(true);
+}
+
+bool SaveGroup::commitOrReport() {
+  const Result<void> written = commit();
+  if (!written) reportFailedSave(written.fault());
+  return static_cast<bool>(written);
 }
 
 bool SaveGroup::isAnyOpen() noexcept {
   return SaveQueue::instance().isOpen();
 }
 
-SaveLock::SaveLock(BasicStringRef resourceName) {
+Result<SaveLock> SaveLock::acquire(BasicStringRef resourceName) {
   const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
-  std::string refusal;  // to be reported by who opens it
-  const auto place = fileSystem == nullptr ? std::nullopt : fileSystem->find(resourceName, &refusal);
-  if (!place) return;
-  lock_ = SaveQueue::instance().hold(place->path());
-  isHeld_ = lock_ != nullptr;
+  if (fileSystem == nullptr) return SaveLock(nullptr);
+  const auto place = fileSystem->find(resourceName);
+  if (!place) return SaveLock(nullptr);  // to be reported by who opens it
+  auto lock = SaveQueue::instance().hold(place->path());
+  if (!lock) return std::move(lock).fault();
+  return SaveLock(*std::move(lock));
 }
 
 }  // namespace Tal

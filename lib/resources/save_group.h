@@ -1,8 +1,10 @@
 #pragma once
 
+#include <core/result.h>
 #include <core/string_ref.h>
 
 #include <memory>
+#include <utility>
 
 namespace Tal {
 
@@ -21,11 +23,13 @@ class SaveGroup {
   SaveGroup(const SaveGroup&) = delete;
   SaveGroup& operator=(const SaveGroup&) = delete;
 
-  /// Writes every noted document and closes the group. False when a value was refused while it was open: then
-  /// nothing is written and one critical message says so. False also when a document could not be written;
-  /// that was reported, its old file is whole and its edits are kept. In an inner group: true, and the outer
-  /// group's commit writes.
-  [[nodiscard]] bool commit();
+  /// Writes every noted document and closes the group. A fault when a value was refused while it was open,
+  /// and then nothing is written; also when a document could not be written: its old file is whole and its
+  /// edits are kept. In an inner group the outer group's commit writes.
+  Result<void> commit();
+
+  /// The same for who can only say whether: the fault is logged as one critical message.
+  [[nodiscard]] bool commitOrReport();
 
   /// Whether a group of the process is open.
   static bool isAnyOpen() noexcept;
@@ -41,20 +45,15 @@ class SaveGroup {
 /// share one lock, and other programs are kept out until the last of them ends. Main thread only.
 class SaveLock {
  public:
-  /// Waits up to ten seconds for another program that is saving the resource. One that no root holds, and one
-  /// whose name is refused, needs no lock; so does every resource while there is no file system.
-  explicit SaveLock(BasicStringRef resourceName);
-  ~SaveLock() = default;
-  SaveLock(const SaveLock&) = delete;
-  SaveLock& operator=(const SaveLock&) = delete;
-
-  /// False when another program did not come to an end with its save; one critical message has named it. True
-  /// also when no lock is needed.
-  [[nodiscard]] bool isHeld() const noexcept { return isHeld_; }
+  /// Waits up to ten seconds for another program that is saving the resource; a fault names it when it does
+  /// not come to an end. A resource that no root holds, and one whose name is refused, needs no lock; so does
+  /// every resource while there is no file system.
+  static Result<SaveLock> acquire(BasicStringRef resourceName);
 
  private:
+  explicit SaveLock(std::shared_ptr<const FileLock> lock) noexcept : lock_(std::move(lock)) {}
+
   std::shared_ptr<const FileLock> lock_;  ///< null when none is needed or there is none to be had
-  bool isHeld_ = true;
 };
 
 }  // namespace Tal

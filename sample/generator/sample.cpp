@@ -48,10 +48,8 @@ void generateSample(const std::filesystem::path& folder) {
   Tal::GltfImportOptions options;
   options.overwrite = true;
   for (const Import& import : kImports) {
-    std::string error;
-    if (!Tal::importGltf(sources / import.source, import.model, folder, options, &error)) {
-      throw std::runtime_error(error);
-    }
+    const auto imported = Tal::importGltf(sources / import.source, import.model, folder, options);
+    if (!imported) throw std::runtime_error(textOf(imported.fault()));
   }
 }
 

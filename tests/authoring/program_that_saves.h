@@ -16,9 +16,9 @@ namespace Tal::authoring {
 class ProgramThatSaves {
  public:
   ProgramThatSaves(const support::MountedRoot& folder, const std::string& text) {
-    std::string holder;
-    lock_ = FileLock::acquire(folder / "scripts/destructibles.xml", std::chrono::seconds(9), holder);
-    EXPECT_TRUE(lock_) << holder;
+    auto lock = FileLock::acquire(folder / "scripts/destructibles.xml", std::chrono::seconds(9));
+    EXPECT_TRUE(lock);
+    if (lock) lock_ = *std::move(lock);
     rest_ = std::thread([this, &folder, text] {
       std::this_thread::sleep_for(std::chrono::milliseconds(100));
       folder.replace("scripts/destructibles.xml", text);

@@ -7,14 +7,6 @@ namespace {
 
 constexpr char kPrefix[] = "destructibles: ";
 
-std::vector<std::string> contentOf(const support::TemporaryFolder& folder) {
-  std::vector<std::string> content = folder.listing();
-  for (std::string& name : content) {
-    if (std::filesystem::is_regular_file(folder / name)) name += '\n' + folder.read(name);
-  }
-  return content;
-}
-
 }  // namespace
 
 CommandLine::CommandLine() {
@@ -38,6 +30,14 @@ CommandLine::CommandLine() {
                       {.materials = {{"n_pole", 73}}, .bsp = {"n_pole"}, .corner = "1 1 6"});
 }
 
+std::vector<std::string> CommandLine::content() const {
+  std::vector<std::string> content = folder_.listing();
+  for (std::string& name : content) {
+    if (std::filesystem::is_regular_file(folder_ / name)) name += '\n' + folder_.read(name);
+  }
+  return content;
+}
+
 ProcessResult CommandLine::runIn(const std::filesystem::path& folder, const Arguments& arguments,
                                  const std::map<std::string, std::string>& environment) {
   return support::runProcess(DESTRUCTIBLES_PROGRAM, arguments,
@@ -52,11 +52,11 @@ std::string CommandLine::result(const Arguments& arguments) const {
 }
 
 std::string CommandLine::failure(const Arguments& arguments, int status) const {
-  const std::vector<std::string> before = contentOf(folder_);
+  const std::vector<std::string> before = content();
   const ProcessResult result = run(arguments);
   EXPECT_EQ(result.status, status);
   EXPECT_EQ(result.out, "");
-  EXPECT_EQ(contentOf(folder_), before);
+  EXPECT_EQ(content(), before);
   EXPECT_TRUE(result.err.starts_with(kPrefix)) << result.err;
   EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
   const std::size_t prefix = sizeof(kPrefix) - 1;

@@ -39,6 +39,9 @@ class CommandLine : public ::testing::Test {
   std::string refusal(const Arguments& arguments) const { return failure(arguments, 1); }
   std::string misuse(const Arguments& arguments) const { return failure(arguments, 2); }
 
+  /// Every name below the folder, and what its file holds.
+  std::vector<std::string> content() const;
+
   void writeDatabase(const std::string& text) const { folder_.write(kDatabase, text); }
   std::string readDatabase() const { return folder_.read(kDatabase); }
 

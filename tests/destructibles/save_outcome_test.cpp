@@ -340,8 +340,7 @@ TEST_F(TheOutcomeOfASave, AgainstALockThatStaysIsAFailureThatNamesItsHolderAndKe
   messages_.clear();
   {
     // Locks are between open files, so that this process can be the other one too.
-    std::string holder;
-    const auto lock = FileLock::acquire(root_ / kDatabase, std::chrono::milliseconds(0), holder);
+    const auto lock = FileLock::acquire(root_ / kDatabase, std::chrono::milliseconds(0));
     ASSERT_TRUE(lock);
     constexpr std::chrono::milliseconds kPatience{50};
     const SavePatience patience(kPatience);
@@ -354,7 +353,7 @@ TEST_F(TheOutcomeOfASave, AgainstALockThatStaysIsAFailureThatNamesItsHolderAndKe
   const std::string name = "process " + std::to_string(::getpid()) + " (";
   EXPECT_THAT(messages_.texts(), ElementsAre(AllOf(HasSubstr(kDatabase), HasSubstr(name),
                                                    HasSubstr(") is saving it and does not come to an end"),
-                                                   HasSubstr("save again when it has ended"))));
+                                                   HasSubstr("wait until it has ended and save again"))));
   EXPECT_EQ(Access::fragiles().at("crate").health, 77) << "the edit stays";
   EXPECT_THAT(Access::fallingAtoms(), ElementsAre(Key("only in memory")));
   EXPECT_EQ(told, 0);

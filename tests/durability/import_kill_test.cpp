@@ -60,8 +60,8 @@ class AKilledImport : public testing::Test {
   }
 
   static bool import(const std::string& source, const fs::path& root, bool isForced) {
-    return Tal::importGltf(kSources / source, "content/a.model", root, {.overwrite = isForced}, nullptr)
-        .has_value();
+    return static_cast<bool>(
+        Tal::importGltf(kSources / source, "content/a.model", root, {.overwrite = isForced}));
   }
 
   /// The three files of an import, one behind the other.

@@ -17,7 +17,7 @@ inline std::string instructionFor(int code) {
       {EIO, "check the disk"},
       {EMFILE, "close some files or raise the limit (ulimit -n)"},
   };
-  return ": " + instructions.at(code) + " and save again";
+  return "; " + instructions.at(code) + " and save again";
 }
 
 }  // namespace durability

@@ -270,6 +270,76 @@ TEST_F(ARootThatCannotBeLookedAt, IsNotImportedInto) {
   EXPECT_GT(number, 10) << "these were all looks";
 }
 
+constexpr const char* kFragileCrate =
+    "<root><fragiles><entry><filename>content/props/crate.model</filename></entry></fragiles></root>";
+
+constexpr const char* kBarrel = TEST_GLTF_FOLDER "/barrel.gltf";
+
+/// A root, beside or around which others hold the same models.
+class ARefusedCommand : public cli_test::CommandLine {
+ protected:
+  ARefusedCommand() {
+    fs::create_directory(inner());
+    fs::copy(folder_ / "content", inner() / "content", fs::copy_options::recursive);
+    writeDatabase(kFragileCrate);
+    folder_.write("inner/scripts/destructibles.xml", kFragileCrate);
+  }
+
+  fs::path inner() const { return folder_ / "inner"; }
+
+  /// Runs a command that must be refused, in the folder `where`, with each of its looks at what is below a
+  /// folder failing in turn; it changes nothing.
+  void expectRefused(const fs::path& where, const fs::path& below, const Arguments& command) const {
+    const std::vector<std::string> before = content();
+    int number = 0;
+    for (bool isTried = true; isTried && !HasFailure(); ++number) {
+      SCOPED_TRACE("look " + std::to_string(number));
+      fs::remove(traces_ / "trace");
+      const ProcessResult result = runIn(where, command,
+                                         {{"LD_PRELOAD", FAULT_PRELOAD},
+                                          {"FAULT_BELOW", fs::canonical(below).string()},
+                                          {"FAULT_TRACE", (traces_ / "trace").string()},
+                                          {"FAULT_OPERATION", "look"},
+                                          {"FAULT_NUMBER", std::to_string(number)},
+                                          {"FAULT_ERRNO", std::to_string(EIO)}});
+      EXPECT_EQ(result.status, 1) << result.out << result.err;
+      EXPECT_EQ(content(), before);
+      const std::vector<std::string> calls = linesOf(traces_.read("trace"));
+      isTried = number == 0 || std::count_if(calls.begin(), calls.end(), [](const std::string& call) {
+                                 return call.starts_with("look ");
+                               }) >= number;
+    }
+    EXPECT_GT(number, 4) << "these were all looks";
+  }
+
+  support::TemporaryFolder traces_;
+};
+
+TEST_F(ARefusedCommand, ThatImportsOverALinkedGeometryOfTheUsersIsRefusedWhateverLookFails) {
+  folder_.write("inner/content/real/mine.glb", "mine");
+  fs::create_symlink("../real/mine.glb", inner() / "content/props/barrel.glb");
+  expectRefused(folder_.path(), inner(),
+                {"--root", "inner", "import", kBarrel, "content/props/barrel.model"});
+}
+
+TEST_F(ARefusedCommand, ThatImportsOverAModelOfALaterRootIsRefusedWhateverLookFails) {
+  fs::create_directory(folder_ / "first");
+  expectRefused(folder_.path(), inner(),
+                {"--root", "first", "--root", "inner", "import", kBarrel, "content/props/crate.model"});
+}
+
+TEST_F(ARefusedCommand, ThatTakesAVisualOfAnImportThatWasCutOffIsRefusedWhateverLookFails) {
+  folder_.write("first/content/props/crate.visual",
+                "<visual><import version='1'><geometry><size>1</size></geometry></import></visual>");
+  expectRefused(folder_.path(), folder_ / "first",
+                {"--root", "first", "--root", "inner", "set", "content/props/crate.model", "health=33"});
+}
+
+TEST_F(ARefusedCommand, ThatFindsItsRootItselfTakesNoneFurtherUpWhateverLookFails) {
+  folder_.write("inner/scripts/destructibles.xml", "<root/>");
+  expectRefused(inner(), inner(), {"set", "content/props/crate.model", "health=33"});
+}
+
 std::string nameOf(const testing::TestParamInfo<Course>& course) {
   return course.param.name;
 }

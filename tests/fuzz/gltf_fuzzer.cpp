@@ -131,10 +131,9 @@ void requireMade(const ImportedModel& imported) {
   require(visual->readVector3("boundingBox/min") == imported.boxMin &&
               visual->readVector3("boundingBox/max") == imported.boxMax,
           "the visual holds the box");
-  std::string error;
-  const std::unique_ptr<Tal::SuperModel> model = Tal::SuperModel::load(imported.modelName, &error);
-  requireEqual(error, "", "the model that was made can be loaded");
-  require(model != nullptr, "the model that was made is loaded");
+  const auto loaded = Tal::SuperModel::load(imported.modelName);
+  requireEqual(loaded ? "" : textOf(loaded.fault()), "", "the model that was made can be loaded");
+  const std::unique_ptr<Tal::SuperModel>& model = *loaded;
   const Tal::ModelMaterials::Slots slots(model->materials_.begin(), model->materials_.end());
   require(slots.size() == imported.materials.size(), "a model has the materials that were imported");
   for (std::size_t i = 0; i < slots.size(); ++i) {
@@ -147,10 +146,9 @@ void requireMade(const ImportedModel& imported) {
 
 /// The geometry that an import wrote is a glTF file of the same shape.
 void requireGeometryImports(const ImportedModel& imported, const Place& place) {
-  std::string error;
-  const std::optional<ImportedModel> again =
-      Tal::importGltf(place.root / imported.geometryName, "content/again.model", place.root, {}, &error);
-  requireEqual(error, "", "the geometry that was made can be imported");
+  const auto again =
+      Tal::importGltf(place.root / imported.geometryName, "content/again.model", place.root, {});
+  requireEqual(again ? "" : textOf(again.fault()), "", "the geometry that was made can be imported");
   require(again->boxMin == imported.boxMin && again->boxMax == imported.boxMax,
           "the geometry that was made has the same box");
   require(again->materials.size() == imported.materials.size(), "the geometry has the same materials");
@@ -174,11 +172,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (request.isExisting) Root::instance().write(place.root / "content" / name, "old");
   const std::string before = Root::instance().listing();
 
-  std::string error;
-  const std::optional<ImportedModel> imported =
-      Tal::importGltf(source, kModel, place.root, request.options, &error);
+  const auto imported = Tal::importGltf(source, kModel, place.root, request.options);
   if (!imported) {
-    requireRefusal(error, source);
+    requireRefusal(textOf(imported.fault()), source);
     requireEqual(Root::instance().listing(), before, "a refusal leaves every file as it was");
     return 0;
   }

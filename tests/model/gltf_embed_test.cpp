@@ -25,7 +25,7 @@ TEST_F(AnImport, TakesInTheBufferBesideAGltfFile) {
   // What was written stands alone: it can be imported from anywhere and is kept as it is.
   const std::string glb = folder_.read("root/content/house.glb");
   writeSource(glb, "elsewhere/alone.glb");
-  ASSERT_TRUE(importGltf(source_, "again.model", root(), {}, &error_)) << error_;
+  ASSERT_TRUE(importAs("again.model")) << error_;
   EXPECT_EQ(folder_.read("root/again.glb"), glb);
 }
 

@@ -325,7 +325,7 @@ TEST_F(AnImport, ReplacesFilesOnlyWhenItIsAllowed) {
 
 TEST_F(AnImport, SpellsTheNamesOfItsResourcesInOneWay) {
   writeSource(cubeBuilder().glb());
-  const auto imported = importGltf(source_, "content//./house.model", root(), {}, &error_);
+  const auto imported = importAs("content//./house.model");
   ASSERT_TRUE(imported) << error_;
   EXPECT_EQ(imported->modelName, "content/house.model");
   EXPECT_THAT(model(), testing::HasSubstr("<visual>content/house.visual</visual>"));

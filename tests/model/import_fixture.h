@@ -24,8 +24,15 @@ class ImportFixture : public testing::Test {
   }
 
   std::optional<Tal::ImportedModel> import(const Tal::GltfImportOptions& options = {}) {
-    error_.clear();
-    return Tal::importGltf(source_, "content/house.model", root(), options, &error_);
+    return importAs("content/house.model", options);
+  }
+
+  /// The same under another name; `error_` is then the fault's text.
+  std::optional<Tal::ImportedModel> importAs(const std::string& name,
+                                             const Tal::GltfImportOptions& options = {}) {
+    auto imported = Tal::importGltf(source_, name, root(), options);
+    error_ = imported ? "" : textOf(imported.fault());
+    return imported ? std::optional(*std::move(imported)) : std::nullopt;
   }
 
   /// Imports the source and expects that it is refused, with nothing made; what the error says behind the

@@ -58,8 +58,7 @@ class AModelWithAMark : public testing::Test {
   /// What is logged when the model is loaded.
   std::vector<std::string> messages() {
     const support::MessageRecorder recorder;
-    std::string error;
-    EXPECT_TRUE(SuperModel::load("house.model", &error)) << error;
+    EXPECT_TRUE(SuperModel::load("house.model"));
     for (const DebugMessage& message : recorder.messages()) EXPECT_EQ(message.messagePriority, 4);
     return recorder.texts();
   }

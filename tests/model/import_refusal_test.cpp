@@ -113,7 +113,7 @@ TEST_F(AnImpossibleImport, IsOneWithHardPointsThatAreNone) {
 TEST_F(AnImpossibleImport, IsOneOfANameThatNoModelCanHave) {
   writeSource(cubeBuilder().glb());
   const auto refusalOfName = [this](const std::string& name) {
-    EXPECT_FALSE(importGltf(source_, name, root(), {}, &error_));
+    EXPECT_FALSE(importAs(name));
     EXPECT_TRUE(std::filesystem::is_empty(root()));
     return error_;
   };

@@ -264,12 +264,10 @@ TEST_F(AnImport, IsRefusedWhenALinkLeadsOutOfTheRoot) {
 
 TEST_F(AnImport, IsRefusedWithoutARoot) {
   writeSource(cubeBuilder().glb());
-  EXPECT_FALSE(importGltf(source_, "house.model", folder_ / "no root", {}, &error_));
-  EXPECT_THAT(error_, testing::HasSubstr("/no root\": No such file or directory; make the folder"));
-}
-
-TEST_F(AnImport, SaysNothingWithoutAPlaceForIt) {
-  EXPECT_FALSE(importGltf(source_, "house.model", root(), {}, nullptr));
+  const auto imported = importGltf(source_, "house.model", folder_ / "no root", {});
+  ASSERT_FALSE(imported);
+  EXPECT_THAT(textOf(imported.fault()),
+              testing::HasSubstr("/no root\": No such file or directory; make the folder"));
 }
 
 }  // namespace

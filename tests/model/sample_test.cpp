@@ -52,8 +52,7 @@ TEST_F(TheSampleRoot, HoldsModelsThatLoad) {
   int models = 0;
   for (const std::string& name : filesIn(kSample, "content")) {
     if (!name.ends_with(".model")) continue;
-    std::string error;
-    EXPECT_TRUE(SuperModel::load(name, &error)) << error;
+    EXPECT_TRUE(SuperModel::load(name)) << name;
     ++models;
   }
   EXPECT_EQ(models, 8);

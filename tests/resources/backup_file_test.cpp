@@ -25,10 +25,12 @@ class ABackup : public testing::Test {
     folder_.write("a", "old");
     // Of an age at which a save removes what nobody uses.
     fs::last_write_time(file_, fs::file_time_type::clock::now() - std::chrono::hours(1));
-    EXPECT_FALSE(place_.open({folder_.path(), "a"}));
+    auto place = Tal::OpenPlace::open({folder_.path(), "a"});
+    EXPECT_TRUE(place);
+    place_ = *std::move(place);
     backup_.emplace(place_);
-    EXPECT_FALSE(backup_->keep());
-    EXPECT_FALSE(Tal::replaceFile(place_, "new"));
+    EXPECT_TRUE(backup_->keep());
+    EXPECT_TRUE(Tal::replaceFile(place_, "new"));
   }
 
   support::TemporaryFolder folder_;
@@ -38,14 +40,14 @@ class ABackup : public testing::Test {
 };
 
 TEST_F(ABackup, OutlivesTheSavesOfItsFileAndBringsTheOldVersionBack) {
-  EXPECT_FALSE(Tal::replaceFile(place_, "newer"));
-  EXPECT_TRUE(backup_->restore()) << "what is there may be somebody's";
+  EXPECT_TRUE(Tal::replaceFile(place_, "newer"));
+  EXPECT_FALSE(backup_->restore()) << "what is there may be somebody's";
   EXPECT_EQ(folder_.read("a"), "newer");
 }
 
 TEST_F(ABackup, IsPutBackWhereNoFileIs) {
   fs::remove(file_);
-  EXPECT_FALSE(backup_->restore());
+  EXPECT_TRUE(backup_->restore());
   EXPECT_EQ(folder_.read("a"), "old");
   EXPECT_THAT(folder_.listing(), ElementsAre("a"));
 }
@@ -60,22 +62,22 @@ TEST_F(ABackup, GoesWithItsObject) {
 TEST_F(ABackup, ThatCannotBePutBackStaysAndSaysWhere) {
   fs::remove(file_);
   fs::create_directory(file_);
-  const std::optional<Tal::FileFailure> failure = backup_->restore();
-  ASSERT_TRUE(failure);
-  EXPECT_FALSE(failure->isReplaced);
+  const Tal::Result<void> restored = backup_->restore();
+  ASSERT_FALSE(restored);
+  EXPECT_NE(restored.fault().kind, Tal::FaultKind::unflushed);
   backup_.reset();
   const auto listing = folder_.listing();
   ASSERT_EQ(listing.size(), 2U);
   EXPECT_EQ(folder_.read(listing[0]), "old");
-  EXPECT_THAT(failure->hint, HasSubstr('"' + listing[0] + '"'));
+  EXPECT_THAT(restored.fault().remedy, HasSubstr('"' + listing[0] + '"'));
 }
 
 TEST(ABackupOfNothing, IsRefusedAndLeavesNothing) {
   const support::TemporaryFolder folder;
-  Tal::OpenPlace place;
-  ASSERT_FALSE(place.open({folder.path(), "a"}));
-  BackupFile backup(place);
-  EXPECT_TRUE(backup.keep());
+  const auto place = Tal::OpenPlace::open({folder.path(), "a"});
+  ASSERT_TRUE(place);
+  BackupFile backup(*place);
+  EXPECT_FALSE(backup.keep());
   EXPECT_FALSE(backup.isKept());
   EXPECT_THAT(folder.listing(), testing::IsEmpty());
 }
@@ -83,10 +85,10 @@ TEST(ABackupOfNothing, IsRefusedAndLeavesNothing) {
 TEST(ABackupOfAPipe, DoesNotWaitForAWriter) {
   const support::TemporaryFolder folder;
   ASSERT_EQ(::mkfifo((folder / "a").c_str(), 0600), 0);
-  Tal::OpenPlace place;
-  ASSERT_FALSE(place.open({folder.path(), "a"}));
-  BackupFile backup(place);
-  EXPECT_FALSE(backup.keep());
+  const auto place = Tal::OpenPlace::open({folder.path(), "a"});
+  ASSERT_TRUE(place);
+  BackupFile backup(*place);
+  EXPECT_TRUE(backup.keep());
   EXPECT_TRUE(backup.isKept());
 }
 

@@ -21,8 +21,17 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-fs::path pathOf(const std::optional<Tal::RootedPath>& place) {
+fs::path pathOf(const Tal::Result<Tal::RootedPath>& place) {
   return place ? place->path() : fs::path("none");
+}
+
+/// Why a place cannot be used: a clause about the name.
+std::string faultOf(const Tal::Result<Tal::RootedPath>& place) {
+  return place ? "none" : place.fault().what;
+}
+
+bool isMissing(const Tal::Result<Tal::RootedPath>& place) {
+  return !place && place.fault().kind == Tal::FaultKind::missing;
 }
 
 TEST(AResource, IsFoundInTheFirstRootThatHoldsIt) {
@@ -35,8 +44,8 @@ TEST(AResource, IsFoundInTheFirstRootThatHoldsIt) {
   EXPECT_EQ(pathOf(fileSystem.locationFor("scripts/b.xml")), first / "scripts/b.xml");
   first.write("scripts/a.xml", "");
   EXPECT_EQ(pathOf(fileSystem.find("scripts/a.xml")), first / "scripts/a.xml");
-  EXPECT_EQ(fileSystem.find("scripts"), std::nullopt) << "a folder is none";
-  EXPECT_EQ(fileSystem.find("scripts/a.xml/b"), std::nullopt);
+  EXPECT_FALSE(fileSystem.find("scripts")) << "a folder is none";
+  EXPECT_TRUE(isMissing(fileSystem.find("scripts/a.xml/b")));
 }
 
 TEST(AResource, OfAnEarlierRootIsOpenedAsSoonAsItIsThere) {
@@ -73,13 +82,15 @@ TEST(AName, ThatCannotNameAResourceIsRefusedWithAMessage) {
   };
   const MountedRoot root("scripts/a.xml", "<r/>");
   for (const NameCase& one : cases) {
-    EXPECT_THAT(MultiFileSystem::refusalOf(one.name), HasSubstr(one.refusal)) << one.name;
+    const auto checked = MultiFileSystem::checkName(one.name);
+    ASSERT_FALSE(checked) << one.name;
+    EXPECT_THAT(checked.fault().what, HasSubstr(one.refusal));
     MessageRecorder recorder;
-    EXPECT_EQ(root.fileSystem().find(one.name), std::nullopt);
-    EXPECT_EQ(root.fileSystem().locationFor(one.name), std::nullopt);
+    EXPECT_THAT(faultOf(root.fileSystem().find(one.name)), HasSubstr(one.refusal));
+    EXPECT_THAT(faultOf(root.fileSystem().locationFor(one.name)), HasSubstr(one.refusal));
     EXPECT_FALSE(openResource(one.name));
     EXPECT_FALSE(Tal::FS::Utils::openSection(one.name, true, nullptr));
-    ASSERT_EQ(recorder.messages().size(), 4U) << "once per call: " << one.name;
+    ASSERT_EQ(recorder.messages().size(), 2U) << "once for each opening: " << one.name;
     EXPECT_THAT(recorder.texts()[0], AllOf(HasSubstr("the resource name"), HasSubstr(one.refusal)));
     EXPECT_EQ(recorder.messages()[0].messagePriority, 5);
   }
@@ -87,7 +98,7 @@ TEST(AName, ThatCannotNameAResourceIsRefusedWithAMessage) {
 
 TEST(AName, MayHoldDotsAndSpacesAndAnythingElse) {
   for (const std::string name : {"a..b.xml", "...", "a b/c.xml", "50%.xml", "\xC3\xA4.xml", "a:b", "~"})
-    EXPECT_EQ(MultiFileSystem::refusalOf(name), "") << name;
+    EXPECT_TRUE(MultiFileSystem::checkName(name)) << name;
 }
 
 TEST(ALinkThatLeadsOutOfItsRoot, IsRefused) {
@@ -101,9 +112,7 @@ TEST(ALinkThatLeadsOutOfItsRoot, IsRefused) {
     EXPECT_FALSE(openResource(name));
     EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("leads out of its root")));
   }
-  MessageRecorder recorder;
-  EXPECT_EQ(root.fileSystem().locationFor("folder/new/b.xml"), std::nullopt);
-  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("leads out of its root")));
+  EXPECT_THAT(faultOf(root.fileSystem().locationFor("folder/new/b.xml")), HasSubstr("leads out of its root"));
 }
 
 TEST(ALinkThatStaysInItsRoot, IsFollowed) {
@@ -119,9 +128,8 @@ TEST(ALinkToNothing, IsNoPlaceForAResource) {
   fs::create_symlink("nowhere.xml", root / "a.xml");
   MessageRecorder recorder;
   EXPECT_FALSE(openResource("a.xml"));
-  EXPECT_EQ(root.fileSystem().locationFor("a.xml"), std::nullopt);
-  EXPECT_THAT(recorder.texts(),
-              ElementsAre(HasSubstr("is a link to nothing"), HasSubstr("is a link to nothing")));
+  EXPECT_EQ(faultOf(root.fileSystem().locationFor("a.xml")), "is a link to nothing");
+  EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("is a link to nothing")));
 }
 
 TEST(ALinkToNothing, InTheFirstRootDoesNotLetTheSecondStandInForIt) {
@@ -130,9 +138,7 @@ TEST(ALinkToNothing, InTheFirstRootDoesNotLetTheSecondStandInForIt) {
   fs::create_symlink("nowhere.xml", first / "a.xml");
   second.write("a.xml", "<r/>");
   const Tal::FS::MultiFileSystem files({first.path(), second.path()});
-  std::string refusal;
-  EXPECT_EQ(files.find("a.xml", &refusal), std::nullopt);
-  EXPECT_EQ(refusal, "is a link to nothing");
+  EXPECT_EQ(faultOf(files.find("a.xml")), "is a link to nothing");
 }
 
 TEST(AFileThatCannotBeExamined, IsRefusedWithTheReason) {
@@ -141,9 +147,7 @@ TEST(AFileThatCannotBeExamined, IsRefusedWithTheReason) {
   fs::create_symlink("a.xml", first / "a.xml");  // onto itself
   second.write("a.xml", "<r/>");
   const Tal::FS::MultiFileSystem files({first.path(), second.path()});
-  std::string refusal;
-  EXPECT_EQ(files.find("a.xml", &refusal), std::nullopt);
-  EXPECT_EQ(refusal, "cannot be examined: Too many levels of symbolic links");
+  EXPECT_EQ(faultOf(files.find("a.xml")), "cannot be examined: Too many levels of symbolic links");
 }
 
 TEST(AFolder, IsNoResource) {
@@ -151,14 +155,10 @@ TEST(AFolder, IsNoResource) {
   const TemporaryFolder second;
   fs::create_directory(first / "a.xml");
   const Tal::FS::MultiFileSystem files({first.path(), second.path()});
-  std::string refusal;
-  EXPECT_EQ(files.find("a.xml", &refusal), std::nullopt);
-  EXPECT_EQ(refusal, "is no regular file");
-  EXPECT_EQ(files.find("b.xml", &refusal), std::nullopt);
-  EXPECT_EQ(refusal, "");
+  EXPECT_EQ(faultOf(files.find("a.xml")), "is no regular file");
+  EXPECT_TRUE(isMissing(files.find("b.xml")));
   second.write("a.xml", "<r/>");
-  EXPECT_EQ(pathOf(files.find("a.xml", &refusal)), second / "a.xml");
-  EXPECT_EQ(refusal, "");
+  EXPECT_EQ(pathOf(files.find("a.xml")), second / "a.xml");
 }
 
 TEST(APlaceForAResource, HoldsNoFileWhenNothingThatIsOneCanStandThere) {
@@ -207,14 +207,12 @@ TEST(ARoot, ThatIsNoFolderLeavesNoRootsAtAll) {
     const MultiFileSystem fileSystem({folder.path(), folder / name});
     EXPECT_THAT(fileSystem.roots(), testing::IsEmpty());
     EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr(fault)));
-    std::string refusal;
-    EXPECT_FALSE(MultiFileSystem::open({folder / name, folder.path()}, refusal));
-    EXPECT_THAT(refusal, HasSubstr(fault));
+    const auto opened = MultiFileSystem::open({folder / name, folder.path()});
+    ASSERT_FALSE(opened);
+    EXPECT_THAT(opened.fault().what, HasSubstr(fault));
     EXPECT_EQ(recorder.messages().size(), 1U) << "who opens them reports it";
   }
-  std::string refusal = "of an earlier try";
-  EXPECT_THAT(MultiFileSystem::open({folder.path()}, refusal)->roots(), ElementsAre(folder.path()));
-  EXPECT_EQ(refusal, "");
+  EXPECT_THAT((*MultiFileSystem::open({folder.path()}))->roots(), ElementsAre(folder.path()));
 }
 
 TEST(ARoot, ThatIsGoneIsNotStoodInForByTheNext) {
@@ -224,19 +222,16 @@ TEST(ARoot, ThatIsGoneIsNotStoodInForByTheNext) {
   const MultiFileSystem fileSystem({folder / "first", folder / "second"});
   EXPECT_EQ(pathOf(fileSystem.find("a.xml")), folder / "second/a.xml");
   fs::remove(folder / "first");
-  std::string refusal;
-  EXPECT_EQ(fileSystem.find("a.xml", &refusal), std::nullopt);
   const std::string fault = "cannot be found, since the resource root \"" + (folder / "first").string() +
                             "\" is not the folder any more that it was";
-  EXPECT_EQ(refusal, fault);
-  EXPECT_EQ(fileSystem.locationFor("b.xml", &refusal), std::nullopt);
+  EXPECT_EQ(faultOf(fileSystem.find("a.xml")), fault);
+  EXPECT_FALSE(fileSystem.locationFor("b.xml"));
   fs::create_directory(folder / "in between");
   fs::create_directory(folder / "first");  // as the empty folder where a drive was
-  EXPECT_EQ(fileSystem.find("a.xml", &refusal), std::nullopt);
-  EXPECT_EQ(refusal, fault);
+  EXPECT_EQ(faultOf(fileSystem.find("a.xml")), fault);
   EXPECT_FALSE(fileSystem.holdNoFile("a.xml")) << "the drive may hold one";
   folder.write("first/a.xml", "<r/>");
-  EXPECT_EQ(fileSystem.find("a.xml", &refusal), std::nullopt) << "of whom, nobody knows";
+  EXPECT_FALSE(fileSystem.find("a.xml")) << "of whom, nobody knows";
 }
 
 TEST(ARoot, ThatIsTheOnlyOneMayBeMadeAnew) {
@@ -244,9 +239,7 @@ TEST(ARoot, ThatIsTheOnlyOneMayBeMadeAnew) {
   fs::create_directory(folder / "root");
   const MultiFileSystem fileSystem({folder / "root"});
   fs::remove(folder / "root");
-  std::string refusal;
-  EXPECT_EQ(fileSystem.find("a.xml", &refusal), std::nullopt);
-  EXPECT_EQ(refusal, "") << "it holds nothing, which is no fault";
+  EXPECT_TRUE(isMissing(fileSystem.find("a.xml"))) << "it holds nothing";
   folder.write("root/a.xml", "<r/>");
   EXPECT_EQ(pathOf(fileSystem.find("a.xml")), folder / "root/a.xml");
 }
@@ -258,15 +251,14 @@ TEST(ARoot, ThatIsExchangedIsNotReadWhereThereAreSeveral) {
   const MultiFileSystem fileSystem({folder / "first", folder / "second"});
   fs::rename(folder / "first", folder / "gone");
   folder.write("first/a.xml", "<stranger/>");
-  std::string refusal;
-  EXPECT_EQ(fileSystem.find("a.xml", &refusal), std::nullopt);
-  EXPECT_THAT(refusal, HasSubstr("/first\" is not the folder any more that it was"));
+  EXPECT_THAT(faultOf(fileSystem.find("a.xml")),
+              HasSubstr("/first\" is not the folder any more that it was"));
 }
 
 TEST(AFileSystem, WithoutRootsHoldsNothing) {
   const MultiFileSystem fileSystem({});
-  EXPECT_EQ(fileSystem.find("a.xml"), std::nullopt);
-  EXPECT_EQ(fileSystem.locationFor("a.xml"), std::nullopt);
+  EXPECT_TRUE(isMissing(fileSystem.find("a.xml")));
+  EXPECT_TRUE(isMissing(fileSystem.locationFor("a.xml")));
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ std::string hintOf(const std::string& text) {
   if (const auto found = message.find(parsers); found != std::string::npos)
     message.erase(found, parsers.size());
   const std::size_t begin = message.find(" (");
-  const std::size_t end = message.rfind("); the file was not loaded: correct it there");
+  const std::size_t end = message.rfind("); the file was not loaded; correct it there");
   return begin == std::string::npos || end == std::string::npos ? ""
                                                                 : message.substr(begin + 2, end - begin - 2);
 }

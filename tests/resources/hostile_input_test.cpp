@@ -50,7 +50,7 @@ TEST(AMalformedFile, IsRefusedWithResourcePlaceAndReason) {
       {"a comment without an end", "<r><!-- ", "a.xml:1:4: unclosed token"},
       {"a merge conflict", "<r>\n<<<<<<< HEAD\n<a/>\n=======\n",
        "a.xml:2:2: not well-formed (invalid token) (a "
-       "merge-conflict marker stands here: finish the merge there); the file was not loaded: correct it "
+       "merge-conflict marker stands here: finish the merge there); the file was not loaded; correct it "
        "there"},
       {"an encoding that nobody knows", "<?xml version='1.0' encoding='x-none'?><r/>",
        "a.xml:1:31: the encoding \"x-none\" is not supported"},

@@ -13,7 +13,6 @@ namespace {
 
 using Tal::ByteBuffer;
 using Tal::Xml::NodeIndex;
-using Tal::Xml::ParseError;
 using Tal::Xml::Tree;
 
 /// Every element's tag, number of children and text, in document order.
@@ -53,9 +52,8 @@ TEST(TheQuickParser, TakesNothingThatTheFullParserRefusesAndReadsItAlike) {
     if (!Tal::Xml::parseQuickly(parsed)) continue;
     ++plainCount;
     Tree plain(std::move(parsed));
-    ParseError error;
-    std::optional<Tree> full = Tal::Xml::parseAny(ByteBuffer::copyOf(text), error);
-    ASSERT_TRUE(full) << error.reason << '\n' << text;
+    Tal::Result<Tree> full = Tal::Xml::parseAny(ByteBuffer::copyOf(text));
+    ASSERT_TRUE(full) << textOf(full.fault()) << '\n' << text;
     ASSERT_EQ(outlineOf(plain), outlineOf(*full)) << text;
     ASSERT_EQ(withAdditions(plain), withAdditions(*full)) << text;
   }
@@ -66,9 +64,8 @@ TEST(ADocument, WithoutEditsIsWrittenAsItWasRead) {
   RandomDocuments documents(2);
   for (int round = 0; round < 600; ++round) {
     const std::string text = documents.document();
-    ParseError error;
-    const std::optional<Tree> tree = Tal::Xml::parse(ByteBuffer::copyOf(text), error);
-    ASSERT_TRUE(tree) << error.reason << '\n' << text;
+    const Tal::Result<Tree> tree = Tal::Xml::parse(ByteBuffer::copyOf(text));
+    ASSERT_TRUE(tree) << textOf(tree.fault()) << '\n' << text;
     ASSERT_EQ(tree->serialise(), text);
   }
 }
@@ -108,14 +105,13 @@ TEST(ADocument, ReadsBackAsItStandsAfterAnyEdits) {
   RandomDocuments documents(3);
   for (int round = 0; round < 600; ++round) {
     const std::string text = documents.document();
-    ParseError error;
-    std::optional<Tree> tree = Tal::Xml::parse(ByteBuffer::copyOf(text), error);
+    Tal::Result<Tree> tree = Tal::Xml::parse(ByteBuffer::copyOf(text));
     ASSERT_TRUE(tree);
     for (int edit = 0; edit < 12; ++edit) {
       editAnything(*tree, documents);
       const std::string written = tree->serialise();
-      const std::optional<Tree> again = Tal::Xml::parse(ByteBuffer::copyOf(written), error);
-      ASSERT_TRUE(again) << error.reason << '\n' << text << "\n----\n" << written;
+      const Tal::Result<Tree> again = Tal::Xml::parse(ByteBuffer::copyOf(written));
+      ASSERT_TRUE(again) << textOf(again.fault()) << '\n' << text << "\n----\n" << written;
       ASSERT_EQ(outlineOf(*again), outlineOf(*tree)) << text << "\n----\n" << written;
     }
   }
@@ -125,9 +121,8 @@ TEST(ADocument, ThatWasSavedIsEditedLikeOneThatWasReadFromThere) {
   RandomDocuments documents(5);
   for (int round = 0; round < 600; ++round) {
     const std::string text = documents.document();
-    ParseError error;
-    std::optional<Tree> kept = Tal::Xml::parse(ByteBuffer::copyOf(text), error);
-    std::optional<Tree> readAnew = Tal::Xml::parse(ByteBuffer::copyOf(text), error);
+    Tal::Result<Tree> kept = Tal::Xml::parse(ByteBuffer::copyOf(text));
+    Tal::Result<Tree> readAnew = Tal::Xml::parse(ByteBuffer::copyOf(text));
     ASSERT_TRUE(kept && readAnew);
     for (int save = 0; save < 6; ++save) {
       for (std::size_t edit = documents.below(3) + 1; edit > 0; --edit) {
@@ -138,7 +133,7 @@ TEST(ADocument, ThatWasSavedIsEditedLikeOneThatWasReadFromThere) {
       const std::string written = kept->serialise();
       ASSERT_EQ(readAnew->serialise(), written) << text;
       kept->noteSaved();
-      readAnew = Tal::Xml::parse(ByteBuffer::copyOf(written), error);
+      readAnew = Tal::Xml::parse(ByteBuffer::copyOf(written));
       ASSERT_TRUE(readAnew);
     }
   }
@@ -148,9 +143,8 @@ TEST(ADamagedDocument, IsReadOrRefusedButNeverHarmful) {
   RandomDocuments documents(4);
   for (int round = 0; round < 2'000; ++round) {
     const std::string text = documents.damaged(documents.document());
-    ParseError error;
-    const std::optional<Tree> tree = Tal::Xml::parse(ByteBuffer::copyOf(text), error);
-    EXPECT_NE(tree.has_value(), !error.reason.empty());
+    const Tal::Result<Tree> tree = Tal::Xml::parse(ByteBuffer::copyOf(text));
+    if (!tree) EXPECT_FALSE(tree.fault().what.empty());
     if (tree) {
       EXPECT_EQ(tree->serialise(), text);
     }

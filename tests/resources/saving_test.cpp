@@ -475,8 +475,10 @@ TEST(ASaveGroup, SaysWhenADocumentCouldNotBeWrittenAndWritesTheOthers) {
     openResource(name)->setValue("2");
     EXPECT_TRUE(openResource(name)->save());
   }
-  EXPECT_FALSE(group.commit());
-  EXPECT_EQ(recorder.criticalCount(), 1);
+  const Tal::Result<void> committed = group.commit();
+  ASSERT_FALSE(committed);
+  EXPECT_THAT(committed.fault().what, HasSubstr("cannot save \"a.xml\""));
+  EXPECT_EQ(recorder.criticalCount(), 0) << "it is for the caller to say";
   EXPECT_EQ(root.read("a.xml"), "<r>1</r>");
   EXPECT_EQ(root.read("b.xml"), "<r>2</r>");
   EXPECT_EQ(openResource("a.xml")->value(), "2");

@@ -24,7 +24,7 @@ constexpr int kSturdyHealth = 10;
 // The volume of the bounding box; nothing when the visual cannot be opened.
 std::optional<float> volumeOf(const std::string& modelName) {
   const std::string path = Utilities::getVisualPath(modelName);
-  if (!FS::MultiFileSystem::refusalOf(path).empty()) return std::nullopt;  // asked for, it would be reported
+  if (!FS::MultiFileSystem::checkName(path)) return std::nullopt;  // asked for, it would be reported
   const auto visual = FS::Utils::openSection(path, false, nullptr);
   if (!visual) return std::nullopt;
   const Vector3 min = visual->readVector3("boundingBox/min", Vector3::zero());

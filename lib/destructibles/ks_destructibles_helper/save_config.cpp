@@ -81,7 +81,7 @@ bool KsDestructiblesHelper::writeToFile() {
   } else if (!category.empty()) {
     writeEntry(*categorySection, entry);
   }
-  if (!saves.commit()) return false;
+  if (!saves.commitOrReport()) return false;
   unwritten.setEdited(false);
   noteSaved(contentStamp, root->contentStamp());
   return true;

@@ -32,14 +32,12 @@ class SaveQueue {
 
   bool isOpen() const noexcept { return depth_ > 0; }
 
-  /// A lock that keeps other programs from saving a file for as long as anybody has it: whoever asks while
-  /// somebody has the lock of the file that is there now shares it. Null, with a critical message, when
-  /// another program does not let go of the file.
-  [[nodiscard]] std::shared_ptr<const FileLock> hold(const std::filesystem::path& file);
+  /// Locks `file` against other programs; shared within this process. A fault when another program does not
+  /// let go of it.
+  Result<std::shared_ptr<const FileLock>> hold(const std::filesystem::path& file);
 
-  /// Has that lock until the outermost group closes; a group must be open. False when another
-  /// program does not let go of the file.
-  [[nodiscard]] bool lock(const std::filesystem::path& file);
+  /// Has that lock until the outermost group closes; a group must be open.
+  Result<void> lock(const std::filesystem::path& file);
 
   /// How long `hold` and `lock` wait for another program; for tests.
   void setPatience(std::chrono::milliseconds patience) noexcept { patience_ = patience; }
@@ -52,13 +50,11 @@ class SaveQueue {
   /// so.
   bool refuseValue(BasicStringRef key, BasicStringRef reason);
 
-  /// Closes a group; the outermost one writes what was put down, or forgets it. False when a document could
-  /// not be written, or a value was refused and nothing was written; true for an inner group.
-  [[nodiscard]] bool close(bool isCommitted);
+  /// Closes a group; the outermost one writes what was put down, or forgets it. A fault when a document could
+  /// not be written, or a value was refused and nothing was written; none of an inner group.
+  Result<void> close(bool isCommitted);
 
  private:
-  /// Empty, with a critical message, when another program does not let go of the file.
-  std::optional<FileLock> acquire(const std::filesystem::path& file);
   /// Says once for a file that nothing keeps other programs from saving it.
   void warnOfNoLock(const std::filesystem::path& file, const std::string& reason);
 

@@ -4,6 +4,7 @@
 #include <resources/documents/section_cache.h>
 #include <resources/documents/xml_section.h>
 #include <resources/file_system.h>
+#include <resources/files/system_fault.h>
 #include <resources/report.h>
 #include <resources/resource_name.h>
 
@@ -40,17 +41,16 @@ SmartPointer<DataSection> rootOf(const SmartPointer<SectionDocument>& document) 
 
 /// Whether a resource may not be used, which is for who opens it to report.
 bool isRefused(const FS::MultiFileSystem& fileSystem, BasicStringRef resourceName) {
-  std::string refusal;
-  static_cast<void>(fileSystem.find(resourceName, &refusal));
-  return !refusal.empty();
+  const auto place = fileSystem.find(resourceName);
+  return !place && place.fault().kind != FaultKind::missing;
 }
 
-/// What is opened to be saved is kept from other programs until it is; false when one of them has it.
-bool lockForSaving(const FS::MultiFileSystem& fileSystem, const std::string& name) {
-  if (!SaveQueue::instance().isOpen()) return true;
-  std::string refusal;  // to be reported by who opens it
-  const auto place = fileSystem.find(name, &refusal);
-  return !place || SaveQueue::instance().lock(place->path());
+/// What is opened to be saved is kept from other programs until it is.
+Result<void> lockForSaving(const FS::MultiFileSystem& fileSystem, const std::string& name) {
+  if (!SaveQueue::instance().isOpen()) return {};
+  const auto place = fileSystem.find(name);
+  if (!place) return {};  // to be reported by who opens it
+  return SaveQueue::instance().lock(place->path());
 }
 
 }  // namespace
@@ -69,7 +69,10 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
     return nullptr;
   }
   const std::string name = normalisedName(resourceName);
-  if (!lockForSaving(*fileSystem, name)) return nullptr;
+  if (const auto locked = lockForSaving(*fileSystem, name); !locked) {
+    reportFailedSave(locked.fault());
+    return nullptr;
+  }
   const auto known = entries_.find(name);
   const bool isKnown = known != entries_.end() && known->second.document;
   const bool isToStay = isKnown && isKept(*known->second.document);
@@ -77,6 +80,7 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
   if (isToStay && !isRefused(*fileSystem, resourceName)) return rootOf(known->second.document);
   const auto place = create ? fileSystem->locationFor(resourceName) : fileSystem->find(resourceName);
   if (!place) {
+    FS::reportRefused(resourceName, place.fault());
     const bool isFileGone = isKnown && !isToStay && known->second.document->identity();
     if (isFileGone) drop(known->second);
     return nullptr;
@@ -89,8 +93,10 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
     return root;
   }
   if (const int code = errno; code != ENOENT && code != ENOTDIR) {
-    reportRefusal(shownName(name) + ": " + failedReading("cannot examine the file", code).text +
-                  "; mend that and open it again");
+    Fault fault = failedReading("cannot examine the file", code);
+    fault.file = shownName(name);
+    fault.remedy += " and open it again";
+    reportRefusal(textOf(fault));
     return nullptr;
   }
   if (!create) return nullptr;  // gone since it was found
@@ -111,14 +117,16 @@ SmartPointer<SectionDocument> SectionCache::documentOf(const RootedPath& place,
   drop(entry);
   const bool isRefused = entry.refused && entry.refused->version == identity;
   if (isRefused && !entry.refused->isRecent) return nullptr;
-  SectionDocument::Refusal refusal;
-  entry.document = SectionDocument::read(place, refusal);
-  if (!entry.document) {
-    if (!isRefused || entry.refused->text != refusal.text) reportRefusal(refusal.text);
+  auto document = SectionDocument::read(place);
+  if (!document) {
+    const std::string text = textOf(document.fault());
+    if (!isRefused || entry.refused->text != text) reportRefusal(text);
     entry.refused = std::nullopt;
-    if (refusal.isOfContent) entry.refused = Refused{identity, refusal.text, isRecent(identity)};
+    if (document.fault().kind == FaultKind::malformed)
+      entry.refused = Refused{identity, text, isRecent(identity)};
     return nullptr;
   }
+  entry.document = *std::move(document);
   entry.refused = std::nullopt;
   if (entry.saved) entry.document->recognise(*std::exchange(entry.saved, {}));
   if (std::exchange(entry.isFlushPending, false)) entry.document->markFlushPending();

@@ -1,4 +1,3 @@
-#include <core/debug_message.h>
 #include <core/display_text.h>
 #include <resources/documents/section_document.h>
 #include <resources/file_system.h>
@@ -17,24 +16,18 @@ namespace {
 constexpr int kAttempts = 3;  // to replace a file that other programs touch at the same time
 constexpr BasicStringRef kEmptyDocument = "<root></root>\n";
 
-std::string placeOf(const std::string& resourceName, const Xml::ParseError& error) {
-  if (error.line == 0) return resourceName;
-  return resourceName + ':' + std::to_string(error.line) + ':' + std::to_string(error.column);
+/// The fault of a save that failed.
+Fault failedSave(BasicStringRef resourceName, Fault fault, BasicStringRef rest) {
+  fault.what = "cannot save " + quotedName(resourceName) + ": " + fault.what + std::string(rest);
+  fault.remedy += " and save again";
+  return fault;
 }
 
-void reportFailedSave(const std::string& resourceName, const std::string& reason) {
-  DebugMessageHelper::criticalMessage("lib/resources/documents/section_document", __LINE__,
-                                      "cannot save %s: %s", quotedName(resourceName).c_str(), reason.c_str());
-}
-
-std::string reasonOf(const FileFailure& failure) {
-  if (failure.isChanged) return failure.text;
-  return failure.text +
-         (failure.isReplaced ? "; the new content may be lost in a power cut" : "; the old file is whole");
-}
-
-std::string adviceOf(const FileFailure& failure) {
-  return ": " + failure.hint + " and save again";
+/// What a step that failed has left in the file's place.
+BasicStringRef outcomeOf(const Fault& fault) {
+  if (fault.kind == FaultKind::changed) return "";
+  return fault.kind == FaultKind::unflushed ? "; the new content may be lost in a power cut"
+                                            : "; the old file is whole";
 }
 
 struct Parsed {
@@ -43,15 +36,15 @@ struct Parsed {
   std::optional<Fingerprint> converted;  ///< of the file's bytes, where the encoding may make others of them
 };
 
-std::optional<Parsed> parsedFrom(ByteBuffer bytes, Xml::ParseError& error) {
-  const auto encoding = Xml::detectEncoding(bytes.view(), error);
-  if (!encoding) return std::nullopt;
+Result<Parsed> parsedFrom(ByteBuffer bytes) {
+  const auto encoding = Xml::detectEncoding(bytes.view());
+  if (!encoding) return encoding.fault();
   std::optional<Fingerprint> converted;
   if (*encoding != Xml::Encoding::utf8) converted = fingerprintOf(PiecedText(bytes.view()));
-  std::optional<ByteBuffer> utf8 = Xml::toUtf8(std::move(bytes), *encoding, error);
-  if (!utf8) return std::nullopt;
-  std::optional<Xml::Tree> tree = Xml::parse(*std::move(utf8), error);
-  if (!tree) return std::nullopt;
+  Result<ByteBuffer> utf8 = Xml::toUtf8(std::move(bytes), *encoding);
+  if (!utf8) return std::move(utf8).fault();
+  Result<Xml::Tree> tree = Xml::parse(*std::move(utf8));
+  if (!tree) return std::move(tree).fault();
   return Parsed{*std::move(tree), *encoding, converted};
 }
 
@@ -90,31 +83,30 @@ SectionDocument::SectionDocument(const RootedPath& place, Xml::Tree tree, Xml::E
   noteIdentity(identity);
 }
 
-SmartPointer<SectionDocument> SectionDocument::read(const RootedPath& place, Refusal& refusal) {
-  const std::string name = shownName(place.name.native());
-  FileContent content;
-  if (const auto failure = readFile(place.path(), Xml::kLargestSource, content)) {
-    refusal = {name + ": " + failure->text + "; " + failure->hint + " and open it again", false};
-    return nullptr;
-  }
-  Xml::ParseError error;
-  std::optional<Parsed> parsed = parsedFrom(std::move(content.bytes), error);
+Result<SmartPointer<SectionDocument>> SectionDocument::read(const RootedPath& place) {
+  const auto refused = [&place](Fault fault, BasicStringRef rest, BasicStringRef remedy) {
+    fault.file = shownName(place.name.native());
+    fault.what += rest;
+    fault.remedy = remedy;
+    return fault;
+  };
+  Result<FileContent> content = readFile(place.path(), Xml::kLargestSource);
+  if (!content) return refused(content.fault(), "", content.fault().remedy + " and open it again");
+  Result<Parsed> parsed = parsedFrom(std::move(content->bytes));
   if (!parsed) {
-    refusal = {placeOf(name, error) + ": " + error.reason + "; the file was not loaded: correct it there",
-               true};
-    return nullptr;
+    const std::string& remedy = parsed.fault().remedy;
+    return refused(parsed.fault(), "; the file was not loaded", remedy.empty() ? "correct it there" : remedy);
   }
   SmartPointer<SectionDocument> document =
-      new SectionDocument(place, std::move(parsed->tree), parsed->encoding, content.identity);
+      new SectionDocument(place, std::move(parsed->tree), parsed->encoding, content->identity);
   document->base_ = parsed->converted;
   return document;
 }
 
 SmartPointer<SectionDocument> SectionDocument::make(const RootedPath& place) {
-  Xml::ParseError error;
-  std::optional<Xml::Tree> tree = Xml::parse(ByteBuffer::copyOf(kEmptyDocument), error);
+  Result<Xml::Tree> tree = Xml::parse(ByteBuffer::copyOf(kEmptyDocument));
   if (!tree) return nullptr;
-  return new SectionDocument(place, std::move(*tree), Xml::Encoding::utf8, std::nullopt);
+  return new SectionDocument(place, *std::move(tree), Xml::Encoding::utf8, std::nullopt);
 }
 
 void SectionDocument::noteIdentity(const std::optional<FileIdentity>& identity) {
@@ -140,8 +132,8 @@ bool SectionDocument::isBaseInFile() {
     if (isNext) rest.remove_prefix(piece.size());
     return isNext;
   };
-  FileIdentity identity;
-  if (!readPieces(place_.path(), isSame, identity) || !rest.empty()) return false;
+  const std::optional<FileIdentity> identity = readPieces(place_.path(), isSame);
+  if (!identity || !rest.empty()) return false;
   if (base_ && fingerprint.fingerprint() != *base_) return false;
   noteIdentity(identity);
   return true;
@@ -182,71 +174,71 @@ void SectionDocument::recognise(const SavedContent& saved) {
   contentStamp_ = saved.stamp;
 }
 
-bool SectionDocument::write(BasicStringRef resourceName) {
+Result<void> SectionDocument::write(BasicStringRef resourceName) {
   const bool isOwn = resourceName.empty() || normalisedName(resourceName) == this->resourceName();
   return isOwn ? writeOwn() : writeOther(resourceName);
 }
 
-bool SectionDocument::writeOwn() {
+Result<void> SectionDocument::writeOwn() {
   markSavePending();
   // Opened once: a link that is put there meanwhile leads nowhere else.
-  OpenPlace place;
-  if (const auto failure = place.open(place_)) {
-    reportFailedSave(resourceName(), reasonOf(*failure) + "; the edits are kept" + adviceOf(*failure));
-    return false;
-  }
-  return writeOwnAt(place);
+  auto place = OpenPlace::open(place_);
+  Result<void> written = place ? writeOwnAt(*place) : Result<void>(place.fault());
+  if (written) return written;
+  const BasicStringRef rest = outcomeOf(written.fault());
+  return failedSave(resourceName(), std::move(written).fault(), rest);
 }
 
-bool SectionDocument::writeOwnAt(const OpenPlace& place) {
+Result<void> SectionDocument::writeOwnAt(const OpenPlace& place) {
   const Bytes bytes(*this);
-  std::optional<FileFailure> failure;
+  Result<void> written;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    std::optional<FileIdentity> version = place.identity();
+    const auto standing = place.look();
+    if (!standing) return standing.fault();
+    std::optional<FileIdentity> version = standing->file;
     if (version) {
-      if ((version != identity_ || isRecent_) && !adoptFile(place, bytes)) return false;
+      if (version != identity_ || isRecent_)
+        if (auto adopted = adoptFile(place, bytes); !adopted) return adopted;
       if (!isFlushPending_ && isBase(bytes)) {
         noteSaved();
-        return true;
+        return {};
       }
       version = identity_;
     }
-    failure = replaceVersion(place, bytes.text(), version);
-    noteReplaced(place, bytes, failure, version);
-    if (!failure) return true;
-    if (!failure->isChanged) break;
+    auto replaced = replaceVersion(place, bytes.text(), version);
+    if (replaced) {
+      noteReplaced(bytes, *replaced);
+      return std::move(replaced->flushed);
+    }
+    written = std::move(replaced).fault();
+    if (written.fault().kind != FaultKind::changed) break;
   }
-  reportFailedSave(resourceName(), reasonOf(*failure) + "; the edits are kept" + adviceOf(*failure));
-  return false;
+  return written;
 }
 
-bool SectionDocument::adoptFile(const OpenPlace& place, const Bytes& bytes) {
-  FileContent content;
-  if (const auto failure = readFile(place, Xml::kLargestSource, content)) {
-    reportFailedSave(resourceName(), failure->text + "; the edits are kept" + adviceOf(*failure));
-    return false;
-  }
-  const Bytes onDisk(content);
-  const bool isOurs = isBase(onDisk) || bytes.text() == content.bytes.view();
+Result<void> SectionDocument::adoptFile(const OpenPlace& place, const Bytes& bytes) {
+  Result<FileContent> content = readFile(place, Xml::kLargestSource);
+  if (!content) return content.fault();
+  const Bytes onDisk(*content);
+  const bool isOurs = isBase(onDisk) || bytes.text() == content->bytes.view();
   const Fingerprint fingerprint = onDisk.fingerprint();
+  constexpr BasicStringRef kForeign = "another program has changed the file since it was read";
   if (!isOurs) {
-    Xml::ParseError error;
-    if (!parsedFrom(std::move(content.bytes), error)) {
-      reportFailedSave(resourceName(), "another program has changed the file since it was read, and " +
-                                           placeOf(shownName(resourceName()), error) + ": " + error.reason +
-                                           "; nothing was written and the edits are kept: correct the file "
-                                           "and save again");
-      return false;
+    if (auto parsed = parsedFrom(std::move(content->bytes)); !parsed) {
+      Fault fault = std::move(parsed).fault();
+      fault.file = shownName(resourceName());
+      return Fault{
+          FaultKind::changed,
+          std::string(kForeign) + ", and " + placeOf(fault) + ": " + fault.what + "; nothing was written",
+          "correct the file"};
     }
   }
-  noteIdentity(content.identity);
+  noteIdentity(content->identity);
   base_ = fingerprint;
-  if (isOurs) return true;
-  reportFailedSave(
-      resourceName(),
-      "another program has changed the file since it was read; nothing was written and the edits "
-      "are kept: save again to put them in the place of that change");
-  return false;
+  if (isOurs) return {};
+  return Fault{FaultKind::changed,
+               std::string(kForeign) + "; nothing was written, but a second save replaces that change",
+               "look at that change"};
 }
 
 bool SectionDocument::isBase(const Bytes& bytes) const {
@@ -254,14 +246,11 @@ bool SectionDocument::isBase(const Bytes& bytes) const {
   return identity_ && bytes.text() == tree_.source();
 }
 
-void SectionDocument::noteReplaced(const OpenPlace& place, const Bytes& bytes,
-                                   const std::optional<FileFailure>& failure,
-                                   const std::optional<FileIdentity>& version) {
-  if (failure && !failure->isReplaced) return;
-  noteIdentity(failure ? place.identity() : version);
+void SectionDocument::noteReplaced(const Bytes& bytes, const Replaced& replaced) {
+  noteIdentity(replaced.version);
   base_ = bytes.fingerprint();
-  isFlushPending_ = failure.has_value();
-  if (!failure) noteSaved();
+  isFlushPending_ = !replaced.flushed;
+  if (replaced.flushed) noteSaved();
 }
 
 void SectionDocument::noteSaved() noexcept {
@@ -270,26 +259,24 @@ void SectionDocument::noteSaved() noexcept {
   isSavePending_ = false;
 }
 
-bool SectionDocument::writeOther(BasicStringRef resourceName) const {
+Result<void> SectionDocument::writeOther(BasicStringRef resourceName) const {
   const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
-  const auto rooted = fileSystem == nullptr ? std::nullopt : fileSystem->locationFor(resourceName);
-  if (!rooted) {
-    reportFailedSave(std::string(resourceName),
-                     "it has no place below the resource roots; give another name");
-    return false;
+  if (fileSystem == nullptr) {
+    return failedSave(resourceName, {FaultKind::refused, "no resource roots are set up", "set some up"}, "");
   }
-  OpenPlace place;
-  std::optional<FileFailure> failure = place.open(*rooted);
-  if (!failure) {
-    const Bytes bytes(*this);
-    FileContent content;
-    const bool isThere = place.identity() && !readFile(place, Xml::kLargestSource, content);
-    if (isThere && bytes.text() == content.bytes.view()) return true;
-    failure = replaceFile(place, bytes.text());
-    if (!failure) return true;
+  const auto rooted = fileSystem->locationFor(resourceName);
+  if (!rooted) return failedSave(resourceName, rooted.fault(), "");
+  auto place = OpenPlace::open(*rooted);
+  if (!place) return failedSave(resourceName, place.fault(), "");
+  const Bytes bytes(*this);
+  if (place->identity()) {
+    const auto content = readFile(*place, Xml::kLargestSource);
+    if (content && bytes.text() == content->bytes.view()) return {};
   }
-  reportFailedSave(std::string(resourceName), reasonOf(*failure) + adviceOf(*failure));
-  return false;
+  Result<void> written = replaceFile(*place, bytes.text());
+  if (written) return written;
+  const BasicStringRef rest = outcomeOf(written.fault());
+  return failedSave(resourceName, std::move(written).fault(), rest);
 }
 
 }  // namespace Tal

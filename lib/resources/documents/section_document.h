@@ -1,12 +1,13 @@
 #pragma once
 
 #include <core/reference_count.h>
+#include <core/result.h>
 #include <core/smart_pointer.h>
 #include <resources/bytes/fingerprint.h>
 #include <resources/bytes/pieced_text.h>
 #include <resources/derivation.h>
 #include <resources/file_identity.h>
-#include <resources/files/file_failure.h>
+#include <resources/files/atomic_file.h>
 #include <resources/files/open_place.h>
 #include <resources/xml/encoding.h>
 #include <resources/xml/tree.h>
@@ -27,15 +28,9 @@ class SectionDocument : public SafeReferenceCount {
     std::uint64_t stamp;
   };
 
-  /// Why a file could not be opened as a document.
-  struct Refusal {
-    std::string text;          ///< one line, what to do included
-    bool isOfContent = false;  ///< the file is refused as long as it stays as it is
-  };
-
-  /// Reads and parses the file of a resource, by its place and normalised name. Null when that fails;
-  /// `refusal` then says why.
-  static SmartPointer<SectionDocument> read(const RootedPath& place, Refusal& refusal);
+  /// Reads and parses the file of a resource, by its place and normalised name. Never null. A fault of the
+  /// kind `malformed` lasts as long as the file stays as it is.
+  static Result<SmartPointer<SectionDocument>> read(const RootedPath& place);
 
   /// A document that is in no file yet; saving makes it.
   static SmartPointer<SectionDocument> make(const RootedPath& place);
@@ -85,7 +80,7 @@ class SectionDocument : public SafeReferenceCount {
 
   /// Writes the document to its own file (empty name) or to another resource; see DataSection::save. A save
   /// group does not delay it.
-  bool write(BasicStringRef resourceName);
+  Result<void> write(BasicStringRef resourceName);
 
  private:
   class Bytes;
@@ -94,20 +89,18 @@ class SectionDocument : public SafeReferenceCount {
                   std::optional<FileIdentity> identity);
 
   const std::string& resourceName() const noexcept { return place_.name.native(); }
-  bool writeOwn();
+  Result<void> writeOwn();
   /// The same in the folder that is open.
-  bool writeOwnAt(const OpenPlace& place);
-  bool writeOther(BasicStringRef resourceName) const;
-  /// Takes the version of the file that is there now as the one to replace. False when that is somebody
-  /// else's work; what cannot be read, or is not well-formed, is not taken either. Each case is reported.
-  bool adoptFile(const OpenPlace& place, const Bytes& bytes);
+  Result<void> writeOwnAt(const OpenPlace& place);
+  Result<void> writeOther(BasicStringRef resourceName) const;
+  /// Takes the version of the file that is there now as the one to replace. A fault when that is somebody
+  /// else's work, and when it cannot be read or is not well-formed, in which case it is not taken.
+  Result<void> adoptFile(const OpenPlace& place, const Bytes& bytes);
   /// Whether the bytes are the version of the file that this document was last in step with.
   bool isBase(const Bytes& bytes) const;
   /// The same of the file, whose identity is taken over when it is.
   bool isBaseInFile();
-  /// What an attempt to replace the file by the bytes has come to; `version` is the new one.
-  void noteReplaced(const OpenPlace& place, const Bytes& bytes, const std::optional<FileFailure>& failure,
-                    const std::optional<FileIdentity>& version);
+  void noteReplaced(const Bytes& bytes, const Replaced& replaced);
   void noteIdentity(const std::optional<FileIdentity>& identity);
   void noteSaved() noexcept;
 

@@ -98,7 +98,10 @@ void XmlSection::removeChildren() {
 }
 
 bool XmlSection::save(BasicStringRef fileName) {
-  return SaveQueue::instance().put(document_, fileName) || document_->write(fileName);
+  if (SaveQueue::instance().put(document_, fileName)) return true;
+  const Result<void> written = document_->write(fileName);
+  if (!written) reportFailedSave(written.fault());
+  return static_cast<bool>(written);
 }
 
 bool XmlSection::canName(BasicStringRef tag) const {

@@ -2,11 +2,12 @@
 #include <resources/files/atomic_file.h>
 #include <resources/files/file_attributes.h>
 #include <resources/files/file_descriptor.h>
-#include <resources/files/file_failure.h>
+
 #include <resources/files/file_lock.h>
 #include <resources/files/folder_names.h>
 #include <resources/files/new_folder.h>
 #include <resources/files/retry_on_eintr.h>
+#include <resources/files/system_fault.h>
 
 #include <sys/stat.h>
 
@@ -55,25 +56,27 @@ bool isForOthersToSet(int code) {
   return code == EPERM || code == EINVAL;
 }
 
-/// Looks at the file that is to be replaced. A link is as nothing: it leads to nothing, or was none when the
-/// place was opened.
-std::optional<FileFailure> examine(const OpenPlace& place, const std::string& name, struct stat& status,
-                                   bool& isThere) {
-  if (::fstatat(place.folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-    return errno == ENOENT ? std::nullopt : std::optional(failedStep("examining", place.path(), errno));
-  isThere = !S_ISLNK(status.st_mode);
-  if (!isThere) return std::nullopt;
+/// The file that is to be replaced; empty when there is none. A link is as nothing: it leads to nothing, or
+/// was none when the place was opened. A fault when it must not be replaced.
+Result<std::optional<struct stat>> examine(const OpenPlace& place, const std::string& name) {
+  struct stat status {};
+  if (::fstatat(place.folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (errno != ENOENT) return failedStep("examining", place.path(), errno);
+    return std::optional<struct stat>();
+  }
+  if (S_ISLNK(status.st_mode)) return std::optional<struct stat>();
   if (S_ISDIR(status.st_mode)) return failedStep("replacing", place.path(), EISDIR);
   if (!S_ISREG(status.st_mode))
-    return FileFailure{quotedName(place.path().native()) + " is no regular file", "move it away"};
+    return Fault{FaultKind::refused, quotedName(place.path().native()) + " is no regular file",
+                 "move it away"};
   // Replacing needs no permission on the file itself; but who protects a file means its content.
   const bool isProtected = (status.st_mode & kAnyWrite) == 0;
   if (isProtected || ::faccessat(place.folder(), name.c_str(), W_OK, 0) != 0)
     return failedStep("replacing the protected file", place.path(), isProtected ? EACCES : errno);
-  return std::nullopt;
+  return std::optional(status);
 }
 
-/// One replacement, step by step; each step gives the failure that ends it.
+/// One replacement, step by step; each step gives the fault that ends it.
 class Replacement {
  public:
   explicit Replacement(const OpenPlace& place) : place_(place) {}
@@ -90,18 +93,24 @@ class Replacement {
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
 
-  std::optional<FileFailure> run(const PiecedText& content) {
-    if (auto failure = examine(place_, pattern_, old_, isOldThere_)) return failure;
+  Result<Replaced> run(const PiecedText& content) {
+    auto old = examine(place_, pattern_);
+    if (!old) return std::move(old).fault();
+    old_ = *old;
     removeLeftOvers();
-    if (auto failure = open()) return failure;
-    if (auto failure = write(content)) return failure;
-    if (auto failure = flushAndClose()) return failure;
-    if (isVersionGiven_ && place_.identity() != version_) return changed();
-    if (!rename()) return errno == EEXIST ? changed() : fail("renaming to");
+    if (auto done = prepare(content); !done) return std::move(done).fault();
+    if (isVersionGiven_) {
+      const auto now = place_.look();
+      if (!now) return now.fault();
+      if (now->file != version_) return changed();
+    }
+    if (!rename()) return errno == EEXIST ? changed() : failedStep("renaming to", place_.path(), errno);
     isTemporaryThere_ = false;
-    return flushFolderOfFile();
+    Result<void> flushed = flushFolderOfFile();
+    return Replaced{identity(), std::move(flushed)};
   }
 
+ private:
   /// The new file's identity. Renaming touches the time of change; if anything else of it is not as it was
   /// left, another program has been there.
   std::optional<FileIdentity> identity() const {
@@ -112,33 +121,38 @@ class Replacement {
     return *now == expected ? now : std::nullopt;
   }
 
- private:
   int folder() const { return place_.folder(); }
   fs::path temporaryPath() const { return place_.path().parent_path() / temporary_; }
 
-  std::optional<FileFailure> fail(const char* step) const { return failedStep(step, place_.path(), errno); }
-  std::optional<FileFailure> failTemporary(const char* step) const {
-    return failedStep(step, temporaryPath(), errno);
+  Fault failTemporary(const char* step) const { return failedStep(step, temporaryPath(), errno); }
+
+  Fault changed() const {
+    return {FaultKind::changed,
+            "another program has changed " + quotedName(place_.path().native()) + " meanwhile",
+            "look at that change"};
   }
 
-  std::optional<FileFailure> changed() const {
-    return FileFailure{"another program has changed " + quotedName(place_.path().native()) + " meanwhile",
-                       "look at that change", true, false};
+  /// Makes the temporary file and brings it to the disk.
+  Result<void> prepare(const PiecedText& content) {
+    if (auto done = open(); !done) return done;
+    if (auto done = write(content); !done) return done;
+    return flushAndClose();
   }
 
-  std::optional<FileFailure> open() {
+  Result<void> open() {
     makeTemporary();
     if (!descriptor_) return failTemporary("making");
     isTemporaryThere_ = true;
     tryLock(descriptor_.get());  // tells others that it is in use
-    return isOldThere_ ? keepOwnerAndRights() : std::nullopt;
+    if (!old_) return {};
+    return keepOwnerAndRights();
   }
 
   /// Under the next name when something of that name is there: where processes get the same few numbers
   /// again and again, a killed one of the same number may have left it.
   void makeTemporary() {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
-    const mode_t mode = isOldThere_ ? kOnlyOwner : kNewFile;  // until it has the old one's rights
+    const mode_t mode = old_ ? kOnlyOwner : kNewFile;  // until it has the old one's rights
     for (int attempt = 0; attempt < kNames; ++attempt) {
       temporary_ = temporaryNameFor(place_.name());
       descriptor_ =
@@ -147,23 +161,23 @@ class Replacement {
     }
   }
 
-  std::optional<FileFailure> keepOwnerAndRights() {
+  Result<void> keepOwnerAndRights() {
     struct stat made {};
     if (::fstat(descriptor_.get(), &made) != 0) return failTemporary("examining");
     // Another owner can be set by few; the group or nothing at all is the best that others can do.
-    const bool isOwnerOther = made.st_uid != old_.st_uid || made.st_gid != old_.st_gid;
-    if (isOwnerOther && !setOwner(old_.st_uid) && !setOwner(made.st_uid) && !isForOthersToSet(errno))
+    const bool isOwnerOther = made.st_uid != old_->st_uid || made.st_gid != old_->st_gid;
+    if (isOwnerOther && !setOwner(old_->st_uid) && !setOwner(made.st_uid) && !isForOthersToSet(errno))
       return failTemporary("setting the owner of");
-    mode_t mode = old_.st_mode & kPermissions;
+    mode_t mode = old_->st_mode & kPermissions;
     if (!copyAttributes(place_.folder(), pattern_, descriptor_.get(), mode))
       return failTemporary("setting the attributes of");
     if (retryOnEintr([&] { return ::fchmod(descriptor_.get(), mode); }) != 0)
       return failTemporary("setting the permissions of");
-    return std::nullopt;
+    return {};
   }
 
   bool setOwner(uid_t owner) const {
-    return retryOnEintr([&] { return ::fchown(descriptor_.get(), owner, old_.st_gid); }) == 0;
+    return retryOnEintr([&] { return ::fchown(descriptor_.get(), owner, old_->st_gid); }) == 0;
   }
 
   /// What processes that were killed while they saved this file have left beside it.
@@ -180,24 +194,24 @@ class Replacement {
   }
 
   /// Small pieces are gathered, so that each call to the system has something to do.
-  std::optional<FileFailure> write(const PiecedText& content) {
+  Result<void> write(const PiecedText& content) {
     std::string gathered;
     for (const BasicStringRef piece : content.pieces()) {
       const bool isLarge = piece.size() >= kWorthACall;
       if (isLarge || gathered.size() >= kWorthACall) {
-        if (auto failure = write(gathered)) return failure;
+        if (auto done = write(gathered); !done) return done;
         gathered.clear();
       }
       if (!isLarge) {
         gathered += piece;
-      } else if (auto failure = write(piece)) {
-        return failure;
+      } else if (auto done = write(piece); !done) {
+        return done;
       }
     }
     return write(gathered);
   }
 
-  std::optional<FileFailure> write(BasicStringRef content) {
+  Result<void> write(BasicStringRef content) {
     while (!content.empty()) {
       const ssize_t count =
           retryOnEintr([&] { return ::write(descriptor_.get(), content.data(), content.size()); });
@@ -205,15 +219,15 @@ class Replacement {
       if (count < 0) return failTemporary("writing");
       content.remove_prefix(static_cast<std::size_t>(count));
     }
-    return std::nullopt;
+    return {};
   }
 
-  std::optional<FileFailure> flushAndClose() {
+  Result<void> flushAndClose() {
     if (retryOnEintr([&] { return ::fsync(descriptor_.get()); }) != 0) return failTemporary("flushing");
     written_ = identityOf(descriptor_.get());
     // An interrupted close has closed the file, whose content is on the disk already.
     if (::close(descriptor_.release()) != 0 && errno != EINTR) return failTemporary("closing");
-    return std::nullopt;
+    return {};
   }
 
   // False, with errno, when it fails.
@@ -224,11 +238,11 @@ class Replacement {
     return retryOnEintr([&] { return ::renameat(folder(), temporary_.c_str(), folder(), to); }) == 0;
   }
 
-  std::optional<FileFailure> flushFolderOfFile() {
-    if (flushFolder(folder())) return std::nullopt;
-    auto failure = fail("flushing the folder of");
-    failure->isReplaced = true;
-    return failure;
+  Result<void> flushFolderOfFile() {
+    if (flushFolder(folder())) return {};
+    Fault fault = failedStep("flushing the folder of", place_.path(), errno);
+    fault.kind = FaultKind::unflushed;
+    return fault;
   }
 
   const OpenPlace& place_;
@@ -236,8 +250,7 @@ class Replacement {
   bool isVersionGiven_ = false;
   std::optional<FileIdentity> version_;
   std::string temporary_;
-  struct stat old_ {};
-  bool isOldThere_ = false;
+  std::optional<struct stat> old_;  ///< the file to be replaced
   bool isTemporaryThere_ = false;
   FileDescriptor descriptor_;
   std::optional<FileIdentity> written_;
@@ -245,36 +258,31 @@ class Replacement {
 
 }  // namespace
 
-std::optional<FileFailure> replaceFile(const OpenPlace& place, const PiecedText& content) {
-  return Replacement(place).run(content);
+Result<void> replaceFile(const OpenPlace& place, const PiecedText& content) {
+  auto replaced = Replacement(place).run(content);
+  if (!replaced) return std::move(replaced).fault();
+  return std::move(replaced->flushed);
 }
 
-std::optional<FileFailure> replaceVersionLike(const std::string& pattern, const OpenPlace& place,
-                                              BasicStringRef content, std::optional<FileIdentity>& version) {
-  Replacement replacement(pattern, place, version);
-  std::optional<FileFailure> failure = replacement.run(PiecedText(content));
-  version = failure && !failure->isReplaced ? std::nullopt : replacement.identity();
-  return failure;
+Result<Replaced> replaceVersion(const OpenPlace& place, const PiecedText& content,
+                                const std::optional<FileIdentity>& version) {
+  return Replacement(place, version).run(content);
 }
 
-std::optional<FileFailure> replaceVersion(const OpenPlace& place, const PiecedText& content,
-                                          std::optional<FileIdentity>& version) {
-  Replacement replacement(place, version);
-  std::optional<FileFailure> failure = replacement.run(content);
-  version = failure ? std::nullopt : replacement.identity();
-  return failure;
+Result<Replaced> replaceVersionLike(const std::string& pattern, const OpenPlace& place,
+                                    BasicStringRef content, const std::optional<FileIdentity>& version) {
+  return Replacement(pattern, place, version).run(PiecedText(content));
 }
 
-std::optional<FileFailure> refusalToReplace(const OpenPlace& place) {
-  struct stat status {};
-  bool isThere = false;
-  return examine(place, place.name(), status, isThere);
+Result<void> checkReplaceable(const OpenPlace& place) {
+  if (auto old = examine(place, place.name()); !old) return std::move(old).fault();
+  return {};
 }
 
-std::optional<FileFailure> removeFile(const OpenPlace& place) {
+Result<void> removeFile(const OpenPlace& place) {
   if (::unlinkat(place.folder(), place.name().c_str(), 0) != 0 && errno != ENOENT)
     return failedStep("removing", place.path(), errno);
-  if (flushFolder(place.folder())) return std::nullopt;
+  if (flushFolder(place.folder())) return {};
   return failedStep("flushing the folder of", place.path(), errno);
 }
 

@@ -4,6 +4,7 @@
 #include <resources/files/file_lock.h>
 #include <resources/files/new_folder.h>
 #include <resources/files/retry_on_eintr.h>
+#include <resources/files/system_fault.h>
 
 #include <sys/sendfile.h>
 #include <sys/stat.h>
@@ -22,19 +23,20 @@ constexpr std::size_t kCopyPiece = std::size_t{1} << 30U;
 
 }  // namespace
 
-std::optional<FileFailure> BackupFile::keep() {
+Result<void> BackupFile::keep() {
   return makeWith([this] { return linkOrCopy(); });
 }
 
-std::optional<FileFailure> BackupFile::take() {
-  if (auto failure = makeWith([this] { return place_.renameToFree(place_.name(), backup_); })) return failure;
-  if (flushFolder(place_.folder())) return std::nullopt;
+Result<void> BackupFile::take() {
+  if (auto done = makeWith([this] { return place_.renameToFree(place_.name(), backup_); }); !done)
+    return done;
+  if (flushFolder(place_.folder())) return {};
   return failedStep("flushing the folder of", place_.path(), errno);
 }
 
 // Makes the second name; `make` is false, with errno, when it cannot.
 template <class Make>
-std::optional<FileFailure> BackupFile::makeWith(const Make& make) {
+Result<void> BackupFile::makeWith(const Make& make) {
   bool isMade = false;
   // Killed processes of the same number may have left some names.
   for (int attempt = 0; attempt < kNames && !isMade; ++attempt) {
@@ -52,7 +54,7 @@ std::optional<FileFailure> BackupFile::makeWith(const Make& make) {
     return ::openat(place_.folder(), backup_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
   }));
   if (descriptor_) tryLock(descriptor_.get());
-  return std::nullopt;
+  return {};
 }
 
 bool BackupFile::linkOrCopy() {
@@ -83,21 +85,21 @@ bool BackupFile::copyFile() const {
   return count == 0;
 }
 
-std::optional<FileFailure> BackupFile::restore() {
+Result<void> BackupFile::restore() {
   const std::string backup = std::exchange(backup_, {});
   const int folder = place_.folder();
   if (isCopy_ && descriptor_) retryOnEintr([&] { return ::fsync(descriptor_.get()); });
   if (!place_.renameToFree(backup, place_.name())) {
-    FileFailure failure = failedStep("putting back the old", place_.path(), errno);
-    failure.hint += " and rename " + quotedName(backup) + " to " + quotedName(place_.name()) +
+    Fault fault = failedStep("putting back the old", place_.path(), errno);
+    fault.remedy += " and rename " + quotedName(backup) + " to " + quotedName(place_.name()) +
                     " before anything saves that again";
-    return failure;
+    return fault;
   }
   ::unlinkat(folder, backup.c_str(), 0);  // is there still if both were names of the same version
-  if (flushFolder(folder)) return std::nullopt;
-  FileFailure failure = failedStep("flushing the folder of", place_.path(), errno);
-  failure.isReplaced = true;
-  return failure;
+  if (flushFolder(folder)) return {};
+  Fault fault = failedStep("flushing the folder of", place_.path(), errno);
+  fault.kind = FaultKind::unflushed;
+  return fault;
 }
 
 void BackupFile::discard() noexcept {

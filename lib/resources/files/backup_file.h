@@ -1,7 +1,7 @@
 #pragma once
 
+#include <core/result.h>
 #include <resources/files/file_descriptor.h>
-#include <resources/files/file_failure.h>
 #include <resources/files/open_place.h>
 
 #include <optional>
@@ -21,12 +21,12 @@ class BackupFile {
   ~BackupFile() { discard(); }
 
   /// Keeps the version of the file that is there now: as a hard link, or as a copy where the file system has
-  /// none. Empty when it succeeded. A link is kept as itself.
-  [[nodiscard]] std::optional<FileFailure> keep();
+  /// none. A link is kept as itself.
+  Result<void> keep();
 
-  /// Keeps that version by giving it the second name alone, so that there is no file any more. Empty when it
-  /// succeeded, and when the disk knows.
-  [[nodiscard]] std::optional<FileFailure> take();
+  /// Keeps that version by giving it the second name alone, so that there is no file any more. Returns when
+  /// the disk knows.
+  Result<void> take();
 
   /// The second name; empty when nothing is kept.
   const std::string& name() const noexcept { return backup_; }
@@ -37,14 +37,14 @@ class BackupFile {
   /// succeeded. A failure that says `isReplaced` leaves it there too, but not safe from a power cut. After
   /// any other the kept version stays under its second name, which the failure tells, also when this object
   /// is gone, until something saves that file.
-  [[nodiscard]] std::optional<FileFailure> restore();
+  Result<void> restore();
 
   /// Removes the second name, if any.
   void discard() noexcept;
 
  private:
   template <class Make>
-  std::optional<FileFailure> makeWith(const Make& make);
+  Result<void> makeWith(const Make& make);
   bool linkOrCopy();
   bool copyFile() const;
 

@@ -11,7 +11,7 @@ class FileDescriptor {
   explicit FileDescriptor(int descriptor) noexcept : descriptor_(descriptor) {}
   FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
   FileDescriptor& operator=(FileDescriptor&& other) noexcept {
-    std::swap(descriptor_, other.descriptor_);
+    const FileDescriptor former(std::exchange(descriptor_, other.release()));  // is closed
     return *this;
   }
   FileDescriptor(const FileDescriptor&) = delete;

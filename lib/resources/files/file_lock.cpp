@@ -43,6 +43,11 @@ std::string holderOf(int descriptor) {
   return kUnknownHolder;
 }
 
+/// The fault of a lock that another holder keeps; `action` says what it does there.
+Fault heldBy(const std::string& holder, const char* action) {
+  return {FaultKind::busy, holder + ' ' + action + " and does not come to an end", "wait until it has ended"};
+}
+
 FileDescriptor openFile(const std::filesystem::path& file, int access) {
   return FileDescriptor(retryOnEintr([&] { return ::open(file.c_str(), access | O_CLOEXEC | O_NONBLOCK); }));
 }
@@ -53,11 +58,11 @@ bool tryLock(int descriptor) noexcept {
   return retryOnEintr([descriptor] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0;
 }
 
-std::string waitForLock(int descriptor, std::chrono::milliseconds patience) {
+Result<void> waitForLock(int descriptor, std::chrono::milliseconds patience) {
   const auto deadline = std::chrono::steady_clock::now() + patience;
   while (!tryLock(descriptor)) {
     if (errno != EWOULDBLOCK) return {};
-    if (std::chrono::steady_clock::now() > deadline) return holderOf(descriptor);
+    if (std::chrono::steady_clock::now() > deadline) return heldBy(holderOf(descriptor), "is writing there");
     std::this_thread::sleep_for(kPause);
   }
   return {};
@@ -67,8 +72,7 @@ bool FileLock::isOf(const FileIdentity& file) const {
   return isSameFile(identityOf(descriptor_.get()), file);
 }
 
-std::optional<FileLock> FileLock::acquire(const std::filesystem::path& file,
-                                          std::chrono::milliseconds patience, std::string& holder) {
+Result<FileLock> FileLock::acquire(const std::filesystem::path& file, std::chrono::milliseconds patience) {
   const auto deadline = std::chrono::steady_clock::now() + patience;
   bool hasTried = false;
   while (true) {
@@ -86,10 +90,8 @@ std::optional<FileLock> FileLock::acquire(const std::filesystem::path& file,
     // If the holder replaced the file while we waited, we locked the old one: retry.
     if (isLocked && isSameFile(identityOf(descriptor.get()), now)) return FileLock(std::move(descriptor));
     if (!isLocked && errno != EWOULDBLOCK) return FileLock(FileDescriptor(), std::strerror(errno));
-    if (std::chrono::steady_clock::now() > deadline) {
-      holder = isLocked ? kUnknownHolder : holderOf(descriptor.get());
-      return std::nullopt;
-    }
+    if (std::chrono::steady_clock::now() > deadline)
+      return heldBy(isLocked ? kUnknownHolder : holderOf(descriptor.get()), "is saving it");
     if (!isLocked || hasTried) std::this_thread::sleep_for(kPause);
     hasTried = true;
   }

@@ -1,6 +1,7 @@
 #include <resources/files/file_descriptor.h>
 #include <resources/files/file_read.h>
 #include <resources/files/retry_on_eintr.h>
+#include <resources/files/system_fault.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -34,7 +35,7 @@ std::ptrdiff_t readFully(int descriptor, char* into, std::size_t size) {
 }
 
 template <class Open>
-std::optional<FileFailure> readWhole(const Open& open, std::size_t largest, FileContent& content) {
+Result<FileContent> readWhole(const Open& open, std::size_t largest) {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const FileDescriptor descriptor = open();
     if (!descriptor) return failedReading("cannot open the file", errno);
@@ -42,41 +43,39 @@ std::optional<FileFailure> readWhole(const Open& open, std::size_t largest, File
     if (!before) return failedReading("cannot examine the file", errno);
     const auto size = static_cast<std::size_t>(before->size);
     if (size > largest)
-      return FileFailure{"the file is larger than " + std::to_string(largest >> 20U) + " MiB", "divide it"};
-    content.bytes = ByteBuffer(size);
+      return Fault{FaultKind::refused, "the file is larger than " + std::to_string(largest >> 20U) + " MiB",
+                   "divide it"};
+    FileContent content{ByteBuffer(size), *before};
     const std::ptrdiff_t count = readFully(descriptor.get(), content.bytes.data(), size);
     if (count < 0) return failedReading("cannot read the file", errno);
-    content.identity = *before;
-    if (static_cast<std::size_t>(count) == size && identityOf(descriptor.get()) == before)
-      return std::nullopt;
+    if (static_cast<std::size_t>(count) == size && identityOf(descriptor.get()) == before) return content;
   }
-  return FileFailure{"the file is being written all the time", "wait until that is done"};
+  return Fault{FaultKind::busy, "the file is being written all the time", "wait until that is done"};
 }
 
 }  // namespace
 
-bool readPieces(const std::filesystem::path& file, const std::function<bool(BasicStringRef)>& take,
-                FileIdentity& identity) {
+std::optional<FileIdentity> readPieces(const std::filesystem::path& file,
+                                       const std::function<bool(BasicStringRef)>& take) {
   const FileDescriptor descriptor = openToRead(file);
   const auto before = descriptor ? identityOf(descriptor.get()) : std::nullopt;
-  if (!before) return false;
+  if (!before) return std::nullopt;
   std::vector<char> buffer(kReadPiece);
   for (std::ptrdiff_t left = before->size; left > 0;) {
     const std::ptrdiff_t count = readFully(descriptor.get(), buffer.data(), buffer.size());
-    if (count <= 0 || count > left || !take({buffer.data(), static_cast<std::size_t>(count)})) return false;
+    if (count <= 0 || count > left || !take({buffer.data(), static_cast<std::size_t>(count)}))
+      return std::nullopt;
     left -= count;
   }
-  identity = *before;
-  return identityOf(descriptor.get()) == before;
+  return identityOf(descriptor.get()) == before ? before : std::nullopt;
 }
 
-std::optional<FileFailure> readFile(const std::filesystem::path& file, std::size_t largest,
-                                    FileContent& content) {
-  return readWhole([&] { return openToRead(file); }, largest, content);
+Result<FileContent> readFile(const std::filesystem::path& file, std::size_t largest) {
+  return readWhole([&] { return openToRead(file); }, largest);
 }
 
-std::optional<FileFailure> readFile(const OpenPlace& place, std::size_t largest, FileContent& content) {
-  return readWhole([&] { return place.openToRead(); }, largest, content);
+Result<FileContent> readFile(const OpenPlace& place, std::size_t largest) {
+  return readWhole([&] { return place.openToRead(); }, largest);
 }
 
 }  // namespace Tal

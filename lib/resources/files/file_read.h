@@ -1,8 +1,8 @@
 #pragma once
 
+#include <core/result.h>
 #include <resources/bytes/byte_buffer.h>
 #include <resources/file_identity.h>
-#include <resources/files/file_failure.h>
 #include <resources/files/open_place.h>
 
 #include <cstddef>
@@ -17,16 +17,14 @@ struct FileContent {
   FileIdentity identity;  ///< of the version that the bytes are
 };
 
-/// Reads a whole regular file of at most `largest` bytes. Returns why that failed; empty when it succeeded.
-[[nodiscard]] std::optional<FileFailure> readFile(const std::filesystem::path& file, std::size_t largest,
-                                                  FileContent& content);
-[[nodiscard]] std::optional<FileFailure> readFile(const OpenPlace& place, std::size_t largest,
-                                                  FileContent& content);
+/// Reads a whole regular file of at most `largest` bytes. Usable on any thread.
+Result<FileContent> readFile(const std::filesystem::path& file, std::size_t largest);
+Result<FileContent> readFile(const OpenPlace& place, std::size_t largest);
 
 /// Hands a regular file's bytes to `take` piece by piece, from the first to the last, as long as that returns
-/// true. False when it did not, when the file cannot be read, and when it was changed meanwhile; else
-/// `identity` is that of the version that the bytes are.
-[[nodiscard]] bool readPieces(const std::filesystem::path& file,
-                              const std::function<bool(BasicStringRef)>& take, FileIdentity& identity);
+/// true. The identity of the version that the bytes are; empty when it did not, when the file cannot be read,
+/// and when it was changed meanwhile.
+std::optional<FileIdentity> readPieces(const std::filesystem::path& file,
+                                       const std::function<bool(BasicStringRef)>& take);
 
 }  // namespace Tal

@@ -1,5 +1,6 @@
 #include <resources/files/new_folder.h>
 #include <resources/files/retry_on_eintr.h>
+#include <resources/files/system_fault.h>
 
 #include <sys/stat.h>
 
@@ -15,11 +16,11 @@ namespace fs = std::filesystem;
 
 constexpr mode_t kNewFolder = 0777;  // but for what the process's mask takes away
 
-FileFailure failedMaking(const fs::path& folder, int code) {
-  FileFailure failure = failedStep("making the folder", folder, code);
+Fault failedMaking(const fs::path& folder, int code) {
+  Fault fault = failedStep("making the folder", folder, code);
   if (code == EACCES || code == EPERM || code == EROFS)
-    failure.hint = "choose another place or make the folder above it writable";
-  return failure;
+    fault.remedy = "choose another place or make the folder above it writable";
+  return fault;
 }
 
 bool isFolderIn(int above, const char* name) {
@@ -37,30 +38,30 @@ fs::path folderAbove(const fs::path& path) {
   return path.has_parent_path() ? path.parent_path() : fs::path(".");
 }
 
-std::optional<FileFailure> makeFolder(const fs::path& folder) {
+Result<void> makeFolder(const fs::path& folder) {
   std::error_code error;
-  if (folder.empty() || fs::is_directory(folder, error)) return std::nullopt;
+  if (folder.empty() || fs::is_directory(folder, error)) return {};
   if (!folder.has_filename()) return makeFolder(folder.parent_path());  // "NAME/"
   const fs::path above = folderAbove(folder);
   if (above == folder) return failedMaking(folder, ENOENT);
-  if (auto failure = makeFolder(above)) return failure;
+  if (auto done = makeFolder(above); !done) return done;
   const FileDescriptor opened = openFolderAt(AT_FDCWD, above.c_str(), O_PATH);
   if (!opened) return failedMaking(folder, errno);
   return makeFolderIn(opened.get(), folder.filename().native(), folder);
 }
 
-std::optional<FileFailure> makeFolderIn(int above, const std::string& name, const fs::path& shown) {
+Result<void> makeFolderIn(int above, const std::string& name, const fs::path& shown) {
   if (::mkdirat(above, name.c_str(), kNewFolder) != 0) {
     const int code = errno;
     // Another program may have made it meanwhile.
-    if (code == EEXIST && isFolderIn(above, name.c_str())) return std::nullopt;
+    if (code == EEXIST && isFolderIn(above, name.c_str())) return {};
     return failedMaking(shown, code);
   }
   const FileDescriptor descriptor = openFolderAt(above, ".", O_RDONLY);
-  if (descriptor ? flushFolder(descriptor.get()) : errno == EACCES) return std::nullopt;
-  auto failure = failedStep("flushing the folder of", shown, errno);
+  if (descriptor ? flushFolder(descriptor.get()) : errno == EACCES) return {};
+  Fault fault = failedStep("flushing the folder of", shown, errno);
   ::unlinkat(above, name.c_str(), AT_REMOVEDIR);  // or nobody would flush it any more
-  return failure;
+  return fault;
 }
 
 NewFolders::NewFolders(fs::path folder) {

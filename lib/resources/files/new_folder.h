@@ -1,7 +1,7 @@
 #pragma once
 
+#include <core/result.h>
 #include <resources/files/file_descriptor.h>
-#include <resources/files/file_failure.h>
 
 #include <filesystem>
 #include <optional>
@@ -12,13 +12,12 @@ namespace Tal {
 
 /// Makes a folder, and those above it that are missing, and does not return before the disk has them; where
 /// the folder above may not be read, that is left to the system. A folder that is there already is left as it
-/// is. Returns why it failed; empty when it succeeded. After a failure the folder that could not be made is
+/// is. After a fault the folder that could not be made is
 /// not there; those above it may be. Usable on any thread.
-[[nodiscard]] std::optional<FileFailure> makeFolder(const std::filesystem::path& folder);
+Result<void> makeFolder(const std::filesystem::path& folder);
 
 /// The same for one folder in an open one; `shown` is its path, for messages.
-[[nodiscard]] std::optional<FileFailure> makeFolderIn(int above, const std::string& name,
-                                                      const std::filesystem::path& shown);
+Result<void> makeFolderIn(int above, const std::string& name, const std::filesystem::path& shown);
 
 /// Removes at its end the folders of a path that were not there at its beginning, as far as they are empty.
 class NewFolders {

@@ -3,6 +3,7 @@
 #include <resources/files/open_place.h>
 #include <resources/files/path_links.h>
 #include <resources/files/retry_on_eintr.h>
+#include <resources/files/system_fault.h>
 
 #include <linux/openat2.h>
 #include <sys/stat.h>
@@ -35,59 +36,68 @@ FileDescriptor openBeneath(int root, const fs::path& folder) {
 }
 
 /// Why a folder below another could not be opened, by errno.
-FileFailure failedFolder(int above, const char* name, const fs::path& shown) {
+Fault failedFolder(int above, const char* name, const fs::path& shown) {
   const int code = errno;
   struct stat status {};
   const bool isLink = ::fstatat(above, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
   if (!isLink) {
-    FileFailure failure = failedStep("opening the folder", shown, code);
-    if (code == ENOTDIR) failure.hint = "move the file of that name away";
-    return failure;
+    Fault fault = failedStep("opening the folder", shown, code);
+    if (code == ENOTDIR) fault.remedy = "move the file of that name away";
+    return fault;
   }
-  return {quotedName(shown.native()) + " has just become a link", "put the folder itself in its place"};
+  return {FaultKind::changed, quotedName(shown.native()) + " has just become a link",
+          "put the folder itself in its place"};
 }
 
-FileFailure leadsOut(const fs::path& path) {
-  return {quotedName(path.native()) + " leads out of its root through a link",
+Fault leadsOut(const fs::path& path) {
+  return {FaultKind::refused, quotedName(path.native()) + " leads out of its root through a link",
           "put the file itself in the place of the link"};
 }
 
 }  // namespace
 
-std::optional<FileFailure> OpenRoot::open(const fs::path& folder, const std::optional<FileIdentity>& taken) {
+Result<OpenRoot> OpenRoot::open(const fs::path& folder, const std::optional<FileIdentity>& taken) {
+  OpenRoot root;
   std::error_code error;
-  path_ = fs::canonical(folder, error);
+  root.path_ = fs::canonical(folder, error);
   if (error) return failedStep("examining the folder", folder, error.value());
-  folder_ = openAt(AT_FDCWD, path_.c_str(), O_PATH | O_DIRECTORY);
-  if (!folder_) return failedStep("opening the folder", path_, errno);
-  if (taken && !isSameFile(identityOf(folder_.get()), taken)) {
-    return FileFailure{
+  root.folder_ = openAt(AT_FDCWD, root.path_.c_str(), O_PATH | O_DIRECTORY);
+  if (!root.folder_) return failedStep("opening the folder", root.path_, errno);
+  if (taken && !isSameFile(identityOf(root.folder()), taken)) {
+    return Fault{
+        FaultKind::changed,
         "the resource root " + quotedName(folder.native()) + " is not the folder any more that it was",
         "put that back, or start again"};
   }
-  return std::nullopt;
+  return root;
 }
 
-std::optional<FileFailure> OpenPlace::open(const RootedPath& place) {
-  OpenRoot root;
-  if (auto failure = root.open(place.root, place.taken)) return failure;
-  return open(root, place.name);
+Result<OpenPlace> OpenPlace::open(const RootedPath& place) {
+  const auto root = OpenRoot::open(place.root, place.taken);
+  if (!root) return root.fault();
+  return open(*root, place.name);
 }
 
-std::optional<FileFailure> OpenPlace::open(const OpenRoot& root, const fs::path& name) {
+Result<OpenPlace> OpenPlace::open(const OpenRoot& root, const fs::path& name) {
+  OpenPlace place;
   std::error_code error;
-  path_ = fs::weakly_canonical(root.path() / name, error);
+  place.path_ = fs::weakly_canonical(root.path() / name, error);
   if (error) return failedStep("examining", root.path() / name, error.value());
-  if (!FS::isPathBelow(path_, root.path()) || path_ == root.path()) return leadsOut(root.path() / name);
-  const fs::path relative = path_.lexically_relative(root.path());
-  name_ = relative.filename().native();
+  const bool isBelow = FS::isPathBelow(place.path_, root.path()) && place.path_ != root.path();
+  if (!isBelow) return leadsOut(root.path() / name);
+  const fs::path relative = place.path_.lexically_relative(root.path());
+  place.name_ = relative.filename().native();
   const fs::path folder = relative.parent_path();
-  folder_ = folder.empty() ? FileDescriptor() : openBeneath(root.folder(), folder);
-  return folder_ ? std::nullopt : walk(root, folder);
+  if (!folder.empty()) place.folder_ = openBeneath(root.folder(), folder);
+  if (place.folder_) return place;
+  if (auto walked = place.walk(root, folder); !walked) {
+    place.removeMadeFolders();
+    return std::move(walked).fault();
+  }
+  return place;
 }
 
-// Opens a folder step by step, and makes those that are missing.
-std::optional<FileFailure> OpenPlace::walk(const OpenRoot& root, const fs::path& folder) {
+Result<void> OpenPlace::walk(const OpenRoot& root, const fs::path& folder) {
   constexpr int kStep = O_PATH | O_DIRECTORY | O_NOFOLLOW;
   fs::path shown = root.path();
   FileDescriptor found = openAt(root.folder(), ".", O_PATH | O_DIRECTORY);
@@ -96,7 +106,7 @@ std::optional<FileFailure> OpenPlace::walk(const OpenRoot& root, const fs::path&
     shown /= step;
     FileDescriptor next = openAt(found.get(), step.c_str(), kStep);
     if (!next && errno == ENOENT) {
-      if (auto failure = makeFolderIn(found.get(), step.native(), shown)) return failure;
+      if (auto made = makeFolderIn(found.get(), step.native(), shown); !made) return made;
       next = openAt(found.get(), step.c_str(), kStep);
       made_.push_back({FileDescriptor(::fcntl(found.get(), F_DUPFD_CLOEXEC, 0)), step.native()});
     }
@@ -105,15 +115,16 @@ std::optional<FileFailure> OpenPlace::walk(const OpenRoot& root, const fs::path&
   }
   folder_ = found ? openAt(found.get(), ".", O_RDONLY | O_DIRECTORY) : FileDescriptor();
   if (!folder_) return failedStep("opening the folder", shown, errno);
-  return std::nullopt;
+  return {};
 }
 
-std::optional<FileFailure> OpenPlace::openBeside(const OpenPlace& first, const std::string& name) {
-  name_ = name;
-  path_ = first.path_.parent_path() / name;
-  folder_ = openAt(first.folder(), ".", O_RDONLY | O_DIRECTORY);
-  if (!folder_) return failedStep("opening the folder", path_.parent_path(), errno);
-  return std::nullopt;
+Result<OpenPlace> OpenPlace::beside(const std::string& name) const {
+  OpenPlace place;
+  place.name_ = name;
+  place.path_ = path_.parent_path() / name;
+  place.folder_ = openAt(folder(), ".", O_RDONLY | O_DIRECTORY);
+  if (!place.folder_) return failedStep("opening the folder", place.path_.parent_path(), errno);
+  return place;
 }
 
 bool OpenPlace::isInFolderOf(const OpenPlace& other) const {
@@ -128,17 +139,21 @@ void OpenPlace::removeMadeFolders() noexcept {
   made_.clear();
 }
 
-std::optional<FileIdentity> OpenPlace::identity() const {
+Result<Standing> OpenPlace::look() const {
   struct stat status {};
-  if (::fstatat(folder_.get(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return std::nullopt;
-  if (S_ISLNK(status.st_mode)) return std::nullopt;
-  return identityIn(status);
+  if (::fstatat(folder_.get(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (errno != ENOENT) return failedStep("examining", path_, errno);
+    return Standing();
+  }
+  Standing standing;
+  standing.isLink = S_ISLNK(status.st_mode);
+  if (!standing.isLink) standing.file = identityIn(status);
+  return standing;
 }
 
-bool OpenPlace::isLink() const {
-  struct stat status {};
-  return ::fstatat(folder_.get(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-         S_ISLNK(status.st_mode);
+std::optional<FileIdentity> OpenPlace::identity() const {
+  const auto standing = look();
+  return standing ? standing->file : std::nullopt;
 }
 
 bool OpenPlace::renameToFree(const std::string& from, const std::string& to) const {

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <core/result.h>
 #include <resources/file_identity.h>
 #include <resources/files/file_descriptor.h>
-#include <resources/files/file_failure.h>
 #include <resources/files/rooted_path.h>
 
 #include <filesystem>
@@ -15,9 +15,9 @@ namespace Tal {
 /// A folder that was opened once as the root of what is done below it. Usable on any thread.
 class OpenRoot {
  public:
-  /// Links on the way are followed. With `taken` it has to be that folder still. Empty when it succeeded.
-  [[nodiscard]] std::optional<FileFailure> open(const std::filesystem::path& folder,
-                                                const std::optional<FileIdentity>& taken = {});
+  /// Links on the way are followed. With `taken` it has to be that folder still.
+  static Result<OpenRoot> open(const std::filesystem::path& folder,
+                               const std::optional<FileIdentity>& taken = {});
 
   int folder() const noexcept { return folder_.get(); }
   /// The path that led there, resolved.
@@ -28,19 +28,28 @@ class OpenRoot {
   std::filesystem::path path_;
 };
 
+/// What stands at a place.
+struct Standing {
+  std::optional<FileIdentity> file;  ///< what is no link; empty when there is none
+  bool isLink = false;               ///< which leads to nothing: one that leads on was followed
+};
+
 /// The place of a file in a folder that was opened once. What is done here stays in that folder and under
 /// that name, whatever is put meanwhile where the path that led there goes. Usable on any thread.
 class OpenPlace {
  public:
   /// Opens the folder of the file that `place` means in the end: a link is followed as long as it leads to
   /// another place below the root, and a last link that leads to nothing is itself the place. Folders that
-  /// are missing are made, each flushed into the one above it. Empty when it succeeded.
-  [[nodiscard]] std::optional<FileFailure> open(const RootedPath& place);
-  [[nodiscard]] std::optional<FileFailure> open(const OpenRoot& root, const std::filesystem::path& name);
+  /// are missing are made, each flushed into the one above it; after a fault they are removed again.
+  static Result<OpenPlace> open(const RootedPath& place);
+  static Result<OpenPlace> open(const OpenRoot& root, const std::filesystem::path& name);
 
-  /// Opens the place of another file in the folder of `first`, which stays the same whatever happens to the
-  /// path. A link that stands there is not followed.
-  [[nodiscard]] std::optional<FileFailure> openBeside(const OpenPlace& first, const std::string& name);
+  /// No place yet; to be assigned to.
+  OpenPlace() = default;
+
+  /// The place of another file in the same folder, which stays the same whatever happens to the path. A link
+  /// that stands there is not followed.
+  Result<OpenPlace> beside(const std::string& name) const;
 
   /// Whether the folder of another place is the same.
   bool isInFolderOf(const OpenPlace& other) const;
@@ -55,11 +64,11 @@ class OpenPlace {
   /// The path that led there, for messages.
   const std::filesystem::path& path() const noexcept { return path_; }
 
-  /// The identity of the file that is there now; empty when there is none. A link is none.
-  std::optional<FileIdentity> identity() const;
+  /// What stands there now. A fault when that cannot be told.
+  Result<Standing> look() const;
 
-  /// Whether a link stands there, which leads to nothing: one that leads on was followed.
-  bool isLink() const;
+  /// The identity of the file that stands there now; empty when there is none, or when that cannot be told.
+  std::optional<FileIdentity> identity() const;
 
   /// Renames a file of the open folder, this one or another, to a name that no file there has. Where the file
   /// system cannot tell, a file that has it is replaced. False, with errno, when that fails: EEXIST when
@@ -76,7 +85,8 @@ class OpenPlace {
     std::string name;
   };
 
-  std::optional<FileFailure> walk(const OpenRoot& root, const std::filesystem::path& folder);
+  /// Opens a folder step by step, and makes those that are missing.
+  Result<void> walk(const OpenRoot& root, const std::filesystem::path& folder);
 
   FileDescriptor folder_;
   std::string name_;

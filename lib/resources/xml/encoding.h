@@ -1,7 +1,7 @@
 #pragma once
 
 #include <core/string_ref.h>
-#include <resources/xml/parse_error.h>
+#include <resources/xml/syntax_fault.h>
 
 #include <cstdint>
 #include <optional>
@@ -14,7 +14,7 @@ enum class Encoding { utf8, utf16LittleEndian, utf16BigEndian, latin1, ascii };
 
 /// The encoding of a file, from its first bytes and its declaration. Empty when it is none of ours; `error`
 /// then says so.
-std::optional<Encoding> detectEncoding(BasicStringRef bytes, ParseError& error);
+Result<Encoding> detectEncoding(BasicStringRef bytes);
 
 /// The last character that can be written as itself; those above need a character reference.
 std::uint32_t largestCharacter(Encoding encoding) noexcept;

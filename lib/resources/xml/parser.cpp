@@ -24,12 +24,12 @@ constexpr int kMostDeclaredAttributes = 256;
 /// How many times as long as the file the text may become by its entities, beyond some megabytes.
 constexpr float kMostAmplification = 10;
 
-/// An error at the place where the parser is.
-ParseError errorAt(XML_Parser parser, BasicStringRef source, std::string reason) {
+/// A fault at the place where the parser is.
+Fault faultAt(XML_Parser parser, BasicStringRef source, std::string what) {
   const auto line = static_cast<std::size_t>(XML_GetCurrentLineNumber(parser));
   const auto column = static_cast<std::size_t>(XML_GetCurrentColumnNumber(parser)) + 1;
   const bool isBehindMark = line == 1 && column > 1 && source.starts_with(kByteOrderMark);
-  return {line, isBehindMark ? column - 1 : column, std::move(reason)};
+  return {FaultKind::malformed, std::move(what), "", "", line, isBehindMark ? column - 1 : column};
 }
 
 /// Turns what the parser reports into a tree.
@@ -64,8 +64,8 @@ class ExpatHandlers {
     return OpenElement{parsed_.tags.text(builder_.innermost()), begin};
   }
 
-  /// Why and where the handlers stopped the parser; without a reason when it did not.
-  const ParseError& refusal() const noexcept { return refusal_; }
+  /// Why and where the handlers stopped the parser; empty when they did not.
+  const std::optional<Fault>& fault() const noexcept { return fault_; }
 
  private:
   static ExpatHandlers& of(void* userData) { return *static_cast<ExpatHandlers*>(userData); }
@@ -134,15 +134,15 @@ class ExpatHandlers {
     parsed_.entities.emplace(name, value);  // the first declaration binds
   }
 
-  void refuse(std::string reason) {
-    if (refusal_.reason.empty()) refusal_ = errorAt(parser_, parsed_.source.view(), std::move(reason));
+  void refuse(std::string what) {
+    if (!fault_) fault_ = faultAt(parser_, parsed_.source.view(), std::move(what));
     XML_StopParser(parser_, XML_FALSE);
   }
 
   XML_Parser parser_;
   Tree::Parsed& parsed_;
   TreeBuilder builder_;
-  ParseError refusal_;
+  std::optional<Fault> fault_;
   std::size_t documentTypeEnd_ = 0;
   int declaredAttributes_ = 0;
 };
@@ -177,7 +177,7 @@ std::size_t readDocumentType(Tree::Parsed& parsed) {
     rest.remove_prefix(std::min(rest.size(), size));
     size *= 2;
   }
-  return handlers.refusal().reason.empty() ? handlers.documentTypeEnd() : 0;
+  return handlers.fault() ? 0 : handlers.documentTypeEnd();
 }
 
 std::optional<SyntaxErrorKind> errorKindOf(XML_Error code) {
@@ -208,30 +208,30 @@ std::optional<SyntaxErrorKind> errorKindOf(XML_Error code) {
   }
 }
 
-/// The parser's own error.
-ParseError errorOf(XML_Parser parser, BasicStringRef source, const std::optional<OpenElement>& open) {
+/// The fault that the parser itself has found.
+Fault faultOf(XML_Parser parser, BasicStringRef source, const std::optional<OpenElement>& open) {
   const XML_Error code = XML_GetErrorCode(parser);
-  ParseError error = errorAt(parser, source, XML_ErrorString(code));
+  Fault fault = faultAt(parser, source, XML_ErrorString(code));
   const std::optional<SyntaxErrorKind> kind = errorKindOf(code);
   const auto position = static_cast<std::size_t>(std::max(XML_GetCurrentByteIndex(parser), XML_Index{0}));
   const std::string hint = kind ? hintFor(*kind, source, position, open) : std::string();
-  if (!hint.empty()) error.reason += " (" + hint + ')';
-  return error;
+  if (!hint.empty()) fault.what += " (" + hint + ')';
+  return fault;
 }
 
 }  // namespace
 
-std::optional<Tree> parse(ByteBuffer source, ParseError& error) {
+Result<Tree> parse(ByteBuffer source) {
   if (source.size() > kLargestSource) {
-    error = {0, 0, "the file is larger than " + std::to_string(kLargestSource >> 20U) + " MiB"};
-    return std::nullopt;
+    return Fault{FaultKind::malformed,
+                 "the file is larger than " + std::to_string(kLargestSource >> 20U) + " MiB", "divide it"};
   }
   Tree::Parsed parsed;
   parsed.source = std::move(source);
   if (parseQuickly(parsed)) return Tree(std::move(parsed));
   source = std::move(parsed.source);
   parsed = {};  // what it holds is not to lie beside what the other parser makes
-  return parseAny(std::move(source), error);
+  return parseAny(std::move(source));
 }
 
 bool parseQuickly(Tree::Parsed& parsed) {
@@ -240,20 +240,17 @@ bool parseQuickly(Tree::Parsed& parsed) {
   return begin != 0 && parsePlain(parsed, kDeepestLevel, begin);
 }
 
-std::optional<Tree> parseAny(ByteBuffer source, ParseError& error) {
+Result<Tree> parseAny(ByteBuffer source) {
   const ParserPointer parser = makeParser();
-  if (!parser) {
-    error = {0, 0, "there is not enough memory to read it"};
-    return std::nullopt;
-  }
+  if (!parser)
+    return Fault{FaultKind::system, "there is not enough memory to read it", "close some programs"};
   Tree::Parsed parsed;
   parsed.source = std::move(source);
   const BasicStringRef text = parsed.source.view();
   ExpatHandlers handlers(parser.get(), parsed);
   if (run(parser.get(), text) != XML_STATUS_OK) {
-    error =
-        handlers.refusal().reason.empty() ? errorOf(parser.get(), text, handlers.open()) : handlers.refusal();
-    return std::nullopt;
+    if (handlers.fault()) return *handlers.fault();
+    return faultOf(parser.get(), text, handlers.open());
   }
   handlers.finish();
   return Tree(std::move(parsed));

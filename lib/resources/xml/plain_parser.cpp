@@ -1,8 +1,8 @@
 #include <core/ascii_case.h>
 #include <resources/bytes/same_text.h>
 #include <resources/xml/characters.h>
-#include <resources/xml/parse_error.h>
 #include <resources/xml/plain_parser.h>
+#include <resources/xml/syntax_fault.h>
 #include <resources/xml/text.h>
 #include <resources/xml/tree_builder.h>
 

@@ -38,13 +38,12 @@ std::size_t asciiLength(BasicStringRef text) noexcept {
   return static_cast<std::size_t>(at - text.data());
 }
 
-std::optional<ByteBuffer> fromAscii(ByteBuffer bytes, ParseError& error) {
+Result<ByteBuffer> fromAscii(ByteBuffer bytes) {
   const std::size_t length = asciiLength(bytes.view());
   if (length == bytes.size()) return bytes;
-  error = errorBehind(bytes.view().substr(0, length),
-                      "the text is not valid ASCII at byte " + std::to_string(length) +
-                          "; name the encoding that it has in its first line, or store it as UTF-8");
-  return std::nullopt;
+  return faultBehind(bytes.view().substr(0, length),
+                     "the text is not valid ASCII at byte " + std::to_string(length),
+                     "name the encoding that it has in its first line, or store it as UTF-8");
 }
 
 ByteBuffer fromLatin1(ByteBuffer bytes) {
@@ -68,7 +67,7 @@ ByteBuffer fromLatin1(ByteBuffer bytes) {
 template <Encoding kEncoding>
 class Utf16 {
  public:
-  static std::optional<ByteBuffer> toUtf8(BasicStringRef bytes, ParseError& error) {
+  static Result<ByteBuffer> toUtf8(BasicStringRef bytes) {
     ByteBuffer text(bytes.size() / 2 * 3);  // a unit takes three bytes at most
     char* out = text.data();
     for (std::size_t at = 0; at < bytes.size();) {
@@ -81,8 +80,7 @@ class Utf16 {
       const std::uint32_t code = take(bytes, at);
       if (code == 0) {
         const BasicStringRef done(text.data(), static_cast<std::size_t>(out - text.data()));
-        error = errorBehind(done, "the text is not valid UTF-16 at byte " + std::to_string(at));
-        return std::nullopt;
+        return faultBehind(done, "the text is not valid UTF-16 at byte " + std::to_string(at));
       }
       out = putCharacter(code, out);
     }
@@ -194,16 +192,16 @@ ByteBuffer toLatin1(const PiecedText& text) {
 
 }  // namespace
 
-std::optional<ByteBuffer> toUtf8(ByteBuffer bytes, Encoding encoding, ParseError& error) {
+Result<ByteBuffer> toUtf8(ByteBuffer bytes, Encoding encoding) {
   switch (encoding) {
     case Encoding::utf16LittleEndian:
-      return Utf16<Encoding::utf16LittleEndian>::toUtf8(bytes.view(), error);
+      return Utf16<Encoding::utf16LittleEndian>::toUtf8(bytes.view());
     case Encoding::utf16BigEndian:
-      return Utf16<Encoding::utf16BigEndian>::toUtf8(bytes.view(), error);
+      return Utf16<Encoding::utf16BigEndian>::toUtf8(bytes.view());
     case Encoding::latin1:
       return fromLatin1(std::move(bytes));
     case Encoding::ascii:
-      return fromAscii(std::move(bytes), error);
+      return fromAscii(std::move(bytes));
     default:
       return bytes;
   }

@@ -10,7 +10,7 @@ namespace Tal::Xml {
 
 /// The text of a file in UTF-8. Empty when the bytes are not valid; `error` then says where. What is UTF-8
 /// already, ASCII included, is passed on, UTF-8 itself unchecked.
-std::optional<ByteBuffer> toUtf8(ByteBuffer bytes, Encoding encoding, ParseError& error);
+Result<ByteBuffer> toUtf8(ByteBuffer bytes, Encoding encoding);
 
 /// The bytes of valid UTF-8 text whose characters are none above largestCharacter(encoding). Empty when they
 /// are the text itself.

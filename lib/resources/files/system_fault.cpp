@@ -1,6 +1,6 @@
 #include <core/display_text.h>
 #include <core/string_ref.h>
-#include <resources/files/file_failure.h>
+#include <resources/files/system_fault.h>
 
 #include <cerrno>
 #include <cstring>
@@ -8,7 +8,7 @@
 namespace Tal {
 namespace {
 
-BasicStringRef hintFor(int code) {
+BasicStringRef remedyFor(int code) {
   switch (code) {
     case ENOSPC:
     case EDQUOT:
@@ -47,7 +47,7 @@ BasicStringRef hintFor(int code) {
   }
 }
 
-BasicStringRef readingHintFor(int code) {
+BasicStringRef readingRemedyFor(int code) {
   switch (code) {
     case EACCES:
     case EPERM:
@@ -56,19 +56,20 @@ BasicStringRef readingHintFor(int code) {
     case ENOTDIR:
       return "put it there";
     default:
-      return hintFor(code);
+      return remedyFor(code);
   }
 }
 
 }  // namespace
 
-FileFailure failedStep(const char* step, const std::filesystem::path& path, int code) {
-  return {std::string(step) + ' ' + quotedName(path.native()) + ": " + std::strerror(code),
-          std::string(hintFor(code))};
+Fault failedStep(const char* step, const std::filesystem::path& path, int code) {
+  return {FaultKind::system, std::string(step) + ' ' + quotedName(path.native()) + ": " + std::strerror(code),
+          std::string(remedyFor(code))};
 }
 
-FileFailure failedReading(const char* what, int code) {
-  return {std::string(what) + ": " + std::strerror(code), std::string(readingHintFor(code))};
+Fault failedReading(const char* what, int code) {
+  return {FaultKind::system, std::string(what) + ": " + std::strerror(code),
+          std::string(readingRemedyFor(code))};
 }
 
 }  // namespace Tal
