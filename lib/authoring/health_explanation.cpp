@@ -2,13 +2,15 @@
 #include <authoring/health_explanation.h>
 #include <destructibles/database_format.h>
 #include <destructibles/health_rules.h>
+#include <destructibles/look_rules.h>
 #include <model/utilities.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
 #include <resources/number_text.h>
 
-#include <algorithm>
 #include <cmath>
+#include <set>
+#include <utility>
 
 namespace Tal::authoring {
 namespace {
@@ -29,40 +31,6 @@ std::vector<std::string> wordsIn(const std::vector<std::string>& names) {
     if (health_rules::isAnyNamedAfter(names, word)) words.emplace_back(word);
   }
   return words;
-}
-
-void explainByCategory(KsDestructiblesHelper& helper, HealthExplanation& explanation) {
-  explanation.category = helper.destructibleType();
-  if (explanation.category != DT_STRUCTURE) {
-    explanation.rule = HealthRule::category;
-    return;
-  }
-  explanation.rule = HealthRule::structure;
-  explanation.materials = helper.getMaterialsForState(database_format::kUndamagedState);
-  const std::set<std::string>& bsp = helper.bspMaterialNames();
-  explanation.bspMaterialCount =
-      static_cast<int>(std::count_if(explanation.materials->begin(), explanation.materials->end(),
-                                     [&bsp](const std::string& name) { return bsp.contains(name); }));
-}
-
-void explainByPath(KsDestructiblesHelper& helper, HealthExplanation& explanation) {
-  const std::string path = health_rules::normalisedPath(helper.modelName());
-  if (health_rules::isGateOrFence(path)) {
-    explanation.rule = HealthRule::gatesAndFences;
-    explanation.materials = helper.getMaterialsForState(database_format::kUndamagedState);
-    explanation.words = wordsIn(*explanation.materials);
-    return;
-  }
-  explanation.extent = extentOf(helper.modelName());
-  explanation.isSizeUncertain =
-      !explanation.extent && !FS::fileSystem()->holdNoFile(Utilities::getVisualPath(helper.modelName()));
-  if (health_rules::isOfEnvironment(path)) {
-    explanation.rule = HealthRule::environment;
-  } else if (explanation.extent && health_rules::isSmall(explanation.extent->volume)) {
-    explanation.rule = HealthRule::small;
-  } else {
-    explainByCategory(helper, explanation);
-  }
 }
 
 std::string sizeText(const std::optional<Extent>& extent) {
@@ -101,10 +69,35 @@ BasicStringRef healthRuleName(HealthRule rule) noexcept {
   return "category";
 }
 
-HealthExplanation explainHealth(KsDestructiblesHelper& helper) {
+HealthExplanation explainHealth(KsDestructiblesHelper& helper, KsDestructibleType category) {
+  const std::string& name = helper.modelName();
+  const std::set<std::string>& collision = helper.bspMaterialNames();
   HealthExplanation explanation;
-  explanation.health = helper.calculateDestructibleHealth();
-  explainByPath(helper, explanation);
+  health_rules::Estimate estimate = health_rules::estimate({
+      .path = health_rules::normalisedPath(name),
+      .category = category,
+      .volume =
+          [&] {
+            explanation.extent = extentOf(name);
+            explanation.isSizeUncertain =
+                !explanation.extent && !FS::fileSystem()->holdNoFile(Utilities::getVisualPath(name));
+            return explanation.extent ? std::optional(explanation.extent->volume) : std::nullopt;
+          },
+      .undamaged =
+          [&] {
+            return look_rules::materialsOf(helper.getMaterialNames(), look_rules::Look::undamaged, category);
+          },
+      .isCollision = [&](const std::string& material) { return collision.contains(material); },
+      .hasModules = [] { return true; },
+  });
+  explanation.health = estimate.health;
+  explanation.rule = estimate.rule;
+  explanation.materials = std::move(estimate.materials);
+  if (estimate.rule == HealthRule::gatesAndFences) explanation.words = wordsIn(*explanation.materials);
+  if (estimate.rule == HealthRule::structure)
+    explanation.bspMaterialCount = static_cast<int>(estimate.collisionCount);
+  const bool isByCategory = estimate.rule == HealthRule::structure || estimate.rule == HealthRule::category;
+  if (isByCategory) explanation.category = category;
   return explanation;
 }
 

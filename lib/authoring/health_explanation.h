@@ -2,6 +2,7 @@
 
 #include <core/string_ref.h>
 #include <core/vector3.h>
+#include <destructibles/health_rules.h>
 #include <destructibles/ks_destructibles_helper.h>
 
 #include <optional>
@@ -10,14 +11,7 @@
 
 namespace Tal::authoring {
 
-/// The rule that decided a health estimate.
-enum class HealthRule {
-  gatesAndFences,  ///< the path is that of a gate or fence: what the undamaged materials are made of decides
-  environment,     ///< the path is that of the environment: the size decides
-  small,           ///< any other model of less than 3 cubic units
-  category,        ///< a big model (or one of unknown size) that is no structure
-  structure,       ///< a big structure: the number of its undamaged collision materials decides
-};
+using HealthRule = health_rules::Rule;
 
 /// "gates-and-fences", "environment", "small", "category" or "structure".
 BasicStringRef healthRuleName(HealthRule rule) noexcept;
@@ -41,8 +35,9 @@ struct HealthExplanation {
   std::optional<int> bspMaterialCount;  ///< how many of the materials are collision materials
 };
 
-/// Explains the estimate for a helper's model. Logs what the estimate logs; changes nothing.
-HealthExplanation explainHealth(KsDestructiblesHelper& helper);
+/// Explains the estimate for a helper's model as one of `category` with modules. Changes and logs nothing.
+/// Reads the tables, which must be loaded.
+HealthExplanation explainHealth(KsDestructiblesHelper& helper, KsDestructibleType category);
 
 /// One sentence for a person: what decided, with its figures.
 std::string healthReason(const HealthExplanation& explanation);

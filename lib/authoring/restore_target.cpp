@@ -18,30 +18,25 @@ namespace {
 
 namespace keys = database_format::keys;
 
-/// The estimates for new entries; of the rules only the last one looks at the category.
+/// The estimates for new entries of each category.
 struct NewHealth {
-  int structure;
-  int object;
+  int structure = health_rules::kUnknownHealth;
+  int fragile = health_rules::kUnknownHealth;
+  int fallingAtom = health_rules::kUnknownHealth;
   bool isUncertain = false;
 };
 
 NewHealth newHealth(KsDestructiblesHelper& helper) {
-  const std::vector<std::string> undamaged = helper.getMaterialsForState(database_format::kUndamagedState);
-  if (health_rules::isGateOrFence(health_rules::normalisedPath(helper.modelName()))) {
-    const bool isKnown = std::ranges::any_of(health_rules::kMaterialWords, [&](BasicStringRef word) {
-      return health_rules::isAnyNamedAfter(undamaged, word);
-    });
-    // The estimate would log a warning where there can be none.
-    const int health = isKnown ? helper.calculateDestructibleHealth() : health_rules::kUnknownHealth;
-    return {health, health};
-  }
-  const HealthExplanation explanation = explainHealth(helper);
-  if (explanation.rule != HealthRule::category && explanation.rule != HealthRule::structure)
-    return {explanation.health, explanation.health, explanation.isSizeUncertain};
-  const std::set<std::string>& collision = helper.bspMaterialNames();
-  const std::ptrdiff_t parts = std::ranges::count_if(
-      undamaged, [&collision](const std::string& name) { return collision.contains(name); });
-  return {health_rules::structureHealth(parts), health_rules::kObjectHealth, explanation.isSizeUncertain};
+  NewHealth health;
+  const auto estimateAs = [&](KsDestructibleType category) {
+    const HealthExplanation explanation = explainHealth(helper, category);
+    health.isUncertain = health.isUncertain || explanation.isSizeUncertain;
+    return explanation.health;
+  };
+  health.structure = estimateAs(DT_STRUCTURE);
+  health.fragile = estimateAs(DT_FRAGILE);
+  health.fallingAtom = estimateAs(DT_FALLING_ATOMS);
+  return health;
 }
 
 Description newEntries(KsDestructiblesHelper& helper, const NewHealth& health) {
@@ -55,9 +50,9 @@ Description newEntries(KsDestructiblesHelper& helper, const NewHealth& health) {
   }
   new_entries::assignHardPoints(entries.modules, hardPoints);
   entries.fragile = new_entries::fragile(
-      health.object, hardPoints,
+      health.fragile, hardPoints,
       new_entries::intactMaterial(helper.bspMaterialNames(), helper.getMaterialNames(), isUndamaged));
-  entries.fallingAtom = new_entries::fallingAtom(health.object);
+  entries.fallingAtom = new_entries::fallingAtom(health.fallingAtom);
   return entries;
 }
 

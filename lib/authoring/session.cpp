@@ -173,7 +173,9 @@ const std::string& Session::shownState() const {
 
 HealthExplanation Session::explainHealth() {
   model_->ensureLoaded();
-  return authoring::explainHealth(helper());
+  HealthExplanation explanation = authoring::explainHealth(helper(), category());
+  explanation.health = helper().calculateDestructibleHealth();  // logs what the module has to say
+  return explanation;
 }
 
 ks::Connection Session::connectReloaded(std::function<void()> slot) const {

@@ -3,15 +3,18 @@
 #include <core/ascii_case.h>
 #include <core/string_ref.h>
 #include <core/vector3.h>
+#include <destructibles/ks_destructibles_helper.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
-/// What the estimate of a model's hit points looks at, so that it can be explained by the rules that made it.
-/// Pure; usable on any thread; nothing here is exported by the module's shared library.
+/// The estimate of a model's hit points with what decided it. Functions without shared state; usable on any
+/// thread; nothing here is exported by the module's shared library.
 namespace Tal::health_rules {
 
 /// The estimate where none is possible.
@@ -19,6 +22,10 @@ inline constexpr int kUnknownHealth = -1;
 
 /// A model with a bounding box of at least this volume, in cubic units, is big.
 inline constexpr float kBigVolume = 3.0F;
+
+/// What a small model of the environment and a gate of weak material have, and the others.
+inline constexpr int kWeakHealth = 1;
+inline constexpr int kSturdyHealth = 10;
 
 /// What a big model has by its category: a fragile or falling atom, and a structure.
 inline constexpr int kObjectHealth = 20;
@@ -75,6 +82,67 @@ constexpr bool isSmall(float volume) noexcept {
 /// materials.
 constexpr int structureHealth(std::ptrdiff_t parts) noexcept {
   return parts == 2 ? kTwoPartStructureHealth : kStructureHealth;
+}
+
+/// The rule that decided an estimate.
+enum class Rule {
+  gatesAndFences,  ///< the path is that of a gate or fence: what the undamaged materials are made of decides
+  environment,     ///< the path is that of the environment: the size decides
+  small,           ///< any other model of less than 3 cubic units
+  category,        ///< a big model (or one of unknown size) that is no structure
+  structure,       ///< a big structure: the number of its undamaged collision materials decides
+};
+
+/// What the rules look at. The functions are called at most once each, in this order, and only when a rule
+/// needs to know.
+struct Facts {
+  std::string path;  ///< the normalised path of the model
+  KsDestructibleType category;
+  std::function<std::optional<float>()>
+      volume;  ///< of the bounding box; empty when the visual cannot be read
+  std::function<std::vector<std::string>()> undamaged;  ///< the materials that the undamaged look shows
+  std::function<bool(const std::string&)> isCollision;  ///< called for each of those
+  std::function<bool()> hasModules;                     ///< whether the structure has a table of modules
+};
+
+/// An estimate and what it goes back to. What the rule did not look at is absent.
+struct Estimate {
+  int health = kUnknownHealth;
+  Rule rule = Rule::category;
+  std::optional<std::vector<std::string>> materials = {};  ///< the undamaged ones
+  std::ptrdiff_t collisionCount = 0;  ///< how many of the materials are collision materials
+};
+
+inline Estimate estimateOfGate(const Facts& facts) {
+  Estimate estimate{kUnknownHealth, Rule::gatesAndFences, facts.undamaged()};
+  const auto has = [&estimate](BasicStringRef word) { return isAnyNamedAfter(*estimate.materials, word); };
+  if (has(kStone)) {
+    estimate.health = kSturdyHealth;
+  } else if (has(kWood) || has(kMetal)) {
+    estimate.health = kWeakHealth;
+  }
+  return estimate;
+}
+
+inline Estimate estimateByCategory(const Facts& facts) {
+  if (facts.category == DT_FRAGILE || facts.category == DT_FALLING_ATOMS) return {kObjectHealth};
+  if (facts.category != DT_STRUCTURE) return {};
+  Estimate estimate{kStructureHealth, Rule::structure, facts.undamaged()};
+  estimate.collisionCount = std::ranges::count_if(*estimate.materials, facts.isCollision);
+  if (facts.hasModules()) estimate.health = structureHealth(estimate.collisionCount);
+  return estimate;
+}
+
+/// The estimate for a model; it decides alone what new entries get.
+inline Estimate estimate(const Facts& facts) {
+  if (isGateOrFence(facts.path)) return estimateOfGate(facts);
+  const std::optional<float> volume = facts.volume();
+  if (isOfEnvironment(facts.path)) {
+    if (!volume) return {kUnknownHealth, Rule::environment};
+    return {isSmall(*volume) ? kWeakHealth : kSturdyHealth, Rule::environment};
+  }
+  if (volume && isSmall(*volume)) return {kWeakHealth, Rule::small};
+  return estimateByCategory(facts);
 }
 
 }  // namespace Tal::health_rules

@@ -16,11 +16,6 @@
 namespace Tal {
 namespace {
 
-using health_rules::kUnknownHealth;
-
-constexpr int kWeakHealth = 1;
-constexpr int kSturdyHealth = 10;
-
 // The volume of the bounding box; nothing when the visual cannot be opened.
 std::optional<float> volumeOf(const std::string& modelName) {
   const std::string path = Utilities::getVisualPath(modelName);
@@ -40,43 +35,24 @@ int KsDestructiblesHelper::calculateDestructibleHealth() {
 
 int KsDestructiblesHelper::estimateHealth(bool isFillingModules) {
   const TrackedScope tracked("Tal::KsDestructiblesHelper::calculateDestructibleHealth", kSource, 1204);
-  const std::string path = health_rules::normalisedPath(modelName_);
-  if (health_rules::isGateOrFence(path)) return gateHealth(path);
-  const std::optional<float> volume = volumeOf(modelName_);
-  if (health_rules::isOfEnvironment(path)) {
-    if (!volume) return kUnknownHealth;
-    return health_rules::isSmall(*volume) ? kWeakHealth : kSturdyHealth;
-  }
-  if (volume && health_rules::isSmall(*volume)) return kWeakHealth;
-  return healthByCategory(isFillingModules);
-}
-
-int KsDestructiblesHelper::gateHealth(const std::string& normalisedPath) {
-  const std::vector<std::string> materials = getMaterialsForState(database_format::kUndamagedState);
-  const bool hasStone = health_rules::isAnyNamedAfter(materials, health_rules::kStone);
-  const bool hasWood = health_rules::isAnyNamedAfter(materials, health_rules::kWood);
-  const bool hasMetal = health_rules::isAnyNamedAfter(materials, health_rules::kMetal);
-  if (!hasStone && !hasWood && !hasMetal) {
+  const health_rules::Estimate estimate = health_rules::estimate({
+      .path = health_rules::normalisedPath(modelName_),
+      .category = destructibleType_,
+      .volume = [this] { return volumeOf(modelName_); },
+      .undamaged = [this] { return getMaterialsForState(database_format::kUndamagedState); },
+      .isCollision = [this](const std::string& name) { return bspMaterialNames_.contains(name); },
+      // Asked last: naming the materials may have loaded the database, and so dropped the table that is
+      // filled.
+      .hasModules = [&] { return isFillingModules || s_destrModuleMap.contains(modelName_); },
+  });
+  if (estimate.rule == health_rules::Rule::gatesAndFences &&
+      estimate.health == health_rules::kUnknownHealth) {
     logMessage(kWarningPriority,
                formatString("[Wrn.122] Model %s has no stone, wood and metal materials - cannot "
                             "calculate health of destructible.",
-                            normalisedPath.c_str()));
-    return kUnknownHealth;
+                            health_rules::normalisedPath(modelName_).c_str()));
   }
-  return hasStone ? kSturdyHealth : kWeakHealth;
-}
-
-int KsDestructiblesHelper::healthByCategory(bool isFillingModules) {
-  if (destructibleType_ == DT_FRAGILE || destructibleType_ == DT_FALLING_ATOMS)
-    return health_rules::kObjectHealth;
-  if (destructibleType_ != DT_STRUCTURE) return kUnknownHealth;
-  const std::vector<std::string> undamaged = getMaterialsForState(database_format::kUndamagedState);
-  const auto parts = std::count_if(undamaged.begin(), undamaged.end(), [this](const std::string& name) {
-    return bspMaterialNames_.contains(name);
-  });
-  // Naming the materials may have loaded the database, and so dropped the table that is being filled.
-  const bool hasModules = isFillingModules || s_destrModuleMap.contains(modelName_);
-  return hasModules ? health_rules::structureHealth(parts) : health_rules::kStructureHealth;
+  return estimate.health;
 }
 
 }  // namespace Tal

@@ -2,6 +2,7 @@
 #include <destructibles/database_format.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <destructibles/ks_destructibles_helper/tracked_source.h>
+#include <destructibles/look_rules.h>
 #include <model/ks_material_disabler.h>
 #include <model/material_kinds.h>
 
@@ -13,10 +14,6 @@ namespace {
 using database_format::kDestroyedState;
 using database_format::kUndamagedState;
 using material_kinds::kToDestroyed;
-
-// Materials that carry this anywhere in their names are left out of the lists of the built-in states, but for
-// falling atoms.
-constexpr BasicStringRef kStaticMark = "s_";
 
 }  // namespace
 
@@ -83,14 +80,9 @@ std::vector<std::string> KsDestructiblesHelper::getMaterialsForState(const std::
     const std::vector<std::string>* const materials = materialsOfNamedState(state);
     return materials != nullptr ? *materials : std::vector<std::string>();
   }
-  const bool takesStatic = destructibleType_ == DT_FALLING_ATOMS;
-  std::vector<std::string> names;
-  for (const auto& [name, kind] : materialNames_) {
-    const bool isOfLook =
-        wantsUndamaged ? material_kinds::isUndamaged(kind) : material_kinds::isDestroyed(kind);
-    if (isOfLook && (takesStatic || name.find(kStaticMark) == std::string::npos)) names.push_back(name);
-  }
-  return names;
+  return look_rules::materialsOf(materialNames_,
+                                 wantsUndamaged ? look_rules::Look::undamaged : look_rules::Look::destroyed,
+                                 destructibleType_);
 }
 
 std::vector<unsigned int> KsDestructiblesHelper::getMatKindsForState(const std::string& state) {
