@@ -2,7 +2,7 @@
 #include <authoring/category.h>
 #include <authoring/database_entries.h>
 #include <authoring/gone_model.h>
-#include <authoring/kept_model.h>
+#include <authoring/open_model.h>
 #include <authoring/save_losses.h>
 #include <authoring/thrown_away.h>
 #include <core/display_text.h>
@@ -164,7 +164,7 @@ std::optional<GoneModel> readGoneModel(const std::string& modelName) {
 Removal removeGoneModel(const std::string& modelName) {
   if (SaveGroup::isAnyOpen())
     return refusedRemoval("the program has a group of saves open, so nothing was removed; close that first");
-  if (KeptModel::isOpen(modelName)) {
+  if (OpenModel::isOpen(modelName)) {
     return refusedRemoval("the model " + quotedName(modelName) +
                           " is open in this program; convert it there, or close it first");
   }

@@ -2,12 +2,13 @@
 #include <authoring/category.h>
 #include <authoring/database_entries.h>
 #include <authoring/gone_model.h>
-#include <authoring/kept_model.h>
+#include <authoring/open_model.h>
 #include <authoring/save_losses.h>
 #include <authoring/session.h>
 #include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <destructibles/database_format.h>
+#include <destructibles/look_rules.h>
 #include <model/super_model.h>
 #include <resources/file_system.h>
 #include <resources/resource_name.h>
@@ -65,7 +66,7 @@ Session::Opened Session::open(const std::string& modelName) {
     return opened;
   }
   opened.refusal = refusalOfModel(modelName);
-  if (opened.refusal.empty() && KeptModel::isOpen(modelName)) {
+  if (opened.refusal.empty() && OpenModel::isOpen(modelName)) {
     opened.refusal = "the model " + quotedName(modelName) +
                      " is open already in this program; use that session or close it first";
   }
@@ -76,9 +77,10 @@ Session::Opened Session::open(const std::string& modelName) {
     opened.refusal = textOf(superModel.fault());
     return opened;
   }
-  auto model = std::make_unique<KeptModel>(modelName, *std::move(superModel));
+  auto model = std::make_unique<OpenModel>(modelName, *std::move(superModel));
   if (model->hasRead()) {
     opened.session.reset(new Session(std::move(model)));
+    OpenModel::followAll();
   } else {
     opened.refusal = std::string(database_format::kDatabaseFile) +
                      " could not be read when the model was opened; mend that and try again";
@@ -86,7 +88,7 @@ Session::Opened Session::open(const std::string& modelName) {
   return opened;
 }
 
-Session::Session(std::unique_ptr<KeptModel> model) : model_(std::move(model)) {}
+Session::Session(std::unique_ptr<OpenModel> model) : model_(std::move(model)) {}
 
 Session::~Session() = default;
 
@@ -99,7 +101,7 @@ const std::string& Session::modelName() const {
 }
 
 KsDestructibleType Session::category() const {
-  return helper().destructibleType();
+  return model_->mine().category;
 }
 
 KsDestructibleType Session::suggestedCategory() const {
@@ -124,7 +126,7 @@ bool Session::isMissingInDatabase() {
 }
 
 bool Session::hasUnsavedEdits() {
-  return !isSame(ofItsCategory(model_->description()), ofItsCategory(model_->base()));
+  return model_->isEdited();
 }
 
 std::vector<Material> Session::materials() const {
@@ -148,20 +150,27 @@ const std::set<std::string>& Session::bspMaterials() const {
 }
 
 std::vector<std::string> Session::stateNames() {
-  model_->ensureLoaded();
-  return helper().getStateNames();
+  std::vector<std::string> names = {database_format::kUndamagedState};
+  for (const auto& [name, materials] : model_->mine().states) names.push_back(name);
+  names.emplace_back(database_format::kDestroyedState);
+  return names;
 }
 
 std::vector<std::string> Session::materialsForState(const std::string& state) {
-  model_->ensureLoaded();
-  return helper().getMaterialsForState(state);
+  const std::map<std::string, unsigned>& materials = helper().getMaterialNames();
+  if (state == database_format::kUndamagedState)
+    return look_rules::materialsOf(materials, look_rules::Look::undamaged, category());
+  if (state == database_format::kDestroyedState)
+    return look_rules::materialsOf(materials, look_rules::Look::destroyed, category());
+  const Description::States& states = model_->mine().states;
+  const auto named = states.find(state);
+  return named != states.end() ? named->second : std::vector<std::string>();
 }
 
 std::vector<std::pair<std::string, std::vector<std::string>>> Session::states() {
-  model_->ensureLoaded();
   std::vector<std::pair<std::string, std::vector<std::string>>> states;
-  for (std::string& name : helper().getStateNames()) {
-    std::vector<std::string> materials = helper().getMaterialsForState(name);
+  for (std::string& name : stateNames()) {
+    std::vector<std::string> materials = materialsForState(name);
     states.emplace_back(std::move(name), std::move(materials));
   }
   return states;
@@ -172,7 +181,7 @@ const std::string& Session::shownState() const {
 }
 
 HealthExplanation Session::explainHealth() {
-  model_->ensureLoaded();
+  model_->show();
   HealthExplanation explanation = authoring::explainHealth(helper(), category());
   explanation.health = helper().calculateDestructibleHealth();  // logs what the module has to say
   return explanation;

@@ -19,7 +19,7 @@
 
 namespace Tal::authoring {
 
-class KeptModel;
+class OpenModel;
 
 /// Something that the next save does and the author may not expect.
 struct SaveWarning {
@@ -170,16 +170,17 @@ class Session {
   KsDestructiblesHelper& helper() const noexcept;
 
  private:
-  explicit Session(std::unique_ptr<KeptModel> model);
+  explicit Session(std::unique_ptr<OpenModel> model);
 
   // Edits.
   std::string refusalOfEdit() const;
   std::string refusalOfCategory() const;
   std::string refusalOfConversion(KsDestructibleType to) const;
   Outcome convertTo(KsDestructibleType to);
-  Outcome setAchievementTag(const std::vector<Assignment>& assignments) const;
+  Outcome setAchievementTag(const std::vector<Assignment>& assignments);
   std::string refusalOfStates() const;
   std::string refusalOfState(const std::string& state);
+  void editStates(const std::function<void(Description::States&)>& edit);
 
   // Saving.
   std::map<std::string, std::string> droppedModules();
@@ -188,7 +189,7 @@ class Session {
   Outcome saveEntry();
   Outcome saveNone();
 
-  std::unique_ptr<KeptModel> model_;
+  std::unique_ptr<OpenModel> model_;
 };
 
 }  // namespace Tal::authoring

@@ -1,6 +1,6 @@
 #include <authoring/assign_all.h>
 #include <authoring/category.h>
-#include <authoring/kept_model.h>
+#include <authoring/open_model.h>
 #include <authoring/session.h>
 #include <authoring/stored_text.h>
 #include <authoring/thrown_away.h>
@@ -8,6 +8,7 @@
 #include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <destructibles/database_format.h>
+#include <destructibles/edit_rules.h>
 #include <resources/number_text.h>
 
 #include <algorithm>
@@ -42,19 +43,28 @@ std::vector<Change> changesBetween(const Record& before, const Record& after) {
   return changes;
 }
 
-// Hands an edited record to the helper. Beside another change a scale is stored exactly; alone, the helper
-// takes scales that differ by less than its tolerance as equal.
+/// Puts an edited record in its place.
 template <class Record>
-void store(const Record& before, const Record& after, const std::function<bool(const Record&)>& update,
+using PutRecord = std::function<void(Description&, const Record&)>;
+
+// Replaces the author's record. A scale that differs by less than the helper's tolerance and alone is
+// refused, since the helper takes it as equal.
+template <class Record>
+void store(OpenModel& model, const Record& before, const Record& after, const PutRecord<Record>& put,
            Outcome& outcome) {
   if (isSameRecord(before, after)) return;
-  if (update(after)) {
-    outcome.changes = changesBetween(before, after);
+  Record withoutScale = after;
+  withoutScale.effectScale = before.effectScale;
+  if (isSameRecord(before, withoutScale) && edit_rules::isSameScale(before.effectScale, after.effectScale)) {
+    outcome = refused("effectScale: " + floatText(after.effectScale) + " differs from " +
+                      floatText(before.effectScale) +
+                      " by less than 0.0004, which is not stored; set a value that is farther away");
     return;
   }
-  outcome = refused("effectScale: " + floatText(after.effectScale) + " differs from " +
-                    floatText(before.effectScale) +
-                    " by less than 0.0004, which is not stored; set a value that is farther away");
+  Description wanted = model.mine();
+  put(wanted, after);
+  model.replace(std::move(wanted));
+  outcome.changes = changesBetween(before, after);
 }
 
 // What was assigned must name a material of the model, and is worth a warning where it is questionable
@@ -75,14 +85,14 @@ void checkValues(KsDestructiblesHelper& helper, std::vector<NamedField> fields,
 }
 
 template <class Record>
-Outcome editRecord(KsDestructiblesHelper& helper, Record before, BasicStringRef recordKind,
-                   std::vector<Assignment> assignments, const std::function<bool(const Record&)>& update) {
+Outcome editRecord(OpenModel& model, Record before, BasicStringRef recordKind,
+                   std::vector<Assignment> assignments, const PutRecord<Record>& put) {
   Outcome outcome = replaceDisplayNames(before, assignments);
   if (!outcome) return outcome;
   Record after = before;
   outcome = assignAll(after, recordKind, assignments);
-  if (outcome) checkValues(helper, fieldsOf(after), assignments, outcome);
-  if (outcome) store(before, after, update, outcome);
+  if (outcome) checkValues(model.helper(), fieldsOf(after), assignments, outcome);
+  if (outcome) store(model, before, after, put, outcome);
   return outcome;
 }
 
@@ -102,27 +112,31 @@ void warnOfThrownAway(const ThrownAway& thrownAway, const RestoreTarget& target,
   std::ranges::move(linesOf(thrownAway, target), std::back_inserter(outcome.warnings));
 }
 
-template <class Record>
-bool hasHealthOf(const std::optional<Record>& record, const std::optional<Record>& expected) {
-  return !record || !expected || record->health == expected->health;
+// Whether a record is new, which has an estimated health.
+bool isRecordNew(const Description& before, const Description& now) {
+  return (now.fragile && !before.fragile) || (now.fallingAtom && !before.fallingAtom) ||
+         std::ranges::any_of(
+             now.modules, [&before](const auto& module) { return !before.modules.contains(module.first); });
 }
 
-// Whether records that were not there before have the health of new ones, as it was estimated once more. Not
-// when the visual could not be looked at for one of the estimates, which counts as having none.
-bool isAsEstimated(const Description& before, const Description& now, const RestoreTarget& target) {
-  const Description& newEntries = target.newEntries;
-  const bool isMade = (now.fragile && !before.fragile) || (now.fallingAtom && !before.fallingAtom) ||
-                      std::ranges::any_of(now.modules, [&before](const auto& module) {
-                        return !before.modules.contains(module.first);
-                      });
-  if (isMade && target.isHealthUncertain) return false;
-  for (const auto& [name, module] : now.modules) {
-    const auto expected = newEntries.modules.find(name);
-    if (before.modules.contains(name) || expected == newEntries.modules.end()) continue;
-    if (module.health != expected->second.health) return false;
+// The description of the model as one of another category; the records that it has of that count again.
+Description converted(Description description, KsDestructibleType to, const Description& newEntries) {
+  if (to == DT_NON_DESTRUCTIBLE) return {};
+  description.category = to;
+  if (to == DT_STRUCTURE) description.modules.insert(newEntries.modules.begin(), newEntries.modules.end());
+  if (to == DT_FRAGILE && !description.fragile) description.fragile = newEntries.fragile;
+  if (to == DT_FALLING_ATOMS && !description.fallingAtom) description.fallingAtom = newEntries.fallingAtom;
+  return description;
+}
+
+// The description with new records of its category; the hard points of modules stay.
+Description withNewRecords(const Description& description, const Description& newEntries) {
+  Description result = converted(withoutItsRecords(description), description.category, newEntries);
+  for (auto& [name, module] : result.modules) {
+    const auto old = description.modules.find(name);
+    if (old != description.modules.end()) module.effectHP = old->second.effectHP;
   }
-  return (before.fragile || hasHealthOf(now.fragile, newEntries.fragile)) &&
-         (before.fallingAtom || hasHealthOf(now.fallingAtom, newEntries.fallingAtom));
+  return result;
 }
 
 Outcome refusedWithoutEstimate(const std::string& modelName) {
@@ -158,33 +172,27 @@ std::string Session::refusalOfConversion(KsDestructibleType to) const {
 
 Outcome Session::convert(KsDestructibleType to) {
   if (const std::string refusal = refusalOfConversion(to); !refusal.empty()) return refused(refusal);
-  return model_->edit([this, to] { return convertTo(to); });
+  return model_->run([this, to] { return convertTo(to); });
 }
 
 Outcome Session::convertTo(KsDestructibleType to) {
   const KsDestructibleType from = category();
   if (from == to) {
     // A variant has no category but may have entries.
-    if (to == DT_NON_DESTRUCTIBLE) helper().setAsNonDestructible(/*force=*/true);
+    if (to == DT_NON_DESTRUCTIBLE) model_->replace({});
     return {};
   }
-  Outcome outcome;
-  const Description kept = model_->kept();
   const RestoreTarget target = targetOf(helper());
+  Description wanted = converted(model_->mine(), to, target.newEntries);
+  if (target.isHealthUncertain && isRecordNew(model_->mine(), wanted))
+    return refusedWithoutEstimate(modelName());
+  Outcome outcome;
   // What the file holds is not lost before the save.
   const Description unsaved = merged(model_->base(), model_->description(), target.newEntries);
   warnOfThrownAway({from, unsaved, target.newEntries, false, true}, target, outcome);
-  if (to == DT_NON_DESTRUCTIBLE) {
-    helper().setAsNonDestructible(/*force=*/true);
-  } else {
-    model_->setCategory(to);
-  }
-  if (!isAsEstimated(kept, model_->description(), target)) {
-    model_->restore(kept);
-    return refusedWithoutEstimate(modelName());
-  }
+  model_->replace(std::move(wanted));
   const bool isMadeAnew = from == DT_NON_DESTRUCTIBLE && to == model_->base().category;
-  if (isMadeAnew) warnOfThrownAway({to, model_->base(), model_->description()}, targetOf(helper()), outcome);
+  if (isMadeAnew) warnOfThrownAway({to, model_->base(), model_->description()}, target, outcome);
   outcome.changes.push_back({"category", std::string(categoryName(from)), std::string(categoryName(to))});
   return outcome;
 }
@@ -200,7 +208,7 @@ Outcome Session::convertAsSuggested() {
 
 Outcome Session::reset() {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
-  return model_->edit([this]() -> Outcome {
+  return model_->run([this]() -> Outcome {
     const Description before = model_->description();
     if (before.category == DT_NON_DESTRUCTIBLE) {
       const std::string refusal = refusalOfCategory();
@@ -209,13 +217,9 @@ Outcome Session::reset() {
                          : quotedName(modelName()) +
                                " is not destructible and has nothing to reset; convert it first");
     }
-    const Description kept = model_->kept();
-    model_->reset();
     const RestoreTarget target = targetOf(helper());
-    if (!isAsEstimated(withoutItsRecords(kept), model_->description(), target)) {
-      model_->restore(kept);
-      return refusedWithoutEstimate(modelName());
-    }
+    if (target.isHealthUncertain) return refusedWithoutEstimate(modelName());
+    model_->replace(withNewRecords(model_->mine(), target.newEntries));
     Outcome outcome;
     warnOfThrownAway({before.category, before, model_->description()}, target, outcome);
     return outcome;
@@ -224,18 +228,18 @@ Outcome Session::reset() {
 
 Outcome Session::set(const std::vector<Assignment>& assignments) {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
-  return model_->edit([&]() -> Outcome {
+  return model_->run([&]() -> Outcome {
     const Description now = model_->description();
     if (now.category == DT_STRUCTURE) return setAchievementTag(assignments);
     if (now.fragile) {
       return editRecord<KsDestructibleFragileDesc>(
-          helper(), *now.fragile, "a fragile", assignments,
-          [this](const auto& record) { return helper().updateFragileParameters(record); });
+          *model_, *now.fragile, "a fragile", assignments,
+          [](Description& wanted, const auto& record) { wanted.fragile = record; });
     }
     if (now.fallingAtom) {
       return editRecord<KsDestructibleFallingAtomDesc>(
-          helper(), *now.fallingAtom, "a falling atom", assignments,
-          [this](const auto& record) { return helper().updateFallingAtomParameters(record); });
+          *model_, *now.fallingAtom, "a falling atom", assignments,
+          [](Description& wanted, const auto& record) { wanted.fallingAtom = record; });
     }
     if (const std::string refusal = refusalOfCategory(); !refusal.empty()) return refused(refusal);
     return refused(quotedName(modelName()) + " is not destructible and has nothing to set; convert it first");
@@ -244,7 +248,7 @@ Outcome Session::set(const std::vector<Assignment>& assignments) {
 
 Outcome Session::setModule(const std::string& module, const std::vector<Assignment>& assignments) {
   if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
-  return model_->edit([&]() -> Outcome {
+  return model_->run([&]() -> Outcome {
     const Description now = model_->description();
     if (now.category != DT_STRUCTURE) {
       if (const std::string refusal = refusalOfCategory(); !refusal.empty()) return refused(refusal);
@@ -261,12 +265,12 @@ Outcome Session::setModule(const std::string& module, const std::vector<Assignme
     if (const auto reason = dropped.find(module); reason != dropped.end())
       return refused("module " + quotedName(module) + " cannot be saved: " + reason->second);
     return editRecord<KsDestructibleModuleDesc>(
-        helper(), existing->second, "a module", assignments,
-        [&](const auto& record) { return helper().updateDestructibleModule(module, record, false); });
+        *model_, existing->second, "a module", assignments,
+        [&](Description& wanted, const auto& record) { wanted.modules.at(module) = record; });
   });
 }
 
-Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) const {
+Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) {
   Outcome outcome = checkKeysAreDistinct(assignments);
   if (!outcome) return outcome;
   for (const Assignment& assignment : assignments) {
@@ -285,9 +289,10 @@ Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) c
     outcome = storedValue(assignment, tag);
     if (!outcome) return outcome;
     checkValues(helper(), {{keys::kAchievementTag, tag}}, assignments, outcome);
-    std::string before;
-    helper().getStructureAchievementTag(before);
-    if (!helper().updateStructureAchievementTag(tag)) continue;
+    Description wanted = model_->mine();
+    const std::string before = std::exchange(wanted.achievementTag, tag);
+    if (tag == before) continue;
+    model_->replace(std::move(wanted));
     if (isNoTag(keys::kAchievementTag, tag)) tag.clear();
     if (tag != before) outcome.changes.push_back({keys::kAchievementTag, before, tag});
   }

@@ -1,6 +1,6 @@
 #include <authoring/category.h>
 #include <authoring/database_entries.h>
-#include <authoring/kept_model.h>
+#include <authoring/open_model.h>
 #include <authoring/save_losses.h>
 #include <authoring/session.h>
 #include <authoring/thrown_away.h>
@@ -90,6 +90,23 @@ void warnOfDroppedValues(KsDestructiblesHelper& helper, const FileEntries& file,
     warnings.push_back({SaveWarning::Code::thrownAway, "", std::move(line)});
 }
 
+constexpr const char* kAnyState = "state";
+
+// Whether an entry that a save keeps may have states that no load takes.
+bool hasStatesInFile(const std::string& modelName) {
+  const SmartPointer<DataSection> database = openDatabase();
+  if (!database) return false;
+  for (const SmartPointer<DataSection> section : *database) {
+    for (int place = section->findChildWith(database_format::keys::kFileName, modelName); place != -1;
+         place = section->findChildWith(database_format::keys::kFileName, modelName, place + 1)) {
+      const SmartPointer<DataSection> states =
+          section->child(place)->findChild(database_format::tags::kStates);
+      if (states && states->childCount() > 0) return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 std::map<std::string, std::string> Session::droppedModules() {
@@ -133,7 +150,7 @@ Outcome Session::save() {
   const auto lock = SaveLock::acquire(database_format::kDatabaseFile);
   if (!lock) return refused(textOf(lock.fault()));
   model_->refresh();
-  return model_->edit([this]() -> Outcome {
+  return model_->run([this]() -> Outcome {
     if (const std::string refusal = refusalOfSave(); !refusal.empty()) return refused(refusal);
     std::vector<SaveWarning> warnings = saveWarnings();
     Outcome outcome = category() == DT_NON_DESTRUCTIBLE ? saveNone() : saveEntry();
@@ -163,24 +180,26 @@ std::string Session::refusalOfSave() const {
 }
 
 Outcome Session::saveEntry() {
+  const Description saved = model_->mine();
+  model_->show();
   forgetStatesOfFile();
   if (!helper().saveConfig()) return refused(refusalOfFailedSave());
-  model_->markSaved();
+  model_->noteSaved(saved);
   return {};
 }
 
 // A model without a record of states keeps those of the file on purpose; an empty record removes them.
 void Session::forgetStatesOfFile() {
-  const bool hasStates = !model_->description().states.empty();
-  if (category() != DT_STRUCTURE || hasStates || model_->base().states.empty()) return;
-  const std::string& any = model_->base().states.begin()->first;
-  helper().addDestructibleState(any);
-  helper().delDestructibleState(any);
+  if (category() != DT_STRUCTURE || !model_->mine().states.empty() || !hasStatesInFile(modelName())) return;
+  helper().addDestructibleState(kAnyState);
+  helper().delDestructibleState(kAnyState);
 }
 
 // Without a category the helper removes the entries and answers false whatever became of that. The document
 // that it edits tells whether it could open it, a group of the session's own whether that was written.
 Outcome Session::saveNone() {
+  const Description saved = model_->mine();
+  model_->show();
   SaveGroup saves;
   const SmartPointer<DataSection> database = openDatabase();
   if (database) helper().saveConfig();
@@ -192,7 +211,7 @@ Outcome Session::saveNone() {
     return refused("the entries of " + quotedName(modelName()) + " could not be removed from " +
                    database_format::kDatabaseFile + "; see whether it can be read, and try again");
   }
-  model_->markSaved();
+  model_->noteSaved(saved);
   return {};
 }
 

@@ -1,5 +1,5 @@
 #include <authoring/category.h>
-#include <authoring/kept_model.h>
+#include <authoring/open_model.h>
 #include <authoring/session.h>
 #include <authoring/stored_text.h>
 #include <core/contains.h>
@@ -9,6 +9,7 @@
 #include <model/material_kinds.h>
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -98,34 +99,40 @@ std::string Session::refusalOfStates() const {
 
 // Why a named state cannot be edited; empty when there is one of that name.
 std::string Session::refusalOfState(const std::string& state) {
-  const Description::States states = model_->description().states;
+  const Description::States& states = model_->mine().states;
   if (states.contains(state)) return {};
   if (isBuiltIn(state)) return "the state " + quotedName(state) + " is built in and cannot be changed";
   return quotedName(modelName()) + " has no state " + quotedName(state) +
          nameSuggestion(state, keysOf(states));
 }
 
+void Session::editStates(const std::function<void(Description::States&)>& edit) {
+  Description wanted = model_->mine();
+  edit(wanted.states);
+  model_->replace(std::move(wanted));
+}
+
 Outcome Session::checkStates() const {
   // The file may hold states of a model that is no structure.
-  const bool hasStates = !model_->description().states.empty();
+  const bool hasStates = !model_->mine().states.empty();
   return hasStates ? Outcome() : outcomeOf(refusalOfStates());
 }
 
 Outcome Session::addState(const std::string& state) {
   if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
-  return model_->edit([&]() -> Outcome {
-    const std::string refusal = refusalOfNewName(state, model_->description().states);
+  return model_->run([&]() -> Outcome {
+    const std::string refusal = refusalOfNewName(state, model_->mine().states);
     if (!refusal.empty()) return refused(refusal);
-    helper().addDestructibleState(state);
+    editStates([&](Description::States& states) { states.try_emplace(state); });
     return {};
   });
 }
 
 Outcome Session::removeState(const std::string& state) {
   if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
-  return model_->edit([&]() -> Outcome {
+  return model_->run([&]() -> Outcome {
     if (const std::string refusal = refusalOfState(state); !refusal.empty()) return refused(refusal);
-    helper().delDestructibleState(state);
+    editStates([&](Description::States& states) { states.erase(state); });
     return {};
   });
 }
@@ -133,11 +140,11 @@ Outcome Session::removeState(const std::string& state) {
 Outcome Session::addMaterials(const std::string& state, const std::vector<std::string>& materials,
                               bool isForced) {
   if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
-  return model_->edit([&]() -> Outcome {
+  return model_->run([&]() -> Outcome {
     if (const std::string refusal = refusalOfState(state); !refusal.empty()) return refused(refusal);
     std::vector<std::string> known;
     for (const auto& [name, kind] : helper().getMaterialNames()) known.push_back(name);
-    std::vector<std::string> present = model_->description().states[state];
+    std::vector<std::string> present = model_->mine().states.at(state);
     Outcome outcome;
     for (const std::string& material : materials) {
       const std::string refusal = refusalOfMaterial(material, known, state, present);
@@ -151,16 +158,16 @@ Outcome Session::addMaterials(const std::string& state, const std::vector<std::s
       }
       outcome.warnings.push_back(objection->reason);
     }
-    for (const std::string& material : materials) helper().addMaterialToDestrState(state, material);
+    editStates([&](Description::States& states) { states[state] = present; });
     return outcome;
   });
 }
 
 Outcome Session::removeMaterials(const std::string& state, const std::vector<std::string>& materials) {
   if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
-  return model_->edit([&]() -> Outcome {
+  return model_->run([&]() -> Outcome {
     if (const std::string refusal = refusalOfState(state); !refusal.empty()) return refused(refusal);
-    std::vector<std::string> present = model_->description().states[state];
+    std::vector<std::string> present = model_->mine().states.at(state);
     for (const std::string& material : materials) {
       const auto found = std::find(present.begin(), present.end(), material);
       if (found == present.end()) {
@@ -169,7 +176,7 @@ Outcome Session::removeMaterials(const std::string& state, const std::vector<std
       }
       present.erase(found);
     }
-    for (const std::string& material : materials) helper().delMaterialFromDestrState(state, material);
+    editStates([&](Description::States& states) { states[state] = present; });
     return {};
   });
 }
@@ -180,6 +187,7 @@ Outcome Session::showState(const std::string& state) {
     return refused(quotedName(modelName()) + " has no state " + quotedName(state) +
                    nameSuggestion(state, names));
   }
+  model_->show();
   helper().setDestructibleState(state);
   return {};
 }

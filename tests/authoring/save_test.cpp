@@ -78,6 +78,21 @@ TEST_F(Saving, OfAStructureNamesTheModulesThatItDrops) {
   EXPECT_TRUE(session->saveWarnings().empty());
 }
 
+TEST_F(Saving, TakesNoStatesOfAnEntryThatDidNotCount) {
+  writeDatabase(
+      "<root><structures>"
+      "<entry><filename>content/buildings/house.model</filename><modules/><states><state><name>stale</name>"
+      "<destroyedMaterials>n_wall_1 </destroyedMaterials></state></states></entry>"
+      "<entry><filename>content/buildings/house.model</filename><modules/><states></states></entry>"
+      "</structures></root>");
+  const auto session = open(kHouse);
+  const std::vector<std::string> states = session->stateNames();
+  expectDone(session->reset());
+  expectDone(session->save());
+  EXPECT_EQ(session->stateNames(), states);
+  EXPECT_FALSE(session->hasUnsavedEdits());
+}
+
 TEST_F(Saving, NamesAModuleOfAMaterialThatTheModelNoLongerHas) {
   writeDatabase(
       "<root><structures><entry><filename>content/buildings/house.model</filename><modules><module>"

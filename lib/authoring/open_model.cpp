@@ -1,0 +1,331 @@
+#include <authoring/open_model.h>
+#include <authoring/record_table.h>
+#include <authoring/restore_target.h>
+#include <core/debug_message.h>
+#include <core/display_text.h>
+#include <destructibles/database_format.h>
+#include <model/ks_material_disabler.h>
+#include <model/super_model.h>
+#include <resources/data_section.h>
+#include <resources/file_system.h>
+#include <resources/monitor.h>
+
+#include <algorithm>
+#include <set>
+#include <utility>
+#include <vector>
+
+namespace Tal::authoring {
+namespace {
+
+/// The models that are open in the process. Their entries share the tables: a load by one helper replaces
+/// those of all, and tells only the listeners of that helper.
+struct OpenModels {
+  std::vector<OpenModel*> all;
+  int running = 0;  // operations
+  bool isFollowing = false;
+};
+
+OpenModels& openModels() {
+  static OpenModels models;
+  return models;
+}
+
+/// Counts an operation as running, by whatever way it ends.
+class RunningOperation {
+ public:
+  RunningOperation() noexcept { ++openModels().running; }
+  ~RunningOperation() { --openModels().running; }
+  RunningOperation(const RunningOperation&) = delete;
+  RunningOperation& operator=(const RunningOperation&) = delete;
+};
+
+/// Keeps the listeners of one model from beginning another round.
+class Following {
+ public:
+  Following() noexcept { openModels().isFollowing = true; }
+  ~Following() { openModels().isFollowing = false; }
+  Following(const Following&) = delete;
+  Following& operator=(const Following&) = delete;
+};
+
+FS::MonitorThreadBase* monitor() {
+  FS::MultiFileSystem* const files = FS::fileSystem();
+  return files != nullptr ? files->getFilesystemMonitor() : nullptr;
+}
+
+void warn(const std::string& text) {
+  constexpr int kWarningPriority = 4;
+  DebugMessageHelper({0, kWarningPriority}, "", 0).message(text);
+}
+
+bool hasRecord(const Description& description) {
+  switch (description.category) {
+    case DT_STRUCTURE:
+      return !description.modules.empty();
+    case DT_FRAGILE:
+      return description.fragile.has_value();
+    case DT_FALLING_ATOMS:
+      return description.fallingAtom.has_value();
+    case DT_NON_DESTRUCTIBLE:
+      break;
+  }
+  return true;
+}
+
+bool hasOtherModules(const Description& shown, const Description& wanted) {
+  return std::ranges::any_of(
+      shown.modules, [&wanted](const auto& module) { return !wanted.modules.contains(module.first); });
+}
+
+// Replaces a record of the tables exactly. The helper takes scales that hardly differ as equal, but not
+// beside another difference.
+template <class Record, class Get, class Update>
+void store(const Record& record, const Get& get, const Update& update) {
+  update(record);
+  Record stored;
+  if (!get(stored) || isSameRecord(stored, record)) return;
+  Record other = record;
+  other.health = record.health == 0 ? 1 : 0;
+  update(other);
+  update(record);
+}
+
+// The base of a merge: what the author has not touched of a record that was made here is to be theirs.
+Description withMadeRecords(Description base, const Description& mine, const Description& newEntries) {
+  if (mine.fragile && !base.fragile) base.fragile = newEntries.fragile;
+  if (mine.fallingAtom && !base.fallingAtom) base.fallingAtom = newEntries.fallingAtom;
+  for (const auto& [name, module] : newEntries.modules)
+    if (mine.modules.contains(name)) base.modules.emplace(name, module);
+  return base;
+}
+
+}  // namespace
+
+OpenModel::OpenModel(const std::string& modelName, std::unique_ptr<SuperModel> superModel)
+    : superModel_(std::move(superModel)), disabler_(std::make_unique<KsMaterialDisabler>(superModel_.get())) {
+  const RunningOperation running;
+  disabler_->createMaterialBindings();
+  helper_ = std::make_unique<KsDestructiblesHelper>(superModel_.get(), modelName, disabler_.get());
+  // The tables may have been of an older file.
+  const std::optional<FileEntries> file = readEntries(modelName);
+  if (file && file->description.category != helper_->destructibleType())
+    KsDestructiblesHelper::reinit(helper_, superModel_.get(), modelName, disabler_.get(), false);
+  newEntries_ = targetOf(*helper_).newEntries;
+  takeFile();
+  // What others have shown in the tables may be gone.
+  onTablesLoaded();
+  isToNotify_ = false;
+  // Connected first, so that everybody else's slots see the author's values.
+  typeChanged_ = helper_->connectDestructibleTypeChanged([this] { showRecords(); });
+  loaded_ = helper_->connectLoadedConfigSignal(&OpenModel::onTablesLoaded);
+  if (FS::MonitorThreadBase* const changes = monitor()) changes->addModificationListener(this);
+  openModels().all.push_back(this);
+}
+
+OpenModel::~OpenModel() {
+  if (FS::MonitorThreadBase* const changes = monitor()) changes->removeModificationListener(this);
+  std::erase(openModels().all, this);
+}
+
+bool OpenModel::isOpen(const std::string& modelName) {
+  return std::ranges::any_of(openModels().all, [&modelName](const OpenModel* model) {
+    return model->helper_->modelName() == modelName;
+  });
+}
+
+void OpenModel::followAll() {
+  OpenModels& models = openModels();
+  if (models.running > 0 || models.isFollowing) return;
+  const Following following;
+  const auto isBehind = [](const OpenModel* model) { return model->isStale_ || model->isToNotify_; };
+  for (auto found = std::ranges::find_if(models.all, isBehind); found != models.all.end();
+       found = std::ranges::find_if(models.all, isBehind)) {
+    OpenModel& model = **found;
+    if (model.isStale_) model.refresh();
+    if (std::exchange(model.isToNotify_, false)) model.reloaded_();  // may close any of them
+  }
+}
+
+bool OpenModel::isEdited() const {
+  return !isSame(ofItsCategory(mine_), ofItsCategory(base_));
+}
+
+Outcome OpenModel::run(const std::function<Outcome()>& operation) {
+  Outcome outcome;
+  {
+    const RunningOperation running;
+    outcome = operation();
+  }
+  followAll();
+  return outcome;
+}
+
+void OpenModel::replace(Description wanted) {
+  std::swap(mine_, wanted);
+  try {
+    show();
+  } catch (...) {
+    std::swap(mine_, wanted);
+    isStale_ = true;
+    throw;
+  }
+}
+
+void OpenModel::refresh() {
+  isStale_ = false;
+  const RunningOperation running;
+  if (takeFile()) isToNotify_ = true;
+}
+
+std::optional<KsDestructibleType> OpenModel::takeForeignCategory() {
+  const std::optional<KsDestructibleType> taken = std::exchange(foreignCategory_, std::nullopt);
+  return taken != mine_.category ? taken : std::nullopt;
+}
+
+void OpenModel::noteSaved(Description saved) {
+  base_ = std::move(saved);
+  foreignCategory_.reset();
+  isSaved_ = true;
+  stamp_ = 0;
+  isStale_ = true;
+}
+
+void OpenModel::onResourceModified(const BasicStringRef& /*basePath*/, const BasicStringRef& resourceName,
+                                   Action /*action*/) {
+  if (resourceName != database_format::kDatabaseFile) return;
+  if (!openDatabase()) {
+    warn(std::string(database_format::kDatabaseFile) + " cannot be read any more; what was last read of " +
+         quotedName(helper_->modelName()) + " is kept until it can");
+  }
+  isStale_ = true;
+  followAll();
+}
+
+void OpenModel::onTablesLoaded() {
+  for (OpenModel* const model : openModels().all) model->isStale_ = true;
+  followAll();
+}
+
+// False when there was nothing new in the file.
+bool OpenModel::takeFile() {
+  const SmartPointer<DataSection> database = openDatabase();
+  const std::uint64_t stamp = database ? database->contentStamp() : 0;
+  const bool isNew = stamp != 0 && stamp != stamp_;
+  if (isNew) merge(entriesIn(*database, helper_->modelName()).description);
+  hasRead_ = hasRead_ || database;
+  stamp_ = stamp;
+  show();
+  return isNew;
+}
+
+void OpenModel::merge(const Description& file) {
+  Description theirs = completed(file);
+  const bool isEditedHere = isEdited();
+  if (!isEditedHere || theirs.category == mine_.category) {
+    foreignCategory_.reset();
+  } else if (theirs.category != base_.category) {
+    foreignCategory_ = theirs.category;
+  }
+  Description mine = merged(withMadeRecords(base_, mine_, newEntries_), mine_, theirs);
+  if (!isEditedHere) mine.category = theirs.category;
+  // A model of no category has no records that would count again when it is converted.
+  const bool isDropped = isEditedHere && mine.category == DT_NON_DESTRUCTIBLE;
+  mine_ = isDropped ? Description() : completed(std::move(mine));
+  base_ = std::move(theirs);
+}
+
+// A model of a category has its record, and a structure a module for each undamaged part until it is saved.
+Description OpenModel::completed(Description description) const {
+  if (description.category == DT_STRUCTURE && !isSaved_)
+    description.modules.insert(newEntries_.modules.begin(), newEntries_.modules.end());
+  if (description.category == DT_FRAGILE && !description.fragile) description.fragile = newEntries_.fragile;
+  if (description.category == DT_FALLING_ATOMS && !description.fallingAtom)
+    description.fallingAtom = newEntries_.fallingAtom;
+  return description;
+}
+
+void OpenModel::show() {
+  helper_->loadConfig(false);
+  const Description wanted = description();
+  if (isSame(shown(), wanted)) return;
+  setCategory(wanted.category);
+  const Description current = shown();
+  if (!hasRecord(current) || hasOtherModules(current, wanted)) helper_->resetDescriptions();
+  showRecords();
+}
+
+// Once the helper is of the category.
+void OpenModel::showRecords() {
+  if (helper_->destructibleType() != mine_.category) return;
+  const Description wanted = description();
+  helper_->updateStructureAchievementTag(wanted.achievementTag);
+  for (const auto& [module, record] : wanted.modules) {
+    store(
+        record, [&, name = module](auto& stored) { return helper_->getDestructibleModule(name, stored); },
+        [&, name = module](const auto& other) { helper_->updateDestructibleModule(name, other, false); });
+  }
+  if (wanted.fragile) {
+    store(
+        *wanted.fragile, [this](auto& stored) { return helper_->getFragileParameters(stored); },
+        [this](const auto& record) { helper_->updateFragileParameters(record); });
+  }
+  if (wanted.fallingAtom) {
+    store(
+        *wanted.fallingAtom, [this](auto& stored) { return helper_->getFallingAtomParameters(stored); },
+        [this](const auto& record) { helper_->updateFallingAtomParameters(record); });
+  }
+  setStates(shown().states, wanted.states);
+}
+
+// What the tables hold of the model.
+Description OpenModel::shown() {
+  Description description;
+  description.category = helper_->destructibleType();
+  helper_->getStructureAchievementTag(description.achievementTag);
+  std::set<std::string> names;  // which the helper cannot list
+  for (const auto& [name, kind] : helper_->getMaterialNames()) names.insert(name);
+  for (const Description* const known : {&base_, &mine_})
+    for (const auto& [name, module] : known->modules) names.insert(name);
+  for (const std::string& name : names) {
+    KsDestructibleModuleDesc module;
+    if (helper_->getDestructibleModule(name, module)) description.modules.emplace(name, module);
+  }
+  const std::vector<std::string> states = helper_->getStateNames();
+  for (auto state = states.begin() + 1; state != states.end() - 1; ++state)  // without the built-in ones
+    description.states.emplace(*state, helper_->getMaterialsForState(*state));
+  KsDestructibleFragileDesc fragile;
+  if (helper_->getFragileParameters(fragile)) description.fragile = fragile;
+  KsDestructibleFallingAtomDesc fallingAtom;
+  if (helper_->getFallingAtomParameters(fallingAtom)) description.fallingAtom = fallingAtom;
+  return ofItsCategory(std::move(description));
+}
+
+void OpenModel::setCategory(KsDestructibleType category) {
+  if (helper_->destructibleType() == category) return;
+  switch (category) {
+    case DT_STRUCTURE:
+      return helper_->setAsStructure();
+    case DT_FRAGILE:
+      return helper_->setAsFragile();
+    case DT_FALLING_ATOMS:
+      return helper_->setAsFallingAtoms();
+    case DT_NON_DESTRUCTIBLE:
+      return helper_->setAsNonDestructible(/*force=*/true);
+  }
+}
+
+void OpenModel::setStates(const Description::States& current, const Description::States& wanted) {
+  for (const auto& [name, materials] : current) {
+    if (!wanted.contains(name)) helper_->delDestructibleState(name);
+  }
+  for (const auto& [name, materials] : wanted) {
+    const auto existing = current.find(name);
+    if (existing != current.end() && existing->second == materials) continue;
+    helper_->delDestructibleState(name);
+    helper_->addDestructibleState(name);
+    for (const std::string& material : materials) helper_->addMaterialToDestrState(name, material);
+  }
+}
+
+}  // namespace Tal::authoring

@@ -1,0 +1,112 @@
+#pragma once
+
+#include <authoring/database_entries.h>
+#include <authoring/description.h>
+#include <authoring/outcome.h>
+#include <destructibles/ks_destructibles_helper.h>
+#include <ks/connection.h>
+#include <ks/signal.h>
+#include <resources/resource_modification_listener.h>
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace Tal {
+class KsMaterialDisabler;
+class SuperModel;
+}  // namespace Tal
+
+namespace Tal::authoring {
+
+/// An open model: what the file said of it, what the author has, and the helper that shows the latter in the
+/// tables. The two descriptions are the truth; the tables, which any load of the process replaces, are made
+/// to agree with them. Main thread only.
+class OpenModel : private ResourceModificationListener {
+ public:
+  /// Binds the model; the database can be opened.
+  OpenModel(const std::string& modelName, std::unique_ptr<SuperModel> superModel);
+  ~OpenModel() override;
+  OpenModel(const OpenModel&) = delete;
+  OpenModel& operator=(const OpenModel&) = delete;
+
+  /// Whether the model of a name is open.
+  static bool isOpen(const std::string& modelName);
+
+  /// Has every open model follow the file as far as something has changed, and tells its listeners. Nothing
+  /// happens within an operation: it is made up for at the end of that.
+  static void followAll();
+
+  KsDestructiblesHelper& helper() noexcept { return *helper_; }
+
+  /// Whether the database could be read since the model was bound; without that there is nothing to edit.
+  bool hasRead() const noexcept { return hasRead_; }
+
+  /// What the file held when it was last read, and the modules that its structure lacks.
+  const Description& base() const noexcept { return base_; }
+
+  /// What the author has: `base` with the edits since then, and the records that conversions have left
+  /// behind.
+  const Description& mine() const noexcept { return mine_; }
+
+  /// The part of `mine` that counts for the model's category.
+  Description description() const { return ofItsCategory(mine_); }
+
+  bool isEdited() const;
+
+  /// Runs an operation, during which no listener is called. Operations may be nested.
+  Outcome run(const std::function<Outcome()>& operation);
+
+  /// Makes this what the author has; shows it in the tables.
+  void replace(Description wanted);
+
+  /// Shows what the author has in the tables.
+  void show();
+
+  /// Reads the file if it has other content than what was last read.
+  void refresh();
+
+  /// The category that another program has given to the model in the file while it had unsaved edits here, if
+  /// it is another than here. Given once.
+  std::optional<KsDestructibleType> takeForeignCategory();
+
+  /// Notes that `saved` was written to the file.
+  void noteSaved(Description saved);
+
+  ks::Connection connectReloaded(std::function<void()> slot) const {
+    return reloaded_.connect(std::move(slot));
+  }
+
+ private:
+  void onResourceModified(const BasicStringRef& basePath, const BasicStringRef& resourceName,
+                          Action action) override;
+  static void onTablesLoaded();
+  bool takeFile();
+  void merge(const Description& file);
+  Description completed(Description description) const;
+  Description shown();
+  void showRecords();
+  void setCategory(KsDestructibleType category);
+  void setStates(const Description::States& current, const Description::States& wanted);
+
+  std::unique_ptr<SuperModel> superModel_;
+  std::unique_ptr<KsMaterialDisabler> disabler_;
+  std::unique_ptr<KsDestructiblesHelper> helper_;
+  ks::Connection typeChanged_;
+  ks::Connection loaded_;
+  mutable ks::Signal<void()> reloaded_;
+
+  Description newEntries_;  // what newly made entries hold
+  Description base_;
+  Description mine_;
+  std::uint64_t stamp_ = 0;  // of the content that base_ is from; 0 when it is to be read again
+  std::optional<KsDestructibleType> foreignCategory_;
+  bool hasRead_ = false;
+  bool isSaved_ = false;     // from here: the file has every module that a save keeps
+  bool isStale_ = false;     // the file or the tables may have changed
+  bool isToNotify_ = false;  // of a file that was read
+};
+
+}  // namespace Tal::authoring
