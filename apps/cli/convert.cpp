@@ -48,8 +48,10 @@ std::string removalText(const std::string& model, const std::vector<std::string>
 // Without the model's files the entries are removed as an edit of the document.
 void removeGoneModel(const std::string& model, Tool& tool) {
   authoring::Removal removal;
-  tool.save([&] {
-    removal = authoring::removeGoneModel(model);
+  tool.save([&]() -> Result<authoring::Outcome> {
+    auto removed = authoring::removeGoneModel(model);
+    if (!removed) return std::move(removed).fault();
+    removal = *std::move(removed);
     return removal.outcome;
   });
   tool.print(
@@ -63,8 +65,8 @@ void convert(const ConvertOptions& options, Tool& tool) {
   if (chosen == DT_NON_DESTRUCTIBLE && authoring::readGoneModel(options.model))
     return removeGoneModel(options.model, tool);
   const auto session = tool.openSession(options.model);
-  const authoring::Outcome outcome = chosen ? session->convert(*chosen) : session->convertAsSuggested();
-  Tool::check(outcome);
+  const authoring::Outcome outcome =
+      Tool::checkEdit(chosen ? session->convert(*chosen) : session->convertAsSuggested());
   const KsDestructibleType category = session->category();
   const bool hasNone = category == DT_NON_DESTRUCTIBLE && outcome.changes.empty();
   const std::vector<std::string> removed = hasNone ? session->sections() : std::vector<std::string>();

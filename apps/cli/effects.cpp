@@ -52,7 +52,7 @@ std::string asTable(const std::vector<CategoryAndEffect>& effects) {
 void effects(const EffectsOptions& options, Tool& tool) {
   tool.setUpRoots();
   const std::vector<CategoryAndEffect> found = effectsOf(options);
-  if (const std::string refusal = authoring::refusalOfEffects(); !refusal.empty()) throw Refusal(refusal);
+  Tool::check(authoring::checkEffects());
   tool.print(options.isJson ? jsonText(asJson(found)) : asTable(found));
 }
 

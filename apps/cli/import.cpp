@@ -74,8 +74,8 @@ std::vector<std::pair<std::string, std::uint32_t>> kindPairs(const std::vector<s
 
 // The name is going to be a key of the database.
 void checkModelName(const std::string& model) {
-  const std::string fault = authoring::faultOfModelName(model);
-  if (!fault.empty()) throw Refusal(fault + "; choose another name");
+  const auto checked = authoring::checkModelName(model);
+  if (!checked) throw Refusal(checked.fault().what + "; choose another name");
 }
 
 // One in the first root would come before it.

@@ -59,10 +59,8 @@ void init(const std::string& folder, Tool& tool) {
   if (folder.empty()) throw CLI::ValidationError("DIR", "the folder has no name");
   const fs::path root(folder);
   NewFolders folders(root / "scripts");
-  if (const auto made = makeFolder(root / "scripts"); !made) throw Refusal(made.fault());
-  auto files = FS::MultiFileSystem::open({root});
-  if (!files) throw Refusal(files.fault());
-  FS::setFileSystem(*std::move(files));
+  Tool::check(makeFolder(root / "scripts"));
+  FS::setFileSystem(Tool::check(FS::MultiFileSystem::open({root})));
   for (const NewFile& file : newFiles()) {
     const fs::path path = root / file.name;
     bool isOld = isThere(file.name);

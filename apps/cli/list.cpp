@@ -30,10 +30,9 @@ std::optional<KsDestructibleType> wantedCategory(const ListOptions& options) {
 }
 
 std::vector<CatalogueEntry> catalogue(std::optional<KsDestructibleType> wanted) {
-  std::optional<std::vector<CatalogueEntry>> entries = authoring::readCatalogue();
-  if (!entries) throw Refusal(authoring::refusalOfDatabase());
-  if (wanted) std::erase_if(*entries, [&](const CatalogueEntry& entry) { return entry.category != *wanted; });
-  return *entries;
+  std::vector<CatalogueEntry> entries = Tool::check(authoring::readCatalogue());
+  if (wanted) std::erase_if(entries, [&](const CatalogueEntry& entry) { return entry.category != *wanted; });
+  return entries;
 }
 
 Json asJson(const std::vector<CatalogueEntry>& entries) {

@@ -136,10 +136,8 @@ Json asJson(mio::Object& object, const Warnings& warnings, const PropertiesOptio
 
 void properties(const PropertiesOptions& options, Tool& tool) {
   const auto session = tool.openSession(options.model);
-  std::string refusal;
-  const auto record = authoring::PanelRecord::open(
-      *session, options.hasModule ? std::optional(options.module) : std::nullopt, refusal);
-  if (!record) throw Refusal(refusal);
+  const auto record = Tool::check(authoring::PanelRecord::open(
+      *session, options.hasModule ? std::optional(options.module) : std::nullopt));
   const Warnings warnings = warningsOf(*session, options);
   tool.print(options.isJson ? jsonText(asJson(record->object(), warnings, options))
                             : asTable(record->object(), warnings, options));

@@ -49,9 +49,8 @@ std::string changeText(const SetOptions& options, const authoring::Outcome& outc
 void set(const SetOptions& options, Tool& tool) {
   const std::vector<authoring::Assignment> assignments = parseAssignments(options.assignments);
   const auto session = tool.openSession(options.model);
-  const authoring::Outcome outcome =
-      options.hasModule ? session->setModule(options.module, assignments) : session->set(assignments);
-  Tool::check(outcome);
+  const authoring::Outcome outcome = Tool::checkEdit(
+      options.hasModule ? session->setModule(options.module, assignments) : session->set(assignments));
   const bool isFileChanged = tool.save(*session);
   tool.print(changeText(options, outcome, isFileChanged));
 }

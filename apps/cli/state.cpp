@@ -31,8 +31,8 @@ struct Action {
   std::string form;  // what follows the name
   std::size_t leastArguments;
   std::size_t mostArguments;
-  authoring::Outcome (*edit)(authoring::Session& session, const std::string& state,
-                             const Arguments& materials, bool isForced);
+  Result<authoring::Outcome> (*edit)(authoring::Session& session, const std::string& state,
+                                     const Arguments& materials, bool isForced);
   std::string (*report)(const std::string& state, const Arguments& materials);
 };
 
@@ -109,7 +109,7 @@ void runState(const StateOptions& options, Tool& tool) {
   }
   const std::string& state = options.arguments.front();
   const Arguments materials(options.arguments.begin() + 1, options.arguments.end());
-  Tool::check(action.edit(*session, state, materials, options.isForced));
+  Tool::checkEdit(action.edit(*session, state, materials, options.isForced));
   tool.save(*session);
   tool.print(escapeControls(options.model) + ": " + action.report(state, materials) + "\n");
 }

@@ -108,9 +108,7 @@ void Tool::setUpRoots() const {
                   database_format::kDatabaseFile + "; give one with --root DIR or " + kRootVariable +
                   ", or make one with \"destructibles init DIR\"");
   }
-  auto files = FS::MultiFileSystem::open(std::move(roots));
-  if (!files) throw Refusal(files.fault());
-  FS::setFileSystem(*std::move(files));
+  FS::setFileSystem(check(FS::MultiFileSystem::open(std::move(roots))));
 }
 
 std::unique_ptr<authoring::Session> Tool::openSession(const std::string& model) const {
@@ -119,9 +117,7 @@ std::unique_ptr<authoring::Session> Tool::openSession(const std::string& model) 
     const HeldInterrupts held;  // the monitor's thread is to leave interrupts to this one
     FS::fileSystem()->getFilesystemMonitor();
   }
-  authoring::Session::Opened opened = authoring::Session::open(model);
-  if (!opened.session) throw Refusal(opened.refusal);
-  return std::move(opened.session);
+  return check(authoring::Session::open(model));
 }
 
 KsDestructibleType Tool::destructibleCategory(const std::string& name) {
@@ -132,9 +128,10 @@ KsDestructibleType Tool::destructibleCategory(const std::string& name) {
   throw Refusal("there is no category " + quotedName(name) + nameSuggestion(name, names));
 }
 
-void Tool::check(const authoring::Outcome& outcome) {
-  for (const std::string& warning : outcome.warnings) say(warning);
-  if (!outcome) throw Refusal(outcome.refusal);
+authoring::Outcome Tool::checkEdit(Result<authoring::Outcome> outcome) {
+  authoring::Outcome done = check(std::move(outcome));
+  for (const std::string& warning : done.warnings) say(warning);
+  return done;
 }
 
 HeldInterrupts::HeldInterrupts() {
@@ -151,7 +148,7 @@ HeldInterrupts::~HeldInterrupts() {
 namespace {
 
 // What is to be said of the save waits until others may save and interrupts end the program again.
-authoring::Outcome withoutInterrupt(const std::function<authoring::Outcome()>& operation) {
+Result<authoring::Outcome> withoutInterrupt(const std::function<Result<authoring::Outcome>()>& operation) {
   const HeldInterrupts held;
   return operation();
 }
@@ -162,9 +159,9 @@ bool Tool::save(authoring::Session& session) {
   return save([&session] { return session.save(); });
 }
 
-bool Tool::save(const std::function<authoring::Outcome()>& operation) {
+bool Tool::save(const std::function<Result<authoring::Outcome>()>& operation) {
   const std::optional<FileIdentity> before = authoring::databaseIdentity();
-  check(withoutInterrupt(operation));
+  checkEdit(withoutInterrupt(operation));
   const bool isChanged = authoring::databaseIdentity() != before;
   if (isChanged) noteDone("the model was saved");
   return isChanged;

@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -52,14 +53,21 @@ class Tool {
   /// The category of a name, or a refusal: "none" is not one either.
   static KsDestructibleType destructibleCategory(const std::string& name);
 
-  /// Says the warnings of an edit and refuses when it was refused.
-  static void check(const authoring::Outcome& outcome);
+  /// The value of a result, or a refusal.
+  template <class Value>
+  static Value check(Result<Value> result) {
+    if (!result) throw Refusal(result.fault());
+    if constexpr (!std::is_void_v<Value>) return *std::move(result);
+  }
+
+  /// Says the warnings of an edit that was done, or refuses.
+  static authoring::Outcome checkEdit(Result<authoring::Outcome> outcome);
 
   /// Saves, says what the save drops and adds, and refuses when it failed. Whether the file was changed.
   bool save(authoring::Session& session);
 
   /// The same for any other operation that saves the database.
-  bool save(const std::function<authoring::Outcome()>& operation);
+  bool save(const std::function<Result<authoring::Outcome>()>& operation);
 
  private:
   std::vector<std::string> givenRoots_;

@@ -12,27 +12,26 @@
 
 namespace Tal::authoring {
 
-/// The value of an assignment as the database keeps it, without surrounding white space; a warning says when
-/// there was some. The outcome is refused when XML cannot hold the value.
-Outcome storedValue(const Assignment& assignment, std::string& value);
+/// The value of an assignment as the database keeps it, without surrounding white space; a warning is added
+/// when there was some. A fault when XML cannot hold the value.
+Result<std::string> storedValue(const Assignment& assignment, std::vector<std::string>& warnings);
 
-/// Puts text into a number or string; the reason when it cannot be one, else empty.
-std::string parseValue(const std::string& text, std::int32_t& value);
-std::string parseValue(const std::string& text, float& value);
-std::string parseValue(const std::string& text, std::string& value);
+/// Puts text into a number or string. A fault, which goes on from the key, when it cannot be one.
+Result<void> parseValue(const std::string& text, std::int32_t& value);
+Result<void> parseValue(const std::string& text, float& value);
+Result<void> parseValue(const std::string& text, std::string& value);
 
 /// Replaces every assignment to a display name, such as "Hit effect", by one to its key, with the value that
-/// the record has when it tells of the change. Refused when a property refuses its value; then the list is
-/// not to be used.
+/// the record has when it tells of the change. A fault when a property refuses its value.
 template <class Record>
-Outcome replaceDisplayNames(const Record& record, std::vector<Assignment>& assignments);
+Result<std::vector<Assignment>> withoutDisplayNames(const Record& record,
+                                                    std::vector<Assignment> assignments);
 
-/// The refusal of a key that a record of this kind ("a fragile") does not have.
-std::string unknownKey(const std::string& key, BasicStringRef recordKind,
-                       const std::vector<std::string>& keys);
+/// The fault of a key that a record of this kind ("a fragile") does not have.
+Fault unknownKey(const std::string& key, BasicStringRef recordKind, const std::vector<std::string>& keys);
 
-/// Refuses a key that is assigned twice; else done.
-Outcome checkKeysAreDistinct(const std::vector<Assignment>& assignments);
+/// A fault when a key is assigned twice.
+Result<void> checkKeysAreDistinct(const std::vector<Assignment>& assignments);
 
 /// The assignments, by their keys, that make one record of another.
 template <class Record>
@@ -58,7 +57,8 @@ Assignment fieldOfProperty(const Record& record, BasicStringRef displayName) {
 }
 
 template <class Record>
-Outcome replaceDisplayNames(const Record& record, std::vector<Assignment>& assignments) {
+Result<std::vector<Assignment>> withoutDisplayNames(const Record& record,
+                                                    std::vector<Assignment> assignments) {
   for (Assignment& assignment : assignments) {
     Record edited = record;
     const mio::BoundProperty property = edited.property(assignment.key);
@@ -70,34 +70,32 @@ Outcome replaceDisplayNames(const Record& record, std::vector<Assignment>& assig
     try {
       property.set(trimmed(assignment.value));
     } catch (const tyk::BadCast& error) {
-      return refused(assignment.key + ": " + error.what() + "; give a value that fits");
+      return refused(assignment.key + ": " + error.what(), "give a value that fits");
     }
     assignment = byKey;
   }
-  return {};
+  return assignments;
 }
 
-/// Makes every assignment on `record`, or refuses: then `record` is not to be used. Says nothing of whether
-/// the names among the values exist.
+/// The record with every assignment made; warnings are added. Says nothing of whether the names among the
+/// values exist.
 template <class Record>
-Outcome assignAll(Record& record, BasicStringRef recordKind, const std::vector<Assignment>& assignments) {
-  Outcome outcome = checkKeysAreDistinct(assignments);
-  if (!outcome) return outcome;
+Result<Record> assigned(Record record, BasicStringRef recordKind, const std::vector<Assignment>& assignments,
+                        std::vector<std::string>& warnings) {
+  if (auto checked = checkKeysAreDistinct(assignments); !checked) return std::move(checked).fault();
   for (const Assignment& assignment : assignments) {
     const RecordField<Record>* named = nullptr;
     for (const RecordField<Record>& field : recordFields<Record>()) {
       if (field.key == assignment.key) named = &field;
     }
-    if (named == nullptr) return refused(unknownKey(assignment.key, recordKind, settableNames<Record>()));
-    std::string value;
-    Outcome stored = storedValue(assignment, value);
-    if (!stored) return stored;
-    for (std::string& warning : stored.warnings) outcome.warnings.push_back(std::move(warning));
-    const std::string fault =
-        std::visit([&](auto member) { return parseValue(value, record.*member); }, named->member);
-    if (!fault.empty()) return refused(assignment.key + ": " + fault);
+    if (named == nullptr) return unknownKey(assignment.key, recordKind, settableNames<Record>());
+    const Result<std::string> value = storedValue(assignment, warnings);
+    if (!value) return value.fault();
+    Result<void> parsed =
+        std::visit([&](auto member) { return parseValue(*value, record.*member); }, named->member);
+    if (!parsed) return refused(assignment.key + ": " + parsed.fault().what, parsed.fault().remedy);
   }
-  return outcome;
+  return record;
 }
 
 }  // namespace Tal::authoring

@@ -59,18 +59,24 @@ std::set<std::string> modelFileSet() {
   return names;
 }
 
-}  // namespace
-
-std::string refusalOfDatabase() {
-  if (openDatabase()) return {};
+// Why the database could not be opened.
+Fault faultOfDatabase() {
   const FS::MultiFileSystem* const files = FS::fileSystem();
-  if (files == nullptr) return "no resource roots are set up; set some first";
+  if (files == nullptr) return {FaultKind::missing, "no resource roots are set up", "set some first"};
   const std::string name = database_format::kDatabaseFile;
   const auto place = files->find(name);
-  if (place) return name + " cannot be read; mend the file and try again";
+  if (place) return {FaultKind::malformed, name + " cannot be read", "mend the file and try again"};
   if (place.fault().kind != FaultKind::missing)
-    return name + ' ' + place.fault().what + "; mend that and try again";
-  return "the resource roots hold no " + name + "; make an empty one with \"destructibles init\"";
+    return {place.fault().kind, name + ' ' + place.fault().what, "mend that and try again"};
+  return {FaultKind::missing, "the resource roots hold no " + name,
+          "make an empty one with \"destructibles init\""};
+}
+
+}  // namespace
+
+Result<void> checkDatabase() {
+  if (openDatabase()) return {};
+  return faultOfDatabase();
 }
 
 std::optional<FileIdentity> databaseIdentity() {
@@ -85,9 +91,9 @@ bool canNameModel(const std::string& modelName) {
   return FS::MultiFileSystem::checkName(modelName) && normalisedName(modelName) == modelName;
 }
 
-std::optional<std::vector<CatalogueEntry>> readCatalogue() {
+Result<std::vector<CatalogueEntry>> readCatalogue() {
   const SmartPointer<DataSection> root = openDatabase();
-  if (!root) return std::nullopt;
+  if (!root) return faultOfDatabase();
   std::vector<CatalogueEntry> catalogue;
   for (const auto& [model, marks] : gatherMarks(*root))
     catalogue.push_back({model, marks.category(model), isModelFile(model)});

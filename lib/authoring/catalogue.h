@@ -1,5 +1,6 @@
 #pragma once
 
+#include <core/result.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <resources/file_identity.h>
 
@@ -9,8 +10,8 @@
 
 namespace Tal::authoring {
 
-/// Why the database cannot be read and what to do, a line for a person; empty when it can. Main thread only.
-std::string refusalOfDatabase();
+/// A fault when the database cannot be read. Main thread only.
+Result<void> checkDatabase();
 
 /// What tells the present version of the database's file from another one without reading it; nothing when no
 /// root holds the file, or no roots are set up. Main thread only.
@@ -27,9 +28,8 @@ struct CatalogueEntry {
 /// may use for it.
 bool canNameModel(const std::string& modelName);
 
-/// Every model that the database names, in ascending order; nothing when the database cannot be opened (what
-/// is wrong with a file that is there has then been logged). Main thread only.
-std::optional<std::vector<CatalogueEntry>> readCatalogue();
+/// Every model that the database names, in ascending order. Main thread only.
+Result<std::vector<CatalogueEntry>> readCatalogue();
 
 /// Every "*.model" file below the resource roots, by resource name, in ascending order. Walks the folders.
 std::vector<std::string> modelFiles();

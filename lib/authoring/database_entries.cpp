@@ -33,9 +33,11 @@ SmartPointer<DataSection> openDatabase() {
   return FS::Utils::openSection(database_format::kDatabaseFile, false, nullptr);
 }
 
-std::string refusalOfFailedSave() {
-  return "the save of " + std::string(database_format::kDatabaseFile) +
-         " failed, for the reason in the message before this one: when it is mended, do the same again";
+Fault faultOfFailedSave() {
+  return {FaultKind::system,
+          "the save of " + std::string(database_format::kDatabaseFile) +
+              " failed, for the reason in the message before this one",
+          "when it is mended, do the same again"};
 }
 
 std::string modelOf(const DataSection& entry) {

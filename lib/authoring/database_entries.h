@@ -1,6 +1,7 @@
 #pragma once
 
 #include <authoring/description.h>
+#include <core/result.h>
 #include <core/smart_pointer.h>
 #include <core/string_ref.h>
 #include <destructibles/ks_destructibles_helper.h>
@@ -18,8 +19,8 @@ namespace Tal::authoring {
 /// The database as it is in the file now; null when it is missing or cannot be read.
 SmartPointer<DataSection> openDatabase();
 
-/// The refusal when a save failed for a reason that a message before it has told.
-std::string refusalOfFailedSave();
+/// The fault of a save that failed for a reason that was logged before.
+Fault faultOfFailedSave();
 
 /// The model that an entry describes; empty when it names none.
 std::string modelOf(const DataSection& entry);

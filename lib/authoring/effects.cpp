@@ -34,16 +34,16 @@ std::vector<std::string> effectNames(KsDestructibleType category, BasicStringRef
   return names;
 }
 
-std::string refusalOfEffects() {
+Result<void> checkEffects() {
   if (FS::Utils::openSection(database_format::kEffectsFile, false, nullptr)) return {};
   const std::string file = database_format::kEffectsFile;
   if (const FS::MultiFileSystem* const files = FS::fileSystem()) {
     const auto place = files->find(file);
-    if (place) return file + " cannot be read; mend it first";
+    if (place) return Fault{FaultKind::malformed, file + " cannot be read", "mend it first"};
     if (place.fault().kind != FaultKind::missing)
-      return file + ' ' + place.fault().what + "; mend that first";
+      return Fault{place.fault().kind, file + ' ' + place.fault().what, "mend that first"};
   }
-  return "no resource root holds " + file + "; make one to offer effects";
+  return Fault{FaultKind::missing, "no resource root holds " + file, "make one to offer effects"};
 }
 
 }  // namespace Tal::authoring

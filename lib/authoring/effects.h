@@ -1,5 +1,6 @@
 #pragma once
 
+#include <core/result.h>
 #include <core/string_ref.h>
 #include <destructibles/ks_destructibles_helper.h>
 
@@ -13,7 +14,7 @@ namespace Tal::authoring {
 /// Nothing when there is no such file. Main thread only.
 std::vector<std::string> effectNames(KsDestructibleType category, BasicStringRef key);
 
-/// Why the effects cannot be listed and what to do, a line for a person; empty when they can.
-std::string refusalOfEffects();
+/// A fault when the effects cannot be listed.
+Result<void> checkEffects();
 
 }  // namespace Tal::authoring

@@ -116,24 +116,19 @@ std::vector<std::string> warningsOf(const std::string& modelName) {
   return warnings;
 }
 
-Removal refusedRemoval(std::string reason) {
-  return {refused(std::move(reason)), {}};
-}
-
 // Edits the document and writes it.
-Removal removeAndSave(const std::string& modelName) {
+Result<Removal> removeAndSave(const std::string& modelName) {
   SaveGroup saves;
   const SmartPointer<DataSection> database = openDatabase();
   if (!database) {
-    return refusedRemoval(std::string(kDatabaseFile) +
-                          " cannot be read, so nothing was removed; restore the file and try again");
+    return Fault{FaultKind::system, std::string(kDatabaseFile) + " cannot be read, so nothing was removed",
+                 "restore the file and try again"};
   }
   std::optional<GoneModel> gone = readFrom(*database, modelName);
   if (!gone) {
-    return refusedRemoval(quotedName(modelName) + " is no model that is gone and has entries in " +
-                          kDatabaseFile +
-                          ", so nothing was removed; if there is such a model, open and "
-                          "convert it");
+    return refused(quotedName(modelName) + " is no model that is gone and has entries in " + kDatabaseFile +
+                       ", so nothing was removed",
+                   "if there is such a model, open and convert it");
   }
   Removal removal{{}, *std::move(gone)};
   const Description& description = removal.removed.description;
@@ -147,10 +142,10 @@ Removal removeAndSave(const std::string& modelName) {
                     std::back_inserter(removal.outcome.warnings));
   eraseEntries(*database, modelName);
   database->save();
-  const Result<void> written = saves.commit();
+  auto written = saves.commit();
   if (written) return removal;
   DataSectionCache::discard(kDatabaseFile);
-  return refusedRemoval(textOf(written.fault()));
+  return std::move(written).fault();
 }
 
 }  // namespace
@@ -161,16 +156,16 @@ std::optional<GoneModel> readGoneModel(const std::string& modelName) {
   return database ? readFrom(*database, modelName) : std::nullopt;
 }
 
-Removal removeGoneModel(const std::string& modelName) {
+Result<Removal> removeGoneModel(const std::string& modelName) {
   if (SaveGroup::isAnyOpen())
-    return refusedRemoval("the program has a group of saves open, so nothing was removed; close that first");
+    return refused("the program has a group of saves open, so nothing was removed", "close that first");
   if (OpenModel::isOpen(modelName)) {
-    return refusedRemoval("the model " + quotedName(modelName) +
-                          " is open in this program; convert it there, or close it first");
+    return refused("the model " + quotedName(modelName) + " is open in this program",
+                   "convert it there, or close it first");
   }
   // What another program saves is taken over before, or waits until this is saved.
   const auto lock = SaveLock::acquire(kDatabaseFile);
-  if (!lock) return refusedRemoval(textOf(lock.fault()));
+  if (!lock) return lock.fault();
   try {
     return removeAndSave(modelName);
   } catch (...) {

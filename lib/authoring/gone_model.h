@@ -25,18 +25,18 @@ struct GoneModel {
 /// opened, and for the empty name: entries without a name are nobody's. Main thread only.
 std::optional<GoneModel> readGoneModel(const std::string& modelName);
 
-/// What became of a removal.
+/// What was removed.
 struct Removal {
   Outcome outcome;
-  GoneModel removed;  ///< as the file held it just before; of no use when the outcome is refused
+  GoneModel removed;  ///< as the file held it just before
 };
 
 /// Removes every entry of a gone model from the database, whatever the category, and saves; the warnings name
 /// their values that a new entry is not known to have as commands that would set them again (see
 /// linesOfSave). Nothing else in the file changes: sections stay, also those that have the model's <filename>
-/// themselves, and so does what "trees" holds. Refused, with the file as it was, when the model is not gone,
+/// themselves, and so does what "trees" holds. A fault, with the file as it was, when the model is not gone,
 /// while a session of this program has it open, within an open SaveGroup of the host and when the file cannot
 /// be written. Sessions learn of it as of a save by another program. Main thread only.
-Removal removeGoneModel(const std::string& modelName);
+Result<Removal> removeGoneModel(const std::string& modelName);
 
 }  // namespace Tal::authoring

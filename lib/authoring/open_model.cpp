@@ -151,12 +151,11 @@ bool OpenModel::isEdited() const {
   return !isSame(ofItsCategory(mine_), ofItsCategory(base_));
 }
 
-Outcome OpenModel::run(const std::function<Outcome()>& operation) {
-  Outcome outcome;
-  {
+Result<Outcome> OpenModel::run(const std::function<Result<Outcome>()>& operation) {
+  Result<Outcome> outcome = [&operation] {
     const RunningOperation running;
-    outcome = operation();
-  }
+    return operation();
+  }();
   followAll();
   return outcome;
 }

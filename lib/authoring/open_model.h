@@ -3,6 +3,7 @@
 #include <authoring/database_entries.h>
 #include <authoring/description.h>
 #include <authoring/outcome.h>
+#include <core/result.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <ks/connection.h>
 #include <ks/signal.h>
@@ -57,7 +58,7 @@ class OpenModel : private ResourceModificationListener {
   bool isEdited() const;
 
   /// Runs an operation, during which no listener is called. Operations may be nested.
-  Outcome run(const std::function<Outcome()>& operation);
+  Result<Outcome> run(const std::function<Result<Outcome>()>& operation);
 
   /// Makes this what the author has; shows it in the tables.
   void replace(Description wanted);

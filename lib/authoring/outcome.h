@@ -1,5 +1,7 @@
 #pragma once
 
+#include <core/result.h>
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,26 +15,17 @@ struct Change {
   std::string after;
 };
 
-/// What became of a request: done, or refused as a whole with nothing changed. Refusals and warnings are one
-/// line each for a person, without a line end; control characters in the names they quote are escaped.
-struct [[nodiscard]] Outcome {
-  std::string refusal;  ///< why nothing was done and what to do; empty when it was done
-  std::vector<std::string> warnings;
-  std::vector<Change> changes;  ///< what the edit changed; empty when everything was so already
-
-  explicit operator bool() const noexcept { return refusal.empty(); }
+/// What there is to say of a request that was done. One that was refused, with nothing changed, gives a Fault
+/// instead. Warnings are one line each for a person, without a line end; control characters in the names that
+/// they quote are escaped.
+struct Outcome {
+  std::vector<std::string> warnings = {};
+  std::vector<Change> changes = {};  ///< what the edit changed; empty when everything was so already
 };
 
-/// Done, with nothing to tell, when `refusal` is empty; else refused for that reason.
-inline Outcome outcomeOf(std::string refusal) {
-  Outcome outcome;
-  outcome.refusal = std::move(refusal);
-  return outcome;
-}
-
-/// Refused; `reason` is not empty.
-inline Outcome refused(std::string reason) {
-  return outcomeOf(std::move(reason));
+/// The fault of a request that cannot be met.
+inline Fault refused(std::string what, std::string remedy = {}) {
+  return {FaultKind::refused, std::move(what), std::move(remedy)};
 }
 
 }  // namespace Tal::authoring

@@ -20,27 +20,24 @@ std::vector<std::string> namesOf(const std::map<std::string, KsDestructibleModul
   return names;
 }
 
-// The record as the session has it now; nothing, with the reason, when there is none.
-std::optional<Record> recordOf(Session& session, const std::optional<std::string>& module,
-                               std::string& refusal) {
+// The record as the session has it now.
+Result<Record> recordOf(Session& session, const std::optional<std::string>& module) {
   const Description now = session.description();
   const std::string model = quotedName(session.modelName());
   if (now.category == DT_STRUCTURE && module) {
-    if (const auto found = now.modules.find(*module); found != now.modules.end()) return found->second;
-    refusal = model + " has no module " + quotedName(*module) + nameSuggestion(*module, namesOf(now.modules));
-  } else if (now.category == DT_STRUCTURE) {
-    refusal = model + " is a structure, whose records are its modules; name one" +
-              nameSuggestion("", namesOf(now.modules));
-  } else if (module) {
-    refusal = model + " is no structure and has no modules; convert it first";
-  } else if (now.fragile) {
-    return *now.fragile;
-  } else if (now.fallingAtom) {
-    return *now.fallingAtom;
-  } else {
-    refusal = model + " is not destructible and has no properties; convert it first";
+    if (const auto found = now.modules.find(*module); found != now.modules.end())
+      return Record(found->second);
+    return refused(model + " has no module " + quotedName(*module) +
+                   nameSuggestion(*module, namesOf(now.modules)));
   }
-  return std::nullopt;
+  if (now.category == DT_STRUCTURE) {
+    return refused(model + " is a structure, whose records are its modules; name one" +
+                   nameSuggestion("", namesOf(now.modules)));
+  }
+  if (module) return refused(model + " is no structure and has no modules", "convert it first");
+  if (now.fragile) return Record(*now.fragile);
+  if (now.fallingAtom) return Record(*now.fallingAtom);
+  return refused(model + " is not destructible and has no properties", "convert it first");
 }
 
 }  // namespace
@@ -53,11 +50,11 @@ void offerToRecords(mio::DynamicObject& object, std::function<KsDestructibleType
                      [hardPoints = std::move(hardPoints)] { return tyk::Variant(hardPoints()); });
 }
 
-std::unique_ptr<PanelRecord> PanelRecord::open(Session& session, const std::optional<std::string>& module,
-                                               std::string& refusal) {
-  const std::optional<Record> record = recordOf(session, module, refusal);
-  if (!record) return nullptr;
-  return std::unique_ptr<PanelRecord>(new PanelRecord(session, module, *record));
+Result<std::unique_ptr<PanelRecord>> PanelRecord::open(Session& session,
+                                                       const std::optional<std::string>& module) {
+  auto record = recordOf(session, module);
+  if (!record) return std::move(record).fault();
+  return std::unique_ptr<PanelRecord>(new PanelRecord(session, module, *std::move(record)));
 }
 
 PanelRecord::PanelRecord(Session& session, std::optional<std::string> module, Record record)
@@ -77,8 +74,7 @@ mio::Object& PanelRecord::object() {
 }
 
 bool PanelRecord::refresh() {
-  std::string refusal;
-  const std::optional<Record> stored = recordOf(session_, module_, refusal);
+  const auto stored = recordOf(session_, module_);
   const bool isThere = stored && stored->index() == base_.index();
   if (isThere) base_ = *stored;
   // The record stays in its place, with its connections: only its fields are replaced.
@@ -87,15 +83,16 @@ bool PanelRecord::refresh() {
 }
 
 void PanelRecord::commit() {
-  lastOutcome_ = Outcome();
-  const std::optional<Record> stored = recordOf(session_, module_, lastOutcome_.refusal);
-  if (stored && stored->index() == base_.index()) {
+  const auto stored = recordOf(session_, module_);
+  if (!stored) {
+    lastOutcome_ = stored.fault();
+  } else if (stored->index() != base_.index()) {
+    lastOutcome_ = refused("the model has another category now", "look at it anew");
+  } else {
     const std::vector<Assignment> assignments = std::visit(
         [this](const auto& own) { return differences(std::get<std::decay_t<decltype(own)>>(base_), own); },
         record_);
     lastOutcome_ = module_ ? session_.setModule(*module_, assignments) : session_.set(assignments);
-  } else if (lastOutcome_) {
-    lastOutcome_ = refused("the model has another category now; look at it anew");
   }
   refresh();
 }

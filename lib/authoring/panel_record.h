@@ -25,10 +25,10 @@ void offerToRecords(mio::DynamicObject& object, std::function<KsDestructibleType
 /// checked and becomes an edit of the session at once. Main thread only; the session must outlive it.
 class PanelRecord {
  public:
-  /// The record of a fragile or a falling atom, or, with a name, that of one module of a structure. Null when
-  /// there is none; `refusal` is then one line for a person.
-  static std::unique_ptr<PanelRecord> open(Session& session, const std::optional<std::string>& module,
-                                           std::string& refusal);
+  /// The record of a fragile or a falling atom, or, with a name, that of one module of a structure. A fault
+  /// when there is none.
+  static Result<std::unique_ptr<PanelRecord>> open(Session& session,
+                                                   const std::optional<std::string>& module);
   ~PanelRecord();
   PanelRecord(const PanelRecord&) = delete;
   PanelRecord& operator=(const PanelRecord&) = delete;
@@ -40,8 +40,8 @@ class PanelRecord {
   /// has no such record any more; then the record shows what it was.
   bool refresh();
 
-  /// What became of the last value that was set; when it was refused, the record has the old value again.
-  const Outcome& lastOutcome() const noexcept { return lastOutcome_; }
+  /// What became of the last value that was set; after a fault the record has the old value again.
+  const Result<Outcome>& lastOutcome() const noexcept { return lastOutcome_; }
 
  private:
   using Record =
@@ -55,7 +55,7 @@ class PanelRecord {
   mio::DynamicObject model_;
   Record record_;
   Record base_;  // what the session had when it was last looked at
-  Outcome lastOutcome_;
+  Result<Outcome> lastOutcome_ = Outcome();
   ks::Connection changed_;
   ks::Connection reloaded_;
 };

@@ -3,6 +3,7 @@
 #include <authoring/database_entries.h>
 #include <authoring/gone_model.h>
 #include <authoring/open_model.h>
+#include <authoring/outcome.h>
 #include <authoring/save_losses.h>
 #include <authoring/session.h>
 #include <core/display_text.h>
@@ -20,72 +21,67 @@ namespace Tal::authoring {
 namespace {
 
 // Neither the roots nor an entry of the database has it.
-std::string refusalOfUnknownModel(const std::string& modelName) {
-  const std::string refusal = "the resource roots hold no model " + quotedName(modelName);
+Fault unknownModel(const std::string& modelName) {
+  const std::string what = "the resource roots hold no model " + quotedName(modelName);
   const std::vector<RemovedSection> sections = sectionsRemovedBySave(modelName);
   if (!sections.empty()) {
     std::vector<std::string> tags;
     for (const RemovedSection& section : sections) tags.push_back(section.tag);
     const bool isOne = tags.size() == 1;
-    return refusal + "; in " + database_format::kDatabaseFile + " only the section" + (isOne ? " " : "s ") +
-           someNames(tags) + (isOne ? " itself has" : " themselves have") +
-           " that <filename>, which makes no entry; take it out of the file";
+    return {FaultKind::missing,
+            what + "; in " + database_format::kDatabaseFile + " only the section" + (isOne ? " " : "s ") +
+                someNames(tags) + (isOne ? " itself has" : " themselves have") +
+                " that <filename>, which makes no entry",
+            "take it out of the file"};
   }
   const std::vector<std::string> names = knownModels();
-  return refusal + (names.empty() ? " and no other; check the roots, or import a model"
-                                  : nameSuggestion(modelName, names));
+  if (names.empty())
+    return {FaultKind::missing, what + " and no other", "check the roots, or import a model"};
+  return {FaultKind::missing, what + nameSuggestion(modelName, names), ""};
 }
 
-// Why the roots cannot supply a model of this name; empty when they can.
-std::string refusalOfModel(const std::string& modelName) {
-  if (const std::optional<GoneModel> gone = readGoneModel(modelName)) return gone->reason;
+// A fault when the roots cannot supply a model of this name.
+Result<void> checkModel(const std::string& modelName) {
+  if (const std::optional<GoneModel> gone = readGoneModel(modelName))
+    return Fault{FaultKind::missing, gone->reason, ""};
   const std::string model = "the model name " + quotedName(modelName);
-  const Result<void> checked = FS::MultiFileSystem::checkName(modelName);
-  if (!checked) return model + " " + checked.fault().what + "; give a name below the resource roots";
+  if (const auto checked = FS::MultiFileSystem::checkName(modelName); !checked)
+    return refused(model + ' ' + checked.fault().what, "give a name below the resource roots");
   const auto place = FS::fileSystem()->find(modelName);
   if (place) {
     // The database compares names byte by byte: two spellings would be two models.
     const std::string spelled = normalisedName(modelName);
-    return spelled == modelName
-               ? std::string()
-               : model + " is spelled " + quotedName(spelled) + " in the database; use that name";
+    if (spelled == modelName) return {};
+    return refused(model + " is spelled " + quotedName(spelled) + " in the database", "use that name");
   }
   if (place.fault().kind != FaultKind::missing)
-    return model + " " + place.fault().what + "; put the model's files below a root";
+    return refused(model + ' ' + place.fault().what, "put the model's files below a root");
   // What the database has of it is unknown then.
-  if (const std::string ofDatabase = refusalOfDatabase(); !ofDatabase.empty()) return ofDatabase;
-  return refusalOfUnknownModel(modelName);
+  if (auto checked = checkDatabase(); !checked) return checked;
+  return unknownModel(modelName);
 }
 
 }  // namespace
 
-Session::Opened Session::open(const std::string& modelName) {
-  Opened opened;
-  if (FS::fileSystem() == nullptr) {
-    opened.refusal = "no resource roots are set up";
-    return opened;
+Result<std::unique_ptr<Session>> Session::open(const std::string& modelName) {
+  if (FS::fileSystem() == nullptr) return refused("no resource roots are set up", "set some first");
+  if (auto checked = checkModel(modelName); !checked) return std::move(checked).fault();
+  if (OpenModel::isOpen(modelName)) {
+    return refused("the model " + quotedName(modelName) + " is open already in this program",
+                   "use that session or close it first");
   }
-  opened.refusal = refusalOfModel(modelName);
-  if (opened.refusal.empty() && OpenModel::isOpen(modelName)) {
-    opened.refusal = "the model " + quotedName(modelName) +
-                     " is open already in this program; use that session or close it first";
-  }
-  if (opened.refusal.empty()) opened.refusal = refusalOfDatabase();
-  if (!opened.refusal.empty()) return opened;
+  if (auto checked = checkDatabase(); !checked) return std::move(checked).fault();
   auto superModel = SuperModel::load(modelName);
-  if (!superModel) {
-    opened.refusal = textOf(superModel.fault());
-    return opened;
-  }
+  if (!superModel) return std::move(superModel).fault();
   auto model = std::make_unique<OpenModel>(modelName, *std::move(superModel));
-  if (model->hasRead()) {
-    opened.session.reset(new Session(std::move(model)));
-    OpenModel::followAll();
-  } else {
-    opened.refusal = std::string(database_format::kDatabaseFile) +
-                     " could not be read when the model was opened; mend that and try again";
+  if (!model->hasRead()) {
+    return Fault{FaultKind::system,
+                 std::string(database_format::kDatabaseFile) + " could not be read when the model was opened",
+                 "mend that and try again"};
   }
-  return opened;
+  std::unique_ptr<Session> session(new Session(std::move(model)));
+  OpenModel::followAll();
+  return session;
 }
 
 Session::Session(std::unique_ptr<OpenModel> model) : model_(std::move(model)) {}

@@ -6,6 +6,7 @@
 #include <authoring/materials.h>
 #include <authoring/outcome.h>
 #include <authoring/value_warnings.h>
+#include <core/result.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <ks/connection.h>
 
@@ -45,17 +46,11 @@ struct SaveWarning {
 /// save. Sessions on several models may be open at a time, but only one on each. Main thread only.
 class Session {
  public:
-  /// A session, or why there is none.
-  struct Opened {
-    std::unique_ptr<Session> session;  ///< null when refused
-    std::string refusal;               ///< one line for a person; empty when opened
-  };
-
   /// Opens a model by its resource name. Refused when no root holds it, when it or the database cannot be
   /// read, when its name is not spelled as the database would spell it, and while another session has it
   /// open: the tables hold the edits of one only. May load the database anew, which drops unsaved edits of
   /// helpers that belong to no session.
-  static Opened open(const std::string& modelName);
+  static Result<std::unique_ptr<Session>> open(const std::string& modelName);
 
   /// Edits that were not saved are dropped.
   ~Session();
@@ -106,39 +101,39 @@ class Session {
   /// would have no module that could break. The warnings name the values that were not saved and go with it,
   /// but for those that a new entry has anyway, as commands that set them again (see linesOf); what leaves
   /// the file is named by the save.
-  Outcome convert(KsDestructibleType to);
+  Result<Outcome> convert(KsDestructibleType to);
 
   /// Converts the model to the category that its materials suggest. Refused when they suggest none, with the
   /// kind that is missing.
-  Outcome convertAsSuggested();
+  Result<Outcome> convertAsSuggested();
 
   /// Replaces the records by newly made ones of the same category. The achievement tag of a structure, the
   /// hard points of its modules and its states stay; the warnings name what does not, saved or not, as those
   /// of convert. Refused for a model of no category.
-  Outcome reset();
+  Result<Outcome> reset();
 
   /// Sets fields of the model's own record, by their XML keys or the names that panels display: of a fragile,
   /// a falling atom, or, for a structure, its "achievementTag".
-  Outcome set(const std::vector<Assignment>& assignments);
+  Result<Outcome> set(const std::vector<Assignment>& assignments);
 
   /// Sets fields of one module of a structure. Refused for a module that a save would drop.
-  Outcome setModule(const std::string& module, const std::vector<Assignment>& assignments);
+  Result<Outcome> setModule(const std::string& module, const std::vector<Assignment>& assignments);
 
   /// Refused when the model is no structure, which alone can have named states, and the file holds none of it
   /// either.
-  Outcome checkStates() const;
+  Result<void> checkStates() const;
 
   /// The named states of a structure.
-  Outcome addState(const std::string& state);
-  Outcome removeState(const std::string& state);
+  Result<Outcome> addState(const std::string& state);
+  Result<Outcome> removeState(const std::string& state);
   /// Adds materials in the given order behind those that are there. One that the state cannot show destroyed,
   /// since its kind is no undamaged part's, is refused; when forced, it is added with a warning.
-  Outcome addMaterials(const std::string& state, const std::vector<std::string>& materials,
-                       bool isForced = false);
-  Outcome removeMaterials(const std::string& state, const std::vector<std::string>& materials);
+  Result<Outcome> addMaterials(const std::string& state, const std::vector<std::string>& materials,
+                               bool isForced = false);
+  Result<Outcome> removeMaterials(const std::string& state, const std::vector<std::string>& materials);
 
   /// Shows the model in a state; refused, with nothing changed, when there is none of that name.
-  Outcome showState(const std::string& state);
+  Result<void> showState(const std::string& state);
 
   /// @}
   /// @name Saving
@@ -158,7 +153,7 @@ class Session {
   /// Once saved, the outcome has the warnings of this save (see saveWarnings) as they were just before the
   /// file was written, while no other program could save it. Refused within an open SaveGroup of the host,
   /// since the tables would be reloaded from a document that is written only afterwards.
-  Outcome save();
+  Result<Outcome> save();
 
   /// Calls `slot` after every reload of the database that this session took part in, with its edits restored;
   /// a save reloads too. The slot may close sessions, but none that is in the middle of a call of its own.
@@ -173,21 +168,21 @@ class Session {
   explicit Session(std::unique_ptr<OpenModel> model);
 
   // Edits.
-  std::string refusalOfEdit() const;
-  std::string refusalOfCategory() const;
-  std::string refusalOfConversion(KsDestructibleType to) const;
-  Outcome convertTo(KsDestructibleType to);
-  Outcome setAchievementTag(const std::vector<Assignment>& assignments);
-  std::string refusalOfStates() const;
-  std::string refusalOfState(const std::string& state);
+  Result<void> checkEdit() const;
+  Result<void> checkCategory() const;
+  Result<void> checkConversion(KsDestructibleType to) const;
+  Result<Outcome> convertTo(KsDestructibleType to);
+  Result<Outcome> setAchievementTag(const std::vector<Assignment>& assignments);
+  Result<void> checkEditableStates() const;
+  Result<void> checkState(const std::string& state);
   void editStates(const std::function<void(Description::States&)>& edit);
 
   // Saving.
   std::map<std::string, std::string> droppedModules();
-  std::string refusalOfSave() const;
+  Result<void> checkSave() const;
   void forgetStatesOfFile();
-  Outcome saveEntry();
-  Outcome saveNone();
+  Result<void> saveEntry();
+  Result<void> saveNone();
 
   std::unique_ptr<OpenModel> model_;
 };

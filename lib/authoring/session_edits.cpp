@@ -5,6 +5,7 @@
 #include <authoring/stored_text.h>
 #include <authoring/thrown_away.h>
 #include <authoring/value_warnings.h>
+#include <core/contains.h>
 #include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <destructibles/database_format.h>
@@ -47,65 +48,64 @@ std::vector<Change> changesBetween(const Record& before, const Record& after) {
 template <class Record>
 using PutRecord = std::function<void(Description&, const Record&)>;
 
-// Replaces the author's record. A scale that differs by less than the helper's tolerance and alone is
-// refused, since the helper takes it as equal.
+// A fault for a scale that differs by less than the helper's tolerance and alone: the helper takes it as
+// equal.
 template <class Record>
-void store(OpenModel& model, const Record& before, const Record& after, const PutRecord<Record>& put,
-           Outcome& outcome) {
-  if (isSameRecord(before, after)) return;
+Result<void> checkScale(const Record& before, const Record& after) {
   Record withoutScale = after;
   withoutScale.effectScale = before.effectScale;
-  if (isSameRecord(before, withoutScale) && edit_rules::isSameScale(before.effectScale, after.effectScale)) {
-    outcome = refused("effectScale: " + floatText(after.effectScale) + " differs from " +
-                      floatText(before.effectScale) +
-                      " by less than 0.0004, which is not stored; set a value that is farther away");
-    return;
-  }
-  Description wanted = model.mine();
-  put(wanted, after);
-  model.replace(std::move(wanted));
-  outcome.changes = changesBetween(before, after);
+  if (isSameRecord(before, after) || !isSameRecord(before, withoutScale)) return {};
+  if (!edit_rules::isSameScale(before.effectScale, after.effectScale)) return {};
+  return refused("effectScale: " + floatText(after.effectScale) + " differs from " +
+                     floatText(before.effectScale) + " by less than 0.0004, which is not stored",
+                 "set a value that is farther away");
 }
 
 // What was assigned must name a material of the model, and is worth a warning where it is questionable
 // otherwise. An unknown health is named by the save.
-void checkValues(KsDestructiblesHelper& helper, std::vector<NamedField> fields,
-                 const std::vector<Assignment>& assignments, Outcome& outcome) {
+Result<void> checkValues(KsDestructiblesHelper& helper, std::vector<NamedField> fields,
+                         const std::vector<Assignment>& assignments, std::vector<std::string>& warnings) {
   std::erase_if(fields, [&assignments](const NamedField& field) {
     return std::ranges::find(assignments, field.key, &Assignment::key) == assignments.end();
   });
   for (ValueWarning& warning : valueWarningsOf(helper, helper.destructibleType(), fields)) {
     if (warning.code == ValueWarning::Code::unknownHealth) continue;
-    if (warning.code == ValueWarning::Code::unknownMaterial) {
-      outcome = refused(std::move(warning.text));
-      return;
-    }
-    outcome.warnings.push_back(std::move(warning.text));
+    if (warning.code == ValueWarning::Code::unknownMaterial) return refused(std::move(warning.text));
+    warnings.push_back(std::move(warning.text));
   }
+  return {};
 }
 
+// Makes the assignments on a record of the author's and puts it in its place.
 template <class Record>
-Outcome editRecord(OpenModel& model, Record before, BasicStringRef recordKind,
-                   std::vector<Assignment> assignments, const PutRecord<Record>& put) {
-  Outcome outcome = replaceDisplayNames(before, assignments);
-  if (!outcome) return outcome;
-  Record after = before;
-  outcome = assignAll(after, recordKind, assignments);
-  if (outcome) checkValues(model.helper(), fieldsOf(after), assignments, outcome);
-  if (outcome) store(model, before, after, put, outcome);
+Result<Outcome> editRecord(OpenModel& model, const Record& before, BasicStringRef recordKind,
+                           const std::vector<Assignment>& assignments, const PutRecord<Record>& put) {
+  Outcome outcome;
+  const auto byKeys = withoutDisplayNames(before, assignments);
+  if (!byKeys) return byKeys.fault();
+  const Result<Record> after = assigned(before, recordKind, *byKeys, outcome.warnings);
+  if (!after) return after.fault();
+  auto checked = checkValues(model.helper(), fieldsOf(*after), *byKeys, outcome.warnings);
+  if (checked) checked = checkScale(before, *after);
+  if (!checked) return std::move(checked).fault();
+  if (isSameRecord(before, *after)) return outcome;
+  Description wanted = model.mine();
+  put(wanted, *after);
+  model.replace(std::move(wanted));
+  outcome.changes = changesBetween(before, *after);
   return outcome;
 }
 
-// A structure breaks by its modules, and only an undamaged part makes one. Empty when there is such a part.
-std::string refusalOfStructure(const KsDestructiblesHelper& helper) {
+// A structure breaks by its modules, and only an undamaged part makes one.
+Result<void> checkStructure(const KsDestructiblesHelper& helper) {
   const std::map<std::string, unsigned>& materials = helper.getMaterialNames();
   if (std::ranges::any_of(materials, [&helper](const auto& material) {
         return helper.isMaterialKindUndamaged(material.first);
       }))
     return {};
-  return quotedName(helper.modelName()) +
-         " cannot be a structure, since it would have no modules and could not break: " +
-         missingPartText(helper);
+  return refused(quotedName(helper.modelName()) +
+                 " cannot be a structure, since it would have no modules and could not break: " +
+                 missingPartText(helper));
 }
 
 void warnOfThrownAway(const ThrownAway& thrownAway, const RestoreTarget& target, Outcome& outcome) {
@@ -139,53 +139,53 @@ Description withNewRecords(const Description& description, const Description& ne
   return result;
 }
 
-Outcome refusedWithoutEstimate(const std::string& modelName) {
-  return refused(
-      "the health of " + quotedName(modelName) +
-      " cannot be estimated, since its visual cannot be read; nothing was changed: mend that and try "
-      "again");
+Fault withoutEstimate(const std::string& modelName) {
+  return refused("the health of " + quotedName(modelName) +
+                     " cannot be estimated, since its visual cannot be read; nothing was changed",
+                 "mend that and try again");
 }
 
 }  // namespace
 
-// Why the model's entries cannot be edited at all; empty when they can.
-std::string Session::refusalOfEdit() const {
-  const std::string fault = faultOfModelName(modelName());
-  return fault.empty() ? fault : fault + "; rename the files of the model";
+// A fault when the model's entries cannot be edited at all.
+Result<void> Session::checkEdit() const {
+  auto checked = checkModelName(modelName());
+  if (checked) return checked;
+  return refused(checked.fault().what, "rename the files of the model");
 }
 
-// Why the model cannot be of any category; empty when it can.
-std::string Session::refusalOfCategory() const {
+// A fault when the model cannot be of any category.
+Result<void> Session::checkCategory() const {
   if (!database_format::isVariantName(modelName())) return {};
-  return quotedName(modelName()) +
-         " is a variant (in a folder lod1, lod2, crash or merged); variants have no category of their own, "
-         "convert the model that it is a variant of";
+  return refused(quotedName(modelName()) +
+                     " is a variant (in a folder lod1, lod2, crash or merged); variants have no category of "
+                     "their own",
+                 "convert the model that it is a variant of");
 }
 
-// Why the model cannot be converted to a category; empty when it can.
-std::string Session::refusalOfConversion(KsDestructibleType to) const {
-  std::string refusal = refusalOfEdit();
-  if (refusal.empty() && to != DT_NON_DESTRUCTIBLE) refusal = refusalOfCategory();
-  if (refusal.empty() && to == DT_STRUCTURE && category() != to) refusal = refusalOfStructure(helper());
-  return refusal;
+// A fault when the model cannot be converted to a category.
+Result<void> Session::checkConversion(KsDestructibleType to) const {
+  auto checked = checkEdit();
+  if (checked && to != DT_NON_DESTRUCTIBLE) checked = checkCategory();
+  if (checked && to == DT_STRUCTURE && category() != to) checked = checkStructure(helper());
+  return checked;
 }
 
-Outcome Session::convert(KsDestructibleType to) {
-  if (const std::string refusal = refusalOfConversion(to); !refusal.empty()) return refused(refusal);
+Result<Outcome> Session::convert(KsDestructibleType to) {
+  if (auto checked = checkConversion(to); !checked) return std::move(checked).fault();
   return model_->run([this, to] { return convertTo(to); });
 }
 
-Outcome Session::convertTo(KsDestructibleType to) {
+Result<Outcome> Session::convertTo(KsDestructibleType to) {
   const KsDestructibleType from = category();
   if (from == to) {
     // A variant has no category but may have entries.
     if (to == DT_NON_DESTRUCTIBLE) model_->replace({});
-    return {};
+    return Outcome();
   }
   const RestoreTarget target = targetOf(helper());
   Description wanted = converted(model_->mine(), to, target.newEntries);
-  if (target.isHealthUncertain && isRecordNew(model_->mine(), wanted))
-    return refusedWithoutEstimate(modelName());
+  if (target.isHealthUncertain && isRecordNew(model_->mine(), wanted)) return withoutEstimate(modelName());
   Outcome outcome;
   // What the file holds is not lost before the save.
   const Description unsaved = merged(model_->base(), model_->description(), target.newEntries);
@@ -197,28 +197,26 @@ Outcome Session::convertTo(KsDestructibleType to) {
   return outcome;
 }
 
-Outcome Session::convertAsSuggested() {
+Result<Outcome> Session::convertAsSuggested() {
   const KsDestructibleType category = suggestedCategory();
   if (category != DT_NON_DESTRUCTIBLE) return convert(category);
-  if (const std::string refusal = refusalOfCategory(); !refusal.empty()) return refused(refusal);
+  if (auto checked = checkCategory(); !checked) return std::move(checked).fault();
   return refused("the materials of " + quotedName(modelName()) +
                  " suggest no category, so nothing was changed: " + missingPartText(helper()) +
                  ", or convert it to a category by name");
 }
 
-Outcome Session::reset() {
-  if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
-  return model_->run([this]() -> Outcome {
+Result<Outcome> Session::reset() {
+  if (auto checked = checkEdit(); !checked) return std::move(checked).fault();
+  return model_->run([this]() -> Result<Outcome> {
     const Description before = model_->description();
     if (before.category == DT_NON_DESTRUCTIBLE) {
-      const std::string refusal = refusalOfCategory();
-      return refused(!refusal.empty()
-                         ? refusal
-                         : quotedName(modelName()) +
-                               " is not destructible and has nothing to reset; convert it first");
+      if (auto checked = checkCategory(); !checked) return std::move(checked).fault();
+      return refused(quotedName(modelName()) + " is not destructible and has nothing to reset",
+                     "convert it first");
     }
     const RestoreTarget target = targetOf(helper());
-    if (target.isHealthUncertain) return refusedWithoutEstimate(modelName());
+    if (target.isHealthUncertain) return withoutEstimate(modelName());
     model_->replace(withNewRecords(model_->mine(), target.newEntries));
     Outcome outcome;
     warnOfThrownAway({before.category, before, model_->description()}, target, outcome);
@@ -226,9 +224,9 @@ Outcome Session::reset() {
   });
 }
 
-Outcome Session::set(const std::vector<Assignment>& assignments) {
-  if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
-  return model_->run([&]() -> Outcome {
+Result<Outcome> Session::set(const std::vector<Assignment>& assignments) {
+  if (auto checked = checkEdit(); !checked) return std::move(checked).fault();
+  return model_->run([&]() -> Result<Outcome> {
     const Description now = model_->description();
     if (now.category == DT_STRUCTURE) return setAchievementTag(assignments);
     if (now.fragile) {
@@ -241,18 +239,19 @@ Outcome Session::set(const std::vector<Assignment>& assignments) {
           *model_, *now.fallingAtom, "a falling atom", assignments,
           [](Description& wanted, const auto& record) { wanted.fallingAtom = record; });
     }
-    if (const std::string refusal = refusalOfCategory(); !refusal.empty()) return refused(refusal);
-    return refused(quotedName(modelName()) + " is not destructible and has nothing to set; convert it first");
+    if (auto checked = checkCategory(); !checked) return std::move(checked).fault();
+    return refused(quotedName(modelName()) + " is not destructible and has nothing to set",
+                   "convert it first");
   });
 }
 
-Outcome Session::setModule(const std::string& module, const std::vector<Assignment>& assignments) {
-  if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
-  return model_->run([&]() -> Outcome {
+Result<Outcome> Session::setModule(const std::string& module, const std::vector<Assignment>& assignments) {
+  if (auto checked = checkEdit(); !checked) return std::move(checked).fault();
+  return model_->run([&]() -> Result<Outcome> {
     const Description now = model_->description();
     if (now.category != DT_STRUCTURE) {
-      if (const std::string refusal = refusalOfCategory(); !refusal.empty()) return refused(refusal);
-      return refused(quotedName(modelName()) + " is no structure and has no modules; convert it first");
+      if (auto checked = checkCategory(); !checked) return std::move(checked).fault();
+      return refused(quotedName(modelName()) + " is no structure and has no modules", "convert it first");
     }
     const auto existing = now.modules.find(module);
     if (existing == now.modules.end()) {
@@ -270,31 +269,29 @@ Outcome Session::setModule(const std::string& module, const std::vector<Assignme
   });
 }
 
-Outcome Session::setAchievementTag(const std::vector<Assignment>& assignments) {
-  Outcome outcome = checkKeysAreDistinct(assignments);
-  if (!outcome) return outcome;
+Result<Outcome> Session::setAchievementTag(const std::vector<Assignment>& assignments) {
+  if (auto checked = checkKeysAreDistinct(assignments); !checked) return std::move(checked).fault();
   for (const Assignment& assignment : assignments) {
     if (assignment.key == keys::kAchievementTag) continue;
-    const std::vector<std::string> moduleKeys = keysOf<KsDestructibleModuleDesc>();
-    const bool isModuleKey =
-        std::find(moduleKeys.begin(), moduleKeys.end(), assignment.key) != moduleKeys.end();
+    const bool isModuleKey = contains(keysOf<KsDestructibleModuleDesc>(), assignment.key);
     if (isModuleKey || KsDestructibleModuleDesc().property(assignment.key).isValid()) {
-      return refused("a structure has no " + assignment.key +
-                     " of its own, its modules have; name the module");
+      return refused("a structure has no " + assignment.key + " of its own, its modules have",
+                     "name the module");
     }
-    return refused(unknownKey(assignment.key, "a structure", {keys::kAchievementTag}));
+    return unknownKey(assignment.key, "a structure", {keys::kAchievementTag});
   }
+  Outcome outcome;
   for (const Assignment& assignment : assignments) {
-    std::string tag;
-    outcome = storedValue(assignment, tag);
-    if (!outcome) return outcome;
-    checkValues(helper(), {{keys::kAchievementTag, tag}}, assignments, outcome);
+    Result<std::string> tag = storedValue(assignment, outcome.warnings);
+    if (!tag) return std::move(tag).fault();
+    auto checked = checkValues(helper(), {{keys::kAchievementTag, *tag}}, assignments, outcome.warnings);
+    if (!checked) return std::move(checked).fault();
     Description wanted = model_->mine();
-    const std::string before = std::exchange(wanted.achievementTag, tag);
-    if (tag == before) continue;
+    const std::string before = std::exchange(wanted.achievementTag, *tag);
+    if (*tag == before) continue;
     model_->replace(std::move(wanted));
-    if (isNoTag(keys::kAchievementTag, tag)) tag.clear();
-    if (tag != before) outcome.changes.push_back({keys::kAchievementTag, before, tag});
+    const std::string after = isNoTag(keys::kAchievementTag, *tag) ? "" : *tag;
+    if (after != before) outcome.changes.push_back({keys::kAchievementTag, before, after});
   }
   return outcome;
 }

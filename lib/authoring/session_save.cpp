@@ -142,48 +142,53 @@ std::vector<SaveWarning> Session::saveWarnings() {
   return warnings;
 }
 
-Outcome Session::save() {
-  if (SaveGroup::isAnyOpen())
-    return refused("the program has a group of saves open, so nothing was saved; close that first");
-  if (const std::string refusal = refusalOfEdit(); !refusal.empty()) return refused(refusal);
+Result<Outcome> Session::save() {
+  if (SaveGroup::isAnyOpen()) {
+    return refused("the program has a group of saves open, so nothing was saved", "close that first");
+  }
+  if (auto checked = checkEdit(); !checked) return std::move(checked).fault();
   // What another program saves for this model is taken over before, or waits until this is saved.
   const auto lock = SaveLock::acquire(database_format::kDatabaseFile);
-  if (!lock) return refused(textOf(lock.fault()));
+  if (!lock) return lock.fault();
   model_->refresh();
-  return model_->run([this]() -> Outcome {
-    if (const std::string refusal = refusalOfSave(); !refusal.empty()) return refused(refusal);
-    std::vector<SaveWarning> warnings = saveWarnings();
-    Outcome outcome = category() == DT_NON_DESTRUCTIBLE ? saveNone() : saveEntry();
-    if (!outcome) return outcome;
-    for (SaveWarning& warning : warnings) outcome.warnings.push_back(std::move(warning.text));
+  return model_->run([this]() -> Result<Outcome> {
+    if (auto checked = checkSave(); !checked) return std::move(checked).fault();
+    Outcome outcome;
+    for (SaveWarning& warning : saveWarnings()) outcome.warnings.push_back(std::move(warning.text));
+    auto saved = category() == DT_NON_DESTRUCTIBLE ? saveNone() : saveEntry();
+    if (!saved) return std::move(saved).fault();
     return outcome;
   });
 }
 
-// Why the file as it is now must not be saved to; empty when it may be.
-std::string Session::refusalOfSave() const {
+// A fault when the file as it is now must not be saved to.
+Result<void> Session::checkSave() const {
   const std::string file = database_format::kDatabaseFile;
-  if (!openDatabase()) return file + " cannot be read, so nothing was saved; restore the file and save again";
+  if (!openDatabase()) {
+    return Fault{FaultKind::system, file + " cannot be read, so nothing was saved",
+                 "restore the file and save again"};
+  }
   for (const RemovedSection& removed : sectionsRemovedBySave(modelName())) {
     if (removed.foreign.empty()) continue;
-    return "the section " + quotedName(removed.tag) + " of " + file + " has the <filename> " +
-           quotedName(modelName()) + " itself, and a save would remove all of it, " + removed.foreign +
-           " too; nothing was saved: take that <filename> out of the file";
+    return refused("the section " + quotedName(removed.tag) + " of " + file + " has the <filename> " +
+                       quotedName(modelName()) + " itself, and a save would remove all of it, " +
+                       removed.foreign + " too; nothing was saved",
+                   "take that <filename> out of the file");
   }
   if (const std::optional<KsDestructibleType> category = model_->takeForeignCategory()) {
-    return "another program has meanwhile changed the category of " + quotedName(modelName()) + " to " +
-           quotedName(categoryName(*category)) +
-           ", so nothing was saved; look at the model as it is now, and if this is still wanted, do the same "
-           "again";
+    return Fault{FaultKind::changed,
+                 "another program has meanwhile changed the category of " + quotedName(modelName()) + " to " +
+                     quotedName(categoryName(*category)) + ", so nothing was saved",
+                 "look at the model as it is now, and if this is still wanted, do the same again"};
   }
   return {};
 }
 
-Outcome Session::saveEntry() {
+Result<void> Session::saveEntry() {
   const Description saved = model_->mine();
   model_->show();
   forgetStatesOfFile();
-  if (!helper().saveConfig()) return refused(refusalOfFailedSave());
+  if (!helper().saveConfig()) return faultOfFailedSave();
   model_->noteSaved(saved);
   return {};
 }
@@ -197,19 +202,21 @@ void Session::forgetStatesOfFile() {
 
 // Without a category the helper removes the entries and answers false whatever became of that. The document
 // that it edits tells whether it could open it, a group of the session's own whether that was written.
-Outcome Session::saveNone() {
+Result<void> Session::saveNone() {
   const Description saved = model_->mine();
   model_->show();
   SaveGroup saves;
   const SmartPointer<DataSection> database = openDatabase();
   if (database) helper().saveConfig();
-  if (const Result<void> written = saves.commit(); !written) {
+  if (auto written = saves.commit(); !written) {
     DataSectionCache::discard(database_format::kDatabaseFile);
-    return refused(textOf(written.fault()));
+    return written;
   }
   if (!database || !entriesIn(*database, modelName()).entries.empty()) {
-    return refused("the entries of " + quotedName(modelName()) + " could not be removed from " +
-                   database_format::kDatabaseFile + "; see whether it can be read, and try again");
+    return Fault{FaultKind::system,
+                 "the entries of " + quotedName(modelName()) + " could not be removed from " +
+                     database_format::kDatabaseFile,
+                 "see whether it can be read, and try again"};
   }
   model_->noteSaved(saved);
   return {};

@@ -29,27 +29,31 @@ std::vector<std::string> keysOf(const Description::States& states) {
   return names;
 }
 
-// Why a new state cannot be called so; empty when it can.
-std::string refusalOfNewName(const std::string& state, const Description::States& states) {
-  if (isBuiltIn(state)) return "the state " + quotedName(state) + " is built in; choose another name";
-  if (state.empty()) return "the name of a state cannot be empty; give one";
+// A fault when a new state cannot be called so.
+Result<void> checkNewName(const std::string& state, const Description::States& states) {
+  if (isBuiltIn(state))
+    return refused("the state " + quotedName(state) + " is built in", "choose another name");
+  if (state.empty()) return refused("the name of a state cannot be empty", "give one");
   if (const BasicStringRef fault = faultOfStoredText(state); !fault.empty())
-    return "the state name " + quotedName(state) + ' ' + std::string(fault);
-  if (states.contains(state)) return "there is a state " + quotedName(state) + " already";
+    return refused("the state name " + quotedName(state) + ' ' + std::string(fault));
+  if (states.contains(state)) return refused("there is a state " + quotedName(state) + " already");
   return {};
 }
 
-// Why a material cannot be added to a state that holds `present`; empty when it can.
-std::string refusalOfMaterial(const std::string& material, const std::vector<std::string>& known,
-                              const std::string& state, const std::vector<std::string>& present) {
+// A fault when a material cannot be added to a state that holds `present`.
+Result<void> checkMaterial(const std::string& material, const std::vector<std::string>& known,
+                           const std::string& state, const std::vector<std::string>& present) {
   if (!contains(known, material))
-    return "the model has no material " + quotedName(material) + nameSuggestion(material, known);
+    return refused("the model has no material " + quotedName(material) + nameSuggestion(material, known));
   if (material.find(' ') != std::string::npos) {
-    return "the material " + quotedName(material) +
-           " cannot be in a state: spaces separate the materials of a state; rename the material";
+    return refused("the material " + quotedName(material) +
+                       " cannot be in a state: spaces separate the materials of a state",
+                   "rename the material");
   }
-  if (contains(present, material))
-    return "the state " + quotedName(state) + " has the material " + quotedName(material) + " already";
+  if (contains(present, material)) {
+    return refused("the state " + quotedName(state) + " has the material " + quotedName(material) +
+                   " already");
+  }
   return {};
 }
 
@@ -87,23 +91,24 @@ std::optional<Objection> objectionTo(const KsDestructiblesHelper& helper, const 
 
 }  // namespace
 
-// Why the model cannot have states; empty when it can.
-std::string Session::refusalOfStates() const {
-  std::string refusal = refusalOfEdit();
-  if (!refusal.empty() || category() == DT_STRUCTURE) return refusal;
-  if (refusal = refusalOfCategory(); !refusal.empty()) return refusal;
-  return quotedName(modelName()) + " is no structure (its category is " +
-         std::string(categoryName(category())) +
-         "), which alone has states to edit; convert it to a structure first";
+// A fault when the model cannot have states.
+Result<void> Session::checkEditableStates() const {
+  auto checked = checkEdit();
+  if (!checked || category() == DT_STRUCTURE) return checked;
+  if (checked = checkCategory(); !checked) return checked;
+  return refused(quotedName(modelName()) + " is no structure (its category is " +
+                     std::string(categoryName(category())) + "), which alone has states to edit",
+                 "convert it to a structure first");
 }
 
-// Why a named state cannot be edited; empty when there is one of that name.
-std::string Session::refusalOfState(const std::string& state) {
+// A fault when there is no named state of that name.
+Result<void> Session::checkState(const std::string& state) {
   const Description::States& states = model_->mine().states;
   if (states.contains(state)) return {};
-  if (isBuiltIn(state)) return "the state " + quotedName(state) + " is built in and cannot be changed";
-  return quotedName(modelName()) + " has no state " + quotedName(state) +
-         nameSuggestion(state, keysOf(states));
+  if (isBuiltIn(state))
+    return refused("the state " + quotedName(state) + " is built in and cannot be changed");
+  return refused(quotedName(modelName()) + " has no state " + quotedName(state) +
+                 nameSuggestion(state, keysOf(states)));
 }
 
 void Session::editStates(const std::function<void(Description::States&)>& edit) {
@@ -112,49 +117,49 @@ void Session::editStates(const std::function<void(Description::States&)>& edit) 
   model_->replace(std::move(wanted));
 }
 
-Outcome Session::checkStates() const {
+Result<void> Session::checkStates() const {
   // The file may hold states of a model that is no structure.
-  const bool hasStates = !model_->mine().states.empty();
-  return hasStates ? Outcome() : outcomeOf(refusalOfStates());
+  if (!model_->mine().states.empty()) return {};
+  return checkEditableStates();
 }
 
-Outcome Session::addState(const std::string& state) {
-  if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
-  return model_->run([&]() -> Outcome {
-    const std::string refusal = refusalOfNewName(state, model_->mine().states);
-    if (!refusal.empty()) return refused(refusal);
+Result<Outcome> Session::addState(const std::string& state) {
+  if (auto checked = checkEditableStates(); !checked) return std::move(checked).fault();
+  return model_->run([&]() -> Result<Outcome> {
+    if (auto checked = checkNewName(state, model_->mine().states); !checked)
+      return std::move(checked).fault();
     editStates([&](Description::States& states) { states.try_emplace(state); });
-    return {};
+    return Outcome();
   });
 }
 
-Outcome Session::removeState(const std::string& state) {
-  if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
-  return model_->run([&]() -> Outcome {
-    if (const std::string refusal = refusalOfState(state); !refusal.empty()) return refused(refusal);
+Result<Outcome> Session::removeState(const std::string& state) {
+  if (auto checked = checkEditableStates(); !checked) return std::move(checked).fault();
+  return model_->run([&]() -> Result<Outcome> {
+    if (auto checked = checkState(state); !checked) return std::move(checked).fault();
     editStates([&](Description::States& states) { states.erase(state); });
-    return {};
+    return Outcome();
   });
 }
 
-Outcome Session::addMaterials(const std::string& state, const std::vector<std::string>& materials,
-                              bool isForced) {
-  if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
-  return model_->run([&]() -> Outcome {
-    if (const std::string refusal = refusalOfState(state); !refusal.empty()) return refused(refusal);
+Result<Outcome> Session::addMaterials(const std::string& state, const std::vector<std::string>& materials,
+                                      bool isForced) {
+  if (auto checked = checkEditableStates(); !checked) return std::move(checked).fault();
+  return model_->run([&]() -> Result<Outcome> {
+    if (auto checked = checkState(state); !checked) return std::move(checked).fault();
     std::vector<std::string> known;
     for (const auto& [name, kind] : helper().getMaterialNames()) known.push_back(name);
     std::vector<std::string> present = model_->mine().states.at(state);
     Outcome outcome;
     for (const std::string& material : materials) {
-      const std::string refusal = refusalOfMaterial(material, known, state, present);
-      if (!refusal.empty()) return refused(refusal);
+      if (auto checked = checkMaterial(material, known, state, present); !checked)
+        return std::move(checked).fault();
       present.push_back(material);
       const std::optional<Objection> objection = objectionTo(helper(), material);
       if (!objection) continue;
       if (!isForced) {
-        return refused(objection->reason + "; choose another one, or import the model again with " +
-                       objection->remedy + " for it; --force adds it all the same");
+        return refused(objection->reason, "choose another one, or import the model again with " +
+                                              objection->remedy + " for it; --force adds it all the same");
       }
       outcome.warnings.push_back(objection->reason);
     }
@@ -163,10 +168,11 @@ Outcome Session::addMaterials(const std::string& state, const std::vector<std::s
   });
 }
 
-Outcome Session::removeMaterials(const std::string& state, const std::vector<std::string>& materials) {
-  if (const std::string refusal = refusalOfStates(); !refusal.empty()) return refused(refusal);
-  return model_->run([&]() -> Outcome {
-    if (const std::string refusal = refusalOfState(state); !refusal.empty()) return refused(refusal);
+Result<Outcome> Session::removeMaterials(const std::string& state,
+                                         const std::vector<std::string>& materials) {
+  if (auto checked = checkEditableStates(); !checked) return std::move(checked).fault();
+  return model_->run([&]() -> Result<Outcome> {
+    if (auto checked = checkState(state); !checked) return std::move(checked).fault();
     std::vector<std::string> present = model_->mine().states.at(state);
     for (const std::string& material : materials) {
       const auto found = std::find(present.begin(), present.end(), material);
@@ -177,11 +183,11 @@ Outcome Session::removeMaterials(const std::string& state, const std::vector<std
       present.erase(found);
     }
     editStates([&](Description::States& states) { states[state] = present; });
-    return {};
+    return Outcome();
   });
 }
 
-Outcome Session::showState(const std::string& state) {
+Result<void> Session::showState(const std::string& state) {
   const std::vector<std::string> names = stateNames();
   if (!contains(names, state)) {
     return refused(quotedName(modelName()) + " has no state " + quotedName(state) +

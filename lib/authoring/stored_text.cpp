@@ -12,11 +12,14 @@ BasicStringRef faultOfStoredText(BasicStringRef text) noexcept {
   return {};
 }
 
-std::string faultOfModelName(BasicStringRef modelName) {
+Result<void> checkModelName(BasicStringRef modelName) {
   if (faultOfStoredText(modelName).empty()) return {};
-  return "the model name " + quotedName(modelName) +
-         " cannot stand in the database, which holds UTF-8 without control characters and without white "
-         "space around it";
+  return Fault{
+      FaultKind::refused,
+      "the model name " + quotedName(modelName) +
+          " cannot stand in the database, which holds UTF-8 without control characters and without white "
+          "space around it",
+      ""};
 }
 
 }  // namespace Tal::authoring

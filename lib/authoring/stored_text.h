@@ -1,8 +1,7 @@
 #pragma once
 
+#include <core/result.h>
 #include <core/string_ref.h>
-
-#include <string>
 
 namespace Tal::authoring {
 
@@ -10,8 +9,8 @@ namespace Tal::authoring {
 /// person that begins with the text. Empty when it can. Usable on any thread; the view is valid for ever.
 BasicStringRef faultOfStoredText(BasicStringRef text) noexcept;
 
-/// Why the database cannot hold a model of this name, a line for a person that leaves what to do to the
-/// caller; empty when it can. Usable on any thread.
-std::string faultOfModelName(BasicStringRef modelName);
+/// A fault, which leaves what to do to the caller, when the database cannot hold a model of this name. Usable
+/// on any thread.
+Result<void> checkModelName(BasicStringRef modelName);
 
 }  // namespace Tal::authoring

@@ -38,27 +38,27 @@ class Edits : public SessionTest {
   /// Expects that a fragile refuses assignments as a whole; the reason.
   std::string refusalOfCrate(const Assignments& assignments) {
     const auto session = open(kCrate);
-    const Outcome outcome = session->set(assignments);
+    const Result<Outcome> outcome = session->set(assignments);
     EXPECT_FALSE(outcome);
     EXPECT_FALSE(session->hasUnsavedEdits());
-    return outcome.refusal;
+    return faultText(outcome);
   }
 };
 
 TEST_F(Edits, SetEveryFieldOfAFragileByItsKey) {
   const auto session = open(kCrate);
-  const Outcome outcome = session->set({{"health", "35"},
-                                        {"effectScale", "1.5"},
-                                        {"effectHP", "HP_top"},
-                                        {"achievementTag", "crates"},
-                                        {"matName", "d_wood"},
-                                        {"effect", "a"},
-                                        {"hitEffect", "b"},
-                                        {"decayEffect", "c"},
-                                        {"lifetimeEffect", "d"}});
+  const Result<Outcome> outcome = session->set({{"health", "35"},
+                                                {"effectScale", "1.5"},
+                                                {"effectHP", "HP_top"},
+                                                {"achievementTag", "crates"},
+                                                {"matName", "d_wood"},
+                                                {"effect", "a"},
+                                                {"hitEffect", "b"},
+                                                {"decayEffect", "c"},
+                                                {"lifetimeEffect", "d"}});
   expectDone(outcome);
-  EXPECT_TRUE(outcome.warnings.empty());
-  EXPECT_EQ(outcome.changes.size(), 9U);
+  EXPECT_TRUE(outcome->warnings.empty());
+  EXPECT_EQ(outcome->changes.size(), 9U);
   const KsDestructibleFragileDesc fragile = session->description().fragile.value();
   EXPECT_EQ(fragile.health, 35);
   EXPECT_EQ(fragile.effectScale, 1.5F);
@@ -74,16 +74,16 @@ TEST_F(Edits, SetEveryFieldOfAFragileByItsKey) {
 
 TEST_F(Edits, SetEveryFieldOfAFallingAtomByItsKey) {
   const auto session = open(kLamp);
-  const Outcome outcome = session->set({{"health", "7"},
-                                        {"effectScale", "0.25"},
-                                        {"physicParams", "1 2 3 4 5 6 7"},
-                                        {"achievementTag", "lamps"},
-                                        {"lifetimeEffect", "a"},
-                                        {"fractureEffect", "b"},
-                                        {"touchdownEffect", "c"},
-                                        {"touchdownBreakEffect", "d"}});
+  const Result<Outcome> outcome = session->set({{"health", "7"},
+                                                {"effectScale", "0.25"},
+                                                {"physicParams", "1 2 3 4 5 6 7"},
+                                                {"achievementTag", "lamps"},
+                                                {"lifetimeEffect", "a"},
+                                                {"fractureEffect", "b"},
+                                                {"touchdownEffect", "c"},
+                                                {"touchdownBreakEffect", "d"}});
   expectDone(outcome);
-  EXPECT_TRUE(outcome.warnings.empty());
+  EXPECT_TRUE(outcome->warnings.empty());
   const KsDestructibleFallingAtomDesc atom = session->description().fallingAtom.value();
   EXPECT_EQ(atom.health, 7);
   EXPECT_EQ(atom.effectScale, 0.25F);
@@ -97,12 +97,12 @@ TEST_F(Edits, SetEveryFieldOfAFallingAtomByItsKey) {
 
 TEST_F(Edits, SetEveryFieldOfAModuleByItsKey) {
   const auto session = open(kHouse);
-  const Outcome outcome = session->setModule("n_wall_1", {{"health", "7"},
-                                                          {"effectScale", "2"},
-                                                          {"effectHP", "HP_wall_2"},
-                                                          {"ramEffect", "a"},
-                                                          {"hitEffect", ""},
-                                                          {"decayEffect", "c"}});
+  const Result<Outcome> outcome = session->setModule("n_wall_1", {{"health", "7"},
+                                                                  {"effectScale", "2"},
+                                                                  {"effectHP", "HP_wall_2"},
+                                                                  {"ramEffect", "a"},
+                                                                  {"hitEffect", ""},
+                                                                  {"decayEffect", "c"}});
   expectDone(outcome);
   const KsDestructibleModuleDesc module = session->description().modules.at("n_wall_1");
   EXPECT_EQ(module.health, 7);
@@ -115,14 +115,15 @@ TEST_F(Edits, SetEveryFieldOfAModuleByItsKey) {
 
 TEST_F(Edits, SayWhatChangedFromWhatToWhat) {
   const auto session = open(kCrate);
-  const Outcome outcome = session->set({{"health", "35"}, {"effect", "none"}, {"effectScale", "1.5"}});
-  ASSERT_EQ(outcome.changes.size(), 2U);
-  EXPECT_EQ(outcome.changes[0].key, "health");
-  EXPECT_EQ(outcome.changes[0].before, "5");
-  EXPECT_EQ(outcome.changes[0].after, "35");
-  EXPECT_EQ(outcome.changes[1].key, "effectScale");
-  EXPECT_EQ(outcome.changes[1].before, "1");
-  EXPECT_EQ(outcome.changes[1].after, "1.5");
+  const Result<Outcome> outcome =
+      session->set({{"health", "35"}, {"effect", "none"}, {"effectScale", "1.5"}});
+  ASSERT_EQ(outcome->changes.size(), 2U);
+  EXPECT_EQ(outcome->changes[0].key, "health");
+  EXPECT_EQ(outcome->changes[0].before, "5");
+  EXPECT_EQ(outcome->changes[0].after, "35");
+  EXPECT_EQ(outcome->changes[1].key, "effectScale");
+  EXPECT_EQ(outcome->changes[1].before, "1");
+  EXPECT_EQ(outcome->changes[1].after, "1.5");
 }
 
 TEST_F(Edits, RefuseAnUnknownKeyWithTheNearest) {
@@ -185,9 +186,9 @@ TEST_F(Edits, KeepANearScaleBesideAnotherChange) {
 
 TEST_F(Edits, ChangeNothingWhenTheValuesAreSoAlready) {
   const auto session = open(kCrate);
-  const Outcome outcome = session->set({{"health", "5"}, {"effectScale", "1"}});
+  const Result<Outcome> outcome = session->set({{"health", "5"}, {"effectScale", "1"}});
   expectDone(outcome);
-  EXPECT_TRUE(outcome.changes.empty());
+  EXPECT_TRUE(outcome->changes.empty());
   EXPECT_FALSE(session->hasUnsavedEdits());
 }
 
@@ -212,9 +213,10 @@ TEST_F(Edits, KeepTheSpecialCharactersOfXml) {
 
 TEST_F(Edits, WarnThatWhiteSpaceAroundAValueIsNotKept) {
   const auto session = open(kCrate);
-  const Outcome outcome = session->set({{"effect", " smoke \t"}});
+  const Result<Outcome> outcome = session->set({{"effect", " smoke \t"}});
   expectDone(outcome);
-  EXPECT_THAT(outcome.warnings, testing::ElementsAre("effect: the white space around the value is not kept"));
+  EXPECT_THAT(outcome->warnings,
+              testing::ElementsAre("effect: the white space around the value is not kept"));
   EXPECT_EQ(session->description().fragile.value().effect, "smoke");
 }
 
@@ -227,10 +229,10 @@ TEST_F(Edits, RefuseAMaterialNameThatTheModelLacks) {
 
 TEST_F(Edits, WarnOfAHardPointThatTheModelLacks) {
   const auto session = open(kCrate);
-  const Outcome outcome = session->set({{"effectHP", "HP_tpo"}});
+  const Result<Outcome> outcome = session->set({{"effectHP", "HP_tpo"}});
   expectDone(outcome);
   EXPECT_THAT(
-      outcome.warnings,
+      outcome->warnings,
       testing::ElementsAre("effectHP: the model has no hard point \"HP_tpo\"; did you mean \"HP_top\"?"));
   EXPECT_EQ(session->description().fragile.value().effectHP, "HP_tpo");
 }
@@ -238,9 +240,9 @@ TEST_F(Edits, WarnOfAHardPointThatTheModelLacks) {
 TEST_F(Edits, WarnOfPhysicParametersThatAreNotSevenNumbers) {
   const auto session = open(kLamp);
   for (const char* const text : {"1 2 3 4 5 6", "1 2 3 4 5 6 x", "1 2 3 4 5 6 7 8", ""}) {
-    const Outcome outcome = session->set({{"physicParams", text}});
+    const Result<Outcome> outcome = session->set({{"physicParams", text}});
     expectDone(outcome);
-    EXPECT_THAT(outcome.warnings,
+    EXPECT_THAT(outcome->warnings,
                 testing::ElementsAre(
                     "physicParams: \"" + std::string(text) +
                     "\" is not seven numbers with spaces between them, which the game expects; give seven"));
@@ -250,15 +252,15 @@ TEST_F(Edits, WarnOfPhysicParametersThatAreNotSevenNumbers) {
 
 TEST_F(Edits, WarnThatTheTagNoneStandsForNoTag) {
   for (const char* const model : {kCrate, kLamp, kHouse}) {
-    const Outcome outcome = open(model)->set({{"achievementTag", "none"}});
-    EXPECT_THAT(outcome.warnings,
+    const Result<Outcome> outcome = open(model)->set({{"achievementTag", "none"}});
+    EXPECT_THAT(outcome->warnings,
                 testing::ElementsAre("achievementTag: \"none\" stands for no tag and is not stored"));
   }
 }
 
 TEST_F(Edits, RefuseAModuleThatTheStructureLacks) {
   const auto session = open(kHouse);
-  EXPECT_EQ(session->setModule("n_wal_1", {{"health", "1"}}).refusal,
+  EXPECT_EQ(faultText(session->setModule("n_wal_1", {{"health", "1"}})),
             "\"content/buildings/house.model\" has no module \"n_wal_1\"; did you mean \"n_wall_1\"?");
   EXPECT_FALSE(session->hasUnsavedEdits());
 }
@@ -266,31 +268,31 @@ TEST_F(Edits, RefuseAModuleThatTheStructureLacks) {
 TEST_F(Edits, RefuseAModuleThatASaveWouldDrop) {
   const auto session = open(kHouse);
   EXPECT_EQ(
-      session->setModule("n_roof_3_1", {{"health", "1"}}).refusal,
+      faultText(session->setModule("n_roof_3_1", {{"health", "1"}})),
       "module \"n_roof_3_1\" cannot be saved: the model has no BSP material of that name; import it with "
       "one");
   EXPECT_EQ(
-      session->setModule("n_window_5", {{"health", "1"}}).refusal,
+      faultText(session->setModule("n_window_5", {{"health", "1"}})),
       "module \"n_window_5\" cannot be saved: its material kind 75 is that of module \"n_wall_2\"; give "
       "the materials different kinds");
 }
 
 TEST_F(Edits, RefuseModulesOfWhatIsNoStructure) {
-  EXPECT_EQ(open(kCrate)->setModule("n_wood", {{"health", "1"}}).refusal,
+  EXPECT_EQ(faultText(open(kCrate)->setModule("n_wood", {{"health", "1"}})),
             "\"content/props/crate.model\" is no structure and has no modules; convert it first");
 }
 
 TEST_F(Edits, PointToTheModulesWhenAStructureIsGivenTheirKeys) {
   const auto session = open(kHouse);
-  EXPECT_EQ(session->set({{"health", "1"}}).refusal,
+  EXPECT_EQ(faultText(session->set({{"health", "1"}})),
             "a structure has no health of its own, its modules have; name the module");
-  EXPECT_EQ(session->set({{"achievmentTag", "x"}}).refusal,
+  EXPECT_EQ(faultText(session->set({{"achievmentTag", "x"}})),
             "a structure has no key \"achievmentTag\"; did you mean \"achievementTag\"?");
 }
 
 TEST_F(Edits, RefuseToSetAnythingOfAModelWithoutACategory) {
   writeDatabase("<root/>");
-  EXPECT_EQ(open(kCrate)->set({{"health", "1"}}).refusal,
+  EXPECT_EQ(faultText(open(kCrate)->set({{"health", "1"}})),
             "\"content/props/crate.model\" is not destructible and has nothing to set; convert it first");
 }
 
@@ -301,17 +303,17 @@ TEST_F(Edits, OfAVariantNameTheModelToConvertInstead) {
   const auto session = open("content/lod1/crate.model");
   const std::string reason =
       "\"content/lod1/crate.model\" is a variant (in a folder lod1, lod2, crash or merged); variants have no "
-      "category of their own, convert the model that it is a variant of";
-  EXPECT_EQ(session->set({{"health", "1"}}).refusal, reason);
-  EXPECT_EQ(session->setModule("n_wood", {{"health", "1"}}).refusal, reason);
-  EXPECT_EQ(session->addState("open").refusal, reason);
+      "category of their own; convert the model that it is a variant of";
+  EXPECT_EQ(faultText(session->set({{"health", "1"}})), reason);
+  EXPECT_EQ(faultText(session->setModule("n_wood", {{"health", "1"}})), reason);
+  EXPECT_EQ(faultText(session->addState("open")), reason);
   EXPECT_THAT(session->sections(), testing::ElementsAre("fragiles"));
 }
 
 TEST_F(Edits, TellOfATagOfNoneAsTheOneThatIsStored) {
-  const auto changes = [](const Outcome& outcome) {
+  const auto changes = [](const Result<Outcome>& outcome) {
     std::string text;
-    for (const Change& change : outcome.changes)
+    for (const Change& change : outcome->changes)
       text += change.key + ":" + change.before + ">" + change.after;
     return text;
   };
@@ -331,11 +333,11 @@ using Conversion = Edits;
 
 TEST_F(Conversion, MakesTheEntryWithTheEstimatedHealth) {
   const auto session = open(kHouse);
-  const Outcome outcome = session->convert(DT_FRAGILE);
+  const Result<Outcome> outcome = session->convert(DT_FRAGILE);
   expectDone(outcome);
-  ASSERT_EQ(outcome.changes.size(), 1U);
-  EXPECT_EQ(outcome.changes[0].before, "structure");
-  EXPECT_EQ(outcome.changes[0].after, "fragile");
+  ASSERT_EQ(outcome->changes.size(), 1U);
+  EXPECT_EQ(outcome->changes[0].before, "structure");
+  EXPECT_EQ(outcome->changes[0].after, "fragile");
   EXPECT_EQ(session->description().fragile.value().health, 20);
   EXPECT_TRUE(session->isMissingInDatabase());
   EXPECT_TRUE(session->hasUnsavedEdits());
@@ -343,9 +345,9 @@ TEST_F(Conversion, MakesTheEntryWithTheEstimatedHealth) {
 
 TEST_F(Conversion, ToTheSameCategoryChangesNothing) {
   const auto session = open(kCrate);
-  const Outcome outcome = session->convert(DT_FRAGILE);
+  const Result<Outcome> outcome = session->convert(DT_FRAGILE);
   expectDone(outcome);
-  EXPECT_TRUE(outcome.changes.empty());
+  EXPECT_TRUE(outcome->changes.empty());
   EXPECT_TRUE(messages_.messages().empty());
   EXPECT_FALSE(session->hasUnsavedEdits());
 }
@@ -357,10 +359,10 @@ TEST_F(Conversion, OfAVariantIsRefusedWithAnExplanation) {
     const auto session = open(stem + ".model");
     for (const KsDestructibleType category : {DT_STRUCTURE, DT_FRAGILE, DT_FALLING_ATOMS}) {
       EXPECT_EQ(
-          session->convert(category).refusal,
+          faultText(session->convert(category)),
           "\"" + stem +
               ".model\" is a variant (in a folder lod1, lod2, crash or merged); variants have no category "
-              "of their own, convert the model that it is a variant of");
+              "of their own; convert the model that it is a variant of");
     }
     EXPECT_EQ(session->category(), DT_NON_DESTRUCTIBLE);
   }
@@ -372,7 +374,7 @@ TEST_F(Conversion, ToAStructureIsRefusedWithoutAPartThatCouldBreak) {
   const auto ruin = open("content/ruin.model");
   EXPECT_EQ(ruin->suggestedCategory(), DT_STRUCTURE);
   EXPECT_EQ(
-      ruin->convert(DT_STRUCTURE).refusal,
+      faultText(ruin->convert(DT_STRUCTURE)),
       "\"content/ruin.model\" cannot be a structure, since it would have no modules and could not break: "
       "none is an undamaged part (kinds 73 to 86); it has \"d_wall_1\", \"d_wall_2\" and \"glass\": import "
       "it "
@@ -429,8 +431,8 @@ TEST_F(Conversion, OfAModelWhoseNameTheDatabaseCannotHoldIsRefused) {
     std::filesystem::create_directories((root_ / stem).parent_path());
     std::filesystem::copy_file(root_ / "content/plain.model", root_ / (stem + ".model"));
     const auto session = open(stem + ".model");
-    EXPECT_THAT(session->convert(DT_FRAGILE).refusal, testing::HasSubstr("cannot stand in the database"));
-    EXPECT_THAT(session->save().refusal, testing::HasSubstr("cannot stand in the database"));
+    EXPECT_THAT(faultText(session->convert(DT_FRAGILE)), testing::HasSubstr("cannot stand in the database"));
+    EXPECT_THAT(faultText(session->save()), testing::HasSubstr("cannot stand in the database"));
   }
 }
 

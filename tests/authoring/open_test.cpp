@@ -101,7 +101,7 @@ TEST_F(OpeningASession, RefusesAModelThatAnotherSessionHasOpen) {
 
 TEST_F(OpeningASession, RefusesWithoutResourceRoots) {
   FS::setFileSystem(nullptr);
-  EXPECT_EQ(refusalOf(kCrate), "no resource roots are set up");
+  EXPECT_EQ(refusalOf(kCrate), "no resource roots are set up; set some first");
 }
 
 TEST_F(OpeningASession, ShowsControlCharactersOfANameEscaped) {

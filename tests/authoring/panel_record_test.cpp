@@ -18,16 +18,15 @@ class APanelRecord : public SessionTest {
  protected:
   static std::unique_ptr<PanelRecord> record(Session& session,
                                              const std::optional<std::string>& module = std::nullopt) {
-    std::string refusal;
-    auto record = PanelRecord::open(session, module, refusal);
-    EXPECT_EQ(refusal, "");
-    return record;
+    auto record = PanelRecord::open(session, module);
+    EXPECT_EQ(faultText(record), "");
+    return record ? *std::move(record) : nullptr;
   }
 
   static std::string refusal(Session& session, const std::optional<std::string>& module = std::nullopt) {
-    std::string refusal;
-    EXPECT_EQ(PanelRecord::open(session, module, refusal), nullptr);
-    return refusal;
+    const auto record = PanelRecord::open(session, module);
+    EXPECT_FALSE(record);
+    return faultText(record);
   }
 
   static std::unique_ptr<Session> opened(const char* model, KsDestructibleType category) {
@@ -68,9 +67,9 @@ TEST_F(APanelRecord, MakesWhatIsSetAnEditOfTheSession) {
   expectDone(crate->save());
   const auto panel = record(*crate);
   panel->object().property("Health").set("33");
-  EXPECT_EQ(panel->lastOutcome().refusal, "");
-  ASSERT_EQ(panel->lastOutcome().changes.size(), 1U);
-  EXPECT_EQ(panel->lastOutcome().changes[0].key, "health");
+  EXPECT_EQ(faultText(panel->lastOutcome()), "");
+  ASSERT_EQ(panel->lastOutcome()->changes.size(), 1U);
+  EXPECT_EQ(panel->lastOutcome()->changes[0].key, "health");
   EXPECT_EQ(crate->description().fragile->health, 33);
   EXPECT_TRUE(crate->hasUnsavedEdits());
   const auto house = opened(kHouse, DT_STRUCTURE);
@@ -84,11 +83,11 @@ TEST_F(APanelRecord, HasTheOldValueAgainWhenTheSessionRefusesTheNewOne) {
   const auto crate = opened(kCrate, DT_FRAGILE);
   const auto panel = record(*crate);
   panel->object().property("Hit effect").set("bad\x01");
-  EXPECT_THAT(panel->lastOutcome().refusal, HasSubstr("control character"));
+  EXPECT_THAT(faultText(panel->lastOutcome()), HasSubstr("control character"));
   EXPECT_EQ(panel->object().property("Hit effect").get(),
             tyk::Variant(crate->description().fragile->hitEffect));
   panel->object().property("Hit effect").set("boom");
-  EXPECT_EQ(panel->lastOutcome().refusal, "");
+  EXPECT_EQ(faultText(panel->lastOutcome()), "");
   EXPECT_EQ(crate->description().fragile->hitEffect, "boom");
 }
 
@@ -99,13 +98,13 @@ TEST_F(APanelRecord, IsRefusedAnEditWhenTheModelHasAnotherCategory) {
   const Description before = crate->description();
   const tyk::Variant health = panel->object().property("Health").get();
   panel->object().property("Health").set(99);
-  EXPECT_EQ(panel->lastOutcome().refusal, "the model has another category now; look at it anew");
+  EXPECT_EQ(faultText(panel->lastOutcome()), "the model has another category now; look at it anew");
   EXPECT_TRUE(isSame(crate->description(), before));
   EXPECT_EQ(panel->object().property("Health").get(), health);
   EXPECT_FALSE(panel->refresh());
   expectDone(crate->convert(DT_NON_DESTRUCTIBLE));
   panel->object().property("Health").set(99);
-  EXPECT_THAT(panel->lastOutcome().refusal, HasSubstr("is not destructible"));
+  EXPECT_THAT(faultText(panel->lastOutcome()), HasSubstr("is not destructible"));
   EXPECT_EQ(panel->object().property("Health").get(), health);
 }
 
@@ -131,9 +130,9 @@ TEST_F(APanelRecord, ShowsAValueAsItWasStored) {
   const auto panel = record(*crate);
   panel->object().property("Hit effect").set(" boom ");
   EXPECT_EQ(panel->object().property("Hit effect").get(), tyk::Variant("boom"));
-  EXPECT_THAT(panel->lastOutcome().warnings, ElementsAre(HasSubstr("white space")));
+  EXPECT_THAT(panel->lastOutcome()->warnings, ElementsAre(HasSubstr("white space")));
   panel->object().property("Health").set(3);
-  EXPECT_THAT(panel->lastOutcome().warnings, IsEmpty());
+  EXPECT_THAT(panel->lastOutcome()->warnings, IsEmpty());
 }
 
 TEST_F(APanelRecord, FollowsAReload) {
@@ -165,42 +164,43 @@ TEST_F(APanelRecord, IsRefusedWhereThereIsNone) {
 
 TEST_F(APanelRecord, NamesItsPropertiesForAnEditToo) {
   const auto crate = opened(kCrate, DT_FRAGILE);
-  const Outcome outcome = crate->set({{"Hit effect", "boom"}, {"health", "9"}, {"Decay effect", "dust"}});
-  EXPECT_EQ(outcome.refusal, "");
+  const Result<Outcome> outcome =
+      crate->set({{"Hit effect", "boom"}, {"health", "9"}, {"Decay effect", "dust"}});
+  EXPECT_EQ(faultText(outcome), "");
   const auto fragile = *crate->description().fragile;
   EXPECT_EQ(fragile.hitEffect, "boom");
   EXPECT_EQ(fragile.health, 9);
   EXPECT_EQ(fragile.decayEffect, "dust");
   const auto house = opened(kHouse, DT_STRUCTURE);
-  EXPECT_EQ(house->setModule("n_wall_1", {{"Ram effect", "bang"}}).refusal, "");
+  EXPECT_EQ(faultText(house->setModule("n_wall_1", {{"Ram effect", "bang"}})), "");
   EXPECT_EQ(house->description().modules.at("n_wall_1").ramEffect, "bang");
 }
 
 TEST_F(APanelRecord, RefusesAnEditByDisplayNameAsAWhole) {
   const auto crate = opened(kCrate, DT_FRAGILE);
   const Description before = crate->description();
-  EXPECT_EQ(crate->set({{"Hit effect", "boom"}, {"Health", "9x"}}).refusal,
+  EXPECT_EQ(faultText(crate->set({{"Hit effect", "boom"}, {"Health", "9x"}})),
             "Health: cannot convert the string \"9x\" to int32; give a value that fits");
   const std::string same = std::to_string(before.fragile->health);
   for (const std::string& health : {std::string("9"), same}) {
-    EXPECT_EQ(crate->set({{"Health", health}, {"health", "8"}}).refusal,
+    EXPECT_EQ(faultText(crate->set({{"Health", health}, {"health", "8"}})),
               "the key \"health\" is given twice; give it once");
   }
-  EXPECT_EQ(crate->set({{"Hit efect", "boom"}}).refusal,
+  EXPECT_EQ(faultText(crate->set({{"Hit efect", "boom"}})),
             "a fragile has no key \"Hit efect\"; did you mean \"Hit effect\"?");
-  EXPECT_NE(crate->set({{"Hit effect", "bad\x01"}}).refusal, "");
+  EXPECT_NE(faultText(crate->set({{"Hit effect", "bad\x01"}})), "");
   EXPECT_TRUE(isSame(crate->description(), before));
 }
 
 TEST_F(APanelRecord, WarnsOfAHardPointThatTheModelLacks) {
   const auto crate = opened(kCrate, DT_FRAGILE);
-  EXPECT_THAT(crate->set({{"Effect hardpoint", "HP_tap"}}).warnings,
+  EXPECT_THAT(crate->set({{"Effect hardpoint", "HP_tap"}})->warnings,
               ElementsAre("effectHP: the model has no hard point \"HP_tap\"; did you mean \"HP_top\"?"));
 }
 
 TEST_F(APanelRecord, OfAStructureIsItsModules) {
   const auto house = opened(kHouse, DT_STRUCTURE);
-  EXPECT_EQ(house->set({{"Hit effect", "boom"}}).refusal,
+  EXPECT_EQ(faultText(house->set({{"Hit effect", "boom"}})),
             "a structure has no Hit effect of its own, its modules have; name the module");
 }
 
@@ -217,23 +217,23 @@ TEST_F(TheEffects, AreThoseOfTheCategoryWhoseNamesHoldTheKeyInAnyCase) {
   EXPECT_THAT(effectNames(DT_STRUCTURE, "wood"), ElementsAre("Wood_a"));
   EXPECT_THAT(effectNames(DT_FALLING_ATOMS, ""), ElementsAre("h"));
   EXPECT_THAT(effectNames(DT_FALLING_ATOMS, "wood"), IsEmpty());
-  EXPECT_EQ(refusalOfEffects(), "");
+  EXPECT_EQ(faultText(checkEffects()), "");
 }
 
 TEST_F(TheEffects, AreRefusedWithWhatStandsInThePlaceOfTheFile) {
   const std::string file = "scripts/destructibles_effects.xml";
   std::filesystem::create_directory(root_ / file);
-  EXPECT_EQ(refusalOfEffects(), file + " is no regular file; mend that first");
+  EXPECT_EQ(faultText(checkEffects()), file + " is no regular file; mend that first");
   std::filesystem::remove(root_ / file);
   std::filesystem::create_symlink("/etc/passwd", root_ / file);
-  EXPECT_EQ(refusalOfEffects(), file + " leads out of its root through a link; mend that first");
+  EXPECT_EQ(faultText(checkEffects()), file + " leads out of its root through a link; mend that first");
 }
 
 TEST_F(TheEffects, AreRefusedWithoutAFileThatCanBeRead) {
-  EXPECT_EQ(refusalOfEffects(),
+  EXPECT_EQ(faultText(checkEffects()),
             "no resource root holds scripts/destructibles_effects.xml; make one to offer effects");
   root_.write("scripts/destructibles_effects.xml", "<root>");
-  EXPECT_EQ(refusalOfEffects(), "scripts/destructibles_effects.xml cannot be read; mend it first");
+  EXPECT_EQ(faultText(checkEffects()), "scripts/destructibles_effects.xml cannot be read; mend it first");
   EXPECT_THAT(effectNames(DT_FRAGILE, ""), IsEmpty());
   EXPECT_THAT(messages_.texts(), Contains(HasSubstr("destructibles_effects.xml")));
 }

@@ -73,8 +73,8 @@ TEST_F(AReload, KeepsTheValuesThatAConversionHasLeftBehindForTheWayBack) {
   expectDone(session->set({{"health", "35"}}));
   expectDone(session->convert(DT_FALLING_ATOMS));
   changeFile(*session, database("8", "fire"));
-  const Outcome back = session->convert(DT_FRAGILE);
-  EXPECT_THAT(back.warnings, testing::IsEmpty());
+  const Result<Outcome> back = session->convert(DT_FRAGILE);
+  EXPECT_THAT(back->warnings, testing::IsEmpty());
   EXPECT_EQ(session->description().fragile.value().health, 35);
   EXPECT_EQ(session->description().fragile.value().effect, "fire");
 }
@@ -390,7 +390,7 @@ TEST_F(AReload, OfAFileThatWasGoneAtASaveIsMadeUpForByAllSessions) {
   const auto crate = open(kCrate);
   const auto lamp = open(kLamp);
   std::filesystem::rename(root_ / "scripts", root_ / "away");
-  EXPECT_NE(lamp->save().refusal, "");
+  EXPECT_NE(faultText(lamp->save()), "");
   std::filesystem::rename(root_ / "away", root_ / "scripts");
   const auto house = open(kHouse);
   EXPECT_EQ(house->description().modules.at("n_brick").health, 77);
@@ -479,11 +479,12 @@ TEST_F(AReload, WhoseSlotOpensAndClosesASessionComesToAnEnd) {
 
 TEST_F(AReload, WhoseSlotOpensASessionOpensNoModelTwice) {
   const auto crate = open(kCrate);
-  std::unique_ptr<Session> inner;
-  const ks::Connection opening = crate->connectReloaded([&] { inner = Session::open(kLamp).session; });
+  std::vector<Result<std::unique_ptr<Session>>> opened;
+  const ks::Connection opening = crate->connectReloaded([&] { opened.push_back(Session::open(kLamp)); });
   root_.replace(kDatabase, database("8", "fire"));
-  const auto outer = Session::open(kLamp).session;
-  EXPECT_EQ((inner != nullptr) + (outer != nullptr), 1);
+  opened.push_back(Session::open(kLamp));
+  ASSERT_EQ(opened.size(), 2U);
+  EXPECT_NE(static_cast<bool>(opened[0]), static_cast<bool>(opened[1]));
 }
 
 TEST_F(AReload, ThatFailsTakesNoRecordFromAnySession) {

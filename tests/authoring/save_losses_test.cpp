@@ -137,10 +137,10 @@ TEST_F(ASectionWithAFilename, KeepsTheModelFromBeingSavedWhileItHoldsAnotherMode
         "the section \"" + section +
         "\" of scripts/destructibles.xml has the <filename> "
         "\"content/props/crate.model\" itself, and a save would remove all of it, the "
-        "entry of \"rock\" too; nothing was saved: take that <filename> out of the file";
-    EXPECT_EQ(session->save().refusal, refusal);
+        "entry of \"rock\" too; nothing was saved; take that <filename> out of the file";
+    EXPECT_EQ(faultText(session->save()), refusal);
     expectDone(session->convert(DT_NON_DESTRUCTIBLE));
-    EXPECT_EQ(session->save().refusal, refusal);
+    EXPECT_EQ(faultText(session->save()), refusal);
     EXPECT_EQ(readDatabase(), text);
   }
 }
@@ -162,10 +162,10 @@ TEST_F(ASectionWithAFilename, KeepsTheModelFromBeingSavedWhileItHoldsAnythingTha
     writeDatabase(text);
     const auto session = open(kCrate);
     expectDone(session->set({{"health", "8"}}));
-    EXPECT_EQ(session->save().refusal,
+    EXPECT_EQ(faultText(session->save()),
               "the section \"structures\" of scripts/destructibles.xml has the <filename> "
               "\"content/props/crate.model\" itself, and a save would remove all of it, " +
-                  name + " too; nothing was saved: take that <filename> out of the file");
+                  name + " too; nothing was saved; take that <filename> out of the file");
     EXPECT_EQ(readDatabase(), text);
   }
 }

@@ -114,7 +114,7 @@ TEST_F(Saving, OfAStructureWithoutAModuleSaysThatItCannotBreak) {
   support::writeModel(root_, "content/street/lamp", {.materials = {{"n_pole", 73}}, .bsp = {}});
   const auto unbreakable = open(kLamp);
   EXPECT_THAT(textsOf(unbreakable->saveWarnings()), testing::Contains(kCannotBreak));
-  EXPECT_THAT(unbreakable->save().warnings, testing::Contains(kCannotBreak));
+  EXPECT_THAT(unbreakable->save()->warnings, testing::Contains(kCannotBreak));
 }
 
 TEST_F(Saving, NamesAHealthThatCouldNotBeEstimated) {
@@ -181,7 +181,7 @@ TEST_F(Saving, IsRefusedWithoutResourceRootsAndKeepsTheEdits) {
   expectDone(session->set({{"health", "35"}}));
   FS::setFileSystem(nullptr);
   EXPECT_EQ(
-      session->save().refusal,
+      faultText(session->save()),
       "scripts/destructibles.xml cannot be read, so nothing was saved; restore the file and save again");
   EXPECT_EQ(session->description().fragile.value().health, 35);
 }
@@ -192,7 +192,7 @@ TEST_F(Saving, IsRefusedWhenTheDatabaseIsGone) {
   expectDone(session->set({{"health", "35"}}));
   std::filesystem::remove(root_ / kDatabase);
   EXPECT_EQ(
-      session->save().refusal,
+      faultText(session->save()),
       "scripts/destructibles.xml cannot be read, so nothing was saved; restore the file and save again");
   writeDatabase(kOneFragile);
   expectDone(session->save());
@@ -201,7 +201,7 @@ TEST_F(Saving, IsRefusedWhenTheDatabaseIsGone) {
 }
 
 constexpr char kNotWritten[] =
-    "the save of scripts/destructibles.xml failed, for the reason in the message before this one: when it is "
+    "the save of scripts/destructibles.xml failed, for the reason in the message before this one; when it is "
     "mended, do the same again";
 
 class AFailedSave : public Saving {
@@ -248,7 +248,7 @@ class ASaveAfterAConversionElsewhere : public Saving {
 
 TEST_F(ASaveAfterAConversionElsewhere, IsRefusedAndLeavesTheOtherProgramsEntry) {
   root_.replace(kDatabase, kStructure);
-  EXPECT_EQ(crate_->save().refusal, refusalNaming("structure"));
+  EXPECT_EQ(faultText(crate_->save()), refusalNaming("structure"));
   EXPECT_EQ(readDatabase(), kStructure);
   EXPECT_EQ(crate_->category(), DT_FRAGILE);
   EXPECT_EQ(crate_->description().fragile.value().health, 35);
@@ -257,23 +257,23 @@ TEST_F(ASaveAfterAConversionElsewhere, IsRefusedAndLeavesTheOtherProgramsEntry) 
 
 TEST_F(ASaveAfterAConversionElsewhere, IsRefusedWhenTheEntryWasRemoved) {
   root_.replace(kDatabase, "<root/>");
-  EXPECT_EQ(crate_->save().refusal, refusalNaming("none"));
+  EXPECT_EQ(faultText(crate_->save()), refusalNaming("none"));
   EXPECT_EQ(readDatabase(), "<root/>");
 }
 
 TEST_F(ASaveAfterAConversionElsewhere, IsRefusedWhenBothHaveConvertedTheModel) {
   expectDone(crate_->convert(DT_FALLING_ATOMS));
   root_.replace(kDatabase, kStructure);
-  EXPECT_EQ(crate_->save().refusal, refusalNaming("structure"));
+  EXPECT_EQ(faultText(crate_->save()), refusalNaming("structure"));
   EXPECT_EQ(readDatabase(), kStructure);
 }
 
 TEST_F(ASaveAfterAConversionElsewhere, IsMadeTheSecondTimeAndNamesTheEntryThatItRemoves) {
   root_.replace(kDatabase, kStructure);
-  EXPECT_NE(crate_->save().refusal, "");
-  const Outcome saved = crate_->save();
-  EXPECT_EQ(saved.refusal, "");
-  EXPECT_THAT(saved.warnings,
+  EXPECT_NE(faultText(crate_->save()), "");
+  const Result<Outcome> saved = crate_->save();
+  EXPECT_EQ(faultText(saved), "");
+  EXPECT_THAT(saved->warnings,
               testing::ElementsAre(testing::StartsWith("thrown away (convert it to structure first): set "),
                                    "the entry of the model in the section \"structures\" "
                                    "is removed from the file"));
@@ -284,7 +284,7 @@ TEST_F(ASaveAfterAConversionElsewhere, IsMadeTheSecondTimeAndNamesTheEntryThatIt
 TEST_F(ASaveAfterAConversionElsewhere, IsRefusedWithinAGroupOfSavesAndKeepsTheEdits) {
   {
     const SaveGroup group;
-    EXPECT_NE(crate_->save().refusal, "");
+    EXPECT_NE(faultText(crate_->save()), "");
   }
   EXPECT_TRUE(crate_->hasUnsavedEdits());
   expectDone(crate_->save());
@@ -313,10 +313,10 @@ TEST_F(Saving, TellsTheWarningsOfTheFileThatItWritesTo) {
   EXPECT_TRUE(session->saveWarnings().empty());
   const std::string entry = "<entry><filename>content/props/crate.model</filename><health>5</health></entry>";
   root_.replace(kDatabase, "<root><fragiles>" + entry + entry + "</fragiles></root>");
-  const Outcome saved = session->save();
-  EXPECT_EQ(saved.refusal, "");
-  EXPECT_THAT(saved.warnings, testing::ElementsAre("another entry of the model in the section "
-                                                   "\"fragiles\" is removed from the file"));
+  const Result<Outcome> saved = session->save();
+  EXPECT_EQ(faultText(saved), "");
+  EXPECT_THAT(saved->warnings, testing::ElementsAre("another entry of the model in the section "
+                                                    "\"fragiles\" is removed from the file"));
 }
 
 TEST_F(AFailedSave, TellsOfNothingThatItWouldHaveRemoved) {
@@ -324,14 +324,11 @@ TEST_F(AFailedSave, TellsOfNothingThatItWouldHaveRemoved) {
   writeDatabase("<root><fragiles>" + entry + entry + "</fragiles></root>");
   const auto session = open(kCrate);
   expectDone(session->set({{"health", "35"}}));
-  Outcome outcome;
   {
     const support::FullDisk disk;
-    outcome = session->save();
+    EXPECT_EQ(faultText(session->save()), kNotWritten);
   }
-  EXPECT_EQ(outcome.refusal, kNotWritten);
-  EXPECT_THAT(outcome.warnings, testing::IsEmpty());
-  EXPECT_EQ(session->save().warnings.size(), 1U);
+  EXPECT_EQ(session->save()->warnings.size(), 1U);
 }
 
 TEST_F(AFailedSave, KeepsTheFileAndTheEditsAndMayBeTriedAgain) {
@@ -339,7 +336,7 @@ TEST_F(AFailedSave, KeepsTheFileAndTheEditsAndMayBeTriedAgain) {
   expectDone(session->set({{"health", "35"}}));
   {
     const support::FullDisk disk;
-    EXPECT_EQ(session->save().refusal, kNotWritten);
+    EXPECT_EQ(faultText(session->save()), kNotWritten);
   }
   EXPECT_EQ(messages_.criticalCount(), 1);
   EXPECT_EQ(readDatabase(), kOneFragile);
@@ -358,7 +355,7 @@ TEST_F(AFailedSave, OfAStructureKeepsItsTagModulesAndStates) {
   expectDone(session->addState("open"));
   {
     const support::FullDisk disk;
-    EXPECT_EQ(session->save().refusal, kNotWritten);
+    EXPECT_EQ(faultText(session->save()), kNotWritten);
   }
   EXPECT_EQ(readDatabase(), kOneFragile);
   expectDone(session->save());
@@ -375,7 +372,7 @@ TEST_F(AFailedSave, OfAModelWithoutACategoryIsNotTakenForDone) {
   {
     const support::FullDisk disk;
     EXPECT_THAT(
-        session->save().refusal,
+        faultText(session->save()),
         testing::EndsWith("File too large; the old file is whole; raise the limit on the size of files "
                           "and save again"));
   }

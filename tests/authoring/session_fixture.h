@@ -21,6 +21,12 @@ inline constexpr char kLamp[] = "content/street/lamp.model";
 
 /// A resource root with an empty database and three models:
 /// a house, whose roof is no collision material and whose window has the kind of a wall; a crate; a lamp.
+/// The text of a fault; empty of a success.
+template <class Value>
+std::string faultText(const Result<Value>& result) {
+  return result ? std::string() : textOf(result.fault());
+}
+
 class SessionTest : public ::testing::Test, public support::Host {
  protected:
   SessionTest() {
@@ -48,20 +54,23 @@ class SessionTest : public ::testing::Test, public support::Host {
 
   /// A session on a model that is there.
   static std::unique_ptr<Session> open(const std::string& model) {
-    Session::Opened opened = Session::open(model);
-    EXPECT_EQ(opened.refusal, "");
-    if (!opened.session) throw std::runtime_error("no session: " + opened.refusal);
-    return std::move(opened.session);
+    auto opened = Session::open(model);
+    EXPECT_EQ(faultText(opened), "");
+    if (!opened) throw std::runtime_error("no session: " + faultText(opened));
+    return *std::move(opened);
   }
 
   /// A session on a model that is refused; the reason.
   static std::string refusalOf(const std::string& model) {
-    const Session::Opened opened = Session::open(model);
-    EXPECT_EQ(opened.session, nullptr);
-    return opened.refusal;
+    const auto opened = Session::open(model);
+    EXPECT_FALSE(opened);
+    return faultText(opened);
   }
 
-  static void expectDone(const Outcome& outcome) { EXPECT_EQ(outcome.refusal, ""); }
+  template <class Value>
+  static void expectDone(const Result<Value>& outcome) {
+    EXPECT_EQ(faultText(outcome), "");
+  }
 };
 
 }  // namespace Tal::authoring

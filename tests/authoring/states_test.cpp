@@ -35,17 +35,18 @@ TEST_F(States, AreListedBetweenTheBuiltInOnes) {
 
 TEST_F(States, AreRefusedNamesThatCannotBeRight) {
   const auto session = open(kHouse);
-  EXPECT_EQ(session->addState("undamaged").refusal,
+  EXPECT_EQ(faultText(session->addState("undamaged")),
             "the state \"undamaged\" is built in; choose another name");
-  EXPECT_EQ(session->addState("destroyed").refusal,
+  EXPECT_EQ(faultText(session->addState("destroyed")),
             "the state \"destroyed\" is built in; choose another name");
-  EXPECT_EQ(session->addState("").refusal, "the name of a state cannot be empty; give one");
+  EXPECT_EQ(faultText(session->addState("")), "the name of a state cannot be empty; give one");
   EXPECT_EQ(
-      session->addState(" a").refusal,
+      faultText(session->addState(" a")),
       "the state name \" a\" has white space around it, which the database does not keep; leave it out");
-  EXPECT_THAT(session->addState("a\t").refusal, testing::HasSubstr("white space around it"));
-  EXPECT_THAT(session->addState("a\x1b").refusal, testing::HasSubstr("\"a\\x1b\" holds a control character"));
-  EXPECT_EQ(session->addState("open").refusal, "there is a state \"open\" already");
+  EXPECT_THAT(faultText(session->addState("a\t")), testing::HasSubstr("white space around it"));
+  EXPECT_THAT(faultText(session->addState("a\x1b")),
+              testing::HasSubstr("\"a\\x1b\" holds a control character"));
+  EXPECT_EQ(faultText(session->addState("open")), "there is a state \"open\" already");
   EXPECT_FALSE(session->hasUnsavedEdits());
 }
 
@@ -64,18 +65,18 @@ TEST_F(States, ThatDoNotExistAreRefusedWithTheNearest) {
   const auto session = open(kHouse);
   const std::string reason =
       "\"content/buildings/house.model\" has no state \"opne\"; did you mean \"open\"?";
-  EXPECT_EQ(session->removeState("opne").refusal, reason);
-  EXPECT_EQ(session->addMaterials("opne", {"n_wall_1"}).refusal, reason);
-  EXPECT_EQ(session->removeMaterials("opne", {"n_wall_1"}).refusal, reason);
-  EXPECT_EQ(session->showState("opne").refusal, reason);
+  EXPECT_EQ(faultText(session->removeState("opne")), reason);
+  EXPECT_EQ(faultText(session->addMaterials("opne", {"n_wall_1"})), reason);
+  EXPECT_EQ(faultText(session->removeMaterials("opne", {"n_wall_1"})), reason);
+  EXPECT_EQ(faultText(session->showState("opne")), reason);
   EXPECT_EQ(session->shownState(), "undamaged");
 }
 
 TEST_F(States, ThatAreBuiltInCannotBeChanged) {
   const auto session = open(kHouse);
-  EXPECT_EQ(session->removeState("destroyed").refusal,
+  EXPECT_EQ(faultText(session->removeState("destroyed")),
             "the state \"destroyed\" is built in and cannot be changed");
-  EXPECT_EQ(session->addMaterials("undamaged", {"n_wall_1"}).refusal,
+  EXPECT_EQ(faultText(session->addMaterials("undamaged", {"n_wall_1"})),
             "the state \"undamaged\" is built in and cannot be changed");
 }
 
@@ -90,15 +91,15 @@ TEST_F(States, TakeMaterialsInTheGivenOrder) {
 
 TEST_F(States, RefuseMaterialsByNameAndThenTakeNone) {
   const auto session = open(kHouse);
-  EXPECT_EQ(session->addMaterials("open", {"n_wall_2", "n_wal_1"}).refusal,
+  EXPECT_EQ(faultText(session->addMaterials("open", {"n_wall_2", "n_wal_1"})),
             "the model has no material \"n_wal_1\"; did you mean \"n_wall_1\"?");
-  EXPECT_EQ(session->addMaterials("open", {"n_wall_2", "n_wall_1"}).refusal,
+  EXPECT_EQ(faultText(session->addMaterials("open", {"n_wall_2", "n_wall_1"})),
             "the state \"open\" has the material \"n_wall_1\" already");
-  EXPECT_EQ(session->addMaterials("open", {"n_wall_2", "n_wall_2"}).refusal,
+  EXPECT_EQ(faultText(session->addMaterials("open", {"n_wall_2", "n_wall_2"})),
             "the state \"open\" has the material \"n_wall_2\" already");
-  EXPECT_EQ(session->removeMaterials("open", {"n_door_4", "n_wall_2"}).refusal,
+  EXPECT_EQ(faultText(session->removeMaterials("open", {"n_door_4", "n_wall_2"})),
             "the state \"open\" has no material \"n_wall_2\"; did you mean \"n_wall_1\"?");
-  EXPECT_EQ(session->removeMaterials("open", {"n_door_4", "n_door_4"}).refusal,
+  EXPECT_EQ(faultText(session->removeMaterials("open", {"n_door_4", "n_door_4"})),
             "the state \"open\" has no material \"n_door_4\"; there is \"n_wall_1\"");
   EXPECT_THAT(session->materialsForState("open"), testing::ElementsAre("n_door_4", "n_wall_1"));
 }
@@ -107,14 +108,14 @@ TEST_F(States, RefuseAMaterialWithASpaceInItsName) {
   support::writeModel(root_, "content/buildings/house",
                       {.materials = {{"n old wall", 73}}, .bsp = {"n old wall"}, .corner = "2 2 2"});
   EXPECT_EQ(
-      open(kHouse)->addMaterials("open", {"n old wall"}).refusal,
+      faultText(open(kHouse)->addMaterials("open", {"n old wall"})),
       "the material \"n old wall\" cannot be in a state: spaces separate the materials of a state; rename "
       "the material");
 }
 
 TEST_F(States, RefuseAMaterialThatNoStateCanShowDestroyed) {
   const auto session = open(kHouse);
-  EXPECT_EQ(session->addMaterials("open", {"n_wall_2", "d_wall_1"}).refusal,
+  EXPECT_EQ(faultText(session->addMaterials("open", {"n_wall_2", "d_wall_1"})),
             "the material \"d_wall_1\" (kind 88) is no undamaged part (73 to 86) that a state could show "
             "destroyed; choose another one, or import the model again with a kind for it; --force adds it "
             "all the same");
@@ -128,7 +129,7 @@ TEST_F(States, SayThatEveryMaterialWithoutAKindWouldVanish) {
                        .bsp = {"n_wall_1"},
                        .corner = "2 2 2"});
   const auto session = open(kHouse);
-  EXPECT_EQ(session->addMaterials("open", {"n_loose"}).refusal,
+  EXPECT_EQ(faultText(session->addMaterials("open", {"n_loose"})),
             "the material \"n_loose\" has no kind (0), so in this state every material without one would "
             "vanish: \"n_loose\", \"s_ground\" and \"sky\"; choose another one, or import the model again "
             "with a kind for it; --force adds it all the same");
@@ -141,7 +142,7 @@ TEST_F(States, SayThatEveryMaterialWithoutAKindWouldVanish) {
 TEST_F(States, RefuseAMaterialWithWhichEveryMaterialWithoutAKindWouldVanish) {
   const auto reason = [this](const std::vector<std::pair<std::string, unsigned>>& materials) {
     support::writeModel(root_, "content/buildings/house", {.materials = materials, .bsp = {"n_dep_1_9"}});
-    return open(kHouse)->addMaterials("open", {"n_dep_1_9"}).refusal;
+    return faultText(open(kHouse)->addMaterials("open", {"n_dep_1_9"}));
   };
   EXPECT_EQ(
       reason({{"n_dep_1_9", 74}, {"s_ground", 0}, {"sky", 0}}),
@@ -157,7 +158,7 @@ TEST_F(States, RefuseAPartThatTakesAlongItselfAndWouldVanish) {
   support::writeModel(root_, "content/buildings/house",
                       {.materials = {{"n_w_1_1", 74}, {"d_w_1", 88}}, .bsp = {"n_w_1_1"}});
   const auto session = open(kHouse);
-  EXPECT_EQ(session->addMaterials("open", {"n_w_1_1"}).refusal,
+  EXPECT_EQ(faultText(session->addMaterials("open", {"n_w_1_1"})),
             "the material \"n_w_1_1\" takes along its own part, so in this state the part would vanish: its "
             "destroyed look is hidden, too; choose another one, or import the model again with another name "
             "for it; --force adds it all the same");
@@ -176,17 +177,17 @@ TEST_F(States, OfTheFileAreListedOfAModelThatIsNoStructureToo) {
   EXPECT_THAT(session->stateNames(), testing::ElementsAre("undamaged", "open", "destroyed"));
   expectDone(session->checkStates());
   EXPECT_THAT(
-      session->removeState("open").refusal,
+      faultText(session->removeState("open")),
       testing::HasSubstr("is no structure (its category is fragile), which alone has states to edit"));
 }
 
 TEST_F(States, TakeAMaterialThatTheyCannotShowDestroyedWhenForcedWithAWarning) {
   const auto session = open(kHouse);
-  const Outcome outcome =
+  const Result<Outcome> outcome =
       session->addMaterials("open", {"s_ground", "d_wall_1", "n_wall_2"}, /*isForced=*/true);
   expectDone(outcome);
   EXPECT_THAT(
-      outcome.warnings,
+      outcome->warnings,
       testing::ElementsAre("the material \"s_ground\" has no kind (0), so in this state every material "
                            "without one would vanish: \"s_ground\"",
                            "the material \"d_wall_1\" (kind 88) is no undamaged part (73 to 86) that a "
@@ -202,11 +203,11 @@ TEST_F(States, AreRefusedToWhatIsNoStructure) {
       "convert it to "
       "a "
       "structure first";
-  EXPECT_EQ(session->checkStates().refusal, reason);
-  EXPECT_EQ(session->addState("a").refusal, reason);
-  EXPECT_EQ(session->removeState("a").refusal, reason);
-  EXPECT_EQ(session->addMaterials("a", {"n_wood"}).refusal, reason);
-  EXPECT_EQ(session->removeMaterials("a", {"n_wood"}).refusal, reason);
+  EXPECT_EQ(faultText(session->checkStates()), reason);
+  EXPECT_EQ(faultText(session->addState("a")), reason);
+  EXPECT_EQ(faultText(session->removeState("a")), reason);
+  EXPECT_EQ(faultText(session->addMaterials("a", {"n_wood"})), reason);
+  EXPECT_EQ(faultText(session->removeMaterials("a", {"n_wood"})), reason);
   expectDone(open(kHouse)->checkStates());
 }
 

@@ -26,10 +26,10 @@ TEST(AStoredText, IsRefusedWithWhiteSpaceAroundIt) {
 }
 
 TEST(AModelName, IsRefusedWithItsNameAndTheReasonWhenTheDatabaseCannotHoldIt) {
-  EXPECT_EQ(faultOfModelName("content/props/crate.model"), "");
+  EXPECT_TRUE(checkModelName("content/props/crate.model"));
   for (const auto& [name, quoted] :
        {std::pair(" a.model", "\" a.model\""), std::pair("a\x01", "\"a\\x01\"")}) {
-    EXPECT_EQ(faultOfModelName(name),
+    EXPECT_EQ(textOf(checkModelName(name).fault()),
               std::string("the model name ") + quoted +
                   " cannot stand in the database, which holds UTF-8 without control characters and without "
                   "white space around it");

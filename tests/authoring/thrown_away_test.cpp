@@ -17,10 +17,10 @@ class ThrownAwayValues : public SessionTest {
  protected:
   /// What a conversion, which must be done, and the save after it throw away.
   static std::vector<std::string> of(Session& session, KsDestructibleType category) {
-    Outcome outcome = session.convert(category);
+    Result<Outcome> outcome = session.convert(category);
     expectDone(outcome);
-    std::ranges::move(ofSave(session), std::back_inserter(outcome.warnings));
-    return outcome.warnings;
+    std::ranges::move(ofSave(session), std::back_inserter(outcome->warnings));
+    return outcome->warnings;
   }
 
   static std::vector<std::string> ofSave(Session& session) {
@@ -68,7 +68,7 @@ TEST_F(ThrownAwayValues, AreNoneOfAnEntryAsItWasMade) {
           EXPECT_EQ(messages_.messages().size(), messageCount) << model;
         }
         expectDone(session->convert(from));
-        EXPECT_THAT(session->reset().warnings, IsEmpty()) << model << ' ' << from;
+        EXPECT_THAT(session->reset()->warnings, IsEmpty()) << model << ' ' << from;
       }
     }
   }
@@ -131,13 +131,13 @@ TEST_F(ThrownAwayValues, AreThoseOfEveryEntryEachWithTheCategoryThatTheyAreOf) {
 TEST_F(ThrownAwayValues, OfAFileAreNamedOnceByTheSaveAloneAndNotByARefusedOne) {
   writeDatabase("<root><fragiles>" + entry("<health>12</health>") + "</fragiles></root>");
   const auto session = open(kCrate);
-  EXPECT_THAT(session->convert(DT_NON_DESTRUCTIBLE).warnings, IsEmpty());
+  EXPECT_THAT(session->convert(DT_NON_DESTRUCTIBLE)->warnings, IsEmpty());
   {
     const SaveGroup group;
-    EXPECT_THAT(session->save().warnings, IsEmpty());
+    EXPECT_FALSE(session->save());
   }
-  EXPECT_THAT(session->save().warnings, ElementsAre(HasSubstr("health=12")));
-  EXPECT_THAT(session->save().warnings, IsEmpty());
+  EXPECT_THAT(session->save()->warnings, ElementsAre(HasSubstr("health=12")));
+  EXPECT_THAT(session->save()->warnings, IsEmpty());
 }
 
 TEST_F(ThrownAwayValues, AreAlsoThoseThatAnotherProgramIsJustSaving) {
@@ -145,15 +145,14 @@ TEST_F(ThrownAwayValues, AreAlsoThoseThatAnotherProgramIsJustSaving) {
   writeDatabase(before);
   const auto session = open(kCrate);
   expectDone(session->convert(DT_NON_DESTRUCTIBLE));
-  Outcome outcome;
-  {
+  const auto outcome = [&] {
     const ProgramThatSaves other(
         root_,
         "<root><fragiles>" + entry("<health>77</health><effect>theirs</effect>") + "</fragiles></root>");
-    outcome = session->save();
-  }
+    return session->save();
+  }();
   expectDone(outcome);
-  EXPECT_THAT(outcome.warnings,
+  EXPECT_THAT(outcome->warnings,
               ElementsAre(testing::AllOf(HasSubstr("health=77"), HasSubstr("effect=theirs"))));
 }
 
@@ -240,7 +239,7 @@ TEST_F(ThrownAwayValues, AreNoScalesThatAnEditTakesAsEqual) {
   const auto session = opened(kCrate, DT_FRAGILE);
   expectDone(session->set({{"health", "3"}, {"effectScale", "1.0002"}}));
   EXPECT_THAT(
-      session->convert(DT_STRUCTURE).warnings,
+      session->convert(DT_STRUCTURE)->warnings,
       ElementsAre("thrown away (convert it to fragile first): set content/props/crate.model health=3"));
 }
 
@@ -273,9 +272,9 @@ TEST_F(Reset, OfAModelOfNoCategoryIsRefusedAndRemovesNothing) {
                 entry("<achievementTag>t</achievementTag>") + "</structures></root>");
   const std::string before = readDatabase();
   const auto variant = open(kVariant);
-  EXPECT_THAT(variant->reset().refusal, HasSubstr("is a variant"));
+  EXPECT_THAT(faultText(variant->reset()), HasSubstr("is a variant"));
   const auto crate = open(kCrate);
-  EXPECT_EQ(crate->reset().refusal,
+  EXPECT_EQ(faultText(crate->reset()),
             "\"content/props/crate.model\" is not destructible and has nothing to reset; convert it first");
   EXPECT_FALSE(variant->hasUnsavedEdits());
   EXPECT_FALSE(crate->hasUnsavedEdits());
@@ -302,9 +301,9 @@ TEST_F(Reset, IsFollowedByASaveThatNamesWhatOtherEntriesHeld) {
   writeDatabase("<root><fragiles>" + entry("<health>9</health>") + "</fragiles><fallingAtoms>" +
                 entry("<health>8</health>") + "</fallingAtoms></root>");
   const auto session = open(kCrate);
-  EXPECT_THAT(session->reset().warnings,
+  EXPECT_THAT(session->reset()->warnings,
               ElementsAre(testing::StartsWith("thrown away: set content/props/crate.model health=9")));
-  EXPECT_THAT(session->save().warnings,
+  EXPECT_THAT(session->save()->warnings,
               testing::Contains(testing::StartsWith("thrown away (convert it to falling-atom first): set "
                                                     "content/props/crate.model health=8")));
 }
@@ -320,9 +319,9 @@ TEST_F(ThrownAwayValues, OfAStateTakeAMaterialWithAMissingPartByForce) {
   </entry></structures></root>)");
   const auto session = open("content/dep.model");
   expectDone(session->convert(DT_NON_DESTRUCTIBLE));
-  const Outcome saved = session->save();
+  const Result<Outcome> saved = session->save();
   expectDone(saved);
-  EXPECT_THAT(saved.warnings,
+  EXPECT_THAT(saved->warnings,
               testing::Contains(testing::AllOf(testing::HasSubstr("add-material s n_dep_1_9 n_x_0"),
                                                testing::HasSubstr("--force"))));
 }
@@ -422,14 +421,14 @@ TEST_F(ThrownAwayValues, OfAResetAreThoseThatItDoesNotKeep) {
   expectDone(session->set({{"achievementTag", "manor"}}));
   expectDone(session->addState("open"));
   expectDone(session->setModule("n_wall_1", {{"health", "11"}, {"effectHP", "HP_wall_2"}}));
-  EXPECT_THAT(session->reset().warnings,
+  EXPECT_THAT(session->reset()->warnings,
               ElementsAre("thrown away: set content/buildings/house.model --module n_wall_1 health=11"));
   EXPECT_EQ(session->description().achievementTag, "manor");
   EXPECT_EQ(session->description().modules.at("n_wall_1").effectHP, "HP_wall_2");
   EXPECT_EQ(session->description().states.count("open"), 1U);
   const auto crate = opened(kCrate, DT_FRAGILE);
   expectDone(crate->set({{"achievementTag", "crates"}}));
-  EXPECT_THAT(crate->reset().warnings,
+  EXPECT_THAT(crate->reset()->warnings,
               ElementsAre("thrown away: set content/props/crate.model achievementTag=crates"));
 }
 
@@ -471,7 +470,7 @@ TEST_F(Suggestion, OfNoCategoryIsRefusedAndKeepsTheEntry) {
   writeDatabase(file);
   const auto session = open(kCrate);
   EXPECT_EQ(
-      session->convertAsSuggested().refusal,
+      faultText(session->convertAsSuggested()),
       "the materials of \"content/props/crate.model\" suggest no category, so nothing was changed: none is "
       "an undamaged part (kinds 73 to 86); it has \"a\", \"b\", \"c\" and 2 more: import it again with "
       "--kind a=73 --force, or convert it to a category by name");
@@ -483,7 +482,7 @@ TEST_F(Suggestion, OfNoCategoryIsRefusedAndKeepsTheEntry) {
 TEST_F(Suggestion, OfNoCategorySaysHowToGiveAPart) {
   const auto refusal = [this](const std::vector<std::pair<std::string, unsigned>>& materials) {
     support::writeModel(root_, "content/m", {.materials = materials});
-    return open("content/m.model")->convertAsSuggested().refusal;
+    return faultText(open("content/m.model")->convertAsSuggested());
   };
   EXPECT_THAT(
       refusal({{"s a", 0}, {"steel", 101}}),
@@ -504,11 +503,11 @@ TEST_F(Suggestion, OfNoCategorySaysThatANameMakesAPartStatic) {
       "none is an undamaged part (kinds 73 to 86), since a name that begins with \"s\" is static whatever "
       "its "
       "kind, as that of \"stone\" and \"sx\": import it again with --material stone=n_stone --force";
-  EXPECT_EQ(session->convertAsSuggested().refusal,
+  EXPECT_EQ(faultText(session->convertAsSuggested()),
             "the materials of \"content/m.model\" suggest no category, so nothing was changed: " + fault +
                 ", or convert it to a category by name");
   EXPECT_EQ(
-      session->convert(DT_STRUCTURE).refusal,
+      faultText(session->convert(DT_STRUCTURE)),
       "\"content/m.model\" cannot be a structure, since it would have no modules and could not break: " +
           fault);
 }
@@ -518,11 +517,11 @@ TEST_F(Suggestion, NeverMakesADestroyedLookTheUndamagedOne) {
   const std::string step =
       "): import it again from a file that has the undamaged look too, as a material \"n...\"";
   support::writeModel(root_, "content/one", {.materials = {{"d_wood", 87}, {"s_base", 0}}});
-  EXPECT_EQ(open("content/one.model")->convertAsSuggested().refusal,
+  EXPECT_EQ(faultText(open("content/one.model")->convertAsSuggested()),
             "the materials of \"content/one.model\" suggest no category, so nothing was changed: " + fault +
                 "\"d_wood\"" + step + ", or convert it to a category by name");
   support::writeModel(root_, "content/two", {.materials = {{"d_wood", 87}, {"d_tin", 0}}});
-  EXPECT_EQ(open("content/two.model")->convertAsSuggested().refusal,
+  EXPECT_EQ(faultText(open("content/two.model")->convertAsSuggested()),
             "\"content/two.model\" cannot be a structure, since it would have no modules and could not "
             "break: " +
                 fault + "\"d_tin\" and \"d_wood\"" + step);
@@ -539,7 +538,7 @@ TEST_F(Suggestion, IsFollowedWhereThereIsOne) {
 
 TEST_F(Suggestion, OfAVariantIsRefusedAsOne) {
   support::writeModel(root_, "content/lod1/tin", {.materials = {{"tin", 0}}});
-  EXPECT_THAT(open("content/lod1/tin.model")->convertAsSuggested().refusal,
+  EXPECT_THAT(faultText(open("content/lod1/tin.model")->convertAsSuggested()),
               testing::HasSubstr("is a variant"));
 }
 

@@ -46,9 +46,9 @@ class QuestionableValues : public SessionTest {
 
   /// The warnings of an edit of the crate's own record.
   static std::vector<std::string> ofCrate(const std::vector<Assignment>& assignments) {
-    const Outcome outcome = open(kCrate)->set(assignments);
+    const Result<Outcome> outcome = open(kCrate)->set(assignments);
     expectDone(outcome);
-    return outcome.warnings;
+    return outcome->warnings;
   }
 };
 
@@ -62,7 +62,7 @@ TEST_F(QuestionableValues, AreEffectsThatTheFileLacksWithTheNearest) {
               ElementsAre("effect: scripts/destructibles_effects.xml has no effect \"inf_crate_brust\" for a "
                           "fragile; did you mean \"inf_crate_burst\"?"));
   const auto house = open(kHouse);
-  EXPECT_THAT(house->setModule("n_wall_1", {{"Ram effect", "inf_wal_dust"}}).warnings,
+  EXPECT_THAT(house->setModule("n_wall_1", {{"Ram effect", "inf_wal_dust"}})->warnings,
               ElementsAre("ramEffect: scripts/destructibles_effects.xml has no effect \"inf_wal_dust\" for a "
                           "structure; did you mean \"inf_wall_dust\"?"));
   EXPECT_EQ(house->description().modules.at("n_wall_1").ramEffect, "inf_wal_dust");
@@ -73,7 +73,7 @@ TEST_F(QuestionableValues, AreEffectsOfOtherCategories) {
       ofCrate({{"hitEffect", "inf_wall_dust"}}),
       ElementsAre("hitEffect: \"inf_wall_dust\" is an effect for a structure, not for a fragile; did you "
                   "mean \"inf_crate_burst\"?"));
-  EXPECT_THAT(open(kLamp)->set({{"lifetimeEffect", "inf_hit"}}).warnings,
+  EXPECT_THAT(open(kLamp)->set({{"lifetimeEffect", "inf_hit"}})->warnings,
               ElementsAre("lifetimeEffect: \"inf_hit\" is an effect for a structure or a fragile, not for a "
                           "falling-atom; there is \"inf_lamp_fracture\" and \"inf_lamp_touchdown\""));
 }
@@ -115,7 +115,7 @@ TEST_F(QuestionableValues, AreFoundWithoutAModelAsFarAsThatDoesNotTakeOne) {
 }
 
 TEST_F(QuestionableValues, AreNoEffectsThatPanelsOfferForAnotherField) {
-  EXPECT_THAT(open(kLamp)->set({{"fractureEffect", "inf_lamp_touchdown"}}).warnings, IsEmpty());
+  EXPECT_THAT(open(kLamp)->set({{"fractureEffect", "inf_lamp_touchdown"}})->warnings, IsEmpty());
 }
 
 TEST_F(QuestionableValues, AreNoAbsentEffects) {
@@ -151,18 +151,18 @@ TEST_F(QuestionableValues, AreHealthAndScaleThatAreNotAboveZero) {
 
 TEST_F(QuestionableValues, OfUnknownHealthAreNamedOnceByTheSave) {
   const auto session = open(kCrate);
-  EXPECT_THAT(session->set({{"health", "-1"}}).warnings, IsEmpty());
+  EXPECT_THAT(session->set({{"health", "-1"}})->warnings, IsEmpty());
   ASSERT_EQ(session->valueWarnings().size(), 1U);
   EXPECT_EQ(session->valueWarnings()[0].code, Code::unknownHealth);
   EXPECT_EQ(session->valueWarnings()[0].text, "health: -1 stands for \"could not be estimated\"; set one");
-  EXPECT_THAT(session->save().warnings,
+  EXPECT_THAT(session->save()->warnings,
               ElementsAre("health: -1 stands for \"could not be estimated\"; set one"));
 }
 
 TEST_F(QuestionableValues, AreWarnedOfOnlyByTheEditThatSetsThem) {
   const auto session = open(kCrate);
-  EXPECT_THAT(session->set({{"health", "0"}}).warnings, testing::SizeIs(1));
-  EXPECT_THAT(session->set({{"effect", "inf_hit"}}).warnings, IsEmpty());
+  EXPECT_THAT(session->set({{"health", "0"}})->warnings, testing::SizeIs(1));
+  EXPECT_THAT(session->set({{"effect", "inf_hit"}})->warnings, IsEmpty());
 }
 
 TEST_F(QuestionableValues, OfTheFileAreFoundInEveryRecord) {

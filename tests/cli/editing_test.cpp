@@ -380,7 +380,7 @@ TEST_F(Set, FailsWhenTheDatabaseCannotBeWritten) {
   EXPECT_EQ(result.out, "");
   EXPECT_THAT(result.err,
               testing::EndsWith("destructibles: the save of scripts/destructibles.xml failed, for the reason "
-                                "in the message before this one: when it is mended, do the same again\n"));
+                                "in the message before this one; when it is mended, do the same again\n"));
   EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 2) << result.err;
   EXPECT_EQ(readDatabase(), before);
   EXPECT_THAT(folder_.listing(), testing::Not(testing::Contains(testing::HasSubstr("destructibles.xml."))));

@@ -91,7 +91,8 @@ void checkFile(const std::string& bytes, const std::string& key) {
   requireListed(root, key);
   requireListed(root, key);
   const bool isReadable = root.get() != nullptr;
-  require(Tal::authoring::refusalOfEffects().empty() == isReadable, "a list that cannot be read is refused");
+  require(static_cast<bool>(Tal::authoring::checkEffects()) == isReadable,
+          "a list that cannot be read is refused");
   requireEqual(Root::instance().read(kEffects), bytes, "listing does not touch the file");
   if (!root) return;
   for (const char* const category : {"structures", "fallingAtoms"}) {
