@@ -29,7 +29,7 @@ std::vector<CategoryAndEffect> effectsOf(const EffectsOptions& options) {
   if (options.hasCategory) categories = {Tool::destructibleCategory(options.category)};
   std::vector<CategoryAndEffect> effects;
   for (const KsDestructibleType category : categories) {
-    for (std::string& name : authoring::effectNames(category, options.key))
+    for (std::string& name : Tool::check(authoring::effectNames(category, options.key)))
       effects.emplace_back(category, std::move(name));
   }
   return effects;
@@ -52,7 +52,6 @@ std::string asTable(const std::vector<CategoryAndEffect>& effects) {
 void effects(const EffectsOptions& options, Tool& tool) {
   tool.setUpRoots();
   const std::vector<CategoryAndEffect> found = effectsOf(options);
-  Tool::check(authoring::checkEffects());
   tool.print(options.isJson ? jsonText(asJson(found)) : asTable(found));
 }
 

@@ -55,7 +55,7 @@ std::string asTable(const HealthExplanation& explanation) {
 
 void health(const HealthOptions& options, Tool& tool) {
   const auto session = tool.openSession(options.model);
-  const HealthExplanation explanation = session->explainHealth();
+  const HealthExplanation explanation = Tool::check(session->explainHealth());
   tool.print(options.isJson ? jsonText(asJson(explanation)) : asTable(explanation));
 }
 

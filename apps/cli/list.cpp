@@ -35,12 +35,17 @@ std::vector<CatalogueEntry> catalogue(std::optional<KsDestructibleType> wanted) 
   return entries;
 }
 
+std::string modelFileText(std::optional<bool> hasModelFile) {
+  if (!hasModelFile) return "(its place cannot be examined)";
+  return *hasModelFile ? "" : "(no model file)";
+}
+
 Json asJson(const std::vector<CatalogueEntry>& entries) {
   Json list = Json::array();
   for (const CatalogueEntry& entry : entries) {
     list.push_back({{"model", entry.model},
                     {"category", authoring::categoryName(entry.category)},
-                    {"modelFile", entry.hasModelFile}});
+                    {"modelFile", entry.hasModelFile ? Json(*entry.hasModelFile) : Json()}});
   }
   return list;
 }
@@ -49,7 +54,7 @@ std::string asTable(const std::vector<CatalogueEntry>& entries) {
   Table table(0);
   for (const CatalogueEntry& entry : entries) {
     table.add({std::string(authoring::categoryName(entry.category)), escapeControls(entry.model),
-               entry.hasModelFile ? "" : "(no model file)"});
+               modelFileText(entry.hasModelFile)});
   }
   return table.text();
 }

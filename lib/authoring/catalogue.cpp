@@ -17,12 +17,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// What cannot be looked at may be one; that is reported.
-bool isModelFile(const std::string& model) {
+// Empty, with a message, when that cannot be told.
+std::optional<bool> isModelFile(const std::string& model) {
   const FS::MultiFileSystem* const files = FS::fileSystem();
-  if (files == nullptr || !canNameModel(model) || files->holdNoFile(model)) return false;
-  if (const auto place = files->find(model); !place) FS::reportRefused(model, place.fault());
-  return true;
+  if (files == nullptr || !canNameModel(model)) return false;
+  const auto place = files->find(model);
+  if (place) return true;
+  if (place.fault().kind == FaultKind::missing || files->holdNoFile(model)) return false;
+  FS::reportRefused(model, place.fault());
+  return std::nullopt;
 }
 
 std::map<std::string, CategoryMarks> gatherMarks(const DataSection& root) {

@@ -21,7 +21,7 @@ std::optional<FileIdentity> databaseIdentity();
 struct CatalogueEntry {
   std::string model;
   KsDestructibleType category = DT_NON_DESTRUCTIBLE;  ///< as a session on the model would find it
-  bool hasModelFile = false;                          ///< false when it is certain that no root holds one
+  std::optional<bool> hasModelFile = false;           ///< empty when its place cannot be examined
 };
 
 /// Whether a model can be of this name: one that names a resource, in the only spelling that the database

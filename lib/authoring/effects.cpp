@@ -17,9 +17,21 @@ bool holdsInAnyCase(BasicStringRef name, BasicStringRef key) {
   return key.empty() || std::search(name.begin(), name.end(), key.begin(), key.end(), isSame) != name.end();
 }
 
+// Whether the file has effects of a category, or cannot be read.
+bool mayHoldEffects(KsDestructibleType category) {
+  const auto file = FS::Utils::openSection(database_format::kEffectsFile, false, nullptr);
+  const auto section = file ? file->findChild(database_format::sectionOfCategory(category)) : nullptr;
+  return !file || (section && section->childCount() > 0);
+}
+
+Fault unreadable() {
+  if (auto checked = checkEffects(); !checked) return std::move(checked).fault();
+  return {FaultKind::system, std::string(database_format::kEffectsFile) + " could not be read", "try again"};
+}
+
 }  // namespace
 
-std::vector<std::string> effectNames(KsDestructibleType category, BasicStringRef key) {
+Result<std::vector<std::string>> effectNames(KsDestructibleType category, BasicStringRef key) {
   // The record of a module offers every effect of whatever category its parent names.
   mio::DynamicObject model;
   offerToRecords(
@@ -28,6 +40,10 @@ std::vector<std::string> effectNames(KsDestructibleType category, BasicStringRef
   record.setParent(&model);
   const auto options =
       tyk::Variant(record.property("Hit effect").options()).castTo<std::vector<std::string>>();
+  // A list that could not be read looks like an empty one.
+  const bool isEmpty = static_cast<std::ptrdiff_t>(options.size()) <= kWithoutEffect;
+  if (isEmpty && mayHoldEffects(category)) return unreadable();
+  if (auto checked = checkEffects(); !checked) return std::move(checked).fault();
   std::vector<std::string> names;
   std::copy_if(options.begin() + kWithoutEffect, options.end(), std::back_inserter(names),
                [key](const std::string& name) { return holdsInAnyCase(name, key); });

@@ -11,8 +11,8 @@ namespace Tal::authoring {
 
 /// The effects that panels offer for models of a category (not DT_NON_DESTRUCTIBLE), in the order of
 /// "scripts/destructibles_effects.xml": those whose names hold `key` in any case; every one when it is empty.
-/// Nothing when there is no such file. Main thread only.
-std::vector<std::string> effectNames(KsDestructibleType category, BasicStringRef key);
+/// A fault when the file is missing or cannot be read. Main thread only.
+Result<std::vector<std::string>> effectNames(KsDestructibleType category, BasicStringRef key);
 
 /// A fault when the effects cannot be listed.
 Result<void> checkEffects();

@@ -111,7 +111,9 @@ OpenModel::OpenModel(const std::string& modelName, std::unique_ptr<SuperModel> s
   const std::optional<FileEntries> file = readEntries(modelName);
   if (file && file->description.category != helper_->destructibleType())
     KsDestructiblesHelper::reinit(helper_, superModel_.get(), modelName, disabler_.get(), false);
-  newEntries_ = targetOf(*helper_).newEntries;
+  RestoreTarget target = targetOf(*helper_);
+  newEntries_ = std::move(target.newEntries);
+  savedNames_ = std::move(target.modules);
   takeFile();
   // What others have shown in the tables may be gone.
   onTablesLoaded();
@@ -147,7 +149,18 @@ void OpenModel::followAll() {
   }
 }
 
+Description OpenModel::description() const {
+  Description result = ofItsCategory(mine_);
+  // A conversion leaves the states of a structure behind.
+  const bool areStatesLeft = base_.category == DT_STRUCTURE && result.category != DT_STRUCTURE;
+  if (areStatesLeft) result.states.clear();
+  return result;
+}
+
+// A model of no category may have entries that a save would remove.
 bool OpenModel::isEdited() const {
+  if (mine_.category == DT_NON_DESTRUCTIBLE && base_.category == DT_NON_DESTRUCTIBLE)
+    return !isSame(mine_, base_);
   return !isSame(ofItsCategory(mine_), ofItsCategory(base_));
 }
 
@@ -182,11 +195,13 @@ std::optional<KsDestructibleType> OpenModel::takeForeignCategory() {
   return taken != mine_.category ? taken : std::nullopt;
 }
 
+// What conversions have left behind has left the file.
 void OpenModel::noteSaved(Description saved) {
-  base_ = std::move(saved);
+  base_ = ofItsCategory(std::move(saved));
+  mine_ = ofItsCategory(std::move(mine_));
   foreignCategory_.reset();
+  removedTheirs_.clear();
   isSaved_ = true;
-  stamp_ = 0;
   isStale_ = true;
 }
 
@@ -220,24 +235,58 @@ bool OpenModel::takeFile() {
 
 void OpenModel::merge(const Description& file) {
   Description theirs = completed(file);
-  const bool isEditedHere = isEdited();
-  if (!isEditedHere || theirs.category == mine_.category) {
+  if (!isEdited()) {
+    foreignCategory_.reset();
+    mine_ = withLeftBehind(theirs);
+    base_ = std::move(theirs);
+    return;
+  }
+  if (theirs.category == mine_.category) {
     foreignCategory_.reset();
   } else if (theirs.category != base_.category) {
     foreignCategory_ = theirs.category;
   }
+  for (const auto& [name, module] : theirs.modules) {
+    const auto before = base_.modules.find(name);
+    const bool isRemoved = before != base_.modules.end() && !mine_.modules.contains(name);
+    if (isRemoved && !isSameRecord(before->second, module)) removedTheirs_.insert_or_assign(name, module);
+  }
   Description mine = merged(withMadeRecords(base_, mine_, newEntries_), mine_, theirs);
-  if (!isEditedHere) mine.category = theirs.category;
   // A model of no category has no records that would count again when it is converted.
-  const bool isDropped = isEditedHere && mine.category == DT_NON_DESTRUCTIBLE;
-  mine_ = isDropped ? Description() : completed(std::move(mine));
+  mine_ = mine.category == DT_NON_DESTRUCTIBLE ? Description() : completed(std::move(mine));
+  // Of a record that only the author has now, the edits are still those since it was read.
+  if (mine_.fragile && !theirs.fragile) theirs.fragile = base_.fragile;
+  if (mine_.fallingAtom && !theirs.fallingAtom) theirs.fallingAtom = base_.fallingAtom;
   base_ = std::move(theirs);
 }
 
-// A model of a category has its record, and a structure a module for each undamaged part until it is saved.
+// What the file says, and the records of other categories than its own that the author has edited before a
+// conversion.
+Description OpenModel::withLeftBehind(Description theirs) const {
+  const bool isStructure = theirs.category == DT_STRUCTURE;
+  const auto isLeft = [](const auto& mine, const auto& base) {
+    return mine && !(base && isSameRecord(*mine, *base));
+  };
+  const bool isOfMine = theirs.category == mine_.category && theirs.category != DT_NON_DESTRUCTIBLE;
+  if (!isOfMine) return theirs;
+  const Description left = merged(withMadeRecords(base_, mine_, newEntries_), mine_, theirs);
+  if (theirs.category != DT_FRAGILE && isLeft(mine_.fragile, base_.fragile)) theirs.fragile = left.fragile;
+  if (theirs.category != DT_FALLING_ATOMS && isLeft(mine_.fallingAtom, base_.fallingAtom))
+    theirs.fallingAtom = left.fallingAtom;
+  if (!isStructure) {
+    theirs.modules = left.modules;
+    theirs.achievementTag = left.achievementTag;
+  }
+  return theirs;
+}
+
+// A model of a category has its record, and a structure a module for each undamaged part; once it was saved,
+// for those that a save keeps.
 Description OpenModel::completed(Description description) const {
-  if (description.category == DT_STRUCTURE && !isSaved_)
-    description.modules.insert(newEntries_.modules.begin(), newEntries_.modules.end());
+  if (description.category == DT_STRUCTURE) {
+    for (const auto& [name, module] : newEntries_.modules)
+      if (!isSaved_ || savedNames_.contains(name)) description.modules.emplace(name, module);
+  }
   if (description.category == DT_FRAGILE && !description.fragile) description.fragile = newEntries_.fragile;
   if (description.category == DT_FALLING_ATOMS && !description.fallingAtom)
     description.fallingAtom = newEntries_.fallingAtom;
@@ -288,7 +337,10 @@ Description OpenModel::shown() {
     for (const auto& [name, module] : known->modules) names.insert(name);
   for (const std::string& name : names) {
     KsDestructibleModuleDesc module;
-    if (helper_->getDestructibleModule(name, module)) description.modules.emplace(name, module);
+    // One that a save drops may be in the tables all the same.
+    const bool isToShow =
+        mine_.modules.contains(name) || !newEntries_.modules.contains(name) || savedNames_.contains(name);
+    if (isToShow && helper_->getDestructibleModule(name, module)) description.modules.emplace(name, module);
   }
   const std::vector<std::string> states = helper_->getStateNames();
   for (auto state = states.begin() + 1; state != states.end() - 1; ++state)  // without the built-in ones

@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace Tal {
@@ -53,7 +54,7 @@ class OpenModel : private ResourceModificationListener {
   const Description& mine() const noexcept { return mine_; }
 
   /// The part of `mine` that counts for the model's category.
-  Description description() const { return ofItsCategory(mine_); }
+  Description description() const;
 
   bool isEdited() const;
 
@@ -68,6 +69,10 @@ class OpenModel : private ResourceModificationListener {
 
   /// Reads the file if it has other content than what was last read.
   void refresh();
+
+  /// The modules that another program has changed since the author removed them: the next save removes them,
+  /// too.
+  const Description::Modules& removedTheirs() const noexcept { return removedTheirs_; }
 
   /// The category that another program has given to the model in the file while it had unsaved edits here, if
   /// it is another than here. Given once.
@@ -87,6 +92,7 @@ class OpenModel : private ResourceModificationListener {
   bool takeFile();
   void merge(const Description& file);
   Description completed(Description description) const;
+  Description withLeftBehind(Description theirs) const;
   Description shown();
   void showRecords();
   void setCategory(KsDestructibleType category);
@@ -99,7 +105,9 @@ class OpenModel : private ResourceModificationListener {
   ks::Connection loaded_;
   mutable ks::Signal<void()> reloaded_;
 
-  Description newEntries_;  // what newly made entries hold
+  Description newEntries_;            // what newly made entries hold
+  std::set<std::string> savedNames_;  // the modules of those that a save keeps
+  Description::Modules removedTheirs_;
   Description base_;
   Description mine_;
   std::uint64_t stamp_ = 0;  // of the content that base_ is from; 0 when it is to be read again

@@ -176,10 +176,14 @@ const std::string& Session::shownState() const {
   return helper().getDestructibleState();
 }
 
-HealthExplanation Session::explainHealth() {
+Result<HealthExplanation> Session::explainHealth() {
   model_->show();
   HealthExplanation explanation = authoring::explainHealth(helper(), category());
-  explanation.health = helper().calculateDestructibleHealth();  // logs what the module has to say
+  const int health = helper().calculateDestructibleHealth();  // logs what the module has to say
+  if (explanation.isSizeUncertain || health != explanation.health) {
+    return Fault{FaultKind::system, "the visual of " + quotedName(modelName()) + " cannot be read",
+                 "mend that and try again"};
+  }
   return explanation;
 }
 

@@ -88,7 +88,8 @@ class Session {
   /// The state that the model shows.
   const std::string& shownState() const;
 
-  HealthExplanation explainHealth();
+  /// A fault when the size that decides it cannot be read.
+  Result<HealthExplanation> explainHealth();
 
   /// @}
   /// @name Editing

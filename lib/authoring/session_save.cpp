@@ -79,15 +79,39 @@ void warnOfThrownAway(KsDestructiblesHelper& helper, const DataSection& database
 // Of a structure that stays one only the modules go that are not saved.
 void warnOfDroppedValues(KsDestructiblesHelper& helper, const FileEntries& file,
                          const std::map<std::string, std::string>& dropped,
-                         std::vector<SaveWarning>& warnings) {
+                         const Description::Modules& removedTheirs, std::vector<SaveWarning>& warnings) {
   ThrownAway values;
   values.category = DT_STRUCTURE;
+  values.values.modules = removedTheirs;
   for (const auto& [name, reason] : dropped) {
     const auto module = file.description.modules.find(name);
     if (module != file.description.modules.end()) values.values.modules.insert(*module);
   }
   for (std::string& line : linesOf(values, targetOf(helper)))
     warnings.push_back({SaveWarning::Code::thrownAway, "", std::move(line)});
+}
+
+// A fault when the entry to be written has the tag more than once, since taking out the first would make the
+// next one count.
+Result<void> checkTag(const std::string& modelName, const Description& now) {
+  std::string tag = now.achievementTag;
+  if (now.fragile) tag = now.fragile->achievementTag;
+  if (now.fallingAtom) tag = now.fallingAtom->achievementTag;
+  const SmartPointer<DataSection> database = openDatabase();
+  const bool isRemoved = tag.empty() || tag == UNDEFINED_EFFECT;
+  if (!database || !isRemoved || now.category == DT_NON_DESTRUCTIBLE) return {};
+  const auto section = database->findChild(database_format::sectionOfCategory(now.category));
+  const int place = section ? section->findChildWith(database_format::keys::kFileName, modelName) : -1;
+  if (place == -1) return {};
+  const SmartPointer<DataSection> entry = section->child(place);
+  int count = 0;
+  for (const SmartPointer<DataSection> key : *entry)
+    count += key->tag() == database_format::keys::kAchievementTag ? 1 : 0;
+  if (count < 2) return {};
+  return refused("the entry of " + quotedName(modelName) + " has the key " +
+                     database_format::keys::kAchievementTag +
+                     " more than once, and a save without a tag would leave one of them; nothing was saved",
+                 "take them out of " + std::string(database_format::kDatabaseFile));
 }
 
 constexpr const char* kAnyState = "state";
@@ -133,7 +157,7 @@ std::vector<SaveWarning> Session::saveWarnings() {
     const FileEntries file = entriesIn(*database, modelName());
     if (now.category == DT_STRUCTURE) warnOfNewModules(file, now, dropped, warnings);
     const BasicStringRef ownSection = database_format::sectionOfCategory(now.category);
-    warnOfDroppedValues(helper(), file, dropped, warnings);
+    warnOfDroppedValues(helper(), file, dropped, model_->removedTheirs(), warnings);
     if (!isOnlyRewritten(file, ownSection)) warnOfThrownAway(helper(), *database, warnings);
     warnOfEntries(file, ownSection, warnings);
   }
@@ -175,6 +199,7 @@ Result<void> Session::checkSave() const {
                        removed.foreign + " too; nothing was saved",
                    "take that <filename> out of the file");
   }
+  if (auto checked = checkTag(modelName(), model_->description()); !checked) return checked;
   if (const std::optional<KsDestructibleType> category = model_->takeForeignCategory()) {
     return Fault{FaultKind::changed,
                  "another program has meanwhile changed the category of " + quotedName(modelName()) + " to " +

@@ -151,8 +151,14 @@ class NamesOfModel {
   // Once there is an effect to look for: whoever needs none is not told of a file that cannot be read.
   void readEffects() {
     if (!effects_.empty()) return;
-    for (const KsDestructibleType category : kCategories) effects_[category] = effectNames(category, "");
-    hasEffects_ = std::ranges::any_of(effects_, [](const auto& entry) { return !entry.second.empty(); });
+    bool isReadable = true;
+    for (const KsDestructibleType category : kCategories) {
+      auto names = effectNames(category, "");
+      isReadable = isReadable && names;
+      if (names) effects_[category] = *std::move(names);
+    }
+    hasEffects_ =
+        isReadable && std::ranges::any_of(effects_, [](const auto& entry) { return !entry.second.empty(); });
   }
 
   bool hasModel_ = false;

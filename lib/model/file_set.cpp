@@ -142,9 +142,15 @@ Result<void> FileSet::replace(Entry& entry) {
 }
 
 // Not what another program has put there since.
-void FileSet::removeWritten(Entry& entry) {
-  const std::optional<FileIdentity> now = entry.written ? entry.place.identity() : std::nullopt;
-  if (isSameFile(now, entry.written)) static_cast<void>(removeFile(entry.place));
+std::string FileSet::removeWritten(Entry& entry) {
+  if (!entry.written) return {};
+  const auto now = entry.place.look();
+  Result<void> removed;
+  if (!now) removed = now.fault();
+  if (now && isSameFile(now->file, entry.written)) removed = removeFile(entry.place);
+  if (removed) return {};
+  return "; the new " + quotedName(entry.place.path().native()) +
+         " could not be removed: " + removed.fault().what + "; remove it";
 }
 
 std::string FileSet::undo(Entry& entry) {
@@ -166,7 +172,7 @@ std::string FileSet::undo() {
   std::string notUndone;
   // In the order of a write, for a process that is ended now.
   for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry)
-    withoutMemory([&] { removeWritten(*entry); });
+    withoutMemory([&] { notUndone += removeWritten(*entry); });
   for (Entry& entry : entries_) withoutMemory([&] { notUndone += undo(entry); });
   return notUndone;
 }

@@ -56,7 +56,7 @@ class FileSet {
   Result<void> writeAll();
   Result<void> putOldAside();
   Result<void> replace(Entry& entry);
-  static void removeWritten(Entry& entry);
+  static std::string removeWritten(Entry& entry);
   /// What cannot be undone, to be added to what is said of a fault.
   std::string undo();
   std::string undo(Entry& entry);

@@ -107,7 +107,9 @@ void checkGeometry(const DataSection& visual, BasicStringRef visualName) {
   std::error_code error;
   const auto size = place ? std::filesystem::file_size(place->path(), error) : 0;
   if (place && !error && size == mark->geometrySize) return;
-  const std::string fault = place ? "has " + std::to_string(size) + " bytes" : "is not there";
+  std::string fault = "has " + std::to_string(size) + " bytes";
+  if (error) fault = "cannot be examined: " + error.message();
+  if (!place) fault = place.fault().kind == FaultKind::missing ? "is not there" : place.fault().what;
   DebugMessageHelper({0, kWarningPriority}, "", 0)
       .message(quotedName(visualName) + " was imported with a geometry of " +
                std::to_string(mark->geometrySize) + " bytes, but " + quotedName(name) + ' ' + fault +

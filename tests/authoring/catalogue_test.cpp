@@ -14,7 +14,7 @@ class Catalogue : public SessionTest {
     const auto entries = *readCatalogue();
     for (const CatalogueEntry& entry : entries) {
       lines.push_back(entry.model + " " + std::string(categoryName(entry.category)) +
-                      (entry.hasModelFile ? "" : " (no file)"));
+                      (entry.hasModelFile.value() ? "" : " (no file)"));
     }
     return lines;
   }

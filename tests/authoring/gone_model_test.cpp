@@ -137,7 +137,7 @@ TEST_F(AGoneModel, IsOneInWhosePlaceNoFileCanBe) {
        "since that is no name that files can hold; give the entries the <filename> of another "}};
   for (const auto& [name, step] : steps) {
     writeDatabase("<root><fragiles><entry><filename>" + name + "</filename></entry></fragiles></root>");
-    EXPECT_FALSE(readCatalogue()->at(0).hasModelFile) << name;
+    EXPECT_FALSE(readCatalogue()->at(0).hasModelFile.value()) << name;
     EXPECT_THAT(read(name).reason, testing::HasSubstr(step)) << name;
     EXPECT_FALSE(read(name).hasModelFile);
     EXPECT_EQ(refusalOf(name), read(name).reason);
@@ -333,7 +333,7 @@ TEST_F(AGoneModel, IsTheOnlyOneThatIsRemoved) {
 TEST_F(AGoneModel, IsListedWithoutAModelFileThoughOneOfAnotherSpellingExists) {
   writeDatabase(
       "<root><fragiles><entry><filename>./content/props/crate.model</filename></entry></fragiles></root>");
-  EXPECT_FALSE(readCatalogue()->at(0).hasModelFile);
+  EXPECT_FALSE(readCatalogue()->at(0).hasModelFile.value());
   EXPECT_EQ(
       refusalOf("./content/props/crate.model"),
       "the model name \"./content/props/crate.model\" is spelled \"content/props/crate.model\" in the "

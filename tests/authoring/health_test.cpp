@@ -53,7 +53,7 @@ TEST_F(Estimate, AgreesWithItsExplanationInEveryCase) {
           for (const KsDestructibleType category :
                {DT_NON_DESTRUCTIBLE, DT_STRUCTURE, DT_FRAGILE, DT_FALLING_ATOMS}) {
             expectDone(session->convert(category));
-            const HealthExplanation explanation = session->explainHealth();
+            const HealthExplanation explanation = *session->explainHealth();
             EXPECT_EQ(explanation.health, session->helper().calculateDestructibleHealth());
             EXPECT_EQ(explanation.health, healthByRule(explanation))
                 << stem << " " << corner << " " << categoryName(category) << " "
@@ -70,7 +70,7 @@ TEST_F(Estimate, AgreesWithItsExplanationInEveryCase) {
 TEST_F(Estimate, OfAGateNamesTheWordsAndMaterials) {
   support::writeModel(root_, "content/gatesandfences/gate",
                       {.materials = {{"n_wood1", 74}, {"n_metalstone2", 75}, {"d_wood1", 88}}});
-  const HealthExplanation explanation = open("content/gatesandfences/gate.model")->explainHealth();
+  const HealthExplanation explanation = *open("content/gatesandfences/gate.model")->explainHealth();
   EXPECT_EQ(explanation.health, 10);
   EXPECT_EQ(healthRuleName(explanation.rule), "gates-and-fences");
   EXPECT_THAT(explanation.words.value(), testing::ElementsAre("stone", "wood", "metal"));
@@ -82,7 +82,7 @@ TEST_F(Estimate, OfAGateNamesTheWordsAndMaterials) {
 
 TEST_F(Estimate, OfAGateOfUnknownMaterialIsRefusedWithTheModulesWarning) {
   support::writeModel(root_, "content/gatesandfences/gate", {.materials = {{"n_brick1", 74}}});
-  const HealthExplanation explanation = open("content/gatesandfences/gate.model")->explainHealth();
+  const HealthExplanation explanation = *open("content/gatesandfences/gate.model")->explainHealth();
   EXPECT_EQ(explanation.health, -1);
   EXPECT_THAT(
       messages_.texts(),
@@ -94,7 +94,7 @@ TEST_F(Estimate, OfAGateOfUnknownMaterialIsRefusedWithTheModulesWarning) {
 
 TEST_F(Estimate, OfAnEnvironmentObjectNamesItsVolume) {
   support::writeModel(root_, "content/environment/rock", {.materials = {{"n_rock", 73}}, .corner = "1 1 3"});
-  const HealthExplanation explanation = open("content/environment/rock.model")->explainHealth();
+  const HealthExplanation explanation = *open("content/environment/rock.model")->explainHealth();
   EXPECT_EQ(explanation.health, 10);
   EXPECT_EQ(healthRuleName(explanation.rule), "environment");
   EXPECT_EQ(explanation.extent.value().volume, 3.0F);
@@ -105,7 +105,7 @@ TEST_F(Estimate, OfAnEnvironmentObjectNamesItsVolume) {
 
 TEST_F(Estimate, OfASmallObjectNamesItsVolume) {
   support::writeModel(root_, "content/props/tin", {.materials = {{"n_tin", 73}}, .corner = "0.5 1 1"});
-  const HealthExplanation explanation = open("content/props/tin.model")->explainHealth();
+  const HealthExplanation explanation = *open("content/props/tin.model")->explainHealth();
   EXPECT_EQ(explanation.health, 1);
   EXPECT_EQ(healthRuleName(explanation.rule), "small");
   EXPECT_EQ(healthReason(explanation), "a small object, its bounding box has a volume of 0.5 (below 3)");
@@ -114,13 +114,13 @@ TEST_F(Estimate, OfASmallObjectNamesItsVolume) {
 TEST_F(Estimate, OfAnObjectBeyondAllNumbersSaysSo) {
   support::writeModel(root_, "content/environment/sky",
                       {.materials = {{"n_sky", 73}}, .corner = "1e38 1e38 1e38"});
-  EXPECT_EQ(healthReason(open("content/environment/sky.model")->explainHealth()),
+  EXPECT_EQ(healthReason(*open("content/environment/sky.model")->explainHealth()),
             "an environment object, its bounding box has a volume of more than any number (3 or more)");
 }
 
 TEST_F(Estimate, OfABigObjectNamesItsCategory) {
   const auto session = open(kCrate);
-  HealthExplanation explanation = session->explainHealth();
+  HealthExplanation explanation = *session->explainHealth();
   EXPECT_EQ(explanation.health, -1);
   EXPECT_EQ(healthRuleName(explanation.rule), "category");
   EXPECT_EQ(
@@ -128,7 +128,7 @@ TEST_F(Estimate, OfABigObjectNamesItsCategory) {
       "its bounding box has a volume of 8 (3 or more), and its category is none; no health is estimated for "
       "that, convert the model first");
   expectDone(session->convert(DT_FALLING_ATOMS));
-  explanation = session->explainHealth();
+  explanation = *session->explainHealth();
   EXPECT_EQ(explanation.health, 20);
   EXPECT_EQ(healthReason(explanation),
             "its bounding box has a volume of 8 (3 or more), and its category is falling-atom");
@@ -137,7 +137,7 @@ TEST_F(Estimate, OfABigObjectNamesItsCategory) {
 TEST_F(Estimate, OfABigStructureCountsItsCollisionMaterials) {
   const auto session = open(kHouse);
   expectDone(session->convert(DT_STRUCTURE));
-  const HealthExplanation explanation = session->explainHealth();
+  const HealthExplanation explanation = *session->explainHealth();
   EXPECT_EQ(explanation.health, 50);
   EXPECT_EQ(healthRuleName(explanation.rule), "structure");
   EXPECT_EQ(explanation.bspMaterialCount, 4);

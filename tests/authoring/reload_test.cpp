@@ -1,4 +1,4 @@
-#include <authoring/session_fixture.h>
+#include <authoring/reload_fixture.h>
 #include <core/debug_message.h>
 #include <render/render_system.h>
 #include <support/message_recorder.h>
@@ -16,25 +16,6 @@
 
 namespace Tal::authoring {
 namespace {
-
-std::string database(const std::string& health, const std::string& effect) {
-  return "<root>\n\t<fragiles>\n\t\t<entry>\n\t\t\t<filename>content/props/crate.model</"
-         "filename>\n\t\t\t<health>" +
-         health + "</health>\n\t\t\t<effect>" + effect + "</effect>\n\t\t</entry>\n\t</fragiles>\n</root>\n";
-}
-
-class AReload : public SessionTest {
- protected:
-  AReload() { writeDatabase(database("5", "smoke")); }
-
-  /// Writes the database as another program does, and waits until the session has heard of it.
-  void changeFile(Session& session, const std::string& text) const {
-    bool isReloaded = false;
-    const ks::Connection connection = session.connectReloaded([&isReloaded] { isReloaded = true; });
-    root_.replace(kDatabase, text);
-    EXPECT_TRUE(passFramesUntil([&isReloaded] { return isReloaded; }));
-  }
-};
 
 TEST_F(AReload, BringsWhatTheFileHoldsNow) {
   const auto session = open(kCrate);
@@ -417,126 +398,6 @@ TEST_F(AReload, MayCloseASessionFromItsListener) {
   changeFile(*crate, database("8", "fire"));
   EXPECT_EQ(lamp, nullptr);
   EXPECT_EQ(crate->description().fragile.value().health, 8);
-}
-
-TEST_F(AReload, WhoseSlotClosesOneSessionAfterTheOtherLosesNobody) {
-  auto lamp = open(kLamp);
-  auto crate = open(kCrate);
-  auto house = open(kHouse);
-  int calls = 0;
-  const ks::Connection closing = lamp->connectReloaded([&] { ++calls == 1 ? house.reset() : crate.reset(); });
-  changeFile(*lamp, database("8", "fire"));
-  EXPECT_EQ(house, nullptr);
-  changeFile(*lamp, database("9", "fire"));
-  EXPECT_EQ(crate, nullptr);
-  EXPECT_EQ(open(kCrate)->description().fragile.value().health, 9);
-}
-
-TEST_F(AReload, WhoseSlotEditsAnotherSessionBehindAClosedOneKeepsThatEdit) {
-  auto lamp = open(kLamp);
-  const auto crate = open(kCrate);
-  auto house = open(kHouse);
-  int calls = 0;
-  const ks::Connection editing = lamp->connectReloaded([&] {
-    ++calls;
-    if (calls == 1) house.reset();
-    if (calls == 2) expectDone(crate->set({{"health", "77"}}));
-  });
-  changeFile(*crate, database("8", "smoke"));
-  changeFile(*crate, database("9", "fire"));
-  EXPECT_GE(calls, 2);
-  EXPECT_EQ(crate->description().fragile.value().health, 77);
-  EXPECT_EQ(crate->description().fragile.value().effect, "fire");
-  EXPECT_TRUE(crate->hasUnsavedEdits());
-}
-
-TEST_F(AReload, WhoseSlotEditsTheSessionThatSavesKeepsThatEdit) {
-  for (const bool isLampFirst : {false, true}) {
-    writeDatabase(database("5", "smoke"));
-    auto lamp = isLampFirst ? open(kLamp) : nullptr;
-    auto crate = open(kCrate);
-    if (!lamp) lamp = open(kLamp);
-    const ks::Connection editing = lamp->connectReloaded([&] { expectDone(crate->set({{"health", "77"}})); });
-    expectDone(crate->set({{"health", "9"}}));
-    expectDone(crate->save());
-    EXPECT_THAT(readDatabase(), testing::HasSubstr("<health>9</health>"));
-    EXPECT_EQ(crate->description().fragile.value().health, 77);
-    EXPECT_TRUE(crate->hasUnsavedEdits());
-  }
-}
-
-TEST_F(AReload, WhoseSlotOpensAndClosesASessionComesToAnEnd) {
-  const auto lamp = open(kLamp);
-  const auto crate = open(kCrate);
-  int calls = 0;
-  const ks::Connection opening = crate->connectReloaded([&] {
-    ++calls;
-    open(kHouse);
-  });
-  changeFile(*lamp, database("8", "fire"));
-  EXPECT_EQ(calls, 1);
-}
-
-TEST_F(AReload, WhoseSlotOpensASessionOpensNoModelTwice) {
-  const auto crate = open(kCrate);
-  std::vector<Result<std::unique_ptr<Session>>> opened;
-  const ks::Connection opening = crate->connectReloaded([&] { opened.push_back(Session::open(kLamp)); });
-  root_.replace(kDatabase, database("8", "fire"));
-  opened.push_back(Session::open(kLamp));
-  ASSERT_EQ(opened.size(), 2U);
-  EXPECT_NE(static_cast<bool>(opened[0]), static_cast<bool>(opened[1]));
-}
-
-TEST_F(AReload, ThatFailsTakesNoRecordFromAnySession) {
-  writeDatabase(
-      "<root><fragiles><entry><filename>content/props/crate.model</filename><health>55</health></entry>"
-      "</fragiles></root>");
-  const auto crate = open(kCrate);
-  const auto lamp = open(kLamp);
-  expectDone(lamp->convert(DT_FALLING_ATOMS));
-  std::filesystem::rename(root_ / "scripts", root_ / "away");
-  EXPECT_FALSE(lamp->helper().loadConfig(true)) << "the tables are empty now";
-  std::filesystem::rename(root_ / "away", root_ / "scripts");
-  ASSERT_TRUE(crate->description().fragile.has_value());
-  EXPECT_EQ(crate->description().fragile->health, 55);
-  EXPECT_FALSE(crate->hasUnsavedEdits());
-  expectDone(crate->set({{"effect", "fire"}}));
-  expectDone(crate->save());
-  EXPECT_THAT(readDatabase(), testing::AllOf(testing::HasSubstr("<health>55</health>"),
-                                             testing::HasSubstr("<effect>fire</effect>")));
-}
-
-TEST_F(AReload, BringsTheValuesOfAnotherProgramThatMadeTheSameConversion) {
-  const auto session = open(kCrate);
-  expectDone(session->convert(DT_FALLING_ATOMS));
-  expectDone(session->set({{"lifetimeEffect", "mine"}}));
-  changeFile(*session,
-             "<root><fallingAtoms><entry><filename>content/props/crate.model</filename><health>333</health>"
-             "<lifetimeEffect>theirs</lifetimeEffect><achievementTag>THEIRS</achievementTag></entry>"
-             "</fallingAtoms></root>");
-  const KsDestructibleFallingAtomDesc now = session->description().fallingAtom.value();
-  EXPECT_EQ(now.health, 333);
-  EXPECT_EQ(now.achievementTag, "THEIRS");
-  EXPECT_EQ(now.lifetimeEffect, "mine");
-}
-
-TEST_F(AReload, DoesNotBringBackWhatAResetHasThrownAway) {
-  const auto text = [](const std::string& rest) {
-    return "<root><structures><entry><filename>content/buildings/house.model</filename><modules>"
-           "<module><matName>n_wall_1</matName><health>1</health></module>"
-           "<module><matName>n_gone_9</matName><health>500</health></module>"
-           "</modules></entry></structures></root>" +
-           rest;
-  };
-  writeDatabase(text(""));
-  const auto session = open(kHouse);
-  expectDone(session->reset());
-  const Description before = session->description();
-  EXPECT_FALSE(before.modules.contains("n_gone_9"));
-  changeFile(*session, text("\n"));
-  EXPECT_TRUE(isSame(session->description(), before));
-  KsDestructibleModuleDesc module;
-  EXPECT_FALSE(session->helper().getDestructibleModule("n_gone_9", module));
 }
 
 }  // namespace

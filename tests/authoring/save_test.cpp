@@ -93,6 +93,47 @@ TEST_F(Saving, TakesNoStatesOfAnEntryThatDidNotCount) {
   EXPECT_FALSE(session->hasUnsavedEdits());
 }
 
+TEST_F(Saving, DescribesNoStatesThatItDrops) {
+  writeDatabase(
+      "<root><structures><entry><filename>content/buildings/house.model</filename><modules/></entry>"
+      "</structures></root>");
+  const auto session = open(kHouse);
+  expectDone(session->addState("half"));
+  expectDone(session->convert(DT_FRAGILE));
+  EXPECT_TRUE(session->description().states.empty());
+  expectDone(session->convert(DT_STRUCTURE));
+  EXPECT_TRUE(session->description().states.contains("half"));
+}
+
+TEST_F(Saving, OfAVariantWithoutItsEntryIsAnEdit) {
+  support::writeModel(root_, "content/lod1/crate", {.materials = {{"n_wood", 73}}, .bsp = {"n_wood"}});
+  writeDatabase(
+      "<root><fragiles><entry><filename>content/lod1/crate.model</filename></entry></fragiles></root>");
+  const auto session = open("content/lod1/crate.model");
+  EXPECT_FALSE(session->hasUnsavedEdits());
+  expectDone(session->convert(DT_NON_DESTRUCTIBLE));
+  EXPECT_TRUE(session->hasUnsavedEdits());
+  expectDone(session->save());
+  EXPECT_FALSE(session->hasUnsavedEdits());
+}
+
+TEST_F(Saving, DoesNotBringBackTheSecondOfTwoTags) {
+  const std::string text =
+      "<root><fragiles><entry><filename>content/props/crate.model</filename><achievementTag>first"
+      "</achievementTag><achievementTag>second</achievementTag></entry></fragiles></root>";
+  writeDatabase(text);
+  const auto session = open(kCrate);
+  expectDone(session->set({{"achievementTag", "none"}}));
+  EXPECT_EQ(
+      faultText(session->save()),
+      "the entry of \"content/props/crate.model\" has the key achievementTag more than once, and a save "
+      "without a tag would leave one of them; nothing was saved; take them out of "
+      "scripts/destructibles.xml");
+  EXPECT_EQ(readDatabase(), text);
+  expectDone(session->set({{"achievementTag", "third"}}));
+  expectDone(session->save());
+}
+
 TEST_F(Saving, NamesAModuleOfAMaterialThatTheModelNoLongerHas) {
   writeDatabase(
       "<root><structures><entry><filename>content/buildings/house.model</filename><modules><module>"

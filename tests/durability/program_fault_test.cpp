@@ -340,6 +340,52 @@ TEST_F(ARefusedCommand, ThatFindsItsRootItselfTakesNoneFurtherUpWhateverLookFail
   expectRefused(inner(), inner(), {"set", "content/props/crate.model", "health=33"});
 }
 
+/// A command that only reads, whose result is right or refused whatever look fails.
+class AReadingCommand : public cli_test::CommandLine, public testing::WithParamInterface<Arguments> {
+ protected:
+  AReadingCommand() {
+    writeDatabase(
+        "<root><fragiles><entry><filename>content/props/crate.model</filename></entry>"
+        "<entry><filename>content/props/gone.model</filename></entry></fragiles></root>");
+    folder_.write("scripts/destructibles_effects.xml",
+                  "<root><fragiles><e>smoke</e></fragiles><structures><e>fire</e></structures></root>");
+    support::writeModel(folder_, "content/props/crate",
+                        {.materials = {{"n_wood", 73}}, .bsp = {"n_wood"}, .corner = "1 1 1"});
+  }
+
+  support::TemporaryFolder traces_;
+};
+
+TEST_P(AReadingCommand, SaysWhatIsTrueOrFailsWithTheReasonWhateverLookFails) {
+  const std::string undisturbed = result(GetParam());
+  int number = 1;
+  for (bool isTried = true; isTried && !HasFailure(); ++number) {
+    SCOPED_TRACE("look " + std::to_string(number));
+    fs::remove(traces_ / "trace");
+    const ProcessResult result = runIn(folder_.path(), GetParam(),
+                                       {{"LD_PRELOAD", FAULT_PRELOAD},
+                                        {"FAULT_BELOW", fs::canonical(folder_.path()).string()},
+                                        {"FAULT_TRACE", (traces_ / "trace").string()},
+                                        {"FAULT_OPERATION", "look"},
+                                        {"FAULT_NUMBER", std::to_string(number)},
+                                        {"FAULT_ERRNO", std::to_string(EIO)}});
+    const std::vector<std::string> calls = linesOf(traces_.read("trace"));
+    isTried = std::count_if(calls.begin(), calls.end(),
+                            [](const std::string& call) { return call.starts_with("look "); }) >= number;
+    EXPECT_THAT(linesOf(result.err), Not(Contains("destructibles: ")));
+    if (result.status == 0 && result.out.find("cannot be examined") == std::string::npos) {
+      EXPECT_EQ(result.out, undisturbed) << result.err;
+    } else {
+      EXPECT_THAT(result.err, Not(testing::IsEmpty()));
+    }
+  }
+  EXPECT_GT(number, 4) << "these were all looks";
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, AReadingCommand,
+                         testing::Values(Arguments{"effects"}, Arguments{"list"},
+                                         Arguments{"health", kCrate}));
+
 std::string nameOf(const testing::TestParamInfo<Course>& course) {
   return course.param.name;
 }

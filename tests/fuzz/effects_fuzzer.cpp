@@ -68,8 +68,9 @@ void requireListed(const SmartPointer<DataSection>& root, const std::string& key
       {Tal::DT_FRAGILE, "fragiles"},
       {Tal::DT_FALLING_ATOMS, "fallingAtoms"}};
   for (const auto& [category, section] : categories) {
-    requireEqual(joined(Tal::authoring::effectNames(category, key)),
-                 joined(namesOf(root, section, lowerCase(key))), "the effects are those of the file");
+    const auto names = Tal::authoring::effectNames(category, key);
+    requireEqual(joined(names ? *names : Names()), joined(namesOf(root, section, lowerCase(key))),
+                 "the effects are those of the file");
   }
   for (const auto& [property, part] :
        {std::pair("Fracture effect", "fracture"), {"Lifetime effect", "lifetime"}}) {

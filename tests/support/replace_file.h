@@ -8,9 +8,8 @@
 namespace support {
 
 /// Replaces a file in a folder as a save does.
-inline Tal::Result<void> replaceFileIn(const std::filesystem::path& folder,
-                                                     const std::filesystem::path& name,
-                                                     Tal::BasicStringRef content) {
+inline Tal::Result<void> replaceFileIn(const std::filesystem::path& folder, const std::filesystem::path& name,
+                                       Tal::BasicStringRef content) {
   const auto place = Tal::OpenPlace::open({folder, name});
   if (!place) return place.fault();
   return Tal::replaceFile(*place, content);
