@@ -25,17 +25,17 @@ Fault faultOf(BasicStringRef file, std::string what, std::string remedy = "impor
 
 /// Opens a file of the model; never null. `context` says how it belongs to the model.
 Result<SmartPointer<DataSection>> openModelFile(BasicStringRef name, const std::string& context) {
-  const FS::MultiFileSystem* files = FS::fileSystem();
-  if (files == nullptr) return faultOf(name, "cannot be opened, no resource roots are set", "set some first");
+  if (FS::fileSystem() == nullptr)
+    return faultOf(name, "cannot be opened, no resource roots are set", "set some first");
   if (const auto checked = FS::MultiFileSystem::checkName(name); !checked)
     return faultOf(name, "is no name of a resource, it " + checked.fault().what + context);
-  if (const auto place = files->find(name); !place) {
-    FS::reportRefused(name, place.fault());
-    return faultOf(name, "no resource root holds this file" + context);
-  }
-  SmartPointer<DataSection> section = FS::Utils::openSection(name, false, nullptr);
-  if (section == nullptr) return faultOf(name, "cannot be read as XML" + context);
-  return section;
+  auto section = FS::Utils::openResource(name);
+  if (section) return section;
+  Fault fault = std::move(section).fault();
+  if (fault.kind == FaultKind::missing) return faultOf(name, "no resource root holds this file" + context);
+  fault.what += context;
+  if (fault.kind == FaultKind::malformed) fault.remedy += ", or import the model again";
+  return fault;
 }
 
 SmartPointer<Model> readModel(const SmartPointer<DataSection>& file) {

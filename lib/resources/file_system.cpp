@@ -226,7 +226,19 @@ void reportRefused(BasicStringRef resourceName, const Fault& fault) {
 namespace Utils {
 
 SmartPointer<DataSection> openSection(BasicStringRef path, bool create, DataSectionCreator* creator) {
-  return SectionCache::instance().open(path, create, creator);
+  if (const auto locked = SectionCache::lock(path); !locked) {
+    reportFailedSave(locked.fault());
+    return nullptr;
+  }
+  auto section = SectionCache::instance().open(path, create, creator);
+  if (section) return *std::move(section);
+  SectionCache::instance().report(path, section.fault());
+  return nullptr;
+}
+
+Result<SmartPointer<DataSection>> openResource(BasicStringRef path) {
+  if (auto locked = SectionCache::lock(path); !locked) return std::move(locked).fault();
+  return SectionCache::instance().open(path, false, nullptr);
 }
 
 Result<SmartPointer<DataSection>> readSection(const RootedPath& place) {

@@ -94,6 +94,9 @@ namespace Utils {
 /// makes the file.
 SmartPointer<DataSection> openSection(BasicStringRef path, bool create, DataSectionCreator* creator);
 
+/// The same for a resource that is there, with a fault instead of a message; never null.
+Result<SmartPointer<DataSection>> openResource(BasicStringRef path);
+
 /// Reads a file as a document of its own, whatever the roots are and what is kept of it. Never null; a fault
 /// of the kind `malformed` when the file is no document.
 Result<SmartPointer<DataSection>> readSection(const RootedPath& place);

@@ -14,7 +14,9 @@ class Catalogue : public SessionTest {
     const auto entries = *readCatalogue();
     for (const CatalogueEntry& entry : entries) {
       lines.push_back(entry.model + " " + std::string(categoryName(entry.category)) +
-                      (entry.hasModelFile.value() ? "" : " (no file)"));
+                      (!entry.hasModelFile   ? " (unknown)"
+                       : *entry.hasModelFile ? ""
+                                             : " (no file)"));
     }
     return lines;
   }
@@ -44,7 +46,7 @@ TEST_F(Catalogue, DoesNotTakeAModelForGoneThatCannotBeLookedFor) {
   EXPECT_THAT(lines(), testing::ElementsAre("content/props/gone.model fragile (no file)"));
   std::filesystem::remove_all(second.path());
   const support::MessageRecorder recorder;
-  EXPECT_THAT(lines(), testing::ElementsAre("content/props/gone.model fragile"));
+  EXPECT_THAT(lines(), testing::ElementsAre("content/props/gone.model fragile (unknown)"));
   EXPECT_THAT(recorder.texts(), testing::ElementsAre(testing::HasSubstr("is not the folder any more")));
 }
 

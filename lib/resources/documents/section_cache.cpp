@@ -45,14 +45,6 @@ bool isRefused(const FS::MultiFileSystem& fileSystem, BasicStringRef resourceNam
   return !place && place.fault().kind != FaultKind::missing;
 }
 
-/// What is opened to be saved is kept from other programs until it is.
-Result<void> lockForSaving(const FS::MultiFileSystem& fileSystem, const std::string& name) {
-  if (!SaveQueue::instance().isOpen()) return {};
-  const auto place = fileSystem.find(name);
-  if (!place) return {};  // to be reported by who opens it
-  return SaveQueue::instance().lock(place->path());
-}
-
 }  // namespace
 
 SectionCache& SectionCache::instance() {
@@ -60,19 +52,23 @@ SectionCache& SectionCache::instance() {
   return cache;
 }
 
-SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool create,
-                                             DataSectionCreator* creator) {
+Result<void> SectionCache::lock(BasicStringRef resourceName) {
+  const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
+  if (fileSystem == nullptr || !SaveQueue::instance().isOpen()) return {};
+  const auto place = fileSystem->find(normalisedName(resourceName));
+  if (!place) return {};  // to be told by who opens it
+  return SaveQueue::instance().lock(place->path());
+}
+
+Result<SmartPointer<DataSection>> SectionCache::open(BasicStringRef resourceName, bool create,
+                                                     DataSectionCreator* creator) {
   const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
   if (fileSystem == nullptr) {
-    reportRefusal("cannot open " + quotedName(resourceName) +
-                  ": no resource roots are set up; set some first");
-    return nullptr;
+    return Fault{FaultKind::refused,
+                 "cannot open " + quotedName(resourceName) + ": no resource roots are set up",
+                 "set some first"};
   }
   const std::string name = normalisedName(resourceName);
-  if (const auto locked = lockForSaving(*fileSystem, name); !locked) {
-    reportFailedSave(locked.fault());
-    return nullptr;
-  }
   const auto known = entries_.find(name);
   const bool isKnown = known != entries_.end() && known->second.document;
   const bool isToStay = isKnown && isKept(*known->second.document);
@@ -80,27 +76,37 @@ SmartPointer<DataSection> SectionCache::open(BasicStringRef resourceName, bool c
   if (isToStay && !isRefused(*fileSystem, resourceName)) return rootOf(known->second.document);
   const auto place = create ? fileSystem->locationFor(resourceName) : fileSystem->find(resourceName);
   if (!place) {
-    FS::reportRefused(resourceName, place.fault());
     const bool isFileGone = isKnown && !isToStay && known->second.document->identity();
     if (isFileGone) drop(known->second);
-    return nullptr;
+    Fault fault = place.fault();
+    fault.what = "the resource name " + quotedName(resourceName) + ' ' + fault.what;
+    return fault;
   }
   if (const auto identity = identityAt(place->path())) {
-    const SmartPointer<SectionDocument> document = documentOf(*place, *identity);
-    SmartPointer<DataSection> root = rootOf(document);
+    auto document = documentOf(*place, *identity);
+    if (!document) return std::move(document).fault();
+    SmartPointer<DataSection> root = rootOf(*document);
     // A group that has nothing new to save makes up for the flush too; without one the next save does.
-    if (document && document->isFlushPending()) static_cast<void>(SaveQueue::instance().put(document, ""));
+    if ((*document)->isFlushPending()) static_cast<void>(SaveQueue::instance().put(*document, ""));
     return root;
   }
   if (const int code = errno; code != ENOENT && code != ENOTDIR) {
     Fault fault = failedReading("cannot examine the file", code);
     fault.file = shownName(name);
     fault.remedy += " and open it again";
-    reportRefusal(textOf(fault));
-    return nullptr;
+    return fault;
   }
-  if (!create) return nullptr;  // gone since it was found
+  if (!create) return Fault{FaultKind::missing, quotedName(resourceName) + " is gone", "put it there"};
   return creator == nullptr ? rootOf(newDocument(*place)) : creator->create(resourceName);
+}
+
+void SectionCache::report(BasicStringRef resourceName, const Fault& fault) {
+  if (fault.kind == FaultKind::missing) return;
+  const auto known = entries_.find(normalisedName(resourceName));
+  const bool isRefused =
+      fault.kind == FaultKind::malformed && known != entries_.end() && known->second.refused;
+  if (isRefused && std::exchange(known->second.refused->isReported, true)) return;
+  reportRefusal(textOf(fault));
 }
 
 SmartPointer<SectionDocument> SectionCache::newDocument(const RootedPath& place) {
@@ -110,21 +116,22 @@ SmartPointer<SectionDocument> SectionCache::newDocument(const RootedPath& place)
   return entry.document;
 }
 
-SmartPointer<SectionDocument> SectionCache::documentOf(const RootedPath& place,
-                                                       const FileIdentity& identity) {
+Result<SmartPointer<SectionDocument>> SectionCache::documentOf(const RootedPath& place,
+                                                               const FileIdentity& identity) {
   Entry& entry = entries_[place.name.native()];
   if (entry.document && entry.document->isCurrent(place, identity)) return entry.document;
   drop(entry);
   const bool isRefused = entry.refused && entry.refused->version == identity;
-  if (isRefused && !entry.refused->isRecent) return nullptr;
+  if (isRefused && !entry.refused->isRecent) return entry.refused->fault;
   auto document = SectionDocument::read(place);
   if (!document) {
-    const std::string text = textOf(document.fault());
-    if (!isRefused || entry.refused->text != text) reportRefusal(text);
+    const Fault& fault = document.fault();
+    const bool isReported =
+        isRefused && entry.refused->isReported && textOf(entry.refused->fault) == textOf(fault);
     entry.refused = std::nullopt;
-    if (document.fault().kind == FaultKind::malformed)
-      entry.refused = Refused{identity, text, isRecent(identity)};
-    return nullptr;
+    if (fault.kind == FaultKind::malformed)
+      entry.refused = Refused{identity, fault, isRecent(identity), isReported};
+    return fault;
   }
   entry.document = *std::move(document);
   entry.refused = std::nullopt;

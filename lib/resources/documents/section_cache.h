@@ -1,5 +1,6 @@
 #pragma once
 
+#include <core/result.h>
 #include <resources/data_section.h>
 #include <resources/documents/section_document.h>
 #include <resources/files/rooted_path.h>
@@ -16,8 +17,16 @@ class SectionCache {
  public:
   static SectionCache& instance();
 
-  /// See FS::Utils::openSection.
-  SmartPointer<DataSection> open(BasicStringRef resourceName, bool create, DataSectionCreator* creator);
+  /// Keeps what is opened to be saved from other programs, while a SaveGroup is open.
+  static Result<void> lock(BasicStringRef resourceName);
+
+  /// See FS::Utils::openSection; a fault of the kind `missing` when there is no such file.
+  Result<SmartPointer<DataSection>> open(BasicStringRef resourceName, bool create,
+                                         DataSectionCreator* creator);
+
+  /// Logs the fault of an open; that of a malformed file once for each version of the file, of a missing one
+  /// never.
+  void report(BasicStringRef resourceName, const Fault& fault);
 
   /// See DataSectionCache.
   void purge(BasicStringRef resourceName, bool recursive);
@@ -27,11 +36,12 @@ class SectionCache {
   /// The file of a resource may have changed although its identity did not: the next open reads it.
   void markPossiblyStale(BasicStringRef resourceName);
 
-  /// A file that is no document, which was reported.
+  /// A file that is no document.
   struct Refused {
     FileIdentity version;
-    std::string text;
-    bool isRecent;  ///< another version may have the same identity
+    Fault fault;
+    bool isRecent;            ///< another version may have the same identity
+    bool isReported = false;  ///< that fault of it was logged
   };
 
   struct Entry {
@@ -42,7 +52,7 @@ class SectionCache {
   };
 
  private:
-  SmartPointer<SectionDocument> documentOf(const RootedPath& place, const FileIdentity& identity);
+  Result<SmartPointer<SectionDocument>> documentOf(const RootedPath& place, const FileIdentity& identity);
   /// The document of a file that is not there yet.
   SmartPointer<SectionDocument> newDocument(const RootedPath& place);
 
