@@ -2,6 +2,7 @@
 #include <resources/documents/save_queue.h>
 #include <resources/documents/section_path.h>
 #include <resources/documents/xml_section.h>
+#include <resources/report.h>
 #include <resources/storable_text.h>
 #include <resources/xml/parser.h>
 #include <resources/xml/text.h>

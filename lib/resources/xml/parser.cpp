@@ -2,6 +2,7 @@
 #include <resources/xml/hints.h>
 #include <resources/xml/parser.h>
 #include <resources/xml/plain_parser.h>
+#include <resources/xml/syntax_fault.h>
 #include <resources/xml/tree_builder.h>
 
 #define XML_DTD  // declares the limit on what entities may make of a text
