@@ -80,7 +80,9 @@ FileEntries entriesIn(const DataSection& database, const std::string& modelName)
       const SmartPointer<DataSection> entry = section->child(place);
       marks.note(category, *entry);
       noteEntry(category, *entry, file.description);
-      file.entries.push_back({std::string(section->tag()), std::exchange(isFirst, false)});
+      const SmartPointer<DataSection> states = entry->findChild(tags::kStates);
+      file.entries.push_back(
+          {std::string(section->tag()), std::exchange(isFirst, false), states && states->childCount() > 0});
     }
   }
   file.description.category = marks.category(modelName);

@@ -43,6 +43,7 @@ struct CategoryMarks {
 struct EntryPlace {
   std::string section;  ///< the tag
   bool isFirst;         ///< of the model's entries in that section
+  bool hasStates;       ///< whether it holds states, which a load does not take of every entry
 };
 
 /// What the file holds of one model.

@@ -87,6 +87,15 @@ Description withoutItsRecords(Description description) {
   return description;
 }
 
+Description completed(Description description, const Description& newEntries) {
+  if (description.category == DT_STRUCTURE)
+    description.modules.insert(newEntries.modules.begin(), newEntries.modules.end());
+  if (description.category == DT_FRAGILE && !description.fragile) description.fragile = newEntries.fragile;
+  if (description.category == DT_FALLING_ATOMS && !description.fallingAtom)
+    description.fallingAtom = newEntries.fallingAtom;
+  return description;
+}
+
 bool isSame(const Description& a, const Description& b) {
   return a.category == b.category && a.achievementTag == b.achievementTag &&
          isSameMap(a.modules, b.modules) && isSameMap(a.states, b.states) &&

@@ -29,6 +29,10 @@ Description ofItsCategory(Description description);
 /// The description without the records of its category.
 Description withoutItsRecords(Description description);
 
+/// The description with the record of its category, and for a structure each of the new modules, from
+/// `newEntries` as far as it lacks them.
+Description completed(Description description, const Description& newEntries);
+
 /// Whether two descriptions agree in everything, numbers exactly.
 bool isSame(const Description& a, const Description& b);
 

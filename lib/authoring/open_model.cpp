@@ -113,7 +113,9 @@ OpenModel::OpenModel(const std::string& modelName, std::unique_ptr<SuperModel> s
     KsDestructiblesHelper::reinit(helper_, superModel_.get(), modelName, disabler_.get(), false);
   RestoreTarget target = targetOf(*helper_);
   newEntries_ = std::move(target.newEntries);
-  savedNames_ = std::move(target.modules);
+  isHealthUncertain_ = target.isHealthUncertain;
+  for (const auto& [name, module] : newEntries_.modules)
+    if (!target.modules.contains(name)) droppedNames_.insert(name);
   takeFile();
   // What others have shown in the tables may be gone.
   onTablesLoaded();
@@ -201,7 +203,8 @@ void OpenModel::noteSaved(Description saved) {
   mine_ = ofItsCategory(std::move(mine_));
   foreignCategory_.reset();
   removedTheirs_.clear();
-  isSaved_ = true;
+  // A structure that was saved is not completed with what the save has dropped.
+  for (const std::string& name : droppedNames_) newEntries_.modules.erase(name);
   isStale_ = true;
 }
 
@@ -234,7 +237,7 @@ bool OpenModel::takeFile() {
 }
 
 void OpenModel::merge(const Description& file) {
-  Description theirs = completed(file);
+  Description theirs = completed(file, newEntries_);
   if (!isEdited()) {
     foreignCategory_.reset();
     mine_ = withLeftBehind(theirs);
@@ -253,7 +256,7 @@ void OpenModel::merge(const Description& file) {
   }
   Description mine = merged(withMadeRecords(base_, mine_, newEntries_), mine_, theirs);
   // A model of no category has no records that would count again when it is converted.
-  mine_ = mine.category == DT_NON_DESTRUCTIBLE ? Description() : completed(std::move(mine));
+  mine_ = mine.category == DT_NON_DESTRUCTIBLE ? Description() : completed(std::move(mine), newEntries_);
   // Of a record that only the author has now, the edits are still those since it was read.
   if (mine_.fragile && !theirs.fragile) theirs.fragile = base_.fragile;
   if (mine_.fallingAtom && !theirs.fallingAtom) theirs.fallingAtom = base_.fallingAtom;
@@ -278,19 +281,6 @@ Description OpenModel::withLeftBehind(Description theirs) const {
     theirs.achievementTag = left.achievementTag;
   }
   return theirs;
-}
-
-// A model of a category has its record, and a structure a module for each undamaged part; once it was saved,
-// for those that a save keeps.
-Description OpenModel::completed(Description description) const {
-  if (description.category == DT_STRUCTURE) {
-    for (const auto& [name, module] : newEntries_.modules)
-      if (!isSaved_ || savedNames_.contains(name)) description.modules.emplace(name, module);
-  }
-  if (description.category == DT_FRAGILE && !description.fragile) description.fragile = newEntries_.fragile;
-  if (description.category == DT_FALLING_ATOMS && !description.fallingAtom)
-    description.fallingAtom = newEntries_.fallingAtom;
-  return description;
 }
 
 void OpenModel::show() {
@@ -338,8 +328,7 @@ Description OpenModel::shown() {
   for (const std::string& name : names) {
     KsDestructibleModuleDesc module;
     // One that a save drops may be in the tables all the same.
-    const bool isToShow =
-        mine_.modules.contains(name) || !newEntries_.modules.contains(name) || savedNames_.contains(name);
+    const bool isToShow = mine_.modules.contains(name) || !droppedNames_.contains(name);
     if (isToShow && helper_->getDestructibleModule(name, module)) description.modules.emplace(name, module);
   }
   const std::vector<std::string> states = helper_->getStateNames();

@@ -46,6 +46,9 @@ class OpenModel : private ResourceModificationListener {
   /// Whether the database could be read since the model was bound; without that there is nothing to edit.
   bool hasRead() const noexcept { return hasRead_; }
 
+  /// Whether the size that decides the health of new entries could not be read when the model was bound.
+  bool isHealthUncertain() const noexcept { return isHealthUncertain_; }
+
   /// What the file held when it was last read, and the modules that its structure lacks.
   const Description& base() const noexcept { return base_; }
 
@@ -91,7 +94,6 @@ class OpenModel : private ResourceModificationListener {
   static void onTablesLoaded();
   bool takeFile();
   void merge(const Description& file);
-  Description completed(Description description) const;
   Description withLeftBehind(Description theirs) const;
   Description shown();
   void showRecords();
@@ -105,15 +107,15 @@ class OpenModel : private ResourceModificationListener {
   ks::Connection loaded_;
   mutable ks::Signal<void()> reloaded_;
 
-  Description newEntries_;            // what newly made entries hold
-  std::set<std::string> savedNames_;  // the modules of those that a save keeps
+  Description newEntries_;              // what newly made entries hold
+  std::set<std::string> droppedNames_;  // the modules of those that a save does not write
   Description::Modules removedTheirs_;
   Description base_;
   Description mine_;
   std::uint64_t stamp_ = 0;  // of the content that base_ is from; 0 when it is to be read again
   std::optional<KsDestructibleType> foreignCategory_;
   bool hasRead_ = false;
-  bool isSaved_ = false;     // from here: the file has every module that a save keeps
+  bool isHealthUncertain_ = false;
   bool isStale_ = false;     // the file or the tables may have changed
   bool isToNotify_ = false;  // of a file that was read
 };

@@ -40,10 +40,10 @@ struct SaveWarning {
 
 /// An author's work on one model of the resource roots.
 ///
-/// A session edits through a helper and keeps what the helper alone would lose: the model's own achievement
-/// tag and the hard points that the file holds for its modules are the truth, whatever a load, an opening or
-/// a conversion makes of them, and edits that are not saved outlive a reload. It never writes the file but by
-/// save. Sessions on several models may be open at a time, but only one on each. Main thread only.
+/// A session keeps what the file said and what the author has made of it, and shows the latter in the tables
+/// by its helper. So the model's own achievement tag, the hard points of its modules and edits that are not
+/// saved outlive every load, opening and conversion. It never writes the file but by save. Sessions on
+/// several models may be open at a time, but only one on each. Main thread only.
 class Session {
  public:
   /// Opens a model by its resource name. Refused when no root holds it, when it or the database cannot be
@@ -156,8 +156,9 @@ class Session {
   /// since the tables would be reloaded from a document that is written only afterwards.
   Result<Outcome> save();
 
-  /// Calls `slot` after every reload of the database that this session took part in, with its edits restored;
-  /// a save reloads too. The slot may close sessions, but none that is in the middle of a call of its own.
+  /// Calls `slot` whenever the session has read another content of the database, also that of its own save.
+  /// Its edits are in place by then. It is called between the operations of sessions, never within one. The
+  /// slot may open, edit, save and close sessions, but close none that is in the middle of a call of its own.
   ks::Connection connectReloaded(std::function<void()> slot) const;
 
   /// @}

@@ -123,15 +123,12 @@ bool isRecordNew(const Description& before, const Description& now) {
 Description converted(Description description, KsDestructibleType to, const Description& newEntries) {
   if (to == DT_NON_DESTRUCTIBLE) return {};
   description.category = to;
-  if (to == DT_STRUCTURE) description.modules.insert(newEntries.modules.begin(), newEntries.modules.end());
-  if (to == DT_FRAGILE && !description.fragile) description.fragile = newEntries.fragile;
-  if (to == DT_FALLING_ATOMS && !description.fallingAtom) description.fallingAtom = newEntries.fallingAtom;
-  return description;
+  return completed(std::move(description), newEntries);
 }
 
 // The description with new records of its category; the hard points of modules stay.
 Description withNewRecords(const Description& description, const Description& newEntries) {
-  Description result = converted(withoutItsRecords(description), description.category, newEntries);
+  Description result = completed(withoutItsRecords(description), newEntries);
   for (auto& [name, module] : result.modules) {
     const auto old = description.modules.find(name);
     if (old != description.modules.end()) module.effectHP = old->second.effectHP;

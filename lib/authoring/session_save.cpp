@@ -11,6 +11,8 @@
 #include <resources/data_section_cache.h>
 #include <resources/save_group.h>
 
+#include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace Tal::authoring {
@@ -44,12 +46,12 @@ void warnOfModules(const Description::Modules& modules, const std::map<std::stri
 // only one knows.
 void warnOfEntries(const FileEntries& file, BasicStringRef ownSection, std::vector<SaveWarning>& warnings) {
   if (ownSection.empty() && file.entries.size() < 2) return;
-  for (const auto& [section, isFirst] : file.entries) {
-    const bool isOwn = section == ownSection;
-    if (isOwn && isFirst) continue;
+  for (const EntryPlace& entry : file.entries) {
+    const bool isOwn = entry.section == ownSection;
+    if (isOwn && entry.isFirst) continue;
     warnings.push_back({SaveWarning::Code::removedEntry, "",
                         std::string(isOwn ? "another" : "the") + " entry of the model in the section " +
-                            quotedName(section) + " is removed from the file"});
+                            quotedName(entry.section) + " is removed from the file"});
   }
 }
 
@@ -114,21 +116,21 @@ Result<void> checkTag(const std::string& modelName, const Description& now) {
                  "take them out of " + std::string(database_format::kDatabaseFile));
 }
 
+// Whether a structure has modules that its entry lacks.
+bool addsModules(const std::string& modelName, const Description& now) {
+  const std::optional<FileEntries> file = readEntries(modelName);
+  return now.category == DT_STRUCTURE && file &&
+         std::ranges::any_of(now.modules, [&file](const auto& module) {
+           return !file->description.modules.contains(module.first);
+         });
+}
+
 constexpr const char* kAnyState = "state";
 
 // Whether an entry that a save keeps may have states that no load takes.
 bool hasStatesInFile(const std::string& modelName) {
-  const SmartPointer<DataSection> database = openDatabase();
-  if (!database) return false;
-  for (const SmartPointer<DataSection> section : *database) {
-    for (int place = section->findChildWith(database_format::keys::kFileName, modelName); place != -1;
-         place = section->findChildWith(database_format::keys::kFileName, modelName, place + 1)) {
-      const SmartPointer<DataSection> states =
-          section->child(place)->findChild(database_format::tags::kStates);
-      if (states && states->childCount() > 0) return true;
-    }
-  }
-  return false;
+  const std::optional<FileEntries> file = readEntries(modelName);
+  return file && std::ranges::any_of(file->entries, &EntryPlace::hasStates);
 }
 
 }  // namespace
@@ -200,6 +202,13 @@ Result<void> Session::checkSave() const {
                    "take that <filename> out of the file");
   }
   if (auto checked = checkTag(modelName(), model_->description()); !checked) return checked;
+  if (model_->isHealthUncertain() && addsModules(modelName(), model_->description())) {
+    return Fault{
+        FaultKind::system,
+        "the health of the modules that the save would add cannot be estimated, since the visual of " +
+            quotedName(modelName()) + " could not be read; nothing was saved",
+        "mend that and open the model again"};
+  }
   if (const std::optional<KsDestructibleType> category = model_->takeForeignCategory()) {
     return Fault{FaultKind::changed,
                  "another program has meanwhile changed the category of " + quotedName(modelName()) + " to " +

@@ -57,10 +57,12 @@ TEST_F(Saving, WritesTheEntryOfTheModel) {
   EXPECT_FALSE(session->hasUnsavedEdits());
 }
 
+constexpr const char* kHouseWithoutModules =
+    "<root><structures><entry><filename>content/buildings/house.model</filename><modules/></entry>"
+    "</structures></root>";
+
 TEST_F(Saving, OfAStructureNamesTheModulesThatItDrops) {
-  writeDatabase(
-      "<root><structures><entry><filename>content/buildings/house.model</filename><modules/></entry>"
-      "</structures></root>");
+  writeDatabase(kHouseWithoutModules);
   const auto session = open(kHouse);
   std::vector<SaveWarning> warnings = session->saveWarnings();
   std::erase_if(warnings, [](const SaveWarning& warning) { return warning.code != Code::droppedModule; });
@@ -94,9 +96,7 @@ TEST_F(Saving, TakesNoStatesOfAnEntryThatDidNotCount) {
 }
 
 TEST_F(Saving, DescribesNoStatesThatItDrops) {
-  writeDatabase(
-      "<root><structures><entry><filename>content/buildings/house.model</filename><modules/></entry>"
-      "</structures></root>");
+  writeDatabase(kHouseWithoutModules);
   const auto session = open(kHouse);
   expectDone(session->addState("half"));
   expectDone(session->convert(DT_FRAGILE));

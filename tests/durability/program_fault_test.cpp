@@ -203,7 +203,8 @@ class ARootThatCannotBeLookedAt : public cli_test::CommandLine {
 struct Edit {
   Arguments command;
   std::vector<std::string> result;
-  bool isLasting = false;  ///< whether all looks fail from the first that does
+  bool isLasting = false;     ///< whether all looks fail from the first that does
+  std::string database = {};  ///< what both roots have; that of the fixture when empty
 };
 
 class ARootThatCannotBeLookedAtBy : public ARootThatCannotBeLookedAt,
@@ -212,6 +213,8 @@ class ARootThatCannotBeLookedAtBy : public ARootThatCannotBeLookedAt,
 /// Whatever look fails, a command does the whole of it or nothing.
 TEST_P(ARootThatCannotBeLookedAtBy, AnEditIsNotStoodInForByTheNextOneAndLosesNoValueOfTheEntry) {
   const Arguments& command = GetParam().command;
+  if (!GetParam().database.empty()) old_ = GetParam().database;
+  for (const fs::path& root : {first_, second_}) support::writeFile(root / cli_test::kDatabase, old_);
   EXPECT_EQ(runWithout(0, command).status, 0);
   const std::string undisturbed = support::readFile(first_ / cli_test::kDatabase);
   for (const std::string& part : GetParam().result) ASSERT_THAT(undisturbed, HasSubstr(part));
@@ -245,6 +248,12 @@ INSTANTIATE_TEST_SUITE_P(
                     Edit{{"convert", kCrate, "falling-atom"}, {"<fallingAtoms>", "<health>1</health>"}},
                     Edit{{"convert", kCrate, "falling-atom"}, {"<fallingAtoms>", "<health>1</health>"}, true},
                     Edit{{"convert", kCrate, "structure"}, {"<matName>n_wood</matName>"}},
+                    // The module that the entry lacks is made with the health of a small model.
+                    Edit{{"set", kCrate, "achievementTag=box"},
+                         {"<matName>n_wood</matName>", "<health>1</health>"},
+                         false,
+                         "<root><structures><entry><filename>content/props/crate.model</filename><modules/>"
+                         "</entry></structures></root>"},
                     Edit{{"convert", kCrate, "none"}, {"<fragiles></fragiles>"}},
                     Edit{{"convert", kCrate, "none"}, {"<fragiles></fragiles>"}, true}));
 

@@ -4,7 +4,6 @@
 #include <resources/files/file_descriptor.h>
 #include <resources/files/open_place.h>
 
-#include <optional>
 #include <string>
 
 namespace Tal {
@@ -33,10 +32,9 @@ class BackupFile {
 
   bool isKept() const noexcept { return !backup_.empty(); }
 
-  /// Puts the kept version back where there is no file, first of all that needs memory. Empty when it
-  /// succeeded. A failure that says `isReplaced` leaves it there too, but not safe from a power cut. After
-  /// any other the kept version stays under its second name, which the failure tells, also when this object
-  /// is gone, until something saves that file.
+  /// Puts the kept version back where there is no file, first of all that needs memory. After a fault of the
+  /// kind `unflushed` it is there, too. After any other it stays under its second name, which the fault
+  /// tells: also when this object is gone, until something saves that file.
   Result<void> restore();
 
   /// Removes the second name, if any.

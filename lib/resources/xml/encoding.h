@@ -4,7 +4,6 @@
 #include <resources/xml/syntax_fault.h>
 
 #include <cstdint>
-#include <optional>
 
 namespace Tal::Xml {
 
@@ -12,8 +11,8 @@ namespace Tal::Xml {
 /// the text, so that it is kept.
 enum class Encoding { utf8, utf16LittleEndian, utf16BigEndian, latin1, ascii };
 
-/// The encoding of a file, from its first bytes and its declaration. Empty when it is none of ours; `error`
-/// then says so.
+/// The encoding of a file, from its first bytes and its declaration. A fault of the kind `malformed`
+/// when it is none of ours.
 Result<Encoding> detectEncoding(BasicStringRef bytes);
 
 /// The last character that can be written as itself; those above need a character reference.

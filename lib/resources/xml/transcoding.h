@@ -8,7 +8,7 @@
 
 namespace Tal::Xml {
 
-/// The text of a file in UTF-8. Empty when the bytes are not valid; `error` then says where. What is UTF-8
+/// The text of a file in UTF-8. A fault of the kind `malformed` when the bytes are not valid. What is UTF-8
 /// already, ASCII included, is passed on, UTF-8 itself unchecked.
 Result<ByteBuffer> toUtf8(ByteBuffer bytes, Encoding encoding);
 
