@@ -1,5 +1,4 @@
 #include <core/ascii_case.h>
-#include <resources/bytes/same_text.h>
 #include <resources/xml/characters.h>
 #include <resources/xml/plain_parser.h>
 #include <resources/xml/syntax_fault.h>
@@ -84,23 +83,8 @@ class PlainParser {
 
   /// Goes on to the first character that is of none of the classes.
   void skip(unsigned classes) noexcept {
-    // Four characters a turn, so that long runs take fewer steps. The 0 behind the text is of no class.
-    const char* at = text_.data() + at_;
-    while (isOf(at[0], classes)) {
-      if (!isOf(at[1], classes)) {
-        at += 1;
-        break;
-      }
-      if (!isOf(at[2], classes)) {
-        at += 2;
-        break;
-      }
-      if (!isOf(at[3], classes)) {
-        at += 3;
-        break;
-      }
-      at += 4;
-    }
+    const char* at = text_.data() + at_;  // the 0 behind the text is of no class
+    while (isOf(*at, classes)) ++at;
     at_ = static_cast<std::size_t>(at - text_.data());
   }
 
@@ -235,7 +219,7 @@ class PlainParser {
   bool takeOpening(BasicStringRef tag) noexcept {
     const std::size_t end = at_ + 1 + tag.size();
     const bool isHere = end < text_.size() && text_[at_] == '<' && !isOf(text_[end], kName) &&
-                        isSameText(text_.substr(at_ + 1, tag.size()), tag);
+                        text_.substr(at_ + 1, tag.size()) == tag;
     if (isHere) at_ = end;
     return isHere;
   }
@@ -248,7 +232,7 @@ class PlainParser {
     const std::size_t contentEnd = at_;
     const std::size_t tagEnd = contentEnd + 2 + tag.size();
     const bool isEnd = tagEnd < text_.size() && text_[contentEnd] == '<' && text_[contentEnd + 1] == '/' &&
-                       text_[tagEnd] == '>' && isSameText(text_.substr(contentEnd + 2, tag.size()), tag);
+                       text_[tagEnd] == '>' && text_.substr(contentEnd + 2, tag.size()) == tag;
     at_ = isEnd ? tagEnd + 1 : contentBegin;
     if (isEnd) builder_.leaf(begin, contentBegin, contentEnd, id);
     return isEnd;

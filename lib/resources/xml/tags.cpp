@@ -1,4 +1,3 @@
-#include <resources/bytes/same_text.h>
 #include <resources/xml/tags.h>
 
 namespace Tal::Xml {
@@ -13,7 +12,7 @@ std::size_t TagTable::slotOf(BasicStringRef name) noexcept {
 
 TagId TagTable::find(BasicStringRef name) const {
   TagId& slot = slots_[slotOf(name)];
-  if (slot < texts_.size() && isSameText(texts_[slot], name)) return slot;
+  if (slot < texts_.size() && texts_[slot] == name) return slot;
   const auto found = byText_.find(name);
   if (found == byText_.end()) return kNoTag;
   return slot = found->second;
