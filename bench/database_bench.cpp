@@ -1,12 +1,6 @@
 // The database: reading it against a parse of the same bytes, saving one model against writing the file once,
 // and selecting another model.
 
-#include "support/database.h"
-#include "support/measures.h"
-#include "support/ratios.h"
-#include "support/studio.h"
-
-#include <benchmark/benchmark.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,15 +9,21 @@
 #include <chrono>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <memory>
+#include <stdexcept>
 #include <string>
-#include <system_error>
+#include <utility>
 #include <vector>
+
+#include "support/database.h"
+#include "support/measures.h"
+#include "support/rounds.h"
+#include "support/studio.h"
 
 namespace {
 
 using bench::makeDatabase;
+using bench::Side;
 using bench::Studio;
 using Tal::KsDestructiblesHelper;
 
@@ -31,75 +31,54 @@ constexpr int kSmall = 1000;
 constexpr int kMedium = 10000;
 constexpr int kLarge = 100000;
 constexpr std::array<int, 3> kModelCounts = {kSmall, kMedium, kLarge};
+// How many rounds at a number of models; short ones are disturbed more.
+constexpr std::array<std::pair<int, int>, 3> kRounds = {{{kSmall, 101}, {kMedium, 51}, {kLarge, 21}}};
 constexpr unsigned kFewModules = 1;
 constexpr unsigned kManyModules = 14;
 constexpr std::array<unsigned, 2> kModuleCounts = {kFewModules, kManyModules};
 
-int countOf(const benchmark::State& state) {
-  return static_cast<int>(state.range(0));
+void loadAgain(KsDestructiblesHelper& helper) {
+  if (!helper.loadConfig(true)) throw std::runtime_error("the database was not loaded");
 }
 
-void parse(benchmark::State& state) {
-  bench::measureParse(state, makeDatabase(countOf(state)));
-}
-
-void firstLoad(benchmark::State& state) {
-  bench::measureFirstLoad(state, makeDatabase(countOf(state)));
-}
-
-void writeOnce(benchmark::State& state) {
-  bench::measureWriteOnce(state, makeDatabase(countOf(state)));
-}
-
-void saveModelOnly(benchmark::State& state) {
-  bench::measureSaveWithoutReload(state, makeDatabase(countOf(state)), static_cast<unsigned>(state.range(1)));
-}
-
-void reload(benchmark::State& state) {
-  const Studio studio(makeDatabase(countOf(state)));
-  KsDestructiblesHelper helper;
-  helper.loadConfig(true);
-  for (auto _ : state) {
-    if (!helper.loadConfig(true)) state.SkipWithError("the database was not loaded");
-  }
+// Another load of a file that is as it was.
+Side reloadSide(std::string name) {
+  return {std::move(name), [] {
+            KsDestructiblesHelper helper;
+            bench::pause();
+            loadAgain(helper);
+            return bench::timeOf([&helper] { loadAgain(helper); });
+          }};
 }
 
 // Gives the file another time of modification.
-bool touch(const Studio& studio) {
+void touch(const Studio& studio) {
   static std::time_t seconds = 1'500'000'000;
   const std::array<timespec, 2> times = {{{0, UTIME_OMIT}, {++seconds, 0}}};
-  return utimensat(AT_FDCWD, studio.file().c_str(), times.data(), 0) == 0;
+  if (utimensat(AT_FDCWD, studio.file().c_str(), times.data(), 0) != 0)
+    throw std::runtime_error("the file was not touched");
 }
 
 // Puts another file of the same bytes in the file's place.
-bool replace(const Studio& studio) {
+void replace(const Studio& studio) {
   const std::filesystem::path other = studio.file().string() + ".other";
-  std::ofstream stream(other, std::ios::binary);
-  stream << studio.text();
-  stream.close();
-  if (!stream) return false;
-  std::error_code error;
-  std::filesystem::rename(other, studio.file(), error);
-  return !error;
+  std::filesystem::copy_file(studio.file(), other, std::filesystem::copy_options::overwrite_existing);
+  std::filesystem::rename(other, studio.file());
 }
 
 // Another load when the file is another version of the same bytes.
-void reloadAfter(benchmark::State& state, bool (*change)(const Studio&)) {
-  const Studio studio(makeDatabase(countOf(state)));
-  KsDestructiblesHelper helper;
-  helper.loadConfig(true);
-  for (auto _ : state) {
-    state.PauseTiming();
-    const bool isChanged = change(studio);
-    state.ResumeTiming();
-    if (!isChanged || !helper.loadConfig(true))
-      state.SkipWithError("the database was not changed and loaded");
-  }
+Side reloadAfterSide(std::string name, const Studio& studio, void (*change)(const Studio&)) {
+  return {std::move(name), [&studio, change] {
+            KsDestructiblesHelper helper;
+            loadAgain(helper);
+            change(studio);
+            return bench::timeOf([&helper] { loadAgain(helper); });
+          }};
 }
 
 // Models of one kind of a generated database, of which every tenth from the first on is visited.
 struct Visit {
-  const char* benchmark;
+  const char* side;
   const char* what;  // what a person reads
   int first;
   Tal::KsDestructibleType type;
@@ -109,18 +88,44 @@ constexpr std::array<Visit, 3> kVisits = {
      {"selectModel/fallingAtom", "another falling atom", 1, Tal::DT_FALLING_ATOMS},
      {"selectModel/fragile", "another fragile", 4, Tal::DT_FRAGILE}}};
 constexpr int kVisitStep = 10;
+constexpr int kVisitsPerRound = 50;  // of which one is reported, on average
 
-void selectModel(benchmark::State& state, const Visit& visit) {
-  Studio studio(makeDatabase(countOf(state)));
-  int selected = visit.first;
-  auto helper =
-      std::make_unique<KsDestructiblesHelper>(studio.model(), bench::modelName(selected), studio.disabler());
-  for (auto _ : state) {
-    selected = (selected + kVisitStep) % countOf(state);
-    KsDestructiblesHelper::reinit(helper, studio.model(), bench::modelName(selected), studio.disabler(),
-                                  false);
-    if (helper->destructibleType() != visit.type) state.SkipWithError("the model is of another category");
+// A helper that goes from model to model.
+class Visitor {
+ public:
+  explicit Visitor(int model)
+      : helper_(std::make_unique<KsDestructiblesHelper>(model_.model(), bench::modelName(model),
+                                                        model_.disabler())) {}
+
+  KsDestructiblesHelper& select(int model) {
+    KsDestructiblesHelper::reinit(helper_, model_.model(), bench::modelName(model), model_.disabler(), false);
+    return *helper_;
   }
+
+  // How long each of many visits takes; the first, which loads the tables again if need be, does not count.
+  template <class VisitOne>
+  std::chrono::nanoseconds timeOfVisits(const VisitOne& visitOne) {
+    visitOne();
+    return bench::timeOf([&] {
+             for (int i = 0; i < kVisitsPerRound; ++i) visitOne();
+           }) /
+           kVisitsPerRound;
+  }
+
+ private:
+  bench::StructureModel model_{9};
+  std::unique_ptr<KsDestructiblesHelper> helper_;
+};
+
+Side selectSide(std::string name, const Visit& visit, int count) {
+  const auto visitor = std::make_shared<Visitor>(visit.first);
+  return {std::move(name), [visitor, visit, count, selected = visit.first]() mutable {
+            return visitor->timeOfVisits([&] {
+              selected = (selected + kVisitStep) % count;
+              if (visitor->select(selected).destructibleType() != visit.type)
+                throw std::runtime_error("the model is of another category");
+            });
+          }};
 }
 
 constexpr char kSelectAbsent[] = "selectModel/absent";
@@ -132,50 +137,42 @@ void makeEntries(KsDestructiblesHelper& helper, int category) {
 }
 
 // A model that the file lacks, made one of each category in turn; the entries go when the next is selected.
-void selectAbsentModel(benchmark::State& state) {
-  const int count = countOf(state);
-  Studio studio(makeDatabase(count));
-  auto helper =
-      std::make_unique<KsDestructiblesHelper>(studio.model(), bench::modelName(count), studio.disabler());
-  int selected = 0;
-  for (auto _ : state) {
-    selected = (selected + 1) % count;
-    KsDestructiblesHelper::reinit(helper, studio.model(), bench::modelName(count + selected),
-                                  studio.disabler(), false);
-    makeEntries(*helper, selected % 3);
-    if (!helper->isMissingInDestructiblesXml()) state.SkipWithError("no entries were made");
-  }
+Side selectAbsentSide(std::string name, int count) {
+  const auto visitor = std::make_shared<Visitor>(count);
+  return {std::move(name), [visitor, count, selected = 0]() mutable {
+            const auto time = visitor->timeOfVisits([&] {
+              selected = (selected + 1) % count;
+              KsDestructiblesHelper& helper = visitor->select(count + selected);
+              makeEntries(helper, selected % 3);
+              if (!helper.isMissingInDestructiblesXml()) throw std::runtime_error("no entries were made");
+            });
+            visitor->select(0);
+            return time;
+          }};
 }
 
-void saveModel(benchmark::State& state) {
-  Studio studio(makeDatabase(countOf(state)));
-  KsDestructiblesHelper helper(studio.model(), bench::modelName(10), studio.disabler());
-  Tal::KsDestructibleModuleDesc desc;
-  for (auto _ : state) {
-    state.PauseTiming();
-    bench::hearOfTheSave(helper);
-    state.ResumeTiming();
-    desc.health = desc.health % 1000 + 1;
-    helper.updateDestructibleModule("n_wall_3", desc, false);
-    if (!helper.saveConfig()) state.SkipWithError("the database was not saved");
-  }
-}
-
-// A measure at every number of models.
-template <class Measure>
-benchmark::internal::Benchmark* registerAll(const char* name, Measure measure) {
-  auto* const benchmark =
-      benchmark::RegisterBenchmark(name, measure)->Unit(benchmark::kMillisecond)->UseRealTime();
-  for (const int count : kModelCounts) benchmark->Arg(count);
-  return benchmark;
-}
-
-std::string nameOf(const char* measure, int count) {
-  return std::string(measure) + "/" + std::to_string(count) + "/real_time";
+std::string nameOf(const char* side, int count) {
+  return std::string(side) + "/" + std::to_string(count);
 }
 
 std::string saveOnlyName(int count, unsigned modules) {
-  return "saveModelOnly/" + std::to_string(count) + "/" + std::to_string(modules) + "/manual_time";
+  return nameOf("saveModelOnly", count) + "/" + std::to_string(modules);
+}
+
+std::vector<Side> sidesOf(const Studio& studio, int count) {
+  std::vector<Side> sides = {bench::parseSide(studio, nameOf("parse", count)),
+                             bench::firstLoadSide(studio, nameOf("firstLoad", count)),
+                             reloadSide(nameOf("reload", count)),
+                             reloadAfterSide(nameOf("reloadTouched", count), studio, touch),
+                             reloadAfterSide(nameOf("reloadReplaced", count), studio, replace)};
+  for (const Visit& visit : kVisits) sides.push_back(selectSide(nameOf(visit.side, count), visit, count));
+  sides.push_back(selectAbsentSide(nameOf(kSelectAbsent, count), count));
+  sides.push_back(bench::writeSide(studio, nameOf("writeOnce", count)));
+  int structure = 0;
+  for (const unsigned modules : kModuleCounts)
+    sides.push_back(bench::saveSide(saveOnlyName(count, modules), structure += kVisitStep, modules, false));
+  sides.push_back(bench::saveSide(nameOf("saveModel", count), structure += kVisitStep, 9, true));
+  return sides;
 }
 
 std::vector<bench::Ratio> loadRatios(int count, const std::string& models) {
@@ -189,13 +186,13 @@ std::vector<bench::Ratio> loadRatios(int count, const std::string& models) {
 
 std::vector<bench::Ratio> selectionRatios(int count, const std::string& models) {
   std::vector<bench::Ratio> ratios;
-  const auto add = [&](const std::string& what, const char* benchmark) {
-    const std::string name = nameOf(benchmark, count);
+  const auto add = [&](const std::string& what, const char* side) {
+    const std::string name = nameOf(side, count);
     ratios.push_back({models + what + " / parse", name, nameOf("parse", count), 0.25});
     if (count == kMedium)
       ratios.push_back({models + what + " / 1 ms", name, std::chrono::milliseconds(1), 10.0});
   };
-  for (const Visit& visit : kVisits) add(visit.what, visit.benchmark);
+  for (const Visit& visit : kVisits) add(visit.what, visit.side);
   add("another model that the file lacks", kSelectAbsent);
   return ratios;
 }
@@ -227,7 +224,7 @@ std::vector<bench::Ratio> ratios() {
   }
   // Linear growth: ten times the models, ten times the work and a margin for what no longer fits the caches.
   std::vector<const char*> growing = {"firstLoad", "reload", kSelectAbsent, "saveModel"};
-  for (const Visit& visit : kVisits) growing.push_back(visit.benchmark);
+  for (const Visit& visit : kVisits) growing.push_back(visit.side);
   for (const char* const measure : growing) {
     ratios.push_back({std::string(measure) + ": 100000 / 10000 models", nameOf(measure, kLarge),
                       nameOf(measure, kMedium), 20.0});
@@ -237,24 +234,13 @@ std::vector<bench::Ratio> ratios() {
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  registerAll("parse", parse);
-  registerAll("firstLoad", firstLoad);
-  registerAll("reload", reload);
-  registerAll("reloadTouched", [](benchmark::State& state) { reloadAfter(state, touch); });
-  registerAll("reloadReplaced", [](benchmark::State& state) { reloadAfter(state, replace); });
-  for (const Visit& visit : kVisits)
-    registerAll(visit.benchmark, [&visit](benchmark::State& state) { selectModel(state, visit); });
-  registerAll(kSelectAbsent, selectAbsentModel);
-  registerAll("saveModel", saveModel);
-  registerAll("writeOnce", writeOnce);
-  for (const int count : kModelCounts) {
-    for (const unsigned modules : kModuleCounts) {
-      benchmark::RegisterBenchmark("saveModelOnly", saveModelOnly)
-          ->Unit(benchmark::kMillisecond)
-          ->UseManualTime()
-          ->Args({count, modules});
-    }
-  }
-  return bench::run(argc, argv, ratios());
+int main() {
+  return bench::runComparison(
+      [](bench::Samples& samples) {
+        for (const auto& [count, rounds] : kRounds) {
+          const Studio studio(makeDatabase(count));
+          bench::runRounds(sidesOf(studio, count), rounds, samples);
+        }
+      },
+      ratios());
 }

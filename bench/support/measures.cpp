@@ -10,13 +10,14 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
+#include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <string_view>
 #include <thread>
 #include <utility>
 
 #include "database.h"
-#include "studio.h"
 
 namespace bench {
 namespace {
@@ -44,7 +45,7 @@ class LoadWatch {
   Tal::StackTracker::Recorder previous_;
 };
 
-bool writeAndRename(const std::string& bytes, const std::string& temporary, const std::string& target) {
+void writeAndRename(const std::string& bytes, const std::string& temporary, const std::string& target) {
   const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
   std::size_t written = 0;
   while (written < bytes.size()) {
@@ -54,74 +55,82 @@ bool writeAndRename(const std::string& bytes, const std::string& temporary, cons
   }
   const bool isWhole = written == bytes.size() && fsync(file) == 0;
   close(file);
-  return isWhole && std::rename(temporary.c_str(), target.c_str()) == 0;
+  if (!isWhole || std::rename(temporary.c_str(), target.c_str()) != 0)
+    throw std::runtime_error("the file was not written");
 }
 
 // Lets the heap do now what it puts off when memory is given back, to the next large request.
 void joinFreeMemory() {
   constexpr std::size_t kLarge = std::size_t{1} << 20U;
-  benchmark::DoNotOptimize(std::make_unique<std::array<char, kLarge>>());
+  const auto large = std::make_unique<std::array<char, kLarge>>();
+  asm volatile("" : : "r"(large.get()) : "memory");
 }
+
+// A structure that is saved again and again.
+class SavedStructure {
+ public:
+  SavedStructure(int model, unsigned moduleCount)
+      : model_(moduleCount), helper_(model_.model(), modelName(model), model_.disabler()) {
+    for (unsigned part = 0; part < moduleCount; ++part)
+      helper_.updateDestructibleModule("n_wall_" + std::to_string(part), module_, true);
+    if (!helper_.saveConfig()) throw std::runtime_error("the database was not saved");
+  }
+
+  std::chrono::nanoseconds save(bool isWhole) {
+    pause();
+    helper_.loadConfig(true);  // what an editor does after a save, when the monitor tells of it
+    module_.health = module_.health % 1000 + 1;
+    helper_.updateDestructibleModule("n_wall_0", module_, false);
+    const LoadWatch watch;
+    const Clock::time_point begin = Clock::now();
+    if (!helper_.saveConfig()) throw std::runtime_error("the database was not saved");
+    return (isWhole ? Clock::now() : watch.lastBegin()) - begin;
+  }
+
+ private:
+  StructureModel model_;
+  KsDestructiblesHelper helper_;
+  Tal::KsDestructibleModuleDesc module_;
+};
 
 }  // namespace
-
-void measureParse(benchmark::State& state, const std::string& bytes) {
-  for (auto _ : state) {
-    pugi::xml_document document;
-    if (!document.load_buffer(bytes.data(), bytes.size())) state.SkipWithError("the text was not parsed");
-    benchmark::DoNotOptimize(document.first_child());
-  }
-}
-
-void measureFirstLoad(benchmark::State& state, std::string bytes) {
-  const Studio studio(std::move(bytes));
-  KsDestructiblesHelper helper;
-  for (auto _ : state) {
-    state.PauseTiming();
-    studio.forget(helper);
-    joinFreeMemory();
-    state.ResumeTiming();
-    if (!helper.loadConfig(true)) state.SkipWithError("the database was not loaded");
-  }
-}
-
-void measureSaveWithoutReload(benchmark::State& state, std::string bytes, unsigned moduleCount) {
-  Studio studio(std::move(bytes), moduleCount);
-  KsDestructiblesHelper helper(studio.model(), modelName(10), studio.disabler());
-  Tal::KsDestructibleModuleDesc desc;
-  for (unsigned part = 0; part < moduleCount; ++part)
-    helper.updateDestructibleModule("n_wall_" + std::to_string(part), desc, true);
-  if (!helper.saveConfig()) state.SkipWithError("the database was not saved");
-  const LoadWatch watch;
-  for (auto _ : state) {
-    hearOfTheSave(helper);
-    desc.health = desc.health % 1000 + 1;
-    helper.updateDestructibleModule("n_wall_0", desc, false);
-    const Clock::time_point begin = Clock::now();
-    if (!helper.saveConfig()) state.SkipWithError("the database was not saved");
-    state.SetIterationTime(std::chrono::duration<double>(watch.lastBegin() - begin).count());
-  }
-}
-
-void measureWriteOnce(benchmark::State& state, std::string bytes) {
-  const Studio studio(std::move(bytes));
-  const std::string target = studio.file();
-  const std::string temporary = target + ".new";
-  for (auto _ : state) {
-    state.PauseTiming();
-    pause();
-    state.ResumeTiming();
-    if (!writeAndRename(studio.text(), temporary, target)) state.SkipWithError("the file was not written");
-  }
-}
 
 void pause() {
   std::this_thread::sleep_for(std::chrono::milliseconds(25));
 }
 
-void hearOfTheSave(KsDestructiblesHelper& helper) {
-  pause();
-  helper.loadConfig(true);
+Side parseSide(const Studio& studio, std::string name) {
+  return {std::move(name), [&studio] {
+            return timeOf([&studio] {
+              pugi::xml_document document;
+              if (!document.load_buffer(studio.text().data(), studio.text().size()))
+                throw std::runtime_error("the text was not parsed");
+            });
+          }};
+}
+
+Side firstLoadSide(const Studio& studio, std::string name) {
+  return {std::move(name), [&studio] {
+            KsDestructiblesHelper helper;
+            studio.forget(helper);
+            joinFreeMemory();
+            return timeOf([&helper] {
+              if (!helper.loadConfig(true)) throw std::runtime_error("the database was not loaded");
+            });
+          }};
+}
+
+Side writeSide(const Studio& studio, std::string name) {
+  const std::string target = studio.file().string() + ".written";
+  return {std::move(name), [&studio, target] {
+            pause();
+            return timeOf([&] { writeAndRename(studio.text(), target + ".new", target); });
+          }};
+}
+
+Side saveSide(std::string name, int model, unsigned moduleCount, bool isWhole) {
+  const auto structure = std::make_shared<SavedStructure>(model, moduleCount);
+  return {std::move(name), [structure, isWhole] { return structure->save(isWhole); }};
 }
 
 }  // namespace bench

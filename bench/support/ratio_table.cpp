@@ -4,26 +4,35 @@
 #include <cstddef>
 #include <iomanip>
 #include <sstream>
+#include <utility>
 
 namespace bench {
 namespace {
 
-std::optional<double> medianOf(const Samples& samples, const std::string& benchmark) {
+// Empty when the repetition was not measured.
+std::optional<double> timeOf(const Samples& samples, const std::string& benchmark, std::size_t repetition) {
   const auto found = samples.find(benchmark);
-  if (found == samples.end() || found->second.empty()) return std::nullopt;
-  return median(found->second);
+  if (found == samples.end() || repetition >= found->second.size()) return std::nullopt;
+  return found->second[repetition];
 }
 
-std::optional<double> valueOf(const Ratio& ratio, const Samples& samples) {
-  const std::optional<double> numerator = medianOf(samples, ratio.numerator);
+std::optional<double> valueOf(const Ratio& ratio, const Samples& samples, std::size_t repetition) {
+  const std::optional<double> numerator = timeOf(samples, ratio.numerator, repetition);
   auto denominator = static_cast<double>(ratio.denominator.fixed.count());
   for (const Term& term : ratio.denominator.terms) {
-    const std::optional<double> time = medianOf(samples, term.benchmark);
+    const std::optional<double> time = timeOf(samples, term.benchmark, repetition);
     if (!time) return std::nullopt;
     denominator += term.times * *time;
   }
   if (!numerator || denominator <= 0.0) return std::nullopt;
   return *numerator / denominator;
+}
+
+std::optional<double> valueOf(const Ratio& ratio, const Samples& samples) {
+  std::vector<double> values;
+  while (const std::optional<double> value = valueOf(ratio, samples, values.size())) values.push_back(*value);
+  if (values.empty()) return std::nullopt;
+  return median(std::move(values));
 }
 
 }  // namespace

@@ -36,7 +36,8 @@ struct Ratio {
   std::optional<double> promise;  ///< what the ratio must not exceed; empty when it is only shown
 };
 
-/// The times of every repetition of each benchmark in nanoseconds, by its full name.
+/// The times of every repetition of each benchmark in nanoseconds, by its full name. What is compared was
+/// measured in the same order: the first repetition of one beside the first of the other.
 using Samples = std::map<std::string, std::vector<double>>;
 
 /// The middle value of a list that is not empty; the mean of the two middle ones when their number is even.
@@ -45,7 +46,8 @@ double median(std::vector<double> values);
 /// A ratio together with what a run showed.
 struct RatioResult {
   Ratio ratio;
-  std::optional<double> value;  ///< the ratio of the medians; empty when something was not measured
+  std::optional<double>
+      value;  ///< the median of the repetitions' ratios; empty when something was not measured
 
   bool isBroken() const { return value && ratio.promise && *value > *ratio.promise; }
 };

@@ -11,7 +11,7 @@ namespace bench {
 /// not measured (which is accepted when --benchmark_filter left benchmarks out).
 ///
 /// Every benchmark is repeated, the repetitions of all of them in random order, so that what else the machine
-/// does touches them alike; ratios are of medians. Times are CPU times; real times for a benchmark that asks
+/// does touches them alike. Times are CPU times; real times for a benchmark that asks
 /// for that with UseRealTime or UseManualTime (its name then ends in "/real_time" or "/manual_time", here
 /// too). The heap is kept warm: freed memory stays with the process. Google Benchmark's own options change
 /// all this.

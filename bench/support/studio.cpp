@@ -19,16 +19,7 @@ void mountOnly(const std::filesystem::path& root) {
       std::make_unique<Tal::FS::MultiFileSystem>(std::vector<std::filesystem::path>{root}));
 }
 
-}  // namespace
-
-Studio::Studio(std::string databaseText, unsigned moduleCount)
-    : root_(std::filesystem::temp_directory_path() / ("destructibles_bench_" + std::to_string(getpid()))),
-      text_(std::move(databaseText)) {
-  std::filesystem::create_directories(root_ / "scripts");
-  std::filesystem::create_directories(root_ / "elsewhere");
-  std::ofstream(file(), std::ios::binary) << text_;
-  Tal::DebugMessageHelper::setSink([](const Tal::DebugMessage&) {});
-  mount();
+Tal::SuperModel modelOf(unsigned moduleCount) {
   auto bsp = Tal::makeSmart<Tal::BspData>();
   Tal::ModelMaterials::Slots slots;
   for (unsigned part = 0; part < moduleCount; ++part) {
@@ -36,9 +27,19 @@ Studio::Studio(std::string databaseText, unsigned moduleCount)
     bsp->materialNames_.push_back(name);
     slots.push_back(std::make_shared<Tal::MaterialInstance>(name, kFirstUndamagedKind + part));
   }
-  model_ = std::make_unique<Tal::SuperModel>(Tal::makeSmart<Tal::Model>(bsp),
-                                             Tal::Skeleton::SkeletonInstance(), Tal::ModelMaterials(slots));
-  disabler_ = std::make_unique<Tal::KsMaterialDisabler>(model_.get());
+  return {Tal::makeSmart<Tal::Model>(bsp), Tal::Skeleton::SkeletonInstance(), Tal::ModelMaterials(slots)};
+}
+
+}  // namespace
+
+Studio::Studio(std::string databaseText)
+    : root_(std::filesystem::temp_directory_path() / ("destructibles_bench_" + std::to_string(getpid()))),
+      text_(std::move(databaseText)) {
+  std::filesystem::create_directories(root_ / "scripts");
+  std::filesystem::create_directories(root_ / "elsewhere");
+  std::ofstream(file(), std::ios::binary) << text_;
+  Tal::DebugMessageHelper::setSink([](const Tal::DebugMessage&) {});
+  mount();
 }
 
 Studio::~Studio() {
@@ -55,5 +56,7 @@ void Studio::forget(Tal::KsDestructiblesHelper& helper) const {
   helper.loadConfig(true);
   mount();
 }
+
+StructureModel::StructureModel(unsigned moduleCount) : model_(modelOf(moduleCount)), disabler_(&model_) {}
 
 }  // namespace bench

@@ -13,11 +13,11 @@ class KsDestructiblesHelper;
 
 namespace bench {
 
-/// A resource root of its own with a database of these bytes, mounted as the process's only one, and a model
-/// of so many modules that one of the database's structures can be bound to.
+/// A resource root of its own with a database of these bytes, mounted as the process's only one. One at a
+/// time.
 class Studio {
  public:
-  explicit Studio(std::string databaseText, unsigned moduleCount = 9);
+  explicit Studio(std::string databaseText);
   ~Studio();
   Studio(const Studio&) = delete;
   Studio& operator=(const Studio&) = delete;
@@ -26,17 +26,27 @@ class Studio {
   void forget(Tal::KsDestructiblesHelper& helper) const;
 
   std::filesystem::path file() const { return root_ / "scripts" / "destructibles.xml"; }
+  /// What the file held at first.
   const std::string& text() const { return text_; }
-  Tal::SuperModel* model() { return model_.get(); }
-  Tal::KsMaterialDisabler* disabler() { return disabler_.get(); }
 
  private:
   void mount() const;
 
   std::filesystem::path root_;
   std::string text_;
-  std::unique_ptr<Tal::SuperModel> model_;
-  std::unique_ptr<Tal::KsMaterialDisabler> disabler_;
+};
+
+/// A model of so many modules that one of the database's structures can be bound to.
+class StructureModel {
+ public:
+  explicit StructureModel(unsigned moduleCount);
+
+  Tal::SuperModel* model() { return &model_; }
+  Tal::KsMaterialDisabler* disabler() { return &disabler_; }
+
+ private:
+  Tal::SuperModel model_;
+  Tal::KsMaterialDisabler disabler_;
 };
 
 }  // namespace bench

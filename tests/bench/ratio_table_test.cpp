@@ -26,8 +26,9 @@ TEST(AMedian, OfAnEvenNumberIsBetweenTheTwoInTheMiddle) {
   EXPECT_DOUBLE_EQ(median({1.0, 9.0, 3.0, 2.0}), 2.5);
 }
 
-TEST(ARatio, IsThatOfTheMedians) {
-  const Samples samples = {{"load/ours", {30.0, 10.0, 20.0}}, {"load/peer", {5.0, 900.0, 10.0}}};
+TEST(ARatio, IsTheMedianOfThoseOfTheRepetitions) {
+  // 2, 8 and 1.5; that of the medians would be 3.
+  const Samples samples = {{"load/ours", {10.0, 40.0, 30.0}}, {"load/peer", {5.0, 5.0, 20.0}}};
   const auto results = evaluate({{"load", "load/ours", "load/peer", 4.0}}, samples);
   ASSERT_EQ(results.size(), 1U);
   EXPECT_EQ(results.front().value, std::optional(2.0));

@@ -1,4 +1,4 @@
-#include "dresses.h"
+#include "file_variants.h"
 
 #include <cstddef>
 #include <string_view>
@@ -40,7 +40,7 @@ std::string inUtf16(std::string_view text) {
 
 }  // namespace
 
-std::vector<Dress> dressesOf(const std::string& text) {
+std::vector<FileVariant> fileVariantsOf(const std::string& text) {
   return {{"CRLF", replaceAll(text, "\n", "\r\n")},
           {"instruction", "<?xml-stylesheet href='destructibles.xsl'?>\n" + text},
           {"CDATA", withCdataAtTheEnd(text)},

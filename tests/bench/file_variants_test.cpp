@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <support/database.h>
-#include <support/dresses.h>
+#include <support/file_variants.h>
 
 #include <algorithm>
 #include <string>
@@ -10,8 +10,8 @@
 
 namespace {
 
-using bench::Dress;
-using bench::dressesOf;
+using bench::FileVariant;
+using bench::fileVariantsOf;
 using bench::makeDatabase;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -20,10 +20,10 @@ using testing::StartsWith;
 constexpr int kModelCount = 20;
 
 std::string bytesIn(std::string_view name) {
-  for (const Dress& dress : dressesOf(makeDatabase(kModelCount))) {
-    if (dress.name == name) return dress.bytes;
+  for (const FileVariant& variant : fileVariantsOf(makeDatabase(kModelCount))) {
+    if (variant.name == name) return variant.bytes;
   }
-  ADD_FAILURE() << "there is no dress " << name;
+  ADD_FAILURE() << "there is no variant " << name;
   return {};
 }
 
@@ -33,14 +33,14 @@ std::string without(std::string text, const std::string& part) {
   return text;
 }
 
-TEST(ADress, EndsEveryLineWithCrLf) {
+TEST(AFileVariant, EndsEveryLineWithCrLf) {
   const std::string bytes = bytesIn("CRLF");
   EXPECT_EQ(without(bytes, "\r"), makeDatabase(kModelCount));
   EXPECT_EQ(std::count(bytes.begin(), bytes.end(), '\r'), std::count(bytes.begin(), bytes.end(), '\n'));
   EXPECT_THAT(without(bytes, "\r\n"), testing::Not(HasSubstr("\n")));
 }
 
-TEST(ADress, HasAnInstructionOrADoctypeInFront) {
+TEST(AFileVariant, HasAnInstructionOrADoctypeInFront) {
   const std::string plain = makeDatabase(kModelCount);
   for (const auto& [name, begin] :
        {std::pair("instruction", "<?xml-stylesheet "), std::pair("DOCTYPE", "<!DOCTYPE destructibles.xml")}) {
@@ -49,7 +49,7 @@ TEST(ADress, HasAnInstructionOrADoctypeInFront) {
   }
 }
 
-TEST(ADress, HasOneCdataSectionInTheLastEntry) {
+TEST(AFileVariant, HasOneCdataSectionInTheLastEntry) {
   const std::string bytes = bytesIn("CDATA");
   const auto section = bytes.find("<name><![CDATA[ruined_2]]></name>");
   ASSERT_NE(section, std::string::npos);
@@ -59,7 +59,7 @@ TEST(ADress, HasOneCdataSectionInTheLastEntry) {
       << "but for the blanks around the name, nothing else is different";
 }
 
-TEST(ADress, IsInLatin1WithALetterInEveryStructure) {
+TEST(AFileVariant, IsInLatin1WithALetterInEveryStructure) {
   const std::string bytes = bytesIn("Latin-1");
   EXPECT_THAT(bytes, StartsWith("<?xml version='1.0' encoding='iso-8859-1'?>\n<destructibles.xml>"));
   EXPECT_EQ(std::count(bytes.begin(), bytes.end(), '\xE4'), kModelCount / 10);
@@ -67,7 +67,7 @@ TEST(ADress, IsInLatin1WithALetterInEveryStructure) {
                           [](char c) { return static_cast<unsigned char>(c) < 0x80 || c == '\xE4'; }));
 }
 
-TEST(ADress, IsInUtf16BehindAByteOrderMark) {
+TEST(AFileVariant, IsInUtf16BehindAByteOrderMark) {
   std::string bytes = bytesIn("UTF-16");
   ASSERT_THAT(bytes, StartsWith(std::string("\xFF\xFE<\0d\0", 6)));
   EXPECT_EQ(bytes.size(), 2 + 2 * makeDatabase(kModelCount).size());
