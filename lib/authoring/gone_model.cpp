@@ -106,9 +106,9 @@ void eraseEntries(const DataSection& database, const std::string& modelName) {
   }
 }
 
-std::vector<std::string> warningsOf(const std::string& modelName) {
+std::vector<std::string> warningsOf(const DataSection& database, const std::string& modelName) {
   std::vector<std::string> warnings;
-  for (const RemovedSection& section : sectionsRemovedBySave(modelName)) {
+  for (const RemovedSection& section : sectionsRemovedBySave(database, modelName)) {
     warnings.push_back("the section " + quotedName(section.tag) + " has the <filename> " +
                        quotedName(modelName) + " itself and stays as it is; take that <filename> out of " +
                        kDatabaseFile);
@@ -136,7 +136,7 @@ Result<Removal> removeAndSave(const std::string& modelName) {
     removal.outcome.changes.push_back({"category", std::string(categoryName(description.category)),
                                        std::string(categoryName(DT_NON_DESTRUCTIBLE))});
   }
-  removal.outcome.warnings = warningsOf(modelName);
+  removal.outcome.warnings = warningsOf(*database, modelName);
   const RestoreTarget target = targetOfGone(modelName, entriesIn(*database, modelName).description);
   std::ranges::move(linesOfSave(*database, DT_NON_DESTRUCTIBLE, target),
                     std::back_inserter(removal.outcome.warnings));

@@ -113,7 +113,7 @@ OpenModel::OpenModel(const std::string& modelName, std::unique_ptr<SuperModel> s
     KsDestructiblesHelper::reinit(helper_, superModel_.get(), modelName, disabler_.get(), false);
   RestoreTarget target = targetOf(*helper_);
   newEntries_ = std::move(target.newEntries);
-  isHealthUncertain_ = target.isHealthUncertain;
+  isWhole_ = !target.isHealthUncertain;
   for (const auto& [name, module] : newEntries_.modules)
     if (!target.modules.contains(name)) droppedNames_.insert(name);
   takeFile();
@@ -186,6 +186,16 @@ void OpenModel::replace(Description wanted) {
   }
 }
 
+bool OpenModel::isOf(const DataSection& database) const {
+  return stamp_ != 0 && stamp_ == database.contentStamp();
+}
+
+void OpenModel::settle() {
+  const RunningOperation running;
+  show();  // may find the tables empty and load them
+  if (isStale_) refresh();
+}
+
 void OpenModel::refresh() {
   isStale_ = false;
   const RunningOperation running;
@@ -240,6 +250,7 @@ void OpenModel::merge(const Description& file) {
   Description theirs = completed(file, newEntries_);
   if (!isEdited()) {
     foreignCategory_.reset();
+    removedTheirs_.clear();
     mine_ = withLeftBehind(theirs);
     base_ = std::move(theirs);
     return;
@@ -249,11 +260,7 @@ void OpenModel::merge(const Description& file) {
   } else if (theirs.category != base_.category) {
     foreignCategory_ = theirs.category;
   }
-  for (const auto& [name, module] : theirs.modules) {
-    const auto before = base_.modules.find(name);
-    const bool isRemoved = before != base_.modules.end() && !mine_.modules.contains(name);
-    if (isRemoved && !isSameRecord(before->second, module)) removedTheirs_.insert_or_assign(name, module);
-  }
+  noteRemovedTheirs(theirs.modules);
   Description mine = merged(withMadeRecords(base_, mine_, newEntries_), mine_, theirs);
   // A model of no category has no records that would count again when it is converted.
   mine_ = mine.category == DT_NON_DESTRUCTIBLE ? Description() : completed(std::move(mine), newEntries_);
@@ -261,6 +268,17 @@ void OpenModel::merge(const Description& file) {
   if (mine_.fragile && !theirs.fragile) theirs.fragile = base_.fragile;
   if (mine_.fallingAtom && !theirs.fallingAtom) theirs.fallingAtom = base_.fallingAtom;
   base_ = std::move(theirs);
+}
+
+void OpenModel::noteRemovedTheirs(const Description::Modules& theirs) {
+  Description::Modules removed;
+  for (const auto& [name, module] : theirs) {
+    const auto before = base_.modules.find(name);
+    const bool isChanged = before != base_.modules.end() && !isSameRecord(before->second, module);
+    if (!mine_.modules.contains(name) && (isChanged || removedTheirs_.contains(name)))
+      removed.emplace(name, module);
+  }
+  removedTheirs_ = std::move(removed);
 }
 
 // What the file says, and the records of other categories than its own that the author has edited before a

@@ -17,6 +17,7 @@
 #include <string>
 
 namespace Tal {
+class DataSection;
 class KsMaterialDisabler;
 class SuperModel;
 }  // namespace Tal
@@ -46,8 +47,9 @@ class OpenModel : private ResourceModificationListener {
   /// Whether the database could be read since the model was bound; without that there is nothing to edit.
   bool hasRead() const noexcept { return hasRead_; }
 
-  /// Whether the size that decides the health of new entries could not be read when the model was bound.
-  bool isHealthUncertain() const noexcept { return isHealthUncertain_; }
+  /// Whether the model's files could be read when it was bound: without the size that decides the health of
+  /// new entries nothing can be completed.
+  bool isWhole() const noexcept { return isWhole_; }
 
   /// What the file held when it was last read, and the modules that its structure lacks.
   const Description& base() const noexcept { return base_; }
@@ -69,6 +71,12 @@ class OpenModel : private ResourceModificationListener {
 
   /// Shows what the author has in the tables.
   void show();
+
+  /// Follows the file as far as something has changed, and shows that; listeners are called afterwards.
+  void settle();
+
+  /// Whether what the file said is what an opened database holds now.
+  bool isOf(const DataSection& database) const;
 
   /// Reads the file if it has other content than what was last read.
   void refresh();
@@ -94,6 +102,7 @@ class OpenModel : private ResourceModificationListener {
   static void onTablesLoaded();
   bool takeFile();
   void merge(const Description& file);
+  void noteRemovedTheirs(const Description::Modules& theirs);
   Description withLeftBehind(Description theirs) const;
   Description shown();
   void showRecords();
@@ -115,7 +124,7 @@ class OpenModel : private ResourceModificationListener {
   std::uint64_t stamp_ = 0;  // of the content that base_ is from; 0 when it is to be read again
   std::optional<KsDestructibleType> foreignCategory_;
   bool hasRead_ = false;
-  bool isHealthUncertain_ = false;
+  bool isWhole_ = true;
   bool isStale_ = false;     // the file or the tables may have changed
   bool isToNotify_ = false;  // of a file that was read
 };

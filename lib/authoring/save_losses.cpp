@@ -181,18 +181,27 @@ std::map<std::string, std::string> droppedModules(const KsDestructiblesHelper& h
   return dropped;
 }
 
-std::vector<std::string> lossesOfSave(const std::string& modelName, KsDestructibleType category) {
+std::vector<std::string> lossesOfSave(const DataSection& database, const std::string& modelName,
+                                      KsDestructibleType category) {
   Losses losses;
-  const SmartPointer<DataSection> root = openDatabase();
-  if (!root) return {};
   const SmartPointer<DataSection> entry =
-      ownEntry(*root, modelName, database_format::sectionOfCategory(category)).entry;
+      ownEntry(database, modelName, database_format::sectionOfCategory(category)).entry;
   if (entry && category == DT_STRUCTURE) {
     noteLists(*entry, losses);
   } else if (entry) {
     noteNumbers(*entry, "", losses);
   }
   return std::move(losses).lines();
+}
+
+int countInOwnEntry(const DataSection& database, const std::string& modelName, KsDestructibleType category,
+                    BasicStringRef key) {
+  const SmartPointer<DataSection> entry =
+      ownEntry(database, modelName, database_format::sectionOfCategory(category)).entry;
+  int count = 0;
+  for (int place = 0; entry && place < entry->childCount(); ++place)
+    count += entry->child(place)->tag() == key ? 1 : 0;
+  return count;
 }
 
 std::vector<LostEntry> entriesLostBySave(const DataSection& database, const std::string& modelName,
@@ -217,13 +226,11 @@ std::vector<LostEntry> entriesLostBySave(const DataSection& database, const std:
   return lost;
 }
 
-std::vector<RemovedSection> sectionsRemovedBySave(const std::string& modelName) {
+std::vector<RemovedSection> sectionsRemovedBySave(const DataSection& database, const std::string& modelName) {
   std::vector<RemovedSection> removed;
-  const SmartPointer<DataSection> root = openDatabase();
-  if (!root) return removed;
-  for (int place = root->findChildWith(keys::kFileName, modelName); place != -1;
-       place = root->findChildWith(keys::kFileName, modelName, place + 1)) {
-    const SmartPointer<DataSection> section = root->child(place);
+  for (int place = database.findChildWith(keys::kFileName, modelName); place != -1;
+       place = database.findChildWith(keys::kFileName, modelName, place + 1)) {
+    const SmartPointer<DataSection> section = database.child(place);
     removed.push_back({std::string(section->tag()), foreignIn(*section, modelName)});
   }
   return removed;

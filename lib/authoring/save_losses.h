@@ -1,6 +1,7 @@
 #pragma once
 
 #include <authoring/description.h>
+#include <core/string_ref.h>
 #include <destructibles/ks_destructibles_helper.h>
 
 #include <map>
@@ -17,10 +18,15 @@ namespace Tal::authoring {
 std::map<std::string, std::string> droppedModules(const KsDestructiblesHelper& helper,
                                                   const Description::Modules& modules);
 
-/// What the next save does not keep of the entry that the file has of a model of that category, each a line
+/// What a save into an opened database would discard from the entry of a model of that category, each a line
 /// for a person: whatever stands in its modules and states beside what a load takes from them (they are
 /// written anew), and numbers that are none. Of very many only the first are named.
-std::vector<std::string> lossesOfSave(const std::string& modelName, KsDestructibleType category);
+std::vector<std::string> lossesOfSave(const DataSection& database, const std::string& modelName,
+                                      KsDestructibleType category);
+
+/// How often the entry that a save as a model of this category would rewrite has a key; 0 when there is none.
+int countInOwnEntry(const DataSection& database, const std::string& modelName, KsDestructibleType category,
+                    BasicStringRef key);
 
 /// An entry whose values a save does not leave in the file as they are.
 struct LostEntry {
@@ -40,8 +46,8 @@ struct RemovedSection {
   std::string foreign;  ///< the first thing in it that is not the model's, for a message; empty without any
 };
 
-/// What the next save of a model, whatever its category, removes whole: every child of the root that has the
-/// model's <filename> itself, as only an entry should. Empty when the database cannot be opened.
-std::vector<RemovedSection> sectionsRemovedBySave(const std::string& modelName);
+/// What a save of a model, whatever its category, removes whole from an opened database: every child of the
+/// root that has the model's <filename> itself, as only an entry should.
+std::vector<RemovedSection> sectionsRemovedBySave(const DataSection& database, const std::string& modelName);
 
 }  // namespace Tal::authoring

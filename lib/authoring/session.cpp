@@ -23,7 +23,9 @@ namespace {
 // Neither the roots nor an entry of the database has it.
 Fault unknownModel(const std::string& modelName) {
   const std::string what = "the resource roots hold no model " + quotedName(modelName);
-  const std::vector<RemovedSection> sections = sectionsRemovedBySave(modelName);
+  const SmartPointer<DataSection> database = openDatabase();
+  const std::vector<RemovedSection> sections =
+      database ? sectionsRemovedBySave(*database, modelName) : std::vector<RemovedSection>();
   if (!sections.empty()) {
     std::vector<std::string> tags;
     for (const RemovedSection& section : sections) tags.push_back(section.tag);
@@ -61,6 +63,11 @@ Result<void> checkModel(const std::string& modelName) {
   return unknownModel(modelName);
 }
 
+Fault unreadVisual(const std::string& modelName) {
+  return {FaultKind::system, "the visual of " + quotedName(modelName) + " cannot be read",
+          "mend that and try again"};
+}
+
 }  // namespace
 
 Result<std::unique_ptr<Session>> Session::open(const std::string& modelName) {
@@ -79,6 +86,7 @@ Result<std::unique_ptr<Session>> Session::open(const std::string& modelName) {
                  std::string(database_format::kDatabaseFile) + " could not be read when the model was opened",
                  "mend that and try again"};
   }
+  if (!model->isWhole()) return unreadVisual(modelName);
   std::unique_ptr<Session> session(new Session(std::move(model)));
   OpenModel::followAll();
   return session;
@@ -177,13 +185,13 @@ const std::string& Session::shownState() const {
 }
 
 Result<HealthExplanation> Session::explainHealth() {
-  model_->show();
+  model_->settle();
   HealthExplanation explanation = authoring::explainHealth(helper(), category());
   const int health = helper().calculateDestructibleHealth();  // logs what the module has to say
-  if (explanation.isSizeUncertain || health != explanation.health) {
-    return Fault{FaultKind::system, "the visual of " + quotedName(modelName()) + " cannot be read",
-                 "mend that and try again"};
-  }
+  const bool isKnown = !explanation.isSizeUncertain && health == explanation.health;
+  const std::string name = modelName();
+  OpenModel::followAll();
+  if (!isKnown) return unreadVisual(name);
   return explanation;
 }
 

@@ -18,6 +18,10 @@
 #include <utility>
 #include <vector>
 
+namespace Tal {
+class DataSection;
+}
+
 namespace Tal::authoring {
 
 class OpenModel;
@@ -181,10 +185,10 @@ class Session {
 
   // Saving.
   std::map<std::string, std::string> droppedModules();
-  Result<void> checkSave() const;
-  void forgetStatesOfFile();
-  Result<void> saveEntry();
-  Result<void> saveNone();
+  std::vector<SaveWarning> warningsOf(const DataSection& database);
+  Result<void> checkSave(const DataSection& database) const;
+  Result<void> saveEntry(const DataSection& database);
+  Result<void> saveNone(const DataSection& database);
 
   std::unique_ptr<OpenModel> model_;
 };

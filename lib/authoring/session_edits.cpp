@@ -24,8 +24,13 @@ namespace {
 namespace keys = database_format::keys;
 
 // A tag of "none" is not stored.
-bool isNoTag(BasicStringRef key, const std::string& value) {
-  return key == keys::kAchievementTag && value == UNDEFINED_EFFECT;
+void clearNoTag(std::string& tag) {
+  if (tag == UNDEFINED_EFFECT) tag.clear();
+}
+
+template <class Record>
+void clearNoTag(Record& record) {
+  if constexpr (requires { record.achievementTag; }) clearNoTag(record.achievementTag);
 }
 
 template <class Record>
@@ -37,8 +42,6 @@ std::vector<Change> changesBetween(const Record& before, const Record& after) {
     change.key = field.key;
     change.before = textOf(valueOf(before, field));
     change.after = textOf(valueOf(after, field));
-    if (isNoTag(field.key, change.after)) change.after.clear();
-    if (change.after == change.before) continue;
     changes.push_back(std::move(change));
   }
   return changes;
@@ -83,11 +86,12 @@ Result<Outcome> editRecord(OpenModel& model, const Record& before, BasicStringRe
   Outcome outcome;
   const auto byKeys = withoutDisplayNames(before, assignments);
   if (!byKeys) return byKeys.fault();
-  const Result<Record> after = assigned(before, recordKind, *byKeys, outcome.warnings);
-  if (!after) return after.fault();
+  Result<Record> after = assigned(before, recordKind, *byKeys, outcome.warnings);
+  if (!after) return std::move(after).fault();
   auto checked = checkValues(model.helper(), fieldsOf(*after), *byKeys, outcome.warnings);
   if (checked) checked = checkScale(before, *after);
   if (!checked) return std::move(checked).fault();
+  clearNoTag(*after);
   if (isSameRecord(before, *after)) return outcome;
   Description wanted = model.mine();
   put(wanted, *after);
@@ -283,12 +287,12 @@ Result<Outcome> Session::setAchievementTag(const std::vector<Assignment>& assign
     if (!tag) return std::move(tag).fault();
     auto checked = checkValues(helper(), {{keys::kAchievementTag, *tag}}, assignments, outcome.warnings);
     if (!checked) return std::move(checked).fault();
+    clearNoTag(*tag);
     Description wanted = model_->mine();
     const std::string before = std::exchange(wanted.achievementTag, *tag);
     if (*tag == before) continue;
     model_->replace(std::move(wanted));
-    const std::string after = isNoTag(keys::kAchievementTag, *tag) ? "" : *tag;
-    if (after != before) outcome.changes.push_back({keys::kAchievementTag, before, after});
+    outcome.changes.push_back({keys::kAchievementTag, before, *tag});
   }
   return outcome;
 }

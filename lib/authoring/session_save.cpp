@@ -93,44 +93,54 @@ void warnOfDroppedValues(KsDestructiblesHelper& helper, const FileEntries& file,
     warnings.push_back({SaveWarning::Code::thrownAway, "", std::move(line)});
 }
 
-// A fault when the entry to be written has the tag more than once, since taking out the first would make the
-// next one count.
-Result<void> checkTag(const std::string& modelName, const Description& now) {
+// The keys that a save takes out of the model's entry, since they have no value.
+std::vector<BasicStringRef> keysToRemove(const Description& now) {
+  namespace keys = database_format::keys;
+  const bool isFragile = now.fragile.has_value();
   std::string tag = now.achievementTag;
-  if (now.fragile) tag = now.fragile->achievementTag;
+  if (isFragile) tag = now.fragile->achievementTag;
   if (now.fallingAtom) tag = now.fallingAtom->achievementTag;
-  const SmartPointer<DataSection> database = openDatabase();
-  const bool isRemoved = tag.empty() || tag == UNDEFINED_EFFECT;
-  if (!database || !isRemoved || now.category == DT_NON_DESTRUCTIBLE) return {};
-  const auto section = database->findChild(database_format::sectionOfCategory(now.category));
-  const int place = section ? section->findChildWith(database_format::keys::kFileName, modelName) : -1;
-  if (place == -1) return {};
-  const SmartPointer<DataSection> entry = section->child(place);
-  int count = 0;
-  for (const SmartPointer<DataSection> key : *entry)
-    count += key->tag() == database_format::keys::kAchievementTag ? 1 : 0;
-  if (count < 2) return {};
-  return refused("the entry of " + quotedName(modelName) + " has the key " +
-                     database_format::keys::kAchievementTag +
-                     " more than once, and a save without a tag would leave one of them; nothing was saved",
-                 "take them out of " + std::string(database_format::kDatabaseFile));
+  std::vector<BasicStringRef> removed;
+  if (tag.empty() || tag == UNDEFINED_EFFECT) removed.emplace_back(keys::kAchievementTag);
+  if (isFragile && now.fragile->hitEffect.empty()) removed.emplace_back(keys::kHitEffect);
+  if (isFragile && now.fragile->matName.empty()) removed.emplace_back(keys::kMaterialName);
+  return removed;
 }
 
-// Whether a structure has modules that its entry lacks.
-bool addsModules(const std::string& modelName, const Description& now) {
-  const std::optional<FileEntries> file = readEntries(modelName);
-  return now.category == DT_STRUCTURE && file &&
-         std::ranges::any_of(now.modules, [&file](const auto& module) {
-           return !file->description.modules.contains(module.first);
-         });
+// A fault when the entry to be written has such a key more than once, since taking out the first would make
+// the next one count.
+Result<void> checkRemovedKeys(const DataSection& database, const std::string& modelName,
+                              const Description& now) {
+  for (const BasicStringRef key : keysToRemove(now)) {
+    if (countInOwnEntry(database, modelName, now.category, key) < 2) continue;
+    return refused("the entry of " + quotedName(modelName) + " has the key " + std::string(key) +
+                       " more than once, and a save without a value for it would leave one of them; nothing "
+                       "was saved",
+                   "take them out of " + std::string(database_format::kDatabaseFile));
+  }
+  return {};
+}
+
+// A fault when the file as it is now must not be saved to.
+Result<void> checkDatabaseOfSave(const DataSection& database, const std::string& modelName,
+                                 const Description& now) {
+  for (const RemovedSection& removed : sectionsRemovedBySave(database, modelName)) {
+    if (removed.foreign.empty()) continue;
+    return refused("the section " + quotedName(removed.tag) + " of " + database_format::kDatabaseFile +
+                       " has the <filename> " + quotedName(modelName) +
+                       " itself, and a save would remove all of it, " + removed.foreign +
+                       " too; nothing was saved",
+                   "take that <filename> out of the file");
+  }
+  return checkRemovedKeys(database, modelName, now);
 }
 
 constexpr const char* kAnyState = "state";
 
-// Whether an entry that a save keeps may have states that no load takes.
-bool hasStatesInFile(const std::string& modelName) {
-  const std::optional<FileEntries> file = readEntries(modelName);
-  return file && std::ranges::any_of(file->entries, &EntryPlace::hasStates);
+Fault unreadDatabase() {
+  return {FaultKind::system,
+          std::string(database_format::kDatabaseFile) + " cannot be read, so nothing was saved",
+          "restore the file and save again"};
 }
 
 }  // namespace
@@ -140,9 +150,14 @@ std::map<std::string, std::string> Session::droppedModules() {
 }
 
 std::vector<SaveWarning> Session::saveWarnings() {
+  const SmartPointer<DataSection> database = openDatabase();
+  return database ? warningsOf(*database) : std::vector<SaveWarning>();
+}
+
+std::vector<SaveWarning> Session::warningsOf(const DataSection& database) {
   std::vector<SaveWarning> warnings;
   const Description now = model_->description();
-  for (const RemovedSection& removed : sectionsRemovedBySave(modelName())) {
+  for (const RemovedSection& removed : sectionsRemovedBySave(database, modelName())) {
     warnings.push_back({SaveWarning::Code::removedEntry, "",
                         "the section " + quotedName(removed.tag) +
                             " has the model's <filename> itself and is removed from the file with all that "
@@ -155,15 +170,13 @@ std::vector<SaveWarning> Session::saveWarnings() {
   }
   if (now.fragile) warnOfHealth(*now.fragile, "", warnings);
   if (now.fallingAtom) warnOfHealth(*now.fallingAtom, "", warnings);
-  if (const SmartPointer<DataSection> database = openDatabase()) {
-    const FileEntries file = entriesIn(*database, modelName());
-    if (now.category == DT_STRUCTURE) warnOfNewModules(file, now, dropped, warnings);
-    const BasicStringRef ownSection = database_format::sectionOfCategory(now.category);
-    warnOfDroppedValues(helper(), file, dropped, model_->removedTheirs(), warnings);
-    if (!isOnlyRewritten(file, ownSection)) warnOfThrownAway(helper(), *database, warnings);
-    warnOfEntries(file, ownSection, warnings);
-  }
-  for (std::string& loss : lossesOfSave(modelName(), now.category))
+  const FileEntries file = entriesIn(database, modelName());
+  if (now.category == DT_STRUCTURE) warnOfNewModules(file, now, dropped, warnings);
+  const BasicStringRef ownSection = database_format::sectionOfCategory(now.category);
+  warnOfDroppedValues(helper(), file, dropped, model_->removedTheirs(), warnings);
+  if (!isOnlyRewritten(file, ownSection)) warnOfThrownAway(helper(), database, warnings);
+  warnOfEntries(file, ownSection, warnings);
+  for (std::string& loss : lossesOfSave(database, modelName(), now.category))
     warnings.push_back({SaveWarning::Code::lostContent, "", std::move(loss)});
   return warnings;
 }
@@ -178,37 +191,24 @@ Result<Outcome> Session::save() {
   if (!lock) return lock.fault();
   model_->refresh();
   return model_->run([this]() -> Result<Outcome> {
-    if (auto checked = checkSave(); !checked) return std::move(checked).fault();
+    const SmartPointer<DataSection> database = openDatabase();
+    if (!database || !model_->isOf(*database)) return unreadDatabase();
+    if (auto checked = checkSave(*database); !checked) return std::move(checked).fault();
     Outcome outcome;
-    for (SaveWarning& warning : saveWarnings()) outcome.warnings.push_back(std::move(warning.text));
-    auto saved = category() == DT_NON_DESTRUCTIBLE ? saveNone() : saveEntry();
-    if (!saved) return std::move(saved).fault();
+    for (SaveWarning& warning : warningsOf(*database)) outcome.warnings.push_back(std::move(warning.text));
+    const Description saved = model_->mine();
+    model_->show();
+    auto written = category() == DT_NON_DESTRUCTIBLE ? saveNone(*database) : saveEntry(*database);
+    if (!written) return std::move(written).fault();
+    model_->noteSaved(saved);
+    model_->refresh();
     return outcome;
   });
 }
 
-// A fault when the file as it is now must not be saved to.
-Result<void> Session::checkSave() const {
-  const std::string file = database_format::kDatabaseFile;
-  if (!openDatabase()) {
-    return Fault{FaultKind::system, file + " cannot be read, so nothing was saved",
-                 "restore the file and save again"};
-  }
-  for (const RemovedSection& removed : sectionsRemovedBySave(modelName())) {
-    if (removed.foreign.empty()) continue;
-    return refused("the section " + quotedName(removed.tag) + " of " + file + " has the <filename> " +
-                       quotedName(modelName()) + " itself, and a save would remove all of it, " +
-                       removed.foreign + " too; nothing was saved",
-                   "take that <filename> out of the file");
-  }
-  if (auto checked = checkTag(modelName(), model_->description()); !checked) return checked;
-  if (model_->isHealthUncertain() && addsModules(modelName(), model_->description())) {
-    return Fault{
-        FaultKind::system,
-        "the health of the modules that the save would add cannot be estimated, since the visual of " +
-            quotedName(modelName()) + " could not be read; nothing was saved",
-        "mend that and open the model again"};
-  }
+Result<void> Session::checkSave(const DataSection& database) const {
+  if (auto checked = checkDatabaseOfSave(database, modelName(), model_->description()); !checked)
+    return checked;
   if (const std::optional<KsDestructibleType> category = model_->takeForeignCategory()) {
     return Fault{FaultKind::changed,
                  "another program has meanwhile changed the category of " + quotedName(modelName()) + " to " +
@@ -218,42 +218,28 @@ Result<void> Session::checkSave() const {
   return {};
 }
 
-Result<void> Session::saveEntry() {
-  const Description saved = model_->mine();
-  model_->show();
-  forgetStatesOfFile();
+// A model without a record of states keeps those of the file on purpose; an empty record removes them, also
+// those that no load takes.
+Result<void> Session::saveEntry(const DataSection& database) {
+  const FileEntries file = entriesIn(database, modelName());
+  if (category() == DT_STRUCTURE && model_->mine().states.empty() &&
+      std::ranges::any_of(file.entries, &EntryPlace::hasStates)) {
+    helper().addDestructibleState(kAnyState);
+    helper().delDestructibleState(kAnyState);
+  }
   if (!helper().saveConfig()) return faultOfFailedSave();
-  model_->noteSaved(saved);
   return {};
-}
-
-// A model without a record of states keeps those of the file on purpose; an empty record removes them.
-void Session::forgetStatesOfFile() {
-  if (category() != DT_STRUCTURE || !model_->mine().states.empty() || !hasStatesInFile(modelName())) return;
-  helper().addDestructibleState(kAnyState);
-  helper().delDestructibleState(kAnyState);
 }
 
 // Without a category the helper removes the entries and answers false whatever became of that. The document
-// that it edits tells whether it could open it, a group of the session's own whether that was written.
-Result<void> Session::saveNone() {
-  const Description saved = model_->mine();
-  model_->show();
+// that it edits tells whether they are gone from it, a group of the session's own whether that was written.
+Result<void> Session::saveNone(const DataSection& database) {
   SaveGroup saves;
-  const SmartPointer<DataSection> database = openDatabase();
-  if (database) helper().saveConfig();
-  if (auto written = saves.commit(); !written) {
-    DataSectionCache::discard(database_format::kDatabaseFile);
-    return written;
-  }
-  if (!database || !entriesIn(*database, modelName()).entries.empty()) {
-    return Fault{FaultKind::system,
-                 "the entries of " + quotedName(modelName()) + " could not be removed from " +
-                     database_format::kDatabaseFile,
-                 "see whether it can be read, and try again"};
-  }
-  model_->noteSaved(saved);
-  return {};
+  helper().saveConfig();
+  const bool isRemoved = entriesIn(database, modelName()).entries.empty();
+  auto written = isRemoved ? saves.commit() : Result<void>(faultOfFailedSave());
+  if (!written) DataSectionCache::discard(database_format::kDatabaseFile);
+  return written;
 }
 
 }  // namespace Tal::authoring

@@ -188,13 +188,14 @@ Result<Outcome> Session::removeMaterials(const std::string& state,
 }
 
 Result<void> Session::showState(const std::string& state) {
+  model_->settle();
   const std::vector<std::string> names = stateNames();
   if (!contains(names, state)) {
     return refused(quotedName(modelName()) + " has no state " + quotedName(state) +
                    nameSuggestion(state, names));
   }
-  model_->show();
   helper().setDestructibleState(state);
+  OpenModel::followAll();
   return {};
 }
 

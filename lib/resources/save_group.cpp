@@ -1,6 +1,7 @@
 #include <core/debug_message.h>
 #include <core/display_text.h>
 #include <resources/documents/save_queue.h>
+#include <resources/documents/section_cache.h>
 #include <resources/file_system.h>
 #include <resources/files/system_fault.h>
 #include <resources/report.h>
@@ -120,12 +121,17 @@ bool SaveGroup::isAnyOpen() noexcept {
 
 Result<SaveLock> SaveLock::acquire(BasicStringRef resourceName) {
   const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
-  if (fileSystem == nullptr) return SaveLock(nullptr);
+  if (fileSystem == nullptr) return SaveLock(nullptr, nullptr);
   const auto place = fileSystem->find(resourceName);
-  if (!place) return SaveLock(nullptr);  // to be reported by who opens it
+  if (!place && place.fault().kind == FaultKind::missing) return SaveLock(nullptr, nullptr);
+  if (!place) {
+    Fault fault = place.fault();
+    fault.what = "cannot save " + quotedName(resourceName) + ", which " + fault.what + "; nothing was saved";
+    return fault;
+  }
   auto lock = SaveQueue::instance().hold(place->path());
   if (!lock) return std::move(lock).fault();
-  return SaveLock(*std::move(lock));
+  return SaveLock(*std::move(lock), SectionCache::instance().pin(resourceName));
 }
 
 }  // namespace Tal

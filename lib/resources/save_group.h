@@ -42,18 +42,22 @@ class SaveGroup {
 /// is opened. It ends with the scope, or when the file is replaced by the first save.
 ///
 /// A SaveLock, and a file that an open SaveGroup holds, do not wait for one another within this process: they
-/// share one lock, and other programs are kept out until the last of them ends. Main thread only.
+/// share one lock, and other programs are kept out until the last of them ends. While it lives, opening the
+/// resource looks at its file once; what somebody changes who does not care for locks, the save finds out.
+/// Main thread only.
 class SaveLock {
  public:
   /// Waits up to ten seconds for another program that is saving the resource; a fault names it when it does
-  /// not come to an end. A resource that no root holds, and one whose name is refused, needs no lock; so does
-  /// every resource while there is no file system.
+  /// not come to an end. A resource that no root holds needs no lock, nor does any while there is no file
+  /// system; one that cannot be used is a fault.
   static Result<SaveLock> acquire(BasicStringRef resourceName);
 
  private:
-  explicit SaveLock(std::shared_ptr<const FileLock> lock) noexcept : lock_(std::move(lock)) {}
+  SaveLock(std::shared_ptr<const FileLock> lock, std::shared_ptr<const void> pin) noexcept
+      : lock_(std::move(lock)), pin_(std::move(pin)) {}
 
   std::shared_ptr<const FileLock> lock_;  ///< null when none is needed or there is none to be had
+  std::shared_ptr<const void> pin_;       ///< of the document
 };
 
 }  // namespace Tal

@@ -195,6 +195,53 @@ TEST_F(AReload, OfAModuleThatAResetHasRemovedIsToldOfByTheSaveThatRemovesIt) {
                                                                 testing::HasSubstr("health=501"))));
 }
 
+TEST_F(AReload, OfAModuleThatAResetHasRemovedIsToldOfAsTheFileHasItAtTheSave) {
+  for (const bool isRemovedMeanwhile : {false, true}) {
+    writeDatabase(houseOf({"n_gone_9", "n_wall_1"}, "500"));
+    const auto session = open(kHouse);
+    expectDone(session->reset());
+    changeFile(*session, houseOf({"n_gone_9", "n_wall_1"}, "501"));
+    changeFile(*session, houseOf({"n_wall_1"}, "502"));
+    if (!isRemovedMeanwhile) changeFile(*session, houseOf({"n_gone_9", "n_wall_1"}, "503"));
+    const auto saved = session->save();
+    expectDone(saved);
+    EXPECT_THAT(saved->warnings, testing::Not(testing::Contains(testing::HasSubstr("health=501"))));
+    const auto isOfTheModule = testing::AllOf(testing::HasSubstr("n_gone_9"), testing::HasSubstr("503"));
+    EXPECT_THAT(saved->warnings, testing::Contains(isOfTheModule).Times(isRemovedMeanwhile ? 0 : 1));
+  }
+}
+
+TEST_F(AReload, ThatNobodyHasToldOfYetIsMadeBeforeAStateIsShown) {
+  const std::string house = houseOf({"n_wall_1"}, "500");
+  std::string withState = house;
+  withState.insert(house.find("<modules>"), "<states><state><name>open</name></state></states>");
+  writeDatabase(withState);
+  const auto session = open(kHouse);
+  root_.replace(kDatabase, house);
+  open(kLamp).reset();  // loads the tables anew
+  EXPECT_EQ(
+      faultText(session->showState("open")),
+      "\"content/buildings/house.model\" has no state \"open\"; there is \"undamaged\" and \"destroyed\"");
+  EXPECT_EQ(session->shownState(), "undamaged");
+}
+
+TEST_F(AReload, WhoseSlotSavesSeesAtOnceWhatIsInTheFile) {
+  const std::string house = houseOf({"n_wall_1"}, "500");
+  std::string withState = house;
+  withState.insert(house.find("<modules>"), "<states><state><name>open</name></state></states>");
+  writeDatabase(withState);
+  const auto session = open(kHouse);
+  const ks::Connection connection = session->connectReloaded([&] {
+    if (session->category() != DT_STRUCTURE) return;
+    expectDone(session->convert(DT_FRAGILE));
+    expectDone(session->save());
+    EXPECT_TRUE(session->description().states.empty());
+    EXPECT_FALSE(session->hasUnsavedEdits());
+  });
+  changeFile(*session, withState + "\n");
+  EXPECT_EQ(session->category(), DT_FRAGILE);
+}
+
 TEST_F(AReload, IsNotToldOfWhenASaveHadNothingToWrite) {
   const auto session = open(kCrate);
   int calls = 0;

@@ -117,21 +117,25 @@ TEST_F(Saving, OfAVariantWithoutItsEntryIsAnEdit) {
   EXPECT_FALSE(session->hasUnsavedEdits());
 }
 
-TEST_F(Saving, DoesNotBringBackTheSecondOfTwoTags) {
-  const std::string text =
-      "<root><fragiles><entry><filename>content/props/crate.model</filename><achievementTag>first"
-      "</achievementTag><achievementTag>second</achievementTag></entry></fragiles></root>";
-  writeDatabase(text);
-  const auto session = open(kCrate);
-  expectDone(session->set({{"achievementTag", "none"}}));
-  EXPECT_EQ(
-      faultText(session->save()),
-      "the entry of \"content/props/crate.model\" has the key achievementTag more than once, and a save "
-      "without a tag would leave one of them; nothing was saved; take them out of "
-      "scripts/destructibles.xml");
-  EXPECT_EQ(readDatabase(), text);
-  expectDone(session->set({{"achievementTag", "third"}}));
-  expectDone(session->save());
+TEST_F(Saving, DoesNotBringBackTheSecondOfTwoKeysWhenItTakesOutTheFirst) {
+  for (const std::string key : {"achievementTag", "hitEffect", "matName"}) {
+    for (const char* const before : {"", "<fragiles/>"}) {  // the entry may be in a later section of the tag
+      const std::string text = "<root>" + std::string(before) +
+                               "<fragiles><entry><filename>content/props/crate.model</filename><" + key +
+                               ">n_first</" + key + "><" + key + ">n_second</" + key +
+                               "></entry></fragiles></root>";
+      writeDatabase(text);
+      const auto session = open(kCrate);
+      expectDone(session->set({{key, key == "achievementTag" ? "none" : ""}}));
+      EXPECT_EQ(faultText(session->save()),
+                "the entry of \"content/props/crate.model\" has the key " + key +
+                    " more than once, and a save without a value for it would leave one of them; nothing was "
+                    "saved; take them out of scripts/destructibles.xml");
+      EXPECT_EQ(readDatabase(), text);
+      expectDone(session->set({{key, key == "matName" ? "n_wood" : "third"}}));
+      expectDone(session->save());
+    }
+  }
 }
 
 TEST_F(Saving, NamesAModuleOfAMaterialThatTheModelNoLongerHas) {

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
@@ -59,6 +60,11 @@ std::vector<std::string> linesOf(const std::string& text) {
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) lines.push_back(line);
   return lines;
+}
+
+std::vector<std::string> wordsOf(const std::string& text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<std::string>(stream), std::istream_iterator<std::string>()};
 }
 
 class TheProgramWithAFault : public cli_test::CommandLine, public testing::WithParamInterface<Course> {
@@ -210,12 +216,13 @@ struct Edit {
 class ARootThatCannotBeLookedAtBy : public ARootThatCannotBeLookedAt,
                                     public testing::WithParamInterface<Edit> {};
 
-/// Whatever look fails, a command does the whole of it or nothing.
+/// Whatever look fails, a command does the whole of it, and names every value that is lost, or nothing.
 TEST_P(ARootThatCannotBeLookedAtBy, AnEditIsNotStoodInForByTheNextOneAndLosesNoValueOfTheEntry) {
   const Arguments& command = GetParam().command;
   if (!GetParam().database.empty()) old_ = GetParam().database;
   for (const fs::path& root : {first_, second_}) support::writeFile(root / cli_test::kDatabase, old_);
-  EXPECT_EQ(runWithout(0, command).status, 0);
+  const ProcessResult whole = runWithout(0, command);
+  EXPECT_EQ(whole.status, 0) << whole.err;
   const std::string undisturbed = support::readFile(first_ / cli_test::kDatabase);
   for (const std::string& part : GetParam().result) ASSERT_THAT(undisturbed, HasSubstr(part));
   const bool isLasting = GetParam().isLasting;
@@ -229,6 +236,8 @@ TEST_P(ARootThatCannotBeLookedAtBy, AnEditIsNotStoodInForByTheNextOneAndLosesNoV
     EXPECT_EQ(support::readFile(second_ / cli_test::kDatabase), old_) << result.err;
     if (result.status == 0) {
       EXPECT_EQ(now, undisturbed);
+      // Where the health could not be estimated, that is named too.
+      EXPECT_THAT(wordsOf(result.err), testing::IsSupersetOf(wordsOf(whole.err)));
     } else {
       EXPECT_EQ(result.status, 1);
       EXPECT_EQ(now, old_);
@@ -254,6 +263,13 @@ INSTANTIATE_TEST_SUITE_P(
                          false,
                          "<root><structures><entry><filename>content/props/crate.model</filename><modules/>"
                          "</entry></structures></root>"},
+                    // The falling atom and its value leave the file.
+                    Edit{{"set", kCrate, "health=33"},
+                         {"<health>33</health>", "<fallingAtoms></fallingAtoms>"},
+                         false,
+                         "<root><fragiles><entry><filename>content/props/crate.model</filename></entry>"
+                         "</fragiles><fallingAtoms><entry><filename>content/props/crate.model</filename>"
+                         "<health>77</health></entry></fallingAtoms></root>"},
                     Edit{{"convert", kCrate, "none"}, {"<fragiles></fragiles>"}},
                     Edit{{"convert", kCrate, "none"}, {"<fragiles></fragiles>"}, true}));
 

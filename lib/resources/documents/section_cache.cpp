@@ -24,6 +24,7 @@ bool isKept(const SectionDocument& document) {
 void drop(SectionCache::Entry& entry) {
   entry.isFlushPending = entry.isFlushPending || (entry.document && entry.document->isFlushPending());
   entry.document = nullptr;
+  entry.isPinned = false;
 }
 
 /// Drops a document with its unsaved edits, unless a save was asked for that has not succeeded yet. What its
@@ -37,6 +38,13 @@ void forget(SectionCache::Entry& entry) {
 SmartPointer<DataSection> rootOf(const SmartPointer<SectionDocument>& document) {
   if (!document) return nullptr;
   return new XmlSection(document, document->tree().root());
+}
+
+/// The root of a document that was looked for. A group that has nothing new to save makes up for a flush that
+/// is pending; without one the next save does.
+SmartPointer<DataSection> handOut(const SmartPointer<SectionDocument>& document) {
+  if (document->isFlushPending()) static_cast<void>(SaveQueue::instance().put(document, ""));
+  return rootOf(document);
 }
 
 /// Whether a resource may not be used, which is for who opens it to report.
@@ -71,6 +79,8 @@ Result<SmartPointer<DataSection>> SectionCache::open(BasicStringRef resourceName
   const std::string name = normalisedName(resourceName);
   const auto known = entries_.find(name);
   const bool isKnown = known != entries_.end() && known->second.document;
+  if (isKnown && known->second.isPinned && !known->second.pin.expired())
+    return handOut(known->second.document);
   const bool isToStay = isKnown && isKept(*known->second.document);
   // Not in the place of a link that leads out of the root.
   if (isToStay && !isRefused(*fileSystem, resourceName)) return rootOf(known->second.document);
@@ -85,10 +95,7 @@ Result<SmartPointer<DataSection>> SectionCache::open(BasicStringRef resourceName
   if (const auto identity = identityAt(place->path())) {
     auto document = documentOf(*place, *identity);
     if (!document) return std::move(document).fault();
-    SmartPointer<DataSection> root = rootOf(*document);
-    // A group that has nothing new to save makes up for the flush too; without one the next save does.
-    if ((*document)->isFlushPending()) static_cast<void>(SaveQueue::instance().put(*document, ""));
-    return root;
+    return handOut(*document);
   }
   if (const int code = errno; code != ENOENT && code != ENOTDIR) {
     Fault fault = failedReading("cannot examine the file", code);
@@ -112,13 +119,17 @@ void SectionCache::report(BasicStringRef resourceName, const Fault& fault) {
 SmartPointer<SectionDocument> SectionCache::newDocument(const RootedPath& place) {
   Entry& entry = entries_[place.name.native()];
   const bool isMade = entry.document && !entry.document->identity();
-  if (!isMade) entry = {SectionDocument::make(place), std::nullopt, std::nullopt, false};
+  if (!isMade) {
+    entry = {};
+    entry.document = SectionDocument::make(place);
+  }
   return entry.document;
 }
 
 Result<SmartPointer<SectionDocument>> SectionCache::documentOf(const RootedPath& place,
                                                                const FileIdentity& identity) {
   Entry& entry = entries_[place.name.native()];
+  entry.isPinned = !entry.pin.expired();
   if (entry.document && entry.document->isCurrent(place, identity)) return entry.document;
   drop(entry);
   const bool isRefused = entry.refused && entry.refused->version == identity;
@@ -134,10 +145,20 @@ Result<SmartPointer<SectionDocument>> SectionCache::documentOf(const RootedPath&
     return fault;
   }
   entry.document = *std::move(document);
+  entry.isPinned = !entry.pin.expired();
   entry.refused = std::nullopt;
   if (entry.saved) entry.document->recognise(*std::exchange(entry.saved, {}));
   if (std::exchange(entry.isFlushPending, false)) entry.document->markFlushPending();
   return entry.document;
+}
+
+std::shared_ptr<const void> SectionCache::pin(BasicStringRef resourceName) {
+  Entry& entry = entries_[normalisedName(resourceName)];
+  auto pin = entry.pin.lock();
+  if (!pin) pin = std::make_shared<char>();
+  entry.pin = pin;
+  entry.isPinned = false;
+  return pin;
 }
 
 void SectionCache::purge(BasicStringRef resourceName, bool recursive) {
@@ -158,6 +179,7 @@ void SectionCache::discard(BasicStringRef resourceName) {
   Entry left;
   drop(found->second);
   left.isFlushPending = found->second.isFlushPending;
+  left.pin = std::move(found->second.pin);
   found->second = std::move(left);
 }
 

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -27,6 +28,10 @@ class SectionCache {
   /// Logs the fault of an open; that of a malformed file once for each version of the file, of a missing one
   /// never.
   void report(BasicStringRef resourceName, const Fault& fault);
+
+  /// While the result lives, the file of a resource is looked at once: every later open gives the document
+  /// that the first one gave, until that is let go. For who keeps other programs from saving it.
+  std::shared_ptr<const void> pin(BasicStringRef resourceName);
 
   /// See DataSectionCache.
   void purge(BasicStringRef resourceName, bool recursive);
@@ -49,6 +54,8 @@ class SectionCache {
     std::optional<Refused> refused;
     std::optional<SectionDocument::SavedContent> saved;  ///< of the document that was forgotten last
     bool isFlushPending = false;                         ///< by that document
+    std::weak_ptr<const void> pin;
+    bool isPinned = false;  ///< the document was given since the pin
   };
 
  private:
