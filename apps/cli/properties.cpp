@@ -1,3 +1,4 @@
+#include <authoring/effects.h>
 #include <authoring/panel_record.h>
 #include <authoring/session.h>
 #include <cli/commands.h>
@@ -139,6 +140,11 @@ void properties(const PropertiesOptions& options, Tool& tool) {
   const auto record = Tool::check(authoring::PanelRecord::open(
       *session, options.hasModule ? std::optional(options.module) : std::nullopt));
   const Warnings warnings = warningsOf(*session, options);
+  // Without the effects the lists would be wrong; where there are none, they are short.
+  if (options.withOptions) {
+    const auto effects = authoring::checkEffects();
+    if (!effects && effects.fault().kind != FaultKind::missing) Tool::check(effects);
+  }
   tool.print(options.isJson ? jsonText(asJson(record->object(), warnings, options))
                             : asTable(record->object(), warnings, options));
 }

@@ -14,7 +14,7 @@ namespace Tal::authoring {
 /// A fault when the file is missing or cannot be read. Main thread only.
 Result<std::vector<std::string>> effectNames(KsDestructibleType category, BasicStringRef key);
 
-/// A fault when the effects cannot be listed.
+/// A fault when the effects cannot be listed; of the kind `missing` when there is no such file.
 Result<void> checkEffects();
 
 }  // namespace Tal::authoring

@@ -123,6 +123,10 @@ class NamesOfModel {
   std::optional<Finding> ofEffect(KsDestructibleType category, const std::string& value) {
     if (value == UNDEFINED_EFFECT) return std::nullopt;
     readEffects();
+    if (unreadable_) {
+      if (std::exchange(isUnreadableTold_, true)) return std::nullopt;
+      return Finding{Code::uncheckedEffect, quotedName(value) + " was not looked up: " + textOf(*unreadable_)};
+    }
     const std::vector<std::string>& own = effects_[category];
     if (!hasEffects_ || contains(own, value)) return std::nullopt;
     std::vector<std::string> owners;
@@ -151,14 +155,12 @@ class NamesOfModel {
   // Once there is an effect to look for: whoever needs none is not told of a file that cannot be read.
   void readEffects() {
     if (!effects_.empty()) return;
-    bool isReadable = true;
     for (const KsDestructibleType category : kCategories) {
       auto names = effectNames(category, "");
-      isReadable = isReadable && names;
-      if (names) effects_[category] = *std::move(names);
+      if (!names && names.fault().kind != FaultKind::missing) unreadable_ = names.fault();
+      effects_[category] = names ? *std::move(names) : std::vector<std::string>();
     }
-    hasEffects_ =
-        isReadable && std::ranges::any_of(effects_, [](const auto& entry) { return !entry.second.empty(); });
+    hasEffects_ = std::ranges::any_of(effects_, [](const auto& entry) { return !entry.second.empty(); });
   }
 
   bool hasModel_ = false;
@@ -166,6 +168,8 @@ class NamesOfModel {
   std::set<std::string> materials_;
   std::map<KsDestructibleType, std::vector<std::string>> effects_;
   bool hasEffects_ = false;
+  std::optional<Fault> unreadable_;
+  bool isUnreadableTold_ = false;
 };
 
 void append(std::vector<ValueWarning>& warnings, std::vector<ValueWarning> more) {
@@ -198,6 +202,8 @@ BasicStringRef valueWarningName(ValueWarning::Code code) noexcept {
       return "unknown-effect";
     case Code::foreignEffect:
       return "foreign-effect";
+    case Code::uncheckedEffect:
+      return "unchecked-effect";
     case Code::unknownHardPoint:
       return "unknown-hard-point";
     case Code::unknownMaterial:

@@ -18,6 +18,7 @@ struct ValueWarning {
     noScale,            ///< an effect scale that is not above 0
     unknownEffect,      ///< an effect that the effects file lacks
     foreignEffect,      ///< an effect that the effects file has for models of other categories alone
+    uncheckedEffect,    ///< an effect of which that cannot be told, since the effects file cannot be read
     unknownHardPoint,   ///< a hard point that the model lacks
     unknownMaterial,    ///< a material that the model lacks
     malformedPhysics,   ///< physics parameters that are not seven numbers
@@ -29,14 +30,15 @@ struct ValueWarning {
   std::string text;    ///< one line for a person, which begins with the key
 };
 
-/// "unknown-health", "no-health", "no-scale", "unknown-effect", "foreign-effect", "unknown-hard-point",
-/// "unknown-material", "malformed-physics" or "tag-not-stored".
+/// "unknown-health", "no-health", "no-scale", "unknown-effect", "foreign-effect", "unchecked-effect",
+/// "unknown-hard-point", "unknown-material", "malformed-physics" or "tag-not-stored".
 BasicStringRef valueWarningName(ValueWarning::Code code) noexcept;
 
 /// What is questionable about the fields of one record of a helper's model, in their order; the record is
 /// that of a category, for DT_STRUCTURE a module or the structure's own. Effects are compared with those that
 /// the effects file has for the category, whichever of them a panel offers for a field; "" and "none" are
-/// never questionable, nor is any while there is no such file or it has no effects at all. Main thread only.
+/// never questionable, nor is any while there is no such file or it has no effects at all; while that cannot
+/// be read, the first effect says so. Main thread only.
 std::vector<ValueWarning> valueWarningsOf(KsDestructiblesHelper& helper, KsDestructibleType category,
                                           const std::vector<NamedField>& fields);
 

@@ -3,6 +3,7 @@
 #include <model/gltf_file.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <fstream>
 #include <system_error>
@@ -11,20 +12,27 @@ namespace Tal {
 
 namespace {
 
+[[noreturn]] void fail(const std::string& lead, const char* what, int code) {
+  throw GltfFault(lead + what + ": " + std::generic_category().message(code));
+}
+
 std::uintmax_t sizeOf(const std::filesystem::path& file, const std::string& lead) {
   std::error_code failure;
   const auto status = std::filesystem::status(file, failure);
   if (status.type() == std::filesystem::file_type::not_found) throw GltfFault(lead + "does not exist");
+  if (!std::filesystem::status_known(status)) fail(lead, "cannot be examined", failure.value());
   if (!std::filesystem::is_regular_file(status)) throw GltfFault(lead + "is no regular file");
   const auto size = std::filesystem::file_size(file, failure);
-  if (failure) throw GltfFault(lead + "cannot be read");
+  if (failure) fail(lead, "cannot be examined", failure.value());
   return size;
 }
 
 std::string readBytes(const std::filesystem::path& file, std::uintmax_t size, const std::string& lead) {
+  errno = 0;
   std::ifstream stream(file, std::ios::binary);
+  if (!stream) fail(lead, "cannot be opened", errno);
   std::string bytes(static_cast<std::size_t>(size), '\0');
-  if (stream) stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   if (!stream) throw GltfFault(lead + "cannot be read");
   return bytes;
 }

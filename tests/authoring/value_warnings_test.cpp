@@ -135,7 +135,9 @@ TEST_F(QuestionableValues, AreLookedForInTheEffectsOnlyWhereOneIsSet) {
   root_.write("scripts/destructibles_effects.xml", "<root");
   EXPECT_THAT(ofCrate({{"health", "7"}, {"effect", "none"}}), IsEmpty());
   EXPECT_THAT(messages_.messages(), IsEmpty());
-  EXPECT_THAT(ofCrate({{"effect", "inf_crate_brust"}}), IsEmpty());
+  EXPECT_THAT(ofCrate({{"effect", "inf_crate_brust"}, {"hitEffect", "inf_hit"}}),
+              ElementsAre("effect: \"inf_crate_brust\" was not looked up: "
+                          "scripts/destructibles_effects.xml cannot be read; mend it first"));
   EXPECT_THAT(messages_.messages(), testing::Not(IsEmpty()));  // the file is malformed
 }
 

@@ -111,5 +111,14 @@ TEST_F(ThePanel, IsToldWhenThereIsNoFileOfEffects) {
                                                                      "autocomplete  -, none\n"));
 }
 
+TEST_F(ThePanel, DoesNotOfferAShortListWhenTheEffectsCannotBeRead) {
+  folder_.write("scripts/destructibles_effects.xml", "<root");
+  const ProcessResult refused = run({"properties", kCrate, "--options"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_EQ(refused.out, "");
+  EXPECT_THAT(refused.err, HasSubstr("scripts/destructibles_effects.xml cannot be read; mend it first"));
+  EXPECT_THAT(result({"properties", kCrate}), HasSubstr("Hit effect"));
+}
+
 }  // namespace
 }  // namespace cli_test

@@ -31,6 +31,9 @@ TEST_F(ABrokenGltf, IsRefusedWhenItDoesNotExist) {
   EXPECT_EQ(refusal(), "does not exist");
   source_ = folder_.path();
   EXPECT_EQ(refusal(), "is no regular file");
+  source_ = folder_ / "loop.glb";
+  std::filesystem::create_symlink("loop.glb", source_);
+  EXPECT_EQ(refusal(), "cannot be examined: Too many levels of symbolic links");
 }
 
 TEST_F(ABrokenGltf, IsRefusedWhereverItIsCutOff) {
