@@ -137,7 +137,7 @@ void import(ImportOptions& options, Tool& tool) {
   checkModelName(options.model);
   if (!gltfOptions.overwrite) refuseModelOfAnotherRoot(options.model);
   sayLongWork(options.gltf);
-  const RootedPath root = FS::fileSystem()->firstRoot().value();
+  const files::RootedPath root = FS::fileSystem()->firstRoot().value();
   gltfOptions.takenRoot = root.taken;
   const auto imported = [&] {
     const HeldInterrupts held;  // the three files belong together

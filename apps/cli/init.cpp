@@ -2,9 +2,9 @@
 #include <cli/tool.h>
 #include <core/display_text.h>
 #include <destructibles/database_format.h>
+#include <files/new_folder.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
-#include <resources/files/new_folder.h>
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
@@ -58,8 +58,8 @@ bool make(const NewFile& file) {
 void init(const std::string& folder, Tool& tool) {
   if (folder.empty()) throw CLI::ValidationError("DIR", "the folder has no name");
   const fs::path root(folder);
-  NewFolders folders(root / "scripts");
-  Tool::check(makeFolder(root / "scripts"));
+  files::NewFolders folders(root / "scripts");
+  Tool::check(files::makeFolder(root / "scripts"));
   FS::setFileSystem(Tool::check(FS::MultiFileSystem::open({root})));
   for (const NewFile& file : newFiles()) {
     const fs::path path = root / file.name;

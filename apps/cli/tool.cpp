@@ -5,7 +5,7 @@
 #include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <destructibles/database_format.h>
-#include <resources/file_identity.h>
+#include <files/file_identity.h>
 #include <resources/file_system.h>
 
 #include <unistd.h>
@@ -160,7 +160,7 @@ bool Tool::save(authoring::Session& session) {
 }
 
 bool Tool::save(const std::function<Result<authoring::Outcome>()>& operation) {
-  const std::optional<FileIdentity> before = authoring::databaseIdentity();
+  const std::optional<files::FileIdentity> before = authoring::databaseIdentity();
   checkEdit(withoutInterrupt(operation));
   const bool isChanged = authoring::databaseIdentity() != before;
   if (isChanged) noteDone("the model was saved");

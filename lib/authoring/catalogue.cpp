@@ -82,12 +82,12 @@ Result<void> checkDatabase() {
   return faultOfDatabase();
 }
 
-std::optional<FileIdentity> databaseIdentity() {
+std::optional<files::FileIdentity> databaseIdentity() {
   const FS::MultiFileSystem* const files = FS::fileSystem();
   if (files == nullptr) return std::nullopt;
   const auto file = files->find(database_format::kDatabaseFile);
   if (!file) return std::nullopt;
-  return identityAt(file->path());
+  return files::identityAt(file->path());
 }
 
 bool canNameModel(const std::string& modelName) {

@@ -2,7 +2,7 @@
 
 #include <core/result.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <resources/file_identity.h>
+#include <files/file_identity.h>
 
 #include <optional>
 #include <string>
@@ -15,7 +15,7 @@ Result<void> checkDatabase();
 
 /// What tells the present version of the database's file from another one without reading it; nothing when no
 /// root holds the file, or no roots are set up. Main thread only.
-std::optional<FileIdentity> databaseIdentity();
+std::optional<files::FileIdentity> databaseIdentity();
 
 /// One model of the database.
 struct CatalogueEntry {

@@ -125,7 +125,8 @@ class NamesOfModel {
     readEffects();
     if (unreadable_) {
       if (std::exchange(isUnreadableTold_, true)) return std::nullopt;
-      return Finding{Code::uncheckedEffect, quotedName(value) + " was not looked up: " + textOf(*unreadable_)};
+      return Finding{Code::uncheckedEffect,
+                     quotedName(value) + " was not looked up: " + textOf(*unreadable_)};
     }
     const std::vector<std::string>& own = effects_[category];
     if (!hasEffects_ || contains(own, value)) return std::nullopt;

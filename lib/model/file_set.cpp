@@ -1,7 +1,7 @@
 #include <core/display_text.h>
+#include <files/atomic_file.h>
+#include <files/file_lock.h>
 #include <model/file_set.h>
-#include <resources/files/atomic_file.h>
-#include <resources/files/file_lock.h>
 
 #include <chrono>
 #include <exception>
@@ -31,11 +31,12 @@ FileSet::Entry& FileSet::add(std::filesystem::path name, BasicStringRef content)
   return entries_.emplace_back(std::move(name), content);
 }
 
-Result<void> FileSet::open(const std::filesystem::path& root, const std::optional<FileIdentity>& taken) {
+Result<void> FileSet::open(const std::filesystem::path& root,
+                           const std::optional<files::FileIdentity>& taken) {
   // The one who wrote before may have removed the folder, or somebody moved it, while this one waited.
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     if (auto opened = openPlaces(root, taken); !opened) return opened;
-    const auto again = OpenPlace::open({root, entries_.front().name, taken});
+    const auto again = files::OpenPlace::open({root, entries_.front().name, taken});
     if (again && again->isInFolderOf(entries_.front().place)) return {};
   }
   return Fault{
@@ -45,8 +46,8 @@ Result<void> FileSet::open(const std::filesystem::path& root, const std::optiona
 }
 
 Result<void> FileSet::openPlaces(const std::filesystem::path& root,
-                                 const std::optional<FileIdentity>& taken) {
-  const auto opened = OpenRoot::open(root, taken);
+                                 const std::optional<files::FileIdentity>& taken) {
+  const auto opened = files::OpenRoot::open(root, taken);
   if (!opened) return opened.fault();
   for (Entry& entry : entries_) {
     auto place = placeOf(entry, *opened);
@@ -54,7 +55,7 @@ Result<void> FileSet::openPlaces(const std::filesystem::path& root,
     entry.place.removeMadeFolders();  // of an attempt before
     entry.place = *std::move(place);
     if (&entry == &entries_.front()) {
-      if (auto locked = waitForLock(entry.place.folder(), kPatience); !locked) {
+      if (auto locked = files::waitForLock(entry.place.folder(), kPatience); !locked) {
         Fault fault = std::move(locked).fault();
         fault.what =
             "cannot write into the folder of " + quotedName(entry.place.path().native()) + ": " + fault.what;
@@ -62,7 +63,7 @@ Result<void> FileSet::openPlaces(const std::filesystem::path& root,
         return fault;
       }
     }
-    if (auto checked = checkReplaceable(entry.place); !checked) return checked;
+    if (auto checked = files::checkReplaceable(entry.place); !checked) return checked;
     const auto standing = entry.place.look();
     if (!standing) return standing.fault();
     entry.found = standing->file;
@@ -71,7 +72,7 @@ Result<void> FileSet::openPlaces(const std::filesystem::path& root,
 }
 
 // The folder of the first file is opened once for all that are beside it.
-Result<OpenPlace> FileSet::placeOf(const Entry& entry, const OpenRoot& root) const {
+Result<files::OpenPlace> FileSet::placeOf(const Entry& entry, const files::OpenRoot& root) const {
   const Entry& first = entries_.front();
   if (&entry != &first && entry.name.parent_path() == first.name.parent_path()) {
     auto place = first.place.beside(entry.name.filename().native());
@@ -80,7 +81,7 @@ Result<OpenPlace> FileSet::placeOf(const Entry& entry, const OpenRoot& root) con
     if (!standing) return standing.fault();
     if (!standing->isLink) return place;  // a link leads to a place of its own
   }
-  return OpenPlace::open(root, entry.name);
+  return files::OpenPlace::open(root, entry.name);
 }
 
 Result<void> FileSet::write() {
@@ -113,7 +114,7 @@ Result<void> FileSet::putOldAside() {
   if (first.found) {
     if (auto kept = first.old.keep(); !kept) return kept;
     // A second name touches its time of change.
-    FileIdentity expected = *first.found;
+    files::FileIdentity expected = *first.found;
     const auto now = first.place.look();
     if (!now) return now.fault();
     first.found = now->file;
@@ -134,8 +135,8 @@ Result<void> FileSet::putOldAside() {
 Result<void> FileSet::replace(Entry& entry) {
   const bool isFirst = &entry == &entries_.front();
   const std::string& pattern = entry.found && isFirst ? entry.place.name() : entry.old.name();
-  const std::optional<FileIdentity> version = isFirst ? entry.found : std::nullopt;
-  auto replaced = replaceVersionLike(pattern, entry.place, entry.content, version);
+  const std::optional<files::FileIdentity> version = isFirst ? entry.found : std::nullopt;
+  auto replaced = files::replaceVersionLike(pattern, entry.place, entry.content, version);
   if (!replaced) return std::move(replaced).fault();
   entry.written = replaced->version;
   return std::move(replaced->flushed);
@@ -147,7 +148,7 @@ std::string FileSet::removeWritten(Entry& entry) {
   const auto now = entry.place.look();
   Result<void> removed;
   if (!now) removed = now.fault();
-  if (now && isSameFile(now->file, entry.written)) removed = removeFile(entry.place);
+  if (now && files::isSameFile(now->file, entry.written)) removed = files::removeFile(entry.place);
   if (removed) return {};
   return "; the new " + quotedName(entry.place.path().native()) +
          " could not be removed: " + removed.fault().what + "; remove it";

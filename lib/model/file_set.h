@@ -2,9 +2,9 @@
 
 #include <core/result.h>
 #include <core/string_ref.h>
-#include <resources/file_identity.h>
-#include <resources/files/backup_file.h>
-#include <resources/files/open_place.h>
+#include <files/backup_file.h>
+#include <files/file_identity.h>
+#include <files/open_place.h>
 
 #include <filesystem>
 #include <list>
@@ -23,12 +23,12 @@ class FileSet {
   struct Entry {
     Entry(std::filesystem::path path, BasicStringRef bytes) : name(std::move(path)), content(bytes) {}
 
-    std::filesystem::path name;           ///< below the root
-    BasicStringRef content;               ///< must live until write()
-    OpenPlace place;                      ///< once open() was called
-    std::optional<FileIdentity> found;    ///< the file that is there then; empty when none is
-    std::optional<FileIdentity> written;  ///< what write() has put there
-    BackupFile old{place};
+    std::filesystem::path name;                  ///< below the root
+    BasicStringRef content;                      ///< must live until write()
+    files::OpenPlace place;                      ///< once open() was called
+    std::optional<files::FileIdentity> found;    ///< the file that is there then; empty when none is
+    std::optional<files::FileIdentity> written;  ///< what write() has put there
+    files::BackupFile old{place};
   };
 
   FileSet() = default;
@@ -42,7 +42,7 @@ class FileSet {
 
   /// Opens the places below the folder `root`, with the folders that they need, and waits for other programs.
   /// With `taken` it has to be that folder still.
-  Result<void> open(const std::filesystem::path& root, const std::optional<FileIdentity>& taken = {});
+  Result<void> open(const std::filesystem::path& root, const std::optional<files::FileIdentity>& taken = {});
 
   /// Writes the files, in the order in which they were added; before that, those that are there already are
   /// put aside from the last one on, but for the first one. After a fault every file is as it was, but for
@@ -51,8 +51,8 @@ class FileSet {
   Result<void> write();
 
  private:
-  Result<void> openPlaces(const std::filesystem::path& root, const std::optional<FileIdentity>& taken);
-  Result<OpenPlace> placeOf(const Entry& entry, const OpenRoot& root) const;
+  Result<void> openPlaces(const std::filesystem::path& root, const std::optional<files::FileIdentity>& taken);
+  Result<files::OpenPlace> placeOf(const Entry& entry, const files::OpenRoot& root) const;
   Result<void> writeAll();
   Result<void> putOldAside();
   Result<void> replace(Entry& entry);

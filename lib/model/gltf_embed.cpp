@@ -1,9 +1,9 @@
 #include <core/display_text.h>
+#include <files/path_links.h>
 #include <model/gltf_container.h>
 #include <model/gltf_embed.h>
 #include <model/gltf_fault.h>
 #include <model/gltf_file.h>
-#include <resources/files/path_links.h>
 #include <tiny_gltf.h>
 
 #include <algorithm>
@@ -60,10 +60,10 @@ std::optional<std::filesystem::path> findBeside(const std::filesystem::path& fol
   if (!isPlainName) {
     throw GltfFault("names the file " + quotedName(uri) + ", which is not one below its own folder");
   }
-  const std::filesystem::path file = FS::resolvedPath(folder / name);
+  const std::filesystem::path file = files::resolvedPath(folder / name);
   if (file.empty()) return std::nullopt;
-  const std::filesystem::path base = FS::resolvedPath(folder);
-  if (base.empty() || !FS::isPathBelow(file, base)) {
+  const std::filesystem::path base = files::resolvedPath(folder);
+  if (base.empty() || !files::isPathBelow(file, base)) {
     throw GltfFault("names the file " + quotedName(uri) + ", which a link leads out of its own folder");
   }
   return file;

@@ -39,7 +39,7 @@ class Importer {
   Importer(GltfScene scene, const GltfImportOptions& options) : scene_(std::move(scene)), options_(options) {}
 
   ImportedModel run(BasicStringRef stem, const std::filesystem::path& root,
-                    const std::optional<FileIdentity>& taken) {
+                    const std::optional<files::FileIdentity>& taken) {
     result_.warnings = std::move(scene_.warnings);
     renameMaterials();
     nameHardPoints();
@@ -228,7 +228,7 @@ class Importer {
   }
 
   void write(BasicStringRef stem, const std::filesystem::path& root,
-             const std::optional<FileIdentity>& taken) {
+             const std::optional<files::FileIdentity>& taken) {
     description_.stem = stem;
     description_.glb = std::move(scene_.glb);
     description_.box = scene_.box;
@@ -299,7 +299,7 @@ Result<ImportedModel> importGltf(const std::filesystem::path& source, BasicStrin
   try {
     std::string stem = normalisedName(modelName);
     stem.resize(stem.size() - kModelExtension.size());
-    const auto taken = options.takenRoot ? options.takenRoot : identityAt(root);
+    const auto taken = options.takenRoot ? options.takenRoot : files::identityAt(root);
     return Importer(readGltf(source), options).run(stem, root, taken);
   } catch (const std::exception& fault) {
     return Fault{FaultKind::refused, fault.what(), "", shownName(source.string())};

@@ -3,7 +3,7 @@
 #include <core/result.h>
 #include <core/string_ref.h>
 #include <core/vector3.h>
-#include <resources/file_identity.h>
+#include <files/file_identity.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -31,7 +31,7 @@ struct GltfImportOptions {
   /// Whether files of the model that are already there are replaced; if not, they are an error.
   bool overwrite = false;
   /// The folder that the resource root has to be still; else the one that it is when the import begins.
-  std::optional<FileIdentity> takenRoot = {};
+  std::optional<files::FileIdentity> takenRoot = {};
 };
 
 /// A material of an imported model.

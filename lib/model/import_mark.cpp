@@ -1,6 +1,6 @@
 #include <core/smart_pointer.h>
+#include <files/fingerprint.h>
 #include <model/import_mark.h>
-#include <resources/bytes/fingerprint.h>
 #include <resources/data_section.h>
 #include <resources/number_text.h>
 
@@ -10,8 +10,8 @@
 namespace Tal {
 
 ImportMark importMarkFor(BasicStringRef geometry) {
-  const Fingerprint fingerprint = fingerprintOf(PiecedText(geometry));
-  return {ImportMark::kVersion, fingerprint.size, hashText(fingerprint)};
+  const files::Fingerprint fingerprint = fingerprintOf(files::PiecedText(geometry));
+  return {ImportMark::kVersion, fingerprint.size, files::hashText(fingerprint)};
 }
 
 std::optional<ImportMark> importMarkIn(const DataSection& visual) {

@@ -1,11 +1,11 @@
 #include <core/display_text.h>
+#include <files/file_read.h>
 #include <model/file_set.h>
 #include <model/gltf_limits.h>
 #include <model/import_mark.h>
 #include <model/model_files.h>
 #include <model/model_names.h>
 #include <resources/file_system.h>
-#include <resources/files/file_read.h>
 #include <resources/number_text.h>
 #include <resources/storable_text.h>
 
@@ -94,7 +94,7 @@ std::string visualText(const ModelDescription& description) {
 /// Whether a geometry holds the bytes that the mark of an import is for.
 bool isMarked(const FileSet::Entry& geometry, const ImportMark& mark) {
   if (static_cast<std::uint64_t>(geometry.found->size) != mark.geometrySize) return false;
-  const auto content = readFile(geometry.place, kMaxGltfBytes);
+  const auto content = files::readFile(geometry.place, kMaxGltfBytes);
   return content && importMarkFor(content->bytes.view()) == mark;
 }
 
@@ -104,7 +104,8 @@ Result<void> checkOverwriting(const fs::path& root, const FileSet::Entry& visual
                               const FileSet::Entry& geometry, const FileSet::Entry& model, bool overwrite) {
   std::optional<ImportMark> mark;
   if (visual.found) {
-    if (const auto content = readFile(visual.place, kMaxGltfBytes); !content) {  // may be a newer version's
+    if (const auto content = files::readFile(visual.place, kMaxGltfBytes);
+        !content) {  // may be a newer version's
       Fault fault = content.fault();
       fault.file = quotedName(visual.name.native());
       return fault;
@@ -140,7 +141,7 @@ std::string geometryNameOf(BasicStringRef stem) {
 }
 
 Result<void> writeModelFiles(const ModelDescription& description, const fs::path& root,
-                             const std::optional<FileIdentity>& taken, bool overwrite) {
+                             const std::optional<files::FileIdentity>& taken, bool overwrite) {
   const std::string visualContent = visualText(description);
   const std::string modelContent = modelText(description);
   // The visual tells what belongs to it; the model comes last: it is there only when what it names is.

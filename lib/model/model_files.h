@@ -2,8 +2,8 @@
 
 #include <core/result.h>
 #include <core/string_ref.h>
+#include <files/file_identity.h>
 #include <model/gltf_bounds.h>
-#include <resources/file_identity.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -47,6 +47,6 @@ std::string geometryNameOf(BasicStringRef stem);
 /// when `overwrite` is true or such an import left them, else they are a fault. Those of a newer version
 /// always are. Main thread only.
 Result<void> writeModelFiles(const ModelDescription& description, const std::filesystem::path& root,
-                             const std::optional<FileIdentity>& taken, bool overwrite);
+                             const std::optional<files::FileIdentity>& taken, bool overwrite);
 
 }  // namespace Tal

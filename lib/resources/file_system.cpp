@@ -1,12 +1,12 @@
 #include <core/display_text.h>
+#include <files/path_links.h>
 #include <resources/documents/section_cache.h>
 #include <resources/documents/section_document.h>
 #include <resources/documents/xml_section.h>
 #include <resources/file_system.h>
-#include <resources/files/path_links.h>
+#include <resources/monitoring/resource_monitor.h>
 #include <resources/report.h>
 #include <resources/resource_name.h>
-#include <resources/watch/resource_monitor.h>
 
 #include <cerrno>
 #include <system_error>
@@ -51,7 +51,7 @@ bool tellsOfNoFile(const std::error_code& error) {
   return error == std::errc::filename_too_long || error == std::errc::too_many_symbolic_link_levels;
 }
 
-Finding lookAt(const RootedPath& place) {
+Finding lookAt(const files::RootedPath& place) {
   std::error_code error;
   const fs::file_status status = fs::status(place.path(), error);
   if (fs::is_regular_file(status)) return {true, ""};
@@ -64,12 +64,12 @@ Finding lookAt(const RootedPath& place) {
 }
 
 /// Why a place below a root may not be used; empty when it may. The place need not exist.
-std::string refusalOfPlace(const RootedPath& place) {
+std::string refusalOfPlace(const files::RootedPath& place) {
   std::error_code error;
   const fs::path root = fs::canonical(place.root, error);
   const fs::path target = error ? fs::path() : fs::weakly_canonical(place.path(), error);
   if (error) return notExamined(error);
-  return isPathBelow(target, root) ? "" : "leads out of its root through a link";
+  return files::isPathBelow(target, root) ? "" : "leads out of its root through a link";
 }
 
 Fault refusedPlace(std::string what) {
@@ -81,10 +81,10 @@ Fault refusedPlace(std::string what) {
 
 struct MultiFileSystem::State {
   /// Where a resource is; with `mayBeNew` else where it would be made.
-  Result<RootedPath> placeOf(BasicStringRef resourceName, bool mayBeNew) const;
+  Result<files::RootedPath> placeOf(BasicStringRef resourceName, bool mayBeNew) const;
   /// What a root has at a place. One that has nothing there and must not be passed over counts as having
   /// something that cannot be used.
-  Finding findingIn(std::size_t root, const RootedPath& candidate) const;
+  Finding findingIn(std::size_t root, const files::RootedPath& candidate) const;
   /// Why a root that does not hold a resource must not be passed over; empty when it may.
   std::string faultOfPassing(std::size_t root) const;
   /// Why a root is not the folder that was taken; empty when it is.
@@ -94,19 +94,19 @@ struct MultiFileSystem::State {
   Result<void> take(std::vector<fs::path> folders);
 
   std::vector<fs::path> roots;
-  std::vector<std::optional<FileIdentity>> identities;  ///< of the roots, when they were taken
+  std::vector<std::optional<files::FileIdentity>> identities;  ///< of the roots, when they were taken
   std::unique_ptr<ResourceMonitor> monitor;
 };
 
-Result<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourceName, bool mayBeNew) const {
+Result<files::RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourceName, bool mayBeNew) const {
   if (auto checked = checkName(resourceName); !checked) return std::move(checked).fault();
   const fs::path name = normalisedName(resourceName);
-  std::optional<RootedPath> place;
-  if (mayBeNew && !roots.empty()) place = RootedPath{roots.front(), name, identities.front()};
+  std::optional<files::RootedPath> place;
+  if (mayBeNew && !roots.empty()) place = files::RootedPath{roots.front(), name, identities.front()};
   const bool mayBeGone = !mayBeNew && roots.size() == 1;  // no other one can stand in for it
   std::string refusal;
   for (std::size_t index = 0; index < roots.size(); ++index) {
-    RootedPath candidate{roots[index], name, identities[index]};
+    files::RootedPath candidate{roots[index], name, identities[index]};
     const Finding finding = mayBeGone ? lookAt(candidate) : findingIn(index, candidate);
     if (finding.isThere || refusal.empty()) refusal = finding.fault;
     if (!finding.isThere) continue;
@@ -119,7 +119,7 @@ Result<RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourceName, 
   return *std::move(place);
 }
 
-Finding MultiFileSystem::State::findingIn(std::size_t root, const RootedPath& candidate) const {
+Finding MultiFileSystem::State::findingIn(std::size_t root, const files::RootedPath& candidate) const {
   const Finding finding = lookAt(candidate);
   const std::string fault = finding.isThere ? faultOfTaken(root) : faultOfPassing(root);
   if (fault.empty()) return finding;
@@ -135,10 +135,11 @@ std::string MultiFileSystem::State::faultOfPassing(std::size_t root) const {
 }
 
 std::string MultiFileSystem::State::faultOfTaken(std::size_t root) const {
-  const std::optional<FileIdentity> now = identityAt(roots[root]);
+  const std::optional<files::FileIdentity> now = files::identityAt(roots[root]);
   if (!now && errno != ENOENT) return notFoundSince(root, notExamined(lastError()));
-  return isSameFile(now, identities[root]) ? std::string()
-                                           : notFoundSince(root, "is not the folder any more that it was");
+  return files::isSameFile(now, identities[root])
+             ? std::string()
+             : notFoundSince(root, "is not the folder any more that it was");
 }
 
 std::string MultiFileSystem::State::notFoundSince(std::size_t root, const std::string& fault) const {
@@ -146,10 +147,10 @@ std::string MultiFileSystem::State::notFoundSince(std::size_t root, const std::s
 }
 
 Result<void> MultiFileSystem::State::take(std::vector<fs::path> folders) {
-  std::vector<std::optional<FileIdentity>> taken;
+  std::vector<std::optional<files::FileIdentity>> taken;
   for (const fs::path& root : folders) {
     std::string fault = faultOfRoot(root);
-    if (fault.empty() && !taken.emplace_back(identityAt(root))) fault = notExamined(lastError());
+    if (fault.empty() && !taken.emplace_back(files::identityAt(root))) fault = notExamined(lastError());
     if (fault.empty()) continue;
     return Fault{FaultKind::refused, "the resource root " + quotedName(root.native()) + ' ' + fault,
                  "name a folder that exists and can be read"};
@@ -175,16 +176,16 @@ const std::vector<fs::path>& MultiFileSystem::roots() const noexcept {
   return state_->roots;
 }
 
-std::optional<RootedPath> MultiFileSystem::firstRoot() const {
+std::optional<files::RootedPath> MultiFileSystem::firstRoot() const {
   if (state_->roots.empty()) return std::nullopt;
-  return RootedPath{state_->roots.front(), {}, state_->identities.front()};
+  return files::RootedPath{state_->roots.front(), {}, state_->identities.front()};
 }
 
 Result<void> MultiFileSystem::checkName(BasicStringRef resourceName) {
   return checkResourceName(resourceName);
 }
 
-Result<RootedPath> MultiFileSystem::find(BasicStringRef resourceName) const {
+Result<files::RootedPath> MultiFileSystem::find(BasicStringRef resourceName) const {
   return state_->placeOf(resourceName, false);
 }
 
@@ -196,7 +197,7 @@ bool MultiFileSystem::holdNoFile(BasicStringRef resourceName) const {
   return true;
 }
 
-Result<RootedPath> MultiFileSystem::locationFor(BasicStringRef resourceName) const {
+Result<files::RootedPath> MultiFileSystem::locationFor(BasicStringRef resourceName) const {
   return state_->placeOf(resourceName, true);
 }
 
@@ -241,7 +242,7 @@ Result<SmartPointer<DataSection>> openResource(BasicStringRef path) {
   return SectionCache::instance().open(path, false, nullptr);
 }
 
-Result<SmartPointer<DataSection>> readSection(const RootedPath& place) {
+Result<SmartPointer<DataSection>> readSection(const files::RootedPath& place) {
   auto document = SectionDocument::read(place);
   if (!document) return std::move(document).fault();
   return SmartPointer<DataSection>(new XmlSection(*document, (*document)->tree().root()));

@@ -3,8 +3,8 @@
 #include <core/result.h>
 #include <core/smart_pointer.h>
 #include <core/string_ref.h>
+#include <files/rooted_path.h>
 #include <resources/data_section.h>
-#include <resources/files/rooted_path.h>
 
 #include <filesystem>
 #include <memory>
@@ -40,17 +40,17 @@ class MultiFileSystem {
   /// when its name is refused, and when what the first root has in its place cannot be used: a link to
   /// nothing or to a place outside the root, or what cannot be examined. It is a clause about the name
   /// ("leads out of its root through a link").
-  Result<RootedPath> find(BasicStringRef resourceName) const;
+  Result<files::RootedPath> find(BasicStringRef resourceName) const;
 
   /// The first root, in which resources are made, as it was taken; empty without roots.
-  std::optional<RootedPath> firstRoot() const;
+  std::optional<files::RootedPath> firstRoot() const;
 
   /// Whether it is certain that no root has a file in the place of the resource: nothing is there, no regular
   /// file, or a link that leads to nothing. False where a place cannot be examined, which may hold one.
   bool holdNoFile(BasicStringRef resourceName) const;
 
   /// Where a resource is, or would be made in the first root. The faults of find; `missing` without roots.
-  Result<RootedPath> locationFor(BasicStringRef resourceName) const;
+  Result<files::RootedPath> locationFor(BasicStringRef resourceName) const;
 
   /// A fault when the name can never name a resource: a clause about it ("is absolute").
   static Result<void> checkName(BasicStringRef resourceName);
@@ -99,7 +99,7 @@ Result<SmartPointer<DataSection>> openResource(BasicStringRef path);
 
 /// Reads a file as a document of its own, whatever the roots are and what is kept of it. Never null; a fault
 /// of the kind `malformed` when the file is no document.
-Result<SmartPointer<DataSection>> readSection(const RootedPath& place);
+Result<SmartPointer<DataSection>> readSection(const files::RootedPath& place);
 
 }  // namespace Utils
 }  // namespace Tal::FS

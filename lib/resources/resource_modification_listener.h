@@ -1,6 +1,7 @@
 #pragma once
 
 #include <core/string_ref.h>
+#include <watch/resource_change.h>
 
 namespace Tal {
 
@@ -12,7 +13,7 @@ namespace Tal {
 /// pump, and what was not delivered by then is not told.
 class ResourceModificationListener {
  public:
-  enum class Action { added, modified, removed };
+  using Action = watch::Action;
 
   ResourceModificationListener() = default;
   ResourceModificationListener(const ResourceModificationListener&) = delete;

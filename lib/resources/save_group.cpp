@@ -1,9 +1,9 @@
 #include <core/debug_message.h>
 #include <core/display_text.h>
+#include <files/system_fault.h>
 #include <resources/documents/save_queue.h>
 #include <resources/documents/section_cache.h>
 #include <resources/file_system.h>
-#include <resources/files/system_fault.h>
 #include <resources/report.h>
 #include <resources/save_group.h>
 
@@ -53,17 +53,17 @@ Result<void> SaveQueue::lock(const std::filesystem::path& file) {
 }
 
 // The system would make a second lock of the same process wait for the first.
-Result<std::shared_ptr<const FileLock>> SaveQueue::hold(const std::filesystem::path& file) {
+Result<std::shared_ptr<const files::FileLock>> SaveQueue::hold(const std::filesystem::path& file) {
   std::erase_if(shared_, [](const auto& lock) { return lock.expired(); });
-  const std::optional<FileIdentity> identity = identityAt(file);
+  const std::optional<files::FileIdentity> identity = files::identityAt(file);
   if (!identity && errno != ENOENT && errno != ENOTDIR)
-    return unsaved(file, failedStep("examining", file, errno));
+    return unsaved(file, files::failedStep("examining", file, errno));
   for (const auto& lock : shared_)  // a file may have several names
     if (auto known = lock.lock(); known && identity && known->isOf(*identity)) return known;
-  auto made = FileLock::acquire(file, patience_);
+  auto made = files::FileLock::acquire(file, patience_);
   if (!made) return unsaved(file, std::move(made).fault());
   if (!made->absence().empty()) warnOfNoLock(file, made->absence());
-  auto lock = std::make_shared<const FileLock>(*std::move(made));
+  auto lock = std::make_shared<const files::FileLock>(*std::move(made));
   shared_.push_back(lock);
   return lock;
 }

@@ -8,7 +8,9 @@
 
 namespace Tal {
 
+namespace files {
 class FileLock;
+}
 
 /// Gathers the saves of a scope: while a group is open, DataSection::save only notes the document, and each
 /// noted document is written once when the group is committed. A file that is opened while a group is open is
@@ -53,11 +55,11 @@ class SaveLock {
   static Result<SaveLock> acquire(BasicStringRef resourceName);
 
  private:
-  SaveLock(std::shared_ptr<const FileLock> lock, std::shared_ptr<const void> pin) noexcept
+  SaveLock(std::shared_ptr<const files::FileLock> lock, std::shared_ptr<const void> pin) noexcept
       : lock_(std::move(lock)), pin_(std::move(pin)) {}
 
-  std::shared_ptr<const FileLock> lock_;  ///< null when none is needed or there is none to be had
-  std::shared_ptr<const void> pin_;       ///< of the document
+  std::shared_ptr<const files::FileLock> lock_;  ///< null when none is needed or there is none to be had
+  std::shared_ptr<const void> pin_;              ///< of the document
 };
 
 }  // namespace Tal

@@ -1,5 +1,5 @@
 #include <resources/storable_text.h>
-#include <resources/xml/text.h>
+#include <xml/text.h>
 
 #include <cstdint>
 
@@ -7,13 +7,13 @@ namespace Tal {
 
 bool isStorable(BasicStringRef value) noexcept {
   while (!value.empty())
-    if (Xml::takeCharacter(value) == 0) return false;
+    if (xml::takeCharacter(value) == 0) return false;
   return true;
 }
 
 std::string escapedText(BasicStringRef value) {
   constexpr std::uint32_t kLargestCharacter = 0x10ffff;
-  return Xml::escaped(value, kLargestCharacter);
+  return xml::escaped(value, kLargestCharacter);
 }
 
 }  // namespace Tal

@@ -21,15 +21,15 @@ struct PrivateFolder {
   std::array<std::string_view, 3> users;  ///< the folders of the files that may include them; some empty
 };
 
-constexpr std::array<PrivateFolder, 4> kPrivateFolders = {
+constexpr std::array<PrivateFolder, 3> kPrivateFolders = {
     {{"destructibles/ks_destructibles_helper/", {"lib/destructibles/", "tests/destructibles/", {}}},
      {"resources/documents/", {"lib/resources/", "tests/resources/", {}}},
-     {"resources/watch/", {"lib/resources/", "tests/resources/", {}}},
-     {"resources/xml/", {"lib/resources/", "tests/resources/", "tests/fuzz/"}}}};
+     {"resources/monitoring/", {"lib/resources/", "tests/resources/", {}}}}};
 
 /// The rooms of lib/, lowest floor first.
-constexpr std::array<std::string_view, 10> kFloors = {
-    "core", "ks", "tyk", "mio", "resources", "model", "render", "scene", "destructibles", "authoring"};
+constexpr std::array<std::string_view, 13> kFloors = {
+    "core",      "ks",    "tyk",    "mio",   "files",         "xml",      "watch",
+    "resources", "model", "render", "scene", "destructibles", "authoring"};
 
 /// The headers of a library, by the beginning of their names, and the folders whose .cpp files may include
 /// them.
@@ -42,21 +42,21 @@ struct Library {
 constexpr std::array<Library, 22> kLibraries = {{
     {"spdlog/", "spdlog", {"lib/core/"}},
     {"fmt/", "fmt", {"lib/core/", "apps/"}},
-    {"expat", "expat", {"lib/resources/"}},
-    {"xxhash", "xxHash", {"lib/resources/"}},
+    {"expat", "expat", {"lib/xml/"}},
+    {"xxhash", "xxHash", {"lib/files/"}},
     {"tiny_gltf", "tinygltf", {"lib/model/"}},
     {"nlohmann/", "nlohmann-json", {"lib/model/", "apps/"}},
     {"CLI/", "CLI11", {"apps/"}},
     {"Qt", "Qt", {"apps/editor/"}},
     {"pthread.h", "the operating system", {"lib/core/"}},
     {"sys/mman.h", "the operating system", {"lib/core/"}},
-    {"sys/", "the operating system", {"lib/resources/", "apps/"}},
-    {"dirent.h", "the operating system", {"lib/resources/", "apps/"}},
-    {"fcntl.h", "the operating system", {"lib/resources/", "apps/"}},
-    {"linux/", "the operating system", {"lib/resources/", "apps/"}},
-    {"poll.h", "the operating system", {"lib/resources/", "apps/"}},
+    {"sys/", "the operating system", {"lib/files/", "lib/watch/", "apps/"}},
+    {"dirent.h", "the operating system", {"lib/files/", "lib/watch/", "apps/"}},
+    {"fcntl.h", "the operating system", {"lib/files/", "lib/watch/", "apps/"}},
+    {"linux/", "the operating system", {"lib/files/", "lib/watch/", "apps/"}},
+    {"poll.h", "the operating system", {"lib/files/", "lib/watch/", "apps/"}},
     {"signal.h", "the operating system", {"apps/"}},
-    {"unistd.h", "the operating system", {"lib/resources/", "apps/"}},
+    {"unistd.h", "the operating system", {"lib/files/", "lib/watch/", "apps/"}},
     {"pugixml", "pugixml", {}},
     {"boost/", "Boost", {}},
     {"benchmark/", "Google Benchmark", {}},

@@ -33,7 +33,8 @@ TEST(TheHouse, StandsWhenEveryRoomIncludesDownwards) {
                   {"lib/core/a.cpp", "#include <core/a.h>\n#include <spdlog/spdlog.h>\n"},
                   {"lib/ks/b.h", "#include <core/a.h>\n#include <functional>\n"},
                   {"lib/mio/c.h", "#include <core/a.h>\n#include <ks/b.h>\n"},
-                  {"lib/resources/d.cpp", "#include <core/a.h>\n#include <expat.h>\n#include <sys/stat.h>\n"},
+                  {"lib/xml/d.cpp", "#include <core/a.h>\n#include <expat.h>\n"},
+                  {"lib/files/h.cpp", "#include <core/a.h>\n#include <sys/stat.h>\n"},
                   {"lib/render/e.h", "#include <core/a.h>\n"},
                   {"lib/authoring/f.h", "#include <mio/c.h>\n#include <render/e.h>\n"},
                   {"apps/cli/g.h", "#include <authoring/f.h>\n#include <nlohmann/json.hpp>\n"},
@@ -86,7 +87,7 @@ TEST(TheHouse, KeepsThePrivateHeadersOfARoomToItsOwnFilesAndTests) {
   for (const std::string& room : {std::string("destructibles"), std::string("resources")}) {
     const support::TemporaryFolder tree;
     const std::string header =
-        room == "resources" ? "resources/xml/a.h" : "destructibles/ks_destructibles_helper/a.h";
+        room == "resources" ? "resources/documents/a.h" : "destructibles/ks_destructibles_helper/a.h";
     tree.write("lib/" + header, "#pragma once\n");
     tree.write("lib/" + room + "/shown.h", "#pragma once\n");
     for (const std::string& path :
@@ -105,10 +106,9 @@ TEST(TheHouse, RefusesAThirdPartyHeaderInAHeader) {
   EXPECT_THAT(
       breachesOf({{"lib/core/a.h", "#include <spdlog/fmt/fmt.h>\n"}}),
       ElementsAre("lib/core/a.h:2: <spdlog/fmt/fmt.h> shows spdlog in a header; only .cpp files may"));
-  EXPECT_THAT(
-      breachesOf({{"lib/resources/a.h", "#include <sys/stat.h>\n"}}),
-      ElementsAre("lib/resources/a.h:2: <sys/stat.h> shows the operating system in a header; only .cpp "
-                  "files may"));
+  EXPECT_THAT(breachesOf({{"lib/files/a.h", "#include <sys/stat.h>\n"}}),
+              ElementsAre("lib/files/a.h:2: <sys/stat.h> shows the operating system in a header; only .cpp "
+                          "files may"));
 }
 
 TEST(TheHouse, RefusesAThirdPartyLibraryOutsideItsRoom) {

@@ -110,7 +110,7 @@ TEST_F(Catalogue, IsRefusedWithoutResourceRootsWithWhatToDo) {
 }
 
 TEST_F(Catalogue, TellsAnotherVersionOfTheDatabaseByItsIdentity) {
-  const std::optional<FileIdentity> before = databaseIdentity();
+  const std::optional<files::FileIdentity> before = databaseIdentity();
   ASSERT_TRUE(before.has_value());
   EXPECT_EQ(databaseIdentity(), before);
   writeDatabase("<root><fragiles/></root>");

@@ -2,7 +2,7 @@
 #include <authoring/gone_model.h>
 #include <authoring/program_that_saves.h>
 #include <authoring/session_fixture.h>
-#include <resources/files/file_lock.h>
+#include <files/file_lock.h>
 #include <resources/save_group.h>
 #include <resources/save_patience.h>
 #include <support/full_disk.h>
@@ -255,7 +255,7 @@ TEST_F(AGoneModel, IsRemovedFromWhatAnotherProgramIsJustSaving) {
 TEST_F(AGoneModel, StaysWhileAnotherProgramDoesNotComeToAnEndWithItsSave) {
   writeDatabase(kOneEntry);
   const SavePatience patience(std::chrono::milliseconds(10));
-  const auto other = FileLock::acquire(root_ / kDatabase, std::chrono::seconds(9));
+  const auto other = files::FileLock::acquire(root_ / kDatabase, std::chrono::seconds(9));
   ASSERT_TRUE(other);
   EXPECT_THAT(
       faultText(removeGoneModel(kGone)),

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <authoring/session_fixture.h>
-#include <resources/files/file_lock.h>
+#include <files/file_lock.h>
 
 #include <chrono>
 #include <optional>
@@ -16,7 +16,7 @@ namespace Tal::authoring {
 class ProgramThatSaves {
  public:
   ProgramThatSaves(const support::MountedRoot& folder, const std::string& text) {
-    auto lock = FileLock::acquire(folder / "scripts/destructibles.xml", std::chrono::seconds(9));
+    auto lock = files::FileLock::acquire(folder / "scripts/destructibles.xml", std::chrono::seconds(9));
     EXPECT_TRUE(lock);
     if (lock) lock_ = *std::move(lock);
     rest_ = std::thread([this, &folder, text] {
@@ -30,7 +30,7 @@ class ProgramThatSaves {
   ProgramThatSaves& operator=(const ProgramThatSaves&) = delete;
 
  private:
-  std::optional<FileLock> lock_;
+  std::optional<files::FileLock> lock_;
   std::thread rest_;
 };
 

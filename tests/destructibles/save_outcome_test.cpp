@@ -1,5 +1,5 @@
 #include <destructibles/fixture.h>
-#include <resources/files/file_lock.h>
+#include <files/file_lock.h>
 #include <resources/save_patience.h>
 #include <support/full_disk.h>
 
@@ -340,7 +340,7 @@ TEST_F(TheOutcomeOfASave, AgainstALockThatStaysIsAFailureThatNamesItsHolderAndKe
   messages_.clear();
   {
     // Locks are between open files, so that this process can be the other one too.
-    const auto lock = FileLock::acquire(root_ / kDatabase, std::chrono::milliseconds(0));
+    const auto lock = files::FileLock::acquire(root_ / kDatabase, std::chrono::milliseconds(0));
     ASSERT_TRUE(lock);
     constexpr std::chrono::milliseconds kPatience{50};
     const SavePatience patience(kPatience);

@@ -1,8 +1,8 @@
 // Processes that import are killed at random moments.
 
 #include <durability/victim.h>
+#include <files/atomic_file.h>
 #include <model/gltf_import.h>
-#include <resources/files/atomic_file.h>
 #include <support/temporary_folder.h>
 
 #include <gmock/gmock.h>
@@ -106,7 +106,7 @@ class AKilledImport : public testing::Test {
     if (!fs::exists(root / "content")) return;
     for (const auto& entry : fs::directory_iterator(root / "content")) {
       const std::string name = entry.path().filename().string();
-      EXPECT_TRUE(Tal::isTemporaryName(name) || entry.path().stem() == "a") << name;
+      EXPECT_TRUE(Tal::files::isTemporaryName(name) || entry.path().stem() == "a") << name;
     }
   }
 

@@ -4,8 +4,8 @@
 #include <support/utf16.h>
 
 #include <destructibles/fixture.h>
+#include <files/file_identity.h>
 #include <resources/data_section_cache.h>
-#include <resources/file_identity.h>
 
 #include <algorithm>
 #include <functional>
@@ -312,11 +312,13 @@ std::string shown(const std::string& bytes) {
 
 class ASaveKeepsTheBytes : public DestructiblesTest, public testing::WithParamInterface<Dress> {
  protected:
-  FileIdentity identity() const { return identityAt(root_ / kDatabase).value_or(FileIdentity()); }
+  files::FileIdentity identity() const {
+    return files::identityAt(root_ / kDatabase).value_or(files::FileIdentity());
+  }
 
   /// Saves; the result says whether the file was touched.
   bool isTouchedBySaving(Helper& helper) const {
-    const FileIdentity before = identity();
+    const files::FileIdentity before = identity();
     EXPECT_EQ(helper.saveConfig(), helper.destructibleType() != DT_NON_DESTRUCTIBLE);
     return identity() != before;
   }
@@ -449,9 +451,9 @@ TEST_F(ASaveOfAnIrregularFile, KeepsTheBytesThatNoEditTouches) {
     one.make(*open);
     open->saveConfig();
     EXPECT_EQ(readDatabase(), one.after);
-    const std::optional<FileIdentity> identity = identityAt(root_ / kDatabase);
+    const std::optional<files::FileIdentity> identity = files::identityAt(root_ / kDatabase);
     open->saveConfig();
-    EXPECT_TRUE(identityAt(root_ / kDatabase) == identity) << "saving twice is saving once";
+    EXPECT_TRUE(files::identityAt(root_ / kDatabase) == identity) << "saving twice is saving once";
   }
 }
 

@@ -3,8 +3,8 @@
 #include <core/debug_message.h>
 #include <durability/town.h>
 #include <durability/victim.h>
-#include <resources/files/atomic_file.h>
-#include <resources/files/file_lock.h>
+#include <files/atomic_file.h>
+#include <files/file_lock.h>
 #include <resources/save_group.h>
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
@@ -130,7 +130,7 @@ class KilledSaves : public testing::Test {
 
   bool isNobodyHoldingIt() const {
     const bool isFree =
-        static_cast<bool>(Tal::FileLock::acquire(root_ / kDatabase, std::chrono::milliseconds(0)));
+        static_cast<bool>(Tal::files::FileLock::acquire(root_ / kDatabase, std::chrono::milliseconds(0)));
     EXPECT_TRUE(isFree);
     return isFree;
   }
@@ -140,7 +140,7 @@ class KilledSaves : public testing::Test {
     std::vector<fs::path> files;
     for (const auto& entry : fs::directory_iterator(root_ / "scripts")) {
       if (entry.path() == root_ / kDatabase) continue;
-      EXPECT_TRUE(Tal::isTemporaryName(entry.path().filename().string())) << entry.path();
+      EXPECT_TRUE(Tal::files::isTemporaryName(entry.path().filename().string())) << entry.path();
       files.push_back(entry.path());
     }
     return files;

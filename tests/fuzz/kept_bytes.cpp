@@ -1,6 +1,6 @@
 #include <fuzz/fuzz_support.h>
 #include <fuzz/kept_bytes.h>
-#include <resources/xml/transcoding.h>
+#include <xml/transcoding.h>
 
 #include <algorithm>
 #include <optional>
@@ -123,9 +123,9 @@ class Comparison {
 }  // namespace
 
 std::string textOf(const std::string& bytes) {
-  const auto encoding = Tal::Xml::detectEncoding(bytes);
+  const auto encoding = Tal::xml::detectEncoding(bytes);
   require(static_cast<bool>(encoding), "what is written has an encoding that can be read");
-  const auto text = Tal::Xml::toUtf8(Tal::ByteBuffer::copyOf(bytes), *encoding);
+  const auto text = Tal::xml::toUtf8(Tal::files::ByteBuffer::copyOf(bytes), *encoding);
   require(static_cast<bool>(text), "what is written is valid in its encoding");
   return std::string(text->view());
 }

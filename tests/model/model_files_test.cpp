@@ -50,7 +50,7 @@ using AnImport = support::ImportFixture;
 
 TEST_F(AnImport, IntoAFolderThatHasTakenThePlaceOfTheRootIsRefused) {
   writeSource(cubeBuilder().glb());
-  const auto taken = identityAt(root());
+  const auto taken = files::identityAt(root());
   std::filesystem::rename(root(), folder_ / "moved");
   std::filesystem::create_directory(root());
   EXPECT_THAT(refusal({.takenRoot = taken}), testing::HasSubstr("is not the folder any more that it was"));

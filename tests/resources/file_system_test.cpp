@@ -21,16 +21,16 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-fs::path pathOf(const Tal::Result<Tal::RootedPath>& place) {
+fs::path pathOf(const Tal::Result<Tal::files::RootedPath>& place) {
   return place ? place->path() : fs::path("none");
 }
 
 /// Why a place cannot be used: a clause about the name.
-std::string faultOf(const Tal::Result<Tal::RootedPath>& place) {
+std::string faultOf(const Tal::Result<Tal::files::RootedPath>& place) {
   return place ? "none" : place.fault().what;
 }
 
-bool isMissing(const Tal::Result<Tal::RootedPath>& place) {
+bool isMissing(const Tal::Result<Tal::files::RootedPath>& place) {
   return !place && place.fault().kind == Tal::FaultKind::missing;
 }
 

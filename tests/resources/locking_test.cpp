@@ -1,7 +1,7 @@
 #include "save_patience.h"
 
+#include <files/file_lock.h>
 #include <resources/data_section.h>
-#include <resources/files/file_lock.h>
 #include <resources/save_group.h>
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
@@ -28,7 +28,7 @@ namespace {
 namespace fs = std::filesystem;
 using support::MountedRoot;
 using support::openResource;
-using Tal::FileLock;
+using Tal::files::FileLock;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -102,15 +102,15 @@ TEST(AFileLock, IsWaitedForAsLongAsOneIsPatientAndNamesItsHolder) {
 TEST(TheLockOfAnOpenFolder, IsWaitedForAsLongAsOneIsPatientAndNamesItsHolder) {
   const MountedRoot root;
   const support::TemporaryFolder signs;
-  const Tal::FileDescriptor folder(open(root.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const Tal::files::FileDescriptor folder(open(root.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   const Child other = holderOf(root.path(), signs / "sign");
   awaitFile(signs / "sign");
-  const auto lock = Tal::waitForLock(folder.get(), kShort);
+  const auto lock = Tal::files::waitForLock(folder.get(), kShort);
   ASSERT_FALSE(lock);
   EXPECT_EQ(lock.fault().what, nameOf(other) + " is writing there and does not come to an end");
   other.killHard();
   other.wait();
-  EXPECT_TRUE(Tal::waitForLock(folder.get(), kLong));
+  EXPECT_TRUE(Tal::files::waitForLock(folder.get(), kLong));
 }
 
 TEST(AFileLock, EndsWithTheProcessHoweverThatEnds) {
@@ -331,7 +331,7 @@ TEST(ASave, ByAProcessOfTheNumberOfAKilledOneRemovesWhatThatLeftToo) {
 
 TEST(ASave, TakesAnotherNameWhenThatOfItsTemporaryFileIsTaken) {
   const MountedRoot root("a.xml", "<r>1</r>");
-  const std::string latest = Tal::temporaryNameFor("a.xml");
+  const std::string latest = Tal::files::temporaryNameFor("a.xml");
   const std::size_t number = latest.rfind('-') + 1;
   const int next = std::stoi(latest.substr(number)) + 1;
   std::vector<std::string> expected = {"a.xml"};

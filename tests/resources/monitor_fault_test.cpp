@@ -5,7 +5,7 @@
 #include <support/message_recorder.h>
 #include <support/temporary_folder.h>
 
-#include <resources/watch/resource_monitor.h>
+#include <resources/monitoring/resource_monitor.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 #include "recording_listener.h"
 
-#include <resources/watch/change_collector.h>
-#include <resources/watch/resource_modification_notifier.h>
+#include <resources/monitoring/resource_modification_notifier.h>
+#include <watch/change_collector.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,11 +13,11 @@
 
 namespace {
 
-using Tal::ResourceChange;
 using Tal::ResourceModificationNotifier;
+using Tal::watch::ResourceChange;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Action = Tal::ResourceModificationListener::Action;
+using Action = Tal::watch::Action;
 
 std::vector<ResourceChange> changesOf(const std::vector<std::string>& names) {
   std::vector<ResourceChange> changes;
@@ -139,7 +139,7 @@ TEST(ADelivery, IsFramedByItsHooksAndNoneIsMadeOfNothing) {
   EXPECT_THAT(listener.calls, ElementsAre("begin", "a", "b", "end"));
 }
 
-std::vector<std::string> taken(Tal::FS::ChangeCollector& collector) {
+std::vector<std::string> taken(Tal::watch::ChangeCollector& collector) {
   std::vector<std::string> lines;
   const std::vector<std::string> verbs = {"added ", "modified ", "removed "};
   for (const ResourceChange& change : collector.take())
@@ -149,7 +149,7 @@ std::vector<std::string> taken(Tal::FS::ChangeCollector& collector) {
 }
 
 TEST(TheCollector, MakesOneChangeOfWhatHappensToAResource) {
-  Tal::FS::ChangeCollector collector({"/one", "/two"});
+  Tal::watch::ChangeCollector collector({"/one", "/two"});
   collector.noteModified(1, "b");
   collector.noteAdded(0, "z");
   collector.noteRemoved(0, "a");
@@ -165,7 +165,7 @@ TEST(TheCollector, MakesOneChangeOfWhatHappensToAResource) {
 }
 
 TEST(TheCollector, KeepsADoubtAboutAResource) {
-  Tal::FS::ChangeCollector collector({"/one"});
+  Tal::watch::ChangeCollector collector({"/one"});
   constexpr bool kIsDoubtful = true;
   collector.noteModified(0, "a", kIsDoubtful);
   collector.noteModified(0, "a");
@@ -177,7 +177,7 @@ TEST(TheCollector, KeepsADoubtAboutAResource) {
 }
 
 TEST(TheCollector, TellsOfTheFirstProblemOnce) {
-  Tal::FS::ChangeCollector collector({"/one"});
+  Tal::watch::ChangeCollector collector({"/one"});
   EXPECT_EQ(collector.takeProblem(), "");
   collector.noteProblem("first");
   collector.noteProblem("second");

@@ -2,8 +2,8 @@
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
 
+#include <files/file_identity.h>
 #include <resources/data_section_cache.h>
-#include <resources/file_identity.h>
 #include <resources/save_group.h>
 
 #include <gmock/gmock.h>
@@ -49,10 +49,10 @@ TEST(ASave, DoesNotOverwriteAChangeThatTheFilesTimesAreTooCoarseToTell) {
     ASSERT_TRUE(file);
     file.get()[3] = '2';
     const auto section = openResource("a.xml");
-    const auto identity = Tal::identityAt(root / "a.xml");
+    const auto identity = Tal::files::identityAt(root / "a.xml");
     section->setValue("mine");
     file.get()[3] = '3';
-    const bool isToldByTimes = Tal::identityAt(root / "a.xml") != identity;
+    const bool isToldByTimes = Tal::files::identityAt(root / "a.xml") != identity;
     EXPECT_FALSE(section->save());
     EXPECT_EQ(root.read("a.xml"), "<r>3</r>");
     isSeen = !isToldByTimes;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <resources/files/atomic_file.h>
+#include <files/atomic_file.h>
 
 #include <filesystem>
 #include <optional>
@@ -10,9 +10,9 @@ namespace support {
 /// Replaces a file in a folder as a save does.
 inline Tal::Result<void> replaceFileIn(const std::filesystem::path& folder, const std::filesystem::path& name,
                                        Tal::BasicStringRef content) {
-  const auto place = Tal::OpenPlace::open({folder, name});
+  const auto place = Tal::files::OpenPlace::open({folder, name});
   if (!place) return place.fault();
-  return Tal::replaceFile(*place, content);
+  return Tal::files::replaceFile(*place, content);
 }
 
 }  // namespace support

@@ -2,8 +2,8 @@
 
 #include <core/smart_pointer.h>
 #include <core/string_ref.h>
+#include <files/file_lock.h>
 #include <resources/documents/section_document.h>
-#include <resources/files/file_lock.h>
 
 #include <chrono>
 #include <filesystem>
@@ -34,7 +34,7 @@ class SaveQueue {
 
   /// Locks `file` against other programs; shared within this process. A fault when another program does not
   /// let go of it.
-  Result<std::shared_ptr<const FileLock>> hold(const std::filesystem::path& file);
+  Result<std::shared_ptr<const files::FileLock>> hold(const std::filesystem::path& file);
 
   /// Has that lock until the outermost group closes; a group must be open.
   Result<void> lock(const std::filesystem::path& file);
@@ -63,8 +63,8 @@ class SaveQueue {
   int depth_ = 0;
   bool isValueRefused_ = false;
   std::vector<Save> saves_;
-  std::map<std::filesystem::path, std::shared_ptr<const FileLock>> locks_;  ///< of the open group
-  std::vector<std::weak_ptr<const FileLock>> shared_;                       ///< those that anybody has
+  std::map<std::filesystem::path, std::shared_ptr<const files::FileLock>> locks_;  ///< of the open group
+  std::vector<std::weak_ptr<const files::FileLock>> shared_;                       ///< those that anybody has
   std::set<std::filesystem::path> unlockable_;  ///< those whose file system was said to have no locks
   std::chrono::milliseconds patience_{10'000};
 };

@@ -1,10 +1,10 @@
 #include <core/display_text.h>
+#include <files/system_fault.h>
 #include <resources/data_section_cache.h>
 #include <resources/documents/save_queue.h>
 #include <resources/documents/section_cache.h>
 #include <resources/documents/xml_section.h>
 #include <resources/file_system.h>
-#include <resources/files/system_fault.h>
 #include <resources/report.h>
 #include <resources/resource_name.h>
 
@@ -92,13 +92,13 @@ Result<SmartPointer<DataSection>> SectionCache::open(BasicStringRef resourceName
     fault.what = "the resource name " + quotedName(resourceName) + ' ' + fault.what;
     return fault;
   }
-  if (const auto identity = identityAt(place->path())) {
+  if (const auto identity = files::identityAt(place->path())) {
     auto document = documentOf(*place, *identity);
     if (!document) return std::move(document).fault();
     return handOut(*document);
   }
   if (const int code = errno; code != ENOENT && code != ENOTDIR) {
-    Fault fault = failedReading("cannot examine the file", code);
+    Fault fault = files::failedReading("cannot examine the file", code);
     fault.file = shownName(name);
     fault.remedy += " and open it again";
     return fault;
@@ -116,7 +116,7 @@ void SectionCache::report(BasicStringRef resourceName, const Fault& fault) {
   reportRefusal(textOf(fault));
 }
 
-SmartPointer<SectionDocument> SectionCache::newDocument(const RootedPath& place) {
+SmartPointer<SectionDocument> SectionCache::newDocument(const files::RootedPath& place) {
   Entry& entry = entries_[place.name.native()];
   const bool isMade = entry.document && !entry.document->identity();
   if (!isMade) {
@@ -126,8 +126,8 @@ SmartPointer<SectionDocument> SectionCache::newDocument(const RootedPath& place)
   return entry.document;
 }
 
-Result<SmartPointer<SectionDocument>> SectionCache::documentOf(const RootedPath& place,
-                                                               const FileIdentity& identity) {
+Result<SmartPointer<SectionDocument>> SectionCache::documentOf(const files::RootedPath& place,
+                                                               const files::FileIdentity& identity) {
   Entry& entry = entries_[place.name.native()];
   entry.isPinned = !entry.pin.expired();
   if (entry.document && entry.document->isCurrent(place, identity)) return entry.document;
@@ -141,7 +141,7 @@ Result<SmartPointer<SectionDocument>> SectionCache::documentOf(const RootedPath&
         isRefused && entry.refused->isReported && textOf(entry.refused->fault) == textOf(fault);
     entry.refused = std::nullopt;
     if (fault.kind == FaultKind::malformed)
-      entry.refused = Refused{identity, fault, isRecent(identity), isReported};
+      entry.refused = Refused{identity, fault, files::isRecent(identity), isReported};
     return fault;
   }
   entry.document = *std::move(document);

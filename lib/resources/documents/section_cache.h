@@ -1,9 +1,9 @@
 #pragma once
 
 #include <core/result.h>
+#include <files/rooted_path.h>
 #include <resources/data_section.h>
 #include <resources/documents/section_document.h>
-#include <resources/files/rooted_path.h>
 
 #include <functional>
 #include <map>
@@ -43,7 +43,7 @@ class SectionCache {
 
   /// A file that is no document.
   struct Refused {
-    FileIdentity version;
+    files::FileIdentity version;
     Fault fault;
     bool isRecent;            ///< another version may have the same identity
     bool isReported = false;  ///< that fault of it was logged
@@ -59,9 +59,10 @@ class SectionCache {
   };
 
  private:
-  Result<SmartPointer<SectionDocument>> documentOf(const RootedPath& place, const FileIdentity& identity);
+  Result<SmartPointer<SectionDocument>> documentOf(const files::RootedPath& place,
+                                                   const files::FileIdentity& identity);
   /// The document of a file that is not there yet.
-  SmartPointer<SectionDocument> newDocument(const RootedPath& place);
+  SmartPointer<SectionDocument> newDocument(const files::RootedPath& place);
 
   std::map<std::string, Entry, std::less<>> entries_;
 };

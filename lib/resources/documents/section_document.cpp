@@ -1,12 +1,12 @@
 #include <core/display_text.h>
+#include <files/atomic_file.h>
+#include <files/file_read.h>
 #include <resources/documents/section_document.h>
 #include <resources/file_system.h>
-#include <resources/files/atomic_file.h>
-#include <resources/files/file_read.h>
 #include <resources/report.h>
 #include <resources/resource_name.h>
-#include <resources/xml/parser.h>
-#include <resources/xml/transcoding.h>
+#include <xml/parser.h>
+#include <xml/transcoding.h>
 
 #include <utility>
 
@@ -31,19 +31,20 @@ BasicStringRef outcomeOf(const Fault& fault) {
 }
 
 struct Parsed {
-  Xml::Tree tree;
-  Xml::Encoding encoding = Xml::Encoding::utf8;
-  std::optional<Fingerprint> converted;  ///< of the file's bytes, where the encoding may make others of them
+  xml::Tree tree;
+  xml::Encoding encoding = xml::Encoding::utf8;
+  std::optional<files::Fingerprint>
+      converted;  ///< of the file's bytes, where the encoding may make others of them
 };
 
-Result<Parsed> parsedFrom(ByteBuffer bytes) {
-  const auto encoding = Xml::detectEncoding(bytes.view());
+Result<Parsed> parsedFrom(files::ByteBuffer bytes) {
+  const auto encoding = xml::detectEncoding(bytes.view());
   if (!encoding) return encoding.fault();
-  std::optional<Fingerprint> converted;
-  if (*encoding != Xml::Encoding::utf8) converted = fingerprintOf(PiecedText(bytes.view()));
-  Result<ByteBuffer> utf8 = Xml::toUtf8(std::move(bytes), *encoding);
+  std::optional<files::Fingerprint> converted;
+  if (*encoding != xml::Encoding::utf8) converted = fingerprintOf(files::PiecedText(bytes.view()));
+  Result<files::ByteBuffer> utf8 = xml::toUtf8(std::move(bytes), *encoding);
   if (!utf8) return std::move(utf8).fault();
-  Result<Xml::Tree> tree = Xml::parse(*std::move(utf8));
+  Result<xml::Tree> tree = xml::parse(*std::move(utf8));
   if (!tree) return std::move(tree).fault();
   return Parsed{*std::move(tree), *encoding, converted};
 }
@@ -53,44 +54,44 @@ Result<Parsed> parsedFrom(ByteBuffer bytes) {
 /// What a file holds or is to hold. What it was made from must stay as it is meanwhile.
 class SectionDocument::Bytes {
  public:
-  explicit Bytes(const FileContent& file) : text_(file.bytes.view()) {}
+  explicit Bytes(const files::FileContent& file) : text_(file.bytes.view()) {}
 
   /// What the document's own file is to hold.
   explicit Bytes(const SectionDocument& document)
-      : text_(document.tree_.pieces()), converted_(Xml::fromUtf8(text_, document.encoding_)) {
-    if (converted_) text_ = PiecedText(converted_->view());
+      : text_(document.tree_.pieces()), converted_(xml::fromUtf8(text_, document.encoding_)) {
+    if (converted_) text_ = files::PiecedText(converted_->view());
   }
   Bytes(const Bytes&) = delete;
   Bytes& operator=(const Bytes&) = delete;
 
-  const PiecedText& text() const noexcept { return text_; }
+  const files::PiecedText& text() const noexcept { return text_; }
 
   /// Computed once.
-  const Fingerprint& fingerprint() const {
+  const files::Fingerprint& fingerprint() const {
     if (!fingerprint_) fingerprint_ = fingerprintOf(text_);
     return *fingerprint_;
   }
 
  private:
-  PiecedText text_;
-  std::optional<ByteBuffer> converted_;  ///< what the text is made of, when that is not the tree
-  mutable std::optional<Fingerprint> fingerprint_;
+  files::PiecedText text_;
+  std::optional<files::ByteBuffer> converted_;  ///< what the text is made of, when that is not the tree
+  mutable std::optional<files::Fingerprint> fingerprint_;
 };
 
-SectionDocument::SectionDocument(const RootedPath& place, Xml::Tree tree, Xml::Encoding encoding,
-                                 std::optional<FileIdentity> identity)
+SectionDocument::SectionDocument(const files::RootedPath& place, xml::Tree tree, xml::Encoding encoding,
+                                 std::optional<files::FileIdentity> identity)
     : place_(place), tree_(std::move(tree)), encoding_(encoding) {
   noteIdentity(identity);
 }
 
-Result<SmartPointer<SectionDocument>> SectionDocument::read(const RootedPath& place) {
+Result<SmartPointer<SectionDocument>> SectionDocument::read(const files::RootedPath& place) {
   const auto refused = [&place](Fault fault, BasicStringRef rest, BasicStringRef remedy) {
     fault.file = shownName(place.name.native());
     fault.what += rest;
     fault.remedy = remedy;
     return fault;
   };
-  Result<FileContent> content = readFile(place.path(), Xml::kLargestSource);
+  Result<files::FileContent> content = files::readFile(place.path(), xml::kLargestSource);
   if (!content) return refused(content.fault(), "", content.fault().remedy + " and open it again");
   Result<Parsed> parsed = parsedFrom(std::move(content->bytes));
   if (!parsed) {
@@ -103,18 +104,18 @@ Result<SmartPointer<SectionDocument>> SectionDocument::read(const RootedPath& pl
   return document;
 }
 
-SmartPointer<SectionDocument> SectionDocument::make(const RootedPath& place) {
-  Result<Xml::Tree> tree = Xml::parse(ByteBuffer::copyOf(kEmptyDocument));
+SmartPointer<SectionDocument> SectionDocument::make(const files::RootedPath& place) {
+  Result<xml::Tree> tree = xml::parse(files::ByteBuffer::copyOf(kEmptyDocument));
   if (!tree) return nullptr;
-  return new SectionDocument(place, *std::move(tree), Xml::Encoding::utf8, std::nullopt);
+  return new SectionDocument(place, *std::move(tree), xml::Encoding::utf8, std::nullopt);
 }
 
-void SectionDocument::noteIdentity(const std::optional<FileIdentity>& identity) {
+void SectionDocument::noteIdentity(const std::optional<files::FileIdentity>& identity) {
   identity_ = identity;
-  isRecent_ = identity && isRecent(*identity);
+  isRecent_ = identity && files::isRecent(*identity);
 }
 
-bool SectionDocument::isCurrent(const RootedPath& place, const FileIdentity& now) {
+bool SectionDocument::isCurrent(const files::RootedPath& place, const files::FileIdentity& now) {
   if (place != place_) return false;  // another root's, which comes first now
   if (identity_ == now && !isRecent_) return true;
   return identity_ && identity_->size == now.size && isBaseInFile();
@@ -122,7 +123,7 @@ bool SectionDocument::isCurrent(const RootedPath& place, const FileIdentity& now
 
 bool SectionDocument::isBaseInFile() {
   BasicStringRef rest = base_ ? BasicStringRef() : tree_.source();
-  FingerprintMaker fingerprint;
+  files::FingerprintMaker fingerprint;
   const auto isSame = [&](BasicStringRef piece) {
     if (base_) {
       fingerprint.add(piece);
@@ -132,7 +133,7 @@ bool SectionDocument::isBaseInFile() {
     if (isNext) rest.remove_prefix(piece.size());
     return isNext;
   };
-  const std::optional<FileIdentity> identity = readPieces(place_.path(), isSame);
+  const std::optional<files::FileIdentity> identity = files::readPieces(place_.path(), isSame);
   if (!identity || !rest.empty()) return false;
   if (base_ && fingerprint.fingerprint() != *base_) return false;
   noteIdentity(identity);
@@ -146,7 +147,7 @@ std::uint64_t SectionDocument::contentStamp() {
   return contentStamp_ = ++lastStamp;
 }
 
-std::shared_ptr<const void> SectionDocument::derived(const AnyDerivation& derivation, Xml::NodeIndex node,
+std::shared_ptr<const void> SectionDocument::derived(const AnyDerivation& derivation, xml::NodeIndex node,
                                                      const DataSection& section) {
   const std::uint64_t revision = tree_.revision();
   if (!derived_) derived_ = std::make_shared<DerivedValues>();
@@ -169,7 +170,7 @@ std::optional<SectionDocument::SavedContent> SectionDocument::savedContent() {
 
 void SectionDocument::recognise(const SavedContent& saved) {
   if ((base_ ? base_->size : tree_.source().size()) != saved.bytes.size) return;
-  if ((base_ ? *base_ : fingerprintOf(PiecedText(tree_.source()))) != saved.bytes) return;
+  if ((base_ ? *base_ : fingerprintOf(files::PiecedText(tree_.source()))) != saved.bytes) return;
   stampedRevision_ = tree_.revision();
   contentStamp_ = saved.stamp;
 }
@@ -182,20 +183,20 @@ Result<void> SectionDocument::write(BasicStringRef resourceName) {
 Result<void> SectionDocument::writeOwn() {
   markSavePending();
   // Opened once: a link that is put there meanwhile leads nowhere else.
-  auto place = OpenPlace::open(place_);
+  auto place = files::OpenPlace::open(place_);
   Result<void> written = place ? writeOwnAt(*place) : Result<void>(place.fault());
   if (written) return written;
   const BasicStringRef rest = outcomeOf(written.fault());
   return failedSave(resourceName(), std::move(written).fault(), rest);
 }
 
-Result<void> SectionDocument::writeOwnAt(const OpenPlace& place) {
+Result<void> SectionDocument::writeOwnAt(const files::OpenPlace& place) {
   const Bytes bytes(*this);
   Result<void> written;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const auto standing = place.look();
     if (!standing) return standing.fault();
-    std::optional<FileIdentity> version = standing->file;
+    std::optional<files::FileIdentity> version = standing->file;
     if (version) {
       if (version != identity_ || isRecent_)
         if (auto adopted = adoptFile(place, bytes); !adopted) return adopted;
@@ -205,7 +206,7 @@ Result<void> SectionDocument::writeOwnAt(const OpenPlace& place) {
       }
       version = identity_;
     }
-    auto replaced = replaceVersion(place, bytes.text(), version);
+    auto replaced = files::replaceVersion(place, bytes.text(), version);
     if (replaced) {
       noteReplaced(bytes, *replaced);
       return std::move(replaced->flushed);
@@ -216,12 +217,12 @@ Result<void> SectionDocument::writeOwnAt(const OpenPlace& place) {
   return written;
 }
 
-Result<void> SectionDocument::adoptFile(const OpenPlace& place, const Bytes& bytes) {
-  Result<FileContent> content = readFile(place, Xml::kLargestSource);
+Result<void> SectionDocument::adoptFile(const files::OpenPlace& place, const Bytes& bytes) {
+  Result<files::FileContent> content = files::readFile(place, xml::kLargestSource);
   if (!content) return content.fault();
   const Bytes onDisk(*content);
   const bool isOurs = isBase(onDisk) || bytes.text() == content->bytes.view();
-  const Fingerprint fingerprint = onDisk.fingerprint();
+  const files::Fingerprint fingerprint = onDisk.fingerprint();
   constexpr BasicStringRef kForeign = "another program has changed the file since it was read";
   if (!isOurs) {
     if (auto parsed = parsedFrom(std::move(content->bytes)); !parsed) {
@@ -246,7 +247,7 @@ bool SectionDocument::isBase(const Bytes& bytes) const {
   return identity_ && bytes.text() == tree_.source();
 }
 
-void SectionDocument::noteReplaced(const Bytes& bytes, const Replaced& replaced) {
+void SectionDocument::noteReplaced(const Bytes& bytes, const files::Replaced& replaced) {
   noteIdentity(replaced.version);
   base_ = bytes.fingerprint();
   isFlushPending_ = !replaced.flushed;
@@ -266,14 +267,14 @@ Result<void> SectionDocument::writeOther(BasicStringRef resourceName) const {
   }
   const auto rooted = fileSystem->locationFor(resourceName);
   if (!rooted) return failedSave(resourceName, rooted.fault(), "");
-  auto place = OpenPlace::open(*rooted);
+  auto place = files::OpenPlace::open(*rooted);
   if (!place) return failedSave(resourceName, place.fault(), "");
   const Bytes bytes(*this);
   if (place->identity()) {
-    const auto content = readFile(*place, Xml::kLargestSource);
+    const auto content = files::readFile(*place, xml::kLargestSource);
     if (content && bytes.text() == content->bytes.view()) return {};
   }
-  Result<void> written = replaceFile(*place, bytes.text());
+  Result<void> written = files::replaceFile(*place, bytes.text());
   if (written) return written;
   const BasicStringRef rest = outcomeOf(written.fault());
   return failedSave(resourceName, std::move(written).fault(), rest);

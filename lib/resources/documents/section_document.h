@@ -3,14 +3,14 @@
 #include <core/reference_count.h>
 #include <core/result.h>
 #include <core/smart_pointer.h>
-#include <resources/bytes/fingerprint.h>
-#include <resources/bytes/pieced_text.h>
+#include <files/atomic_file.h>
+#include <files/file_identity.h>
+#include <files/fingerprint.h>
+#include <files/open_place.h>
+#include <files/pieced_text.h>
 #include <resources/derivation.h>
-#include <resources/file_identity.h>
-#include <resources/files/atomic_file.h>
-#include <resources/files/open_place.h>
-#include <resources/xml/encoding.h>
-#include <resources/xml/tree.h>
+#include <xml/encoding.h>
+#include <xml/tree.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -24,29 +24,29 @@ namespace Tal {
 class SectionDocument : public SafeReferenceCount {
  public:
   struct SavedContent {
-    Fingerprint bytes;
+    files::Fingerprint bytes;
     std::uint64_t stamp;
   };
 
   /// Reads and parses the file of a resource, by its place and normalised name. Never null. A fault of the
   /// kind `malformed` lasts as long as the file stays as it is.
-  static Result<SmartPointer<SectionDocument>> read(const RootedPath& place);
+  static Result<SmartPointer<SectionDocument>> read(const files::RootedPath& place);
 
   /// A document that is in no file yet; saving makes it.
-  static SmartPointer<SectionDocument> make(const RootedPath& place);
+  static SmartPointer<SectionDocument> make(const files::RootedPath& place);
 
-  Xml::Tree& tree() noexcept { return tree_; }
-  const Xml::Tree& tree() const noexcept { return tree_; }
+  xml::Tree& tree() noexcept { return tree_; }
+  const xml::Tree& tree() const noexcept { return tree_; }
 
-  Xml::Encoding encoding() const noexcept { return encoding_; }
+  xml::Encoding encoding() const noexcept { return encoding_; }
 
   /// The version of the file that this document equals but for its unsaved edits; empty when there is no
   /// file.
-  const std::optional<FileIdentity>& identity() const noexcept { return identity_; }
+  const std::optional<files::FileIdentity>& identity() const noexcept { return identity_; }
 
   /// Whether the file at `place`, whose identity is now `now`, is this document's and still holds the bytes
   /// that it goes back to. The file is read when its identity does not tell.
-  bool isCurrent(const RootedPath& place, const FileIdentity& now);
+  bool isCurrent(const files::RootedPath& place, const files::FileIdentity& now);
 
   /// Makes the identity tell nothing until the file was read again.
   void markPossiblyStale() noexcept { isRecent_ = true; }
@@ -55,7 +55,7 @@ class SectionDocument : public SafeReferenceCount {
   std::uint64_t contentStamp();
 
   /// See DataSection::derived; `section` is a handle on the node.
-  std::shared_ptr<const void> derived(const AnyDerivation& derivation, Xml::NodeIndex node,
+  std::shared_ptr<const void> derived(const AnyDerivation& derivation, xml::NodeIndex node,
                                       const DataSection& section);
 
   /// The fingerprint of the file's bytes, and the content stamp of the document that they were read as or
@@ -85,30 +85,30 @@ class SectionDocument : public SafeReferenceCount {
  private:
   class Bytes;
 
-  SectionDocument(const RootedPath& place, Xml::Tree tree, Xml::Encoding encoding,
-                  std::optional<FileIdentity> identity);
+  SectionDocument(const files::RootedPath& place, xml::Tree tree, xml::Encoding encoding,
+                  std::optional<files::FileIdentity> identity);
 
   const std::string& resourceName() const noexcept { return place_.name.native(); }
   Result<void> writeOwn();
   /// The same in the folder that is open.
-  Result<void> writeOwnAt(const OpenPlace& place);
+  Result<void> writeOwnAt(const files::OpenPlace& place);
   Result<void> writeOther(BasicStringRef resourceName) const;
   /// Takes the version of the file that is there now as the one to replace. A fault when that is somebody
   /// else's work, and when it cannot be read or is not well-formed, in which case it is not taken.
-  Result<void> adoptFile(const OpenPlace& place, const Bytes& bytes);
+  Result<void> adoptFile(const files::OpenPlace& place, const Bytes& bytes);
   /// Whether the bytes are the version of the file that this document was last in step with.
   bool isBase(const Bytes& bytes) const;
   /// The same of the file, whose identity is taken over when it is.
   bool isBaseInFile();
-  void noteReplaced(const Bytes& bytes, const Replaced& replaced);
-  void noteIdentity(const std::optional<FileIdentity>& identity);
+  void noteReplaced(const Bytes& bytes, const files::Replaced& replaced);
+  void noteIdentity(const std::optional<files::FileIdentity>& identity);
   void noteSaved() noexcept;
 
-  RootedPath place_;
-  Xml::Tree tree_;
-  Xml::Encoding encoding_;
-  std::optional<FileIdentity> identity_;
-  std::optional<Fingerprint> base_;  ///< of the file's bytes; without it they are the tree's source
+  files::RootedPath place_;
+  xml::Tree tree_;
+  xml::Encoding encoding_;
+  std::optional<files::FileIdentity> identity_;
+  std::optional<files::Fingerprint> base_;  ///< of the file's bytes; without it they are the tree's source
   std::uint64_t savedRevision_ = 0;
   std::uint64_t contentStamp_ = 0;     ///< 0: none was given yet
   std::uint64_t stampedRevision_ = 0;  ///< the one that the stamp stands for

@@ -4,18 +4,18 @@
 #include <resources/documents/xml_section.h>
 #include <resources/report.h>
 #include <resources/storable_text.h>
-#include <resources/xml/parser.h>
-#include <resources/xml/text.h>
+#include <xml/parser.h>
+#include <xml/text.h>
 
 #include <utility>
 
 namespace Tal {
 
-XmlSection::XmlSection(SmartPointer<SectionDocument> document, Xml::NodeIndex node) noexcept
+XmlSection::XmlSection(SmartPointer<SectionDocument> document, xml::NodeIndex node) noexcept
     : document_(std::move(document)), node_(node) {}
 
-SmartPointer<DataSection> XmlSection::sectionOf(Xml::NodeIndex node) const {
-  if (node == Xml::kNoNode) return nullptr;
+SmartPointer<DataSection> XmlSection::sectionOf(xml::NodeIndex node) const {
+  if (node == xml::kNoNode) return nullptr;
   return new XmlSection(document_, node);
 }
 
@@ -33,7 +33,7 @@ bool XmlSection::setValue(BasicStringRef value) {
   const bool isNew = tree().isUnwritten(node_);  // white space alone equals nothing, but is written once
   if (tree().text(node_, scratch) == trimmed(value) && (!isNew || value.empty())) return true;
   if (!canHold(value)) return SaveQueue::instance().refuseValue(tag(), kUnholdable);
-  document_->tree().setText(node_, Xml::escaped(value, Xml::largestCharacter(document_->encoding())));
+  document_->tree().setText(node_, xml::escaped(value, xml::largestCharacter(document_->encoding())));
   return true;
 }
 
@@ -59,8 +59,8 @@ int XmlSection::findChildWith(BasicStringRef key, BasicStringRef value, int firs
   std::string scratch;
   const auto count = tree().childCount(node_);
   for (auto place = static_cast<std::uint32_t>(first); place < count; ++place) {
-    const Xml::NodeIndex found = tree().findChild(tree().child(node_, place), key);
-    const BasicStringRef text = found == Xml::kNoNode ? BasicStringRef() : tree().text(found, scratch);
+    const xml::NodeIndex found = tree().findChild(tree().child(node_, place), key);
+    const BasicStringRef text = found == xml::kNoNode ? BasicStringRef() : tree().text(found, scratch);
     if (text == value) return static_cast<int>(place);
   }
   return -1;
@@ -86,8 +86,8 @@ bool XmlSection::removeChild(const SmartPointer<DataSection>& child) {
 }
 
 bool XmlSection::removeChild(BasicStringRef tag) {
-  const Xml::NodeIndex found = tree().findChild(node_, tag);
-  return found != Xml::kNoNode && document_->tree().removeChild(node_, found);
+  const xml::NodeIndex found = tree().findChild(node_, tag);
+  return found != xml::kNoNode && document_->tree().removeChild(node_, found);
 }
 
 void XmlSection::removeEvery(BasicStringRef tag) {
@@ -108,7 +108,7 @@ bool XmlSection::save(BasicStringRef fileName) {
 bool XmlSection::canName(BasicStringRef tag) const {
   if (tree().knowsTag(tag)) return true;
   // A tag cannot hold references for the characters that the file's encoding lacks.
-  return Xml::isElementName(tag) && Xml::isWithin(tag, Xml::largestCharacter(document_->encoding()));
+  return xml::isElementName(tag) && xml::isWithin(tag, xml::largestCharacter(document_->encoding()));
 }
 
 bool XmlSection::canHold(BasicStringRef value) const {
@@ -116,12 +116,12 @@ bool XmlSection::canHold(BasicStringRef value) const {
 }
 
 bool XmlSection::readValue(BasicStringRef path, std::string& scratch, BasicStringRef& value) const {
-  Xml::NodeIndex node = node_;
-  while (node != Xml::kNoNode && !path.empty()) {
+  xml::NodeIndex node = node_;
+  while (node != xml::kNoNode && !path.empty()) {
     const BasicStringRef step = takeStep(path);
     if (!step.empty()) node = tree().findChild(node, step);
   }
-  if (node == Xml::kNoNode) return false;
+  if (node == xml::kNoNode) return false;
   value = tree().text(node, scratch);
   return true;
 }

@@ -8,7 +8,7 @@ namespace Tal {
 /// A handle on one element of an XML document.
 class XmlSection final : public DataSection {
  public:
-  XmlSection(SmartPointer<SectionDocument> document, Xml::NodeIndex node) noexcept;
+  XmlSection(SmartPointer<SectionDocument> document, xml::NodeIndex node) noexcept;
 
   BasicStringRef tag() const override;
   std::string value() const override;
@@ -33,11 +33,11 @@ class XmlSection final : public DataSection {
   void removeEvery(BasicStringRef tag) override;
 
  private:
-  const Xml::Tree& tree() const noexcept { return document_->tree(); }
-  SmartPointer<DataSection> sectionOf(Xml::NodeIndex node) const;
+  const xml::Tree& tree() const noexcept { return document_->tree(); }
+  SmartPointer<DataSection> sectionOf(xml::NodeIndex node) const;
 
   SmartPointer<SectionDocument> document_;
-  Xml::NodeIndex node_;
+  xml::NodeIndex node_;
 };
 
 }  // namespace Tal

@@ -1,0 +1,44 @@
+#include <files/fingerprint.h>
+
+// The functions themselves, not the library that holds them.
+#define XXH_INLINE_ALL
+#include <xxhash.h>
+
+namespace Tal::files {
+
+struct FingerprintMaker::State {
+  XXH3_state_t hash;
+};
+
+FingerprintMaker::FingerprintMaker() : state_(std::make_unique<State>()) {
+  XXH3_128bits_reset(&state_->hash);
+}
+
+FingerprintMaker::~FingerprintMaker() = default;
+
+void FingerprintMaker::add(BasicStringRef piece) noexcept {
+  size_ += piece.size();
+  XXH3_128bits_update(&state_->hash, piece.data(), piece.size());
+}
+
+Fingerprint FingerprintMaker::fingerprint() const noexcept {
+  const XXH128_hash_t hash = XXH3_128bits_digest(&state_->hash);
+  return {size_, hash.low64, hash.high64};
+}
+
+Fingerprint fingerprintOf(const PiecedText& bytes) {
+  FingerprintMaker maker;
+  for (const BasicStringRef piece : bytes.pieces()) maker.add(piece);
+  return maker.fingerprint();
+}
+
+std::string hashText(const Fingerprint& fingerprint) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  constexpr unsigned kBits = 64;
+  std::string text;
+  for (const std::uint64_t half : {fingerprint.high, fingerprint.low})
+    for (unsigned shift = kBits; shift > 0; shift -= 4) text += kDigits[(half >> (shift - 4)) & 0x0fU];
+  return text;
+}
+
+}  // namespace Tal::files

@@ -1,0 +1,388 @@
+#include <core/display_text.h>
+#include <files/folder_names.h>
+#include <files/path_links.h>
+#include <watch/folder_watcher.h>
+#include <watch/transient_name.h>
+
+#include <sys/inotify.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+namespace Tal::watch {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Links may multiply the ways through a tree without end.
+constexpr std::size_t kMostFolders = 100'000;
+
+constexpr const char* kOtherWay =
+    "; files are looked at a few times a second instead, which notices changes later";
+
+}  // namespace
+
+FolderWatcher::Identity FolderWatcher::identityOf(const struct stat& status) {
+  return {status.st_dev, status.st_ino};
+}
+
+FolderWatcher::FolderWatcher(std::vector<fs::path> roots, ChangeCollector& collector,
+                             Clock::duration longestWriterPause)
+    : roots_(std::move(roots)), collector_(collector), longestWriterPause_(longestWriterPause) {
+  begin(false);
+}
+
+void FolderWatcher::begin(bool isNews) {
+  openQueue();
+  for (std::size_t root = 0; root < roots_.size(); ++root) {
+    watchRootPlace(root);
+    add({root, {}}, isNews);
+  }
+}
+
+void FolderWatcher::openQueue() {
+  if (watches_.open()) return;
+  const int code = errno;
+  collector_.noteProblem(std::string("the system does not tell of changes below the resource roots: ") +
+                         std::strerror(code) + kOtherWay + "; raise fs.inotify.max_user_instances");
+}
+
+std::string FolderWatcher::join(const std::string& folder, const std::string& name) {
+  return folder.empty() ? name : folder + '/' + name;
+}
+
+fs::path FolderWatcher::pathOf(const FolderKey& folder) const {
+  return folder.second.empty() ? roots_[folder.first] : roots_[folder.first] / folder.second;
+}
+
+FilePlace FolderWatcher::placeOf(const FolderKey& folder) {
+  const auto& [root, name] = folder;
+  const auto slash = name.rfind('/');
+  if (slash == std::string::npos) return {{root, {}}, name};
+  return {{root, name.substr(0, slash)}, name.substr(slash + 1)};
+}
+
+std::vector<FilePlace> FolderWatcher::placesOf(const fs::path& file) const {
+  std::vector<FilePlace> places;
+  for (std::size_t root = 0; root < roots_.size(); ++root) {
+    const fs::path top = files::resolvedPath(roots_[root]);
+    if (top.empty() || !files::isPathBelow(file, top)) continue;
+    const fs::path below = file.lexically_relative(top);
+    places.push_back({{root, below.parent_path().native()}, below.filename().native()});
+  }
+  return places;
+}
+
+void FolderWatcher::watchRootPlace(std::size_t root) {
+  std::error_code error;
+  const fs::path path = fs::absolute(roots_[root], error).lexically_normal();
+  const fs::path named = path.has_filename() ? path : path.parent_path();
+  if (error || !named.has_relative_path()) return;
+  // A folder above that cannot be watched is no loss: looks find the root's place.
+  watches_.addRootPlace({root, named.filename().string()}, named.parent_path());
+}
+
+int FolderWatcher::watchFolder(const FolderKey& key) {
+  if (!watches_.isOpen()) return -1;
+  const fs::path folder = pathOf(key);
+  const int watch = watches_.addFolder(key, folder);
+  const int code = errno;
+  if (watch >= 0 || code == ENOENT || code == ENOTDIR) return watch;
+  collector_.noteProblem("the system does not tell of changes in " + quotedName(folder.native()) +
+                         " and perhaps in other folders: " + std::strerror(code) + kOtherWay +
+                         (code == ENOSPC ? "; raise fs.inotify.max_user_watches" : "; make it readable"));
+  return -1;
+}
+
+void FolderWatcher::add(const FolderKey& top, bool isNews) {
+  std::vector<FolderKey> pending = {top};
+  while (!pending.empty()) {
+    const FolderKey key = std::move(pending.back());
+    pending.pop_back();
+    std::vector<FolderKey> below;
+    if (addOne(key, isNews, below)) pending.insert(pending.end(), below.begin(), below.end());
+  }
+}
+
+// A folder that cannot be listed for a moment still holds what was known of it.
+std::vector<std::string> FolderWatcher::namesToAdd(const FolderKey& key) const {
+  if (auto names = files::namesIn(pathOf(key))) return *std::move(names);
+  std::vector<std::string> names;
+  if (const auto known = former_.find(key); known != former_.end())
+    for (const auto& [name, file] : known->second.files) names.push_back(name);
+  const std::string beginning = key.second.empty() ? std::string() : key.second + '/';
+  for (auto below = former_.upper_bound({key.first, beginning});
+       below != former_.end() && below->first.first == key.first &&
+       below->first.second.starts_with(beginning);
+       ++below) {
+    const std::string name = below->first.second.substr(beginning.size());
+    if (name.find('/') == std::string::npos) names.push_back(name);
+  }
+  return names;
+}
+
+bool FolderWatcher::addOne(const FolderKey& key, bool isNews, std::vector<FolderKey>& below) {
+  const fs::path path = pathOf(key);
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return false;
+  if (isAstray(key, identityOf(status))) return false;
+  if (folders_.size() == kMostFolders) {
+    collector_.noteProblem("there are more folders below the resource roots than can be watched (" +
+                           std::to_string(kMostFolders) + "); name roots that hold less");
+    return false;
+  }
+  // Watched first, looked into second: what comes in between is then found twice rather than never.
+  const int watch = watchFolder(key);
+  Folder& folder = folders_[key];
+  folder.identity = identityOf(status);
+  folder.watch = watch;
+  for (const std::string& name : namesToAdd(key)) {
+    struct stat entry {};
+    if (::stat((path / name).c_str(), &entry) != 0) continue;
+    if (S_ISDIR(entry.st_mode)) {
+      below.emplace_back(key.first, join(key.second, name));
+    } else if (S_ISREG(entry.st_mode) && !isTransientName(name)) {
+      if (isNews) {
+        notePresence(key, name, entry);
+      } else {
+        keep(key, name, entry).isNoted = true;
+      }
+    }
+  }
+  return true;
+}
+
+FolderWatcher::File& FolderWatcher::keep(const FolderKey& folder, const std::string& name,
+                                         const struct stat& status) {
+  File& file = folders_[folder].files[name];
+  file.identity = files::identityIn(status);
+  watches_.removeFile(file.watch, {folder, name});
+  file.watch = status.st_nlink > 1 ? watchFile(folder, name) : -1;
+  const fs::path path = pathOf(folder) / name;
+  if (!files::isLink(path)) return file;
+  // It may be gone by now, and then leads nowhere.
+  if (const fs::path target = files::resolvedPath(path); !target.empty())
+    links_[target].emplace(folder, name);
+  return file;
+}
+
+int FolderWatcher::watchFile(const FolderKey& folder, const std::string& name) {
+  return watches_.addFile({folder, name}, pathOf(folder) / name);
+}
+
+bool FolderWatcher::isAstray(const FolderKey& key, const Identity& identity) const {
+  if (key.second.empty()) return false;
+  std::string above = key.second;
+  while (!above.empty()) {
+    const auto slash = above.rfind('/');
+    above.resize(slash == std::string::npos ? 0 : slash);
+    const auto found = folders_.find({key.first, above});
+    if (found != folders_.end() && found->second.identity == identity) return true;
+  }
+  const fs::path path = pathOf(key);
+  return files::isLink(path) &&
+         !files::isPathBelow(files::resolvedPath(path), files::resolvedPath(roots_[key.first]));
+}
+
+void FolderWatcher::drop(const FolderKey& top) {
+  const bool isRoot = top.second.empty();
+  auto below = folders_.lower_bound({top.first, isRoot ? std::string() : top.second + '/'});
+  const FolderKey end =
+      isRoot ? FolderKey(top.first + 1, {}) : FolderKey(top.first, top.second + char('/' + 1));
+  while (below != folders_.end() && below->first < end) {
+    dropOne(below->first, below->second);
+    below = folders_.erase(below);
+  }
+  const auto found = folders_.find(top);
+  if (found == folders_.end()) return;
+  dropOne(found->first, found->second);
+  folders_.erase(found);
+  if (isRoot) return;
+  const auto [above, name] = placeOf(top);
+  if (const auto known = folders_.find(above); known != folders_.end()) known->second.unfollowed.insert(name);
+}
+
+void FolderWatcher::dropOne(const FolderKey& key, Folder& folder) {
+  noteAllGone(key, folder);
+  for (const auto& [name, file] : folder.files) watches_.removeFile(file.watch, {key, name});
+  watches_.removeFolder(folder.watch, key);
+}
+
+void FolderWatcher::noteAllGone(const FolderKey& key, Folder& folder) {
+  for (auto& [name, file] : folder.files) {
+    collector_.noteRemoved(key.first, join(key.second, name));
+    file.isNoted = false;
+  }
+}
+
+void FolderWatcher::collect() {
+  beginWork();
+  const bool isComplete = watches_.readEvents([this](const inotify_event& event) { handle(event); });
+  if (!isComplete) startOver();
+  isHalfChanged_ = false;
+}
+
+void FolderWatcher::handle(const inotify_event& event) {
+  if (event.len == 0) {
+    handleFile(event.wd, event.mask);
+    return;
+  }
+  const std::string name = event.name;
+  for (const RootPlace& place : watches_.rootPlacesOf(event.wd)) {
+    if (place.name == name) handleRoot(place.root);
+  }
+  if ((event.mask & IN_ISDIR) == 0 && isTransientName(name)) return;
+  for (const FolderKey& folder : watches_.foldersOf(event.wd)) handleEntry(folder, name, event.mask);
+}
+
+void FolderWatcher::handleRoot(std::size_t root) {
+  const FolderKey key(root, std::string());
+  struct stat status {};
+  if (::stat(pathOf(key).c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+    handleFolder(key, status);
+  } else {
+    drop(key);
+  }
+}
+
+void FolderWatcher::handleFile(int watch, std::uint32_t mask) {
+  for (const auto& [folder, name] : watches_.filesOf(watch)) handleEntry(folder, name, mask);
+}
+
+void FolderWatcher::handleEntry(const FolderKey& folder, const std::string& name, std::uint32_t mask) {
+  const auto known = folders_.find(folder);
+  if (known == folders_.end()) return;
+  if ((mask & IN_MODIFY) != 0) {
+    known->second.written[name] = Clock::now();
+    return;
+  }
+  known->second.written.erase(name);
+  const fs::path path = pathOf(folder) / name;
+  struct stat status {};
+  const bool isThere = ::stat(path.c_str(), &status) == 0;
+  const FolderKey below(folder.first, join(folder.second, name));
+  if (!isThere || !S_ISREG(status.st_mode)) noteAbsence(folder, name);
+  if (isThere && S_ISDIR(status.st_mode)) {
+    handleFolder(below, status);
+    return;
+  }
+  drop(below);
+  if (!isThere || !S_ISREG(status.st_mode)) return;
+  // A new file is complete when its writer closes it; a link is when it is made.
+  const bool isMadeWhole = (mask & IN_CREATE) != 0 && (status.st_nlink > 1 || files::isLink(path));
+  if ((mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) != 0 || isMadeWhole) {
+    notePresence(folder, name, status);
+  } else if (status.st_size == 0) {
+    known->second.written[name] = Clock::now();
+  }
+}
+
+void FolderWatcher::handleFolder(const FolderKey& key, const struct stat& status) {
+  const auto known = folders_.find(key);
+  if (known != folders_.end() && known->second.identity == identityOf(status)) return;
+  drop(key);
+  add(key, true);
+}
+
+void FolderWatcher::noteAbsence(const FolderKey& folder, const std::string& name) {
+  Folder& holder = folders_[folder];
+  const auto known = holder.files.find(name);
+  if (known == holder.files.end()) return;
+  // Noted before it is forgotten: without memory for the note, the file is still known to a new start.
+  collector_.noteRemoved(folder.first, join(folder.second, name));
+  const int watch = known->second.watch;
+  holder.files.erase(known);
+  watches_.removeFile(watch, {folder, name});
+  holder.unfollowed.insert(name);
+}
+
+void FolderWatcher::notePresence(const FolderKey& folder, const std::string& name,
+                                 const struct stat& status) {
+  noteOne(folder, name, status);
+  if (links_.empty()) return;
+  const fs::path path = pathOf(folder) / name;
+  if (files::isLink(path)) return;
+  for (const auto& [linking, link] : linksTo(files::resolvedPath(path))) noteOne(linking, link, status);
+}
+
+void FolderWatcher::noteOne(const FolderKey& folder, const std::string& name, const struct stat& status) {
+  folders_[folder].written.erase(name);
+  const File* known = notedFile(folder, name);
+  const bool isNew = known == nullptr;
+  const files::FileIdentity now = files::identityIn(status);
+  const bool isDoubtful = files::isRecent(now) || (!isNew && known->identity == now);
+  // Known before it is noted, so that a new start finds every file that was noted.
+  File& file = keep(folder, name, status);
+  const std::string resource = join(folder.second, name);
+  if (isNew) {
+    collector_.noteAdded(folder.first, resource, isDoubtful);
+  } else {
+    collector_.noteModified(folder.first, resource, isDoubtful);
+  }
+  file.isNoted = true;
+}
+
+const FolderWatcher::File* FolderWatcher::notedFile(const FolderKey& folder, const std::string& name) const {
+  for (const auto* folders : {&folders_, &former_}) {
+    const auto holder = folders->find(folder);
+    if (holder == folders->end()) continue;
+    const auto file = holder->second.files.find(name);
+    if (file != holder->second.files.end() && file->second.isNoted) return &file->second;
+  }
+  return nullptr;
+}
+
+std::vector<FilePlace> FolderWatcher::linksTo(const fs::path& file) const {
+  std::vector<FilePlace> places;
+  const auto found = links_.find(file);
+  if (found == links_.end()) return places;
+  for (const FilePlace& place : found->second) {
+    const auto& [folder, name] = place;
+    const bool isStillLink = folders_.contains(folder) && files::resolvedPath(pathOf(folder) / name) == file;
+    if (isStillLink) places.push_back(place);
+  }
+  return places;
+}
+
+void FolderWatcher::beginWork() {
+  if (isHalfChanged_) startOver();
+  isHalfChanged_ = true;
+}
+
+void FolderWatcher::startOver() {
+  setAside();
+  begin(true);  // on a new queue: the old one ends with all its watches
+  noteLost();
+}
+
+void FolderWatcher::setAside() {
+  former_.merge(folders_);
+  // What is left has a counterpart that an attempt before has set aside.
+  for (auto& [key, folder] : folders_) {
+    auto& files = former_.find(key)->second.files;
+    files.merge(folder.files);
+    for (const auto& [name, file] : folder.files) {
+      if (file.isNoted) files.find(name)->second = file;
+    }
+  }
+  folders_.clear();
+  links_.clear();
+}
+
+void FolderWatcher::noteLost() {
+  for (auto& [key, folder] : former_) {
+    const auto present = folders_.find(key);
+    for (auto& [name, file] : folder.files) {
+      const bool isThere = present != folders_.end() && present->second.files.contains(name);
+      if (isThere || !file.isNoted) continue;
+      collector_.noteRemoved(key.first, join(key.second, name));
+      file.isNoted = false;
+    }
+  }
+  former_.clear();
+}
+
+}  // namespace Tal::watch

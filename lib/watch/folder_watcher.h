@@ -1,0 +1,176 @@
+#pragma once
+
+#include <files/file_identity.h>
+#include <watch/change_collector.h>
+#include <watch/inotify_watches.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+struct inotify_event;
+struct stat;
+
+namespace Tal::watch {
+
+/// Notes what happens to the files below the roots. It learns of it in two ways:
+///
+/// - The system's events, at once. They come by folder, so that a file may be replaced, or removed and made
+///   anew; a file of several names is watched itself too, since it may be written under another name. A
+///   change counts when it is complete: a file that is being written is noted when its writer closes it. What
+///   is noted follows from what an event finds on the disk, not from the event's kind alone: a name that was
+///   left may have been taken again before the event is read.
+/// - A look at every file, from time to time, for what gives no event: writes through mapped memory, writing
+///   that nobody ends by closing the file, the target of a link that led to nothing, other computers' writes
+///   on a network's file system, folders that the system refuses to watch.
+///
+/// Used by one thread at a time.
+class FolderWatcher {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  /// The system does not tell of every end of writing: a file may be truncated by its path, or kept mapped.
+  /// Hence a writer that pauses for longer is taken to be done.
+  static constexpr Clock::duration kLongestWriterPause = std::chrono::seconds(2);
+
+  /// Finds the files that are there, which are no changes, and begins to watch. That the system refuses to
+  /// watch something is noted as a problem of `collector`, which must outlive the watcher. Throws
+  /// std::bad_alloc when memory runs out.
+  FolderWatcher(std::vector<std::filesystem::path> roots, ChangeCollector& collector,
+                Clock::duration longestWriterPause = kLongestWriterPause);
+
+  /// Becomes readable when there is something to note; -1 when the system provides no watching. It may change
+  /// with each collect and look.
+  int descriptor() const noexcept { return watches_.descriptor(); }
+
+  /// Notes what the system tells of since the last call. Does not wait. It ends also when events come faster
+  /// than they are noted; the descriptor is then still readable.
+  ///
+  /// Throws std::bad_alloc when memory runs out. No change is lost then: the next call of collect or look
+  /// lists everything anew, and every file counts as changed.
+  void collect();
+
+  /// Looks at every file and notes what is not noted yet. A file that has changed is noted when a second look
+  /// finds it as the first one did, and, when events told of its writing, not before its writer has paused
+  /// for long. Takes a few microseconds for each file and each link that leads to none. Throws like collect.
+  void look();
+
+ private:
+  /// What tells a folder from another one that takes its name.
+  struct Identity {
+    std::uint64_t device;
+    std::uint64_t inode;
+    bool operator==(const Identity&) const = default;
+  };
+
+  struct File {
+    files::FileIdentity identity;  ///< as it was noted last
+    int watch = -1;                ///< its own, when it has several names
+    bool isNoted = false;          ///< as being there
+  };
+
+  struct Folder {
+    Identity identity;
+    int watch = -1;
+    std::map<std::string, File> files;
+    std::map<std::string, Clock::time_point> written;  ///< files not closed yet, and when they were written
+    std::map<std::string, files::FileIdentity> unsettled;  ///< files that the last look found new or changed
+    /// Names that stand for nothing to watch, such as links that lead to nothing or out of the root. That may
+    /// change while the folder does not change, so that each look examines them again.
+    std::set<std::string> unfollowed;
+    std::optional<files::FileIdentity> listed;  ///< of the folder, when a look has seen all its names
+  };
+
+  static Identity identityOf(const struct stat& status);
+  static std::string join(const std::string& folder, const std::string& name);
+  std::filesystem::path pathOf(const FolderKey& folder) const;
+  /// Where a folder below a root stands: in which folder, under which name.
+  static FilePlace placeOf(const FolderKey& folder);
+  /// The places of a resolved path below the roots: none, or several when roots lie in each other.
+  std::vector<FilePlace> placesOf(const std::filesystem::path& file) const;
+
+  void begin(bool isNews);
+  void openQueue();
+  void watchRootPlace(std::size_t root);
+  /// The folder's watch; -1 when there is none: the folder is gone, or the system refuses, which is noted as
+  /// a problem.
+  int watchFolder(const FolderKey& key);
+
+  /// Takes up a folder and everything below it; with `isNews` its files are changes.
+  void add(const FolderKey& top, bool isNews);
+  bool addOne(const FolderKey& key, bool isNews, std::vector<FolderKey>& below);
+  /// The names in a folder that is being added, or those that it had when it cannot be listed now.
+  std::vector<std::string> namesToAdd(const FolderKey& key) const;
+  /// Remembers the present state of a file as the one that was noted. A file of several names is watched
+  /// itself from then on, and of a link is remembered where it leads.
+  File& keep(const FolderKey& folder, const std::string& name, const struct stat& status);
+  int watchFile(const FolderKey& folder, const std::string& name);
+  /// Whether a folder that was found through links is one of those above it, or lies outside its root.
+  bool isAstray(const FolderKey& key, const Identity& identity) const;
+
+  /// Gives up a folder and everything below it; its files are gone.
+  void drop(const FolderKey& top);
+  void dropOne(const FolderKey& key, Folder& folder);
+
+  void handle(const inotify_event& event);
+  void handleRoot(std::size_t root);
+  void handleFile(int watch, std::uint32_t mask);
+  void handleEntry(const FolderKey& folder, const std::string& name, std::uint32_t mask);
+  void handleFolder(const FolderKey& key, const struct stat& status);
+  void noteAllGone(const FolderKey& key, Folder& folder);
+  void noteAbsence(const FolderKey& folder, const std::string& name);
+  /// Notes a file, and the links that lead to it.
+  void notePresence(const FolderKey& folder, const std::string& name, const struct stat& status);
+  void noteOne(const FolderKey& folder, const std::string& name, const struct stat& status);
+  std::vector<FilePlace> linksTo(const std::filesystem::path& file) const;
+  /// The file as it was noted, also before a new start that is under way; null when it is not noted.
+  const File* notedFile(const FolderKey& folder, const std::string& name) const;
+
+  /// Begins work on the tables; starts over first when they are half-changed. Work that ends without an
+  /// exception resets `isHalfChanged_`.
+  void beginWork();
+  /// Lists everything anew, on a new queue; every file counts as changed.
+  void startOver();
+  /// Puts all files into `former_`. Allocates nothing.
+  void setAside();
+  /// Notes the former files that are no longer there, and forgets the former ones.
+  void noteLost();
+
+  void lookAtAll();
+
+  void lookAt(const FolderKey& key);
+  /// Looks for what is new among all names of a folder. False when they cannot be read.
+  bool lookAtNames(const FolderKey& key, int folder);
+  void lookAtUnfollowed(const FolderKey& key, int folder);
+  void lookAtName(const FolderKey& key, const std::string& name, int folder);
+  /// `isTold` says that the system has told of this folder's changes since the last look.
+  void lookAtFiles(const FolderKey& key, int folder, bool isTold);
+  /// Notes a file that is new or changed, when it is as the last look found it and nobody writes it.
+  void settle(const FilePlace& place, int folder, const files::FileIdentity& before, bool isTold);
+  /// Whether somebody writes a file, or the file that a link leads to.
+  bool isBeingWritten(const FilePlace& place) const;
+  bool hasWriter(const FilePlace& place) const;
+  /// Whether a file is as it was noted. Where the system tells of writes, a new change time alone means new
+  /// permissions or another name.
+  static bool isSame(const files::FileIdentity& noted, const files::FileIdentity& now, bool isTold);
+
+  std::vector<std::filesystem::path> roots_;
+  ChangeCollector& collector_;
+  const Clock::duration longestWriterPause_;
+  InotifyWatches watches_;
+  std::map<FolderKey, Folder> folders_;
+  /// The files that linked files lead to, each with the links' places.
+  std::map<std::filesystem::path, std::set<FilePlace>> links_;
+  /// What was in folders_ before a new start, until that is complete; an attempt may fail half-way.
+  std::map<FolderKey, Folder> former_;
+  /// True during work on the tables, and after work that an exception has ended.
+  bool isHalfChanged_ = false;
+};
+
+}  // namespace Tal::watch
