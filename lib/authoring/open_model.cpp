@@ -91,15 +91,6 @@ void store(const Record& record, const Get& get, const Update& update) {
   update(record);
 }
 
-// The base of a merge: what the author has not touched of a record that was made here is to be theirs.
-Description withMadeRecords(Description base, const Description& mine, const Description& newEntries) {
-  if (mine.fragile && !base.fragile) base.fragile = newEntries.fragile;
-  if (mine.fallingAtom && !base.fallingAtom) base.fallingAtom = newEntries.fallingAtom;
-  for (const auto& [name, module] : newEntries.modules)
-    if (mine.modules.contains(name)) base.modules.emplace(name, module);
-  return base;
-}
-
 }  // namespace
 
 OpenModel::OpenModel(const std::string& modelName, std::unique_ptr<SuperModel> superModel)
@@ -113,6 +104,7 @@ OpenModel::OpenModel(const std::string& modelName, std::unique_ptr<SuperModel> s
     KsDestructiblesHelper::reinit(helper_, superModel_.get(), modelName, disabler_.get(), false);
   RestoreTarget target = targetOf(*helper_);
   newEntries_ = std::move(target.newEntries);
+  origins_ = newEntries_;
   isWhole_ = !target.isHealthUncertain;
   for (const auto& [name, module] : newEntries_.modules)
     if (!target.modules.contains(name)) droppedNames_.insert(name);
@@ -152,7 +144,12 @@ void OpenModel::followAll() {
 }
 
 Description OpenModel::description() const {
-  Description result = ofItsCategory(mine_);
+  return counting(mine_);
+}
+
+// What a save would write of a description.
+Description OpenModel::counting(const Description& description) const {
+  Description result = ofItsCategory(description);
   // A conversion leaves the states of a structure behind.
   const bool areStatesLeft = base_.category == DT_STRUCTURE && result.category != DT_STRUCTURE;
   if (areStatesLeft) result.states.clear();
@@ -184,6 +181,7 @@ void OpenModel::replace(Description wanted) {
     isStale_ = true;
     throw;
   }
+  forgetOrigins(mine_);
 }
 
 bool OpenModel::isOf(const DataSection& database) const {
@@ -208,13 +206,15 @@ std::optional<KsDestructibleType> OpenModel::takeForeignCategory() {
 }
 
 // What conversions have left behind has left the file.
-void OpenModel::noteSaved(Description saved) {
-  base_ = ofItsCategory(std::move(saved));
-  mine_ = ofItsCategory(std::move(mine_));
+void OpenModel::noteSaved(const Description& saved) {
+  ++saves_;
+  mine_ = counting(mine_);
+  base_ = counting(saved);
   foreignCategory_.reset();
   removedTheirs_.clear();
   // A structure that was saved is not completed with what the save has dropped.
   for (const std::string& name : droppedNames_) newEntries_.modules.erase(name);
+  origins_ = newEntries_;
   isStale_ = true;
 }
 
@@ -261,13 +261,30 @@ void OpenModel::merge(const Description& file) {
     foreignCategory_ = theirs.category;
   }
   noteRemovedTheirs(theirs.modules);
-  Description mine = merged(withMadeRecords(base_, mine_, newEntries_), mine_, theirs);
+  Description mine = merged(baseOfMerge(), mine_, theirs);
   // A model of no category has no records that would count again when it is converted.
   mine_ = mine.category == DT_NON_DESTRUCTIBLE ? Description() : completed(std::move(mine), newEntries_);
   // Of a record that only the author has now, the edits are still those since it was read.
-  if (mine_.fragile && !theirs.fragile) theirs.fragile = base_.fragile;
-  if (mine_.fallingAtom && !theirs.fallingAtom) theirs.fallingAtom = base_.fallingAtom;
+  if (base_.fragile && !theirs.fragile) origins_.fragile = base_.fragile;
+  if (base_.fallingAtom && !theirs.fallingAtom) origins_.fallingAtom = base_.fallingAtom;
+  forgetOrigins(mine_);
   base_ = std::move(theirs);
+}
+
+// What the author has not touched of a record that the file lacks is to be theirs.
+Description OpenModel::baseOfMerge() const {
+  Description base = base_;
+  if (mine_.fragile && !base.fragile) base.fragile = origins_.fragile;
+  if (mine_.fallingAtom && !base.fallingAtom) base.fallingAtom = origins_.fallingAtom;
+  for (const auto& [name, module] : origins_.modules)
+    if (mine_.modules.contains(name)) base.modules.emplace(name, module);
+  return base;
+}
+
+// A record that the author has no more is made anew when it is needed.
+void OpenModel::forgetOrigins(const Description& now) {
+  if (!now.fragile) origins_.fragile = newEntries_.fragile;
+  if (!now.fallingAtom) origins_.fallingAtom = newEntries_.fallingAtom;
 }
 
 void OpenModel::noteRemovedTheirs(const Description::Modules& theirs) {
@@ -290,7 +307,7 @@ Description OpenModel::withLeftBehind(Description theirs) const {
   };
   const bool isOfMine = theirs.category == mine_.category && theirs.category != DT_NON_DESTRUCTIBLE;
   if (!isOfMine) return theirs;
-  const Description left = merged(withMadeRecords(base_, mine_, newEntries_), mine_, theirs);
+  const Description left = merged(baseOfMerge(), mine_, theirs);
   if (theirs.category != DT_FRAGILE && isLeft(mine_.fragile, base_.fragile)) theirs.fragile = left.fragile;
   if (theirs.category != DT_FALLING_ATOMS && isLeft(mine_.fallingAtom, base_.fallingAtom))
     theirs.fallingAtom = left.fallingAtom;

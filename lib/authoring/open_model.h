@@ -89,8 +89,11 @@ class OpenModel : private ResourceModificationListener {
   /// it is another than here. Given once.
   std::optional<KsDestructibleType> takeForeignCategory();
 
+  /// How many saves were noted.
+  int saves() const noexcept { return saves_; }
+
   /// Notes that `saved` was written to the file.
-  void noteSaved(Description saved);
+  void noteSaved(const Description& saved);
 
   ks::Connection connectReloaded(std::function<void()> slot) const {
     return reloaded_.connect(std::move(slot));
@@ -104,6 +107,9 @@ class OpenModel : private ResourceModificationListener {
   void merge(const Description& file);
   void noteRemovedTheirs(const Description::Modules& theirs);
   Description withLeftBehind(Description theirs) const;
+  Description counting(const Description& description) const;
+  Description baseOfMerge() const;
+  void forgetOrigins(const Description& now);
   Description shown();
   void showRecords();
   void setCategory(KsDestructibleType category);
@@ -117,10 +123,12 @@ class OpenModel : private ResourceModificationListener {
   mutable ks::Signal<void()> reloaded_;
 
   Description newEntries_;              // what newly made entries hold
+  Description origins_;                 // what the author's records were that the file lacks
   std::set<std::string> droppedNames_;  // the modules of those that a save does not write
   Description::Modules removedTheirs_;
   Description base_;
   Description mine_;
+  int saves_ = 0;
   std::uint64_t stamp_ = 0;  // of the content that base_ is from; 0 when it is to be read again
   std::optional<KsDestructibleType> foreignCategory_;
   bool hasRead_ = false;

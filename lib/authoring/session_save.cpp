@@ -197,10 +197,12 @@ Result<Outcome> Session::save() {
     Outcome outcome;
     for (SaveWarning& warning : warningsOf(*database)) outcome.warnings.push_back(std::move(warning.text));
     const Description saved = model_->mine();
+    const int saves = model_->saves();
     model_->show();
     auto written = category() == DT_NON_DESTRUCTIBLE ? saveNone(*database) : saveEntry(*database);
     if (!written) return std::move(written).fault();
-    model_->noteSaved(saved);
+    // A listener may have saved what it edited meanwhile.
+    if (model_->saves() == saves) model_->noteSaved(saved);
     model_->refresh();
     return outcome;
   });

@@ -55,6 +55,8 @@ Finding lookAt(const files::RootedPath& place) {
   std::error_code error;
   const fs::file_status status = fs::status(place.path(), error);
   if (fs::is_regular_file(status)) return {true, ""};
+  if (status.type() == fs::file_type::unknown)  // too large for the library to describe
+    return {true, notExamined(std::make_error_code(std::errc::value_too_large))};
   if (fs::exists(status)) return {false, "is no regular file", false};
   if (status.type() != fs::file_type::not_found) return {true, notExamined(error), !tellsOfNoFile(error)};
   const fs::file_type link = fs::symlink_status(place.path(), error).type();

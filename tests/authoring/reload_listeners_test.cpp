@@ -242,6 +242,36 @@ TEST_F(AReload, WhoseSlotSavesSeesAtOnceWhatIsInTheFile) {
   EXPECT_EQ(session->category(), DT_FRAGILE);
 }
 
+TEST_F(AReload, OfASaveDuringWhichAnEditWasSavedLeavesNothingUnsaved) {
+  const auto session = open(kCrate);
+  int calls = 0;
+  ks::Connection connection = session->helper().connectLoadedConfigSignal([&] {
+    if (++calls > 1) return;
+    expectDone(session->set({{"health", "72"}}));
+    expectDone(session->save());
+  });
+  expectDone(session->set({{"health", "51"}}));
+  expectDone(session->save());
+  connection.disconnect();
+  EXPECT_FALSE(session->hasUnsavedEdits());
+  changeFile(*session, database("200", "smoke"));
+  EXPECT_EQ(session->description().fragile.value().health, 200);
+}
+
+TEST_F(AReload, TakesNothingForAnEditOnceTheFileAndTheModelHoldNothing) {
+  for (const KsDestructibleType meanwhile : {DT_FALLING_ATOMS, DT_STRUCTURE}) {
+    writeDatabase(database("5", "smoke"));
+    const auto session = open(kCrate);
+    expectDone(session->convert(meanwhile));
+    changeFile(*session, "<root/>");
+    expectDone(session->convert(DT_NON_DESTRUCTIBLE));
+    EXPECT_FALSE(session->hasUnsavedEdits());
+    changeFile(*session, database("300", "smoke"));
+    EXPECT_EQ(session->category(), DT_FRAGILE);
+    EXPECT_EQ(session->description().fragile.value().health, 300);
+  }
+}
+
 TEST_F(AReload, IsNotToldOfWhenASaveHadNothingToWrite) {
   const auto session = open(kCrate);
   int calls = 0;
