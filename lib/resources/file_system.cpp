@@ -26,10 +26,18 @@ std::string notExamined(const std::error_code& error) {
   return "cannot be examined: " + error.message();
 }
 
+/// The standard library takes what is too large for it to describe for a file of an unknown type.
+fs::file_status statusOf(const fs::path& path, std::error_code& error) {
+  const fs::file_status status = fs::status(path, error);
+  if (status.type() != fs::file_type::unknown) return status;
+  error = std::make_error_code(std::errc::value_too_large);
+  return fs::file_status(fs::file_type::none);
+}
+
 /// Why a folder cannot be a root; empty when it can.
 std::string faultOfRoot(const fs::path& root) {
   std::error_code error;
-  const fs::file_status status = fs::status(root, error);
+  const fs::file_status status = statusOf(root, error);
   if (fs::is_directory(status)) return {};
   return fs::status_known(status) ? "is no folder" : notExamined(error);
 }
@@ -53,10 +61,8 @@ bool tellsOfNoFile(const std::error_code& error) {
 
 Finding lookAt(const files::RootedPath& place) {
   std::error_code error;
-  const fs::file_status status = fs::status(place.path(), error);
+  const fs::file_status status = statusOf(place.path(), error);
   if (fs::is_regular_file(status)) return {true, ""};
-  if (status.type() == fs::file_type::unknown)  // too large for the library to describe
-    return {true, notExamined(std::make_error_code(std::errc::value_too_large))};
   if (fs::exists(status)) return {false, "is no regular file", false};
   if (status.type() != fs::file_type::not_found) return {true, notExamined(error), !tellsOfNoFile(error)};
   const fs::file_type link = fs::symlink_status(place.path(), error).type();
