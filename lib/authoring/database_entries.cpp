@@ -12,19 +12,17 @@ namespace {
 namespace keys = database_format::keys;
 namespace tags = database_format::tags;
 
-// As a load takes it: what a later entry has replaces what an earlier one had.
 void noteEntry(KsDestructibleType sectionCategory, DataSection& entry, Description& description) {
-  if (sectionCategory == DT_FRAGILE) {
-    load_rules::readRecord(entry, description.fragile.emplace());
-  } else if (sectionCategory == DT_FALLING_ATOMS) {
-    load_rules::readRecord(entry, description.fallingAtom.emplace());
-  } else {
-    description.achievementTag = entry.readString(keys::kAchievementTag);
-    if (const auto modules = entry.openSection(tags::kModules))
-      description.modules = load_rules::readModules(*modules);
-    if (const auto states = entry.openSection(tags::kStates))
-      description.states = load_rules::readStates(*states);
-  }
+  struct Places {
+    Description& description;
+
+    auto& fragile() { return description.fragile.emplace(); }
+    auto& fallingAtom() { return description.fallingAtom.emplace(); }
+    auto& achievementTag() { return description.achievementTag; }
+    auto& modules() { return description.modules; }
+    auto& states() { return description.states; }
+  };
+  load_rules::readEntry(sectionCategory, entry, Places{description});
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <destructibles/database_format.h>
 #include <destructibles/look_rules.h>
 #include <model/super_model.h>
+#include <resources/data_section_cache.h>
 #include <resources/file_system.h>
 #include <resources/resource_name.h>
 
@@ -72,6 +73,7 @@ Fault unreadVisual(const std::string& modelName) {
 
 Result<std::unique_ptr<Session>> Session::open(const std::string& modelName) {
   if (FS::fileSystem() == nullptr) return refused("no resource roots are set up", "set some first");
+  auto pin = DataSectionCache::pin(database_format::kDatabaseFile);
   if (auto checked = checkModel(modelName); !checked) return std::move(checked).fault();
   if (OpenModel::isOpen(modelName)) {
     return refused("the model " + quotedName(modelName) + " is open already in this program",
@@ -87,6 +89,8 @@ Result<std::unique_ptr<Session>> Session::open(const std::string& modelName) {
                  "mend that and try again"};
   }
   if (!model->isWhole()) return unreadVisual(modelName);
+  pin.reset();
+  model->refresh();  // what another program has saved meanwhile
   std::unique_ptr<Session> session(new Session(std::move(model)));
   OpenModel::followAll();
   return session;

@@ -395,9 +395,6 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   void readAll(DataSection& root);
   void readSaved(DataSection& root);
   void readEntry(KsDestructibleType type, std::string model, DataSection& entry);
-  static void readFragile(std::string model, const DataSection& entry);
-  static void readFallingAtom(std::string model, const DataSection& entry);
-  void readStructure(const std::string& model, DataSection& entry);
 
   // Writing.
   bool writeToFile();

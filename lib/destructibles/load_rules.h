@@ -89,4 +89,19 @@ inline std::map<std::string, std::vector<std::string>> readStates(const DataSect
   return table;
 }
 
+/// Reads one entry from a section of a category. `places` says where: its members fragile(), fallingAtom(),
+/// achievementTag(), modules() and states() give the records, which are made when they are asked for. So what
+/// a later entry of a model holds replaces what an earlier one did, and the rest of that stays.
+template <class Places>
+void readEntry(KsDestructibleType category, DataSection& entry, Places&& places) {
+  namespace tags = database_format::tags;
+  if (category == DT_FRAGILE) return readRecord(entry, places.fragile());
+  if (category == DT_FALLING_ATOMS) return readRecord(entry, places.fallingAtom());
+  places.achievementTag() = entry.readString(database_format::keys::kAchievementTag, "", 0);
+  if (const auto modules = entry.openSection(tags::kModules, false, nullptr))
+    places.modules() = readModules(*modules);
+  if (const auto states = entry.openSection(tags::kStates, false, nullptr))
+    places.states() = readStates(*states);
+}
+
 }  // namespace Tal::load_rules

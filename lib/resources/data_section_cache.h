@@ -2,6 +2,8 @@
 
 #include <core/string_ref.h>
 
+#include <memory>
+
 namespace Tal {
 
 /// Keeps the documents that were opened by resource name. An open looks at the file's identity (device,
@@ -19,6 +21,10 @@ class DataSectionCache {
   /// Forgets the cached document of a resource with all its unsaved edits, also when their save failed: for a
   /// caller who holds elsewhere what is to be saved, and will write it again into the file as it is then.
   static void discard(BasicStringRef path);
+
+  /// While the result lives, the file of a resource is looked at once: every later open gives the document
+  /// that the first one gave, until that is forgotten. For an operation that must see one version.
+  static std::shared_ptr<const void> pin(BasicStringRef path);
 
   /// Forgets every document, unsaved edits included; for the end of a program or a test.
   static void clear();

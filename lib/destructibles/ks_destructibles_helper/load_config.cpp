@@ -17,7 +17,6 @@ namespace {
 using database_format::categoryOfSection;
 using database_format::kDatabaseFile;
 namespace keys = database_format::keys;
-namespace tags = database_format::tags;
 
 // The frame of the last reload that a change of the file caused; shared by all helpers.
 std::uint32_t lastReloadStamp = 0;
@@ -69,14 +68,19 @@ void KsDestructiblesHelper::readAll(DataSection& root) {
   }
 }
 
+// Every structure of the file sets the tag, on purpose: the one that stays is that of the last.
 void KsDestructiblesHelper::readEntry(KsDestructibleType type, std::string model, DataSection& entry) {
-  if (type == DT_FRAGILE) {
-    readFragile(std::move(model), entry);
-  } else if (type == DT_FALLING_ATOMS) {
-    readFallingAtom(std::move(model), entry);
-  } else {
-    readStructure(model, entry);
-  }
+  struct Places {
+    KsDestructiblesHelper& helper;
+    std::string model;
+
+    auto& fragile() { return load_rules::recordOf(s_destrFragileMap, std::move(model)); }
+    auto& fallingAtom() { return load_rules::recordOf(s_destrFallingAtomMap, std::move(model)); }
+    auto& achievementTag() { return helper.structureAchievementTag_; }
+    auto& modules() { return load_rules::recordOf(s_destrModuleMap, model); }
+    auto& states() { return load_rules::recordOf(s_destrStateMap, model).states; }
+  };
+  load_rules::readEntry(type, entry, Places{*this, std::move(model)});
 }
 
 // After the tables were restored to what the last load made of them, with one model saved since: that model's
@@ -101,25 +105,6 @@ void KsDestructiblesHelper::readSaved(DataSection& root) {
       s_lastLoad.lastAchievementTag = category->child(count - 1)->readString(keys::kAchievementTag, "", 0);
   }
   s_lastLoad.contentStamp = contentStamp;
-}
-
-void KsDestructiblesHelper::readFragile(std::string model, const DataSection& entry) {
-  load_rules::readRecord(entry, load_rules::recordOf(s_destrFragileMap, std::move(model)));
-}
-
-void KsDestructiblesHelper::readFallingAtom(std::string model, const DataSection& entry) {
-  load_rules::readRecord(entry, load_rules::recordOf(s_destrFallingAtomMap, std::move(model)));
-}
-
-void KsDestructiblesHelper::readStructure(const std::string& model, DataSection& entry) {
-  // Every structure of the file on purpose: the tag that stays is that of the last one.
-  structureAchievementTag_ = entry.readString(keys::kAchievementTag, "", 0);
-  if (const auto modules = entry.openSection(tags::kModules, false, nullptr); modules) {
-    load_rules::recordOf(s_destrModuleMap, model) = load_rules::readModules(*modules);
-  }
-  if (const auto states = entry.openSection(tags::kStates, false, nullptr); states) {
-    load_rules::recordOf(s_destrStateMap, model).states = load_rules::readStates(*states);
-  }
 }
 
 void KsDestructiblesHelper::onResourceModified(const BasicStringRef& /*basePath*/,

@@ -202,6 +202,10 @@ void DataSectionCache::discard(BasicStringRef path) {
   SectionCache::instance().discard(path);
 }
 
+std::shared_ptr<const void> DataSectionCache::pin(BasicStringRef path) {
+  return SectionCache::instance().pin(path);
+}
+
 void DataSectionCache::clear() {
   SectionCache::instance().clear();
 }

@@ -29,8 +29,7 @@ class SectionCache {
   /// never.
   void report(BasicStringRef resourceName, const Fault& fault);
 
-  /// While the result lives, the file of a resource is looked at once: every later open gives the document
-  /// that the first one gave, until that is let go. For who keeps other programs from saving it.
+  /// See DataSectionCache.
   std::shared_ptr<const void> pin(BasicStringRef resourceName);
 
   /// See DataSectionCache.
