@@ -107,7 +107,7 @@ std::string kindText(const ImportedMaterial& material) {
   const std::string kind = "kind " + std::to_string(material.kind);
   switch (material.kindSource) {
     case ImportedMaterial::KindSource::option:
-      return kind + " (as told)";
+      return kind + " (from --kind)";
     case ImportedMaterial::KindSource::file:
       return kind + " (by the file)";
     case ImportedMaterial::KindSource::name:

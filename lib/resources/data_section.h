@@ -14,7 +14,7 @@ namespace Tal {
 
 class DataSection;
 
-/// Supplies a section that has to be made because it does not exist. Null stands for the room's own XML
+/// Supplies a section that has to be made because it does not exist. Null stands for the module's own XML
 /// sections.
 class DataSectionCreator {
  public:
@@ -90,9 +90,7 @@ class DataSection : public SafeReferenceCount {
   /// The first child with that tag (a plain tag, not a path); null when there is none.
   virtual SmartPointer<DataSection> findChild(BasicStringRef tag) const = 0;
 
-  /// What the section's document holds, as a number: as long as it stays the same, so does everything in the
-  /// document, and no document with another content has had it in this process. 0 when the format does not
-  /// tell.
+  /// Identifies the document's current content; equal stamps mean equal content. 0 if unsupported.
   virtual std::uint64_t contentStamp() const { return 0; }
 
   /// What a derivation makes of this section; never null. It is computed when it is asked for, and given

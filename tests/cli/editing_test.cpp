@@ -277,7 +277,7 @@ TEST_F(Set, ChangesValuesAndSaysWhatChanged) {
   EXPECT_EQ(shown(kCrate).at("fragile").at("health"), 35);
   EXPECT_EQ(shown(kCrate).at("fragile").at("effectScale"), 1.25);
   EXPECT_EQ(result({"set", kCrate, "health=35"}),
-            "content/props/crate.model: nothing changed, the values were so already\n");
+            "content/props/crate.model: nothing changed, already set\n");
 }
 
 TEST_F(Set, ChangesAModuleAndTheStructuresTag) {

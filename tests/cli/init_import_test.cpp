@@ -77,7 +77,7 @@ TEST_F(Import, MakesAModelOfAFileWithoutAnyNamingConvention) {
   EXPECT_EQ(
       result({"import", barrel(), "content/props/barrel.model", "--kind", "Material.001=73"}),
       "made content/props/barrel.model\nmade content/props/barrel.visual\nmade content/props/barrel.glb\n"
-      "  material      Material.001  kind 73 (as told)\n"
+      "  material      Material.001  kind 73 (from --kind)\n"
       "  BSP material  Material.001\n");
   EXPECT_EQ(run({"convert", "content/props/barrel.model", "auto"}).status, 0);
   EXPECT_THAT(result({"show", "content/props/barrel.model"}), testing::HasSubstr("category       fragile"));
