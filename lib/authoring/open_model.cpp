@@ -150,9 +150,9 @@ Description OpenModel::description() const {
 // What a save would write of a description.
 Description OpenModel::counting(const Description& description) const {
   Description result = ofItsCategory(description);
-  // A conversion leaves the states of a structure behind.
-  const bool areStatesLeft = base_.category == DT_STRUCTURE && result.category != DT_STRUCTURE;
-  if (areStatesLeft) result.states.clear();
+  // A conversion leaves the states of a structure behind; those of other models are the file's.
+  if (result.category != DT_STRUCTURE)
+    result.states = base_.category == DT_STRUCTURE ? Description::States() : base_.states;
   return result;
 }
 
@@ -160,7 +160,7 @@ Description OpenModel::counting(const Description& description) const {
 bool OpenModel::isEdited() const {
   if (mine_.category == DT_NON_DESTRUCTIBLE && base_.category == DT_NON_DESTRUCTIBLE)
     return !isSame(mine_, base_);
-  return !isSame(ofItsCategory(mine_), ofItsCategory(base_));
+  return !isSame(counting(mine_), counting(base_));
 }
 
 Result<Outcome> OpenModel::run(const std::function<Result<Outcome>()>& operation) {
@@ -208,8 +208,10 @@ std::optional<KsDestructibleType> OpenModel::takeForeignCategory() {
 // What conversions have left behind has left the file.
 void OpenModel::noteSaved(const Description& saved) {
   ++saves_;
-  mine_ = counting(mine_);
+  // What a listener has converted meanwhile counts again on the way back.
+  if (isSame(mine_, saved)) mine_ = counting(mine_);
   base_ = counting(saved);
+  goneStructure_.reset();
   foreignCategory_.reset();
   removedTheirs_.clear();
   // A structure that was saved is not completed with what the save has dropped.
@@ -251,6 +253,7 @@ void OpenModel::merge(const Description& file) {
   if (!isEdited()) {
     foreignCategory_.reset();
     removedTheirs_.clear();
+    goneStructure_.reset();
     mine_ = withLeftBehind(theirs);
     base_ = std::move(theirs);
     return;
@@ -261,19 +264,37 @@ void OpenModel::merge(const Description& file) {
     foreignCategory_ = theirs.category;
   }
   noteRemovedTheirs(theirs.modules);
-  Description mine = merged(baseOfMerge(), mine_, theirs);
+  Description others = theirs;
+  keepGoneStructure(others);
+  Description mine = merged(baseOfMerge(), mine_, others);
   // A model of no category has no records that would count again when it is converted.
   mine_ = mine.category == DT_NON_DESTRUCTIBLE ? Description() : completed(std::move(mine), newEntries_);
   // Of a record that only the author has now, the edits are still those since it was read.
   if (base_.fragile && !theirs.fragile) origins_.fragile = base_.fragile;
   if (base_.fallingAtom && !theirs.fallingAtom) origins_.fallingAtom = base_.fallingAtom;
   forgetOrigins(mine_);
+  if (theirs.category == DT_STRUCTURE) goneStructure_.reset();
   base_ = std::move(theirs);
+}
+
+// While the file has no structure, the author's stays as it is.
+void OpenModel::keepGoneStructure(Description& theirs) {
+  if (mine_.category != DT_STRUCTURE || theirs.category == DT_STRUCTURE) return;
+  if (!goneStructure_ && base_.category == DT_STRUCTURE) goneStructure_ = base_;
+  if (!goneStructure_) return;
+  theirs.modules = goneStructure_->modules;
+  theirs.states = goneStructure_->states;
+  theirs.achievementTag = goneStructure_->achievementTag;
 }
 
 // What the author has not touched of a record that the file lacks is to be theirs.
 Description OpenModel::baseOfMerge() const {
   Description base = base_;
+  if (goneStructure_) {
+    base.modules = goneStructure_->modules;
+    base.states = goneStructure_->states;
+    base.achievementTag = goneStructure_->achievementTag;
+  }
   if (mine_.fragile && !base.fragile) base.fragile = origins_.fragile;
   if (mine_.fallingAtom && !base.fallingAtom) base.fallingAtom = origins_.fallingAtom;
   for (const auto& [name, module] : origins_.modules)
@@ -285,6 +306,7 @@ Description OpenModel::baseOfMerge() const {
 void OpenModel::forgetOrigins(const Description& now) {
   if (!now.fragile) origins_.fragile = newEntries_.fragile;
   if (!now.fallingAtom) origins_.fallingAtom = newEntries_.fallingAtom;
+  if (now.category != DT_STRUCTURE) goneStructure_.reset();
 }
 
 void OpenModel::noteRemovedTheirs(const Description::Modules& theirs) {

@@ -109,6 +109,7 @@ class OpenModel : private ResourceModificationListener {
   Description withLeftBehind(Description theirs) const;
   Description counting(const Description& description) const;
   Description baseOfMerge() const;
+  void keepGoneStructure(Description& theirs);
   void forgetOrigins(const Description& now);
   Description shown();
   void showRecords();
@@ -122,9 +123,10 @@ class OpenModel : private ResourceModificationListener {
   ks::Connection loaded_;
   mutable ks::Signal<void()> reloaded_;
 
-  Description newEntries_;              // what newly made entries hold
-  Description origins_;                 // what the author's records were that the file lacks
-  std::set<std::string> droppedNames_;  // the modules of those that a save does not write
+  Description newEntries_;                    // what newly made entries hold
+  Description origins_;                       // what the author's records were that the file lacks
+  std::optional<Description> goneStructure_;  // what the author's structure was that the file lacks
+  std::set<std::string> droppedNames_;        // the modules of those that a save does not write
   Description::Modules removedTheirs_;
   Description base_;
   Description mine_;

@@ -186,13 +186,14 @@ Result<Outcome> Session::convertTo(KsDestructibleType to) {
   }
   const RestoreTarget target = targetOf(helper());
   Description wanted = converted(model_->mine(), to, target.newEntries);
-  if (target.isHealthUncertain && isRecordNew(model_->mine(), wanted)) return withoutEstimate(modelName());
+  const bool isNew = isRecordNew(model_->mine(), wanted);
+  if (target.isHealthUncertain && isNew) return withoutEstimate(modelName());
   Outcome outcome;
   // What the file holds is not lost before the save.
   const Description unsaved = merged(model_->base(), model_->description(), target.newEntries);
   warnOfThrownAway({from, unsaved, target.newEntries, false, true}, target, outcome);
   model_->replace(std::move(wanted));
-  const bool isMadeAnew = from == DT_NON_DESTRUCTIBLE && to == model_->base().category;
+  const bool isMadeAnew = isNew && to == model_->base().category;
   if (isMadeAnew) warnOfThrownAway({to, model_->base(), model_->description()}, target, outcome);
   outcome.changes.push_back({"category", std::string(categoryName(from)), std::string(categoryName(to))});
   return outcome;

@@ -272,6 +272,52 @@ TEST_F(AReload, TakesNothingForAnEditOnceTheFileAndTheModelHoldNothing) {
   }
 }
 
+TEST_F(AReload, KeepsTheEditsOfAStructureThatAnotherProgramTakesAwayAndPutsBack) {
+  std::string house = houseOf({"n_door_4", "n_wall_1", "n_wall_2"}, "200");
+  house.insert(house.find("<modules>"),
+               "<achievementTag>manor</achievementTag><states><state><name>open</name></state></states>");
+  writeDatabase(house);
+  const auto session = open(kHouse);
+  expectDone(session->setModule("n_wall_1", {{"health", "50"}}));  // what a new module has, too
+  expectDone(session->set({{"achievementTag", ""}}));
+  expectDone(session->removeState("open"));
+  changeFile(*session, "<root/>");
+  EXPECT_EQ(session->description().modules.at("n_wall_2").health, 200);
+  std::string again = house;
+  again.insert(again.find("<health>"), "<effectHP>HP_wall_2</effectHP>");
+  changeFile(*session, again);
+  const Description now = session->description();
+  EXPECT_EQ(now.modules.at("n_wall_1").health, 50);
+  EXPECT_EQ(now.modules.at("n_door_4").effectHP, "HP_wall_2");
+  EXPECT_EQ(now.achievementTag, "");
+  EXPECT_TRUE(now.states.empty());
+  EXPECT_TRUE(session->hasUnsavedEdits());
+}
+
+TEST_F(AReload, OfAConvertedStructureShowsNoStatesThatNoSaveWrites) {
+  const std::string house = houseOf({"n_wall_1"}, "200");
+  writeDatabase(house);
+  const auto session = open(kHouse);
+  expectDone(session->addState("open"));
+  expectDone(session->convert(DT_FRAGILE));
+  changeFile(*session, "<root/>");
+  EXPECT_TRUE(session->description().states.empty());
+}
+
+TEST_F(AReload, DuringASaveKeepsWhatAConversionByAListenerLeavesBehind) {
+  const auto session = open(kCrate);
+  int calls = 0;
+  ks::Connection connection = session->helper().connectLoadedConfigSignal([&] {
+    if (++calls == 1) expectDone(session->convert(DT_FALLING_ATOMS));
+  });
+  expectDone(session->set({{"health", "51"}}));
+  expectDone(session->save());
+  connection.disconnect();
+  expectDone(session->convert(DT_FRAGILE));
+  EXPECT_EQ(session->description().fragile.value().health, 51);
+  EXPECT_FALSE(session->hasUnsavedEdits());
+}
+
 TEST_F(AReload, IsNotToldOfWhenASaveHadNothingToWrite) {
   const auto session = open(kCrate);
   int calls = 0;

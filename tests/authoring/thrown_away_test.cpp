@@ -542,5 +542,18 @@ TEST_F(Suggestion, OfAVariantIsRefusedAsOne) {
               testing::HasSubstr("is a variant"));
 }
 
+TEST_F(ThrownAwayValues, AreThoseOfARecordThatIsMadeAnewThroughAnotherCategory) {
+  writeDatabase(
+      "<root><fragiles><entry><filename>content/props/crate.model</filename><health>5</health>"
+      "<hitEffect>hit</hitEffect></entry></fragiles></root>");
+  const auto session = open(kCrate);
+  expectDone(session->convert(DT_NON_DESTRUCTIBLE));
+  expectDone(session->convert(DT_FALLING_ATOMS));
+  const auto converted = session->convert(DT_FRAGILE);
+  expectDone(converted);
+  EXPECT_THAT(converted->warnings, testing::Contains(testing::AllOf(testing::HasSubstr("health=5"),
+                                                                    testing::HasSubstr("hitEffect=hit"))));
+}
+
 }  // namespace
 }  // namespace Tal::authoring
