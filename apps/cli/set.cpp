@@ -37,8 +37,8 @@ std::string changeText(const SetOptions& options, const authoring::Outcome& outc
   const std::string subject = escapeControls(options.model) +
                               (options.hasModule ? " module " + escapeControls(options.module) : "") + ": ";
   if (outcome.changes.empty()) {
-    return subject + (isFileChanged ? "already set, but the entry was tidied\n"
-                                    : "nothing changed, already set\n");
+    return subject +
+           (isFileChanged ? "already set, but the entry was tidied\n" : "nothing changed, already set\n");
   }
   std::string text;
   for (const authoring::Change& change : outcome.changes)
