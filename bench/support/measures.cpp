@@ -1,5 +1,6 @@
 #include "measures.h"
 
+#include <benchmark/benchmark.h>
 #include <core/stack_tracker.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <fcntl.h>
@@ -62,8 +63,7 @@ void writeAndRename(const std::string& bytes, const std::string& temporary, cons
 // Lets the heap do now what it puts off when memory is given back, to the next large request.
 void joinFreeMemory() {
   constexpr std::size_t kLarge = std::size_t{1} << 20U;
-  const auto large = std::make_unique<std::array<char, kLarge>>();
-  asm volatile("" : : "r"(large.get()) : "memory");
+  benchmark::DoNotOptimize(std::make_unique<std::array<char, kLarge>>());
 }
 
 // A structure that is saved again and again.

@@ -1,7 +1,6 @@
 #include "ratios.h"
 
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 
 #include <algorithm>
 #include <array>
@@ -9,12 +8,12 @@
 #include <string>
 #include <utility>
 
+#include "rounds.h"
+
 namespace bench {
 namespace {
 
 using Run = benchmark::BenchmarkReporter::Run;
-
-constexpr int kKeptMemory = 1 << 30;  // bytes that the heap holds on to before it gives memory back
 
 /// What a run is repeated by unless the caller's own options, which come later, say otherwise.
 constexpr std::array<const char*, 3> kDefaultOptions = {
@@ -88,8 +87,7 @@ bool initialize(std::vector<std::string>& arguments) {
 }  // namespace
 
 int run(int argc, char** argv, const std::vector<Ratio>& ratios) {
-  ::mallopt(M_TRIM_THRESHOLD, kKeptMemory);
-  ::mallopt(M_MMAP_THRESHOLD, kKeptMemory);
+  keepFreedMemory();
   std::vector<std::string> arguments = withDefaultOptions(argc, argv);
   if (!initialize(arguments)) return 1;
 

@@ -78,6 +78,13 @@ bool hasOtherModules(const Description& shown, const Description& wanted) {
       shown.modules, [&wanted](const auto& module) { return !wanted.modules.contains(module.first); });
 }
 
+// Gives a description what belongs to structures alone.
+void takeStructure(const Description& from, Description& to) {
+  to.modules = from.modules;
+  to.states = from.states;
+  to.achievementTag = from.achievementTag;
+}
+
 // Replaces a record of the tables exactly. The helper takes scales that hardly differ as equal, but not
 // beside another difference.
 template <class Record, class Get, class Update>
@@ -181,7 +188,7 @@ void OpenModel::replace(Description wanted) {
     isStale_ = true;
     throw;
   }
-  forgetOrigins(mine_);
+  forgetOrigins();
 }
 
 bool OpenModel::isOf(const DataSection& database) const {
@@ -272,7 +279,7 @@ void OpenModel::merge(const Description& file) {
   // Of a record that only the author has now, the edits are still those since it was read.
   if (base_.fragile && !theirs.fragile) origins_.fragile = base_.fragile;
   if (base_.fallingAtom && !theirs.fallingAtom) origins_.fallingAtom = base_.fallingAtom;
-  forgetOrigins(mine_);
+  forgetOrigins();
   if (theirs.category == DT_STRUCTURE) goneStructure_.reset();
   base_ = std::move(theirs);
 }
@@ -281,20 +288,13 @@ void OpenModel::merge(const Description& file) {
 void OpenModel::keepGoneStructure(Description& theirs) {
   if (mine_.category != DT_STRUCTURE || theirs.category == DT_STRUCTURE) return;
   if (!goneStructure_ && base_.category == DT_STRUCTURE) goneStructure_ = base_;
-  if (!goneStructure_) return;
-  theirs.modules = goneStructure_->modules;
-  theirs.states = goneStructure_->states;
-  theirs.achievementTag = goneStructure_->achievementTag;
+  if (goneStructure_) takeStructure(*goneStructure_, theirs);
 }
 
 // What the author has not touched of a record that the file lacks is to be theirs.
 Description OpenModel::baseOfMerge() const {
   Description base = base_;
-  if (goneStructure_) {
-    base.modules = goneStructure_->modules;
-    base.states = goneStructure_->states;
-    base.achievementTag = goneStructure_->achievementTag;
-  }
+  if (goneStructure_) takeStructure(*goneStructure_, base);
   if (mine_.fragile && !base.fragile) base.fragile = origins_.fragile;
   if (mine_.fallingAtom && !base.fallingAtom) base.fallingAtom = origins_.fallingAtom;
   for (const auto& [name, module] : origins_.modules)
@@ -303,10 +303,10 @@ Description OpenModel::baseOfMerge() const {
 }
 
 // A record that the author has no more is made anew when it is needed.
-void OpenModel::forgetOrigins(const Description& now) {
-  if (!now.fragile) origins_.fragile = newEntries_.fragile;
-  if (!now.fallingAtom) origins_.fallingAtom = newEntries_.fallingAtom;
-  if (now.category != DT_STRUCTURE) goneStructure_.reset();
+void OpenModel::forgetOrigins() {
+  if (!mine_.fragile) origins_.fragile = newEntries_.fragile;
+  if (!mine_.fallingAtom) origins_.fallingAtom = newEntries_.fallingAtom;
+  if (mine_.category != DT_STRUCTURE) goneStructure_.reset();
 }
 
 void OpenModel::noteRemovedTheirs(const Description::Modules& theirs) {

@@ -110,7 +110,7 @@ class OpenModel : private ResourceModificationListener {
   Description counting(const Description& description) const;
   Description baseOfMerge() const;
   void keepGoneStructure(Description& theirs);
-  void forgetOrigins(const Description& now);
+  void forgetOrigins();
   Description shown();
   void showRecords();
   void setCategory(KsDestructibleType category);

@@ -192,10 +192,8 @@ Result<HealthExplanation> Session::explainHealth() {
   model_->settle();
   HealthExplanation explanation = authoring::explainHealth(helper(), category());
   const int health = helper().calculateDestructibleHealth();  // logs what the module has to say
-  const bool isKnown = !explanation.isSizeUncertain && health == explanation.health;
-  const std::string name = modelName();
   OpenModel::followAll();
-  if (!isKnown) return unreadVisual(name);
+  if (explanation.isSizeUncertain || health != explanation.health) return unreadVisual(modelName());
   return explanation;
 }
 

@@ -121,6 +121,35 @@ TEST(TheCache, DoesNotServeAKeptDocumentInThePlaceOfALinkThatLeadsOutOfTheRoot) 
   EXPECT_EQ(openResource("scripts/a.xml")->value(), "mine") << "nothing of it was lost";
 }
 
+TEST(APinnedDocument, IsGivenByEveryOpenWhateverBecomesOfTheFile) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  auto pin = Tal::DataSectionCache::pin("a.xml");
+  EXPECT_EQ(openResource("a.xml")->value(), "1");
+  root.replace("a.xml", "<r>22</r>");
+  EXPECT_EQ(openResource("./a.xml")->value(), "1");
+  fs::remove(root / "a.xml");
+  EXPECT_EQ(openResource("a.xml")->value(), "1");
+  pin.reset();
+  EXPECT_FALSE(openResource("a.xml"));
+}
+
+TEST(APinnedDocument, IsTheOneThatIsOpenedFirstBehindThePin) {
+  const MountedRoot root("a.xml", "<r>1</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "1");
+  root.replace("a.xml", "<r>22</r>");
+  const auto outer = Tal::DataSectionCache::pin("a.xml");
+  EXPECT_EQ(openResource("a.xml")->value(), "22");
+  root.replace("a.xml", "<r>333</r>");
+  {
+    const auto inner = Tal::DataSectionCache::pin("a.xml");
+    EXPECT_EQ(openResource("a.xml")->value(), "333");
+  }
+  root.replace("a.xml", "<r>4444</r>");
+  EXPECT_EQ(openResource("a.xml")->value(), "333") << "the outer pin still holds it";
+  Tal::DataSectionCache::discard("a.xml");
+  EXPECT_EQ(openResource("a.xml")->value(), "4444");
+}
+
 TEST(APurge, ForgetsTheDocumentAndTheEditsThatNobodySaved) {
   const MountedRoot root("scripts/a.xml", "<r>1</r>");
   const auto section = openResource("scripts/a.xml");

@@ -95,6 +95,8 @@ Result<SmartPointer<DataSection>> SectionCache::open(BasicStringRef resourceName
   if (const auto identity = files::identityAt(place->path())) {
     auto document = documentOf(*place, *identity);
     if (!document) return std::move(document).fault();
+    Entry& entry = entries_.find(place->name.native())->second;
+    entry.isPinned = !entry.pin.expired();
     return handOut(*document);
   }
   if (const int code = errno; code != ENOENT && code != ENOTDIR) {
@@ -129,7 +131,6 @@ SmartPointer<SectionDocument> SectionCache::newDocument(const files::RootedPath&
 Result<SmartPointer<SectionDocument>> SectionCache::documentOf(const files::RootedPath& place,
                                                                const files::FileIdentity& identity) {
   Entry& entry = entries_[place.name.native()];
-  entry.isPinned = !entry.pin.expired();
   if (entry.document && entry.document->isCurrent(place, identity)) return entry.document;
   drop(entry);
   const bool isRefused = entry.refused && entry.refused->version == identity;
@@ -145,7 +146,6 @@ Result<SmartPointer<SectionDocument>> SectionCache::documentOf(const files::Root
     return fault;
   }
   entry.document = *std::move(document);
-  entry.isPinned = !entry.pin.expired();
   entry.refused = std::nullopt;
   if (entry.saved) entry.document->recognise(*std::exchange(entry.saved, {}));
   if (std::exchange(entry.isFlushPending, false)) entry.document->markFlushPending();

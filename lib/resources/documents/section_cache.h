@@ -54,7 +54,7 @@ class SectionCache {
     std::optional<SectionDocument::SavedContent> saved;  ///< of the document that was forgotten last
     bool isFlushPending = false;                         ///< by that document
     std::weak_ptr<const void> pin;
-    bool isPinned = false;  ///< the document was given since the pin
+    bool isPinned = false;  ///< the document was given out since it was pinned
   };
 
  private:
