@@ -26,11 +26,10 @@ class TreeBuilder {
 
   /// A start tag, which begins at `begin` and ends in front of `contentBegin`.
   void start(std::size_t begin, std::size_t contentBegin, TagId tag) {
-    Node node;
-    node.begin = static_cast<std::uint32_t>(begin);
-    node.contentBegin = static_cast<std::uint32_t>(contentBegin);
-    node.tag = tag & kTagMask;
-    open_.push_back({node, finishedCount_});
+    open_.push_back({{.begin = static_cast<std::uint32_t>(begin),
+                      .contentBegin = static_cast<std::uint32_t>(contentBegin),
+                      .tag = tag & kTagMask},
+                     finishedCount_});
   }
 
   /// The end tag of the innermost open element; `isVerbatim` as Node has it.
@@ -45,13 +44,11 @@ class TreeBuilder {
 
   /// An element below the innermost open one whose content is verbatim text, whole.
   void leaf(std::size_t begin, std::size_t contentBegin, std::size_t contentEnd, TagId tag) {
-    Node node;
-    node.begin = static_cast<std::uint32_t>(begin);
-    node.contentBegin = static_cast<std::uint32_t>(contentBegin);
-    node.contentEnd = static_cast<std::uint32_t>(contentEnd);
-    node.tag = tag & kTagMask;
-    node.isVerbatim = 1;
-    finish(node);
+    finish({.begin = static_cast<std::uint32_t>(begin),
+            .contentBegin = static_cast<std::uint32_t>(contentBegin),
+            .contentEnd = static_cast<std::uint32_t>(contentEnd),
+            .tag = tag & kTagMask,
+            .isVerbatim = 1});
   }
 
   /// After the end tag of the root.

@@ -116,10 +116,14 @@ bool XmlSection::canHold(BasicStringRef value) const {
 }
 
 bool XmlSection::readValue(BasicStringRef path, std::string& scratch, BasicStringRef& value) const {
-  xml::NodeIndex node = node_;
-  while (node != xml::kNoNode && !path.empty()) {
-    const BasicStringRef step = takeStep(path);
-    if (!step.empty()) node = tree().findChild(node, step);
+  // Nearly every path is one step, which names of elements, without a "/", tell at once.
+  xml::NodeIndex node = tree().findChild(node_, path);
+  if (node == xml::kNoNode) {
+    node = node_;
+    while (node != xml::kNoNode && !path.empty()) {
+      const BasicStringRef step = takeStep(path);
+      if (!step.empty()) node = tree().findChild(node, step);
+    }
   }
   if (node == xml::kNoNode) return false;
   value = tree().text(node, scratch);
