@@ -7,6 +7,7 @@
 #include <files/folder_names.h>
 #include <files/new_folder.h>
 #include <files/retry_on_eintr.h>
+#include <files/system.h>
 #include <files/system_fault.h>
 
 #include <sys/stat.h>
@@ -39,7 +40,7 @@ constexpr int kNames = 1000;  // to be tried for a temporary file
 /// Whether a temporary file was written long enough ago that its writer, if it lives, has locked it.
 bool isOld(int descriptor) {
   struct stat status {};
-  return ::fstat(descriptor, &status) == 0 && std::time(nullptr) - status.st_mtime > kLeftOverAge;
+  return system().fstat(descriptor, status) == 0 && std::time(nullptr) - status.st_mtime > kLeftOverAge;
 }
 
 /// Whether the process in a temporary file's name, behind `beginning`, is another one that lives. What has
@@ -60,7 +61,7 @@ bool isForOthersToSet(int code) {
 /// was none when the place was opened. A fault when it must not be replaced.
 Result<std::optional<struct stat>> examine(const OpenPlace& place, const std::string& name) {
   struct stat status {};
-  if (::fstatat(place.folder(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+  if (system().fstatat(place.folder(), name.c_str(), status, AT_SYMLINK_NOFOLLOW) != 0) {
     if (errno != ENOENT) return failedStep("examining", place.path(), errno);
     return std::optional<struct stat>();
   }
@@ -71,7 +72,7 @@ Result<std::optional<struct stat>> examine(const OpenPlace& place, const std::st
                  "move it away"};
   // Replacing needs no permission on the file itself; but who protects a file means its content.
   const bool isProtected = (status.st_mode & kAnyWrite) == 0;
-  if (isProtected || ::faccessat(place.folder(), name.c_str(), W_OK, 0) != 0)
+  if (isProtected || system().faccessat(place.folder(), name.c_str(), W_OK) != 0)
     return failedStep("replacing the protected file", place.path(), isProtected ? EACCES : errno);
   return std::optional(status);
 }
@@ -88,7 +89,7 @@ class Replacement {
         isVersionGiven_(true),
         version_(version) {}
   ~Replacement() {
-    if (isTemporaryThere_) ::unlinkat(place_.folder(), temporary_.c_str(), 0);
+    if (isTemporaryThere_) system().unlinkat(place_.folder(), temporary_.c_str(), 0);
   }
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
@@ -155,15 +156,15 @@ class Replacement {
     const mode_t mode = old_ ? kOnlyOwner : kNewFile;  // until it has the old one's rights
     for (int attempt = 0; attempt < kNames; ++attempt) {
       temporary_ = temporaryNameFor(place_.name());
-      descriptor_ =
-          FileDescriptor(retryOnEintr([&] { return ::openat(folder(), temporary_.c_str(), kFlags, mode); }));
+      descriptor_ = FileDescriptor(
+          retryOnEintr([&] { return system().openat(folder(), temporary_.c_str(), kFlags, mode); }));
       if (descriptor_ || errno != EEXIST) return;
     }
   }
 
   Result<void> keepOwnerAndRights() {
     struct stat made {};
-    if (::fstat(descriptor_.get(), &made) != 0) return failTemporary("examining");
+    if (system().fstat(descriptor_.get(), made) != 0) return failTemporary("examining");
     // Another owner can be set by few; the group or nothing at all is the best that others can do.
     const bool isOwnerOther = made.st_uid != old_->st_uid || made.st_gid != old_->st_gid;
     if (isOwnerOther && !setOwner(old_->st_uid) && !setOwner(made.st_uid) && !isForOthersToSet(errno))
@@ -171,13 +172,13 @@ class Replacement {
     mode_t mode = old_->st_mode & kPermissions;
     if (!copyAttributes(place_.folder(), pattern_, descriptor_.get(), mode))
       return failTemporary("setting the attributes of");
-    if (retryOnEintr([&] { return ::fchmod(descriptor_.get(), mode); }) != 0)
+    if (retryOnEintr([&] { return system().fchmod(descriptor_.get(), mode); }) != 0)
       return failTemporary("setting the permissions of");
     return {};
   }
 
   bool setOwner(uid_t owner) const {
-    return retryOnEintr([&] { return ::fchown(descriptor_.get(), owner, old_->st_gid); }) == 0;
+    return retryOnEintr([&] { return system().fchown(descriptor_.get(), owner, old_->st_gid); }) == 0;
   }
 
   /// What processes that were killed while they saved this file have left beside it.
@@ -187,9 +188,9 @@ class Replacement {
       if (!left.starts_with(beginning) || !isTemporaryName(left) || isOfAnotherLivingProcess(left, beginning))
         continue;
       const FileDescriptor descriptor(
-          ::openat(folder(), left.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+          system().openat(folder(), left.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW, 0));
       if (descriptor && isOld(descriptor.get()) && tryLock(descriptor.get()))
-        ::unlinkat(folder(), left.c_str(), 0);
+        system().unlinkat(folder(), left.c_str(), 0);
     }
   }
 
@@ -214,7 +215,7 @@ class Replacement {
   Result<void> write(BasicStringRef content) {
     while (!content.empty()) {
       const ssize_t count =
-          retryOnEintr([&] { return ::write(descriptor_.get(), content.data(), content.size()); });
+          retryOnEintr([&] { return system().write(descriptor_.get(), content.data(), content.size()); });
       if (count == 0) return failedStep("writing", temporaryPath(), ENOSPC);
       if (count < 0) return failTemporary("writing");
       content.remove_prefix(static_cast<std::size_t>(count));
@@ -223,10 +224,11 @@ class Replacement {
   }
 
   Result<void> flushAndClose() {
-    if (retryOnEintr([&] { return ::fsync(descriptor_.get()); }) != 0) return failTemporary("flushing");
+    if (retryOnEintr([&] { return system().fsync(descriptor_.get()); }) != 0)
+      return failTemporary("flushing");
     written_ = identityOf(descriptor_.get());
     // An interrupted close has closed the file, whose content is on the disk already.
-    if (::close(descriptor_.release()) != 0 && errno != EINTR) return failTemporary("closing");
+    if (system().close(descriptor_.release()) != 0 && errno != EINTR) return failTemporary("closing");
     return {};
   }
 
@@ -235,7 +237,8 @@ class Replacement {
     const bool isToBeNew = isVersionGiven_ && !version_;
     if (isToBeNew) return place_.renameToFree(temporary_, place_.name());
     const char* const to = place_.name().c_str();
-    return retryOnEintr([&] { return ::renameat(folder(), temporary_.c_str(), folder(), to); }) == 0;
+    return retryOnEintr([&] { return system().renameat2(folder(), temporary_.c_str(), folder(), to, 0); }) ==
+           0;
   }
 
   Result<void> flushFolderOfFile() {
@@ -280,7 +283,7 @@ Result<void> checkReplaceable(const OpenPlace& place) {
 }
 
 Result<void> removeFile(const OpenPlace& place) {
-  if (::unlinkat(place.folder(), place.name().c_str(), 0) != 0 && errno != ENOENT)
+  if (system().unlinkat(place.folder(), place.name().c_str(), 0) != 0 && errno != ENOENT)
     return failedStep("removing", place.path(), errno);
   if (flushFolder(place.folder())) return {};
   return failedStep("flushing the folder of", place.path(), errno);

@@ -4,6 +4,7 @@
 #include <files/file_lock.h>
 #include <files/new_folder.h>
 #include <files/retry_on_eintr.h>
+#include <files/system.h>
 #include <files/system_fault.h>
 
 #include <sys/sendfile.h>
@@ -51,7 +52,8 @@ Result<void> BackupFile::makeWith(const Make& make) {
   }
   // A version that this process may not read is not removed by its saves either, which look for a lock first.
   descriptor_ = FileDescriptor(retryOnEintr([this] {
-    return ::openat(place_.folder(), backup_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    return system().openat(place_.folder(), backup_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK,
+                           0);
   }));
   if (descriptor_) tryLock(descriptor_.get());
   return {};
@@ -59,12 +61,12 @@ Result<void> BackupFile::makeWith(const Make& make) {
 
 bool BackupFile::linkOrCopy() {
   const int folder = place_.folder();
-  if (::linkat(folder, place_.name().c_str(), folder, backup_.c_str(), 0) == 0) return true;
+  if (system().linkat(folder, place_.name().c_str(), folder, backup_.c_str()) == 0) return true;
   if (errno == EEXIST) return false;
   isCopy_ = copyFile();
   if (isCopy_ || errno == EEXIST) return isCopy_;
   const int code = errno;
-  ::unlinkat(folder, backup_.c_str(), 0);  // what was copied by then
+  system().unlinkat(folder, backup_.c_str(), 0);  // what was copied by then
   errno = code;
   return false;
 }
@@ -73,29 +75,28 @@ bool BackupFile::linkOrCopy() {
 bool BackupFile::copyFile() const {
   const FileDescriptor from = place_.openToRead();
   struct stat status {};
-  if (!from || ::fstat(from.get(), &status) != 0) return false;
+  if (!from || system().fstat(from.get(), status) != 0) return false;
   const FileDescriptor to(retryOnEintr([&] {
-    return ::openat(place_.folder(), backup_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                    status.st_mode & kBackupMode);
+    return system().openat(place_.folder(), backup_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                           status.st_mode & kBackupMode);
   }));
   if (!to) return false;
   ssize_t count = 1;
-  while (count > 0)
-    count = retryOnEintr([&] { return ::sendfile(to.get(), from.get(), nullptr, kCopyPiece); });
+  while (count > 0) count = retryOnEintr([&] { return system().sendfile(to.get(), from.get(), kCopyPiece); });
   return count == 0;
 }
 
 Result<void> BackupFile::restore() {
   const std::string backup = std::exchange(backup_, {});
   const int folder = place_.folder();
-  if (isCopy_ && descriptor_) retryOnEintr([&] { return ::fsync(descriptor_.get()); });
+  if (isCopy_ && descriptor_) retryOnEintr([&] { return system().fsync(descriptor_.get()); });
   if (!place_.renameToFree(backup, place_.name())) {
     Fault fault = failedStep("putting back the old", place_.path(), errno);
     fault.remedy += " and rename " + quotedName(backup) + " to " + quotedName(place_.name()) +
                     " before anything saves that again";
     return fault;
   }
-  ::unlinkat(folder, backup.c_str(), 0);  // is there still if both were names of the same version
+  system().unlinkat(folder, backup.c_str(), 0);  // is there still if both were names of the same version
   if (flushFolder(folder)) return {};
   Fault fault = failedStep("flushing the folder of", place_.path(), errno);
   fault.kind = FaultKind::unflushed;
@@ -103,7 +104,7 @@ Result<void> BackupFile::restore() {
 }
 
 void BackupFile::discard() noexcept {
-  if (isKept()) ::unlinkat(place_.folder(), backup_.c_str(), 0);
+  if (isKept()) system().unlinkat(place_.folder(), backup_.c_str(), 0);
   backup_.clear();
 }
 

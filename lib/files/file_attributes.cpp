@@ -2,6 +2,7 @@
 #include <files/file_attributes.h>
 #include <files/file_descriptor.h>
 #include <files/retry_on_eintr.h>
+#include <files/system.h>
 
 #include <sys/xattr.h>
 
@@ -59,8 +60,8 @@ class Source {
  public:
   Source(int folder, const std::string& name) {
     const auto open = [&](int flags) {
-      return FileDescriptor(
-          retryOnEintr([&] { return ::openat(folder, name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC); }));
+      return FileDescriptor(retryOnEintr(
+          [&] { return system().openat(folder, name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, 0); }));
     };
     file_ = open(O_RDONLY | O_NONBLOCK);
     isReadable_ = static_cast<bool>(file_);
@@ -74,14 +75,15 @@ class Source {
 
   std::optional<std::string> names() const {
     return filledBy([this](char* buffer, std::size_t size) {
-      return isReadable_ ? ::flistxattr(file_.get(), buffer, size) : ::listxattr(path_.c_str(), buffer, size);
+      return isReadable_ ? system().flistxattr(file_.get(), buffer, size)
+                         : system().listxattr(path_.c_str(), buffer, size);
     });
   }
 
   std::optional<std::string> attribute(const char* name) const {
     return filledBy([&](char* buffer, std::size_t size) {
-      return isReadable_ ? ::fgetxattr(file_.get(), name, buffer, size)
-                         : ::getxattr(path_.c_str(), name, buffer, size);
+      return isReadable_ ? system().fgetxattr(file_.get(), name, buffer, size)
+                         : system().getxattr(path_.c_str(), name, buffer, size);
     });
   }
 
@@ -92,7 +94,7 @@ class Source {
 };
 
 bool setAttribute(int file, const char* name, const std::string& value) {
-  return ::fsetxattr(file, name, value.data(), value.size(), 0) == 0;
+  return system().fsetxattr(file, name, value.data(), value.size()) == 0;
 }
 
 /// What an access control list, as the system hands it out, gives the owning group, as bits of a mode: a
@@ -116,12 +118,12 @@ bool copyAccessControlList(const Source& from, int to, std::uint32_t& mode) {
   if (!isToBeLeftOut(errno)) return false;
   // Beside a list, a mode tells of the group what others on the list may have.
   if (list) mode &= ~kGroupRights | groupRightsIn(*list);
-  return !list || ::fremovexattr(to, kAccessControlList) == 0 || isToBeLeftOut(errno);
+  return !list || system().fremovexattr(to, kAccessControlList) == 0 || isToBeLeftOut(errno);
 }
 
 bool removeAccessControlList(int file) {
-  const bool isThere = ::fgetxattr(file, kAccessControlList, nullptr, 0) > 0;
-  return !isThere || ::fremovexattr(file, kAccessControlList) == 0 || isToBeLeftOut(errno);
+  const bool isThere = system().fgetxattr(file, kAccessControlList, nullptr, 0) > 0;
+  return !isThere || system().fremovexattr(file, kAccessControlList) == 0 || isToBeLeftOut(errno);
 }
 
 bool copyAttribute(const Source& from, int to, const char* name) {

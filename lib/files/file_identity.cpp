@@ -1,4 +1,5 @@
 #include <files/file_identity.h>
+#include <files/system.h>
 
 #include <sys/stat.h>
 
@@ -37,13 +38,13 @@ bool isRecent(const FileIdentity& identity) {
 
 std::optional<FileIdentity> identityAt(const std::filesystem::path& file) {
   struct stat status {};
-  if (::stat(file.c_str(), &status) != 0) return std::nullopt;
+  if (system().fstatat(AT_FDCWD, file.c_str(), status, 0) != 0) return std::nullopt;
   return identityIn(status);
 }
 
 std::optional<FileIdentity> identityOf(int descriptor) {
   struct stat status {};
-  if (::fstat(descriptor, &status) != 0) return std::nullopt;
+  if (system().fstat(descriptor, status) != 0) return std::nullopt;
   return identityIn(status);
 }
 

@@ -2,6 +2,7 @@
 #include <files/file_identity.h>
 #include <files/file_lock.h>
 #include <files/retry_on_eintr.h>
+#include <files/system.h>
 
 #include <sys/file.h>
 
@@ -49,13 +50,14 @@ Fault heldBy(const std::string& holder, const char* action) {
 }
 
 FileDescriptor openFile(const std::filesystem::path& file, int access) {
-  return FileDescriptor(retryOnEintr([&] { return ::open(file.c_str(), access | O_CLOEXEC | O_NONBLOCK); }));
+  return FileDescriptor(retryOnEintr(
+      [&] { return system().openat(AT_FDCWD, file.c_str(), access | O_CLOEXEC | O_NONBLOCK, 0); }));
 }
 
 }  // namespace
 
 bool tryLock(int descriptor) noexcept {
-  return retryOnEintr([descriptor] { return ::flock(descriptor, LOCK_EX | LOCK_NB); }) == 0;
+  return retryOnEintr([descriptor] { return system().flock(descriptor, LOCK_EX | LOCK_NB); }) == 0;
 }
 
 Result<void> waitForLock(int descriptor, std::chrono::milliseconds patience) {

@@ -1,6 +1,7 @@
 #include <files/file_descriptor.h>
 #include <files/file_read.h>
 #include <files/retry_on_eintr.h>
+#include <files/system.h>
 #include <files/system_fault.h>
 
 #include <fcntl.h>
@@ -18,15 +19,15 @@ constexpr int kAttempts = 5;
 constexpr std::size_t kReadPiece = std::size_t{1} << 18U;
 
 FileDescriptor openToRead(const std::filesystem::path& file) {
-  return FileDescriptor(
-      retryOnEintr([&] { return ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); }));
+  return FileDescriptor(retryOnEintr(
+      [&] { return system().openat(AT_FDCWD, file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK, 0); }));
 }
 
 /// Reads until the size is reached or the file ends; how many bytes came, -1 on an error.
 std::ptrdiff_t readFully(int descriptor, char* into, std::size_t size) {
   std::size_t done = 0;
   while (done < size) {
-    const ssize_t count = retryOnEintr([&] { return ::read(descriptor, into + done, size - done); });
+    const ssize_t count = retryOnEintr([&] { return system().read(descriptor, into + done, size - done); });
     if (count < 0) return -1;
     if (count == 0) break;
     done += static_cast<std::size_t>(count);

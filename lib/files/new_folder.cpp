@@ -1,5 +1,6 @@
 #include <files/new_folder.h>
 #include <files/retry_on_eintr.h>
+#include <files/system.h>
 #include <files/system_fault.h>
 
 #include <sys/stat.h>
@@ -25,11 +26,12 @@ Fault failedMaking(const fs::path& folder, int code) {
 
 bool isFolderIn(int above, const char* name) {
   struct stat status {};
-  return ::fstatat(above, name, &status, 0) == 0 && S_ISDIR(status.st_mode);
+  return system().fstatat(above, name, status, 0) == 0 && S_ISDIR(status.st_mode);
 }
 
 FileDescriptor openFolderAt(int above, const char* name, int flags) {
-  return FileDescriptor(retryOnEintr([&] { return ::openat(above, name, flags | O_DIRECTORY | O_CLOEXEC); }));
+  return FileDescriptor(
+      retryOnEintr([&] { return system().openat(above, name, flags | O_DIRECTORY | O_CLOEXEC, 0); }));
 }
 
 }  // namespace
@@ -51,7 +53,7 @@ Result<void> makeFolder(const fs::path& folder) {
 }
 
 Result<void> makeFolderIn(int above, const std::string& name, const fs::path& shown) {
-  if (::mkdirat(above, name.c_str(), kNewFolder) != 0) {
+  if (system().mkdirat(above, name.c_str(), kNewFolder) != 0) {
     const int code = errno;
     // Another program may have made it meanwhile.
     if (code == EEXIST && isFolderIn(above, name.c_str())) return {};
@@ -60,7 +62,7 @@ Result<void> makeFolderIn(int above, const std::string& name, const fs::path& sh
   const FileDescriptor descriptor = openFolderAt(above, ".", O_RDONLY);
   if (descriptor ? flushFolder(descriptor.get()) : errno == EACCES) return {};
   Fault fault = failedStep("flushing the folder of", shown, errno);
-  ::unlinkat(above, name.c_str(), AT_REMOVEDIR);  // or nobody would flush it any more
+  system().unlinkat(above, name.c_str(), AT_REMOVEDIR);  // or nobody would flush it any more
   return fault;
 }
 
@@ -71,11 +73,11 @@ NewFolders::NewFolders(fs::path folder) {
 }
 
 NewFolders::~NewFolders() {
-  for (const fs::path& folder : missing_) ::rmdir(folder.c_str());
+  for (const fs::path& folder : missing_) system().unlinkat(AT_FDCWD, folder.c_str(), AT_REMOVEDIR);
 }
 
 bool flushFolder(int descriptor) {
-  return retryOnEintr([descriptor] { return ::fsync(descriptor); }) == 0 || errno == EINVAL;
+  return retryOnEintr([descriptor] { return system().fsync(descriptor); }) == 0 || errno == EINVAL;
 }
 
 }  // namespace Tal::files

@@ -3,11 +3,11 @@
 #include <files/open_place.h>
 #include <files/path_links.h>
 #include <files/retry_on_eintr.h>
+#include <files/system.h>
 #include <files/system_fault.h>
 
 #include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -22,24 +22,24 @@ namespace {
 namespace fs = std::filesystem;
 
 FileDescriptor openAt(int folder, const char* name, int flags) {
-  return FileDescriptor(retryOnEintr([&] { return ::openat(folder, name, flags | O_CLOEXEC); }));
+  return FileDescriptor(retryOnEintr([&] { return system().openat(folder, name, flags | O_CLOEXEC, 0); }));
 }
 
 /// Opens a folder far below another in one step that follows no link; holds nothing when it is not there, and
 /// where the system does not know such a step.
 FileDescriptor openBeneath(int root, const fs::path& folder) {
-  open_how how{};
-  how.flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
-  how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
-  return FileDescriptor(static_cast<int>(
-      retryOnEintr([&] { return ::syscall(SYS_openat2, root, folder.c_str(), &how, sizeof(how)); })));
+  return FileDescriptor(retryOnEintr([&] {
+    return system().openat2(root, folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC,
+                            RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS);
+  }));
 }
 
 /// Why a folder below another could not be opened, by errno.
 Fault failedFolder(int above, const char* name, const fs::path& shown) {
   const int code = errno;
   struct stat status {};
-  const bool isLink = ::fstatat(above, name, &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
+  const bool isLink =
+      system().fstatat(above, name, status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
   if (!isLink) {
     Fault fault = failedStep("opening the folder", shown, code);
     if (code == ENOTDIR) fault.remedy = "move the file of that name away";
@@ -59,7 +59,7 @@ Fault leadsOut(const fs::path& path) {
 Result<OpenRoot> OpenRoot::open(const fs::path& folder, const std::optional<FileIdentity>& taken) {
   OpenRoot root;
   std::error_code error;
-  root.path_ = fs::canonical(folder, error);
+  root.path_ = system().canonical(folder, error);
   if (error) return failedStep("examining the folder", folder, error.value());
   root.folder_ = openAt(AT_FDCWD, root.path_.c_str(), O_PATH | O_DIRECTORY);
   if (!root.folder_) return failedStep("opening the folder", root.path_, errno);
@@ -81,7 +81,7 @@ Result<OpenPlace> OpenPlace::open(const RootedPath& place) {
 Result<OpenPlace> OpenPlace::open(const OpenRoot& root, const fs::path& name) {
   OpenPlace place;
   std::error_code error;
-  place.path_ = fs::weakly_canonical(root.path() / name, error);
+  place.path_ = system().weaklyCanonical(root.path() / name, error);
   if (error) return failedStep("examining", root.path() / name, error.value());
   const bool isBelow = isPathBelow(place.path_, root.path()) && place.path_ != root.path();
   if (!isBelow) return leadsOut(root.path() / name);
@@ -108,7 +108,7 @@ Result<void> OpenPlace::walk(const OpenRoot& root, const fs::path& folder) {
     if (!next && errno == ENOENT) {
       if (auto made = makeFolderIn(found.get(), step.native(), shown); !made) return made;
       next = openAt(found.get(), step.c_str(), kStep);
-      made_.push_back({FileDescriptor(::fcntl(found.get(), F_DUPFD_CLOEXEC, 0)), step.native()});
+      made_.push_back({FileDescriptor(system().dup(found.get())), step.native()});
     }
     if (!next) return failedFolder(found.get(), step.c_str(), shown);
     found = std::move(next);
@@ -135,13 +135,13 @@ bool OpenPlace::isInFolderOf(const OpenPlace& other) const {
 
 void OpenPlace::removeMadeFolders() noexcept {
   for (auto folder = made_.rbegin(); folder != made_.rend(); ++folder)
-    ::unlinkat(folder->above.get(), folder->name.c_str(), AT_REMOVEDIR);
+    system().unlinkat(folder->above.get(), folder->name.c_str(), AT_REMOVEDIR);
   made_.clear();
 }
 
 Result<Standing> OpenPlace::look() const {
   struct stat status {};
-  if (::fstatat(folder_.get(), name_.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+  if (system().fstatat(folder_.get(), name_.c_str(), status, AT_SYMLINK_NOFOLLOW) != 0) {
     if (errno != ENOENT) return failedStep("examining", path_, errno);
     return Standing();
   }
@@ -158,10 +158,10 @@ std::optional<FileIdentity> OpenPlace::identity() const {
 
 bool OpenPlace::renameToFree(const std::string& from, const std::string& to) const {
   const int folder = folder_.get();
-  if (::renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (system().renameat2(folder, from.c_str(), folder, to.c_str(), RENAME_NOREPLACE) == 0) return true;
   // Some file systems do not know how to leave what is there.
   if (errno != EINVAL && errno != ENOSYS) return false;
-  return retryOnEintr([&] { return ::renameat(folder, from.c_str(), folder, to.c_str()); }) == 0;
+  return retryOnEintr([&] { return system().renameat2(folder, from.c_str(), folder, to.c_str(), 0); }) == 0;
 }
 
 FileDescriptor OpenPlace::openToRead() const {

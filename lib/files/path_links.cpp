@@ -1,4 +1,5 @@
 #include <files/path_links.h>
+#include <files/system.h>
 
 #include <algorithm>
 #include <system_error>
@@ -9,7 +10,7 @@ namespace fs = std::filesystem;
 
 fs::path resolvedPath(const fs::path& path) {
   std::error_code error;
-  fs::path result = fs::canonical(path, error);
+  fs::path result = system().canonical(path, error);
   return error ? fs::path() : result;
 }
 

@@ -5,7 +5,7 @@
 
 namespace Tal {
 
-/// Logs a refused or failed operation of this room: one message of priority 5, category "resources".
+/// Logs a refused or failed operation of this module: one message of priority 5, category "resources".
 void reportRefusal(BasicStringRef text);
 
 /// Logs, as one critical message, the fault of a save whose edits are kept.

@@ -1,5 +1,6 @@
 #include <files/folder_names.h>
 #include <files/path_links.h>
+#include <files/system.h>
 #include <watch/folder_watcher.h>
 #include <watch/transient_name.h>
 
@@ -40,13 +41,14 @@ void FolderWatcher::lookAtAll() {
 }
 
 void FolderWatcher::lookAt(const FolderKey& key) {
-  const files::FileDescriptor descriptor(::open(pathOf(key).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  const files::FileDescriptor descriptor(
+      files::system().openat(AT_FDCWD, pathOf(key).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC, 0));
   if (!descriptor) {
     if (isAbsence(errno)) drop(key);
     return;
   }
   struct stat status {};
-  if (::fstat(descriptor.get(), &status) != 0) return;
+  if (files::system().fstat(descriptor.get(), status) != 0) return;
   Folder& folder = folders_[key];
   if (!(folder.identity == identityOf(status))) {
     handleFolder(key, status);
@@ -88,7 +90,7 @@ void FolderWatcher::lookAtName(const FolderKey& key, const std::string& name, in
   const FolderKey below(key.first, join(key.second, name));
   if (known.files.contains(name) || folders_.contains(below)) return;
   struct stat status {};
-  const bool isThere = ::fstatat(folder, name.c_str(), &status, 0) == 0;
+  const bool isThere = files::system().fstatat(folder, name.c_str(), status, 0) == 0;
   if (isThere && S_ISREG(status.st_mode)) {
     if (!isTransientName(name)) known.unsettled.try_emplace(name);
     return;
@@ -104,7 +106,7 @@ void FolderWatcher::lookAtFiles(const FolderKey& key, int folder, bool isTold) {
   std::vector<std::string> gone;
   for (auto& [name, file] : known.files) {
     struct stat status {};
-    const bool isThere = ::fstatat(folder, name.c_str(), &status, 0) == 0;
+    const bool isThere = files::system().fstatat(folder, name.c_str(), status, 0) == 0;
     if (!isThere && !isAbsence(errno)) continue;
     if (!isThere || !S_ISREG(status.st_mode)) {
       gone.push_back(name);
@@ -127,7 +129,8 @@ void FolderWatcher::settle(const FilePlace& place, int folder, const files::File
   const auto& [key, name] = place;
   Folder& known = folders_[key];
   struct stat status {};
-  const bool isThere = ::fstatat(folder, name.c_str(), &status, 0) == 0 && S_ISREG(status.st_mode);
+  const bool isThere =
+      files::system().fstatat(folder, name.c_str(), status, 0) == 0 && S_ISREG(status.st_mode);
   if (!isThere) {
     known.unfollowed.insert(name);
     return;

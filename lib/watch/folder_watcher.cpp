@@ -1,6 +1,7 @@
 #include <core/display_text.h>
 #include <files/folder_names.h>
 #include <files/path_links.h>
+#include <files/system.h>
 #include <watch/folder_watcher.h>
 #include <watch/transient_name.h>
 
@@ -127,7 +128,8 @@ std::vector<std::string> FolderWatcher::namesToAdd(const FolderKey& key) const {
 bool FolderWatcher::addOne(const FolderKey& key, bool isNews, std::vector<FolderKey>& below) {
   const fs::path path = pathOf(key);
   struct stat status {};
-  if (::stat(path.c_str(), &status) != 0 || !S_ISDIR(status.st_mode)) return false;
+  if (files::system().fstatat(AT_FDCWD, path.c_str(), status, 0) != 0 || !S_ISDIR(status.st_mode))
+    return false;
   if (isAstray(key, identityOf(status))) return false;
   if (folders_.size() == kMostFolders) {
     collector_.noteProblem("there are more folders below the resource roots than can be watched (" +
@@ -141,7 +143,7 @@ bool FolderWatcher::addOne(const FolderKey& key, bool isNews, std::vector<Folder
   folder.watch = watch;
   for (const std::string& name : namesToAdd(key)) {
     struct stat entry {};
-    if (::stat((path / name).c_str(), &entry) != 0) continue;
+    if (files::system().fstatat(AT_FDCWD, (path / name).c_str(), entry, 0) != 0) continue;
     if (S_ISDIR(entry.st_mode)) {
       below.emplace_back(key.first, join(key.second, name));
     } else if (S_ISREG(entry.st_mode) && !isTransientName(name)) {
@@ -241,7 +243,7 @@ void FolderWatcher::handle(const inotify_event& event) {
 void FolderWatcher::handleRoot(std::size_t root) {
   const FolderKey key(root, std::string());
   struct stat status {};
-  if (::stat(pathOf(key).c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+  if (files::system().fstatat(AT_FDCWD, pathOf(key).c_str(), status, 0) == 0 && S_ISDIR(status.st_mode)) {
     handleFolder(key, status);
   } else {
     drop(key);
@@ -262,7 +264,7 @@ void FolderWatcher::handleEntry(const FolderKey& folder, const std::string& name
   known->second.written.erase(name);
   const fs::path path = pathOf(folder) / name;
   struct stat status {};
-  const bool isThere = ::stat(path.c_str(), &status) == 0;
+  const bool isThere = files::system().fstatat(AT_FDCWD, path.c_str(), status, 0) == 0;
   const FolderKey below(folder.first, join(folder.second, name));
   if (!isThere || !S_ISREG(status.st_mode)) noteAbsence(folder, name);
   if (isThere && S_ISDIR(status.st_mode)) {

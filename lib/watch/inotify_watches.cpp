@@ -1,4 +1,5 @@
 #include <files/retry_on_eintr.h>
+#include <files/system.h>
 #include <watch/inotify_watches.h>
 
 #include <sys/inotify.h>
@@ -38,7 +39,7 @@ bool InotifyWatches::open() {
   folders_.clear();
   rootPlaces_.clear();
   files_.clear();
-  queue_ = files::FileDescriptor(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+  queue_ = files::FileDescriptor(files::system().inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
   return isOpen();
 }
 
@@ -46,7 +47,7 @@ bool InotifyWatches::readEvents(const std::function<void(const inotify_event&)>&
   alignas(inotify_event) std::array<char, kBufferSize> buffer;
   for (int reads = 0; reads < kMostReads && isOpen(); ++reads) {
     const ssize_t size =
-        files::retryOnEintr([&] { return ::read(queue_.get(), buffer.data(), buffer.size()); });
+        files::retryOnEintr([&] { return files::system().read(queue_.get(), buffer.data(), buffer.size()); });
     if (size <= 0) break;
     for (ssize_t place = 0; place < size;) {
       const auto& event = *reinterpret_cast<const inotify_event*>(buffer.data() + place);
@@ -63,7 +64,7 @@ bool InotifyWatches::readEvents(const std::function<void(const inotify_event&)>&
 }
 
 int InotifyWatches::addFolder(const FolderKey& key, const std::filesystem::path& path) {
-  const int watch = ::inotify_add_watch(queue_.get(), path.c_str(), kFolderMask);
+  const int watch = files::system().inotify_add_watch(queue_.get(), path.c_str(), kFolderMask);
   if (watch >= 0) folders_[watch].push_back(key);
   return watch;
 }
@@ -75,11 +76,11 @@ void InotifyWatches::removeFolder(int watch, const FolderKey& key) {
   if (!found->second.empty()) return;
   folders_.erase(found);
   // The folder itself may be alive elsewhere; what happens to it there is no concern of the roots.
-  if (!rootPlaces_.contains(watch)) ::inotify_rm_watch(queue_.get(), watch);
+  if (!rootPlaces_.contains(watch)) files::system().inotify_rm_watch(queue_.get(), watch);
 }
 
 void InotifyWatches::addRootPlace(const RootPlace& place, const std::filesystem::path& folder) {
-  const int watch = ::inotify_add_watch(queue_.get(), folder.c_str(), kFolderMask);
+  const int watch = files::system().inotify_add_watch(queue_.get(), folder.c_str(), kFolderMask);
   if (watch < 0) return;
   std::vector<RootPlace>& places = rootPlaces_[watch];
   const bool isKnown = std::any_of(places.begin(), places.end(),
@@ -89,7 +90,7 @@ void InotifyWatches::addRootPlace(const RootPlace& place, const std::filesystem:
 
 int InotifyWatches::addFile(const FilePlace& place, const std::filesystem::path& path) {
   if (files_.size() >= kMostFiles) return -1;
-  const int watch = ::inotify_add_watch(queue_.get(), path.c_str(), kFileMask);
+  const int watch = files::system().inotify_add_watch(queue_.get(), path.c_str(), kFileMask);
   if (watch >= 0) files_[watch].insert(place);
   return watch;
 }
@@ -100,7 +101,7 @@ void InotifyWatches::removeFile(int watch, const FilePlace& place) {
   found->second.erase(place);
   if (!found->second.empty()) return;
   files_.erase(found);
-  ::inotify_rm_watch(queue_.get(), watch);
+  files::system().inotify_rm_watch(queue_.get(), watch);
 }
 
 std::vector<FolderKey> InotifyWatches::foldersOf(int watch) const {

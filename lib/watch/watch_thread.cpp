@@ -1,4 +1,5 @@
 #include <files/retry_on_eintr.h>
+#include <files/system.h>
 #include <watch/watch_thread.h>
 
 #include <sys/eventfd.h>
@@ -64,7 +65,7 @@ class BlockedSignals {
 WatchThread::WatchThread(const std::vector<std::filesystem::path>& roots)
     : collector_(nativePaths(roots)),
       watcher_(roots, collector_),
-      stop_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+      stop_(files::system().eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   start();
 }
 
@@ -72,7 +73,7 @@ void WatchThread::start() {
   nextLook_ = Clock::now() + kLookPause;
   const BlockedSignals blocked;
   try {
-    thread_ = std::thread(&WatchThread::run, this);
+    thread_ = files::system().startThread([this] { run(); });
   } catch (const std::system_error& error) {
     collector_.noteProblem("the system gives no thread to watch the resource roots (" +
                            error.code().message() +
@@ -85,7 +86,7 @@ WatchThread::~WatchThread() {
   isStopping_ = true;
   const std::uint64_t one = 1;
   // Wakes the thread. One that has nothing to be woken by wakes by itself; see kStopPause.
-  if (stop_) files::retryOnEintr([&] { return ::write(stop_.get(), &one, sizeof(one)); });
+  if (stop_) files::retryOnEintr([&] { return files::system().write(stop_.get(), &one, sizeof(one)); });
   if (thread_.joinable()) thread_.join();
 }
 
@@ -97,7 +98,7 @@ void WatchThread::run() noexcept {
     std::array<pollfd, 2> sources = {{{queue, POLLIN, 0}, {stop_.get(), POLLIN, 0}}};
     const Clock::duration pause = std::max(nextLook_ - Clock::now(), Clock::duration::zero());
     const auto wait = std::chrono::ceil<Milliseconds>(stop_ ? pause : std::min(pause, kStopPause));
-    const int count = ::poll(sources.data(), sources.size(), static_cast<int>(wait.count()));
+    const int count = files::system().poll(sources.data(), sources.size(), static_cast<int>(wait.count()));
     if (count < 0 && errno != EINTR) std::this_thread::sleep_for(wait);
     collect(count > 0 && sources[0].revents != 0);
   }

@@ -1,4 +1,4 @@
-// The project's own files under the rules of the house.
+// The project's own files under the rules of the architecture.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "house_rules.h"
+#include "layer_rules.h"
 #include "source_tree.h"
 
 namespace {
@@ -24,7 +24,7 @@ const std::vector<SourceFile>& projectFiles() {
   return files;
 }
 
-TEST(TheProject, KeepsTheRulesOfTheHouse) {
+TEST(TheProject, KeepsTheRulesOfTheArchitecture) {
   std::string text;
   for (const std::string& breach : architecture::breaches(projectFiles())) text += breach + "\n";
   EXPECT_EQ(text, "");

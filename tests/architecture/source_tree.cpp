@@ -122,6 +122,20 @@ Include includeOf(std::string_view operand, int line) {
   return {std::string(operand.substr(1, close - 1)), open == '<', line};
 }
 
+std::vector<GlobalCall> globalCallsIn(std::string_view text, int line) {
+  constexpr std::string_view kScope = "::";
+  std::vector<GlobalCall> calls;
+  for (std::size_t at = text.find(kScope); at != std::string_view::npos; at = text.find(kScope, at + 1)) {
+    if (at > 0 && (isWordCharacter(text[at - 1]) || text[at - 1] == '>'))
+      continue;  // of a class or namespace
+    const std::string_view rest = text.substr(at + kScope.size());
+    const auto length =
+        static_cast<std::size_t>(std::find_if_not(rest.begin(), rest.end(), isWordCharacter) - rest.begin());
+    if (rest.substr(length).starts_with('(')) calls.push_back({std::string(rest.substr(0, length)), line});
+  }
+  return calls;
+}
+
 std::string contentOf(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream) throw std::runtime_error("cannot read " + file.string());
@@ -142,6 +156,7 @@ SourceFile readSource(std::string path, std::string_view content) {
   for (int line = 1; !rest.empty(); ++line) {
     std::string_view text = rest.substr(0, rest.find('\n'));
     rest.remove_prefix(std::min(text.size() + 1, rest.size()));
+    for (GlobalCall& call : globalCallsIn(text, line)) file.globalCalls.push_back(std::move(call));
     const std::string_view directive = takeDirective(text);
     if (directive == "include" || directive == "include_next" || directive == "import")
       file.includes.push_back(includeOf(text, line));

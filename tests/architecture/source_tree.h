@@ -14,10 +14,17 @@ struct Include {
   int line = 0;
 };
 
+/// A call of a function that stands in no namespace: ::open(...).
+struct GlobalCall {
+  std::string function;
+  int line = 0;
+};
+
 /// What the rules look at in one file.
 struct SourceFile {
   std::string path;  ///< below the tree's root, with forward slashes: "lib/core/format.h"
   std::vector<Include> includes;
+  std::vector<GlobalCall> globalCalls;
   bool hasPragmaOnce = false;
   int lineCount = 0;
 };

@@ -1,3 +1,4 @@
+#include <support/faulty_system.h>
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
 
@@ -8,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <sys/file.h>
-#include <sys/stat.h>
 
 #include <fcntl.h>
 #include <cerrno>
@@ -19,105 +19,10 @@
 #include <utility>
 #include <vector>
 
-// The linker puts these in the place of the system's operations, in the engine's code and not in the
-// system's.
-
 namespace {
 
-/// Which call is to go wrong: the n-th of an operation since it was armed.
-struct Fault {
-  std::string operation;
-  int countdown = 0;
-  int code = 0;
-  bool areWritesShort = false;
-  int calls = 0;
-  std::function<void()> meanwhile = {};  ///< done before the call, which then goes well
-};
-
-Fault s_fault;
-
-/// What the file system has locks for.
-enum class Locks { everything, onlyWhatIsOpenForWriting, nothing };
-
-Locks s_locks = Locks::everything;
-
-bool isDue(const char* operation) {
-  if (s_fault.operation != operation) return false;
-  ++s_fault.calls;
-  if (--s_fault.countdown != 0) return false;
-  if (s_fault.meanwhile) {
-    std::exchange(s_fault.meanwhile, {})();
-    return false;
-  }
-  errno = s_fault.code;
-  return true;
-}
-
-}  // namespace
-
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker gives the names
-extern "C" {
-
-ssize_t __real_write(int descriptor, const void* bytes, std::size_t size);
-ssize_t __wrap_write(int descriptor, const void* bytes, std::size_t size) {
-  if (isDue("write")) return -1;
-  return __real_write(descriptor, bytes, s_fault.areWritesShort && size > 3 ? size / 3 : size);
-}
-
-int __real_fsync(int descriptor);
-int __wrap_fsync(int descriptor) {
-  return isDue("fsync") ? -1 : __real_fsync(descriptor);
-}
-
-int __real_close(int descriptor);
-int __wrap_close(int descriptor) {
-  const bool isFault = isDue("close");
-  const int code = errno;
-  const int result = __real_close(descriptor);
-  errno = isFault ? code : errno;
-  return isFault ? -1 : result;
-}
-
-int __real_renameat(int fromFolder, const char* from, int toFolder, const char* to);
-int __wrap_renameat(int fromFolder, const char* from, int toFolder, const char* to) {
-  return isDue("rename") ? -1 : __real_renameat(fromFolder, from, toFolder, to);
-}
-
-int __real_fchmod(int descriptor, mode_t mode);
-int __wrap_fchmod(int descriptor, mode_t mode) {
-  return isDue("fchmod") ? -1 : __real_fchmod(descriptor, mode);
-}
-
-int __real_mkdirat(int folder, const char* name, mode_t mode);
-int __wrap_mkdirat(int folder, const char* name, mode_t mode) {
-  return isDue("mkdir") ? -1 : __real_mkdirat(folder, name, mode);
-}
-
-int __real_open(const char* path, int flags, mode_t mode);
-int __wrap_open(const char* path, int flags, mode_t mode) {
-  return isDue("open") ? -1 : __real_open(path, flags, mode);
-}
-
-int __real_openat(int folder, const char* name, int flags, mode_t mode);
-int __wrap_openat(int folder, const char* name, int flags, mode_t mode) {
-  return isDue("open") ? -1 : __real_openat(folder, name, flags, mode);
-}
-
-int __real_flock(int descriptor, int operation);
-int __wrap_flock(int descriptor, int operation) {
-  const bool isForReading = (::fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY;
-  if (s_locks == Locks::nothing || (s_locks == Locks::onlyWhatIsOpenForWriting && isForReading)) {
-    errno = s_locks == Locks::nothing ? ENOLCK : EBADF;
-    return -1;
-  }
-  return __real_flock(descriptor, operation);
-}
-
-}  // extern "C"
-// NOLINTEND(bugprone-reserved-identifier)
-
-namespace {
-
+using support::FaultySystem;
+using support::Locks;
 using support::MessageRecorder;
 using support::MountedRoot;
 using support::openResource;
@@ -126,6 +31,8 @@ using testing::AnyOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+
+FaultySystem s_system;
 
 struct OperationCase {
   const char* operation;
@@ -140,7 +47,7 @@ void PrintTo(const OperationCase& one, std::ostream* stream) {
 
 class AFaultOf : public testing::TestWithParam<OperationCase> {
  protected:
-  void TearDown() override { s_fault = {}; }
+  void TearDown() override { s_system.order = {}; }
 };
 
 /// Saves "<r>1</r>" as "<r>2...</r>" with the n-th call of the operation going wrong. Whether it did.
@@ -151,10 +58,10 @@ bool saveWithFault(const OperationCase& one, int number) {
   const auto section = openResource("a.xml");
   section->setValue(text);
   MessageRecorder recorder;
-  s_fault = {one.operation, number, one.code, true, 0};
+  s_system.order = {one.operation, number, one.code, true, 0};
   const bool isSaved = section->save();
-  const int calls = s_fault.calls;
-  s_fault = {};
+  const int calls = s_system.order.calls;
+  s_system.order = {};
   EXPECT_THAT(root.listing(), ElementsAre("a.xml")) << "nothing is left beside it";
   if (calls < number) {
     EXPECT_TRUE(isSaved);
@@ -174,10 +81,10 @@ bool saveWithFault(const OperationCase& one, int number) {
   EXPECT_THAT(root.read("a.xml"), AnyOf(old, "<r>" + text + "</r>"));
   EXPECT_EQ(section->value(), text);
   EXPECT_EQ(openResource("a.xml")->value(), text);
-  s_fault = {"fsync", 0, 0, false, 0};
+  s_system.order = {"fsync", 0, 0, false, 0};
   EXPECT_TRUE(section->save()) << "asked again, when the cause is gone";
-  EXPECT_EQ(s_fault.calls, 2) << "the file and its folder are flushed";
-  s_fault = {};
+  EXPECT_EQ(s_system.order.calls, 2) << "the file and its folder are flushed";
+  s_system.order = {};
   EXPECT_EQ(root.read("a.xml"), "<r>" + text + "</r>");
   EXPECT_THAT(root.listing(), ElementsAre("a.xml"));
   return true;
@@ -206,10 +113,10 @@ bool makeWithFault(const OperationCase& one, int number) {
   const auto section = Tal::FS::Utils::openSection("new/deep/a.xml", true, nullptr);
   section->setValue("1");
   MessageRecorder recorder;
-  s_fault = {one.operation, number, one.code, false, 0};
+  s_system.order = {one.operation, number, one.code, false, 0};
   const bool isSaved = section->save();
-  const bool hasFailed = s_fault.calls >= number;
-  s_fault = {};
+  const bool hasFailed = s_system.order.calls >= number;
+  s_system.order = {};
   EXPECT_EQ(isSaved, !hasFailed) << one.operation << ' ' << number;
   if (hasFailed) {
     EXPECT_THAT(recorder.texts(), ElementsAre(AllOf(HasSubstr("\"new/deep/a.xml\""), HasSubstr(one.reason),
@@ -230,7 +137,7 @@ TEST(ASaveThatMakesFolders, SaysWhichStepFailsAndCanBeMadeAgain) {
     int number = 1;
     while (makeWithFault(one, number) && number < 100) ++number;
     EXPECT_GT(number, one.leastCalls) << one.operation;
-    s_fault = {};
+    s_system.order = {};
   }
 }
 
@@ -243,12 +150,12 @@ TEST(ASaveThatMakesFolders, BringsEachOfThemToTheDiskAlsoWhenThatFailedBefore) {
     const auto section = Tal::FS::Utils::openSection("new/deep/a.xml", true, nullptr);
     section->setValue("1");
     const MessageRecorder recorder;
-    s_fault = {"fsync", static_cast<int>(failing) + 1, EIO, false, 0};
+    s_system.order = {"fsync", static_cast<int>(failing) + 1, EIO, false, 0};
     EXPECT_FALSE(section->save());
-    s_fault = {"fsync", 0, 0, false, 0};
+    s_system.order = {"fsync", 0, 0, false, 0};
     EXPECT_TRUE(section->save());
-    EXPECT_EQ(s_fault.calls, flushesAgain[failing]) << failing;
-    s_fault = {};
+    EXPECT_EQ(s_system.order.calls, flushesAgain[failing]) << failing;
+    s_system.order = {};
   }
 }
 
@@ -267,9 +174,9 @@ TEST(AnInterruptedCall, IsMadeAgain) {
     const MountedRoot root("a.xml", "<r>1</r>");
     const auto section = openResource("a.xml");
     section->setValue("2");
-    s_fault = {operation, 1, EINTR, false, 0};
+    s_system.order = {operation, 1, EINTR, false, 0};
     EXPECT_TRUE(section->save()) << operation;
-    s_fault = {};
+    s_system.order = {};
     EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
   }
 }
@@ -279,9 +186,9 @@ TEST(AFlushOfTheFolderThatFails, SaysThatTheNewFileIsThereButNotSafe) {
   const auto section = openResource("a.xml");
   section->setValue("2");
   MessageRecorder recorder;
-  s_fault = {"fsync", 2, EIO, false, 0};
+  s_system.order = {"fsync", 2, EIO, false, 0};
   EXPECT_FALSE(section->save());
-  s_fault = {};
+  s_system.order = {};
   EXPECT_EQ(root.read("a.xml"), "<r>2</r>");
   EXPECT_THAT(recorder.texts(), ElementsAre(HasSubstr("may be lost in a power cut")));
 }
@@ -290,12 +197,12 @@ TEST(AFlushOfTheFolderThatFails, SaysThatTheNewFileIsThereButNotSafe) {
 class AFileThatChangesWhileItIsSaved : public testing::Test {
  protected:
   AFileThatChangesWhileItIsSaved() { section_->setValue("mine"); }
-  ~AFileThatChangesWhileItIsSaved() override { s_fault = {}; }
+  ~AFileThatChangesWhileItIsSaved() override { s_system.order = {}; }
 
   bool saveWhile(std::function<void()> deed) {
-    s_fault = {"fsync", 1, 0, false, 0, std::move(deed)};
+    s_system.order = {"fsync", 1, 0, false, 0, std::move(deed)};
     const bool isSaved = section_->save();
-    s_fault = {};
+    s_system.order = {};
     EXPECT_THAT(root_.listing(), testing::Each(testing::Not(HasSubstr("saving")))) << "nothing is left";
     return isSaved;
   }
@@ -349,8 +256,8 @@ TEST_F(AFileThatChangesWhileItIsSaved, IsMadeWhenItIsDeleted) {
 TEST_F(AFileThatChangesWhileItIsSaved, IsLeftWhenItIsTouchedAgainAndAgain) {
   const std::function<void()> touch = [&] {
     replaceByHand("<r>old</r>");
-    s_fault.countdown = 1;
-    s_fault.meanwhile = touch;
+    s_system.order.countdown = 1;
+    s_system.order.meanwhile = touch;
   };
   EXPECT_FALSE(saveWhile(touch));
   EXPECT_EQ(text(), "<r>old</r>");
@@ -375,7 +282,7 @@ struct Exchange {
 
 class ALinkOutOfTheRoot : public testing::TestWithParam<Exchange> {
  protected:
-  ~ALinkOutOfTheRoot() override { s_fault = {}; }
+  ~ALinkOutOfTheRoot() override { s_system.order = {}; }
 };
 
 void PrintTo(const Exchange& exchange, std::ostream* stream) {
@@ -391,13 +298,13 @@ bool saveAround(const Exchange& exchange, const std::string& operation, int numb
   const auto section = openResource("scripts/a.xml");
   section->setValue("mine");
   MessageRecorder recorder;
-  s_fault = {operation, number, 0, false, 0, [&] {
-               std::filesystem::rename(root / exchange.name, root / "moved");
-               std::filesystem::create_symlink(outside / exchange.outside, root / exchange.name);
-             }};
+  s_system.order = {operation, number, 0, false, 0, [&] {
+                      std::filesystem::rename(root / exchange.name, root / "moved");
+                      std::filesystem::create_symlink(outside / exchange.outside, root / exchange.name);
+                    }};
   section->save();
-  const bool isReached = s_fault.calls >= number;
-  s_fault = {};
+  const bool isReached = s_system.order.calls >= number;
+  s_system.order = {};
   section->save();
   section->save();
   EXPECT_EQ(outside.read("a.xml"), "<r>outside</r>");
@@ -428,13 +335,13 @@ bool saveAroundExchange(const std::string& operation, int number) {
   const auto section = openResource("scripts/a.xml");
   section->setValue("mine");
   MessageRecorder recorder;
-  s_fault = {operation, number, 0, false, 0, [&] {
-               std::filesystem::rename(folder / "root", folder / "moved");
-               folder.write("root/stranger", "");
-             }};
+  s_system.order = {operation, number, 0, false, 0, [&] {
+                      std::filesystem::rename(folder / "root", folder / "moved");
+                      folder.write("root/stranger", "");
+                    }};
   section->save();
-  const bool isReached = s_fault.calls >= number;
-  s_fault = {};
+  const bool isReached = s_system.order.calls >= number;
+  s_system.order = {};
   section->save();
   EXPECT_EQ(section->value(), "mine");
   EXPECT_TRUE(!isReached || !std::filesystem::exists(folder / "root/scripts"));
@@ -446,7 +353,7 @@ TEST(AFolderInThePlaceOfTheRoot, IsNotSavedToWheneverItIsPutThere) {
   for (const char* operation : {"open", "fchmod", "write", "fsync", "close", "rename"}) {
     int number = 1;
     while (saveAroundExchange(operation, number) && !HasFailure()) ++number;
-    s_fault = {};
+    s_system.order = {};
     if (HasFailure()) FAIL() << operation << ' ' << number;
     EXPECT_GT(number, 1) << operation;
   }
@@ -455,11 +362,11 @@ TEST(AFolderInThePlaceOfTheRoot, IsNotSavedToWheneverItIsPutThere) {
 /// A network drive, for one.
 class AFileSystemWithFewerLocks : public testing::Test {
  protected:
-  ~AFileSystemWithFewerLocks() override { s_locks = Locks::everything; }
+  ~AFileSystemWithFewerLocks() override { s_system.locks = Locks::everything; }
 
   bool isLocked() const {
     const int descriptor = ::open((root_ / "a.xml").c_str(), O_RDONLY | O_CLOEXEC);
-    const bool isFree = __real_flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+    const bool isFree = ::flock(descriptor, LOCK_EX | LOCK_NB) == 0;
     ::close(descriptor);
     return !isFree;
   }
@@ -469,7 +376,7 @@ class AFileSystemWithFewerLocks : public testing::Test {
 };
 
 TEST_F(AFileSystemWithFewerLocks, IsLockedAlsoWhereThatNeedsAFileThatIsOpenForWriting) {
-  s_locks = Locks::onlyWhatIsOpenForWriting;
+  s_system.locks = Locks::onlyWhatIsOpenForWriting;
   Tal::SaveGroup group;
   openResource("a.xml")->setValue("2");
   EXPECT_TRUE(isLocked());
@@ -479,7 +386,7 @@ TEST_F(AFileSystemWithFewerLocks, IsLockedAlsoWhereThatNeedsAFileThatIsOpenForWr
 }
 
 TEST_F(AFileSystemWithFewerLocks, IsSavedToWithAWarningForEachFileWhereItHasNone) {
-  s_locks = Locks::nothing;
+  s_system.locks = Locks::nothing;
   for (const char* const value : {"2", "3"}) {
     Tal::SaveGroup group;
     const auto section = openResource("a.xml");

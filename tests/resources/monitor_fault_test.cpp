@@ -5,12 +5,12 @@
 #include <support/message_recorder.h>
 #include <support/temporary_folder.h>
 
+#include <files/system.h>
 #include <resources/monitoring/resource_monitor.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 #include <sys/inotify.h>
 
 #include <unistd.h>
@@ -22,143 +22,125 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <new>
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
-// The linker puts these in the place of the system's operations, in the engine's code and not in the
-// system's. The monitor's thread calls them too.
-
 namespace {
 
-std::atomic<int> s_queuesLeft = INT_MAX;
-std::atomic<int> s_watchesLeft = INT_MAX;
-std::atomic<int> s_stopsLeft = INT_MAX;
-std::atomic<int> s_threadsLeft = INT_MAX;
-/// The monitor's queue of events, the one that was opened last.
-std::atomic<int> s_queue = -1;
-std::atomic<bool> s_areEventsHeldBack = false;
-/// How the reads of the queue ended.
-std::atomic<int> s_heldBackReads = 0;
-std::atomic<int> s_emptyReads = 0;
-std::atomic<int> s_overflows = 0;
-/// How many reads of the queue still find no memory, and how many found none.
-std::atomic<int> s_readsWithoutMemory = 0;
-std::atomic<int> s_readsThatThrew = 0;
-/// How many folders cannot be listed for want of memory.
-std::atomic<int> s_listingsWithoutMemory = 0;
-/// How many reads of the queue still end with an event that the test made up, and how many did.
-std::atomic<int> s_eventsToInvent = 0;
-std::atomic<int> s_inventedEvents = 0;
+/// The operating system, short of what the test says. The monitor's thread uses it too.
+class ScarceSystem : public Tal::files::System {
+ public:
+  std::atomic<int> queuesLeft = INT_MAX;
+  std::atomic<int> watchesLeft = INT_MAX;
+  std::atomic<int> stopsLeft = INT_MAX;
+  std::atomic<int> threadsLeft = INT_MAX;
+  std::atomic<bool> areEventsHeldBack = false;
+  /// How the reads of the queue ended.
+  std::atomic<int> heldBackReads = 0;
+  std::atomic<int> emptyReads = 0;
+  std::atomic<int> overflows = 0;
+  /// How many reads of the queue still find no memory, and how many found none.
+  std::atomic<int> readsWithoutMemory = 0;
+  std::atomic<int> readsThatThrew = 0;
+  /// How many folders cannot be listed for want of memory.
+  std::atomic<int> listingsWithoutMemory = 0;
+  /// How many reads of the queue still end with an event that is made up, and how many did.
+  std::atomic<int> eventsToInvent = 0;
+  std::atomic<int> inventedEvents = 0;
 
-/// Whether one more may be had; else as the system refuses it.
-bool isGranted(std::atomic<int>& left, int code) {
-  if (left > 0) {
-    --left;
-    return true;
+  int inotify_add_watch(int queue, const char* path, std::uint32_t mask) override {
+    return isGranted(watchesLeft, ENOSPC) ? System::inotify_add_watch(queue, path, mask) : -1;
   }
-  errno = code;
-  return false;
-}
 
-/// Whether the system says among these events that it has dropped others.
-bool tellsOfAnOverflow(const char* events, std::size_t size) {
-  for (std::size_t place = 0; place < size;) {
-    inotify_event event{};
-    std::memcpy(&event, events + place, sizeof(event));
-    if ((event.mask & IN_Q_OVERFLOW) != 0) return true;
-    place += sizeof(event) + event.len;
+  int inotify_init1(int flags) override {
+    queue_ = isGranted(queuesLeft, EMFILE) ? System::inotify_init1(flags) : -1;
+    return queue_;
   }
-  return false;
-}
 
-/// As if somebody wrote a file that was watched once.
-ssize_t inventEvent(void* into) {
-  ::usleep(100);  // lets the test do something before the events come to their end
-  inotify_event event{};
-  event.wd = INT_MAX;
-  event.mask = IN_MODIFY;
-  std::memcpy(into, &event, sizeof(event));
-  ++s_inventedEvents;
-  return static_cast<ssize_t>(sizeof(event));
-}
+  int eventfd(unsigned count, int flags) override {
+    return isGranted(stopsLeft, EMFILE) ? System::eventfd(count, flags) : -1;
+  }
 
-void countRead(ssize_t result, const void* events) {
-  if (result < 0) ++s_emptyReads;
-  if (result > 0 && tellsOfAnOverflow(static_cast<const char*>(events), static_cast<std::size_t>(result)))
-    ++s_overflows;
-}
+  std::thread startThread(std::function<void()> run) override {
+    if (!isGranted(threadsLeft, EAGAIN)) throw std::system_error(errno, std::generic_category());
+    return System::startThread(std::move(run));
+  }
 
-}  // namespace
-
-// NOLINTBEGIN(bugprone-reserved-identifier): the linker gives the names
-extern "C" {
-
-int __real_inotify_add_watch(int descriptor, const char* path, std::uint32_t mask);
-int __wrap_inotify_add_watch(int descriptor, const char* path, std::uint32_t mask) {
-  return isGranted(s_watchesLeft, ENOSPC) ? __real_inotify_add_watch(descriptor, path, mask) : -1;
-}
-
-int __real_inotify_init1(int flags);
-int __wrap_inotify_init1(int flags) {
-  const int queue = isGranted(s_queuesLeft, EMFILE) ? __real_inotify_init1(flags) : -1;
-  s_queue = queue;
-  return queue;
-}
-
-int __real_eventfd(unsigned count, int flags);
-int __wrap_eventfd(unsigned count, int flags) {
-  return isGranted(s_stopsLeft, EMFILE) ? __real_eventfd(count, flags) : -1;
-}
-
-// What std::thread's constructor calls; the second argument is the address of a unique_ptr.
-void __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
-    std::thread* thread, void* state, void (*depend)());
-void __wrap__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(
-    std::thread* thread, void* state, void (*depend)()) {
-  if (!isGranted(s_threadsLeft, EAGAIN)) throw std::system_error(errno, std::generic_category());
-  __real__ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE(thread, state,
-                                                                                               depend);
-}
-
-DIR* __real_opendir(const char* path);
-DIR* __wrap_opendir(const char* path) {
-  if (s_listingsWithoutMemory <= 0) return __real_opendir(path);
-  --s_listingsWithoutMemory;
-  errno = ENOMEM;
-  return nullptr;
-}
-
-ssize_t __real_read(int descriptor, void* into, std::size_t size);
-ssize_t __wrap_read(int descriptor, void* into, std::size_t size) {
-  const bool isQueue = descriptor == s_queue;
-  if (isQueue && s_areEventsHeldBack) {
-    ::usleep(1000);  // the queue stays readable, and its reader must not take the whole processor
-    ++s_heldBackReads;
-    errno = EAGAIN;
+  int list(int folder, std::vector<std::string>& names) override {
+    if (listingsWithoutMemory <= 0) return System::list(folder, names);
+    --listingsWithoutMemory;
+    errno = ENOMEM;
     return -1;
   }
-  if (isQueue && s_readsWithoutMemory > 0) {
-    --s_readsWithoutMemory;
-    ++s_readsThatThrew;
-    throw std::bad_alloc();
-  }
-  if (isQueue && s_eventsToInvent > 0) {
-    --s_eventsToInvent;
-    return inventEvent(into);
-  }
-  const ssize_t result = __real_read(descriptor, into, size);
-  if (isQueue) countRead(result, into);
-  return result;
-}
 
-}  // extern "C"
-// NOLINTEND(bugprone-reserved-identifier)
+  std::ptrdiff_t read(int descriptor, void* into, std::size_t size) override {
+    if (descriptor != queue_) return System::read(descriptor, into, size);
+    if (areEventsHeldBack) {
+      ::usleep(1000);  // the queue stays readable, and its reader must not take the whole processor
+      ++heldBackReads;
+      errno = EAGAIN;
+      return -1;
+    }
+    if (readsWithoutMemory > 0) {
+      --readsWithoutMemory;
+      ++readsThatThrew;
+      throw std::bad_alloc();
+    }
+    if (eventsToInvent > 0) {
+      --eventsToInvent;
+      return inventEvent(into);
+    }
+    const std::ptrdiff_t result = System::read(descriptor, into, size);
+    if (result < 0) ++emptyReads;
+    if (result > 0 && tellsOfAnOverflow(static_cast<const char*>(into), static_cast<std::size_t>(result)))
+      ++overflows;
+    return result;
+  }
 
-namespace {
+ private:
+  /// Whether one more may be had; else as the system refuses it.
+  static bool isGranted(std::atomic<int>& left, int code) {
+    if (left > 0) {
+      --left;
+      return true;
+    }
+    errno = code;
+    return false;
+  }
+
+  /// Whether the system says among these events that it has dropped others.
+  static bool tellsOfAnOverflow(const char* events, std::size_t size) {
+    for (std::size_t place = 0; place < size;) {
+      inotify_event event{};
+      std::memcpy(&event, events + place, sizeof(event));
+      if ((event.mask & IN_Q_OVERFLOW) != 0) return true;
+      place += sizeof(event) + event.len;
+    }
+    return false;
+  }
+
+  /// As if somebody wrote a file that was watched once.
+  std::ptrdiff_t inventEvent(void* into) {
+    ::usleep(100);  // lets the test do something before the events come to their end
+    inotify_event event{};
+    event.wd = INT_MAX;
+    event.mask = IN_MODIFY;
+    std::memcpy(into, &event, sizeof(event));
+    ++inventedEvents;
+    return static_cast<std::ptrdiff_t>(sizeof(event));
+  }
+
+  std::atomic<int> queue_ = -1;  ///< the queue of events that was opened last
+  Tal::files::SystemReplacement replacement_{*this};
+};
+
+ScarceSystem s_system;
 
 using support::MessageRecorder;
 using support::Stage;
@@ -171,16 +153,16 @@ using testing::IsEmpty;
 class Scarcity {
  public:
   Scarcity(int queues, int watches, int stops = INT_MAX, int threads = INT_MAX) {
-    s_queuesLeft = queues;
-    s_watchesLeft = watches;
-    s_stopsLeft = stops;
-    s_threadsLeft = threads;
+    s_system.queuesLeft = queues;
+    s_system.watchesLeft = watches;
+    s_system.stopsLeft = stops;
+    s_system.threadsLeft = threads;
   }
   ~Scarcity() {
-    s_queuesLeft = INT_MAX;
-    s_watchesLeft = INT_MAX;
-    s_stopsLeft = INT_MAX;
-    s_threadsLeft = INT_MAX;
+    s_system.queuesLeft = INT_MAX;
+    s_system.watchesLeft = INT_MAX;
+    s_system.stopsLeft = INT_MAX;
+    s_system.threadsLeft = INT_MAX;
   }
   Scarcity(const Scarcity&) = delete;
   Scarcity& operator=(const Scarcity&) = delete;
@@ -298,9 +280,9 @@ TEST(ASystemThatRefusedForAWhile, TellsOfChangesAgain) {
   const ReadingListener listener(stage);
   expectASaveToBeSeen(stage, listener, 2);
   scarcity.reset();
-  s_emptyReads = 0;
+  s_system.emptyReads = 0;
   // Only a queue that has been emptied is read in vain.
-  EXPECT_TRUE(stage.framesUntil([] { return s_emptyReads > 0; }));
+  EXPECT_TRUE(stage.framesUntil([] { return s_system.emptyReads > 0; }));
   expectASaveToBeSeen(stage, listener, 3);
   EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("Too many open files")));
 }
@@ -319,17 +301,17 @@ TEST(AnOverflowOfTheSystemsQueue, LosesNoChange) {
   stage.write(1);
   support::writeFile(stage.root("scripts/a"), "");
   const ReadingListener listener(stage);
-  s_heldBackReads = 0;
-  s_overflows = 0;
-  s_areEventsHeldBack = true;
+  s_system.heldBackReads = 0;
+  s_system.overflows = 0;
+  s_system.areEventsHeldBack = true;
   for (int i = 0; i <= longestQueue; ++i)
     std::filesystem::rename(stage.root(i % 2 == 0 ? "scripts/a" : "scripts/b"),
                             stage.root(i % 2 == 0 ? "scripts/b" : "scripts/a"));
   stage.replace(2);
-  waitFor(s_heldBackReads);
-  EXPECT_EQ(s_overflows, 0);
-  s_areEventsHeldBack = false;
-  waitFor(s_overflows);
+  waitFor(s_system.heldBackReads);
+  EXPECT_EQ(s_system.overflows, 0);
+  s_system.areEventsHeldBack = false;
+  waitFor(s_system.overflows);
   EXPECT_TRUE(stage.framesUntil([&] { return listener.reads.back() == 2; }));
   stage.letEverythingBeTold();
   expectASaveToBeSeen(stage, listener, 3);
@@ -342,10 +324,10 @@ TEST(AMonitorWithoutMemory, GivesOneMessageAndLosesNoChange) {
   stage.write(1);
   const ReadingListener listener(stage);
   for (const int version : {2, 3}) {
-    s_readsWithoutMemory = 2;
+    s_system.readsWithoutMemory = 2;
     expectASaveToBeSeen(stage, listener, version);
   }
-  s_readsWithoutMemory = 0;
+  s_system.readsWithoutMemory = 0;
   expectASaveToBeSeen(stage, listener, 4);
   EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("memory ran short")));
 }
@@ -356,9 +338,9 @@ TEST(AMonitorWithoutMemory, LosesNoChangeWithoutAThreadEither) {
   Stage stage;
   stage.write(1);
   const ReadingListener listener(stage);
-  s_readsWithoutMemory = 2;
+  s_system.readsWithoutMemory = 2;
   expectASaveToBeSeen(stage, listener, 2);
-  s_readsWithoutMemory = 0;
+  s_system.readsWithoutMemory = 0;
   expectASaveToBeSeen(stage, listener, 3);
   EXPECT_THAT(messages.texts(),
               ElementsAre(HasSubstr("Resource temporarily unavailable"), HasSubstr("memory ran short")));
@@ -369,10 +351,10 @@ TEST(AMonitorWithoutMemory, DoesNotTakeAFolderThatCannotBeListedForAnEmptyOne) {
   root.write("scripts/b.xml", "<r/>");
   root.listen();
   root.changes();
-  s_listingsWithoutMemory = 3;  // the root and the two folders below it
-  s_readsWithoutMemory = 1;
+  s_system.listingsWithoutMemory = 3;  // the root and the two folders below it
+  s_system.readsWithoutMemory = 1;
   root.write("scripts/b.xml", "<r>2</r>");
-  EXPECT_TRUE(pumpUntil(root, [] { return s_listingsWithoutMemory == 0; }));
+  EXPECT_TRUE(pumpUntil(root, [] { return s_system.listingsWithoutMemory == 0; }));
   EXPECT_THAT(root.changes(), AllOf(testing::Contains("modified scripts/b.xml"),
                                     testing::Contains("modified scripts/deep/a.xml"),
                                     testing::Each(testing::StartsWith("modified "))));
@@ -385,24 +367,24 @@ TEST(AMonitorWithoutMemory, WaitsBeforeItTriesAgain) {
   const support::TemporaryFolder root;
   const Tal::FS::ResourceMonitor monitor({root.path()});
   const Clock::time_point begin = Clock::now();
-  s_readsThatThrew = 0;
-  s_readsWithoutMemory = INT_MAX;
+  s_system.readsThatThrew = 0;
+  s_system.readsWithoutMemory = INT_MAX;
   while (Clock::now() - begin < std::chrono::milliseconds(400)) root.write("a.xml", "");
-  s_readsWithoutMemory = 0;
-  EXPECT_GT(s_readsThatThrew, 0);
-  EXPECT_LE(s_readsThatThrew, 1 + (Clock::now() - begin) / std::chrono::milliseconds(200));
+  s_system.readsWithoutMemory = 0;
+  EXPECT_GT(s_system.readsThatThrew, 0);
+  EXPECT_LE(s_system.readsThatThrew, 1 + (Clock::now() - begin) / std::chrono::milliseconds(200));
 }
 
 TEST(AQueueThatIsNeverEmpty, DoesNotKeepTheMonitorFromItsEnd) {
   const support::TemporaryFolder root;
   auto monitor = std::make_unique<Tal::FS::ResourceMonitor>(std::vector<std::filesystem::path>{root.path()});
-  s_inventedEvents = 0;
-  s_eventsToInvent = 50'000;
+  s_system.inventedEvents = 0;
+  s_system.eventsToInvent = 50'000;
   root.write("a.xml", "");
-  waitFor(s_inventedEvents);
+  waitFor(s_system.inventedEvents);
   monitor.reset();
-  EXPECT_GT(s_eventsToInvent, 0);
-  s_eventsToInvent = 0;
+  EXPECT_GT(s_system.eventsToInvent, 0);
+  s_system.eventsToInvent = 0;
 }
 
 TEST(AQueueThatIsLongInBecomingEmpty, LosesNoChange) {
@@ -410,19 +392,19 @@ TEST(AQueueThatIsLongInBecomingEmpty, LosesNoChange) {
   Stage stage;
   stage.write(1);
   const ReadingListener listener(stage);
-  s_eventsToInvent = 350;
+  s_system.eventsToInvent = 350;
   expectASaveToBeSeen(stage, listener, 2);
-  EXPECT_EQ(s_eventsToInvent, 0);  // the save was waiting behind them
+  EXPECT_EQ(s_system.eventsToInvent, 0);  // the save was waiting behind them
   EXPECT_THAT(messages.texts(), IsEmpty());
 }
 
 TEST(ALaterListener, HearsOfWhatWasNoticedButNotDelivered) {
   WatchedRoot root("a.xml", "<r/>");
   root.listen();
-  s_emptyReads = 0;
+  s_system.emptyReads = 0;
   root.write("a.xml", "<r>2</r>");
   // The thread notices the change, and then finds its queue empty.
-  waitFor(s_emptyReads);
+  waitFor(s_system.emptyReads);
   RecordingListener late;
   root.fileSystem().getFilesystemMonitor()->addModificationListener(&late);
   EXPECT_TRUE(pumpUntil(root, [&] { return late.heard("modified a.xml"); }));
@@ -434,9 +416,9 @@ TEST(AListenerThatLeft, DoesNotHearOfWhatWasNoticedBefore) {
   root.listen();
   RecordingListener leaving;
   root.fileSystem().getFilesystemMonitor()->addModificationListener(&leaving);
-  s_emptyReads = 0;
+  s_system.emptyReads = 0;
   root.write("a.xml", "<r>2</r>");
-  waitFor(s_emptyReads);
+  waitFor(s_system.emptyReads);
   root.fileSystem().getFilesystemMonitor()->removeModificationListener(&leaving);
   EXPECT_THAT(root.changes(), ElementsAre("modified a.xml"));
   EXPECT_THAT(leaving.calls, IsEmpty());

@@ -20,7 +20,7 @@
 
 namespace Tal {
 
-/// A document of the XML room: its tree, and the resource that it belongs to. Its sections hold it.
+/// An XML document: its tree, and the resource that it belongs to. Its sections hold it.
 class SectionDocument : public SafeReferenceCount {
  public:
   struct SavedContent {

@@ -1,4 +1,4 @@
-#include "house_rules.h"
+#include "layer_rules.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ std::vector<std::string> breachesOf(std::initializer_list<std::pair<std::string,
   return architecture::breaches(architecture::readSources(tree.path(), {"lib", "apps"}));
 }
 
-TEST(TheHouse, StandsWhenEveryRoomIncludesDownwards) {
+TEST(TheArchitecture, StandsWhenEveryModuleIncludesDownwards) {
   EXPECT_THAT(
       breachesOf({{"lib/core/a.h", "#include <string>\n"},
                   {"lib/core/a.cpp", "#include <core/a.h>\n#include <spdlog/spdlog.h>\n"},
@@ -42,28 +42,29 @@ TEST(TheHouse, StandsWhenEveryRoomIncludesDownwards) {
       IsEmpty());
 }
 
-TEST(TheHouse, RefusesAnIncludeOfARoomAbove) {
+TEST(TheArchitecture, RefusesAnIncludeOfAModuleAbove) {
   EXPECT_THAT(breachesOf({{"lib/core/a.h", "\n#include <ks/b.h>\n"}, {"lib/ks/b.h", ""}}),
-              ElementsAre("lib/core/a.h:3: the room core must not include <ks/b.h> of the room ks"));
+              ElementsAre("lib/core/a.h:3: the module core must not include <ks/b.h> of the module ks"));
   EXPECT_THAT(
       breachesOf({{"lib/mio/a.cpp", "#include <resources/b.h>\n"}, {"lib/resources/b.h", ""}}),
-      ElementsAre("lib/mio/a.cpp:1: the room mio must not include <resources/b.h> of the room resources"));
+      ElementsAre(
+          "lib/mio/a.cpp:1: the module mio must not include <resources/b.h> of the module resources"));
   EXPECT_THAT(
       breachesOf({{"lib/destructibles/deep/a.cpp", "#include <authoring/b.h>\n"}, {"lib/authoring/b.h", ""}}),
       ElementsAre(
-          "lib/destructibles/deep/a.cpp:1: the room destructibles must not include <authoring/b.h> of the "
-          "room authoring"));
+          "lib/destructibles/deep/a.cpp:1: the module destructibles must not include <authoring/b.h> of the "
+          "module authoring"));
 }
 
-TEST(TheHouse, LetsTheRenderRoomIncludeTheCoreAlone) {
+TEST(TheArchitecture, LetsTheRenderModuleIncludeTheCoreAlone) {
   EXPECT_THAT(
       breachesOf({{"lib/render/a.cpp", "#include <core/c.h>\n#include <model/b.h>\n"},
                   {"lib/model/b.h", ""},
                   {"lib/core/c.h", ""}}),
-      ElementsAre("lib/render/a.cpp:2: the room render must not include <model/b.h> of the room model"));
+      ElementsAre("lib/render/a.cpp:2: the module render must not include <model/b.h> of the module model"));
 }
 
-TEST(TheHouse, RefusesAnAppInARoomAndInAnotherApp) {
+TEST(TheArchitecture, RefusesAnAppInAModuleAndInAnotherApp) {
   EXPECT_THAT(
       breachesOf({{"apps/cli/tool.h", ""}, {"lib/authoring/a.cpp", "#include <cli/tool.h>\n"}}),
       ElementsAre("lib/authoring/a.cpp:1: <cli/tool.h> belongs to an app, which only its own files include"));
@@ -72,37 +73,38 @@ TEST(TheHouse, RefusesAnAppInARoomAndInAnotherApp) {
       ElementsAre("apps/editor/a.cpp:1: <cli/tool.h> belongs to an app, which only its own files include"));
 }
 
-TEST(TheHouse, RefusesARoomThatItDoesNotKnow) {
+TEST(TheArchitecture, RefusesAModuleThatItDoesNotKnow) {
   EXPECT_THAT(breachesOf({{"lib/cellar/a.cpp", ""}}),
-              ElementsAre("lib/cellar/a.cpp:1: lib/cellar is no room of the house"));
-  EXPECT_THAT(breachesOf({{"lib/a.h", ""}}), ElementsAre("lib/a.h:1: lib/a.h is no room of the house"));
+              ElementsAre("lib/cellar/a.cpp:1: lib/cellar is no module of the architecture"));
+  EXPECT_THAT(breachesOf({{"lib/a.h", ""}}),
+              ElementsAre("lib/a.h:1: lib/a.h is no module of the architecture"));
 }
 
-TEST(TheHouse, RefusesAnIncludeOfAFileThatIsNotThere) {
+TEST(TheArchitecture, RefusesAnIncludeOfAFileThatIsNotThere) {
   EXPECT_THAT(breachesOf({{"lib/core/a.cpp", "#include <core/gone.h>\n"}}),
               ElementsAre("lib/core/a.cpp:1: there is no lib/core/gone.h"));
 }
 
-TEST(TheHouse, KeepsThePrivateHeadersOfARoomToItsOwnFilesAndTests) {
-  for (const std::string& room : {std::string("destructibles"), std::string("resources")}) {
+TEST(TheArchitecture, KeepsThePrivateHeadersOfAModuleToItsOwnFilesAndTests) {
+  for (const std::string& module : {std::string("destructibles"), std::string("resources")}) {
     const support::TemporaryFolder tree;
     const std::string header =
-        room == "resources" ? "resources/documents/a.h" : "destructibles/ks_destructibles_helper/a.h";
+        module == "resources" ? "resources/documents/a.h" : "destructibles/ks_destructibles_helper/a.h";
     tree.write("lib/" + header, "#pragma once\n");
-    tree.write("lib/" + room + "/shown.h", "#pragma once\n");
+    tree.write("lib/" + module + "/shown.h", "#pragma once\n");
     for (const std::string& path :
-         {"lib/" + room + "/b.cpp", std::string("lib/authoring/c.cpp"), std::string("apps/cli/d.cpp"),
-          std::string("tests/cli/e.h"), "tests/" + room + "/f.cpp"})
-      tree.write(path, "#pragma once\n#include <" + room + "/shown.h>\n#include <" + header + ">\n");
+         {"lib/" + module + "/b.cpp", std::string("lib/authoring/c.cpp"), std::string("apps/cli/d.cpp"),
+          std::string("tests/cli/e.h"), "tests/" + module + "/f.cpp"})
+      tree.write(path, "#pragma once\n#include <" + module + "/shown.h>\n#include <" + header + ">\n");
     const std::string breach =
-        ":3: <" + header + "> is private to its room; only lib/" + room + " and its tests include it";
+        ":3: <" + header + "> is private to its module; only lib/" + module + " and its tests include it";
     EXPECT_THAT(
         architecture::breaches(architecture::readSources(tree.path(), {"lib", "apps", "tests"})),
         ElementsAre("apps/cli/d.cpp" + breach, "lib/authoring/c.cpp" + breach, "tests/cli/e.h" + breach));
   }
 }
 
-TEST(TheHouse, RefusesAThirdPartyHeaderInAHeader) {
+TEST(TheArchitecture, RefusesAThirdPartyHeaderInAHeader) {
   EXPECT_THAT(
       breachesOf({{"lib/core/a.h", "#include <spdlog/fmt/fmt.h>\n"}}),
       ElementsAre("lib/core/a.h:2: <spdlog/fmt/fmt.h> shows spdlog in a header; only .cpp files may"));
@@ -111,7 +113,7 @@ TEST(TheHouse, RefusesAThirdPartyHeaderInAHeader) {
                           "files may"));
 }
 
-TEST(TheHouse, RefusesAThirdPartyLibraryOutsideItsRoom) {
+TEST(TheArchitecture, RefusesAThirdPartyLibraryOutsideItsModule) {
   EXPECT_THAT(
       breachesOf({{"lib/model/a.cpp", "#include <expat.h>\n#include <tiny_gltf.h>\n"},
                   {"lib/resources/b.cpp", "#include <tiny_gltf.h>\n#include <nlohmann/json.hpp>\n"},
@@ -133,7 +135,7 @@ TEST(TheHouse, RefusesAThirdPartyLibraryOutsideItsRoom) {
           "lib/resources/b.cpp:2: <nlohmann/json.hpp> brings nlohmann-json where it is not to be known"));
 }
 
-TEST(TheHouse, RefusesQtInEveryRoomAndInEveryAppButTheEditor) {
+TEST(TheArchitecture, RefusesQtInEveryModuleAndInEveryAppButTheEditor) {
   EXPECT_THAT(breachesOf({{"lib/authoring/a.cpp", "#include <QString>\n#include <QtCore/qglobal.h>\n"},
                           {"apps/cli/b.cpp", "#include <QWidget>\n"},
                           {"apps/editor/c.h", "#include <QWidget>\n"}}),
@@ -142,7 +144,7 @@ TEST(TheHouse, RefusesQtInEveryRoomAndInEveryAppButTheEditor) {
                           "lib/authoring/a.cpp:2: <QtCore/qglobal.h> brings Qt where it is not to be known"));
 }
 
-TEST(TheHouse, RefusesAHeaderThatNobodyKnows) {
+TEST(TheArchitecture, RefusesAHeaderThatNobodyKnows) {
   EXPECT_THAT(
       breachesOf({{"lib/core/a.cpp", "#include <yaml.h>\n#include <string.h>\n"},
                   {"apps/cli/b.cpp", "#include <zip.h>\n"}}),
@@ -155,14 +157,14 @@ TEST(TheHouse, RefusesAHeaderThatNobodyKnows) {
           "known library"));
 }
 
-TEST(TheHouse, RefusesIncludesThatAreNotNamedFromTheIncludeRoot) {
+TEST(TheArchitecture, RefusesIncludesThatAreNotNamedFromTheIncludeRoot) {
   EXPECT_THAT(breachesOf({{"lib/core/a.cpp", "#include \"b.h\"\n#include <../ks/c.h>\n#include HEADER\n"}}),
-              ElementsAre("lib/core/a.cpp:1: write the include as <room/file.h>, not b.h",
+              ElementsAre("lib/core/a.cpp:1: write the include as <module/file.h>, not b.h",
                           "lib/core/a.cpp:2: the include <../ks/c.h> climbs; name it from the include root",
-                          "lib/core/a.cpp:3: write the include as <room/file.h>, not HEADER"));
+                          "lib/core/a.cpp:3: write the include as <module/file.h>, not HEADER"));
 }
 
-TEST(TheHouse, RefusesACycleWithinARoom) {
+TEST(TheArchitecture, RefusesACycleWithinAModule) {
   EXPECT_THAT(breachesOf({{"lib/core/a.h", "#include <core/b.h>\n"},
                           {"lib/core/b.h", "#include <core/c.h>\n"},
                           {"lib/core/c.h", "#include <core/a.h>\n"}}),
@@ -172,7 +174,30 @@ TEST(TheHouse, RefusesACycleWithinARoom) {
               ElementsAre("apps/cli/a.h:1: the file includes itself through apps/cli/a.h"));
 }
 
-TEST(TheHouse, RefusesAHeaderWithoutPragmaOnce) {
+TEST(TheArchitecture, RefusesAHeaderThatShowsAFolderOfItsModule) {
+  EXPECT_THAT(
+      breachesOf({{"lib/resources/a.h", "\n#include <resources/documents/b.h>\n"},
+                  {"lib/resources/a.cpp", "#include <resources/documents/b.h>\n"},
+                  {"lib/resources/monitoring/d.h", "#include <resources/documents/b.h>\n"},
+                  {"lib/resources/documents/c.h", "#include <resources/documents/b.h>\n"},
+                  {"lib/resources/documents/b.h", "#include <resources/e.h>\n"},
+                  {"lib/resources/e.h", ""}}),
+      ElementsAre("lib/resources/a.h:3: a header must not include <resources/documents/b.h> from another "
+                  "folder of its module",
+                  "lib/resources/monitoring/d.h:2: a header must not include <resources/documents/b.h> "
+                  "from another folder of its module"));
+}
+
+TEST(TheArchitecture, RefusesACallOfTheSystemOutsideTheOnePlaceForThem) {
+  EXPECT_THAT(
+      breachesOf({{"lib/files/system.cpp", "int a = ::open(name);\n"},
+                  {"lib/files/a.cpp", "// ::open(x)\nint a = ::read(b) + std::read(c) + C::open(d);\n"},
+                  {"apps/cli/b.cpp", "int a = ::isatty(1) + ::read(0);\n"}}),
+      ElementsAre("lib/files/a.cpp:2: ::read() goes to the operating system; call files::system().read(), "
+                  "which tests can make fail"));
+}
+
+TEST(TheArchitecture, RefusesAHeaderWithoutPragmaOnce) {
   const support::TemporaryFolder tree;
   tree.write("tests/core/a.h", "#ifndef A_H\n#define A_H\n#endif\n");
   tree.write("tests/core/b.cpp", "");
@@ -180,13 +205,13 @@ TEST(TheHouse, RefusesAHeaderWithoutPragmaOnce) {
               ElementsAre("tests/core/a.h:1: the header lacks #pragma once"));
 }
 
-TEST(TheHouse, RefusesAFileOfMoreThanSixHundredLines) {
+TEST(TheArchitecture, RefusesAFileOfMoreThanSixHundredLines) {
   EXPECT_THAT(breachesOf({{"lib/core/a.cpp", std::string(600, '\n')}}), IsEmpty());
   EXPECT_THAT(breachesOf({{"lib/core/a.cpp", std::string(601, '\n')}}),
               ElementsAre("lib/core/a.cpp:601: the file has 601 lines; more than 600 ask to be two files"));
 }
 
-TEST(TheHouse, RefusesOtherEndingsThanItsTwo) {
+TEST(TheArchitecture, RefusesOtherEndingsThanItsTwo) {
   EXPECT_THAT(breachesOf({{"lib/core/a.hpp", ""}, {"lib/core/b.cc", ""}}),
               ElementsAre("lib/core/a.hpp:1: a source file ends in .h or .cpp",
                           "lib/core/b.cc:1: a source file ends in .h or .cpp"));

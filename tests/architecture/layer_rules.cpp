@@ -1,4 +1,4 @@
-#include "house_rules.h"
+#include "layer_rules.h"
 
 #include <algorithm>
 #include <array>
@@ -15,7 +15,7 @@ namespace {
 
 constexpr int kMaximumLines = 600;
 
-/// A folder of headers that are private to their room.
+/// A folder of headers that are private to their module.
 struct PrivateFolder {
   std::string_view headers;
   std::array<std::string_view, 3> users;  ///< the folders of the files that may include them; some empty
@@ -26,8 +26,8 @@ constexpr std::array<PrivateFolder, 3> kPrivateFolders = {
      {"resources/documents/", {"lib/resources/", "tests/resources/", {}}},
      {"resources/monitoring/", {"lib/resources/", "tests/resources/", {}}}}};
 
-/// The rooms of lib/, lowest floor first.
-constexpr std::array<std::string_view, 13> kFloors = {
+/// The modules of lib/, lowest layer first.
+constexpr std::array<std::string_view, 13> kLayers = {
     "core",      "ks",    "tyk",    "mio",   "files",         "xml",      "watch",
     "resources", "model", "render", "scene", "destructibles", "authoring"};
 
@@ -81,26 +81,50 @@ bool isStandardHeader(std::string_view header) {
   return kStandardHeaders.find(" " + std::string(header) + " ") != std::string_view::npos;
 }
 
+/// The calls of the operating system that lib/ makes nowhere but in one place, where tests can make them
+/// fail.
+constexpr std::string_view kSystemCalls =
+    " access close dup eventfd faccessat fchmod fchown fdatasync fdopendir fgetxattr flistxattr flock "
+    "fremovexattr "
+    "fsetxattr fstat fstatat fsync ftruncate getxattr inotify_add_watch inotify_init1 inotify_rm_watch link "
+    "linkat "
+    "listxattr lstat mkdir mkdirat open openat opendir poll pread pwrite read readdir readlink readlinkat "
+    "realpath "
+    "rename renameat renameat2 rmdir sendfile stat symlink symlinkat syscall unlink unlinkat utimensat "
+    "write ";
+constexpr std::string_view kSystemFile = "lib/files/system.cpp";
+
+bool isSystemCall(std::string_view function) {
+  return kSystemCalls.find(" " + std::string(function) + " ") != std::string_view::npos;
+}
+
 std::string bracketed(std::string_view name) {
   return "<" + std::string(name) + ">";
 }
 
-/// A path's part between its first two slashes: the room or app.
+/// A path's part between its first two slashes: the module or app.
 std::string_view secondPart(std::string_view path) {
   const std::size_t begin = std::min(path.find('/'), path.size() - 1) + 1;
   return path.substr(begin, path.find('/', begin) - begin);
 }
 
-std::optional<std::size_t> floorOf(std::string_view room) {
-  const auto* const found = std::find(kFloors.begin(), kFloors.end(), room);
-  if (found == kFloors.end()) return std::nullopt;
-  return static_cast<std::size_t>(found - kFloors.begin());
+/// The folder within a module: "documents" of lib/resources/documents/a.h, empty of lib/resources/a.h.
+std::string folderOf(const std::string& path) {
+  const std::size_t module = path.find('/', path.find('/') + 1) + 1;
+  const std::size_t end = path.find('/', module);
+  return end == std::string::npos ? std::string() : path.substr(module, end - module);
 }
 
-bool mayInclude(std::string_view room, std::string_view other) {
-  if (room == other) return true;
-  if (room == "render") return other == "core";
-  return floorOf(other) < floorOf(room);
+std::optional<std::size_t> layerOf(std::string_view module) {
+  const auto* const found = std::find(kLayers.begin(), kLayers.end(), module);
+  if (found == kLayers.end()) return std::nullopt;
+  return static_cast<std::size_t>(found - kLayers.begin());
+}
+
+bool mayInclude(std::string_view module, std::string_view other) {
+  if (module == other) return true;
+  if (module == "render") return other == "core";
+  return layerOf(other) < layerOf(module);
 }
 
 const Library* libraryOf(std::string_view header) {
@@ -142,9 +166,19 @@ class Inspection {
     inspectPrivateIncludes(file);
     const bool isInLib = file.path.starts_with("lib/");
     if (!isInLib && !file.path.starts_with("apps/")) return;
-    if (isInLib && !floorOf(secondPart(file.path)))
-      report(file, 1, "lib/" + std::string(secondPart(file.path)) + " is no room of the house");
+    if (isInLib && !layerOf(secondPart(file.path)))
+      report(file, 1, "lib/" + std::string(secondPart(file.path)) + " is no module of the architecture");
     for (const Include& include : file.includes) inspectInclude(file, include);
+    if (isInLib && file.path != kSystemFile) inspectCalls(file);
+  }
+
+  void inspectCalls(const SourceFile& file) {
+    for (const GlobalCall& call : file.globalCalls) {
+      if (!isSystemCall(call.function)) continue;
+      report(file, call.line,
+             "::" + call.function + "() goes to the operating system; call files::system()." + call.function +
+                 "(), which tests can make fail");
+    }
   }
 
   void inspectForm(const SourceFile& file) {
@@ -164,16 +198,16 @@ class Inspection {
           kPrivateFolders.begin(), kPrivateFolders.end(),
           [&](const PrivateFolder& one) { return isPrivateFrom(one, file.path, include.target); });
       if (folder == kPrivateFolders.end()) continue;
-      const std::string room(include.target.substr(0, include.target.find('/')));
+      const std::string module(include.target.substr(0, include.target.find('/')));
       report(file, include.line,
-             bracketed(include.target) + " is private to its room; only lib/" + room +
+             bracketed(include.target) + " is private to its module; only lib/" + module +
                  " and its tests include it");
     }
   }
 
   void inspectInclude(const SourceFile& file, const Include& include) {
     if (!include.isAngled) {
-      report(file, include.line, "write the include as <room/file.h>, not " + include.target);
+      report(file, include.line, "write the include as <module/file.h>, not " + include.target);
     } else if (include.target.find("..") != std::string::npos) {
       report(file, include.line,
              "the include " + bracketed(include.target) + " climbs; name it from the include root");
@@ -184,21 +218,33 @@ class Inspection {
 
   void inspectForeignInclude(const SourceFile& file, const Include& include) {
     const std::string_view folder = std::string_view(include.target).substr(0, include.target.find('/'));
-    if (floorOf(folder) && folder.size() < include.target.size()) return inspectRoomInclude(file, include);
+    if (layerOf(folder) && folder.size() < include.target.size()) return inspectModuleInclude(file, include);
     if (paths_.contains("apps/" + include.target)) return inspectAppInclude(file, include);
     inspectLibraryInclude(file, include);
   }
 
-  void inspectRoomInclude(const SourceFile& file, const Include& include) {
+  void inspectModuleInclude(const SourceFile& file, const Include& include) {
     const std::string included = "lib/" + include.target;
-    const std::string_view room = secondPart(file.path);
+    const std::string_view module = secondPart(file.path);
     const std::string_view other = secondPart(included);
     if (!paths_.contains(included)) return report(file, include.line, "there is no " + included);
     graph_[file.path].push_back(included);
-    if (!file.path.starts_with("lib/") || !floorOf(room) || mayInclude(room, other)) return;
+    inspectFolderInclude(file, include);
+    if (!file.path.starts_with("lib/") || !layerOf(module) || mayInclude(module, other)) return;
     report(file, include.line,
-           "the room " + std::string(room) + " must not include " + bracketed(include.target) +
-               " of the room " + std::string(other));
+           "the module " + std::string(module) + " must not include " + bracketed(include.target) +
+               " of the module " + std::string(other));
+  }
+
+  /// A module's own headers are its contract, and its folders what that is made of.
+  void inspectFolderInclude(const SourceFile& file, const Include& include) {
+    const std::string folder = folderOf(file.path);
+    const std::string other = folderOf("lib/" + include.target);
+    const bool isOfOneModule =
+        file.path.starts_with("lib/") && secondPart(file.path) == secondPart("lib/" + include.target);
+    if (!isOfOneModule || !file.path.ends_with(".h") || other.empty() || folder == other) return;
+    report(file, include.line,
+           "a header must not include " + bracketed(include.target) + " from another folder of its module");
   }
 
   void inspectAppInclude(const SourceFile& file, const Include& include) {
