@@ -85,9 +85,8 @@ Result<void> checkDatabase() {
 std::optional<files::FileIdentity> databaseIdentity() {
   const FS::MultiFileSystem* const files = FS::fileSystem();
   if (files == nullptr) return std::nullopt;
-  const auto file = files->find(database_format::kDatabaseFile);
-  if (!file) return std::nullopt;
-  return files::identityAt(file->path());
+  const auto location = files->locate(database_format::kDatabaseFile, false);
+  return location ? location->file : std::nullopt;
 }
 
 bool canNameModel(const std::string& modelName) {

@@ -80,6 +80,7 @@ Result<OpenPlace> OpenPlace::open(const RootedPath& place) {
 
 Result<OpenPlace> OpenPlace::open(const OpenRoot& root, const fs::path& name) {
   OpenPlace place;
+  if (place.openWithoutLinks(root, name)) return place;
   std::error_code error;
   place.path_ = system().weaklyCanonical(root.path() / name, error);
   if (error) return failedStep("examining", root.path() / name, error.value());
@@ -95,6 +96,16 @@ Result<OpenPlace> OpenPlace::open(const OpenRoot& root, const fs::path& name) {
     return std::move(walked).fault();
   }
   return place;
+}
+
+bool OpenPlace::openWithoutLinks(const OpenRoot& root, const fs::path& name) {
+  const fs::path folder = name.parent_path();
+  folder_ = openBeneath(root.folder(), folder.empty() ? "." : folder);
+  if (!folder_) return false;
+  name_ = name.filename().native();
+  path_ = root.path() / name;
+  const auto standing = look();
+  return standing && !standing->isLink;
 }
 
 Result<void> OpenPlace::walk(const OpenRoot& root, const fs::path& folder) {

@@ -1,5 +1,5 @@
 #include <core/display_text.h>
-#include <files/path_links.h>
+#include <files/place_status.h>
 #include <resources/documents/section_cache.h>
 #include <resources/documents/section_document.h>
 #include <resources/documents/xml_section.h>
@@ -26,25 +26,18 @@ std::string notExamined(const std::error_code& error) {
   return "cannot be examined: " + error.message();
 }
 
-/// The standard library takes what is too large for it to describe for a file of an unknown type.
-fs::file_status statusOf(const fs::path& path, std::error_code& error) {
-  const fs::file_status status = fs::status(path, error);
-  if (status.type() != fs::file_type::unknown) return status;
-  error = std::make_error_code(std::errc::value_too_large);
-  return fs::file_status(fs::file_type::none);
+std::string notExamined(int code) {
+  return notExamined(std::error_code(code, std::generic_category()));
 }
 
 /// Why a folder cannot be a root; empty when it can.
 std::string faultOfRoot(const fs::path& root) {
   std::error_code error;
-  const fs::file_status status = statusOf(root, error);
+  const fs::file_status status = fs::status(root, error);
   if (fs::is_directory(status)) return {};
+  // The standard library takes what is too large for it to describe for a file of an unknown type.
+  if (status.type() == fs::file_type::unknown) return notExamined(EOVERFLOW);
   return fs::status_known(status) ? "is no folder" : notExamined(error);
-}
-
-/// What the last call to the system has failed with.
-std::error_code lastError() {
-  return {errno, std::generic_category()};
 }
 
 /// What a root has at a place.
@@ -52,32 +45,34 @@ struct Finding {
   bool isThere = false;  ///< something that stands for the resource, if only a link that leads nowhere
   std::string fault;     ///< why it cannot be used; empty when it can
   bool isFile = true;    ///< a regular file, or what may be one
+  std::optional<files::FileIdentity> identity = {};  ///< of a file
+  bool isOutside = false;  ///< nothing is there, nor is the place itself below the root
 };
 
 /// Whether what fails so cannot be a file: no folder takes such a name, no file is behind such links.
-bool tellsOfNoFile(const std::error_code& error) {
-  return error == std::errc::filename_too_long || error == std::errc::too_many_symbolic_link_levels;
+bool tellsOfNoFile(int code) {
+  return code == ENAMETOOLONG || code == ELOOP;
 }
 
-Finding lookAt(const files::RootedPath& place) {
-  std::error_code error;
-  const fs::file_status status = statusOf(place.path(), error);
-  if (fs::is_regular_file(status)) return {true, ""};
-  if (fs::exists(status)) return {false, "is no regular file", false};
-  if (status.type() != fs::file_type::not_found) return {true, notExamined(error), !tellsOfNoFile(error)};
-  const fs::file_type link = fs::symlink_status(place.path(), error).type();
-  if (link == fs::file_type::symlink) return {true, "is a link to nothing", false};
-  if (link == fs::file_type::not_found) return {false, "", false};
-  return {true, error ? notExamined(error) : "is being exchanged by another program"};
-}
+constexpr const char* kLeadsOut = "leads out of its root through a link";
 
-/// Why a place below a root may not be used; empty when it may. The place need not exist.
-std::string refusalOfPlace(const files::RootedPath& place) {
-  std::error_code error;
-  const fs::path root = fs::canonical(place.root, error);
-  const fs::path target = error ? fs::path() : fs::weakly_canonical(place.path(), error);
-  if (error) return notExamined(error);
-  return files::isPathBelow(target, root) ? "" : "leads out of its root through a link";
+Finding findingAt(const files::RootedPath& place) {
+  using Kind = files::PlaceStatus::Kind;
+  const files::PlaceStatus status = files::statusOf(place);
+  switch (status.kind) {
+    case Kind::file:
+      return {true, status.isOutside ? kLeadsOut : "", true, status.identity};
+    case Kind::other:
+      return {false, "is no regular file", false};
+    case Kind::deadLink:
+      return {true, "is a link to nothing", false};
+    case Kind::nothing:
+      return {false, "", false, {}, status.isOutside};
+    case Kind::unknown:
+      break;
+  }
+  if (status.code == EAGAIN) return {true, "is being exchanged by another program"};
+  return {true, notExamined(status.code), !tellsOfNoFile(status.code)};
 }
 
 Fault refusedPlace(std::string what) {
@@ -89,7 +84,7 @@ Fault refusedPlace(std::string what) {
 
 struct MultiFileSystem::State {
   /// Where a resource is; with `mayBeNew` else where it would be made.
-  Result<files::RootedPath> placeOf(BasicStringRef resourceName, bool mayBeNew) const;
+  Result<Location> locationOf(BasicStringRef resourceName, bool mayBeNew) const;
   /// What a root has at a place. One that has nothing there and must not be passed over counts as having
   /// something that cannot be used.
   Finding findingIn(std::size_t root, const files::RootedPath& candidate) const;
@@ -106,29 +101,28 @@ struct MultiFileSystem::State {
   std::unique_ptr<ResourceMonitor> monitor;
 };
 
-Result<files::RootedPath> MultiFileSystem::State::placeOf(BasicStringRef resourceName, bool mayBeNew) const {
+Result<Location> MultiFileSystem::State::locationOf(BasicStringRef resourceName, bool mayBeNew) const {
   if (auto checked = checkName(resourceName); !checked) return std::move(checked).fault();
   const fs::path name = normalisedName(resourceName);
-  std::optional<files::RootedPath> place;
-  if (mayBeNew && !roots.empty()) place = files::RootedPath{roots.front(), name, identities.front()};
   const bool mayBeGone = !mayBeNew && roots.size() == 1;  // no other one can stand in for it
+  std::optional<Location> location;
   std::string refusal;
-  for (std::size_t index = 0; index < roots.size(); ++index) {
-    files::RootedPath candidate{roots[index], name, identities[index]};
-    const Finding finding = mayBeGone ? lookAt(candidate) : findingIn(index, candidate);
+  for (std::size_t index = 0; index < roots.size() && !(location && location->file); ++index) {
+    const files::RootedPath candidate{roots[index], name, identities[index]};
+    const Finding finding = mayBeGone ? findingAt(candidate) : findingIn(index, candidate);
     if (finding.isThere || refusal.empty()) refusal = finding.fault;
-    if (!finding.isThere) continue;
-    place = std::move(candidate);
-    break;
+    if (finding.isThere && !refusal.empty()) break;
+    const bool isForNew = mayBeNew && index == 0;
+    if (isForNew && finding.isOutside) refusal = kLeadsOut;
+    if (finding.isThere || isForNew) location = Location{candidate, finding.identity};
   }
-  if (place && refusal.empty()) refusal = refusalOfPlace(*place);
   if (!refusal.empty()) return refusedPlace(std::move(refusal));
-  if (!place) return Fault{FaultKind::missing, "is in no resource root", "put it there"};
-  return *std::move(place);
+  if (!location) return Fault{FaultKind::missing, "is in no resource root", "put it there"};
+  return *std::move(location);
 }
 
 Finding MultiFileSystem::State::findingIn(std::size_t root, const files::RootedPath& candidate) const {
-  const Finding finding = lookAt(candidate);
+  const Finding finding = findingAt(candidate);
   const std::string fault = finding.isThere ? faultOfTaken(root) : faultOfPassing(root);
   if (fault.empty()) return finding;
   return {true, fault};
@@ -144,7 +138,7 @@ std::string MultiFileSystem::State::faultOfPassing(std::size_t root) const {
 
 std::string MultiFileSystem::State::faultOfTaken(std::size_t root) const {
   const std::optional<files::FileIdentity> now = files::identityAt(roots[root]);
-  if (!now && errno != ENOENT) return notFoundSince(root, notExamined(lastError()));
+  if (!now && errno != ENOENT) return notFoundSince(root, notExamined(errno));
   return files::isSameFile(now, identities[root])
              ? std::string()
              : notFoundSince(root, "is not the folder any more that it was");
@@ -158,7 +152,7 @@ Result<void> MultiFileSystem::State::take(std::vector<fs::path> folders) {
   std::vector<std::optional<files::FileIdentity>> taken;
   for (const fs::path& root : folders) {
     std::string fault = faultOfRoot(root);
-    if (fault.empty() && !taken.emplace_back(files::identityAt(root))) fault = notExamined(lastError());
+    if (fault.empty() && !taken.emplace_back(files::identityAt(root))) fault = notExamined(errno);
     if (fault.empty()) continue;
     return Fault{FaultKind::refused, "the resource root " + quotedName(root.native()) + ' ' + fault,
                  "name a folder that exists and can be read"};
@@ -194,19 +188,28 @@ Result<void> MultiFileSystem::checkName(BasicStringRef resourceName) {
 }
 
 Result<files::RootedPath> MultiFileSystem::find(BasicStringRef resourceName) const {
-  return state_->placeOf(resourceName, false);
+  auto location = locate(resourceName, false);
+  if (!location) return std::move(location).fault();
+  return std::move(location->place);
 }
 
 bool MultiFileSystem::holdNoFile(BasicStringRef resourceName) const {
   if (!checkName(resourceName)) return true;
   const fs::path name = normalisedName(resourceName);
   for (std::size_t index = 0; index < state_->roots.size(); ++index)
-    if (!state_->faultOfPassing(index).empty() || lookAt({state_->roots[index], name}).isFile) return false;
+    if (!state_->faultOfPassing(index).empty() || findingAt({state_->roots[index], name}).isFile)
+      return false;
   return true;
 }
 
 Result<files::RootedPath> MultiFileSystem::locationFor(BasicStringRef resourceName) const {
-  return state_->placeOf(resourceName, true);
+  auto location = locate(resourceName, true);
+  if (!location) return std::move(location).fault();
+  return std::move(location->place);
+}
+
+Result<Location> MultiFileSystem::locate(BasicStringRef resourceName, bool mayBeNew) const {
+  return state_->locationOf(resourceName, mayBeNew);
 }
 
 MonitorThreadBase* MultiFileSystem::getFilesystemMonitor() {

@@ -16,6 +16,12 @@ namespace Tal::FS {
 
 class MonitorThreadBase;
 
+/// Where a resource is, or would be made.
+struct Location {
+  files::RootedPath place;
+  std::optional<files::FileIdentity> file;  ///< empty when there is none yet
+};
+
 /// The resource roots, in the order in which a name is looked up. Main thread only.
 ///
 /// A resource name is relative, with forward slashes; empty steps and "." mean nothing. One that is empty or
@@ -51,6 +57,9 @@ class MultiFileSystem {
 
   /// Where a resource is, or would be made in the first root. The faults of find; `missing` without roots.
   Result<files::RootedPath> locationFor(BasicStringRef resourceName) const;
+
+  /// The same, or that of find, with what told the version of the file that was found.
+  Result<Location> locate(BasicStringRef resourceName, bool mayBeNew) const;
 
   /// A fault when the name can never name a resource: a clause about it ("is absolute").
   static Result<void> checkName(BasicStringRef resourceName);

@@ -44,22 +44,21 @@ bool SaveQueue::put(const SmartPointer<SectionDocument>& document, BasicStringRe
   return true;
 }
 
-Result<void> SaveQueue::lock(const std::filesystem::path& file) {
+Result<void> SaveQueue::lock(const FS::Location& location) {
+  const std::filesystem::path file = location.place.path();
   if (locks_.contains(file)) return {};
-  auto lock = hold(file);
+  auto lock = hold(location);
   if (!lock) return std::move(lock).fault();
   locks_.emplace(file, *std::move(lock));
   return {};
 }
 
 // The system would make a second lock of the same process wait for the first.
-Result<std::shared_ptr<const files::FileLock>> SaveQueue::hold(const std::filesystem::path& file) {
+Result<std::shared_ptr<const files::FileLock>> SaveQueue::hold(const FS::Location& location) {
   std::erase_if(shared_, [](const auto& lock) { return lock.expired(); });
-  const std::optional<files::FileIdentity> identity = files::identityAt(file);
-  if (!identity && errno != ENOENT && errno != ENOTDIR)
-    return unsaved(file, files::failedStep("examining", file, errno));
   for (const auto& lock : shared_)  // a file may have several names
-    if (auto known = lock.lock(); known && identity && known->isOf(*identity)) return known;
+    if (auto known = lock.lock(); known && location.file && known->isOf(*location.file)) return known;
+  const std::filesystem::path file = location.place.path();
   auto made = files::FileLock::acquire(file, patience_);
   if (!made) return unsaved(file, std::move(made).fault());
   if (!made->absence().empty()) warnOfNoLock(file, made->absence());
@@ -122,14 +121,14 @@ bool SaveGroup::isAnyOpen() noexcept {
 Result<SaveLock> SaveLock::acquire(BasicStringRef resourceName) {
   const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
   if (fileSystem == nullptr) return SaveLock(nullptr, nullptr);
-  const auto place = fileSystem->find(resourceName);
-  if (!place && place.fault().kind == FaultKind::missing) return SaveLock(nullptr, nullptr);
-  if (!place) {
-    Fault fault = place.fault();
+  const auto location = fileSystem->locate(resourceName, false);
+  if (!location && location.fault().kind == FaultKind::missing) return SaveLock(nullptr, nullptr);
+  if (!location) {
+    Fault fault = location.fault();
     fault.what = "cannot save " + quotedName(resourceName) + ", which " + fault.what + "; nothing was saved";
     return fault;
   }
-  auto lock = SaveQueue::instance().hold(place->path());
+  auto lock = SaveQueue::instance().hold(*location);
   if (!lock) return std::move(lock).fault();
   return SaveLock(*std::move(lock), SectionCache::instance().pin(resourceName));
 }

@@ -4,12 +4,13 @@
 // The operations: "open" (for reading), "open-write", "open-folder", "open-beneath" (openat2), "read",
 // "write", "flush" (fsync and fdatasync of a file), "flush-folder", "close", "rename", "mode" (fchmod),
 // "owner" (fchown), "attribute" (fsetxattr), "lock", "mkdir", "access" (asking whether a file may be used),
-// "look" (stat and its like).
+// "look" (stat and its like, and opening with O_PATH, which gives no access).
 
 #include <durability/fault_shim.h>
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -144,8 +145,17 @@ bool isToFail(const char* operation, What what) {
 }
 
 const char* openOperation(int flags) {
+  if ((flags & O_PATH) != 0) return "look";
   if ((flags & O_ACCMODE) != O_RDONLY) return "open-write";
   return (flags & O_DIRECTORY) != 0 ? "open-folder" : "open";
+}
+
+/// Whether a descriptor was opened with O_PATH.
+bool isWithoutAccess(int descriptor) {
+  const int before = errno;
+  const long flags = ::syscall(SYS_fcntl, descriptor, F_GETFL);
+  errno = before;
+  return flags >= 0 && (flags & O_PATH) != 0;
 }
 
 bool isFolder(int descriptor) {
@@ -252,10 +262,11 @@ long syscall(long number, ...) noexcept {
   std::array<long, 6> arguments{};
   for (long& argument : arguments) argument = va_arg(list, long);
   va_end(list);
-  const bool isOpen = number == SYS_openat2;
-  const PlaceAt place{static_cast<int>(arguments[0]),
-                      isOpen ? reinterpret_cast<const char*>(arguments[1]) : ""};
-  if (isOpen && isToFail("open-beneath", place)) return -1;
+  if (number == SYS_openat2) {
+    const PlaceAt place{static_cast<int>(arguments[0]), reinterpret_cast<const char*>(arguments[1])};
+    const auto flags = static_cast<int>(reinterpret_cast<const open_how*>(arguments[2])->flags);
+    if (isToFail((flags & O_PATH) != 0 ? "look" : "open-beneath", place)) return -1;
+  }
   return systemCall(number, arguments);
 }
 
@@ -303,7 +314,7 @@ int fdatasync(int descriptor) {
 
 /// The descriptor is gone however close ends, as the system has it.
 int close(int descriptor) {
-  const bool isFault = isToFail("close", descriptor);
+  const bool isFault = s_isArmed && !isWithoutAccess(descriptor) && isToFail("close", descriptor);
   const int code = errno;
   const auto result = static_cast<int>(::syscall(SYS_close, descriptor));
   if (!isFault) return result;

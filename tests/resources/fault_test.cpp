@@ -104,7 +104,8 @@ INSTANTIATE_TEST_SUITE_P(Every, AFaultOf,
                                          OperationCase{"close", EIO, "Input/output error", 1},
                                          OperationCase{"rename", EROFS, "Read-only", 1},
                                          OperationCase{"fchmod", EPERM, "not permitted", 1},
-                                         OperationCase{"open", EMFILE, "Too many open files", 2}));
+                                         OperationCase{"open", EMFILE, "Too many open files", 2},
+                                         OperationCase{"open", EIO, "Input/output error", 2}));
 
 /// Saves a new document below two folders that are missing, with the n-th call of the operation going wrong,
 /// and again. Whether it did.

@@ -4,6 +4,7 @@
 #include <core/string_ref.h>
 #include <files/file_lock.h>
 #include <resources/documents/section_document.h>
+#include <resources/file_system.h>
 
 #include <chrono>
 #include <filesystem>
@@ -32,12 +33,12 @@ class SaveQueue {
 
   bool isOpen() const noexcept { return depth_ > 0; }
 
-  /// Locks `file` against other programs; shared within this process. A fault when another program does not
+  /// Locks the file against other programs; shared within this process. A fault when another program does not
   /// let go of it.
-  Result<std::shared_ptr<const files::FileLock>> hold(const std::filesystem::path& file);
+  Result<std::shared_ptr<const files::FileLock>> hold(const FS::Location& location);
 
   /// Has that lock until the outermost group closes; a group must be open.
-  Result<void> lock(const std::filesystem::path& file);
+  Result<void> lock(const FS::Location& location);
 
   /// How long `hold` and `lock` wait for another program; for tests.
   void setPatience(std::chrono::milliseconds patience) noexcept { patience_ = patience; }

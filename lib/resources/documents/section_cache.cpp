@@ -1,5 +1,4 @@
 #include <core/display_text.h>
-#include <files/system_fault.h>
 #include <resources/data_section_cache.h>
 #include <resources/documents/save_queue.h>
 #include <resources/documents/section_cache.h>
@@ -8,7 +7,6 @@
 #include <resources/report.h>
 #include <resources/resource_name.h>
 
-#include <cerrno>
 #include <utility>
 
 namespace Tal {
@@ -63,9 +61,9 @@ SectionCache& SectionCache::instance() {
 Result<void> SectionCache::lock(BasicStringRef resourceName) {
   const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
   if (fileSystem == nullptr || !SaveQueue::instance().isOpen()) return {};
-  const auto place = fileSystem->find(normalisedName(resourceName));
-  if (!place) return {};  // to be told by who opens it
-  return SaveQueue::instance().lock(place->path());
+  const auto location = fileSystem->locate(normalisedName(resourceName), false);
+  if (!location) return {};  // to be told by who opens it
+  return SaveQueue::instance().lock(*location);
 }
 
 Result<SmartPointer<DataSection>> SectionCache::open(BasicStringRef resourceName, bool create,
@@ -84,29 +82,21 @@ Result<SmartPointer<DataSection>> SectionCache::open(BasicStringRef resourceName
   const bool isToStay = isKnown && isKept(*known->second.document);
   // Not in the place of a link that leads out of the root.
   if (isToStay && !isRefused(*fileSystem, resourceName)) return rootOf(known->second.document);
-  const auto place = create ? fileSystem->locationFor(resourceName) : fileSystem->find(resourceName);
-  if (!place) {
+  const auto location = fileSystem->locate(resourceName, create);
+  if (!location) {
     const bool isFileGone = isKnown && !isToStay && known->second.document->identity();
     if (isFileGone) drop(known->second);
-    Fault fault = place.fault();
+    Fault fault = location.fault();
     fault.what = "the resource name " + quotedName(resourceName) + ' ' + fault.what;
     return fault;
   }
-  if (const auto identity = files::identityAt(place->path())) {
-    auto document = documentOf(*place, *identity);
-    if (!document) return std::move(document).fault();
-    Entry& entry = entries_.find(place->name.native())->second;
-    entry.isPinned = !entry.pin.expired();
-    return handOut(*document);
-  }
-  if (const int code = errno; code != ENOENT && code != ENOTDIR) {
-    Fault fault = files::failedReading("cannot examine the file", code);
-    fault.file = shownName(name);
-    fault.remedy += " and open it again";
-    return fault;
-  }
-  if (!create) return Fault{FaultKind::missing, quotedName(resourceName) + " is gone", "put it there"};
-  return creator == nullptr ? rootOf(newDocument(*place)) : creator->create(resourceName);
+  if (!location->file)
+    return creator == nullptr ? rootOf(newDocument(location->place)) : creator->create(resourceName);
+  auto document = documentOf(location->place, *location->file);
+  if (!document) return std::move(document).fault();
+  Entry& entry = entries_.find(location->place.name.native())->second;
+  entry.isPinned = !entry.pin.expired();
+  return handOut(*document);
 }
 
 void SectionCache::report(BasicStringRef resourceName, const Fault& fault) {
