@@ -1,3 +1,4 @@
+#include <support/counting_system.h>
 #include <support/temporary_folder.h>
 
 #include <files/place_status.h>
@@ -46,32 +47,6 @@ class BrokenDisk : public OldSystem {
     errno = EIO;
     return -1;
   }
-};
-
-/// Counts how often the system is given the name of a file to look it up.
-class CountingSystem : public System {
- public:
-  int namings = 0;
-
-  int openat(int folder, const char* name, int flags, unsigned mode) override {
-    count(name);
-    return System::openat(folder, name, flags, mode);
-  }
-  int openat2(int folder, const char* name, int flags, std::uint64_t resolve) override {
-    count(name);
-    return System::openat2(folder, name, flags, resolve);
-  }
-  int fstatat(int folder, const char* name, struct stat& status, int flags) override {
-    count(name);
-    return System::fstatat(folder, name, status, flags);
-  }
-
- private:
-  void count(const char* name) {
-    if (fs::path(name).filename() == "a.xml") ++namings;
-  }
-
-  SystemReplacement replacement_{*this};
 };
 
 struct Case {
@@ -141,7 +116,7 @@ TEST(APlaceWithoutAbsoluteLinks, IsNamedToTheSystemOnce) {
   root.write("deep/a.xml", "<r/>");
   fs::create_directory_symlink("deep", root / "link");
   for (const char* const name : {"deep/a.xml", "link/a.xml"}) {
-    const CountingSystem system;
+    const support::CountingSystem system("a.xml");
     EXPECT_EQ(statusOf({root.path(), name}).kind, Kind::file);
     EXPECT_EQ(system.namings, 1) << name;
   }
