@@ -21,13 +21,7 @@ bool isAbsence(int code) {
 
 }  // namespace
 
-void FolderWatcher::look() {
-  beginWork();
-  lookAtAll();
-  isHalfChanged_ = false;
-}
-
-void FolderWatcher::lookAtAll() {
+void FolderWatcher::lookAtAll(Noted noted) {
   if (!watches_.isOpen()) openQueue();
   for (std::size_t root = 0; root < roots_.size(); ++root) {
     watchRootPlace(root);
@@ -35,12 +29,12 @@ void FolderWatcher::lookAtAll() {
   }
   for (auto next = folders_.begin(); next != folders_.end();) {
     const FolderKey key = next->first;
-    lookAt(key);
+    lookAt(key, noted);
     next = folders_.upper_bound(key);
   }
 }
 
-void FolderWatcher::lookAt(const FolderKey& key) {
+void FolderWatcher::lookAt(const FolderKey& key, Noted noted) {
   const files::FileDescriptor descriptor(
       files::system().openat(AT_FDCWD, pathOf(key).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC, 0));
   if (!descriptor) {
@@ -66,7 +60,11 @@ void FolderWatcher::lookAt(const FolderKey& key) {
   } else {
     lookAtUnfollowed(key, descriptor.get());
   }
-  lookAtFiles(key, descriptor.get(), wasWatched);
+  if (noted == Noted::all) {
+    noteFiles(key, descriptor.get());
+  } else {
+    lookAtFiles(key, descriptor.get(), wasWatched);
+  }
 }
 
 bool FolderWatcher::lookAtNames(const FolderKey& key, int folder) {
@@ -124,6 +122,23 @@ void FolderWatcher::lookAtFiles(const FolderKey& key, int folder, bool isTold) {
   for (const auto& [name, before] : unsettled) settle({key, name}, folder, before, isTold);
 }
 
+void FolderWatcher::noteFiles(const FolderKey& key, int folder) {
+  Folder& known = folders_[key];
+  std::set<std::string> names;
+  for (const auto& [name, file] : known.files) names.insert(name);
+  for (const auto& [name, before] : std::exchange(known.unsettled, {})) names.insert(name);
+  for (const std::string& name : names) {
+    struct stat status {};
+    const bool isThere = files::system().fstatat(folder, name.c_str(), status, 0) == 0;
+    if (!isThere && !isAbsence(errno)) continue;
+    if (isThere && S_ISREG(status.st_mode)) {
+      notePresence(key, name, status);
+    } else {
+      noteAbsence(key, name);
+    }
+  }
+}
+
 void FolderWatcher::settle(const FilePlace& place, int folder, const files::FileIdentity& before,
                            bool isTold) {
   const auto& [key, name] = place;
@@ -139,6 +154,7 @@ void FolderWatcher::settle(const FilePlace& place, int folder, const files::File
   const auto file = known.files.find(name);
   if (file != known.files.end() && isSame(file->second.identity, now, isTold)) return;
   if (now == before && !files::isRecent(now) && !isBeingWritten(place)) {
+    known.written.erase(name);
     notePresence(key, name, status);
   } else {
     known.unsettled[name] = now;

@@ -33,14 +33,10 @@ FolderWatcher::Identity FolderWatcher::identityOf(const struct stat& status) {
 FolderWatcher::FolderWatcher(std::vector<fs::path> roots, ChangeCollector& collector,
                              Clock::duration longestWriterPause)
     : roots_(std::move(roots)), collector_(collector), longestWriterPause_(longestWriterPause) {
-  begin(false);
-}
-
-void FolderWatcher::begin(bool isNews) {
   openQueue();
   for (std::size_t root = 0; root < roots_.size(); ++root) {
     watchRootPlace(root);
-    add({root, {}}, isNews);
+    add({root, {}}, false);
   }
 }
 
@@ -108,23 +104,6 @@ void FolderWatcher::add(const FolderKey& top, bool isNews) {
   }
 }
 
-// A folder that cannot be listed for a moment still holds what was known of it.
-std::vector<std::string> FolderWatcher::namesToAdd(const FolderKey& key) const {
-  if (auto names = files::namesIn(pathOf(key))) return *std::move(names);
-  std::vector<std::string> names;
-  if (const auto known = former_.find(key); known != former_.end())
-    for (const auto& [name, file] : known->second.files) names.push_back(name);
-  const std::string beginning = key.second.empty() ? std::string() : key.second + '/';
-  for (auto below = former_.upper_bound({key.first, beginning});
-       below != former_.end() && below->first.first == key.first &&
-       below->first.second.starts_with(beginning);
-       ++below) {
-    const std::string name = below->first.second.substr(beginning.size());
-    if (name.find('/') == std::string::npos) names.push_back(name);
-  }
-  return names;
-}
-
 bool FolderWatcher::addOne(const FolderKey& key, bool isNews, std::vector<FolderKey>& below) {
   const fs::path path = pathOf(key);
   struct stat status {};
@@ -141,7 +120,7 @@ bool FolderWatcher::addOne(const FolderKey& key, bool isNews, std::vector<Folder
   Folder& folder = folders_[key];
   folder.identity = identityOf(status);
   folder.watch = watch;
-  for (const std::string& name : namesToAdd(key)) {
+  for (const std::string& name : files::namesIn(path).value_or(std::vector<std::string>())) {
     struct stat entry {};
     if (files::system().fstatat(AT_FDCWD, (path / name).c_str(), entry, 0) != 0) continue;
     if (S_ISDIR(entry.st_mode)) {
@@ -215,29 +194,77 @@ void FolderWatcher::dropOne(const FolderKey& key, Folder& folder) {
 
 void FolderWatcher::noteAllGone(const FolderKey& key, Folder& folder) {
   for (auto& [name, file] : folder.files) {
-    collector_.noteRemoved(key.first, join(key.second, name));
+    if (file.isNoted) collector_.noteRemoved(key.first, join(key.second, name));
     file.isNoted = false;
   }
 }
 
-void FolderWatcher::collect() {
-  beginWork();
-  const bool isComplete = watches_.readEvents([this](const inotify_event& event) { handle(event); });
-  if (!isComplete) startOver();
-  isHalfChanged_ = false;
+template <class Work>
+void FolderWatcher::doWhole(const Work& work) {
+  if (std::exchange(isInDoubt_, true)) noteEverything();
+  work();
+  isInDoubt_ = false;
 }
 
-void FolderWatcher::handle(const inotify_event& event) {
+void FolderWatcher::collect() {
+  doWhole([this] {
+    const bool isComplete = watches_.readEvents([this](const inotify_event& event) { mark(event); });
+    if (isComplete) {
+      handleMarked();
+    } else {
+      noteEverything();
+    }
+  });
+}
+
+void FolderWatcher::look() {
+  doWhole([this] { lookAtAll(Noted::changed); });
+}
+
+void FolderWatcher::noteEverything() {
+  marked_.clear();
+  markedInOrder_.clear();
+  markedRoots_.clear();
+  links_.clear();
+  openQueue();  // the old one ends with all its watches
+  for (auto& [key, folder] : folders_) {
+    folder.watch = -1;
+    for (auto& [name, file] : folder.files) file.watch = -1;
+  }
+  lookAtAll(Noted::all);
+}
+
+void FolderWatcher::mark(const inotify_event& event) {
   if (event.len == 0) {
-    handleFile(event.wd, event.mask);
+    for (const auto& [folder, name] : watches_.filesOf(event.wd)) markEntry(folder, name, event.mask);
     return;
   }
   const std::string name = event.name;
   for (const RootPlace& place : watches_.rootPlacesOf(event.wd)) {
-    if (place.name == name) handleRoot(place.root);
+    if (place.name == name) markedRoots_.insert(place.root);
   }
   if ((event.mask & IN_ISDIR) == 0 && isTransientName(name)) return;
-  for (const FolderKey& folder : watches_.foldersOf(event.wd)) handleEntry(folder, name, event.mask);
+  for (const FolderKey& folder : watches_.foldersOf(event.wd)) markEntry(folder, name, event.mask);
+}
+
+void FolderWatcher::markEntry(const FolderKey& folder, const std::string& name, std::uint32_t mask) {
+  const auto known = folders_.find(folder);
+  if (known == folders_.end()) return;
+  if ((mask & IN_MODIFY) != 0) {
+    known->second.written[name] = Clock::now();
+  } else {
+    known->second.written.erase(name);
+    const auto [marked, isNew] = marked_.try_emplace({folder, name}, 0);
+    if (isNew) markedInOrder_.push_back(marked->first);
+    marked->second |= mask;
+  }
+}
+
+void FolderWatcher::handleMarked() {
+  for (const std::size_t root : std::exchange(markedRoots_, {})) handleRoot(root);
+  const auto marked = std::exchange(marked_, {});
+  for (const FilePlace& place : std::exchange(markedInOrder_, {}))
+    handleEntry(place.first, place.second, marked.at(place));
 }
 
 void FolderWatcher::handleRoot(std::size_t root) {
@@ -250,18 +277,9 @@ void FolderWatcher::handleRoot(std::size_t root) {
   }
 }
 
-void FolderWatcher::handleFile(int watch, std::uint32_t mask) {
-  for (const auto& [folder, name] : watches_.filesOf(watch)) handleEntry(folder, name, mask);
-}
-
 void FolderWatcher::handleEntry(const FolderKey& folder, const std::string& name, std::uint32_t mask) {
   const auto known = folders_.find(folder);
   if (known == folders_.end()) return;
-  if ((mask & IN_MODIFY) != 0) {
-    known->second.written[name] = Clock::now();
-    return;
-  }
-  known->second.written.erase(name);
   const fs::path path = pathOf(folder) / name;
   struct stat status {};
   const bool isThere = files::system().fstatat(AT_FDCWD, path.c_str(), status, 0) == 0;
@@ -293,8 +311,8 @@ void FolderWatcher::noteAbsence(const FolderKey& folder, const std::string& name
   Folder& holder = folders_[folder];
   const auto known = holder.files.find(name);
   if (known == holder.files.end()) return;
-  // Noted before it is forgotten: without memory for the note, the file is still known to a new start.
-  collector_.noteRemoved(folder.first, join(folder.second, name));
+  // Noted before it is forgotten: without memory for the note, the file is still known.
+  if (known->second.isNoted) collector_.noteRemoved(folder.first, join(folder.second, name));
   const int watch = known->second.watch;
   holder.files.erase(known);
   watches_.removeFile(watch, {folder, name});
@@ -311,12 +329,12 @@ void FolderWatcher::notePresence(const FolderKey& folder, const std::string& nam
 }
 
 void FolderWatcher::noteOne(const FolderKey& folder, const std::string& name, const struct stat& status) {
-  folders_[folder].written.erase(name);
-  const File* known = notedFile(folder, name);
-  const bool isNew = known == nullptr;
+  const auto& known = folders_[folder].files;
+  const auto before = known.find(name);
+  const bool isNew = before == known.end() || !before->second.isNoted;
   const files::FileIdentity now = files::identityIn(status);
-  const bool isDoubtful = files::isRecent(now) || (!isNew && known->identity == now);
-  // Known before it is noted, so that a new start finds every file that was noted.
+  const bool isDoubtful = files::isRecent(now) || (!isNew && before->second.identity == now);
+  // Known before it is noted: without memory for the note, it is noted with everything else.
   File& file = keep(folder, name, status);
   const std::string resource = join(folder.second, name);
   if (isNew) {
@@ -325,16 +343,6 @@ void FolderWatcher::noteOne(const FolderKey& folder, const std::string& name, co
     collector_.noteModified(folder.first, resource, isDoubtful);
   }
   file.isNoted = true;
-}
-
-const FolderWatcher::File* FolderWatcher::notedFile(const FolderKey& folder, const std::string& name) const {
-  for (const auto* folders : {&folders_, &former_}) {
-    const auto holder = folders->find(folder);
-    if (holder == folders->end()) continue;
-    const auto file = holder->second.files.find(name);
-    if (file != holder->second.files.end() && file->second.isNoted) return &file->second;
-  }
-  return nullptr;
 }
 
 std::vector<FilePlace> FolderWatcher::linksTo(const fs::path& file) const {
@@ -347,44 +355,6 @@ std::vector<FilePlace> FolderWatcher::linksTo(const fs::path& file) const {
     if (isStillLink) places.push_back(place);
   }
   return places;
-}
-
-void FolderWatcher::beginWork() {
-  if (isHalfChanged_) startOver();
-  isHalfChanged_ = true;
-}
-
-void FolderWatcher::startOver() {
-  setAside();
-  begin(true);  // on a new queue: the old one ends with all its watches
-  noteLost();
-}
-
-void FolderWatcher::setAside() {
-  former_.merge(folders_);
-  // What is left has a counterpart that an attempt before has set aside.
-  for (auto& [key, folder] : folders_) {
-    auto& files = former_.find(key)->second.files;
-    files.merge(folder.files);
-    for (const auto& [name, file] : folder.files) {
-      if (file.isNoted) files.find(name)->second = file;
-    }
-  }
-  folders_.clear();
-  links_.clear();
-}
-
-void FolderWatcher::noteLost() {
-  for (auto& [key, folder] : former_) {
-    const auto present = folders_.find(key);
-    for (auto& [name, file] : folder.files) {
-      const bool isThere = present != folders_.end() && present->second.files.contains(name);
-      if (isThere || !file.isNoted) continue;
-      collector_.noteRemoved(key.first, join(key.second, name));
-      file.isNoted = false;
-    }
-  }
-  former_.clear();
 }
 
 }  // namespace Tal::watch

@@ -19,16 +19,18 @@ struct stat;
 
 namespace Tal::watch {
 
-/// Notes what happens to the files below the roots. It learns of it in two ways:
+/// Notes what happens to the files below the roots, by comparing what is on the disk with what was noted
+/// last.
 ///
-/// - The system's events, at once. They come by folder, so that a file may be replaced, or removed and made
-///   anew; a file of several names is watched itself too, since it may be written under another name. A
-///   change counts when it is complete: a file that is being written is noted when its writer closes it. What
-///   is noted follows from what an event finds on the disk, not from the event's kind alone: a name that was
-///   left may have been taken again before the event is read.
-/// - A look at every file, from time to time, for what gives no event: writes through mapped memory, writing
-///   that nobody ends by closing the file, the target of a link that led to nothing, other computers' writes
-///   on a network's file system, folders that the system refuses to watch.
+/// - The system's events mark the names to compare at once, and the files that are open for writing: those
+/// are
+///   noted when their writer closes them. Events come by folder, so that a file may be replaced, or removed
+///   and made anew; a file of several names is watched itself too, since it may be written under another
+///   name.
+/// - A look compares every name, from time to time, for what gives no event: writes through mapped memory,
+///   writing that nobody ends by closing the file, the target of a link that led to nothing, other computers'
+///   writes on a network's file system, folders that the system refuses to watch.
+/// - When events were dropped, or memory ran out, a look on a new queue notes every file.
 ///
 /// Used by one thread at a time.
 class FolderWatcher {
@@ -53,7 +55,7 @@ class FolderWatcher {
   /// than they are noted; the descriptor is then still readable.
   ///
   /// Throws std::bad_alloc when memory runs out. No change is lost then: the next call of collect or look
-  /// lists everything anew, and every file counts as changed.
+  /// compares everything, and every file counts as changed.
   void collect();
 
   /// Looks at every file and notes what is not noted yet. A file that has changed is noted when a second look
@@ -95,7 +97,6 @@ class FolderWatcher {
   /// The places of a resolved path below the roots: none, or several when roots lie in each other.
   std::vector<FilePlace> placesOf(const std::filesystem::path& file) const;
 
-  void begin(bool isNews);
   void openQueue();
   void watchRootPlace(std::size_t root);
   /// The folder's watch; -1 when there is none: the folder is gone, or the system refuses, which is noted as
@@ -105,8 +106,6 @@ class FolderWatcher {
   /// Takes up a folder and everything below it; with `isNews` its files are changes.
   void add(const FolderKey& top, bool isNews);
   bool addOne(const FolderKey& key, bool isNews, std::vector<FolderKey>& below);
-  /// The names in a folder that is being added, or those that it had when it cannot be listed now.
-  std::vector<std::string> namesToAdd(const FolderKey& key) const;
   /// Remembers the present state of a file as the one that was noted. A file of several names is watched
   /// itself from then on, and of a link is remembered where it leads.
   File& keep(const FolderKey& folder, const std::string& name, const struct stat& status);
@@ -118,9 +117,10 @@ class FolderWatcher {
   void drop(const FolderKey& top);
   void dropOne(const FolderKey& key, Folder& folder);
 
-  void handle(const inotify_event& event);
+  void mark(const inotify_event& event);
+  void markEntry(const FolderKey& folder, const std::string& name, std::uint32_t mask);
+  void handleMarked();
   void handleRoot(std::size_t root);
-  void handleFile(int watch, std::uint32_t mask);
   void handleEntry(const FolderKey& folder, const std::string& name, std::uint32_t mask);
   void handleFolder(const FolderKey& key, const struct stat& status);
   void noteAllGone(const FolderKey& key, Folder& folder);
@@ -129,28 +129,25 @@ class FolderWatcher {
   void notePresence(const FolderKey& folder, const std::string& name, const struct stat& status);
   void noteOne(const FolderKey& folder, const std::string& name, const struct stat& status);
   std::vector<FilePlace> linksTo(const std::filesystem::path& file) const;
-  /// The file as it was noted, also before a new start that is under way; null when it is not noted.
-  const File* notedFile(const FolderKey& folder, const std::string& name) const;
 
-  /// Begins work on the tables; starts over first when they are half-changed. Work that ends without an
-  /// exception resets `isHalfChanged_`.
-  void beginWork();
-  /// Lists everything anew, on a new queue; every file counts as changed.
-  void startOver();
-  /// Puts all files into `former_`. Allocates nothing.
-  void setAside();
-  /// Notes the former files that are no longer there, and forgets the former ones.
-  void noteLost();
+  /// Does work on the tables; notes everything first when other work has not come to its end.
+  template <class Work>
+  void doWhole(const Work& work);
+  /// Looks at every file on a new queue, and notes it as changed.
+  void noteEverything();
 
-  void lookAtAll();
-
-  void lookAt(const FolderKey& key);
+  /// Which files a look notes: those that have changed and settled, or every one.
+  enum class Noted { changed, all };
+  void lookAtAll(Noted noted);
+  void lookAt(const FolderKey& key, Noted noted);
   /// Looks for what is new among all names of a folder. False when they cannot be read.
   bool lookAtNames(const FolderKey& key, int folder);
   void lookAtUnfollowed(const FolderKey& key, int folder);
   void lookAtName(const FolderKey& key, const std::string& name, int folder);
   /// `isTold` says that the system has told of this folder's changes since the last look.
   void lookAtFiles(const FolderKey& key, int folder, bool isTold);
+  /// Notes every file of a folder: as changed, new or gone.
+  void noteFiles(const FolderKey& key, int folder);
   /// Notes a file that is new or changed, when it is as the last look found it and nobody writes it.
   void settle(const FilePlace& place, int folder, const files::FileIdentity& before, bool isTold);
   /// Whether somebody writes a file, or the file that a link leads to.
@@ -167,10 +164,10 @@ class FolderWatcher {
   std::map<FolderKey, Folder> folders_;
   /// The files that linked files lead to, each with the links' places.
   std::map<std::filesystem::path, std::set<FilePlace>> links_;
-  /// What was in folders_ before a new start, until that is complete; an attempt may fail half-way.
-  std::map<FolderKey, Folder> former_;
-  /// True during work on the tables, and after work that an exception has ended.
-  bool isHalfChanged_ = false;
+  std::map<FilePlace, std::uint32_t> marked_;  ///< by events, and of what kinds those were
+  std::vector<FilePlace> markedInOrder_;       ///< the same, in the order of the events
+  std::set<std::size_t> markedRoots_;
+  bool isInDoubt_ = false;  ///< during work on the tables, and after work that an exception has ended
 };
 
 }  // namespace Tal::watch
