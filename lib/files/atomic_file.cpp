@@ -34,8 +34,7 @@ constexpr mode_t kAnyWrite = 0222;
 constexpr mode_t kNewFile = 0666;
 constexpr mode_t kOnlyOwner = 0600;
 constexpr std::time_t kLeftOverAge = 60;  // seconds
-constexpr std::size_t kWorthACall = std::size_t{1} << 16U;
-constexpr int kNames = 1000;  // to be tried for a temporary file
+constexpr int kNames = 1000;              // to be tried for a temporary file
 
 /// Whether a temporary file was written long enough ago that its writer, if it lives, has locked it.
 bool isOld(int descriptor) {
@@ -94,7 +93,7 @@ class Replacement {
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
 
-  Result<Replaced> run(const PiecedText& content) {
+  Result<Replaced> run(BasicStringRef content) {
     auto old = examine(place_, pattern_);
     if (!old) return std::move(old).fault();
     old_ = *old;
@@ -134,7 +133,7 @@ class Replacement {
   }
 
   /// Makes the temporary file and brings it to the disk.
-  Result<void> prepare(const PiecedText& content) {
+  Result<void> prepare(BasicStringRef content) {
     if (auto done = open(); !done) return done;
     if (auto done = write(content); !done) return done;
     return flushAndClose();
@@ -194,24 +193,6 @@ class Replacement {
     }
   }
 
-  /// Small pieces are gathered, so that each call to the system has something to do.
-  Result<void> write(const PiecedText& content) {
-    std::string gathered;
-    for (const BasicStringRef piece : content.pieces()) {
-      const bool isLarge = piece.size() >= kWorthACall;
-      if (isLarge || gathered.size() >= kWorthACall) {
-        if (auto done = write(gathered); !done) return done;
-        gathered.clear();
-      }
-      if (!isLarge) {
-        gathered += piece;
-      } else if (auto done = write(piece); !done) {
-        return done;
-      }
-    }
-    return write(gathered);
-  }
-
   Result<void> write(BasicStringRef content) {
     while (!content.empty()) {
       const ssize_t count =
@@ -261,20 +242,20 @@ class Replacement {
 
 }  // namespace
 
-Result<void> replaceFile(const OpenPlace& place, const PiecedText& content) {
+Result<void> replaceFile(const OpenPlace& place, BasicStringRef content) {
   auto replaced = Replacement(place).run(content);
   if (!replaced) return std::move(replaced).fault();
   return std::move(replaced->flushed);
 }
 
-Result<Replaced> replaceVersion(const OpenPlace& place, const PiecedText& content,
+Result<Replaced> replaceVersion(const OpenPlace& place, BasicStringRef content,
                                 const std::optional<FileIdentity>& version) {
   return Replacement(place, version).run(content);
 }
 
 Result<Replaced> replaceVersionLike(const std::string& pattern, const OpenPlace& place,
                                     BasicStringRef content, const std::optional<FileIdentity>& version) {
-  return Replacement(pattern, place, version).run(PiecedText(content));
+  return Replacement(pattern, place, version).run(content);
 }
 
 Result<void> checkReplaceable(const OpenPlace& place) {

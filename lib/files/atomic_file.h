@@ -4,7 +4,6 @@
 #include <core/string_ref.h>
 #include <files/file_identity.h>
 #include <files/open_place.h>
-#include <files/pieced_text.h>
 
 #include <optional>
 #include <string>
@@ -17,10 +16,7 @@ namespace Tal::files {
 /// nobody may write, or this process may not, is refused. After a fault the old file is as it was, unless its
 /// kind is `unflushed`, and nothing is left beside it. What a process that was killed a minute ago or earlier
 /// left there is removed. Usable on any thread.
-Result<void> replaceFile(const OpenPlace& place, const PiecedText& content);
-inline Result<void> replaceFile(const OpenPlace& place, BasicStringRef content) {
-  return replaceFile(place, PiecedText(content));
-}
+Result<void> replaceFile(const OpenPlace& place, BasicStringRef content);
 
 /// A file that was replaced.
 struct Replaced {
@@ -33,7 +29,7 @@ struct Replaced {
 /// yet. When another one is found just before the replacement, nothing is done and the fault's kind is
 /// `changed`. A file that was not there yet is not put in the place of one at all, where the file system can
 /// tell.
-Result<Replaced> replaceVersion(const OpenPlace& place, const PiecedText& content,
+Result<Replaced> replaceVersion(const OpenPlace& place, BasicStringRef content,
                                 const std::optional<FileIdentity>& version);
 
 /// The same with the permissions and all else that the file `pattern` in the same folder has; as a new one

@@ -26,10 +26,9 @@ Fingerprint FingerprintMaker::fingerprint() const noexcept {
   return {size_, hash.low64, hash.high64};
 }
 
-Fingerprint fingerprintOf(const PiecedText& bytes) {
-  FingerprintMaker maker;
-  for (const BasicStringRef piece : bytes.pieces()) maker.add(piece);
-  return maker.fingerprint();
+Fingerprint fingerprintOf(BasicStringRef bytes) noexcept {
+  const XXH128_hash_t hash = XXH3_128bits(bytes.data(), bytes.size());
+  return {bytes.size(), hash.low64, hash.high64};
 }
 
 std::string hashText(const Fingerprint& fingerprint) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <files/pieced_text.h>
+#include <core/string_ref.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -39,7 +39,7 @@ class FingerprintMaker {
   std::size_t size_ = 0;
 };
 
-Fingerprint fingerprintOf(const PiecedText& bytes);
+Fingerprint fingerprintOf(BasicStringRef bytes) noexcept;
 
 /// The hash as 32 hexadecimal digits, the highest ones first.
 std::string hashText(const Fingerprint& fingerprint);

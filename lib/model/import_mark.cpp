@@ -10,7 +10,7 @@
 namespace Tal {
 
 ImportMark importMarkFor(BasicStringRef geometry) {
-  const files::Fingerprint fingerprint = fingerprintOf(files::PiecedText(geometry));
+  const files::Fingerprint fingerprint = files::fingerprintOf(geometry);
   return {ImportMark::kVersion, fingerprint.size, files::hashText(fingerprint)};
 }
 

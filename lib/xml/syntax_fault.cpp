@@ -1,3 +1,4 @@
+#include <core/utf8.h>
 #include <xml/syntax_fault.h>
 
 #include <algorithm>
@@ -6,9 +7,7 @@
 namespace Tal::xml {
 
 Fault faultBehind(BasicStringRef text, std::string what, std::string remedy) {
-  const auto isBegin = [](char c) {
-    return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
-  };  // of a character
+  const auto isBegin = [](char c) { return !isContinuationByte(c); };  // of a character
   const auto lines = std::count(text.begin(), text.end(), '\n');
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   const BasicStringRef line = text.substr(text.rfind('\n') + 1);  // all of it when there is no line end

@@ -1,3 +1,4 @@
+#include <core/utf8.h>
 #include <xml/characters.h>
 #include <xml/text.h>
 
@@ -63,24 +64,6 @@ void decodeCharacters(BasicStringRef text, const Entities& entities, std::string
   }
 }
 
-std::uint32_t byteAt(BasicStringRef text, std::size_t place) noexcept {
-  return static_cast<unsigned char>(text[place]);
-}
-
-/// How long the UTF-8 sequence is that a byte above 0x7F begins; 0 when it begins none.
-std::size_t sequenceLength(std::uint32_t first) noexcept {
-  if (first < 0xC2 || first > 0xF4) return 0;
-  if (first < 0xE0) return 2;
-  return first < 0xF0 ? 3 : 4;
-}
-
-/// Whether a code that came in a sequence of that length is a character that XML can hold, written as short
-/// as it can be.
-bool isHeldCharacter(std::uint32_t code, std::size_t length) noexcept {
-  constexpr std::array<std::uint32_t, 3> kShortest = {0x80, 0x800, 0x10000};
-  return code >= kShortest[length - 2] && isCharacter(code);
-}
-
 }  // namespace
 
 BasicStringRef trailingSpace(BasicStringRef text) noexcept {
@@ -130,46 +113,9 @@ bool isWithin(BasicStringRef text, std::uint32_t largestCharacter) noexcept {
 }
 
 std::uint32_t takeCharacter(BasicStringRef& text) noexcept {
-  const std::uint32_t first = byteAt(text, 0);
-  if (first < 0x80) {
-    text.remove_prefix(1);
-    return isCharacter(first) ? first : 0;
-  }
-  const std::size_t length = sequenceLength(first);
-  std::uint32_t code = length == 0 ? 0 : first & (0xFFU >> (length + 1));
-  bool isValid = length != 0 && length <= text.size();
-  for (std::size_t i = 1; isValid && i < length; ++i) {
-    isValid = (byteAt(text, i) & 0xC0U) == 0x80U;
-    code = code << 6U | (byteAt(text, i) & 0x3FU);
-  }
-  isValid = isValid && isHeldCharacter(code, length);
-  text.remove_prefix(isValid ? length : 1);
-  return isValid ? code : 0;
-}
-
-char* putCharacter(std::uint32_t code, char* out) noexcept {
-  const auto put = [&out](std::uint32_t byte) { *out++ = static_cast<char>(byte); };
-  if (code < 0x80) {
-    put(code);
-    return out;
-  }
-  if (code < 0x800) {
-    put(0xC0U | code >> 6U);
-  } else if (code < 0x10000) {
-    put(0xE0U | code >> 12U);
-    put(0x80U | (code >> 6U & 0x3FU));
-  } else {
-    put(0xF0U | code >> 18U);
-    put(0x80U | (code >> 12U & 0x3FU));
-    put(0x80U | (code >> 6U & 0x3FU));
-  }
-  put(0x80U | (code & 0x3FU));
-  return out;
-}
-
-void appendCharacter(std::uint32_t code, std::string& out) {
-  std::array<char, 4> bytes{};
-  out.append(bytes.data(), putCharacter(code, bytes.data()));
+  const auto character = firstCharacter(text);
+  text.remove_prefix(character ? character->length : 1);
+  return character && isCharacter(character->code) ? character->code : 0;
 }
 
 TextRun textRunAt(BasicStringRef raw, std::size_t position) noexcept {

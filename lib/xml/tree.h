@@ -2,7 +2,6 @@
 
 #include <core/string_ref.h>
 #include <files/byte_buffer.h>
-#include <files/pieced_text.h>
 #include <xml/gap_vector.h>
 #include <xml/tags.h>
 #include <xml/text.h>
@@ -80,9 +79,6 @@ class Tree {
 
   /// The document's text as it stands now: the source, but for the edits.
   std::string serialise() const;
-
-  /// The same as pieces of the tree, which are valid until the next edit.
-  files::PiecedText pieces() const;
 
   /// How many edits were made; the tree is as parsed at 0.
   std::uint64_t revision() const noexcept { return revision_; }
@@ -187,10 +183,10 @@ class Tree {
   /// @}
   /// @name Writing
   /// @{
-  void writeStart(NodeIndex node, std::vector<Frame>& frames, files::PiecedText& out) const;
-  bool writeNextChild(std::vector<Frame>& frames, files::PiecedText& out) const;
-  void writeEnd(const Frame& frame, files::PiecedText& out) const;
-  void writeOpeningTag(const Node& node, files::PiecedText& out) const;
+  void writeStart(NodeIndex node, std::vector<Frame>& frames, std::string& out) const;
+  bool writeNextChild(std::vector<Frame>& frames, std::string& out) const;
+  void writeEnd(const Frame& frame, std::string& out) const;
+  void writeOpeningTag(const Node& node, std::string& out) const;
   /// @}
 
   Parsed parsed_;

@@ -10,13 +10,11 @@ struct Tree::Frame {
 };
 
 std::string Tree::serialise() const {
-  return pieces().joined();
-}
-
-files::PiecedText Tree::pieces() const {
+  constexpr std::size_t kMargin = 1024;  // more than most edits add
   const BasicStringRef source = parsed_.source.view();
   const Node& root = parsed_.nodes[root_];
-  files::PiecedText out;
+  std::string out;
+  out.reserve(source.size() + kMargin);
   out += source.substr(0, root.begin);
   std::vector<Frame> frames;
   writeStart(root_, frames, out);
@@ -31,7 +29,7 @@ files::PiecedText Tree::pieces() const {
 
 /// Writes an unchanged element whole; of a changed one what stands in front of its first child, and puts it
 /// on `frames`.
-void Tree::writeStart(NodeIndex node, std::vector<Frame>& frames, files::PiecedText& out) const {
+void Tree::writeStart(NodeIndex node, std::vector<Frame>& frames, std::string& out) const {
   const Node& element = parsed_.nodes[node];
   if (element.isChanged == 0) {
     out += sourceText(element.begin, endOf(element));
@@ -55,7 +53,7 @@ void Tree::writeStart(NodeIndex node, std::vector<Frame>& frames, files::PiecedT
   }
 }
 
-void Tree::writeOpeningTag(const Node& node, files::PiecedText& out) const {
+void Tree::writeOpeningTag(const Node& node, std::string& out) const {
   if (isAdded(node)) {
     out += "<";
     out += parsed_.tags.text(node.tag);
@@ -71,7 +69,7 @@ void Tree::writeOpeningTag(const Node& node, files::PiecedText& out) const {
 }
 
 /// Goes on to the next child of the innermost element that has to be looked at; false when there is none.
-bool Tree::writeNextChild(std::vector<Frame>& frames, files::PiecedText& out) const {
+bool Tree::writeNextChild(std::vector<Frame>& frames, std::string& out) const {
   Frame& frame = frames.back();
   const Node& element = parsed_.nodes[frame.node];
   if (element.hasContent != 0) {
@@ -94,7 +92,7 @@ bool Tree::writeNextChild(std::vector<Frame>& frames, files::PiecedText& out) co
   return false;
 }
 
-void Tree::writeEnd(const Frame& frame, files::PiecedText& out) const {
+void Tree::writeEnd(const Frame& frame, std::string& out) const {
   const Node& element = parsed_.nodes[frame.node];
   if (element.hasContent == 0) {
     out += sourceText(frame.written, endOf(element));

@@ -41,7 +41,7 @@ Result<Parsed> parsedFrom(files::ByteBuffer bytes) {
   const auto encoding = xml::detectEncoding(bytes.view());
   if (!encoding) return encoding.fault();
   std::optional<files::Fingerprint> converted;
-  if (*encoding != xml::Encoding::utf8) converted = fingerprintOf(files::PiecedText(bytes.view()));
+  if (*encoding != xml::Encoding::utf8) converted = files::fingerprintOf(bytes.view());
   Result<files::ByteBuffer> utf8 = xml::toUtf8(std::move(bytes), *encoding);
   if (!utf8) return std::move(utf8).fault();
   Result<xml::Tree> tree = xml::parse(*std::move(utf8));
@@ -50,33 +50,6 @@ Result<Parsed> parsedFrom(files::ByteBuffer bytes) {
 }
 
 }  // namespace
-
-/// What a file holds or is to hold. What it was made from must stay as it is meanwhile.
-class SectionDocument::Bytes {
- public:
-  explicit Bytes(const files::FileContent& file) : text_(file.bytes.view()) {}
-
-  /// What the document's own file is to hold.
-  explicit Bytes(const SectionDocument& document)
-      : text_(document.tree_.pieces()), converted_(xml::fromUtf8(text_, document.encoding_)) {
-    if (converted_) text_ = files::PiecedText(converted_->view());
-  }
-  Bytes(const Bytes&) = delete;
-  Bytes& operator=(const Bytes&) = delete;
-
-  const files::PiecedText& text() const noexcept { return text_; }
-
-  /// Computed once.
-  const files::Fingerprint& fingerprint() const {
-    if (!fingerprint_) fingerprint_ = fingerprintOf(text_);
-    return *fingerprint_;
-  }
-
- private:
-  files::PiecedText text_;
-  std::optional<files::ByteBuffer> converted_;  ///< what the text is made of, when that is not the tree
-  mutable std::optional<files::Fingerprint> fingerprint_;
-};
 
 SectionDocument::SectionDocument(const files::RootedPath& place, xml::Tree tree, xml::Encoding encoding,
                                  std::optional<files::FileIdentity> identity)
@@ -170,7 +143,7 @@ std::optional<SectionDocument::SavedContent> SectionDocument::savedContent() {
 
 void SectionDocument::recognise(const SavedContent& saved) {
   if ((base_ ? base_->size : tree_.source().size()) != saved.bytes.size) return;
-  if ((base_ ? *base_ : fingerprintOf(files::PiecedText(tree_.source()))) != saved.bytes) return;
+  if ((base_ ? *base_ : files::fingerprintOf(tree_.source())) != saved.bytes) return;
   stampedRevision_ = tree_.revision();
   contentStamp_ = saved.stamp;
 }
@@ -191,7 +164,9 @@ Result<void> SectionDocument::writeOwn() {
 }
 
 Result<void> SectionDocument::writeOwnAt(const files::OpenPlace& place) {
-  const Bytes bytes(*this);
+  const auto encoded = xml::fromUtf8(tree_.serialise(), encoding_);
+  if (!encoded) return encoded.fault();
+  const BasicStringRef bytes = *encoded;
   Result<void> written;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const auto standing = place.look();
@@ -206,7 +181,7 @@ Result<void> SectionDocument::writeOwnAt(const files::OpenPlace& place) {
       }
       version = identity_;
     }
-    auto replaced = files::replaceVersion(place, bytes.text(), version);
+    auto replaced = files::replaceVersion(place, bytes, version);
     if (replaced) {
       noteReplaced(bytes, *replaced);
       return std::move(replaced->flushed);
@@ -217,12 +192,12 @@ Result<void> SectionDocument::writeOwnAt(const files::OpenPlace& place) {
   return written;
 }
 
-Result<void> SectionDocument::adoptFile(const files::OpenPlace& place, const Bytes& bytes) {
+Result<void> SectionDocument::adoptFile(const files::OpenPlace& place, BasicStringRef bytes) {
   Result<files::FileContent> content = files::readFile(place, xml::kLargestSource);
   if (!content) return content.fault();
-  const Bytes onDisk(*content);
-  const bool isOurs = isBase(onDisk) || bytes.text() == content->bytes.view();
-  const files::Fingerprint fingerprint = onDisk.fingerprint();
+  const BasicStringRef onDisk = content->bytes.view();
+  const bool isOurs = isBase(onDisk) || bytes == onDisk;
+  const files::Fingerprint fingerprint = files::fingerprintOf(onDisk);
   constexpr BasicStringRef kForeign = "another program has changed the file since it was read";
   if (!isOurs) {
     if (auto parsed = parsedFrom(std::move(content->bytes)); !parsed) {
@@ -242,14 +217,14 @@ Result<void> SectionDocument::adoptFile(const files::OpenPlace& place, const Byt
                "look at that change"};
 }
 
-bool SectionDocument::isBase(const Bytes& bytes) const {
-  if (base_) return bytes.text().size() == base_->size && bytes.fingerprint() == *base_;
-  return identity_ && bytes.text() == tree_.source();
+bool SectionDocument::isBase(BasicStringRef bytes) const {
+  if (base_) return bytes.size() == base_->size && files::fingerprintOf(bytes) == *base_;
+  return identity_ && bytes == tree_.source();
 }
 
-void SectionDocument::noteReplaced(const Bytes& bytes, const files::Replaced& replaced) {
+void SectionDocument::noteReplaced(BasicStringRef bytes, const files::Replaced& replaced) {
   noteIdentity(replaced.version);
-  base_ = bytes.fingerprint();
+  base_ = files::fingerprintOf(bytes);
   isFlushPending_ = !replaced.flushed;
   if (replaced.flushed) noteSaved();
 }
@@ -269,12 +244,14 @@ Result<void> SectionDocument::writeOther(BasicStringRef resourceName) const {
   if (!rooted) return failedSave(resourceName, rooted.fault(), "");
   auto place = files::OpenPlace::open(*rooted);
   if (!place) return failedSave(resourceName, place.fault(), "");
-  const Bytes bytes(*this);
+  const auto encoded = xml::fromUtf8(tree_.serialise(), encoding_);
+  if (!encoded) return failedSave(resourceName, encoded.fault(), "");
+  const BasicStringRef bytes = *encoded;
   if (place->identity()) {
     const auto content = files::readFile(*place, xml::kLargestSource);
-    if (content && bytes.text() == content->bytes.view()) return {};
+    if (content && bytes == content->bytes.view()) return {};
   }
-  Result<void> written = files::replaceFile(*place, bytes.text());
+  Result<void> written = files::replaceFile(*place, bytes);
   if (written) return written;
   const BasicStringRef rest = outcomeOf(written.fault());
   return failedSave(resourceName, std::move(written).fault(), rest);

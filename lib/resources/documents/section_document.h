@@ -7,7 +7,6 @@
 #include <files/file_identity.h>
 #include <files/fingerprint.h>
 #include <files/open_place.h>
-#include <files/pieced_text.h>
 #include <resources/derivation.h>
 #include <xml/encoding.h>
 #include <xml/tree.h>
@@ -83,8 +82,6 @@ class SectionDocument : public SafeReferenceCount {
   Result<void> write(BasicStringRef resourceName);
 
  private:
-  class Bytes;
-
   SectionDocument(const files::RootedPath& place, xml::Tree tree, xml::Encoding encoding,
                   std::optional<files::FileIdentity> identity);
 
@@ -95,12 +92,12 @@ class SectionDocument : public SafeReferenceCount {
   Result<void> writeOther(BasicStringRef resourceName) const;
   /// Takes the version of the file that is there now as the one to replace. A fault when that is somebody
   /// else's work, and when it cannot be read or is not well-formed, in which case it is not taken.
-  Result<void> adoptFile(const files::OpenPlace& place, const Bytes& bytes);
+  Result<void> adoptFile(const files::OpenPlace& place, BasicStringRef bytes);
   /// Whether the bytes are the version of the file that this document was last in step with.
-  bool isBase(const Bytes& bytes) const;
+  bool isBase(BasicStringRef bytes) const;
   /// The same of the file, whose identity is taken over when it is.
   bool isBaseInFile();
-  void noteReplaced(const Bytes& bytes, const files::Replaced& replaced);
+  void noteReplaced(BasicStringRef bytes, const files::Replaced& replaced);
   void noteIdentity(const std::optional<files::FileIdentity>& identity);
   void noteSaved() noexcept;
 
