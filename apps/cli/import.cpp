@@ -100,7 +100,8 @@ void sayLongWork(const std::string& gltf) {
   std::error_code error;
   const std::uintmax_t size = fs::file_size(gltf, error);
   if (!error && size >= kLongWork && size <= kMaxGltfBytes)  // else it is refused at once
-    Tool::say("importing " + quotedName(gltf) + " (" + std::to_string(size >> 20U) + " MB)");
+    Tool::say(Severity::information,
+              "importing " + quotedName(gltf) + " (" + std::to_string(size >> 20U) + " MB)");
 }
 
 std::string kindText(const ImportedMaterial& material) {
@@ -144,7 +145,7 @@ void import(ImportOptions& options, Tool& tool) {
     return importGltf(options.gltf, options.model, root.root, gltfOptions);
   }();
   if (!imported) throw Refusal(imported.fault());
-  for (const std::string& warning : imported->warnings) Tool::say(warning);
+  for (const std::string& warning : imported->warnings) Tool::say(Severity::warning, warning);
   tool.noteDone("the files were made");
   tool.print(reportOf(*imported));
 }

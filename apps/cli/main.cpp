@@ -60,6 +60,7 @@ void describe(CLI::App& program, Tal::cli::Tool& tool) {
                   "else the nearest folder upwards that holds scripts/destructibles.xml")
       ->type_name("DIR")
       ->allow_extra_args(false);
+  program.add_flag("--verbose", Tal::cli::Tool::isVerbose(), "Also say what each step has done");
   program.require_subcommand(1);
   program.footer(
       "Examples:\n"
@@ -128,7 +129,8 @@ int reportParsing(const CLI::App& program, const CLI::ParseError& error, Tal::cl
     return kDone;
   }
   const std::string fault = withShortWords(faultOf(program, error));
-  Tal::cli::Tool::say(fault + (fault.ends_with('?') ? " See " : "; see ") + helpCall(program));
+  Tal::cli::Tool::say(Tal::cli::Severity::error,
+                      fault + (fault.ends_with('?') ? " See " : "; see ") + helpCall(program));
   return kWrongUsage;
 }
 
@@ -144,7 +146,7 @@ int run(int argc, char** argv, Tal::cli::Tool& tool) {
   } catch (const CLI::ParseError& error) {
     return reportParsing(program, error, tool);
   } catch (const Tal::cli::Refusal& refusal) {
-    Tal::cli::Tool::say(refusal.what());
+    Tal::cli::Tool::say(Tal::cli::Severity::error, refusal.what());
     return kRefused;
   }
   return kDone;
@@ -172,7 +174,8 @@ int main(int argc, char** argv) {
     status = run(argc, argv, tool);
     Tal::FS::setFileSystem(nullptr);
   } catch (const std::exception& error) {
-    Tal::cli::Tool::say(std::string("an unexpected error ended the command: ") + error.what());
+    Tal::cli::Tool::say(Tal::cli::Severity::error,
+                        std::string("an unexpected error ended the command: ") + error.what());
   }
   if (!tool.flush() && status == kDone) status = kRefused;
   return status;

@@ -46,4 +46,8 @@ Style Style::ofStandardOutput() {
   return Style(::isatty(STDOUT_FILENO) == 1 && !isSet("NO_COLOR"));
 }
 
+Style Style::ofStandardError() {
+  return Style(::isatty(STDERR_FILENO) == 1 && !isSet("NO_COLOR"));
+}
+
 }  // namespace Tal::cli

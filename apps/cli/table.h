@@ -21,16 +21,18 @@ class Table {
   std::vector<std::vector<std::string>> rows_;
 };
 
-/// Emphasises parts of what people read, if standard output is a terminal that wants it.
+/// Emphasises parts of what people read, if they are read on a terminal that wants it.
 class Style {
  public:
   /// Colour only on a terminal, and never when NO_COLOR is set.
   static Style ofStandardOutput();
+  static Style ofStandardError();
 
   explicit Style(bool hasColour) : hasColour_(hasColour) {}
 
   std::string heading(const std::string& text) const { return in("\x1b[1m", text); }
   std::string warning(const std::string& text) const { return in("\x1b[33m", text); }
+  std::string error(const std::string& text) const { return in("\x1b[31m", text); }
 
  private:
   std::string in(const char* colour, const std::string& text) const {

@@ -1,5 +1,6 @@
 #include <authoring/catalogue.h>
 #include <authoring/category.h>
+#include <cli/table.h>
 #include <cli/tool.h>
 #include <core/debug_message.h>
 #include <core/display_text.h>
@@ -62,6 +63,19 @@ std::vector<fs::path> chooseRoots(const std::vector<std::string>& given) {
   return roots.empty() ? rootUpwards() : roots;
 }
 
+Severity severityOf(const DebugMessage& message) {
+  constexpr int kWarning = 4;
+  if (message.messagePriority < kWarning) return Severity::information;
+  return message.messagePriority == kWarning ? Severity::warning : Severity::error;
+}
+
+// What stands in front of a message of standard error.
+std::string leadOf(Severity severity) {
+  const Style style = Style::ofStandardError();
+  if (severity == Severity::error) return style.error("error:") + ' ';
+  return severity == Severity::warning ? style.warning("warning:") + ' ' : "";
+}
+
 }  // namespace
 
 std::string harmless(std::string_view text) {
@@ -79,10 +93,16 @@ std::string harmless(std::string_view text) {
 void sendMessagesToStandardError() {
   // What several steps of one command meet again is said once.
   DebugMessageHelper::setSink([last = std::string()](const DebugMessage& message) mutable {
-    if (message.text == last) return;
+    const Severity severity = severityOf(message);
+    if (message.text == last || (severity == Severity::information && !Tool::isVerbose())) return;
     last = message.text;
-    Tool::say(message.text);
+    Tool::say(severity, message.text);
   });
+}
+
+bool& Tool::isVerbose() noexcept {
+  static bool s_isVerbose = false;
+  return s_isVerbose;
 }
 
 bool Tool::flush() {
@@ -90,14 +110,15 @@ bool Tool::flush() {
   const int error = errno;
   pending_.clear();
   if (!isWritten && (error != EPIPE || !done_.empty())) {
-    say("the results could not be written to standard output: " + std::generic_category().message(error) +
-        (done_.empty() ? "" : "; " + done_ + " all the same"));
+    say(Severity::error,
+        "the results could not be written to standard output: " + std::generic_category().message(error) +
+            (done_.empty() ? "" : "; " + done_ + " all the same"));
   }
   return isWritten;
 }
 
-void Tool::say(std::string_view text) {
-  writeAll(STDERR_FILENO, "destructibles: " + harmless(text) + "\n");
+void Tool::say(Severity severity, std::string_view text) {
+  writeAll(STDERR_FILENO, "destructibles: " + leadOf(severity) + harmless(text) + "\n");
 }
 
 void Tool::setUpRoots() const {
@@ -130,7 +151,7 @@ KsDestructibleType Tool::destructibleCategory(const std::string& name) {
 
 authoring::Outcome Tool::checkEdit(Result<authoring::Outcome> outcome) {
   authoring::Outcome done = check(std::move(outcome));
-  for (const std::string& warning : done.warnings) say(warning);
+  for (const std::string& warning : done.warnings) say(Severity::warning, warning);
   return done;
 }
 

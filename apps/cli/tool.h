@@ -24,6 +24,9 @@ class Refusal : public std::runtime_error {
   explicit Refusal(const Fault& fault) : Refusal(textOf(fault)) {}
 };
 
+/// How much a message matters, which a word in front of it says.
+enum class Severity { information, warning, error };
+
 /// What the commands share: where their results and messages go, and the resource roots.
 class Tool {
  public:
@@ -40,8 +43,11 @@ class Tool {
   /// Notes what the command has changed, whatever becomes of its results: "the model was saved".
   void noteDone(std::string what) { done_ = std::move(what); }
 
+  /// Whether what is only information is said of each step.
+  static bool& isVerbose() noexcept;
+
   /// Writes one message to standard error, as one line, whatever the text holds.
-  static void say(std::string_view text);
+  static void say(Severity severity, std::string_view text);
 
   /// Sets up the resource roots, unless they are: those given, else the environment's, else the nearest
   /// folder upwards that holds a database. Refuses when there are none or one is no folder.
@@ -91,7 +97,7 @@ class HeldInterrupts {
 /// and what is escaped already stays as it is.
 std::string harmless(std::string_view text);
 
-/// Makes every logged message one line of standard error.
+/// Makes every logged message one line of standard error; information only if the tool is verbose.
 void sendMessagesToStandardError();
 
 }  // namespace Tal::cli

@@ -5,7 +5,7 @@
 namespace cli_test {
 namespace {
 
-constexpr char kPrefix[] = "destructibles: ";
+constexpr char kPrefix[] = "destructibles: error: ";
 
 }  // namespace
 

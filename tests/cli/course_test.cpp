@@ -97,12 +97,12 @@ TEST_F(TheCourseOfWork, NamesWhatCleaningAnEntryOfTheSampleRemoves) {
       support::runProcess(DESTRUCTIBLES_PROGRAM, {"convert", "content/props/crate.model", "auto"},
                           {.folder = folder_ / "sample"});
   EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(
-      result.err,
-      "destructibles: thrown away (another entry): set content/props/crate.model health=5 "
-      "effectHP=HP_splinters achievementTag=crate matName=partN0 effect=inf_crate_wood "
-      "hitEffect=inf_hit_wood\n"
-      "destructibles: another entry of the model in the section \"fragiles\" is removed from the file\n");
+  EXPECT_EQ(result.err,
+            "destructibles: warning: thrown away (another entry): set content/props/crate.model health=5 "
+            "effectHP=HP_splinters achievementTag=crate matName=partN0 effect=inf_crate_wood "
+            "hitEffect=inf_hit_wood\n"
+            "destructibles: warning: another entry of the model in the section \"fragiles\" is removed from "
+            "the file\n");
 }
 
 }  // namespace

@@ -14,15 +14,16 @@ class Editing : public CommandLine {
  protected:
   Json shown(const std::string& model) const { return Json::parse(result({"show", model, "--json"})); }
 
-  /// Runs a command that must succeed; its messages, without the program's name, a line each.
+  /// Runs a command that must succeed; its warnings, without the words in front of them, a line each.
   std::string messagesOf(const Arguments& arguments) const {
     const ProcessResult result = run(arguments);
     EXPECT_EQ(result.status, 0);
+    constexpr std::string_view kLead = "destructibles: warning: ";
     std::string messages;
     for (std::size_t begin = 0; begin < result.err.size();) {
       const std::size_t end = result.err.find('\n', begin);
-      EXPECT_EQ(result.err.compare(begin, 15, "destructibles: "), 0) << result.err;
-      messages += result.err.substr(begin + 15, end - begin - 14);
+      EXPECT_EQ(result.err.compare(begin, kLead.size(), kLead), 0) << result.err;
+      messages += result.err.substr(begin + kLead.size(), end + 1 - begin - kLead.size());
       begin = end + 1;
     }
     return messages;
@@ -54,11 +55,17 @@ class Editing : public CommandLine {
 
 using Convert = Editing;
 
+TEST_F(Convert, SaysWhatItHasDoneOnlyWhenItIsAskedToBeVerbose) {
+  EXPECT_EQ(run({"--verbose", "convert", kCrate, "fragile"}).err,
+            "destructibles: Model is set as fragile.\n");
+  EXPECT_EQ(messagesOf({"convert", kHouse, "structure"}).find("Model is set"), std::string::npos);
+}
+
 TEST_F(Convert, MakesAModelOfACategoryAndSaves) {
   const ProcessResult result = run({"convert", kCrate, "fragile"});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.out, "content/props/crate.model: category none -> fragile\n");
-  EXPECT_EQ(result.err, "destructibles: Model is set as fragile.\n");
+  EXPECT_EQ(result.err, "");
   EXPECT_EQ(readDatabase(), R"(<root>
 	<fragiles>
 		<entry>
@@ -207,7 +214,6 @@ TEST_F(Convert, BetweenCategoriesPrintsWhatItThrowsAway) {
   makeFragile();
   EXPECT_EQ(run({"set", kCrate, "health=12", "hitEffect=inf_hit_wood"}).status, 0);
   EXPECT_EQ(messagesOf({"convert", kCrate, "structure"}),
-            "Model is set as structure.\n"
             "thrown away (convert it to fragile first): set content/props/crate.model health=12 "
             "hitEffect=inf_hit_wood\n"
             "the entry of the model in the section \"fragiles\" is removed from the file\n");
@@ -224,12 +230,10 @@ TEST_F(Convert, ToNoneRemovesTheEntriesAndSucceeds) {
 TEST_F(Convert, NamesWhatTheSaveDrops) {
   EXPECT_EQ(
       messagesOf({"convert", kHouse, "structure"}),
-      "Model is set as structure.\n"
       "module \"n_roof_3_1\" is not saved: the model has no BSP material of that name; import it with one\n"
       "module \"n_window_5\" is not saved: its material kind 75 is that of module \"n_wall_2\"; give the "
       "materials different kinds\n");
   EXPECT_EQ(messagesOf({"convert", kHouse, "fragile"}),
-            "Model is set as fragile.\n"
             "the entry of the model in the section \"structures\" is removed from the file\n");
 }
 
@@ -378,9 +382,10 @@ TEST_F(Set, FailsWhenTheDatabaseCannotBeWritten) {
       {.folder = folder_.path()});
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.out, "");
-  EXPECT_THAT(result.err,
-              testing::EndsWith("destructibles: the save of scripts/destructibles.xml failed, for the reason "
-                                "in the message before this one; when it is mended, do the same again\n"));
+  EXPECT_THAT(
+      result.err,
+      testing::EndsWith("destructibles: error: the save of scripts/destructibles.xml failed, for the reason "
+                        "in the message before this one; when it is mended, do the same again\n"));
   EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 2) << result.err;
   EXPECT_EQ(readDatabase(), before);
   EXPECT_THAT(folder_.listing(), testing::Not(testing::Contains(testing::HasSubstr("destructibles.xml."))));
@@ -453,7 +458,8 @@ TEST_F(State, TakesWhatItCannotShowDestroyedOnlyWhenForced) {
   const ProcessResult forced = run({"state", kHouse, "add-material", "--force", "open", "s_ground"});
   EXPECT_EQ(forced.status, 0);
   EXPECT_EQ(forced.out, "content/buildings/house.model: added to the state open: s_ground\n");
-  EXPECT_THAT(forced.err, testing::StartsWith("destructibles: the material \"s_ground\" has no kind (0)"));
+  EXPECT_THAT(forced.err,
+              testing::StartsWith("destructibles: warning: the material \"s_ground\" has no kind (0)"));
   EXPECT_EQ(shown(kHouse).at("states").at("open"), Json::parse("[\"s_ground\"]"));
 }
 

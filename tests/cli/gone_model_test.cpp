@@ -157,7 +157,7 @@ TEST_F(AGoneModel, IsNotGuessedFromADatabaseThatIsBroken) {
     const ProcessResult result = run(arguments);
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(result.err,
-                testing::EndsWith("\ndestructibles: scripts/destructibles.xml cannot be read; mend "
+                testing::EndsWith("\ndestructibles: error: scripts/destructibles.xml cannot be read; mend "
                                   "the file and try again\n"));
   }
 }
@@ -189,10 +189,11 @@ TEST_F(AGoneModel, LosesItsEntryWithAllItsBytesWhenItIsConvertedToNone) {
   EXPECT_EQ(removal.out,
             "content/props/barrel.model: category fragile -> none\n"
             "content/props/barrel.model: removed its entry in fragiles\n");
-  EXPECT_EQ(removal.err,
-            "destructibles: thrown away (import it and convert it to fragile first): set "
-            "content/props/barrel.model health=35 effectHP= matName= effect=none hitEffect=\n"
-            "destructibles: the key \"mine\" (\"kept?\") of the entry in \"fragiles\" is not kept\n");
+  EXPECT_EQ(
+      removal.err,
+      "destructibles: warning: thrown away (import it and convert it to fragile first): set "
+      "content/props/barrel.model health=35 effectHP= matName= effect=none hitEffect=\n"
+      "destructibles: warning: the key \"mine\" (\"kept?\") of the entry in \"fragiles\" is not kept\n");
   EXPECT_EQ(readDatabase(), without("\n\t\t<entry><filename>content/props/barrel.model</filename>"
                                     "<health>35</health><mine>kept?</mine></entry>"));
   EXPECT_EQ(refusal({"show", kBarrel}),
@@ -256,7 +257,7 @@ TEST_F(AGoneModel, IsGivenItsEntryBackByThePrintedCommandsWhenItWasImportedAgain
     writeDatabase("<root>" + file + "</root>");
     const Json before = shown(kBarrel);
     const std::string begin =
-        "destructibles: thrown away (import it and convert it to " + category + " first): ";
+        "destructibles: warning: thrown away (import it and convert it to " + category + " first): ";
     std::istringstream messages(run({"convert", kBarrel, "none"}).err);
     support::writeModel(folder_, "content/props/barrel",
                         {.materials = {{"n_wood", 73}, {"s_plinth", 0}},
@@ -351,12 +352,13 @@ TEST_F(AGoneModel, ThatASectionNamesTooLosesItsEntriesAloneAndAMessageTellsOfThe
   writeDatabase(head + "<entry><filename>gone.model</filename></entry>" + tail);
   const ProcessResult removal = run({"convert", "gone.model", "none"});
   EXPECT_EQ(removal.status, 0);
-  EXPECT_EQ(
-      removal.err,
-      "destructibles: the section \"fragiles\" has the <filename> \"gone.model\" itself and stays as it "
-      "is; take that <filename> out of scripts/destructibles.xml\n"
-      "destructibles: thrown away (import it and convert it to fragile first): set gone.model health=5 "
-      "effectHP= matName= effect=none hitEffect=\n");
+  EXPECT_EQ(removal.err,
+            "destructibles: warning: the section \"fragiles\" has the <filename> \"gone.model\" itself and "
+            "stays as it "
+            "is; take that <filename> out of scripts/destructibles.xml\n"
+            "destructibles: warning: thrown away (import it and convert it to fragile first): set gone.model "
+            "health=5 "
+            "effectHP= matName= effect=none hitEffect=\n");
   EXPECT_EQ(readDatabase(), head + tail);
 }
 

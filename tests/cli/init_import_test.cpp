@@ -97,10 +97,10 @@ TEST_F(Import, WarnsOfAKindThatNoPartHas) {
   const ProcessResult imported =
       run({"import", barrel(), "content/props/barrel.model", "--kind", "Material.001=5"});
   EXPECT_EQ(imported.status, 0);
-  EXPECT_EQ(
-      imported.err,
-      "destructibles: the material \"Material.001\" has the kind 5, which shows no part; undamaged parts "
-      "have 73 to 86, destroyed ones 87 to 100, and all else 0\n");
+  EXPECT_EQ(imported.err,
+            "destructibles: warning: the material \"Material.001\" has the kind 5, which shows no part; "
+            "undamaged parts "
+            "have 73 to 86, destroyed ones 87 to 100, and all else 0\n");
   EXPECT_THAT(result({"show", "content/props/barrel.model"}),
               testing::HasSubstr("\n  material \"Material.001\" has the kind 5, which shows no part"));
   EXPECT_EQ(run({"import", barrel(), "content/props/tin.model", "--kind", "Material.001=0"}).err, "");

@@ -110,10 +110,10 @@ TEST_F(TheProgram, SaysHowToGiveARootWhenThereIsNone) {
   const support::TemporaryFolder elsewhere;
   const ProcessResult result = runIn(elsewhere.path(), {"list"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(
-      result.err,
-      "destructibles: no resource root: no folder from here upwards holds scripts/destructibles.xml; give "
-      "one with --root DIR or DESTRUCTIBLES_ROOT, or make one with \"destructibles init DIR\"\n");
+  EXPECT_EQ(result.err,
+            "destructibles: error: no resource root: no folder from here upwards holds "
+            "scripts/destructibles.xml; give "
+            "one with --root DIR or DESTRUCTIBLES_ROOT, or make one with \"destructibles init DIR\"\n");
 }
 
 TEST_F(TheProgram, RefusesARootThatIsNoFolder) {
@@ -130,9 +130,9 @@ TEST_F(TheProgram, FailsWhenItsResultsCannotBeWritten) {
     const ProcessResult result = support::runProcess(
         DESTRUCTIBLES_PROGRAM, arguments, {.folder = folder_.path(), .standardOutput = "/dev/full"});
     EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(
-        result.err,
-        "destructibles: the results could not be written to standard output: No space left on device\n");
+    EXPECT_EQ(result.err,
+              "destructibles: error: the results could not be written to standard output: No space left on "
+              "device\n");
   }
 }
 
@@ -144,7 +144,7 @@ TEST_F(TheProgram, SaysWhatItHasDoneAllTheSameWhenItsResultsCannotBeWritten) {
     return result.err;
   };
   const std::string lead =
-      "destructibles: the results could not be written to standard output: No space left on device; ";
+      "destructibles: error: the results could not be written to standard output: No space left on device; ";
   EXPECT_EQ(messageOf({"init", "new"}), lead + "the files were made all the same\n");
   EXPECT_EQ(messageOf({"import", TEST_GLTF_FOLDER "/barrel.gltf", "content/barrel.model"}),
             lead + "the files were made all the same\n");
@@ -199,9 +199,10 @@ TEST_F(TheProgram, FailsWhenStandardOutputIsClosedAndWritesItsResultsNowhere) {
       "/bin/sh", {"-c", "exec \"$@\" >&-", "sh", DESTRUCTIBLES_PROGRAM, "set", kCrate, "health=7"},
       {.folder = folder_.path()});
   EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err,
-            "destructibles: the results could not be written to standard output: Bad file descriptor; the "
-            "model was saved all the same\n");
+  EXPECT_EQ(
+      result.err,
+      "destructibles: error: the results could not be written to standard output: Bad file descriptor; the "
+      "model was saved all the same\n");
   EXPECT_THAT(readDatabase(), testing::HasSubstr("<health>7</health>"));
   EXPECT_THAT(readDatabase(), testing::EndsWith("</root>"));
 }

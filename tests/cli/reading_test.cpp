@@ -235,7 +235,8 @@ TEST_F(Reading, PassesOnTheWarningOfAGateOfUnknownMaterial) {
   const ProcessResult result = run({"health", "content/GatesAndFences/gate.model"});
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err,
-            "destructibles: [Wrn.122] Model content/gatesandfences/gate.model has no stone, wood and metal "
+            "destructibles: warning: [Wrn.122] Model content/gatesandfences/gate.model has no stone, wood "
+            "and metal "
             "materials "
             "- cannot calculate health of destructible.\n");
   EXPECT_THAT(result.out, testing::StartsWith("health     -1\n"));
