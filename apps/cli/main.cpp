@@ -42,10 +42,14 @@ void finishOptions(CLI::App& command) {
   }
 }
 
-// The words behind the program's name, last one first, as the parser wants them.
+// The words behind the program's name, last one first, as the parser wants them. "help COMMAND" is
+// "COMMAND --help".
 std::vector<std::string> wordsOf(int argc, char** argv) {
   std::vector<std::string> words;
   for (int index = argc - 1; index > 0; --index) words.push_back(marked(argv[index]));
+  if (words.empty() || words.back() != "help") return words;
+  words.pop_back();
+  words.insert(words.begin(), "--help");
   return words;
 }
 
@@ -92,6 +96,18 @@ std::string helpCall(const CLI::App& program) {
   return "\"destructibles " + command + "--help\"";
 }
 
+// The options of the command that was meant, and of all.
+std::vector<std::string> optionsOf(const CLI::App& program) {
+  std::vector<std::string> names;
+  std::vector<const CLI::App*> apps = {&program};
+  for (const CLI::App* const command : program.get_subcommands()) apps.push_back(command);
+  for (const CLI::App* const app : apps) {
+    for (const CLI::Option* const option : app->get_options())
+      for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  }
+  return names;
+}
+
 // What is wrong with the words of the command line.
 std::string faultOf(const CLI::App& program, const CLI::ParseError& error) {
   const std::vector<std::string> unknown = program.remaining(true);
@@ -99,8 +115,13 @@ std::string faultOf(const CLI::App& program, const CLI::ParseError& error) {
     return "--root was not expected here, it stands in front of the command: destructibles --root DIR "
            "COMMAND ...";
   }
-  if (!program.get_subcommands().empty() || unknown.empty() || unknown.front().starts_with('-'))
-    return error.what();
+  const auto option = std::find_if(unknown.begin(), unknown.end(),
+                                   [](const std::string& word) { return word.starts_with('-'); });
+  if (option != unknown.end()) {
+    return "there is no option " + Tal::quotedName(*option) +
+           Tal::nameSuggestion(*option, optionsOf(program));
+  }
+  if (!program.get_subcommands().empty() || unknown.empty()) return error.what();
   std::vector<std::string> names;
   for (const CLI::App* const command : program.get_subcommands({})) names.push_back(command->get_name());
   return "there is no command " + Tal::quotedName(unknown.front()) +
@@ -121,7 +142,8 @@ std::string withShortWords(const std::string& text) {
 }
 
 int reportParsing(const CLI::App& program, const CLI::ParseError& error, Tal::cli::Tool& tool) {
-  if (error.get_exit_code() == kDone) {  // help or the version was asked for
+  const bool isOfUnknown = program.get_subcommands().empty() && program.remaining_size() > 0;
+  if (error.get_exit_code() == kDone && !isOfUnknown) {  // help or the version was asked for
     std::ostringstream results;
     std::ostringstream messages;
     program.exit(error, results, messages);

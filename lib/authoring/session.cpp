@@ -37,6 +37,8 @@ Fault unknownModel(const std::string& modelName) {
                 " that <filename>, which makes no entry",
             "take it out of the file"};
   }
+  if (modelName.ends_with(".gltf") || modelName.ends_with(".glb"))
+    return {FaultKind::missing, what, "import that file, and name the model (\"....model\") that this makes"};
   const std::vector<std::string> names = knownModels();
   if (names.empty())
     return {FaultKind::missing, what + " and no other", "check the roots, or import a model"};

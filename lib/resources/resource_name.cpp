@@ -12,7 +12,7 @@ BasicStringRef faultOf(BasicStringRef resourceName) {
   if (resourceName.find('\0') != BasicStringRef::npos) return "holds a NUL character";
   if (resourceName.find('\\') != BasicStringRef::npos) return "holds a backslash, where names have slashes";
   for (BasicStringRef rest = resourceName; !rest.empty();)
-    if (takeStep(rest) == "..") return "climbs out of its root";
+    if (takeStep(rest) == "..") return "holds \"..\"";
   return normalisedName(resourceName).empty() ? "names no file" : "";
 }
 

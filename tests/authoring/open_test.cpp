@@ -53,10 +53,9 @@ TEST_F(OpeningASession, RefusesNamesThatAreNoResourceWithTheReason) {
   EXPECT_EQ(
       refusalOf("/content/props/crate.model"),
       "the model name \"/content/props/crate.model\" is absolute; give a name below the resource roots");
-  EXPECT_EQ(
-      refusalOf("content/../content/props/crate.model"),
-      "the model name \"content/../content/props/crate.model\" climbs out of its root; give a name below "
-      "the resource roots");
+  EXPECT_EQ(refusalOf("content/../content/props/crate.model"),
+            "the model name \"content/../content/props/crate.model\" holds \"..\"; give a name below "
+            "the resource roots");
   EXPECT_EQ(refusalOf(""), "the model name \"\" is empty; give a name below the resource roots");
 }
 

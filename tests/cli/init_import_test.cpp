@@ -145,7 +145,7 @@ TEST_F(Import, TakesMalformedOptionsForWrongUsage) {
 
 TEST_F(Import, RefusesModelNamesThatCannotBe) {
   EXPECT_THAT(refusal({"import", barrel(), "/tmp/barrel.model"}), testing::HasSubstr("is absolute"));
-  EXPECT_THAT(refusal({"import", barrel(), "../barrel.model"}), testing::HasSubstr("climbs out of its root"));
+  EXPECT_THAT(refusal({"import", barrel(), "../barrel.model"}), testing::HasSubstr("holds \"..\""));
   EXPECT_THAT(refusal({"import", barrel(), "content/barrel"}), testing::HasSubstr("must end in \".model\""));
   EXPECT_THAT(
       refusal({"import", barrel(), "content/a\x1b.model"}),

@@ -44,13 +44,28 @@ TEST_F(TheProgram, RefusesWrongUsageWithAHint) {
   EXPECT_EQ(misuse({"shwo", kCrate}),
             "there is no command \"shwo\"; did you mean \"show\"? See \"destructibles --help\"");
   EXPECT_EQ(misuse({"--root", "."}), "A subcommand is required; see \"destructibles --help\"");
-  EXPECT_THAT(misuse({"--rot", ".", "list"}), testing::EndsWith("; see \"destructibles --help\""));
-  EXPECT_THAT(misuse({"list", "--jsn"}), testing::EndsWith("; see \"destructibles list --help\""));
+  EXPECT_THAT(misuse({"--rot", ".", "list"}),
+              testing::EndsWith("did you mean \"--root\"? See \"destructibles --help\""));
   EXPECT_THAT(misuse({"show"}), testing::EndsWith("; see \"destructibles show --help\""));
   EXPECT_THAT(misuse({"convert", kCrate}), testing::EndsWith("; see \"destructibles convert --help\""));
   EXPECT_THAT(misuse({"set", kCrate}), testing::EndsWith("; see \"destructibles set --help\""));
   EXPECT_THAT(misuse({"show", kCrate, "more"}), testing::EndsWith("; see \"destructibles show --help\""));
   EXPECT_THAT(misuse({"--root"}), testing::EndsWith("; see \"destructibles --help\""));
+}
+
+TEST_F(TheProgram, NamesTheOptionThatWasMeant) {
+  EXPECT_EQ(misuse({"--hlep"}),
+            "there is no option \"--hlep\"; did you mean \"--help\"? See \"destructibles --help\"");
+  EXPECT_EQ(misuse({"list", "--jsn"}),
+            "there is no option \"--jsn\"; did you mean \"--json\"? See \"destructibles list --help\"");
+  EXPECT_EQ(misuse({"set", "--hlep"}),
+            "there is no option \"--hlep\"; did you mean \"--help\"? See \"destructibles set --help\"");
+}
+
+TEST_F(TheProgram, TakesHelpAsACommandToo) {
+  EXPECT_EQ(result({"help"}), result({"--help"}));
+  EXPECT_EQ(result({"help", "set"}), result({"set", "--help"}));
+  EXPECT_THAT(misuse({"help", "shwo"}), testing::HasSubstr("did you mean \"show\"?"));
 }
 
 TEST_F(TheProgram, ShowsControlCharactersOfWrongArgumentsEscaped) {

@@ -203,6 +203,14 @@ TEST_F(Reading, RefusesAModelThatTheRootsLack) {
   }
 }
 
+TEST_F(Reading, SaysThatASourceIsImportedFirst) {
+  for (const char* const source : {"source/x.gltf", "source/x.glb"}) {
+    EXPECT_EQ(refusal({"health", source}),
+              "the resource roots hold no model \"" + std::string(source) +
+                  "\"; import that file, and name the model (\"....model\") that this makes");
+  }
+}
+
 TEST_F(Reading, ExplainsTheHealthForPeople) {
   EXPECT_EQ(result({"health", kCrate}),
             "health   20\n"
