@@ -186,25 +186,25 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// last structure of the file; it stays as it is when the file has no structure.
   bool loadConfig(bool force);
 
-  /// Writes the model's entry to the file, removes its other entries there and reloads the tables. A child of
-  /// the root that has the model's name as its own "filename" is removed whole, whatever its tag; for the
-  /// empty name that is every one without a "filename", so that a helper of no model must not be saved.
-  /// Entries under "trees" are otherwise not touched. With several sections of the model's category the first
-  /// entry in each of them stays, of which the last is the one that is written. False when the file could not
-  /// be opened (a malformed one is reported once; one that is missing, by nothing but this result) or
-  /// written: then the file is whole, as it was (or, when only the last flush to the disk failed, as it was
-  /// to be), the edits stay in the tables, and a critical message has said why. False also for a model of no
-  /// category, whose entries are removed from the file all the same, without a reload of the tables. A
-  /// fragile or falling atom that has no record in the tables is not written; that is no failure.
+  /// Writes the model's entry to the file, removes its other entries there and reloads the tables. False when
+  /// the file could not be opened or written: the file is then whole, the edits stay in the tables, and a
+  /// critical message has said why, unless the file is missing.
   ///
-  /// Unless the model has no category, there must be no open SaveGroup of the host around this: the tables
-  /// would be reloaded from a document that is written only afterwards, and may then fail to be.
+  /// - A model of no category loses its entries in the file; the result is false all the same, and the tables
+  ///   are not reloaded.
+  /// - A fragile or falling atom without a record in the tables is not written; that is no failure.
+  /// - A helper of no model must not be saved: sections without a "filename" would pass for its entries.
+  /// - Unless the model has no category, no SaveGroup of the host may be open: the tables would be reloaded
+  ///   from a document that is written only afterwards.
+  ///
+  /// docs/database.md tells which entries a save writes and removes.
   bool saveConfig();
 
-  /// True since the construction or a conversion made entries for the model that the tables lacked, or
-  /// setAsNonDestructible removed some; false again when a save was asked for, or the model became a fragile
-  /// or falling atom that the tables hold. Neither what updateDestructibleModule and addDestructibleState
-  /// make nor a module that joins others counts.
+  /// True while the model has entries that exist only in memory, or were removed and not saved.
+  ///
+  /// - It counts what the construction, a conversion and setAsNonDestructible make or remove; not what
+  ///   updateDestructibleModule and addDestructibleState make, nor a module that joins others.
+  /// - A save ends it, also one that fails; so does a conversion to a record that the tables hold.
   bool isMissingInDestructiblesXml();
 
   /// Calls `slot` after every load that this helper performed. It must not destroy the helper but in a load

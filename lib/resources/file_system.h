@@ -84,9 +84,8 @@ MultiFileSystem* fileSystem() noexcept;
 /// The previous file system's monitor ends with it: changes that it has not delivered are lost, its listeners
 /// are called no more, and none of them hears anything from the new monitor until it is added there. Pointers
 /// from fileSystem() and getFilesystemMonitor() dangle afterwards. Not to be called by a listener, or while
-/// pump() runs. A helper or session of the previous file system may be destroyed afterwards, but no longer
-/// learns of changed files, and a session must not be used while there is no file system: better that they
-/// are gone before.
+/// pump() runs. Destroy helpers and sessions first: one that stays learns of no more changes, and a session
+/// must not be used while there is no file system.
 void setFileSystem(std::unique_ptr<MultiFileSystem> replacement);
 
 /// Logs, with priority 5, why a resource cannot be used; nothing when it is only missing. `fault` is a clause
