@@ -1,17 +1,17 @@
 #include <destructibles/fixture.h>
-#include <support/database_deeds.h>
+#include <support/change_scenarios.h>
 
 namespace Tal {
 namespace {
 
-using support::Deed;
-using support::Stage;
+using support::Scenario;
+using support::WatchedDatabase;
 
 /// Opens a model and writes down which version of the database each load leaves in the tables.
 class Follower {
  public:
-  explicit Follower(Stage& stage) : model_({}, "m") {
-    stage.frame = [this] {
+  explicit Follower(WatchedDatabase& database) : model_({}, "m") {
+    database.frame = [this] {
       support::Host::passFrame();
       // A load that fails tells nobody.
       if (Access::fragileMap().empty() && reads.back() != support::kNothing) note();
@@ -33,7 +33,7 @@ class Follower {
   ks::Connection loaded_;
 };
 
-class FollowedChanges : public ::testing::TestWithParam<Deed> {
+class FollowedChanges : public ::testing::TestWithParam<Scenario> {
  protected:
   FollowedChanges() {
     Access::clearTables();
@@ -42,7 +42,7 @@ class FollowedChanges : public ::testing::TestWithParam<Deed> {
   ~FollowedChanges() override { Access::clearTables(); }
 
   support::MessageRecorder refusals_;  // of what is read half-written
-  Stage stage_;
+  WatchedDatabase stage_;
 };
 
 class AChangeOfTheDatabase : public FollowedChanges {};
@@ -52,8 +52,8 @@ TEST_P(AChangeOfTheDatabase, LeavesItsLastContentInTheTablesAndNothingTornBefore
   expectToBeFollowed(GetParam(), stage_, follower.reads);
 }
 
-INSTANTIATE_TEST_SUITE_P(By, AChangeOfTheDatabase, ::testing::ValuesIn(support::changingDeeds()),
-                         support::nameOfDeed<::testing::TestParamInfo<Deed>>);
+INSTANTIATE_TEST_SUITE_P(By, AChangeOfTheDatabase, ::testing::ValuesIn(support::changingScenarios()),
+                         support::nameOfScenario<::testing::TestParamInfo<Scenario>>);
 
 class NoChangeOfTheDatabase : public FollowedChanges {};
 
@@ -62,8 +62,8 @@ TEST_P(NoChangeOfTheDatabase, ReloadsTheTables) {
   expectToGoUnnoticed(GetParam(), stage_, follower.reads);
 }
 
-INSTANTIATE_TEST_SUITE_P(By, NoChangeOfTheDatabase, ::testing::ValuesIn(support::otherDeeds()),
-                         support::nameOfDeed<::testing::TestParamInfo<Deed>>);
+INSTANTIATE_TEST_SUITE_P(By, NoChangeOfTheDatabase, ::testing::ValuesIn(support::otherScenarios()),
+                         support::nameOfScenario<::testing::TestParamInfo<Scenario>>);
 
 }  // namespace
 }  // namespace Tal

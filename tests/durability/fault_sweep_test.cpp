@@ -2,7 +2,7 @@
 
 #include <durability/fault_shim.h>
 #include <durability/instruction.h>
-#include <durability/town.h>
+#include <durability/studio_database.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
 #include <support/message_recorder.h>
@@ -27,7 +27,7 @@ namespace {
 namespace fs = std::filesystem;
 using durability::instructionFor;
 using durability::kDatabase;
-using durability::Town;
+using durability::StudioDatabase;
 using support::MessageRecorder;
 using support::MountedRoot;
 using testing::AllOf;
@@ -106,17 +106,19 @@ const std::vector<Fault>& faults() {
 class Attempt {
  public:
   explicit Attempt(int version)
-      : version_(version), root_(kDatabase, Town::textOf(version - 1)), trace_(traceFolder_ / "trace") {
+      : version_(version),
+        root_(kDatabase, StudioDatabase::textOf(version - 1)),
+        trace_(traceFolder_ / "trace") {
     // Only the superuser can see to it that the owner has to be set.
     const bool isOwned = ::geteuid() != 0 || ::chown((root_ / kDatabase).c_str(), 12345, 12345) == 0;
     EXPECT_TRUE(isOwned);
     addAttribute(root_ / kDatabase);
-    town_.edit(version);
+    database_.edit(version);
     messages_.clear();
   }
 
   /// Saves; whether that was done.
-  bool save() { return town_.save(version_); }
+  bool save() { return database_.save(version_); }
 
   /// Saves with a call going wrong. Whether the save is said to be done, without a message.
   bool saveWith(const Fault& fault, int number) {
@@ -144,7 +146,7 @@ class Attempt {
   MountedRoot root_;
   support::TemporaryFolder traceFolder_;
   fs::path trace_;
-  Town town_;
+  StudioDatabase database_;
   MessageRecorder messages_;
 };
 
@@ -154,7 +156,7 @@ std::string withoutNumbers(std::string text) {
   return text;
 }
 
-/// The saves of a town that differ, by the version.
+/// The saves of a database that differ, by the version.
 class ASaveWithAFault : public testing::TestWithParam<int> {
  protected:
   static int version() { return GetParam(); }
@@ -162,8 +164,8 @@ class ASaveWithAFault : public testing::TestWithParam<int> {
   /// "old", "new", or the text that is neither.
   static std::string stateOf(const Attempt& attempt) {
     const std::string text = attempt.text();
-    if (text == Town::textOf(version() - 1)) return "old";
-    return text == Town::textOf(version()) ? "new" : text;
+    if (text == StudioDatabase::textOf(version() - 1)) return "old";
+    return text == StudioDatabase::textOf(version()) ? "new" : text;
   }
 
   static void expectOneMessage(Attempt& attempt, const Fault& fault) {
@@ -268,13 +270,13 @@ TEST_P(ASaveWithAFault, DoesNotReplaceWhatAnotherProgramWritesMeanwhile) {
     SCOPED_TRACE(operation);
     Attempt attempt(version());
     EXPECT_FALSE(attempt.saveWith({operation, 0, false, 1, &editByHand}, 1));
-    EXPECT_EQ(attempt.text(), Town::textOf(version() - 1) + "<!-- by hand -->\n");
+    EXPECT_EQ(attempt.text(), StudioDatabase::textOf(version() - 1) + "<!-- by hand -->\n");
     EXPECT_THAT(attempt.messages().texts(),
                 ElementsAre(AllOf(HasSubstr(kDatabase), HasSubstr("another program has changed the file"),
                                   HasSubstr("edits are kept"), HasSubstr("save again"))));
     expectNoTemporaryFile(attempt);
     EXPECT_TRUE(attempt.save());
-    EXPECT_EQ(attempt.text(), Town::textOf(version()) + "<!-- by hand -->\n");
+    EXPECT_EQ(attempt.text(), StudioDatabase::textOf(version()) + "<!-- by hand -->\n");
     expectNoTemporaryFile(attempt);
   }
 }
@@ -311,7 +313,7 @@ TEST_P(ASaveWithAFault, WritesFlushesClosesAndRenamesInThisOrderAndThenFlushesTh
 
 std::string nameOfKind(const testing::TestParamInfo<int>& info) {
   const std::vector<std::string> names = {"OfAFragile", "OfAStructure", "OfAFallingAtom"};
-  const auto kind = static_cast<std::size_t>(Town::kindOf(info.param));
+  const auto kind = static_cast<std::size_t>(StudioDatabase::kindOf(info.param));
   if (kind < names.size()) return names[kind];
   return info.param == 3 ? "OfAnEntryThatIsNew" : "OfAModelOfNoCategory";
 }

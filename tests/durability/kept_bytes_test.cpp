@@ -1,4 +1,4 @@
-// What a save of one model leaves of the database as it was: files of every dress, edits of every sort,
+// What a save of one model leaves of the database as it was: files of every variant, edits of every sort,
 // compared as bytes.
 
 #include <support/utf16.h>
@@ -17,7 +17,7 @@
 namespace Tal {
 namespace {
 
-// In its plain dress. The values of the crate are written as no save would write them.
+// In its plain variant. The values of the crate are written as no save would write them.
 constexpr const char* kPlain = R"(<?xml version="1.0" encoding="utf-8"?>
 <!DOCTYPE root [
   <!ENTITY oak "old oak">
@@ -84,7 +84,7 @@ constexpr const char* kPlain = R"(<?xml version="1.0" encoding="utf-8"?>
 <!-- end -->
 )";
 
-// --- Dresses ---
+// --- File variants ---
 
 std::string replaced(std::string text, const std::string& before, const std::string& after) {
   for (std::size_t at = 0; (at = text.find(before, at)) != std::string::npos; at += after.size())
@@ -142,17 +142,17 @@ std::string withQuotesExchanged(std::string text) {
   return text;
 }
 
-struct Dress {
+struct FileVariant {
   const char* name;
   std::function<std::string(const std::string&)> put;
 };
 
-void PrintTo(const Dress& dress, std::ostream* stream) {
-  *stream << dress.name;
+void PrintTo(const FileVariant& variant, std::ostream* stream) {
+  *stream << variant.name;
 }
 
-const std::vector<Dress>& dresses() {
-  static const std::vector<Dress> all = {
+const std::vector<FileVariant>& fileVariants() {
+  static const std::vector<FileVariant> all = {
       {"Plain", [](const std::string& text) { return text; }},
       {"Tabs", [](const std::string& text) { return withUnit(text, "\t"); }},
       {"FourSpaces", [](const std::string& text) { return withUnit(text, "    "); }},
@@ -310,7 +310,7 @@ std::string shown(const std::string& bytes) {
   return replaced(bytes, std::string(1, '\0'), "");
 }
 
-class ASaveKeepsTheBytes : public DestructiblesTest, public testing::WithParamInterface<Dress> {
+class ASaveKeepsTheBytes : public DestructiblesTest, public testing::WithParamInterface<FileVariant> {
  protected:
   files::FileIdentity identity() const {
     return files::identityAt(root_ / kDatabase).value_or(files::FileIdentity());
@@ -457,11 +457,11 @@ TEST_F(ASaveOfAnIrregularFile, KeepsTheBytesThatNoEditTouches) {
   }
 }
 
-std::string nameOf(const testing::TestParamInfo<Dress>& dress) {
-  return dress.param.name;
+std::string nameOf(const testing::TestParamInfo<FileVariant>& variant) {
+  return variant.param.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Dress, ASaveKeepsTheBytes, testing::ValuesIn(dresses()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Variant, ASaveKeepsTheBytes, testing::ValuesIn(fileVariants()), nameOf);
 
 }  // namespace
 }  // namespace Tal

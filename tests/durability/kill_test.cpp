@@ -1,7 +1,7 @@
 // Processes that save are killed at random moments.
 
 #include <core/debug_message.h>
-#include <durability/town.h>
+#include <durability/studio_database.h>
 #include <durability/victim.h>
 #include <files/atomic_file.h>
 #include <files/file_lock.h>
@@ -31,7 +31,7 @@ namespace {
 namespace fs = std::filesystem;
 using durability::await;
 using durability::kDatabase;
-using durability::Town;
+using durability::StudioDatabase;
 using durability::Victim;
 using std::chrono::steady_clock;
 using support::MountedRoot;
@@ -70,12 +70,12 @@ void saveVersionAfterVersion(Progress& progress) {
   Tal::DebugMessageHelper::setSink([](const Tal::DebugMessage& message) {
     if (message.isCritical) std::cerr << message.text << std::endl;
   });
-  Town town;
+  StudioDatabase database;
   for (int version = progress.saved + 1;; ++version) {
-    town.edit(version);
+    database.edit(version);
     const auto begin = steady_clock::now();
     progress.asked = version;
-    if (!town.save(version)) {
+    if (!database.save(version)) {
       progress.hasFailed = true;
       while (true) ::pause();
     }
@@ -96,7 +96,7 @@ struct Hits {
 
 class KilledSaves : public testing::Test {
  protected:
-  KilledSaves() : root_(kDatabase, Town::textOf(0)) {}
+  KilledSaves() : root_(kDatabase, StudioDatabase::textOf(0)) {}
 
   /// One process, from its birth to its death. False when it did wrong.
   bool killOne(std::chrono::microseconds delay) {
@@ -118,12 +118,12 @@ class KilledSaves : public testing::Test {
   /// process goes on from there.
   bool isTheFileWhole() {
     const std::string text = root_.read(kDatabase);
-    if (progress_->asked != progress_->saved && text == Town::textOf(progress_->asked)) {
+    if (progress_->asked != progress_->saved && text == StudioDatabase::textOf(progress_->asked)) {
       progress_->saved = progress_->asked.load();
       ++hits_.afterTheRename;
     }
     progress_->asked = progress_->saved.load();
-    const bool isWhole = text == Town::textOf(progress_->saved);
+    const bool isWhole = text == StudioDatabase::textOf(progress_->saved);
     EXPECT_TRUE(isWhole) << "version " << progress_->saved << " is not what the file holds:\n" << text;
     return isWhole;
   }
@@ -171,16 +171,16 @@ TEST_F(KilledSaves, LeaveTheOldFileOrTheNewOneWhole) {
   for (const fs::path& file : leftOvers())
     fs::last_write_time(file, fs::file_time_type::clock::now() - std::chrono::hours(1));
   const support::MessageRecorder messages;
-  Town town;
-  town.edit(progress_->saved + 1);
-  EXPECT_TRUE(town.save(progress_->saved + 1));
-  EXPECT_EQ(root_.read(kDatabase), Town::textOf(progress_->saved + 1));
+  StudioDatabase database;
+  database.edit(progress_->saved + 1);
+  EXPECT_TRUE(database.save(progress_->saved + 1));
+  EXPECT_EQ(root_.read(kDatabase), StudioDatabase::textOf(progress_->saved + 1));
   EXPECT_THAT(root_.listing(), ElementsAre("scripts", kDatabase)) << "a later save has cleaned up";
 }
 
 TEST(ASave, IsNotHeldUpByAKilledProcessThatHeldTheLock) {
   for (int version = 1; version <= 4; ++version) {
-    const MountedRoot root(kDatabase, Town::textOf(version - 1));
+    const MountedRoot root(kDatabase, StudioDatabase::textOf(version - 1));
     Victim victim([&root] {
       const Tal::SaveGroup group;
       const auto document = support::openResource(kDatabase);  // which locks it
@@ -191,11 +191,11 @@ TEST(ASave, IsNotHeldUpByAKilledProcessThatHeldTheLock) {
     ASSERT_TRUE(await([&root] { return fs::exists(root / "sign"); }));
     victim.killHard();
     const support::MessageRecorder messages;
-    Town town;
-    town.edit(version);
-    EXPECT_TRUE(town.save(version));
+    StudioDatabase database;
+    database.edit(version);
+    EXPECT_TRUE(database.save(version));
     EXPECT_EQ(messages.criticalCount(), 0);
-    EXPECT_EQ(root.read(kDatabase), Town::textOf(version));
+    EXPECT_EQ(root.read(kDatabase), StudioDatabase::textOf(version));
   }
 }
 

@@ -1,6 +1,6 @@
 // Two programs that save different models of one database at the same time.
 
-#include <durability/town.h>
+#include <durability/studio_database.h>
 #include <support/message_recorder.h>
 #include <support/mounted_root.h>
 
@@ -14,7 +14,7 @@
 namespace {
 
 using durability::kDatabase;
-using durability::Town;
+using durability::StudioDatabase;
 
 constexpr int kRounds = 60;
 
@@ -22,11 +22,11 @@ constexpr int kRounds = 60;
 /// were done.
 bool saveAllRounds(int firstVersion) {
   const support::MessageRecorder messages;
-  Town town;
+  StudioDatabase database;
   for (int round = 0; round < kRounds; ++round) {
     const int version = firstVersion + 4 * round;
-    town.edit(version);
-    if (!town.save(version)) return false;
+    database.edit(version);
+    if (!database.save(version)) return false;
   }
   return messages.criticalCount() == 0;
 }
@@ -42,14 +42,14 @@ TEST(TwoPrograms, LoseNoSaveOfDifferentModelsOfOneDatabase) {
   constexpr int kFragile = 4;
   constexpr int kFallingAtom = 2;
   constexpr int kLast = 4 * (kRounds - 1);
-  const support::MountedRoot root(kDatabase, Town::textOf(0));
+  const support::MountedRoot root(kDatabase, StudioDatabase::textOf(0));
   const pid_t other = ::fork();
   if (other == 0) ::_exit(saveAllRounds(kFragile) ? 0 : 1);
   EXPECT_TRUE(saveAllRounds(kFallingAtom));
   int state = 0;
   ASSERT_EQ(::waitpid(other, &state, 0), other);
   EXPECT_TRUE(WIFEXITED(state) && WEXITSTATUS(state) == 0);
-  const std::string withOne = withHealth(Town::textOf(0), "props/crate.model", kFragile + kLast);
+  const std::string withOne = withHealth(StudioDatabase::textOf(0), "props/crate.model", kFragile + kLast);
   EXPECT_EQ(root.read(kDatabase), withHealth(withOne, "street/lamp.model", kFallingAtom + kLast));
   EXPECT_EQ(root.listing().size(), 2U) << "the folder and the database";
 }

@@ -200,8 +200,8 @@ class AFileThatChangesWhileItIsSaved : public testing::Test {
   AFileThatChangesWhileItIsSaved() { section_->setValue("mine"); }
   ~AFileThatChangesWhileItIsSaved() override { s_system.order = {}; }
 
-  bool saveWhile(std::function<void()> deed) {
-    s_system.order = {"fsync", 1, 0, false, 0, std::move(deed)};
+  bool saveWhile(std::function<void()> scenario) {
+    s_system.order = {"fsync", 1, 0, false, 0, std::move(scenario)};
     const bool isSaved = section_->save();
     s_system.order = {};
     EXPECT_THAT(root_.listing(), testing::Each(testing::Not(HasSubstr("saving")))) << "nothing is left";

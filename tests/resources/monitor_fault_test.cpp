@@ -1,7 +1,7 @@
 #include "reading_listener.h"
 #include "recording_listener.h"
 
-#include <support/database_deeds.h>
+#include <support/change_scenarios.h>
 #include <support/message_recorder.h>
 #include <support/temporary_folder.h>
 
@@ -143,7 +143,7 @@ class ScarceSystem : public Tal::files::System {
 ScarceSystem s_system;
 
 using support::MessageRecorder;
-using support::Stage;
+using support::WatchedDatabase;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -168,57 +168,59 @@ class Scarcity {
   Scarcity& operator=(const Scarcity&) = delete;
 };
 
-class AChangeThatTheSystemDoesNotTell : public testing::TestWithParam<support::Deed> {};
+class AChangeThatTheSystemDoesNotTell : public testing::TestWithParam<support::Scenario> {};
 
 TEST_P(AChangeThatTheSystemDoesNotTell, IsFollowedByLooking) {
   const MessageRecorder messages;
   const Scarcity scarcity(0, 0);
-  Stage stage;
-  GetParam().prepare(stage);
-  const ReadingListener listener(stage);
-  expectToBeFollowed(GetParam(), stage, listener.reads);
+  WatchedDatabase database;
+  GetParam().prepare(database);
+  const ReadingListener listener(database);
+  expectToBeFollowed(GetParam(), database, listener.reads);
 }
 
 /// All but the one that shows neither in the file's times nor in its size, only in the end of the mapping.
-std::vector<support::Deed> deedsThatShow() {
-  std::vector<support::Deed> deeds = support::changingDeeds();
-  std::erase_if(deeds,
-                [](const auto& deed) { return std::string("WritingMappedMemorySlowly") == deed.name; });
-  return deeds;
+std::vector<support::Scenario> scenariosThatShow() {
+  std::vector<support::Scenario> scenarios = support::changingScenarios();
+  std::erase_if(scenarios, [](const auto& scenario) {
+    return std::string("WritingMappedMemorySlowly") == scenario.name;
+  });
+  return scenarios;
 }
 
-INSTANTIATE_TEST_SUITE_P(By, AChangeThatTheSystemDoesNotTell, testing::ValuesIn(deedsThatShow()),
-                         support::nameOfDeed<testing::TestParamInfo<support::Deed>>);
+INSTANTIATE_TEST_SUITE_P(By, AChangeThatTheSystemDoesNotTell, testing::ValuesIn(scenariosThatShow()),
+                         support::nameOfScenario<testing::TestParamInfo<support::Scenario>>);
 
-class NoChangeToLookAt : public testing::TestWithParam<support::Deed> {};
+class NoChangeToLookAt : public testing::TestWithParam<support::Scenario> {};
 
 TEST_P(NoChangeToLookAt, MakesAListenerReadAgain) {
   const MessageRecorder messages;
   const Scarcity scarcity(0, 0);
-  Stage stage;
-  GetParam().prepare(stage);
-  const ReadingListener listener(stage);
-  expectToGoUnnoticed(GetParam(), stage, listener.reads);
+  WatchedDatabase database;
+  GetParam().prepare(database);
+  const ReadingListener listener(database);
+  expectToGoUnnoticed(GetParam(), database, listener.reads);
 }
 
 // New permissions and names cannot be told from a write that put the times back.
 INSTANTIATE_TEST_SUITE_P(By, NoChangeToLookAt,
-                         testing::ValuesIn(support::otherDeeds().begin(), support::otherDeeds().begin() + 3),
-                         support::nameOfDeed<testing::TestParamInfo<support::Deed>>);
+                         testing::ValuesIn(support::otherScenarios().begin(),
+                                           support::otherScenarios().begin() + 3),
+                         support::nameOfScenario<testing::TestParamInfo<support::Scenario>>);
 
-void expectASaveToBeSeen(Stage& stage, const ReadingListener& listener, int version) {
-  stage.replace(version);
-  EXPECT_TRUE(stage.framesUntil([&] { return listener.reads.back() == version; }));
+void expectASaveToBeSeen(WatchedDatabase& database, const ReadingListener& listener, int version) {
+  database.replace(version);
+  EXPECT_TRUE(database.framesUntil([&] { return listener.reads.back() == version; }));
 }
 
 TEST(RunningOutOfWatches, GivesOneMessageAndChangesAreStillSeen) {
   const MessageRecorder messages;
   const Scarcity scarcity(INT_MAX, 2);  // the folder above the root and the root itself
-  Stage stage;
-  stage.write(1);
-  support::writeFile(stage.root("more/folders/a.xml"), "<r/>");
-  const ReadingListener listener(stage);
-  for (const int version : {2, 3}) expectASaveToBeSeen(stage, listener, version);
+  WatchedDatabase database;
+  database.write(1);
+  support::writeFile(database.root("more/folders/a.xml"), "<r/>");
+  const ReadingListener listener(database);
+  for (const int version : {2, 3}) expectASaveToBeSeen(database, listener, version);
   EXPECT_THAT(messages.texts(),
               ElementsAre(AllOf(HasSubstr("perhaps in other folders: No space left on device"),
                                 HasSubstr("looked at a few times a second instead"),
@@ -228,22 +230,22 @@ TEST(RunningOutOfWatches, GivesOneMessageAndChangesAreStillSeen) {
 
 TEST(RunningOutOfWatches, InTheMiddleLeavesNewFoldersToBeLookedAt) {
   const MessageRecorder messages;
-  Stage stage;
-  const ReadingListener listener(stage);
+  WatchedDatabase database;
+  const ReadingListener listener(database);
   const Scarcity scarcity(INT_MAX, 0);
-  stage.write(2);
-  EXPECT_TRUE(stage.framesUntil([&] { return listener.reads.back() == 2; }));
-  expectASaveToBeSeen(stage, listener, 3);
+  database.write(2);
+  EXPECT_TRUE(database.framesUntil([&] { return listener.reads.back() == 2; }));
+  expectASaveToBeSeen(database, listener, 3);
   EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("No space left on device")));
 }
 
 TEST(ASystemWithoutQueues, GivesOneMessageAndChangesAreStillSeen) {
   const MessageRecorder messages;
   const Scarcity scarcity(0, INT_MAX, 0);
-  Stage stage;
-  stage.write(1);
-  const ReadingListener listener(stage);
-  for (const int version : {2, 3}) expectASaveToBeSeen(stage, listener, version);
+  WatchedDatabase database;
+  database.write(1);
+  const ReadingListener listener(database);
+  for (const int version : {2, 3}) expectASaveToBeSeen(database, listener, version);
   EXPECT_THAT(
       messages.texts(),
       ElementsAre(AllOf(HasSubstr("does not tell of changes below the resource roots: Too many open files"),
@@ -254,10 +256,10 @@ TEST(ASystemWithoutQueues, GivesOneMessageAndChangesAreStillSeen) {
 TEST(ASystemWithoutThreads, GivesOneMessageAndChangesAreStillSeen) {
   const MessageRecorder messages;
   const Scarcity scarcity(INT_MAX, INT_MAX, INT_MAX, 0);
-  Stage stage;
-  stage.write(1);
-  const ReadingListener listener(stage);
-  for (const int version : {2, 3}) expectASaveToBeSeen(stage, listener, version);
+  WatchedDatabase database;
+  database.write(1);
+  const ReadingListener listener(database);
+  for (const int version : {2, 3}) expectASaveToBeSeen(database, listener, version);
   EXPECT_THAT(messages.texts(), ElementsAre(AllOf(HasSubstr("Resource temporarily unavailable"),
                                                   HasSubstr("looked for once a frame instead"))));
 }
@@ -265,25 +267,25 @@ TEST(ASystemWithoutThreads, GivesOneMessageAndChangesAreStillSeen) {
 TEST(ASystemWithoutThreadsAndQueues, HasItsFilesLookedAt) {
   const MessageRecorder messages;
   const Scarcity scarcity(0, 0, 0, 0);
-  Stage stage;
-  stage.write(1);
-  const ReadingListener listener(stage);
-  for (const int version : {2, 3}) expectASaveToBeSeen(stage, listener, version);
+  WatchedDatabase database;
+  database.write(1);
+  const ReadingListener listener(database);
+  for (const int version : {2, 3}) expectASaveToBeSeen(database, listener, version);
   EXPECT_EQ(messages.messages().size(), 1U);
 }
 
 TEST(ASystemThatRefusedForAWhile, TellsOfChangesAgain) {
   const MessageRecorder messages;
-  Stage stage;
-  stage.write(1);
+  WatchedDatabase database;
+  database.write(1);
   auto scarcity = std::make_unique<Scarcity>(0, INT_MAX);
-  const ReadingListener listener(stage);
-  expectASaveToBeSeen(stage, listener, 2);
+  const ReadingListener listener(database);
+  expectASaveToBeSeen(database, listener, 2);
   scarcity.reset();
   s_system.emptyReads = 0;
   // Only a queue that has been emptied is read in vain.
-  EXPECT_TRUE(stage.framesUntil([] { return s_system.emptyReads > 0; }));
-  expectASaveToBeSeen(stage, listener, 3);
+  EXPECT_TRUE(database.framesUntil([] { return s_system.emptyReads > 0; }));
+  expectASaveToBeSeen(database, listener, 3);
   EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("Too many open files")));
 }
 
@@ -297,51 +299,51 @@ TEST(AnOverflowOfTheSystemsQueue, LosesNoChange) {
   int longestQueue = 0;
   std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> longestQueue;
   ASSERT_GT(longestQueue, 0);
-  Stage stage;
-  stage.write(1);
-  support::writeFile(stage.root("scripts/a"), "");
-  const ReadingListener listener(stage);
+  WatchedDatabase database;
+  database.write(1);
+  support::writeFile(database.root("scripts/a"), "");
+  const ReadingListener listener(database);
   s_system.heldBackReads = 0;
   s_system.overflows = 0;
   s_system.areEventsHeldBack = true;
   for (int i = 0; i <= longestQueue; ++i)
-    std::filesystem::rename(stage.root(i % 2 == 0 ? "scripts/a" : "scripts/b"),
-                            stage.root(i % 2 == 0 ? "scripts/b" : "scripts/a"));
-  stage.replace(2);
+    std::filesystem::rename(database.root(i % 2 == 0 ? "scripts/a" : "scripts/b"),
+                            database.root(i % 2 == 0 ? "scripts/b" : "scripts/a"));
+  database.replace(2);
   waitFor(s_system.heldBackReads);
   EXPECT_EQ(s_system.overflows, 0);
   s_system.areEventsHeldBack = false;
   waitFor(s_system.overflows);
-  EXPECT_TRUE(stage.framesUntil([&] { return listener.reads.back() == 2; }));
-  stage.letEverythingBeTold();
-  expectASaveToBeSeen(stage, listener, 3);
+  EXPECT_TRUE(database.framesUntil([&] { return listener.reads.back() == 2; }));
+  database.letEverythingBeTold();
+  expectASaveToBeSeen(database, listener, 3);
   EXPECT_THAT(listener.reads, testing::Each(testing::AnyOf(1, 2, 3)));
 }
 
 TEST(AMonitorWithoutMemory, GivesOneMessageAndLosesNoChange) {
   const MessageRecorder messages;
-  Stage stage;
-  stage.write(1);
-  const ReadingListener listener(stage);
+  WatchedDatabase database;
+  database.write(1);
+  const ReadingListener listener(database);
   for (const int version : {2, 3}) {
     s_system.readsWithoutMemory = 2;
-    expectASaveToBeSeen(stage, listener, version);
+    expectASaveToBeSeen(database, listener, version);
   }
   s_system.readsWithoutMemory = 0;
-  expectASaveToBeSeen(stage, listener, 4);
+  expectASaveToBeSeen(database, listener, 4);
   EXPECT_THAT(messages.texts(), ElementsAre(HasSubstr("memory ran short")));
 }
 
 TEST(AMonitorWithoutMemory, LosesNoChangeWithoutAThreadEither) {
   const MessageRecorder messages;
   const Scarcity scarcity(INT_MAX, INT_MAX, INT_MAX, 0);
-  Stage stage;
-  stage.write(1);
-  const ReadingListener listener(stage);
+  WatchedDatabase database;
+  database.write(1);
+  const ReadingListener listener(database);
   s_system.readsWithoutMemory = 2;
-  expectASaveToBeSeen(stage, listener, 2);
+  expectASaveToBeSeen(database, listener, 2);
   s_system.readsWithoutMemory = 0;
-  expectASaveToBeSeen(stage, listener, 3);
+  expectASaveToBeSeen(database, listener, 3);
   EXPECT_THAT(messages.texts(),
               ElementsAre(HasSubstr("Resource temporarily unavailable"), HasSubstr("memory ran short")));
 }
@@ -389,11 +391,11 @@ TEST(AQueueThatIsNeverEmpty, DoesNotKeepTheMonitorFromItsEnd) {
 
 TEST(AQueueThatIsLongInBecomingEmpty, LosesNoChange) {
   const MessageRecorder messages;
-  Stage stage;
-  stage.write(1);
-  const ReadingListener listener(stage);
+  WatchedDatabase database;
+  database.write(1);
+  const ReadingListener listener(database);
   s_system.eventsToInvent = 350;
-  expectASaveToBeSeen(stage, listener, 2);
+  expectASaveToBeSeen(database, listener, 2);
   EXPECT_EQ(s_system.eventsToInvent, 0);  // the save was waiting behind them
   EXPECT_THAT(messages.texts(), IsEmpty());
 }

@@ -27,12 +27,12 @@ using testing::UnorderedElementsAre;
 
 constexpr const char* kName = "scripts/a.xml";
 
-/// What one deed on a root that holds "scripts/a.xml" and "scripts/b.xml" makes the listener hear.
-std::vector<std::string> heardAfter(const std::function<void(WatchedRoot&)>& deed) {
+/// What one scenario on a root that holds "scripts/a.xml" and "scripts/b.xml" makes the listener hear.
+std::vector<std::string> heardAfter(const std::function<void(WatchedRoot&)>& scenario) {
   WatchedRoot root(kName, "<r>1</r>");
   root.write("scripts/b.xml", "<r/>");
   root.listen();
-  deed(root);
+  scenario(root);
   return root.changes();
 }
 

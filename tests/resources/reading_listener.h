@@ -1,6 +1,6 @@
 #pragma once
 
-#include <support/database_deeds.h>
+#include <support/change_scenarios.h>
 
 #include <resources/data_section.h>
 #include <resources/file_system.h>
@@ -11,11 +11,11 @@
 #include <string>
 #include <vector>
 
-/// Reads the database of a stage when it is told of it, at most once a frame, as the editing module does.
+/// Reads the database of a database when it is told of it, at most once a frame, as the editing module does.
 class ReadingListener : public Tal::ResourceModificationListener {
  public:
-  explicit ReadingListener(support::Stage& stage) {
-    stage.frame = [this] {
+  explicit ReadingListener(support::WatchedDatabase& database) {
+    database.frame = [this] {
       ++frame_;
       Tal::FS::fileSystem()->pump();
     };

@@ -26,12 +26,12 @@ int versionOfNames(const std::vector<std::string>& names);
 
 /// A resource root that is mounted, and frames that pass. The root lies in a folder in a temporary folder, so
 /// that everything above it can be changed too.
-class Stage {
+class WatchedDatabase {
  public:
-  Stage();
-  ~Stage();
-  Stage(const Stage&) = delete;
-  Stage& operator=(const Stage&) = delete;
+  WatchedDatabase();
+  ~WatchedDatabase();
+  WatchedDatabase(const WatchedDatabase&) = delete;
+  WatchedDatabase& operator=(const WatchedDatabase&) = delete;
 
   /// What happens in every frame, pumping the file system included.
   std::function<void()> frame = [] {};
@@ -66,32 +66,33 @@ class Stage {
 };
 
 /// One way in which programs change a file.
-struct Deed {
+struct Scenario {
   const char* name;
-  std::function<void(Stage&)> prepare;   ///< makes version 1, or nothing
-  std::function<int(Stage&)> perform;    ///< the version that is there in the end, another one than before
+  std::function<void(WatchedDatabase&)> prepare;  ///< makes version 1, or nothing
+  std::function<int(WatchedDatabase&)>
+      perform;                           ///< the version that is there in the end, another one than before
   const char* saved = kWatchedDatabase;  ///< what a later save replaces, such as a link's target
 };
 
-const std::vector<Deed>& changingDeeds();
+const std::vector<Scenario>& changingScenarios();
 
-/// Deeds that leave the database as it is.
-const std::vector<Deed>& otherDeeds();
+/// Scenarios that leave the database as it is.
+const std::vector<Scenario>& otherScenarios();
 
-/// The name of a deed as the name of a test.
+/// The name of a scenario as the name of a test.
 template <class Info>
-std::string nameOfDeed(const Info& info) {
+std::string nameOfScenario(const Info& info) {
   return info.param.name;
 }
 
-void PrintTo(const Deed& deed, std::ostream* stream);
+void PrintTo(const Scenario& scenario, std::ostream* stream);
 
-/// Performs a deed that changes the file, with a reader whose results are `reads`, the first one being of
+/// Performs a scenario that changes the file, with a reader whose results are `reads`, the first one being of
 /// what was prepared. What was read last must be what is there, nothing torn may have been read, and a later
-/// save of the deed's file must be read too.
-void expectToBeFollowed(const Deed& deed, Stage& stage, const std::vector<int>& reads);
+/// save of the scenario's file must be read too.
+void expectToBeFollowed(const Scenario& scenario, WatchedDatabase& database, const std::vector<int>& reads);
 
-/// Performs a deed that does not, and expects that the reader does not read again.
-void expectToGoUnnoticed(const Deed& deed, Stage& stage, const std::vector<int>& reads);
+/// Performs a scenario that does not, and expects that the reader does not read again.
+void expectToGoUnnoticed(const Scenario& scenario, WatchedDatabase& database, const std::vector<int>& reads);
 
 }  // namespace support

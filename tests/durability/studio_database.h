@@ -22,7 +22,7 @@ enum class Kind {
 
 /// A database of four models (and a hundred that nobody touches) that goes from version to version: each
 /// version is one save of one model, and its whole text is known.
-class Town {
+class StudioDatabase {
  public:
   /// The database in a version; version 0 is what it begins with.
   static std::string textOf(int version);

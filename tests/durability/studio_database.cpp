@@ -1,4 +1,4 @@
-#include <durability/town.h>
+#include <durability/studio_database.h>
 #include <support/model_builder.h>
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ std::string nameOf(Kind kind) {
 
 /// The last version up to the given one that was about a kind; 0 when there was none.
 int lastOf(Kind kind, int version) {
-  while (version > 0 && Town::kindOf(version) != kind) --version;
+  while (version > 0 && StudioDatabase::kindOf(version) != kind) --version;
   return version;
 }
 
@@ -105,7 +105,7 @@ void editStructure(Tal::KsDestructiblesHelper& helper, int version) {
 
 }  // namespace
 
-std::string Town::textOf(int version) {
+std::string StudioDatabase::textOf(int version) {
   std::string text = "<root>\n  <fragiles>\n";
   for (int i = 0; i < kUntouched; ++i) text += fragile("other/" + std::to_string(i) + ".model", i);
   text += fragile(nameOf(Kind::fragile), lastOf(Kind::fragile, version));
@@ -118,7 +118,7 @@ std::string Town::textOf(int version) {
   return text + "  </structures>\n</root>\n";
 }
 
-Tal::KsDestructiblesHelper& Town::helperOf(Kind kind) {
+Tal::KsDestructiblesHelper& StudioDatabase::helperOf(Kind kind) {
   Model& open = models_.at(static_cast<std::size_t>(kind));
   if (!open.helper) {
     open.model = support::buildModel(partsOf(kind));
@@ -129,7 +129,7 @@ Tal::KsDestructiblesHelper& Town::helperOf(Kind kind) {
   return *open.helper;
 }
 
-void Town::edit(int version) {
+void StudioDatabase::edit(int version) {
   const Kind kind = kindOf(version);
   Tal::KsDestructiblesHelper& helper = helperOf(kind);
   if (kind == Kind::fragile) {
@@ -146,7 +146,7 @@ void Town::edit(int version) {
   }
 }
 
-bool Town::save(int version) {
+bool StudioDatabase::save(int version) {
   Tal::KsDestructiblesHelper& helper = helperOf(kindOf(version));
   const bool isSaved = helper.saveConfig();
   if (helper.destructibleType() != Tal::DT_NON_DESTRUCTIBLE) return isSaved;
