@@ -1,6 +1,7 @@
 #include <authoring/catalogue.h>
 #include <authoring/database_entries.h>
 #include <destructibles/database_format.h>
+#include <destructibles/load_rules.h>
 #include <model/model_names.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
@@ -30,14 +31,13 @@ std::optional<bool> isModelFile(const std::string& model) {
 
 std::map<std::string, CategoryMarks> gatherMarks(const DataSection& root) {
   std::map<std::string, CategoryMarks> marks;
-  for (const SmartPointer<DataSection> section : root) {
-    const KsDestructibleType category = database_format::categoryOfSection(section->tag());
-    if (category == DT_NON_DESTRUCTIBLE) continue;
-    for (const SmartPointer<DataSection> entry : *section) {
-      std::string model = modelOf(*entry);
-      if (!model.empty()) marks[std::move(model)].note(category, *entry);
-    }
-  }
+  load_rules::forEachSection(
+      root, [&marks](KsDestructibleType category, const SmartPointer<DataSection>& section, int) {
+        for (const SmartPointer<DataSection>& entry : *section) {
+          std::string model = modelOf(*entry);
+          if (!model.empty()) marks[std::move(model)].note(category, *entry);
+        }
+      });
   return marks;
 }
 
