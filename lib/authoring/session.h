@@ -193,6 +193,8 @@ class Session {
   std::map<std::string, std::string> droppedModules();
   std::vector<SaveWarning> warningsOf(const DataSection& database);
   Result<void> checkSave(const DataSection& database) const;
+  static Result<std::vector<Outcome>> saveTogether(const std::vector<Session*>& sessions);
+  static Result<std::vector<CheckedSave>> checkedSaves(const std::vector<Session*>& sessions);
   Result<CheckedSave> checkedSave(const DataSection& database);
 
   std::unique_ptr<OpenModel> model_;

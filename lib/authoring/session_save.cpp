@@ -178,8 +178,8 @@ StampsOfWrite write(const SmartPointer<DataSection>& database, const std::vector
 
 // Has the tables and the models follow what was saved.
 void follow(const std::vector<CheckedSave>& saves, const StampsOfWrite& stamps) {
-  if (saves.empty()) return;
   std::vector<KsDestructiblesHelper*> helpers;
+  helpers.reserve(saves.size());
   for (const CheckedSave& save : saves) helpers.push_back(&save.model->helper());
   ModelSaving::note(helpers, stamps.before, stamps.now);
   DataSectionCache::purge(database_format::kDatabaseFile, false);
@@ -239,32 +239,46 @@ Result<std::vector<Outcome>> Session::saveAll(const std::vector<Session*>& sessi
   if (SaveGroup::isAnyOpen()) {
     return refused("the program has a group of saves open, so nothing was saved", "close that first");
   }
+  if (sessions.empty()) return std::vector<Outcome>();
   for (const Session* const session : sessions)
     if (auto checked = session->checkEdit(); !checked) return std::move(checked).fault();
   // What another program saves for these models is taken over before, or waits until they are saved.
   const auto lock = SaveLock::acquire(database_format::kDatabaseFile);
   if (!lock) return lock.fault();
   for (Session* const session : sessions) session->model_->refresh();
-  return OpenModel::run([&sessions]() -> Result<std::vector<Outcome>> {
-    for (Session* const session : sessions) session->model_->show();
-    std::vector<CheckedSave> saves;
-    StampsOfWrite stamps;
-    auto written = editDatabase([&](const SmartPointer<DataSection>& database) -> Result<void> {
-      for (Session* const session : sessions) {
-        if (!database || !session->model_->isOf(*database)) return unreadDatabase();
-        auto save = session->checkedSave(*database);
-        if (!save) return std::move(save).fault();
-        saves.push_back(*std::move(save));
-      }
-      if (!saves.empty()) stamps = write(database, saves);
-      return {};
-    });
-    if (!written) return std::move(written).fault();
-    follow(saves, stamps);
-    std::vector<Outcome> outcomes;
-    for (CheckedSave& save : saves) outcomes.push_back(std::move(save.outcome));
-    return outcomes;
+  return OpenModel::run([&sessions] { return saveTogether(sessions); });
+}
+
+Result<std::vector<Outcome>> Session::saveTogether(const std::vector<Session*>& sessions) {
+  for (Session* const session : sessions) session->model_->show();
+  auto saves = checkedSaves(sessions);
+  if (!saves) return std::move(saves).fault();
+  StampsOfWrite stamps;
+  auto written = editDatabase([&](const SmartPointer<DataSection>& database) -> Result<void> {
+    const auto isChecked = [&database](const CheckedSave& save) { return save.model->isOf(*database); };
+    if (!database || !std::ranges::all_of(*saves, isChecked)) return unreadDatabase();
+    stamps = write(database, *saves);
+    return {};
   });
+  if (!written) return std::move(written).fault();
+  follow(*saves, stamps);
+  std::vector<Outcome> outcomes;
+  outcomes.reserve(saves->size());
+  for (CheckedSave& save : *saves) outcomes.push_back(std::move(save.outcome));
+  return outcomes;
+}
+
+// Without a group of saves, in which every file that is looked at is locked.
+Result<std::vector<CheckedSave>> Session::checkedSaves(const std::vector<Session*>& sessions) {
+  const SmartPointer<DataSection> database = openDatabase();
+  std::vector<CheckedSave> saves;
+  for (Session* const session : sessions) {
+    if (!database || !session->model_->isOf(*database)) return unreadDatabase();
+    auto save = session->checkedSave(*database);
+    if (!save) return std::move(save).fault();
+    saves.push_back(*std::move(save));
+  }
+  return saves;
 }
 
 Result<CheckedSave> Session::checkedSave(const DataSection& database) {

@@ -111,9 +111,10 @@ class EntriesToWrite {
     for (const Content& content : contents) {
       const auto found = index.find(content.model);
       if (found == index.end()) continue;
-      for (load_rules::Entry& entry : load_rules::entriesAt(root, found->second))
-        sections_[static_cast<std::size_t>(entry.place.section)][content.model].push_back(
-            std::move(entry.entry));
+      for (load_rules::Entry& entry : load_rules::entriesAt(root, found->second)) {
+        auto& ofSection = sections_[static_cast<std::size_t>(entry.place.section)];
+        ofSection[content.model].push_back(std::move(entry.entry));
+      }
     }
   }
 
