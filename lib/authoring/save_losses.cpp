@@ -199,6 +199,7 @@ std::vector<LostEntry> entriesLostBySave(const DataSection& database, const std:
 
 std::vector<RemovedSection> sectionsRemovedBySave(const DataSection& database, const std::string& modelName) {
   std::vector<RemovedSection> removed;
+  if (!load_rules::entryIndex(database)->namesOfSections.contains(modelName)) return removed;
   for (int place = database.findChildWith(keys::kFileName, modelName); place != -1;
        place = database.findChildWith(keys::kFileName, modelName, place + 1)) {
     const SmartPointer<DataSection> section = database.child(place);

@@ -1,16 +1,37 @@
 #include <destructibles/load_rules.h>
 
+#include <functional>
+#include <tuple>
+
 namespace Tal::load_rules {
 namespace {
 
+using database_format::keys::kFileName;
+
+std::size_t hashOf(const std::string& name) {
+  return std::hash<std::string>()(name);
+}
+
 EntryIndex indexOf(const DataSection& root) {
   EntryIndex index;
+  for (const SmartPointer<DataSection>& section : root)
+    index.namesOfSections.insert(section->readString(kFileName));
   forEachSection(root, [&index](KsDestructibleType, const SmartPointer<DataSection>& section, int place) {
     int entryPlace = 0;
     for (const SmartPointer<DataSection>& entry : *section)
-      index[entry->readString(database_format::keys::kFileName)].push_back({place, entryPlace++});
+      index.rows.push_back({hashOf(entry->readString(kFileName)), {place, entryPlace++}});
+  });
+  std::ranges::sort(index.rows, {}, [](const EntryIndex::Row& row) {
+    return std::tuple(row.nameHash, row.place.section, row.place.entry);
   });
   return index;
+}
+
+void addEntry(const DataSection& root, const EntryPlace& place, std::vector<Entry>& entries) {
+  const bool isFirst = entries.empty() || entries.back().place.section != place.section;
+  const SmartPointer<DataSection> section = isFirst ? root.child(place.section) : entries.back().section;
+  entries.push_back({database_format::categoryOfSection(section->tag()), place, isFirst, section,
+                     section->child(place.entry)});
 }
 
 }  // namespace
@@ -20,31 +41,28 @@ std::shared_ptr<const EntryIndex> entryIndex(const DataSection& root) {
   return root.derived(s_index);
 }
 
-std::vector<Entry> entriesAt(const DataSection& root, const std::vector<EntryPlace>& places) {
+std::vector<Entry> entriesOf(const DataSection& root, const EntryIndex& index, const std::string& model) {
   std::vector<Entry> entries;
-  for (const EntryPlace& place : places) {
-    const bool isFirst = entries.empty() || entries.back().place.section != place.section;
-    const SmartPointer<DataSection> section = isFirst ? root.child(place.section) : entries.back().section;
-    entries.push_back({database_format::categoryOfSection(section->tag()), place, isFirst, section,
-                       section->child(place.entry)});
+  for (const EntryIndex::Row& row :
+       std::ranges::equal_range(index.rows, hashOf(model), {}, &EntryIndex::Row::nameHash)) {
+    addEntry(root, row.place, entries);
+    if (entries.back().entry->readString(kFileName) != model) entries.pop_back();  // of the same hash
   }
   return entries;
 }
 
 std::vector<Entry> entriesOf(const DataSection& root, const std::string& model) {
-  const std::shared_ptr<const EntryIndex> index = entryIndex(root);
-  const auto found = index->find(model);
-  return found != index->end() ? entriesAt(root, found->second) : std::vector<Entry>();
+  return entriesOf(root, *entryIndex(root), model);
 }
 
 std::vector<Entry> findEntries(const DataSection& root, const std::string& model) {
-  std::vector<EntryPlace> places;
+  std::vector<Entry> entries;
   forEachSection(root, [&](KsDestructibleType, const SmartPointer<DataSection>& section, int place) {
-    for (int entry = section->findChildWith(database_format::keys::kFileName, model); entry != -1;
-         entry = section->findChildWith(database_format::keys::kFileName, model, entry + 1))
-      places.push_back({place, entry});
+    for (int entry = section->findChildWith(kFileName, model); entry != -1;
+         entry = section->findChildWith(kFileName, model, entry + 1))
+      addEntry(root, {place, entry}, entries);
   });
-  return entriesAt(root, places);
+  return entries;
 }
 
 }  // namespace Tal::load_rules

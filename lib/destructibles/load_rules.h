@@ -6,10 +6,11 @@
 #include <resources/data_section.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -47,18 +48,26 @@ struct Entry {
   SmartPointer<DataSection> entry;
 };
 
-/// Where the entries of each model stand in the sections that a load reads, in the order of the document.
-/// Those without a "filename" are of the model without a name.
-using EntryIndex = std::unordered_map<std::string, std::vector<EntryPlace>>;
+/// Where the entries of each model stand in the sections that a load reads. Those without a "filename" are of
+/// the model without a name. It is good for the document as it was when the index was made.
+struct EntryIndex {
+  struct Row {
+    std::size_t nameHash;  ///< of the model's name
+    EntryPlace place;
+  };
+  std::vector<Row> rows;  ///< by hash, then in the order of the document
+  /// What the children of the root have as their own "filename", as only an entry should; empty for none.
+  std::set<std::string> namesOfSections;
+};
 
 /// The index of a document, which keeps it as long as its content stays the same; never null. Main thread
 /// only.
 std::shared_ptr<const EntryIndex> entryIndex(const DataSection& root);
 
-/// The entries at these places; those of a section are neighbours.
-std::vector<Entry> entriesAt(const DataSection& root, const std::vector<EntryPlace>& places);
+/// The entries of a model, in the order of the document.
+std::vector<Entry> entriesOf(const DataSection& root, const EntryIndex& index, const std::string& model);
 
-/// The entries of a model, by the index of the document. Main thread only.
+/// The same by the index that the document keeps. Main thread only.
 std::vector<Entry> entriesOf(const DataSection& root, const std::string& model);
 
 /// The same, found by looking at every entry: for a document of which no more is asked.

@@ -107,11 +107,9 @@ class EntriesToWrite {
  public:
   EntriesToWrite(const DataSection& root, const load_rules::EntryIndex& index,
                  const std::vector<Content>& contents)
-      : sections_(static_cast<std::size_t>(root.childCount())) {
+      : sections_(static_cast<std::size_t>(root.childCount())), namesOfSections_(index.namesOfSections) {
     for (const Content& content : contents) {
-      const auto found = index.find(content.model);
-      if (found == index.end()) continue;
-      for (load_rules::Entry& entry : load_rules::entriesAt(root, found->second)) {
+      for (load_rules::Entry& entry : load_rules::entriesOf(root, index, content.model)) {
         auto& ofSection = sections_[static_cast<std::size_t>(entry.place.section)];
         ofSection[content.model].push_back(std::move(entry.entry));
       }
@@ -119,13 +117,14 @@ class EntriesToWrite {
   }
 
   bool removeSections(const std::string& model, DataSection& root) {
-    std::vector<int> places;
-    for (int place = 0; (place = root.findChildWith(keys::kFileName, model, place)) != -1; ++place)
-      places.push_back(place);
-    for (auto place = places.rbegin(); place != places.rend(); ++place)
-      sections_.erase(sections_.begin() + *place);
+    if (!namesOfSections_.contains(model)) return false;
+    for (int place = root.childCount() - 1; place >= 0; --place) {
+      const bool isThere = place < static_cast<int>(sections_.size());
+      if (isThere && root.child(place)->readString(keys::kFileName) == model)
+        sections_.erase(sections_.begin() + place);
+    }
     removeEntries(model, root, 0);
-    return !places.empty();
+    return true;
   }
 
   // A section that a write has made stands behind these; a model that is written later has no entry in it.
@@ -145,6 +144,7 @@ class EntriesToWrite {
 
  private:
   std::vector<std::map<std::string, EntryPointers>> sections_;
+  const std::set<std::string>& namesOfSections_;
 };
 
 }  // namespace
