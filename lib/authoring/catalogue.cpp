@@ -1,5 +1,7 @@
 #include <authoring/catalogue.h>
 #include <authoring/database_entries.h>
+#include <authoring/outcome.h>
+#include <core/display_text.h>
 #include <destructibles/database_format.h>
 #include <destructibles/load_rules.h>
 #include <model/model_names.h>
@@ -90,8 +92,17 @@ std::optional<files::FileIdentity> databaseIdentity() {
   return files::identityAt(file->path());
 }
 
+Result<void> checkSpelling(const std::string& modelName) {
+  if (auto checked = FS::MultiFileSystem::checkName(modelName); !checked)
+    return refused(checked.fault().what, "give a name below the resource roots");
+  // The database compares names byte by byte: two spellings would be two models.
+  const std::string spelled = normalisedName(modelName);
+  if (spelled == modelName) return {};
+  return refused("is spelled " + quotedName(spelled) + " in the database", "use that name");
+}
+
 bool canNameModel(const std::string& modelName) {
-  return FS::MultiFileSystem::checkName(modelName) && normalisedName(modelName) == modelName;
+  return static_cast<bool>(checkSpelling(modelName));
 }
 
 Result<std::vector<CatalogueEntry>> readCatalogue() {

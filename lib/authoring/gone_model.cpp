@@ -11,7 +11,6 @@
 #include <model/gltf_import.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
-#include <resources/resource_name.h>
 #include <resources/save_group.h>
 
 #include <algorithm>
@@ -33,11 +32,8 @@ constexpr const char* kRenaming = "give the entries the <filename> of another mo
 constexpr const char* kRemoval = ", or convert it to none, which removes ";
 
 Absence ofMisspelt(const std::string& modelName) {
-  const Result<void> checked = FS::MultiFileSystem::checkName(modelName);
-  const std::string fault = checked
-                                ? "is spelled " + quotedName(normalisedName(modelName)) + " in the database"
-                                : checked.fault().what;
-  return {"the model name " + quotedName(modelName) + ' ' + fault + ", so the entries that " + kDatabaseFile +
+  return {"the model name " + quotedName(modelName) + ' ' + checkSpelling(modelName).fault().what +
+          ", so the entries that " + kDatabaseFile +
           " has under it are no model's; use another name, or convert this one to none, which removes them"};
 }
 
