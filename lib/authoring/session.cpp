@@ -28,6 +28,7 @@ Fault unknownModel(const std::string& modelName) {
       database ? sectionsRemovedBySave(*database, modelName) : std::vector<RemovedSection>();
   if (!sections.empty()) {
     std::vector<std::string> tags;
+    tags.reserve(sections.size());
     for (const RemovedSection& section : sections) tags.push_back(section.tag);
     const bool isOne = tags.size() == 1;
     return {FaultKind::missing,

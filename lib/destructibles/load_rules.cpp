@@ -42,10 +42,11 @@ std::shared_ptr<const EntryIndex> entryIndex(const DataSection& root) {
 }
 
 std::vector<Entry> entriesOf(const DataSection& root, const EntryIndex& index, const std::string& model) {
+  const std::size_t nameHash = hashOf(model);
   std::vector<Entry> entries;
-  for (const EntryIndex::Row& row :
-       std::ranges::equal_range(index.rows, hashOf(model), {}, &EntryIndex::Row::nameHash)) {
-    addEntry(root, row.place, entries);
+  auto row = std::ranges::lower_bound(index.rows, nameHash, {}, &EntryIndex::Row::nameHash);
+  for (; row != index.rows.end() && row->nameHash == nameHash; ++row) {
+    addEntry(root, row->place, entries);
     if (entries.back().entry->readString(kFileName) != model) entries.pop_back();  // of the same hash
   }
   return entries;
