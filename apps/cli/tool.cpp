@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <system_error>
 
 namespace Tal::cli {
@@ -134,10 +135,6 @@ void Tool::setUpRoots() const {
 
 std::unique_ptr<authoring::Session> Tool::openSession(const std::string& model) const {
   setUpRoots();
-  {
-    const HeldInterrupts held;  // the monitor's thread is to leave interrupts to this one
-    FS::fileSystem()->getFilesystemMonitor();
-  }
   return check(authoring::Session::open(model));
 }
 
@@ -155,15 +152,19 @@ authoring::Outcome Tool::checkEdit(Result<authoring::Outcome> outcome) {
   return done;
 }
 
-HeldInterrupts::HeldInterrupts() {
-  sigset_t interrupts;
-  sigemptyset(&interrupts);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&interrupts, signal);
-  pthread_sigmask(SIG_BLOCK, &interrupts, &before_);
+HeldInterrupts::HeldInterrupts(std::initializer_list<int> signals) {
+  sigemptyset(&held_);
+  for (const int signal : signals) sigaddset(&held_, signal);
+  pthread_sigmask(SIG_BLOCK, &held_, &before_);
 }
 
 HeldInterrupts::~HeldInterrupts() {
   pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
+bool HeldInterrupts::takeWithin(std::chrono::nanoseconds time) const {
+  const timespec timeout{0, static_cast<long>(time.count())};
+  return sigtimedwait(&held_, nullptr, &timeout) > 0;
 }
 
 namespace {

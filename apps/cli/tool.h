@@ -5,8 +5,10 @@
 #include <core/result.h>
 
 #include <signal.h>  // NOLINT(modernize-deprecated-headers): sets of signals are POSIX
+#include <chrono>
 #include <filesystem>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -81,16 +83,21 @@ class Tool {
   std::string done_;
 };
 
-/// Keeps interrupts (INT, TERM, HUP) waiting while it lives, so that a write ends before the program does.
+/// Keeps interrupts waiting while it lives, so that a write ends before the program does; also in the threads
+/// that are started meanwhile.
 class HeldInterrupts {
  public:
-  HeldInterrupts();
+  explicit HeldInterrupts(std::initializer_list<int> signals = {SIGINT, SIGTERM, SIGHUP});
   ~HeldInterrupts();
   HeldInterrupts(const HeldInterrupts&) = delete;
   HeldInterrupts& operator=(const HeldInterrupts&) = delete;
 
+  /// Takes one that has come, or comes within a time of less than a second; false when none does.
+  bool takeWithin(std::chrono::nanoseconds time) const;
+
  private:
-  sigset_t before_;
+  sigset_t held_{};
+  sigset_t before_{};
 };
 
 /// A text in which nothing acts on a terminal: control characters and bytes that are not UTF-8 are escaped,

@@ -6,16 +6,16 @@
 #include <render/render_system.h>
 #include <resources/file_system.h>
 
+#include <chrono>
 #include <CLI/CLI.hpp>
 #include <csignal>
-#include <ctime>
 #include <memory>
 #include <string>
 
 namespace Tal::cli {
 namespace {
 
-constexpr long kFrameNanoseconds = 20'000'000;
+constexpr std::chrono::milliseconds kFrame{20};
 
 std::string countText(std::size_t count, const std::string& what) {
   return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
@@ -34,35 +34,15 @@ std::string stateOf(authoring::Session& session) {
   return text + "\n";
 }
 
-/// The signals that end the watch. They are blocked from now on, in the threads that are started later too,
-/// so that one that comes at any time is found by the next wait.
-class EndSignals {
- public:
-  EndSignals() {
-    sigemptyset(&signals_);
-    sigaddset(&signals_, SIGINT);
-    sigaddset(&signals_, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
-  }
-
-  /// Waits for the length of a frame; true as soon as one of the signals has come.
-  bool waitOneFrame() const {
-    const timespec frame{0, kFrameNanoseconds};
-    return sigtimedwait(&signals_, nullptr, &frame) > 0;
-  }
-
- private:
-  sigset_t signals_{};
-};
-
 void watch(const std::string& model, Tool& tool) {
-  const EndSignals endSignals;
+  // They end the watch; one that comes at any time is found by the next wait.
+  const HeldInterrupts endSignals({SIGINT, SIGTERM});
   const auto session = tool.openSession(model);
   bool isReloaded = false;
   const ks::Connection reloaded = session->connectReloaded([&isReloaded] { isReloaded = true; });
   tool.print("watching " + stateOf(*session));
   bool isHeard = tool.flush();
-  while (isHeard && !endSignals.waitOneFrame()) {
+  while (isHeard && !endSignals.takeWithin(kFrame)) {
     rs().beginFrame();
     FS::fileSystem()->pump();
     if (!isReloaded) continue;

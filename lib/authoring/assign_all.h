@@ -4,6 +4,7 @@
 #include <authoring/outcome.h>
 #include <authoring/record_table.h>
 #include <core/white_space.h>
+#include <destructibles/panel_names.h>
 #include <mio/property.h>
 
 #include <string>
@@ -44,29 +45,17 @@ std::vector<Assignment> differences(const Record& before, const Record& after) {
   return assignments;
 }
 
-/// The field that a property shows, with its present value: the one that changes with the property.
-template <class Record>
-Assignment fieldOfProperty(const Record& record, BasicStringRef displayName) {
-  for (const char* const value : {"1", "2"}) {
-    Record probe = record;
-    probe.property(displayName).set(value);
-    const std::vector<Assignment> changed = differences(probe, record);
-    if (!changed.empty()) return changed.front();
-  }
-  return {};
-}
-
 template <class Record>
 Result<std::vector<Assignment>> withoutDisplayNames(const Record& record,
                                                     std::vector<Assignment> assignments) {
   for (Assignment& assignment : assignments) {
     Record edited = record;
     const mio::BoundProperty property = edited.property(assignment.key);
-    if (!property.isValid()) continue;
-    Assignment byKey = fieldOfProperty(record, assignment.key);
-    const ks::Connection told = edited.changed.connect([&](mio::SetterFlags) {
-      for (const Assignment& changed : differences(record, edited)) byKey = changed;
-    });
+    const auto* const field = fieldOf<Record>(panel_names::keyOfProperty(assignment.key));
+    if (!property.isValid() || field == nullptr) continue;
+    Assignment byKey{std::string(field->key), textOf(valueOf(record, *field))};
+    const ks::Connection told =
+        edited.changed.connect([&](mio::SetterFlags) { byKey.value = textOf(valueOf(edited, *field)); });
     try {
       property.set(trimmed(assignment.value));
     } catch (const tyk::BadCast& error) {
@@ -84,10 +73,7 @@ Result<Record> assigned(Record record, BasicStringRef recordKind, const std::vec
                         std::vector<std::string>& warnings) {
   if (auto checked = checkKeysAreDistinct(assignments); !checked) return std::move(checked).fault();
   for (const Assignment& assignment : assignments) {
-    const RecordField<Record>* named = nullptr;
-    for (const RecordField<Record>& field : recordFields<Record>()) {
-      if (field.key == assignment.key) named = &field;
-    }
+    const RecordField<Record>* const named = fieldOf<Record>(assignment.key);
     if (named == nullptr) return unknownKey(assignment.key, recordKind, settableNames<Record>());
     const Result<std::string> value = storedValue(assignment, warnings);
     if (!value) return value.fault();

@@ -1,6 +1,9 @@
 #include <authoring/catalogue.h>
 #include <authoring/database_entries.h>
+#include <authoring/outcome.h>
+#include <core/display_text.h>
 #include <destructibles/database_format.h>
+#include <destructibles/load_rules.h>
 #include <model/model_names.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
@@ -30,14 +33,13 @@ std::optional<bool> isModelFile(const std::string& model) {
 
 std::map<std::string, CategoryMarks> gatherMarks(const DataSection& root) {
   std::map<std::string, CategoryMarks> marks;
-  for (const SmartPointer<DataSection> section : root) {
-    const KsDestructibleType category = database_format::categoryOfSection(section->tag());
-    if (category == DT_NON_DESTRUCTIBLE) continue;
-    for (const SmartPointer<DataSection> entry : *section) {
-      std::string model = modelOf(*entry);
-      if (!model.empty()) marks[std::move(model)].note(category, *entry);
-    }
-  }
+  load_rules::forEachSection(
+      root, [&marks](KsDestructibleType category, const SmartPointer<DataSection>& section, int) {
+        for (const SmartPointer<DataSection>& entry : *section) {
+          std::string model = modelOf(*entry);
+          if (!model.empty()) marks[std::move(model)].note(category, *entry);
+        }
+      });
   return marks;
 }
 
@@ -89,8 +91,17 @@ std::optional<files::FileIdentity> databaseIdentity() {
   return location ? location->file : std::nullopt;
 }
 
+Result<void> checkSpelling(const std::string& modelName) {
+  if (auto checked = FS::MultiFileSystem::checkName(modelName); !checked)
+    return refused(checked.fault().what, "give a name below the resource roots");
+  // The database compares names byte by byte: two spellings would be two models.
+  const std::string spelled = normalisedName(modelName);
+  if (spelled == modelName) return {};
+  return refused("is spelled " + quotedName(spelled) + " in the database", "use that name");
+}
+
 bool canNameModel(const std::string& modelName) {
-  return FS::MultiFileSystem::checkName(modelName) && normalisedName(modelName) == modelName;
+  return static_cast<bool>(checkSpelling(modelName));
 }
 
 Result<std::vector<CatalogueEntry>> readCatalogue() {

@@ -24,8 +24,11 @@ struct CatalogueEntry {
   std::optional<bool> hasModelFile = false;           ///< empty when its place cannot be examined
 };
 
-/// Whether a model can be of this name: one that names a resource, in the only spelling that the database
-/// may use for it.
+/// A fault, which goes on from the name, when no model can be of it: it names no resource, or is not the only
+/// spelling that the database may use.
+Result<void> checkSpelling(const std::string& modelName);
+
+/// Whether a model can be of this name, see checkSpelling.
 bool canNameModel(const std::string& modelName);
 
 /// Every model that the database names, in ascending order. Main thread only.

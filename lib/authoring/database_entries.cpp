@@ -1,9 +1,12 @@
 #include <authoring/database_entries.h>
 #include <destructibles/database_format.h>
 #include <destructibles/load_rules.h>
+#include <destructibles/unwritten_database.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
+#include <resources/save_group.h>
 
+#include <cstdint>
 #include <utility>
 
 namespace Tal::authoring {
@@ -31,11 +34,23 @@ SmartPointer<DataSection> openDatabase() {
   return FS::Utils::openSection(database_format::kDatabaseFile, false, nullptr);
 }
 
-Fault faultOfFailedSave() {
-  return {FaultKind::system,
-          "the save of " + std::string(database_format::kDatabaseFile) +
-              " failed, for the reason in the message before this one",
-          "when it is mended, do the same again"};
+Result<void> editDatabase(
+    const std::function<Result<void>(const SmartPointer<DataSection>& database)>& edit) {
+  UnwrittenDatabase unwritten;
+  SaveGroup saves;
+  const SmartPointer<DataSection> database = openDatabase();
+  const std::uint64_t before = database ? database->contentStamp() : 0;
+  Result<void> edited;
+  try {
+    edited = edit(database);
+  } catch (...) {
+    unwritten.setEdited(true);  // by half perhaps
+    throw;
+  }
+  unwritten.setEdited(database && database->contentStamp() != before);
+  if (edited) edited = saves.commit();
+  if (edited) unwritten.setEdited(false);
+  return edited;
 }
 
 std::string modelOf(const DataSection& entry) {
@@ -53,10 +68,7 @@ void CategoryMarks::note(KsDestructibleType sectionCategory, DataSection& entry)
 }
 
 KsDestructibleType CategoryMarks::category(BasicStringRef modelName) const noexcept {
-  if (database_format::isVariantName(modelName)) return DT_NON_DESTRUCTIBLE;
-  if (hasModules) return DT_STRUCTURE;
-  if (isFragile) return DT_FRAGILE;
-  return isFallingAtom ? DT_FALLING_ATOMS : DT_NON_DESTRUCTIBLE;
+  return load_rules::categoryOf(modelName, hasModules, isFragile, isFallingAtom);
 }
 
 Description valuesOf(KsDestructibleType sectionCategory, DataSection& entry) {
@@ -69,19 +81,12 @@ Description valuesOf(KsDestructibleType sectionCategory, DataSection& entry) {
 FileEntries entriesIn(const DataSection& database, const std::string& modelName) {
   FileEntries file;
   CategoryMarks marks;
-  for (const SmartPointer<DataSection> section : database) {
-    const KsDestructibleType category = database_format::categoryOfSection(section->tag());
-    if (category == DT_NON_DESTRUCTIBLE) continue;
-    bool isFirst = true;
-    for (int place = section->findChildWith(keys::kFileName, modelName); place != -1;
-         place = section->findChildWith(keys::kFileName, modelName, place + 1)) {
-      const SmartPointer<DataSection> entry = section->child(place);
-      marks.note(category, *entry);
-      noteEntry(category, *entry, file.description);
-      const SmartPointer<DataSection> states = entry->findChild(tags::kStates);
-      file.entries.push_back(
-          {std::string(section->tag()), std::exchange(isFirst, false), states && states->childCount() > 0});
-    }
+  for (const load_rules::Entry& entry : load_rules::entriesOf(database, modelName)) {
+    marks.note(entry.category, *entry.entry);
+    noteEntry(entry.category, *entry.entry, file.description);
+    const SmartPointer<DataSection> states = entry.entry->findChild(tags::kStates);
+    file.entries.push_back(
+        {std::string(entry.section->tag()), entry.isFirst, states && states->childCount() > 0});
   }
   file.description.category = marks.category(modelName);
   return file;

@@ -6,6 +6,7 @@
 #include <core/string_ref.h>
 #include <destructibles/ks_destructibles_helper.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,8 +20,10 @@ namespace Tal::authoring {
 /// The database as it is in the file now; null when it is missing or cannot be read.
 SmartPointer<DataSection> openDatabase();
 
-/// The fault of a save that failed for a reason that was logged before.
-Fault faultOfFailedSave();
+/// Has `edit` change the database as it is in the file now (null when that cannot be read), and writes it
+/// with one replacement of the file. A fault when `edit` gives one or the file cannot be written: then the
+/// file is as it was, and so is the document.
+Result<void> editDatabase(const std::function<Result<void>(const SmartPointer<DataSection>& database)>& edit);
 
 /// The model that an entry describes; empty when it names none.
 std::string modelOf(const DataSection& entry);

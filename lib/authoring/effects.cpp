@@ -2,6 +2,7 @@
 #include <authoring/panel_record.h>
 #include <core/ascii_case.h>
 #include <destructibles/database_format.h>
+#include <destructibles/panel_names.h>
 #include <resources/data_section.h>
 #include <resources/file_system.h>
 
@@ -39,7 +40,7 @@ Result<std::vector<std::string>> effectNames(KsDestructibleType category, BasicS
   KsDestructibleModuleDesc record;
   record.setParent(&model);
   const auto options =
-      tyk::Variant(record.property("Hit effect").options()).castTo<std::vector<std::string>>();
+      tyk::Variant(record.property(panel_names::kHitEffect).options()).castTo<std::vector<std::string>>();
   // A list that could not be read looks like an empty one.
   const bool isEmpty = static_cast<std::ptrdiff_t>(options.size()) <= kWithoutEffect;
   if (isEmpty && mayHoldEffects(category)) return unreadable();

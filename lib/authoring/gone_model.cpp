@@ -7,11 +7,10 @@
 #include <authoring/thrown_away.h>
 #include <core/display_text.h>
 #include <destructibles/database_format.h>
+#include <destructibles/load_rules.h>
 #include <model/gltf_import.h>
 #include <resources/data_section.h>
-#include <resources/data_section_cache.h>
 #include <resources/file_system.h>
-#include <resources/resource_name.h>
 #include <resources/save_group.h>
 
 #include <algorithm>
@@ -33,11 +32,8 @@ constexpr const char* kRenaming = "give the entries the <filename> of another mo
 constexpr const char* kRemoval = ", or convert it to none, which removes ";
 
 Absence ofMisspelt(const std::string& modelName) {
-  const Result<void> checked = FS::MultiFileSystem::checkName(modelName);
-  const std::string fault = checked
-                                ? "is spelled " + quotedName(normalisedName(modelName)) + " in the database"
-                                : checked.fault().what;
-  return {"the model name " + quotedName(modelName) + ' ' + fault + ", so the entries that " + kDatabaseFile +
+  return {"the model name " + quotedName(modelName) + ' ' + checkSpelling(modelName).fault().what +
+          ", so the entries that " + kDatabaseFile +
           " has under it are no model's; use another name, or convert this one to none, which removes them"};
 }
 
@@ -97,15 +93,6 @@ std::optional<GoneModel> readFrom(const DataSection& database, const std::string
   return gone;
 }
 
-void eraseEntries(const DataSection& database, const std::string& modelName) {
-  for (const SmartPointer<DataSection> section : database) {
-    if (database_format::categoryOfSection(section->tag()) == DT_NON_DESTRUCTIBLE) continue;
-    for (int place = 0;
-         (place = section->findChildWith(database_format::keys::kFileName, modelName, place)) != -1;)
-      section->removeChild(section->child(place));
-  }
-}
-
 std::vector<std::string> warningsOf(const DataSection& database, const std::string& modelName) {
   std::vector<std::string> warnings;
   for (const RemovedSection& section : sectionsRemovedBySave(database, modelName)) {
@@ -116,36 +103,29 @@ std::vector<std::string> warningsOf(const DataSection& database, const std::stri
   return warnings;
 }
 
-// Edits the document and writes it.
-Result<Removal> removeAndSave(const std::string& modelName) {
-  SaveGroup saves;
-  const SmartPointer<DataSection> database = openDatabase();
-  if (!database) {
-    return Fault{FaultKind::system, std::string(kDatabaseFile) + " cannot be read, so nothing was removed",
-                 "restore the file and try again"};
-  }
-  std::optional<GoneModel> gone = readFrom(*database, modelName);
+// Takes the entries out of the document.
+Result<void> removeFrom(const DataSection& database, const std::string& modelName, Removal& removal) {
+  std::optional<GoneModel> gone = readFrom(database, modelName);
   if (!gone) {
     return refused(quotedName(modelName) + " is no model that is gone and has entries in " + kDatabaseFile +
                        ", so nothing was removed",
                    "if there is such a model, open and convert it");
   }
-  Removal removal{{}, *std::move(gone)};
+  removal.removed = *std::move(gone);
   const Description& description = removal.removed.description;
   if (description.category != DT_NON_DESTRUCTIBLE) {
     removal.outcome.changes.push_back({"category", std::string(categoryName(description.category)),
                                        std::string(categoryName(DT_NON_DESTRUCTIBLE))});
   }
-  removal.outcome.warnings = warningsOf(*database, modelName);
-  const RestoreTarget target = targetOfGone(modelName, entriesIn(*database, modelName).description);
-  std::ranges::move(linesOfSave(*database, DT_NON_DESTRUCTIBLE, target),
+  removal.outcome.warnings = warningsOf(database, modelName);
+  const RestoreTarget target = targetOfGone(modelName, entriesIn(database, modelName).description);
+  std::ranges::move(linesOfSave(database, DT_NON_DESTRUCTIBLE, target),
                     std::back_inserter(removal.outcome.warnings));
-  eraseEntries(*database, modelName);
-  database->save();
-  auto written = saves.commit();
-  if (written) return removal;
-  DataSectionCache::discard(kDatabaseFile);
-  return std::move(written).fault();
+  for (const load_rules::Entry& entry : load_rules::entriesOf(database, modelName)) {
+    entry.section->removeChild(entry.entry);
+    entry.section->save();
+  }
+  return {};
 }
 
 }  // namespace
@@ -166,12 +146,14 @@ Result<Removal> removeGoneModel(const std::string& modelName) {
   // What another program saves is taken over before, or waits until this is saved.
   const auto lock = SaveLock::acquire(kDatabaseFile);
   if (!lock) return lock.fault();
-  try {
-    return removeAndSave(modelName);
-  } catch (...) {
-    DataSectionCache::discard(kDatabaseFile);  // half an edit must not reach the file with another save
-    throw;
-  }
+  Removal removal;
+  auto written = editDatabase([&](const SmartPointer<DataSection>& database) -> Result<void> {
+    if (database) return removeFrom(*database, modelName, removal);
+    return Fault{FaultKind::system, std::string(kDatabaseFile) + " cannot be read, so nothing was removed",
+                 "restore the file and try again"};
+  });
+  if (!written) return std::move(written).fault();
+  return removal;
 }
 
 }  // namespace Tal::authoring

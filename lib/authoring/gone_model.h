@@ -15,7 +15,7 @@ namespace Tal::authoring {
 struct GoneModel {
   std::string modelName;
   std::string reason;                 ///< why it is gone and what to do, a line for a person
-  bool hasModelFile;                  ///< whether the visual alone is gone
+  bool hasModelFile = false;          ///< whether the visual alone is gone
   Description description;            ///< what a load takes from the entries
   std::vector<std::string> sections;  ///< the tag of the section of each entry, in the order of the file
 };

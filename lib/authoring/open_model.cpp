@@ -31,15 +31,6 @@ OpenModels& openModels() {
   return models;
 }
 
-/// Counts an operation as running, by whatever way it ends.
-class RunningOperation {
- public:
-  RunningOperation() noexcept { ++openModels().running; }
-  ~RunningOperation() { --openModels().running; }
-  RunningOperation(const RunningOperation&) = delete;
-  RunningOperation& operator=(const RunningOperation&) = delete;
-};
-
 /// Keeps the listeners of one model from beginning another round.
 class Following {
  public:
@@ -100,9 +91,17 @@ void store(const Record& record, const Get& get, const Update& update) {
 
 }  // namespace
 
+OpenModel::Running::Running() noexcept {
+  ++openModels().running;
+}
+
+OpenModel::Running::~Running() {
+  --openModels().running;
+}
+
 OpenModel::OpenModel(const std::string& modelName, std::unique_ptr<SuperModel> superModel)
     : superModel_(std::move(superModel)), disabler_(std::make_unique<KsMaterialDisabler>(superModel_.get())) {
-  const RunningOperation running;
+  const Running running;
   disabler_->createMaterialBindings();
   helper_ = std::make_unique<KsDestructiblesHelper>(superModel_.get(), modelName, disabler_.get());
   // The tables may have been of an older file.
@@ -170,15 +169,6 @@ bool OpenModel::isEdited() const {
   return !isSame(counting(mine_), counting(base_));
 }
 
-Result<Outcome> OpenModel::run(const std::function<Result<Outcome>()>& operation) {
-  Result<Outcome> outcome = [&operation] {
-    const RunningOperation running;
-    return operation();
-  }();
-  followAll();
-  return outcome;
-}
-
 void OpenModel::replace(Description wanted) {
   std::swap(mine_, wanted);
   try {
@@ -196,14 +186,14 @@ bool OpenModel::isOf(const DataSection& database) const {
 }
 
 void OpenModel::settle() {
-  const RunningOperation running;
+  const Running running;
   show();  // may find the tables empty and load them
   if (isStale_) refresh();
 }
 
 void OpenModel::refresh() {
   isStale_ = false;
-  const RunningOperation running;
+  const Running running;
   if (takeFile()) isToNotify_ = true;
 }
 

@@ -2,15 +2,12 @@
 
 #include <authoring/database_entries.h>
 #include <authoring/description.h>
-#include <authoring/outcome.h>
-#include <core/result.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <ks/connection.h>
 #include <ks/signal.h>
 #include <resources/resource_modification_listener.h>
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -63,8 +60,17 @@ class OpenModel : private ResourceModificationListener {
 
   bool isEdited() const;
 
-  /// Runs an operation, during which no listener is called. Operations may be nested.
-  Result<Outcome> run(const std::function<Result<Outcome>()>& operation);
+  /// Runs an operation on open models, during which no listener is called, and gives its result. Operations
+  /// may be nested.
+  template <class Operation>
+  static auto run(const Operation& operation) {
+    auto result = [&operation] {
+      const Running running;
+      return operation();
+    }();
+    followAll();
+    return result;
+  }
 
   /// Makes this what the author has; shows it in the tables.
   void replace(Description wanted);
@@ -100,6 +106,15 @@ class OpenModel : private ResourceModificationListener {
   }
 
  private:
+  /// Counts an operation as running, by whatever way it ends.
+  class Running {
+   public:
+    Running() noexcept;
+    ~Running();
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+  };
+
   void onResourceModified(const BasicStringRef& basePath, const BasicStringRef& resourceName,
                           Action action) override;
   static void onTablesLoaded();

@@ -31,6 +31,14 @@ std::span<const RecordField<KsDestructibleFragileDesc>> recordFields() noexcept;
 template <>
 std::span<const RecordField<KsDestructibleFallingAtomDesc>> recordFields() noexcept;
 
+/// The field with a key; null when the record has none.
+template <class Record>
+const RecordField<Record>* fieldOf(BasicStringRef key) noexcept {
+  for (const RecordField<Record>& field : recordFields<Record>())
+    if (field.key == key) return &field;
+  return nullptr;
+}
+
 template <class Record>
 FieldValue valueOf(const Record& record, const RecordField<Record>& field) {
   return std::visit([&record](auto member) { return FieldValue(record.*member); }, field.member);

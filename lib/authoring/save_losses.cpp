@@ -3,6 +3,8 @@
 #include <authoring/save_losses.h>
 #include <core/display_text.h>
 #include <destructibles/database_format.h>
+#include <destructibles/load_rules.h>
+#include <destructibles/save_rules.h>
 #include <resources/data_section.h>
 #include <resources/number_text.h>
 
@@ -15,6 +17,7 @@ namespace {
 
 namespace keys = database_format::keys;
 namespace tags = database_format::tags;
+using save_rules::Fate;
 
 constexpr std::size_t kMostLines = 20;
 
@@ -119,30 +122,13 @@ std::vector<std::string> lossesOfRemoval(DataSection& entry, KsDestructibleType 
   return std::move(losses).lines();
 }
 
-SmartPointer<DataSection> entryIn(const DataSection& section, const std::string& modelName) {
-  const int place = section.findChildWith(keys::kFileName, modelName);
-  return place != -1 ? section.child(place) : nullptr;
-}
-
-// A section that is taken for an entry of the model, and removed whole.
-bool isTakenForEntry(const DataSection& section, const std::string& modelName) {
-  return section.readString(keys::kFileName) == modelName;
-}
-
-/// The entry of a model that a save rewrites: the first of the last section of the tag that has any.
-struct OwnEntry {
-  SmartPointer<DataSection> entry;  ///< null when there is none
-  int section = -1;                 ///< its place among the children of the root
-};
-
-OwnEntry ownEntry(const DataSection& root, const std::string& modelName, BasicStringRef ownSection) {
-  OwnEntry own;
-  for (int place = 0; place < root.childCount(); ++place) {
-    const SmartPointer<DataSection> section = root.child(place);
-    if (section->tag() != ownSection || isTakenForEntry(*section, modelName)) continue;
-    if (SmartPointer<DataSection> entry = entryIn(*section, modelName)) own = {std::move(entry), place};
-  }
-  return own;
+// The entry of a model that a save rewrites; null when there is none.
+SmartPointer<DataSection> ownEntry(const DataSection& root, const std::string& modelName,
+                                   KsDestructibleType category) {
+  const std::vector<load_rules::Entry> entries = load_rules::entriesOf(root, modelName);
+  const std::vector<Fate> fates = save_rules::fatesOf(entries, modelName, category);
+  const auto own = std::ranges::find(fates, Fate::rewritten);
+  return own == fates.end() ? nullptr : entries[static_cast<std::size_t>(own - fates.begin())].entry;
 }
 
 // What a section that has the model's <filename> itself holds beside that and entries of the model. Keys of
@@ -164,19 +150,13 @@ std::string foreignIn(const DataSection& section, const std::string& modelName) 
 std::map<std::string, std::string> droppedModules(const KsDestructiblesHelper& helper,
                                                   const Description::Modules& modules) {
   std::map<std::string, std::string> dropped;
-  std::map<unsigned, std::string> writtenKinds;
-  const std::map<std::string, unsigned>& kinds = helper.getMaterialNames();
-  for (const auto& [name, module] : modules) {
-    if (!helper.bspMaterialNames().contains(name)) {
-      dropped.emplace(name, "the model has no BSP material of that name; import it with one");
-      continue;
-    }
-    const auto kind = kinds.find(name);
-    if (kind == kinds.end()) continue;
-    const auto [first, isFirst] = writtenKinds.emplace(kind->second, name);
-    if (isFirst) continue;
-    dropped.emplace(name, "its material kind " + std::to_string(kind->second) + " is that of module " +
-                              quotedName(first->second) + "; give the materials different kinds");
+  const auto choice =
+      save_rules::chooseModules(modules, helper.bspMaterialNames(), helper.getMaterialNames());
+  for (const auto& [name, module] : choice.dropped) {
+    dropped.emplace(name, module.isOfBspMaterial
+                              ? "its material kind " + std::to_string(module.kind) + " is that of module " +
+                                    quotedName(module.before) + "; give the materials different kinds"
+                              : "the model has no BSP material of that name; import it with one");
   }
   return dropped;
 }
@@ -184,8 +164,7 @@ std::map<std::string, std::string> droppedModules(const KsDestructiblesHelper& h
 std::vector<std::string> lossesOfSave(const DataSection& database, const std::string& modelName,
                                       KsDestructibleType category) {
   Losses losses;
-  const SmartPointer<DataSection> entry =
-      ownEntry(database, modelName, database_format::sectionOfCategory(category)).entry;
+  const SmartPointer<DataSection> entry = ownEntry(database, modelName, category);
   if (entry && category == DT_STRUCTURE) {
     noteLists(*entry, losses);
   } else if (entry) {
@@ -196,8 +175,7 @@ std::vector<std::string> lossesOfSave(const DataSection& database, const std::st
 
 int countInOwnEntry(const DataSection& database, const std::string& modelName, KsDestructibleType category,
                     BasicStringRef key) {
-  const SmartPointer<DataSection> entry =
-      ownEntry(database, modelName, database_format::sectionOfCategory(category)).entry;
+  const SmartPointer<DataSection> entry = ownEntry(database, modelName, category);
   int count = 0;
   for (int place = 0; entry && place < entry->childCount(); ++place)
     count += entry->child(place)->tag() == key ? 1 : 0;
@@ -206,28 +184,22 @@ int countInOwnEntry(const DataSection& database, const std::string& modelName, K
 
 std::vector<LostEntry> entriesLostBySave(const DataSection& database, const std::string& modelName,
                                          KsDestructibleType category) {
-  const BasicStringRef ownSection = database_format::sectionOfCategory(category);
-  const OwnEntry own = ownEntry(database, modelName, ownSection);
+  const std::vector<load_rules::Entry> entries = load_rules::entriesOf(database, modelName);
+  const std::vector<Fate> fates = save_rules::fatesOf(entries, modelName, category);
   std::vector<LostEntry> lost;
-  for (int sectionPlace = 0; sectionPlace < database.childCount(); ++sectionPlace) {
-    const SmartPointer<DataSection> section = database.child(sectionPlace);
-    const KsDestructibleType sectionCategory = database_format::categoryOfSection(section->tag());
-    if (sectionCategory == DT_NON_DESTRUCTIBLE) continue;
-    bool keepsNext = section->tag() == ownSection && !isTakenForEntry(*section, modelName);
-    for (int place = section->findChildWith(keys::kFileName, modelName); place != -1;
-         place = section->findChildWith(keys::kFileName, modelName, place + 1)) {
-      const bool isFirst = std::exchange(keepsNext, false);
-      if (isFirst && sectionPlace != own.section) continue;
-      const SmartPointer<DataSection> entry = section->child(place);
-      lost.push_back({sectionCategory, valuesOf(sectionCategory, *entry), {}});
-      if (!isFirst) lost.back().losses = lossesOfRemoval(*entry, sectionCategory, section->tag());
-    }
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (fates[i] == Fate::kept) continue;
+    const load_rules::Entry& entry = entries[i];
+    lost.push_back({entry.category, valuesOf(entry.category, *entry.entry), {}});
+    if (fates[i] == Fate::removed)
+      lost.back().losses = lossesOfRemoval(*entry.entry, entry.category, entry.section->tag());
   }
   return lost;
 }
 
 std::vector<RemovedSection> sectionsRemovedBySave(const DataSection& database, const std::string& modelName) {
   std::vector<RemovedSection> removed;
+  if (!load_rules::entryIndex(database)->namesOfSections.contains(modelName)) return removed;
   for (int place = database.findChildWith(keys::kFileName, modelName); place != -1;
        place = database.findChildWith(keys::kFileName, modelName, place + 1)) {
     const SmartPointer<DataSection> section = database.child(place);

@@ -13,7 +13,6 @@
 #include <model/super_model.h>
 #include <resources/data_section_cache.h>
 #include <resources/file_system.h>
-#include <resources/resource_name.h>
 
 #include <optional>
 #include <utility>
@@ -29,6 +28,7 @@ Fault unknownModel(const std::string& modelName) {
       database ? sectionsRemovedBySave(*database, modelName) : std::vector<RemovedSection>();
   if (!sections.empty()) {
     std::vector<std::string> tags;
+    tags.reserve(sections.size());
     for (const RemovedSection& section : sections) tags.push_back(section.tag);
     const bool isOne = tags.size() == 1;
     return {FaultKind::missing,
@@ -50,17 +50,12 @@ Result<void> checkModel(const std::string& modelName) {
   if (const std::optional<GoneModel> gone = readGoneModel(modelName))
     return Fault{FaultKind::missing, gone->reason, ""};
   const std::string model = "the model name " + quotedName(modelName);
-  if (const auto checked = FS::MultiFileSystem::checkName(modelName); !checked)
-    return refused(model + ' ' + checked.fault().what, "give a name below the resource roots");
   const auto place = FS::fileSystem()->find(modelName);
-  if (place) {
-    // The database compares names byte by byte: two spellings would be two models.
-    const std::string spelled = normalisedName(modelName);
-    if (spelled == modelName) return {};
-    return refused(model + " is spelled " + quotedName(spelled) + " in the database", "use that name");
-  }
-  if (place.fault().kind != FaultKind::missing)
-    return refused(model + ' ' + place.fault().what, "put the model's files below a root");
+  const bool isMissing = !place && place.fault().kind == FaultKind::missing;
+  if (const auto spelled = checkSpelling(modelName); !spelled && !isMissing)
+    return refused(model + ' ' + spelled.fault().what, spelled.fault().remedy);
+  if (place) return {};
+  if (!isMissing) return refused(model + ' ' + place.fault().what, "put the model's files below a root");
   // What the database has of it is unknown then.
   if (auto checked = checkDatabase(); !checked) return checked;
   return unknownModel(modelName);

@@ -25,6 +25,7 @@ class DataSection;
 namespace Tal::authoring {
 
 class OpenModel;
+struct CheckedSave;
 
 /// Something that the next save does and the author may not expect.
 struct SaveWarning {
@@ -160,6 +161,11 @@ class Session {
   /// since the tables would be reloaded from a document that is written only afterwards.
   Result<Outcome> save();
 
+  /// Saves several sessions, each a different one, as save does, but with one replacement of the file and one
+  /// load of the database. The outcomes are in the order of the sessions. When one of them is refused, none
+  /// is saved.
+  static Result<std::vector<Outcome>> saveAll(const std::vector<Session*>& sessions);
+
   /// Calls `slot` whenever the session has read another content of the database, also that of its own save.
   /// Its edits are in place by then. It is called between the operations of sessions, never within one. The
   /// slot may open, edit, save and close sessions, but close none that is in the middle of a call of its own.
@@ -187,8 +193,9 @@ class Session {
   std::map<std::string, std::string> droppedModules();
   std::vector<SaveWarning> warningsOf(const DataSection& database);
   Result<void> checkSave(const DataSection& database) const;
-  Result<void> saveEntry(const DataSection& database);
-  Result<void> saveNone(const DataSection& database);
+  static Result<std::vector<Outcome>> saveTogether(const std::vector<Session*>& sessions);
+  static Result<std::vector<CheckedSave>> checkedSaves(const std::vector<Session*>& sessions);
+  Result<CheckedSave> checkedSave(const DataSection& database);
 
   std::unique_ptr<OpenModel> model_;
 };

@@ -7,11 +7,15 @@
 #include <core/display_text.h>
 #include <destructibles/database_format.h>
 #include <destructibles/health_rules.h>
+#include <destructibles/load_rules.h>
+#include <destructibles/model_saving.h>
+#include <destructibles/save_rules.h>
 #include <resources/data_section.h>
 #include <resources/data_section_cache.h>
 #include <resources/save_group.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <optional>
 #include <utility>
 
@@ -93,27 +97,28 @@ void warnOfDroppedValues(KsDestructiblesHelper& helper, const FileEntries& file,
     warnings.push_back({SaveWarning::Code::thrownAway, "", std::move(line)});
 }
 
-// The keys that a save takes out of the model's entry, since they have no value.
-std::vector<BasicStringRef> keysToRemove(const Description& now) {
-  namespace keys = database_format::keys;
-  const bool isFragile = now.fragile.has_value();
-  std::string tag = now.achievementTag;
-  if (isFragile) tag = now.fragile->achievementTag;
-  if (now.fallingAtom) tag = now.fallingAtom->achievementTag;
-  std::vector<BasicStringRef> removed;
-  if (tag.empty() || tag == UNDEFINED_EFFECT) removed.emplace_back(keys::kAchievementTag);
-  if (isFragile && now.fragile->hitEffect.empty()) removed.emplace_back(keys::kHitEffect);
-  if (isFragile && now.fragile->matName.empty()) removed.emplace_back(keys::kMaterialName);
-  return removed;
+// What a save writes of a model that has this, which has to outlive the content.
+save_rules::Content contentOf(const KsDestructiblesHelper& helper, const Description& now) {
+  save_rules::Content content;
+  content.model = helper.modelName();
+  content.category = now.category;
+  content.achievementTag = now.achievementTag;
+  content.modules = &now.modules;
+  content.states = &now.states;
+  content.fragile = now.fragile ? &*now.fragile : nullptr;
+  content.fallingAtom = now.fallingAtom ? &*now.fallingAtom : nullptr;
+  content.bspMaterials = &helper.bspMaterialNames();
+  content.kinds = &helper.getMaterialNames();
+  return content;
 }
 
-// A fault when the entry to be written has such a key more than once, since taking out the first would make
-// the next one count.
-Result<void> checkRemovedKeys(const DataSection& database, const std::string& modelName,
-                              const Description& now) {
-  for (const BasicStringRef key : keysToRemove(now)) {
-    if (countInOwnEntry(database, modelName, now.category, key) < 2) continue;
-    return refused("the entry of " + quotedName(modelName) + " has the key " + std::string(key) +
+// A fault when the entry to be written has a key more than once that a save takes out, since it has no value:
+// without the first the next one would count.
+Result<void> checkRemovedKeys(const DataSection& database, const save_rules::Content& content) {
+  for (const save_rules::KeyOfRecord& field : save_rules::keysOf(content)) {
+    if (field.isWritten || countInOwnEntry(database, content.model, content.category, field.key) < 2)
+      continue;
+    return refused("the entry of " + quotedName(content.model) + " has the key " + std::string(field.key) +
                        " more than once, and a save without a value for it would leave one of them; nothing "
                        "was saved",
                    "take them out of " + std::string(database_format::kDatabaseFile));
@@ -122,25 +127,68 @@ Result<void> checkRemovedKeys(const DataSection& database, const std::string& mo
 }
 
 // A fault when the file as it is now must not be saved to.
-Result<void> checkDatabaseOfSave(const DataSection& database, const std::string& modelName,
-                                 const Description& now) {
-  for (const RemovedSection& removed : sectionsRemovedBySave(database, modelName)) {
+Result<void> checkDatabaseOfSave(const DataSection& database, const save_rules::Content& content) {
+  for (const RemovedSection& removed : sectionsRemovedBySave(database, content.model)) {
     if (removed.foreign.empty()) continue;
     return refused("the section " + quotedName(removed.tag) + " of " + database_format::kDatabaseFile +
-                       " has the <filename> " + quotedName(modelName) +
+                       " has the <filename> " + quotedName(content.model) +
                        " itself, and a save would remove all of it, " + removed.foreign +
                        " too; nothing was saved",
                    "take that <filename> out of the file");
   }
-  return checkRemovedKeys(database, modelName, now);
+  return checkRemovedKeys(database, content);
 }
-
-constexpr const char* kAnyState = "state";
 
 Fault unreadDatabase() {
   return {FaultKind::system,
           std::string(database_format::kDatabaseFile) + " cannot be read, so nothing was saved",
           "restore the file and save again"};
+}
+
+}  // namespace
+
+/// A save of one open model that nothing stands against.
+struct CheckedSave {
+  OpenModel* model;
+  Description saved;    ///< what the author has
+  Description written;  ///< what of it counts
+  bool writesStates;
+  int savesBefore;       ///< of the model
+  Outcome outcome = {};  ///< the warnings
+};
+
+namespace {
+
+/// The content stamps of the database around a write; the first is 0 when it has touched other entries, too.
+struct StampsOfWrite {
+  std::uint64_t before = 0;
+  std::uint64_t now = 0;
+};
+
+StampsOfWrite write(const SmartPointer<DataSection>& database, const std::vector<CheckedSave>& saves) {
+  std::vector<save_rules::Content> contents;
+  for (const CheckedSave& save : saves) {
+    contents.push_back(contentOf(save.model->helper(), save.written));
+    if (!save.writesStates) contents.back().states = nullptr;
+  }
+  const std::uint64_t before = database->contentStamp();
+  const bool isOfThemAlone = save_rules::write(database, *load_rules::entryIndex(*database), contents);
+  return {isOfThemAlone ? before : 0, database->contentStamp()};
+}
+
+// Has the tables and the models follow what was saved.
+void follow(const std::vector<CheckedSave>& saves, const StampsOfWrite& stamps) {
+  std::vector<KsDestructiblesHelper*> helpers;
+  helpers.reserve(saves.size());
+  for (const CheckedSave& save : saves) helpers.push_back(&save.model->helper());
+  ModelSaving::note(helpers, stamps.before, stamps.now);
+  DataSectionCache::purge(database_format::kDatabaseFile, false);
+  helpers.front()->loadConfig(true);
+  for (const CheckedSave& save : saves) {
+    // A listener may have saved what it edited meanwhile.
+    if (save.model->saves() == save.savesBefore) save.model->noteSaved(save.saved);
+    save.model->refresh();
+  }
 }
 
 }  // namespace
@@ -182,35 +230,71 @@ std::vector<SaveWarning> Session::warningsOf(const DataSection& database) {
 }
 
 Result<Outcome> Session::save() {
+  auto saved = saveAll({this});
+  if (!saved) return std::move(saved).fault();
+  return std::move(saved->front());
+}
+
+Result<std::vector<Outcome>> Session::saveAll(const std::vector<Session*>& sessions) {
   if (SaveGroup::isAnyOpen()) {
     return refused("the program has a group of saves open, so nothing was saved", "close that first");
   }
-  if (auto checked = checkEdit(); !checked) return std::move(checked).fault();
-  // What another program saves for this model is taken over before, or waits until this is saved.
+  if (sessions.empty()) return std::vector<Outcome>();
+  for (const Session* const session : sessions)
+    if (auto checked = session->checkEdit(); !checked) return std::move(checked).fault();
+  // What another program saves for these models is taken over before, or waits until they are saved.
   const auto lock = SaveLock::acquire(database_format::kDatabaseFile);
   if (!lock) return lock.fault();
-  model_->refresh();
-  return model_->run([this]() -> Result<Outcome> {
-    const SmartPointer<DataSection> database = openDatabase();
-    if (!database || !model_->isOf(*database)) return unreadDatabase();
-    if (auto checked = checkSave(*database); !checked) return std::move(checked).fault();
-    Outcome outcome;
-    for (SaveWarning& warning : warningsOf(*database)) outcome.warnings.push_back(std::move(warning.text));
-    const Description saved = model_->mine();
-    const int saves = model_->saves();
-    model_->show();
-    auto written = category() == DT_NON_DESTRUCTIBLE ? saveNone(*database) : saveEntry(*database);
-    if (!written) return std::move(written).fault();
-    // A listener may have saved what it edited meanwhile.
-    if (model_->saves() == saves) model_->noteSaved(saved);
-    model_->refresh();
-    return outcome;
+  for (Session* const session : sessions) session->model_->refresh();
+  return OpenModel::run([&sessions] { return saveTogether(sessions); });
+}
+
+Result<std::vector<Outcome>> Session::saveTogether(const std::vector<Session*>& sessions) {
+  for (Session* const session : sessions) session->model_->show();
+  auto saves = checkedSaves(sessions);
+  if (!saves) return std::move(saves).fault();
+  StampsOfWrite stamps;
+  auto written = editDatabase([&](const SmartPointer<DataSection>& database) -> Result<void> {
+    const auto isChecked = [&database](const CheckedSave& save) { return save.model->isOf(*database); };
+    if (!database || !std::ranges::all_of(*saves, isChecked)) return unreadDatabase();
+    stamps = write(database, *saves);
+    return {};
   });
+  if (!written) return std::move(written).fault();
+  follow(*saves, stamps);
+  std::vector<Outcome> outcomes;
+  outcomes.reserve(saves->size());
+  for (CheckedSave& save : *saves) outcomes.push_back(std::move(save.outcome));
+  return outcomes;
+}
+
+// Without a group of saves, in which every file that is looked at is locked.
+Result<std::vector<CheckedSave>> Session::checkedSaves(const std::vector<Session*>& sessions) {
+  const SmartPointer<DataSection> database = openDatabase();
+  std::vector<CheckedSave> saves;
+  for (Session* const session : sessions) {
+    if (!database || !session->model_->isOf(*database)) return unreadDatabase();
+    auto save = session->checkedSave(*database);
+    if (!save) return std::move(save).fault();
+    saves.push_back(*std::move(save));
+  }
+  return saves;
+}
+
+Result<CheckedSave> Session::checkedSave(const DataSection& database) {
+  if (auto checked = checkSave(database); !checked) return std::move(checked).fault();
+  CheckedSave save{model_.get(), model_->mine(), model_->description(), false, model_->saves()};
+  // A model that has no states, and had none, keeps what else its entry has in their place.
+  const FileEntries file = entriesIn(database, modelName());
+  save.writesStates =
+      !save.written.states.empty() || std::ranges::any_of(file.entries, &EntryPlace::hasStates);
+  for (SaveWarning& warning : warningsOf(database)) save.outcome.warnings.push_back(std::move(warning.text));
+  return save;
 }
 
 Result<void> Session::checkSave(const DataSection& database) const {
-  if (auto checked = checkDatabaseOfSave(database, modelName(), model_->description()); !checked)
-    return checked;
+  const Description now = model_->description();
+  if (auto checked = checkDatabaseOfSave(database, contentOf(helper(), now)); !checked) return checked;
   if (const std::optional<KsDestructibleType> category = model_->takeForeignCategory()) {
     return Fault{FaultKind::changed,
                  "another program has meanwhile changed the category of " + quotedName(modelName()) + " to " +
@@ -218,30 +302,6 @@ Result<void> Session::checkSave(const DataSection& database) const {
                  "look at the model as it is now, and if this is still wanted, do the same again"};
   }
   return {};
-}
-
-// A model without a record of states keeps those of the file on purpose; an empty record removes them, also
-// those that no load takes.
-Result<void> Session::saveEntry(const DataSection& database) {
-  const FileEntries file = entriesIn(database, modelName());
-  if (category() == DT_STRUCTURE && model_->mine().states.empty() &&
-      std::ranges::any_of(file.entries, &EntryPlace::hasStates)) {
-    helper().addDestructibleState(kAnyState);
-    helper().delDestructibleState(kAnyState);
-  }
-  if (!helper().saveConfig()) return faultOfFailedSave();
-  return {};
-}
-
-// Without a category the helper removes the entries and answers false whatever became of that. The document
-// that it edits tells whether they are gone from it, a group of the session's own whether that was written.
-Result<void> Session::saveNone(const DataSection& database) {
-  SaveGroup saves;
-  helper().saveConfig();
-  const bool isRemoved = entriesIn(database, modelName()).entries.empty();
-  auto written = isRemoved ? saves.commit() : Result<void>(faultOfFailedSave());
-  if (!written) DataSectionCache::discard(database_format::kDatabaseFile);
-  return written;
 }
 
 }  // namespace Tal::authoring

@@ -16,12 +16,7 @@
 namespace Tal::authoring {
 namespace {
 
-using database_format::kDestroyedState;
-using database_format::kUndamagedState;
-
-bool isBuiltIn(const std::string& state) {
-  return state == kUndamagedState || state == kDestroyedState;
-}
+using database_format::isBuiltInState;
 
 std::vector<std::string> keysOf(const Description::States& states) {
   std::vector<std::string> names;
@@ -31,7 +26,7 @@ std::vector<std::string> keysOf(const Description::States& states) {
 
 // A fault when a new state cannot be called so.
 Result<void> checkNewName(const std::string& state, const Description::States& states) {
-  if (isBuiltIn(state))
+  if (isBuiltInState(state))
     return refused("the state " + quotedName(state) + " is built in", "choose another name");
   if (state.empty()) return refused("the name of a state cannot be empty", "give one");
   if (const BasicStringRef fault = faultOfStoredText(state); !fault.empty())
@@ -105,7 +100,7 @@ Result<void> Session::checkEditableStates() const {
 Result<void> Session::checkState(const std::string& state) {
   const Description::States& states = model_->mine().states;
   if (states.contains(state)) return {};
-  if (isBuiltIn(state))
+  if (isBuiltInState(state))
     return refused("the state " + quotedName(state) + " is built in and cannot be changed");
   return refused(quotedName(modelName()) + " has no state " + quotedName(state) +
                  nameSuggestion(state, keysOf(states)));

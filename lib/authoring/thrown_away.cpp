@@ -70,7 +70,7 @@ class Lines {
   }
 
   void addState(const std::string& name, const Words& materials, bool isReplaced) {
-    if (name == database_format::kUndamagedState || name == database_format::kDestroyedState) {
+    if (database_format::isBuiltInState(name)) {
       lines_.push_back("the state " + quotedName(name) +
                        " cannot be given back, since a built-in state has its name; it listed " +
                        (materials.empty() ? "no material" : listed(materials)));

@@ -81,6 +81,11 @@ inline constexpr char kDestroyedMaterials[] = "destroyedMaterials";  ///< of a s
 inline constexpr char kUndamagedState[] = "undamaged";
 inline constexpr char kDestroyedState[] = "destroyed";
 
+/// Whether a name is that of such a state.
+constexpr bool isBuiltInState(BasicStringRef state) noexcept {
+  return state == kUndamagedState || state == kDestroyedState;
+}
+
 /// The folders of a model's variants, as they stand in resource names.
 inline constexpr std::array<BasicStringRef, 4> kVariantFolders = {"/lod1/", "/lod2/", "/crash/", "/merged/"};
 

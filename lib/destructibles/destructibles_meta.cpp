@@ -123,11 +123,12 @@ const mio::MetaObject& moduleMeta() {
           .annotation(ChangeNotification(kNotify))
           .method(kNotify, &notify<Module>)
           .method(kNotifyHardPointChanged, &notifyHardPointChanged<Module>)
-          .property("Health", &Module::health, Precision(0))
-          .property("Effect hardpoint", &Module::effectHP, hardPointList(), OnChange(kNotifyHardPointChanged))
-          .property("Hit effect", &Module::hitEffect, Autocomplete(true), effectList(""))
-          .property("Ram effect", &Module::ramEffect, Autocomplete(true), effectList(""))
-          .property("Decay effect", &Module::decayEffect, Autocomplete(true), effectList("")));
+          .property(panel_names::kHealth, &Module::health, Precision(0))
+          .property(panel_names::kEffectHardPoint, &Module::effectHP, hardPointList(),
+                    OnChange(kNotifyHardPointChanged))
+          .property(panel_names::kHitEffect, &Module::hitEffect, Autocomplete(true), effectList(""))
+          .property(panel_names::kRamEffect, &Module::ramEffect, Autocomplete(true), effectList(""))
+          .property(panel_names::kDecayEffect, &Module::decayEffect, Autocomplete(true), effectList("")));
   return registration.metaObject();
 }
 
@@ -137,30 +138,31 @@ const mio::MetaObject& fragileMeta() {
           .annotation(ChangeNotification(kNotify))
           .method(kNotify, &notify<Fragile>)
           .method(kNotifyHardPointChanged, &notifyHardPointChanged<Fragile>)
-          .property("Health", &Fragile::health, Precision(0))
-          .property("Effect hardpoint", &Fragile::effectHP, hardPointList(),
+          .property(panel_names::kHealth, &Fragile::health, Precision(0))
+          .property(panel_names::kEffectHardPoint, &Fragile::effectHP, hardPointList(),
                     OnChange(kNotifyHardPointChanged))
-          .property("Hit effect", &Fragile::hitEffect, Autocomplete(true), effectList(""))
-          .property("Effect", &Fragile::effect, Autocomplete(true), effectList(""))
-          .property("Lifetime effect", &Fragile::lifetimeEffect, Autocomplete(true), effectList(""))
-          .property("Decay effect", &Fragile::decayEffect, Autocomplete(true), effectList("")));
+          .property(panel_names::kHitEffect, &Fragile::hitEffect, Autocomplete(true), effectList(""))
+          .property(panel_names::kEffect, &Fragile::effect, Autocomplete(true), effectList(""))
+          .property(panel_names::kLifetimeEffect, &Fragile::lifetimeEffect, Autocomplete(true),
+                    effectList(""))
+          .property(panel_names::kDecayEffect, &Fragile::decayEffect, Autocomplete(true), effectList("")));
   return registration.metaObject();
 }
 
 const mio::MetaObject& fallingAtomMeta() {
-  static const mio::Registration registration(mio::describe<FallingAtom>("Tal::KsDestructibleFallingAtomDesc")
-                                                  .annotation(ChangeNotification(kNotify))
-                                                  .method(kNotify, &notify<FallingAtom>)
-                                                  .property("Health", &FallingAtom::health, Precision(0))
-                                                  .property("Fracture effect", &FallingAtom::fractureEffect,
-                                                            Autocomplete(true), effectList("fracture"))
-                                                  .property("Touchdown effect", &FallingAtom::touchdownEffect,
-                                                            Autocomplete(true), effectList("touchdown"))
-                                                  .property("Touchdown break effect",
-                                                            &FallingAtom::touchdownBreakEffect,
-                                                            Autocomplete(true), effectList("touchdown_break"))
-                                                  .property("Lifetime effect", &FallingAtom::lifetimeEffect,
-                                                            Autocomplete(true), effectList("lifetime")));
+  static const mio::Registration registration(
+      mio::describe<FallingAtom>("Tal::KsDestructibleFallingAtomDesc")
+          .annotation(ChangeNotification(kNotify))
+          .method(kNotify, &notify<FallingAtom>)
+          .property(panel_names::kHealth, &FallingAtom::health, Precision(0))
+          .property(panel_names::kFractureEffect, &FallingAtom::fractureEffect, Autocomplete(true),
+                    effectList("fracture"))
+          .property(panel_names::kTouchdownEffect, &FallingAtom::touchdownEffect, Autocomplete(true),
+                    effectList("touchdown"))
+          .property(panel_names::kTouchdownBreakEffect, &FallingAtom::touchdownBreakEffect,
+                    Autocomplete(true), effectList("touchdown_break"))
+          .property(panel_names::kLifetimeEffect, &FallingAtom::lifetimeEffect, Autocomplete(true),
+                    effectList("lifetime")));
   return registration.metaObject();
 }
 

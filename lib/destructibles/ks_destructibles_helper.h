@@ -371,6 +371,7 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
 
  private:
   friend struct KsDestructiblesHelperTestAccess;
+  friend struct ModelSaving;
 
   using ModuleTable = std::map<std::string, KsDestructibleModuleDesc>;
 
@@ -390,7 +391,6 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   static Tables_t takeTables();
   static void restoreLoaded(Tables_t tables);
   void rememberLoadedEntries() const noexcept;
-  void noteSaved(std::uint64_t stampBefore, std::uint64_t stampNow) const;
   void fillTables(DataSection& root, Tables_t last);
   void readAll(DataSection& root);
   void readSaved(DataSection& root);
@@ -398,11 +398,6 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
 
   // Writing.
   bool writeToFile();
-  SmartPointer<DataSection> keepOneEntry(const SmartPointer<DataSection>& root, const std::string& category,
-                                         bool& hasRemoved);
-  bool isRecordThere() const;
-  void writeEntry(DataSection& category, SmartPointer<DataSection>& entry);
-  void writeStructure(SmartPointer<DataSection>& entry);
   void makeFragileXmlTag(const KsDestructibleFragileDesc& desc, SmartPointer<DataSection>& entry);
   void makeFallingAtomXmlTag(const KsDestructibleFallingAtomDesc& desc, SmartPointer<DataSection>& entry);
   void makeModulesXmlTag(const ModuleTable& modules, SmartPointer<DataSection>& modulesSection);

@@ -6,14 +6,85 @@
 #include <resources/data_section.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <map>
+#include <memory>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-/// How a load takes what an entry of the database holds, with what is read for a key that is absent. Main
-/// thread only; nothing here is exported by the module's shared library.
+/// What a load takes of a document: which entries there are, and what one of them holds, with what is read
+/// for a key that is absent. Functions of a document, without shared state: usable on any thread, a document
+/// on one at a time. Nothing here is exported by the module's shared library.
 namespace Tal::load_rules {
+
+/// @name Entries
+/// @{
+
+/// Calls `visit` with the category of every section that a load reads, in their order, with the section, and
+/// with its place among the children of the root.
+template <class Visit>
+void forEachSection(const DataSection& root, const Visit& visit) {
+  for (int place = 0; place < root.childCount(); ++place) {
+    const SmartPointer<DataSection> section = root.child(place);
+    const KsDestructibleType category = database_format::categoryOfSection(section->tag());
+    if (category != DT_NON_DESTRUCTIBLE) visit(category, section, place);
+  }
+}
+
+/// Where an entry stands.
+struct EntryPlace {
+  int section;  ///< among the children of the root
+  int entry;    ///< among those of the section
+};
+
+/// One entry of a model.
+struct Entry {
+  KsDestructibleType category;  ///< of its section
+  EntryPlace place;
+  bool isFirst;  ///< of the model's entries in that section
+  SmartPointer<DataSection> section;
+  SmartPointer<DataSection> entry;
+};
+
+/// Where the entries of each model stand in the sections that a load reads. Those without a "filename" are of
+/// the model without a name. It is good for the document as it was when the index was made.
+struct EntryIndex {
+  struct Row {
+    std::size_t nameHash;  ///< of the model's name
+    EntryPlace place;
+  };
+  std::vector<Row> rows;  ///< by hash, then in the order of the document
+  /// What the children of the root have as their own "filename", as only an entry should; empty for none.
+  std::set<std::string> namesOfSections;
+};
+
+/// The index of a document, which keeps it as long as its content stays the same; never null. Main thread
+/// only.
+std::shared_ptr<const EntryIndex> entryIndex(const DataSection& root);
+
+/// The entries of a model, in the order of the document.
+std::vector<Entry> entriesOf(const DataSection& root, const EntryIndex& index, const std::string& model);
+
+/// The same by the index that the document keeps. Main thread only.
+std::vector<Entry> entriesOf(const DataSection& root, const std::string& model);
+
+/// The same, found by looking at every entry: for a document of which no more is asked.
+std::vector<Entry> findEntries(const DataSection& root, const std::string& model);
+
+/// The category of a model by what the document lists it as; none for a variant, whatever that is.
+constexpr KsDestructibleType categoryOf(BasicStringRef model, bool hasModules, bool isFragile,
+                                        bool isFallingAtom) noexcept {
+  if (database_format::isVariantName(model)) return DT_NON_DESTRUCTIBLE;
+  if (hasModules) return DT_STRUCTURE;
+  if (isFragile) return DT_FRAGILE;
+  return isFallingAtom ? DT_FALLING_ATOMS : DT_NON_DESTRUCTIBLE;
+}
+
+/// @}
+/// @name Records
+/// @{
 
 /// The record of a name, made if it lacks. Many files are sorted, and every name the last so far.
 template <class Record>
@@ -103,5 +174,7 @@ void readEntry(KsDestructibleType category, DataSection& entry, Places&& places)
   if (const auto states = entry.openSection(tags::kStates, false, nullptr))
     places.states() = readStates(*states);
 }
+
+/// @}
 
 }  // namespace Tal::load_rules

@@ -1,6 +1,8 @@
 #include <authoring/effects.h>
 #include <authoring/panel_record.h>
+#include <authoring/record_table.h>
 #include <authoring/session_fixture.h>
+#include <destructibles/panel_names.h>
 #include <mio/meta_object.h>
 #include <mio/property.h>
 
@@ -49,6 +51,47 @@ TEST_F(APanelRecord, ShowsTheRecordOfTheModelOrOfAModule) {
   const auto wall = record(*house, "n_wall_1");
   EXPECT_EQ(wall->object().metaObject()->typeName(), "Tal::KsDestructibleModuleDesc");
   EXPECT_EQ(wall->object().property("Health").get(), tyk::Variant(50));
+}
+
+// Every field of the record gets another value.
+template <class Record>
+Record distinctRecord() {
+  Record record;
+  int number = 70;
+  for (const RecordField<Record>& field : recordFields<Record>()) {
+    ++number;
+    std::visit(
+        [&](auto member) {
+          using Value = std::decay_t<decltype(record.*member)>;
+          if constexpr (std::is_same_v<Value, std::string>) {
+            record.*member = std::string(field.key) + "_value";
+          } else {
+            record.*member = static_cast<Value>(number);
+          }
+        },
+        field.member);
+  }
+  return record;
+}
+
+template <class Record>
+void expectPropertiesToShowTheirFields(std::size_t count) {
+  Record record = distinctRecord<Record>();
+  const auto properties = record.properties();
+  EXPECT_EQ(properties.size(), count);
+  for (const mio::BoundProperty& property : properties) {
+    const std::string name = property.property()->name();
+    const RecordField<Record>* const field = fieldOf<Record>(panel_names::keyOfProperty(name));
+    ASSERT_NE(field, nullptr) << name;
+    EXPECT_EQ(property.get().text(), textOf(valueOf(record, *field))) << name;
+  }
+}
+
+TEST_F(APanelRecord, ShowsTheFieldThatAnAssignmentToItsPropertySets) {
+  expectPropertiesToShowTheirFields<KsDestructibleModuleDesc>(5);
+  expectPropertiesToShowTheirFields<KsDestructibleFragileDesc>(6);
+  expectPropertiesToShowTheirFields<KsDestructibleFallingAtomDesc>(5);
+  EXPECT_EQ(panel_names::keyOfProperty("health"), "");
 }
 
 TEST_F(APanelRecord, OffersTheEffectsOfTheCategoryAndTheHardPointsOfTheModel) {

@@ -4,13 +4,13 @@
 namespace Tal {
 namespace {
 
+using support::Fixture;
 using support::Scenario;
-using support::WatchedDatabase;
 
 /// Opens a model and writes down which version of the database each load leaves in the tables.
 class Follower {
  public:
-  explicit Follower(WatchedDatabase& database) : model_({}, "m") {
+  explicit Follower(Fixture& database) : model_({}, "m") {
     database.frame = [this] {
       support::Host::passFrame();
       // A load that fails tells nobody.
@@ -42,7 +42,7 @@ class FollowedChanges : public ::testing::TestWithParam<Scenario> {
   ~FollowedChanges() override { Access::clearTables(); }
 
   support::MessageRecorder refusals_;  // of what is read half-written
-  WatchedDatabase stage_;
+  Fixture stage_;
 };
 
 class AChangeOfTheDatabase : public FollowedChanges {};

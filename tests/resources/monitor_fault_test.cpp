@@ -142,8 +142,8 @@ class ScarceSystem : public Tal::files::System {
 
 ScarceSystem s_system;
 
+using support::Fixture;
 using support::MessageRecorder;
-using support::WatchedDatabase;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -173,7 +173,7 @@ class AChangeThatTheSystemDoesNotTell : public testing::TestWithParam<support::S
 TEST_P(AChangeThatTheSystemDoesNotTell, IsFollowedByLooking) {
   const MessageRecorder messages;
   const Scarcity scarcity(0, 0);
-  WatchedDatabase database;
+  Fixture database;
   GetParam().prepare(database);
   const ReadingListener listener(database);
   expectToBeFollowed(GetParam(), database, listener.reads);
@@ -196,7 +196,7 @@ class NoChangeToLookAt : public testing::TestWithParam<support::Scenario> {};
 TEST_P(NoChangeToLookAt, MakesAListenerReadAgain) {
   const MessageRecorder messages;
   const Scarcity scarcity(0, 0);
-  WatchedDatabase database;
+  Fixture database;
   GetParam().prepare(database);
   const ReadingListener listener(database);
   expectToGoUnnoticed(GetParam(), database, listener.reads);
@@ -208,7 +208,7 @@ INSTANTIATE_TEST_SUITE_P(By, NoChangeToLookAt,
                                            support::otherScenarios().begin() + 3),
                          support::nameOfScenario<testing::TestParamInfo<support::Scenario>>);
 
-void expectASaveToBeSeen(WatchedDatabase& database, const ReadingListener& listener, int version) {
+void expectASaveToBeSeen(Fixture& database, const ReadingListener& listener, int version) {
   database.replace(version);
   EXPECT_TRUE(database.framesUntil([&] { return listener.reads.back() == version; }));
 }
@@ -216,7 +216,7 @@ void expectASaveToBeSeen(WatchedDatabase& database, const ReadingListener& liste
 TEST(RunningOutOfWatches, GivesOneMessageAndChangesAreStillSeen) {
   const MessageRecorder messages;
   const Scarcity scarcity(INT_MAX, 2);  // the folder above the root and the root itself
-  WatchedDatabase database;
+  Fixture database;
   database.write(1);
   support::writeFile(database.root("more/folders/a.xml"), "<r/>");
   const ReadingListener listener(database);
@@ -230,7 +230,7 @@ TEST(RunningOutOfWatches, GivesOneMessageAndChangesAreStillSeen) {
 
 TEST(RunningOutOfWatches, InTheMiddleLeavesNewFoldersToBeLookedAt) {
   const MessageRecorder messages;
-  WatchedDatabase database;
+  Fixture database;
   const ReadingListener listener(database);
   const Scarcity scarcity(INT_MAX, 0);
   database.write(2);
@@ -242,7 +242,7 @@ TEST(RunningOutOfWatches, InTheMiddleLeavesNewFoldersToBeLookedAt) {
 TEST(ASystemWithoutQueues, GivesOneMessageAndChangesAreStillSeen) {
   const MessageRecorder messages;
   const Scarcity scarcity(0, INT_MAX, 0);
-  WatchedDatabase database;
+  Fixture database;
   database.write(1);
   const ReadingListener listener(database);
   for (const int version : {2, 3}) expectASaveToBeSeen(database, listener, version);
@@ -256,7 +256,7 @@ TEST(ASystemWithoutQueues, GivesOneMessageAndChangesAreStillSeen) {
 TEST(ASystemWithoutThreads, GivesOneMessageAndChangesAreStillSeen) {
   const MessageRecorder messages;
   const Scarcity scarcity(INT_MAX, INT_MAX, INT_MAX, 0);
-  WatchedDatabase database;
+  Fixture database;
   database.write(1);
   const ReadingListener listener(database);
   for (const int version : {2, 3}) expectASaveToBeSeen(database, listener, version);
@@ -267,7 +267,7 @@ TEST(ASystemWithoutThreads, GivesOneMessageAndChangesAreStillSeen) {
 TEST(ASystemWithoutThreadsAndQueues, HasItsFilesLookedAt) {
   const MessageRecorder messages;
   const Scarcity scarcity(0, 0, 0, 0);
-  WatchedDatabase database;
+  Fixture database;
   database.write(1);
   const ReadingListener listener(database);
   for (const int version : {2, 3}) expectASaveToBeSeen(database, listener, version);
@@ -276,7 +276,7 @@ TEST(ASystemWithoutThreadsAndQueues, HasItsFilesLookedAt) {
 
 TEST(ASystemThatRefusedForAWhile, TellsOfChangesAgain) {
   const MessageRecorder messages;
-  WatchedDatabase database;
+  Fixture database;
   database.write(1);
   auto scarcity = std::make_unique<Scarcity>(0, INT_MAX);
   const ReadingListener listener(database);
@@ -299,7 +299,7 @@ TEST(AnOverflowOfTheSystemsQueue, LosesNoChange) {
   int longestQueue = 0;
   std::ifstream("/proc/sys/fs/inotify/max_queued_events") >> longestQueue;
   ASSERT_GT(longestQueue, 0);
-  WatchedDatabase database;
+  Fixture database;
   database.write(1);
   support::writeFile(database.root("scripts/a"), "");
   const ReadingListener listener(database);
@@ -322,7 +322,7 @@ TEST(AnOverflowOfTheSystemsQueue, LosesNoChange) {
 
 TEST(AMonitorWithoutMemory, GivesOneMessageAndLosesNoChange) {
   const MessageRecorder messages;
-  WatchedDatabase database;
+  Fixture database;
   database.write(1);
   const ReadingListener listener(database);
   for (const int version : {2, 3}) {
@@ -337,7 +337,7 @@ TEST(AMonitorWithoutMemory, GivesOneMessageAndLosesNoChange) {
 TEST(AMonitorWithoutMemory, LosesNoChangeWithoutAThreadEither) {
   const MessageRecorder messages;
   const Scarcity scarcity(INT_MAX, INT_MAX, INT_MAX, 0);
-  WatchedDatabase database;
+  Fixture database;
   database.write(1);
   const ReadingListener listener(database);
   s_system.readsWithoutMemory = 2;
@@ -391,7 +391,7 @@ TEST(AQueueThatIsNeverEmpty, DoesNotKeepTheMonitorFromItsEnd) {
 
 TEST(AQueueThatIsLongInBecomingEmpty, LosesNoChange) {
   const MessageRecorder messages;
-  WatchedDatabase database;
+  Fixture database;
   database.write(1);
   const ReadingListener listener(database);
   s_system.eventsToInvent = 350;

@@ -12,14 +12,14 @@
 
 namespace {
 
-using support::WatchedDatabase;
+using support::Fixture;
 using testing::ElementsAre;
 
 class AChange : public testing::TestWithParam<support::Scenario> {};
 
 TEST_P(AChange, IsFollowedToItsEndByAListenerThatReads) {
   const support::MessageRecorder refusals;  // of what is read half-written
-  WatchedDatabase database;
+  Fixture database;
   GetParam().prepare(database);
   const ReadingListener listener(database);
   expectToBeFollowed(GetParam(), database, listener.reads);
@@ -29,7 +29,7 @@ INSTANTIATE_TEST_SUITE_P(By, AChange, testing::ValuesIn(support::changingScenari
                          support::nameOfScenario<testing::TestParamInfo<support::Scenario>>);
 
 TEST(AFileThatIsBeingWritten, IsReadOnlyWhenItsWriterIsDone) {
-  WatchedDatabase database;
+  Fixture database;
   database.write(1);
   const ReadingListener listener(database);
   const std::string text = support::databaseOfVersion(2);
@@ -48,7 +48,7 @@ TEST(AFileThatIsBeingWritten, IsReadOnlyWhenItsWriterIsDone) {
 class NoChange : public testing::TestWithParam<support::Scenario> {};
 
 TEST_P(NoChange, MakesAListenerReadAgain) {
-  WatchedDatabase database;
+  Fixture database;
   GetParam().prepare(database);
   const ReadingListener listener(database);
   expectToGoUnnoticed(GetParam(), database, listener.reads);

@@ -14,7 +14,7 @@
 /// Reads the database of a database when it is told of it, at most once a frame, as the editing module does.
 class ReadingListener : public Tal::ResourceModificationListener {
  public:
-  explicit ReadingListener(support::WatchedDatabase& database) {
+  explicit ReadingListener(support::Fixture& database) {
     database.frame = [this] {
       ++frame_;
       Tal::FS::fileSystem()->pump();

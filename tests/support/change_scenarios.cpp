@@ -47,7 +47,7 @@ void write(const fs::path& file, int version) {
 }
 
 /// Writes in ten parts, with pauses between them.
-void writeSlowly(WatchedDatabase& database, const fs::path& file, int version) {
+void writeSlowly(Fixture& database, const fs::path& file, int version) {
   const std::string text = databaseOfVersion(version);
   const std::size_t part = text.size() / 10 + 1;
   std::ofstream stream(file, std::ios::binary | std::ios::trunc);
@@ -92,26 +92,26 @@ class MarkListener : public Tal::ResourceModificationListener {
   const std::string mark_;
 };
 
-void prepareFirst(WatchedDatabase& database) {
+void prepareFirst(Fixture& database) {
   database.write(1);
 }
 
-void prepareDanglingLink(WatchedDatabase& database) {
+void prepareDanglingLink(Fixture& database) {
   fs::create_directories(database.root("scripts"));
   fs::create_symlink("../store/first.xml", database.database());
 }
 
-void prepareLink(WatchedDatabase& database) {
+void prepareLink(Fixture& database) {
   write(database.root("store/first.xml"), 1);
   prepareDanglingLink(database);
 }
 
-void prepareLinkedFolder(WatchedDatabase& database) {
+void prepareLinkedFolder(Fixture& database) {
   write(database.root("store/destructibles.xml"), 1);
   fs::create_directory_symlink("store", database.root("scripts"));
 }
 
-void prepareHardLink(WatchedDatabase& database) {
+void prepareHardLink(Fixture& database) {
   database.write(1);
   fs::create_directories(database.outside("elsewhere"));
   fs::create_hard_link(database.database(), database.outside("elsewhere/other name"));
@@ -120,41 +120,41 @@ void prepareHardLink(WatchedDatabase& database) {
 std::vector<Scenario> savingScenarios() {
   return {
       {"RenamingOver", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          database.replace(2);
          return 2;
        }},
       {"TruncatingAndWriting", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          database.write(2);
          return 2;
        }},
       {"WritingSlowly", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          writeSlowly(database, database.database(), 2);
          return 2;
        }},
       {"DeletingAndMakingAnew", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          fs::remove(database.database());
          database.pause(100);
          database.write(2);
          return 2;
        }},
       {"DeletingAndMakingAnewSlowly", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          fs::remove(database.database());
          database.pause(100);
          writeSlowly(database, database.database(), 2);
          return 2;
        }},
       {"FiveSavesInARow", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          for (int version = 2; version <= 6; ++version) database.replace(version);
          return 6;
        }},
       {"FiveSavesInFiveFrames", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          for (int version = 2; version <= 6; ++version) {
            database.replace(version);
            database.frame();
@@ -162,35 +162,35 @@ std::vector<Scenario> savingScenarios() {
          return 6;
        }},
       {"KeepingSizeAndTime", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          const auto time = fs::last_write_time(database.database());
          database.write(2);
          fs::last_write_time(database.database(), time);
          return 2;
        }},
       {"KeepingABackup", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          fs::rename(database.database(), database.root("scripts/destructibles.xml~"));
          database.write(2);
          return 2;
        }},
       {"ExchangingTwoFiles",
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          database.write(1);
          write(database.root("scripts/second.xml"), 2);
        },
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          exchange(database.database(), database.root("scripts/second.xml"));
          return 2;
        }},
-      {"MakingAnAbsentFile", [](WatchedDatabase& /*database*/) {},
-       [](WatchedDatabase& database) {
+      {"MakingAnAbsentFile", [](Fixture& /*database*/) {},
+       [](Fixture& database) {
          database.write(2);
          return 2;
        }},
       {"GivingANamelessFileItsName",
-       [](WatchedDatabase& database) { fs::create_directories(database.database().parent_path()); },
-       [](WatchedDatabase& database) {
+       [](Fixture& database) { fs::create_directories(database.database().parent_path()); },
+       [](Fixture& database) {
          const int file =
              ::open(database.database().parent_path().c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600);
          const std::string text = databaseOfVersion(2);
@@ -202,13 +202,13 @@ std::vector<Scenario> savingScenarios() {
          return 2;
        }},
       {"ABurst", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          for (int version = 2; version <= 201; ++version)
            version % 2 == 0 ? database.replace(version) : database.write(version);
          return 201;
        }},
       {"ABurstWhileFramesPass", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          for (int version = 2; version <= 201; ++version) {
            database.replace(version);
            database.frame();
@@ -221,33 +221,33 @@ std::vector<Scenario> savingScenarios() {
 std::vector<Scenario> folderScenarios() {
   return {
       {"SwappingTheFolder",
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          database.write(1);
          write(database.root("prepared/destructibles.xml"), 2);
        },
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          fs::rename(database.root("scripts"), database.root("old"));
          fs::rename(database.root("prepared"), database.root("scripts"));
          return 2;
        }},
       {"ExchangingTheFolder",
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          database.write(1);
          write(database.root("prepared/destructibles.xml"), 2);
        },
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          exchange(database.root("scripts"), database.root("prepared"));
          return 2;
        }},
       {"DeletingTheFolderAndMakingItAnew", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          fs::remove_all(database.root("scripts"));
          database.pause(100);
          database.write(2);
          return 2;
        }},
       {"MovingTheRootAwayAndBack", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          fs::rename(database.root(), database.outside("away"));
          database.pause(100);
          write(database.outside("away/scripts/destructibles.xml"), 2);
@@ -255,11 +255,11 @@ std::vector<Scenario> folderScenarios() {
          return 2;
        }},
       {"SwappingTheFolderOfTheRoot",
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          database.write(1);
          write(database.outside("prepared/root/scripts/destructibles.xml"), 2);
        },
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          fs::rename(database.outside("studio"), database.outside("old"));
          database.pause(600);
          fs::rename(database.outside("prepared"), database.outside("studio"));
@@ -271,67 +271,67 @@ std::vector<Scenario> folderScenarios() {
 std::vector<Scenario> linkScenarios() {
   return {
       {"WritingTheTargetOfALink", prepareLink,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          write(database.root("store/first.xml"), 2);
          return 2;
        }},
       {"ReplacingTheTargetOfALink", prepareLink,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          write(database.root("store/next.xml"), 2);
          fs::rename(database.root("store/next.xml"), database.root("store/first.xml"));
          return 2;
        }},
       {"GivingALinkAnotherTarget",
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          prepareLink(database);
          write(database.root("store/second.xml"), 2);
        },
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          retarget(database.database(), "../store/second.xml");
          return 2;
        }},
       {"GivingALinkOnTheWayAnotherTarget",
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          write(database.root("one/a.xml"), 1);
          write(database.root("two/a.xml"), 2);
          fs::create_directory_symlink("one", database.root("current"));
          fs::create_directories(database.root("scripts"));
          fs::create_symlink("../current/a.xml", database.database());
        },
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          retarget(database.root("current"), "two");
          return 2;
        }},
       {"WritingInALinkedFolder", prepareLinkedFolder,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          write(database.root("store/destructibles.xml"), 2);
          return 2;
        }},
       {"SwappingTheTargetOfALinkedFolder", prepareLinkedFolder,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          fs::rename(database.root("store"), database.root("old"));
          write(database.root("store/destructibles.xml"), 2);
          return 2;
        }},
       {"WritingAHardLink", prepareHardLink,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          write(database.outside("elsewhere/other name"), 2);
          return 2;
        }},
       {"WritingAHardLinkSlowly", prepareHardLink,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          writeSlowly(database, database.outside("elsewhere/other name"), 2);
          return 2;
        }},
       {"WritingAHardLinkBehindItsTimes", prepareHardLink,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          const auto time = fs::last_write_time(database.database());
          write(database.outside("elsewhere/other name"), 2);
          fs::last_write_time(database.database(), time);
          return 2;
        }},
       {"MakingAHardLinkAndWritingIt", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          fs::create_hard_link(database.database(), database.outside("other name"));
          write(database.outside("other name"), 2);
          return 2;
@@ -342,9 +342,9 @@ std::vector<Scenario> linkScenarios() {
 /// Makes the target of a link (a name below the root) after a look at a link that led to nothing since
 /// `begin`.
 Scenario makingTheTarget(
-    const char* name, const std::function<void(WatchedDatabase&)>& prepare, const char* target,
-    const std::function<void(WatchedDatabase&)>& begin = [](WatchedDatabase& /*database*/) {}) {
-  const auto perform = [=](WatchedDatabase& database) {
+    const char* name, const std::function<void(Fixture&)>& prepare, const char* target,
+    const std::function<void(Fixture&)>& begin = [](Fixture& /*database*/) {}) {
+  const auto perform = [=](Fixture& database) {
     begin(database);
     database.pause(kLookPassed);
     write(database.root(target), 2);
@@ -353,18 +353,18 @@ Scenario makingTheTarget(
   return {name, prepare, perform, target};
 }
 
-void prepareDanglingLinkToFolder(WatchedDatabase& database) {
+void prepareDanglingLinkToFolder(Fixture& database) {
   fs::create_directories(database.root("shared"));
   fs::create_directory_symlink("versions/v1", database.root("scripts"));
 }
 
-void prepareChainOfLinks(WatchedDatabase& database) {
+void prepareChainOfLinks(Fixture& database) {
   write(database.root(kVersionFile), 1);
   fs::create_directory_symlink("versions/v1", database.root("current"));
   fs::create_directory_symlink("current", database.root("scripts"));
 }
 
-void prepareLinkOutOfTheRoot(WatchedDatabase& database) {
+void prepareLinkOutOfTheRoot(Fixture& database) {
   write(database.root(kVersionFile), 2);
   write(database.outside("elsewhere/destructibles.xml"), 1);
   fs::create_directories(database.root("links"));
@@ -374,20 +374,17 @@ void prepareLinkOutOfTheRoot(WatchedDatabase& database) {
 
 /// Links that lead to nothing, or out of their root, for longer than a look.
 std::vector<Scenario> danglingLinkScenarios() {
-  const auto deleteTheFolder = [](WatchedDatabase& database) {
-    fs::remove_all(database.root("versions/v1"));
-  };
+  const auto deleteTheFolder = [](Fixture& database) { fs::remove_all(database.root("versions/v1")); };
   return {
       makingTheTarget("MakingTheTargetOfADanglingLink", prepareDanglingLink, "store/first.xml"),
-      makingTheTarget(
-          "MakingTheNewTargetOfALinkLater", prepareLink, "store/second.xml",
-          [](WatchedDatabase& database) { retarget(database.database(), "../store/second.xml"); }),
+      makingTheTarget("MakingTheNewTargetOfALinkLater", prepareLink, "store/second.xml",
+                      [](Fixture& database) { retarget(database.database(), "../store/second.xml"); }),
       makingTheTarget("MakingTheTargetOfALinkAnewLater", prepareLink, "store/first.xml",
-                      [](WatchedDatabase& database) { fs::remove(database.root("store/first.xml")); }),
+                      [](Fixture& database) { fs::remove(database.root("store/first.xml")); }),
       makingTheTarget("MakingTheTargetOfADanglingLinkToAFolder", prepareDanglingLinkToFolder, kVersionFile),
       makingTheTarget(
           "MakingALinkedFolderAnewLater",
-          [](WatchedDatabase& database) {
+          [](Fixture& database) {
             prepareDanglingLinkToFolder(database);
             write(database.root(kVersionFile), 1);
           },
@@ -395,7 +392,7 @@ std::vector<Scenario> danglingLinkScenarios() {
       makingTheTarget("MakingAFolderAnewLaterThatTwoLinksLeadTo", prepareChainOfLinks, kVersionFile,
                       deleteTheFolder),
       {"LeadingALinkBackBelowItsRoot", prepareLinkOutOfTheRoot,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          database.pause(kLookPassed);
          retarget(database.root("links/current"), "../versions/v1");
          return 2;
@@ -407,7 +404,7 @@ std::vector<Scenario> danglingLinkScenarios() {
 std::vector<Scenario> mappingScenarios() {
   return {
       {"WritingMappedMemory", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          const std::string text = databaseOfVersion(2);
          const auto memory = mapFile(database.database(), text.size());
          std::copy(text.begin(), text.end(), memory.get());
@@ -415,7 +412,7 @@ std::vector<Scenario> mappingScenarios() {
          return 2;
        }},
       {"WritingMappedMemoryThatIsKept", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          const std::string text = databaseOfVersion(2);
          const auto memory = mapFile(database.database(), text.size());
          std::copy(text.begin(), text.end(), memory.get());
@@ -424,7 +421,7 @@ std::vector<Scenario> mappingScenarios() {
          return 2;
        }},
       {"WritingMappedMemorySlowly", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          const std::string text = databaseOfVersion(2);
          const auto memory = mapFile(database.database(), text.size());
          memory.get()[0] = '#';  // what is half written is not well-formed
@@ -440,7 +437,7 @@ std::vector<Scenario> mappingScenarios() {
 std::vector<Scenario> unendedScenarios() {
   return {
       {"TruncatingByPath", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          const std::string text = databaseOfVersion(2);
          // Refused until it is cut off: any cut that leaves a database well-formed leaves its models too.
          writeFile(database.database(), text + "<<<");
@@ -449,7 +446,7 @@ std::vector<Scenario> unendedScenarios() {
          return 2;
        }},
       {"ResizingAndWritingMappedMemoryThatIsKept", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          const std::string text = databaseOfVersion(2) + "\n\n";
          fs::resize_file(database.database(), text.size());
          const auto memory = mapFile(database.database(), text.size());
@@ -480,21 +477,21 @@ int versionOfNames(const std::vector<std::string>& names) {
   return version;
 }
 
-WatchedDatabase::WatchedDatabase() {
+Fixture::Fixture() {
   fs::create_directories(root());
   Tal::FS::setFileSystem(std::make_unique<Tal::FS::MultiFileSystem>(std::vector<fs::path>{root()}));
 }
 
-WatchedDatabase::~WatchedDatabase() {
+Fixture::~Fixture() {
   Tal::FS::setFileSystem(nullptr);
 }
 
-void WatchedDatabase::pause(int milliseconds) const {
+void Fixture::pause(int milliseconds) const {
   const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
   framesUntil([=] { return Clock::now() >= end; });
 }
 
-bool WatchedDatabase::framesUntil(const std::function<bool()>& condition) const {
+bool Fixture::framesUntil(const std::function<bool()>& condition) const {
   const auto deadline = Clock::now() + std::chrono::seconds(30);
   while (!condition()) {
     if (Clock::now() > deadline) return false;
@@ -504,7 +501,7 @@ bool WatchedDatabase::framesUntil(const std::function<bool()>& condition) const 
   return true;
 }
 
-void WatchedDatabase::letEverythingBeTold() {
+void Fixture::letEverythingBeTold() {
   const std::string name = std::string(kMarks) + '/' + std::to_string(++marks_);
   const fs::path mark = root(name);
   const MarkListener listener(name);
@@ -516,7 +513,7 @@ void WatchedDatabase::letEverythingBeTold() {
   EXPECT_TRUE(framesUntil([&] { return listener.count > 1; }));
 }
 
-void WatchedDatabase::replace(int version, const fs::path& name) const {
+void Fixture::replace(int version, const fs::path& name) const {
   const fs::path beside = root(name).replace_filename("next.new");
   support::write(beside, version);
   fs::rename(beside, root(name));
@@ -536,7 +533,7 @@ const std::vector<Scenario>& changingScenarios() {
 const std::vector<Scenario>& otherScenarios() {
   static const std::vector<Scenario> all = {
       {"WritingASibling", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          write(database.root("scripts/sibling.xml"), 2);
          write(database.root("scripts/next"), 3);
          fs::rename(database.root("scripts/next"), database.root("scripts/sibling.xml"));
@@ -544,7 +541,7 @@ const std::vector<Scenario>& otherScenarios() {
          return 1;
        }},
       {"WritingTemporaryFiles", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          for (const char* name :
               {"destructibles.xml.tmp", "destructibles.xml.temp", "destructibles.xml.new",
                "destructibles.xml.part", "destructibles.xml~", "destructibles.xml.swp",
@@ -559,13 +556,13 @@ const std::vector<Scenario>& otherScenarios() {
          return 1;
        }},
       {"Reading", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          EXPECT_EQ(readFile(database.database()), databaseOfVersion(1));
          EXPECT_TRUE(Tal::FS::Utils::openSection(kWatchedDatabase, false, nullptr));
          return 1;
        }},
       {"ChangingPermissionsAndNames", prepareFirst,
-       [](WatchedDatabase& database) {
+       [](Fixture& database) {
          EXPECT_EQ(::chmod(database.database().c_str(), 0640), 0);
          fs::create_hard_link(database.database(), database.outside("other name"));
          database.pause(600);
@@ -580,7 +577,7 @@ void PrintTo(const Scenario& scenario, std::ostream* stream) {
   *stream << scenario.name;
 }
 
-void expectToBeFollowed(const Scenario& scenario, WatchedDatabase& database, const std::vector<int>& reads) {
+void expectToBeFollowed(const Scenario& scenario, Fixture& database, const std::vector<int>& reads) {
   const int last = scenario.perform(database);
   EXPECT_TRUE(database.framesUntil([&] { return reads.back() == last; })) << "last read: " << reads.back();
   database.letEverythingBeTold();
@@ -591,7 +588,7 @@ void expectToBeFollowed(const Scenario& scenario, WatchedDatabase& database, con
   EXPECT_EQ(std::count(reads.begin(), reads.end(), kTorn), 0);
 }
 
-void expectToGoUnnoticed(const Scenario& scenario, WatchedDatabase& database, const std::vector<int>& reads) {
+void expectToGoUnnoticed(const Scenario& scenario, Fixture& database, const std::vector<int>& reads) {
   const std::size_t before = reads.size();
   const int version = scenario.perform(database);
   database.letEverythingBeTold();

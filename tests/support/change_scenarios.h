@@ -26,12 +26,12 @@ int versionOfNames(const std::vector<std::string>& names);
 
 /// A resource root that is mounted, and frames that pass. The root lies in a folder in a temporary folder, so
 /// that everything above it can be changed too.
-class WatchedDatabase {
+class Fixture {
  public:
-  WatchedDatabase();
-  ~WatchedDatabase();
-  WatchedDatabase(const WatchedDatabase&) = delete;
-  WatchedDatabase& operator=(const WatchedDatabase&) = delete;
+  Fixture();
+  ~Fixture();
+  Fixture(const Fixture&) = delete;
+  Fixture& operator=(const Fixture&) = delete;
 
   /// What happens in every frame, pumping the file system included.
   std::function<void()> frame = [] {};
@@ -68,10 +68,9 @@ class WatchedDatabase {
 /// One way in which programs change a file.
 struct Scenario {
   const char* name;
-  std::function<void(WatchedDatabase&)> prepare;  ///< makes version 1, or nothing
-  std::function<int(WatchedDatabase&)>
-      perform;                           ///< the version that is there in the end, another one than before
-  const char* saved = kWatchedDatabase;  ///< what a later save replaces, such as a link's target
+  std::function<void(Fixture&)> prepare;  ///< makes version 1, or nothing
+  std::function<int(Fixture&)> perform;   ///< the version that is there in the end, another one than before
+  const char* saved = kWatchedDatabase;   ///< what a later save replaces, such as a link's target
 };
 
 const std::vector<Scenario>& changingScenarios();
@@ -90,9 +89,9 @@ void PrintTo(const Scenario& scenario, std::ostream* stream);
 /// Performs a scenario that changes the file, with a reader whose results are `reads`, the first one being of
 /// what was prepared. What was read last must be what is there, nothing torn may have been read, and a later
 /// save of the scenario's file must be read too.
-void expectToBeFollowed(const Scenario& scenario, WatchedDatabase& database, const std::vector<int>& reads);
+void expectToBeFollowed(const Scenario& scenario, Fixture& database, const std::vector<int>& reads);
 
 /// Performs a scenario that does not, and expects that the reader does not read again.
-void expectToGoUnnoticed(const Scenario& scenario, WatchedDatabase& database, const std::vector<int>& reads);
+void expectToGoUnnoticed(const Scenario& scenario, Fixture& database, const std::vector<int>& reads);
 
 }  // namespace support

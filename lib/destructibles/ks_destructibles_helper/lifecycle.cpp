@@ -4,6 +4,7 @@
 #include <destructibles/ks_destructibles_helper.h>
 #include <destructibles/ks_destructibles_helper/loaded_tables.h>
 #include <destructibles/ks_destructibles_helper/tracked_source.h>
+#include <destructibles/load_rules.h>
 #include <model/ks_material_disabler.h>
 #include <model/material_kinds.h>
 #include <model/model_names.h>
@@ -132,14 +133,9 @@ void KsDestructiblesHelper::collectHardpointNames(SuperModel& superModel) {
 }
 
 void KsDestructiblesHelper::classify() {
-  if (database_format::isVariantName(modelName_)) return;
-  if (s_destrModuleMap.contains(modelName_)) {
-    destructibleType_ = DT_STRUCTURE;
-  } else if (s_destrFragileMap.contains(modelName_)) {
-    destructibleType_ = DT_FRAGILE;
-  } else if (s_destrFallingAtomMap.contains(modelName_)) {
-    destructibleType_ = DT_FALLING_ATOMS;
-  }
+  destructibleType_ = load_rules::categoryOf(modelName_, s_destrModuleMap.contains(modelName_),
+                                             s_destrFragileMap.contains(modelName_),
+                                             s_destrFallingAtomMap.contains(modelName_));
 }
 
 void KsDestructiblesHelper::makeMissingEntries() {

@@ -14,7 +14,6 @@
 namespace Tal {
 namespace {
 
-using database_format::categoryOfSection;
 using database_format::kDatabaseFile;
 namespace keys = database_format::keys;
 
@@ -58,14 +57,13 @@ void KsDestructiblesHelper::fillTables(DataSection& root, Tables_t last) {
 }
 
 void KsDestructiblesHelper::readAll(DataSection& root) {
-  for (const SmartPointer<DataSection>& category : root) {
-    const KsDestructibleType type = categoryOfSection(category->tag());
-    if (type == DT_NON_DESTRUCTIBLE) continue;
-    for (const SmartPointer<DataSection>& entry : *category)
-      readEntry(type, entry->readString(keys::kFileName, "", 0), *entry);
-    if (type == DT_STRUCTURE && category->childCount() > 0)
-      s_lastLoad.lastAchievementTag = structureAchievementTag_;
-  }
+  load_rules::forEachSection(root,
+                             [this](KsDestructibleType type, const SmartPointer<DataSection>& category, int) {
+                               for (const SmartPointer<DataSection>& entry : *category)
+                                 readEntry(type, entry->readString(keys::kFileName, "", 0), *entry);
+                               if (type == DT_STRUCTURE && category->childCount() > 0)
+                                 s_lastLoad.lastAchievementTag = structureAchievementTag_;
+                             });
 }
 
 // Every structure of the file sets the tag, on purpose: the one that stays is that of the last.
@@ -83,27 +81,27 @@ void KsDestructiblesHelper::readEntry(KsDestructibleType type, std::string model
   load_rules::readEntry(type, entry, Places{*this, std::move(model)});
 }
 
-// After the tables were restored to what the last load made of them, with one model saved since: that model's
-// entries, and the tag that a load leaves.
+// After the tables were restored to what the last load made of them, with some models saved since: the
+// entries of those, and the tag that a load leaves.
 void KsDestructiblesHelper::readSaved(DataSection& root) {
-  const std::string model = s_lastLoad.savedModel;
+  const std::vector<std::string> models = std::exchange(s_lastLoad.savedModels, {});
   const std::uint64_t contentStamp = std::exchange(s_lastLoad.savedStamp, 0);
   s_lastLoad.contentStamp = 0;  // until the tables are of one content again
-  s_destrStateMap.erase(model);
-  s_destrModuleMap.erase(model);
-  s_destrFragileMap.erase(model);
-  s_destrFallingAtomMap.erase(model);
+  for (const std::string& model : models) {
+    s_destrStateMap.erase(model);
+    s_destrModuleMap.erase(model);
+    s_destrFragileMap.erase(model);
+    s_destrFallingAtomMap.erase(model);
+    for (const load_rules::Entry& entry : load_rules::findEntries(root, model))
+      readEntry(entry.category, model, *entry.entry);
+  }
   s_lastLoad.lastAchievementTag = std::nullopt;
-  for (const SmartPointer<DataSection>& category : root) {
-    const KsDestructibleType type = categoryOfSection(category->tag());
-    if (type == DT_NON_DESTRUCTIBLE) continue;
-    for (int place = category->findChildWith(keys::kFileName, model); place != -1;
-         place = category->findChildWith(keys::kFileName, model, place + 1))
-      readEntry(type, model, *category->child(place));
+  load_rules::forEachSection(root, [](KsDestructibleType type, const SmartPointer<DataSection>& category,
+                                      int) {
     const int count = category->childCount();
     if (type == DT_STRUCTURE && count > 0)
       s_lastLoad.lastAchievementTag = category->child(count - 1)->readString(keys::kAchievementTag, "", 0);
-  }
+  });
   s_lastLoad.contentStamp = contentStamp;
 }
 

@@ -1,4 +1,6 @@
+#include <core/white_space.h>
 #include <destructibles/ks_destructibles_helper/loaded_tables.h>
+#include <destructibles/model_saving.h>
 
 #include <utility>
 
@@ -45,21 +47,28 @@ void KsDestructiblesHelper::rememberLoadedEntries() const noexcept {
   }
 }
 
-// To be called when the model's entries, and nothing else, were written into the document.
-void KsDestructiblesHelper::noteSaved(std::uint64_t stampBefore, std::uint64_t stampNow) const {
-  constexpr BasicStringRef kSpace = " \t\r\n";
-  const bool isOfLastLoad = stampBefore != 0 && stampBefore == s_lastLoad.contentStamp;
-  // A name with white space around it is read back as another.
-  const bool isKept = modelName_.empty() || (kSpace.find(modelName_.front()) == BasicStringRef::npos &&
-                                             kSpace.find(modelName_.back()) == BasicStringRef::npos);
-  s_lastLoad.savedModel = modelName_;
-  s_lastLoad.savedStamp = isOfLastLoad && isKept ? stampNow : 0;
+void ModelSaving::note(const std::vector<KsDestructiblesHelper*>& helpers, std::uint64_t stampBefore,
+                       std::uint64_t stampNow) {
+  auto& last = KsDestructiblesHelper::s_lastLoad;
+  bool isKnown = stampBefore != 0 && stampBefore == last.contentStamp;
+  std::vector<std::string> models;
+  for (KsDestructiblesHelper* const helper : helpers) {
+    helper->isMissingInDestructiblesXml_ = false;
+    last.stillMissing.erase(helper);
+    // A name with white space around it is read back as another.
+    isKnown = isKnown && trimmed(helper->modelName()) == helper->modelName();
+    models.push_back(helper->modelName());
+  }
+  last.savedModels = std::move(models);
+  last.savedStamp = isKnown ? stampNow : 0;
 }
 
 KsDestructiblesHelper::Tables_t KsDestructiblesHelper::takeTables() {
-  return {std::exchange(s_destrStateMap, {}), std::exchange(s_destrModuleMap, {}),
-          std::exchange(s_destrFragileMap, {}), std::exchange(s_destrFallingAtomMap, {}),
-          std::exchange(s_lastLoad, {})};
+  Tables_t taken{std::exchange(s_destrStateMap, {}), std::exchange(s_destrModuleMap, {}),
+                 std::exchange(s_destrFragileMap, {}), std::exchange(s_destrFallingAtomMap, {}),
+                 std::move(s_lastLoad)};
+  s_lastLoad = {};  // std::exchange would be exported with that type
+  return taken;
 }
 
 // Makes the tables what the load that filled them had made of them. When that fails, they are left as they

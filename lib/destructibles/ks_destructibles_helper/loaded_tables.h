@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Tal {
 
@@ -23,8 +24,8 @@ struct KsDestructiblesHelper::LastLoad_t {
   std::uint64_t contentStamp = 0;  ///< see DataSection::contentStamp; 0: the tables are no load's
   std::optional<std::string> lastAchievementTag;  ///< of the last structure; empty when there was none
   std::map<std::string, Entries_t> edited;        ///< how the entries of the edited models were
-  std::uint64_t savedStamp = 0;                   ///< of what that content has become by saving a model
-  std::string savedModel;                         ///< whose entries alone are different there
+  std::uint64_t savedStamp = 0;                   ///< of what that content has become by saving models
+  std::vector<std::string> savedModels;           ///< whose entries alone are different there
   /// Helpers whose flags were cleared by a save that has not succeeded, with the category of the entries that
   /// the file lacks still.
   std::map<const KsDestructiblesHelper*, KsDestructibleType> stillMissing;

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <destructibles/ks_destructibles_helper.h>
+#include <destructibles/save_rules.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace Tal {
+
+/// What helpers have to do with saves of their models that save_rules.h describes. Main thread only; nothing
+/// here is exported by the module's shared library.
+struct ModelSaving {
+  /// What the tables hold of the helper's model, valid until they change.
+  static save_rules::Content contentOf(const KsDestructiblesHelper& helper);
+
+  /// The steps of a write of that content, each tracked as an operation of the helper.
+  static save_rules::Steps stepsOf(KsDestructiblesHelper& helper);
+
+  /// Notes that the database holds now what is to be saved of the models of these helpers: none is marked as
+  /// missing any more, and the next load has only their entries to read. The stamps are the document's
+  /// content stamps around the write; `stampBefore` is 0 when more than entries of these models was touched.
+  static void note(const std::vector<KsDestructiblesHelper*>& helpers, std::uint64_t stampBefore,
+                   std::uint64_t stampNow);
+};
+
+}  // namespace Tal
