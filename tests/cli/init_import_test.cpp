@@ -194,7 +194,8 @@ TEST_F(Import, RefusesASourceThatIsTooLargeBeforeItSaysThatItImports) {
   const std::string large = (elsewhere / "large.glb").string();
   elsewhere.write("large.glb", "glTF");
   fs::resize_file(large, (std::uintmax_t{512} << 20U) + 1);
-  EXPECT_EQ(refusal({"import", large, "content/large.model"}), large + ": is larger than 512 MiB");
+  EXPECT_EQ(refusal({"import", large, "content/large.model"}),
+            large + ": is larger than 512 MiB; make it smaller, or split the model");
 }
 
 TEST_F(Import, NamesTheFileAndTheFaultOfABrokenOne) {
