@@ -37,8 +37,9 @@ Result<void> checkView(const GltfDocument& document, const GltfBufferView& view,
   if (!view.meshopt) return {};
   const GltfMeshopt& meshopt = *view.meshopt;
   const std::string meshoptPlace = place + ".extensions." + std::string(meshopt.extension);
-  if (meshopt.count == 0 || meshopt.count * meshopt.byteStride > view.byteLength)
-    return damageAt(meshoptPlace, "has more elements than its view has room for, or none");
+  if (meshopt.count * meshopt.byteStride != view.byteLength)
+    return damageAt(meshoptPlace, "says another size than its view");
+  if (meshopt.byteLength == 0 || meshopt.count == 0) return damageAt(meshoptPlace, "is empty");
   return checkEnd(meshopt.buffer, meshopt.byteOffset + meshopt.byteLength, meshoptPlace);
 }
 

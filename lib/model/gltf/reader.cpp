@@ -3,6 +3,7 @@
 #include <model/gltf/container.h>
 #include <model/gltf/embed.h>
 #include <model/gltf/reader.h>
+#include <model/gltf/uncompress.h>
 
 #include <utility>
 
@@ -23,7 +24,11 @@ Result<std::unique_ptr<GltfDocument>> readGltf(const std::filesystem::path& file
     if (done) done = embedGltfData(*std::move(bytes), *container, *tree, sources, *document, warnings);
     if (!done) return std::move(done).fault();
   }
-  if (auto checked = checkGltfData(*document); !checked) return std::move(checked).fault();
+  GltfBudget budget(document->glb.size());
+  Result<void> done = uncompressGltfViews(*document, budget);
+  if (done) done = uncompressGltfMeshes(*document, budget);
+  if (done) done = checkGltfData(*document);
+  if (!done) return std::move(done).fault();
   return document;
 }
 
