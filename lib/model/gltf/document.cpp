@@ -230,6 +230,7 @@ std::optional<Affine> readTransform(const GltfObject& object) {
 
 GltfNode readNode(const GltfObject& object, std::vector<Affine>& transforms) {
   GltfNode node;
+  if (object.isEmpty()) return node;  // nothing else is as short, so a document may hold millions
   node.name = trimmedText(object, "name");
   node.children = object.indices("children", "nodes");
   node.mesh = object.index("mesh", "meshes");

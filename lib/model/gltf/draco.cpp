@@ -116,7 +116,7 @@ std::string indicesOf(const draco::Mesh& mesh) {
   std::string bytes;
   bytes.reserve(std::size_t{mesh.num_faces()} * 3 * sizeof(std::uint32_t));
   for (draco::FaceIndex face(0); face < mesh.num_faces(); ++face) {
-    for (const draco::PointIndex point : mesh.face(face)) {
+    for (const draco::PointIndex& point : mesh.face(face)) {
       const std::uint32_t index = point.value();
       bytes.append(reinterpret_cast<const char*>(&index), sizeof(index));
     }

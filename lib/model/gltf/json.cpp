@@ -258,6 +258,10 @@ void GltfObject::fail(const std::string& fault) const {
   failAt({}, fault);
 }
 
+bool GltfObject::isEmpty() const {
+  return valueOf(json_).empty();
+}
+
 bool GltfObject::has(BasicStringRef key) const {
   return find(key) != nullptr;
 }

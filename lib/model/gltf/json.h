@@ -27,6 +27,7 @@ class GltfObject {
   using Visit = std::function<void(const GltfObject& object)>;
 
   bool has(BasicStringRef key) const;
+  bool isEmpty() const;
 
   /// A whole number from 0 to 2147483647; `fallback` when it is absent.
   std::uint32_t number(BasicStringRef key, std::uint32_t fallback) const;
