@@ -194,6 +194,7 @@ GltfMesh readMesh(const GltfObject& object) {
   object.requiredObjects("primitives", [&](const GltfObject& primitive) {
     mesh.primitives.push_back(readPrimitive(primitive));
   });
+  object.reals("weights", mesh.primitives.empty() ? 0 : mesh.primitives.front().targets.size());
   return mesh;
 }
 

@@ -291,8 +291,12 @@ std::uint32_t GltfObject::requiredNumber(BasicStringRef key) const {
 std::uint32_t GltfObject::indexOf(const void* value, BasicStringRef list, BasicStringRef key,
                                   std::optional<std::size_t> index) const {
   const std::uint32_t number = numberOf(value, key, index);
-  const auto& document = valueOf(context_.root);
+  const json& document = valueOf(context_.root);
   const auto found = document.find(list);
+  if (found != document.end() && !found->is_array()) {
+    if (!context_.fault) context_.fault = gltfFault(std::string(list) + " is no list");
+    return 0;
+  }
   const std::size_t count = found == document.end() ? 0 : found->size();
   if (number < count) return number;
   failAt(

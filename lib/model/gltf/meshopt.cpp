@@ -10,6 +10,7 @@ namespace {
 constexpr BasicStringRef kAttributes = "ATTRIBUTES";
 constexpr BasicStringRef kTriangles = "TRIANGLES";
 constexpr BasicStringRef kIndices = "INDICES";
+constexpr const char* kCompressAgain = "compress it again, or not at all";
 constexpr const char* kCompressOtherwise = "compress it with EXT_meshopt_compression, or not at all";
 
 /// The version that a stream's first byte says in its lower four bits.
@@ -58,10 +59,10 @@ Result<std::string> uncompressed(const GltfMeshopt& form, BasicStringRef stream,
     return gltfFault(place + " has a \"mode\", \"filter\" or \"byteStride\" that do not fit");
   const std::size_t size = form.count * form.byteStride;
   if (!budget.take(size)) {
-    return gltfFault(place + " announces more than its compressed bytes can hold", kCompressOtherwise);
+    return gltfFault(place + " announces more than its compressed bytes can hold", kCompressAgain);
   }
   std::string bytes(size, '\0');
-  if (!decode(form, stream, bytes)) return gltfFault(place + " cannot be uncompressed", kCompressOtherwise);
+  if (!decode(form, stream, bytes)) return gltfFault(place + " cannot be uncompressed", kCompressAgain);
   filter(form, bytes);
   return bytes;
 }
