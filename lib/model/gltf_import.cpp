@@ -258,6 +258,12 @@ class Importer {
     description_.bspMaterials = result_.bspMaterials;
     for (GltfSceneNode& node : scene_.nodes)
       description_.nodes.push_back({std::move(node.name), node.parent});
+    // Nothing may fail once the files are written.
+    result_.modelName = modelNameOf(stem);
+    result_.visualName = visualNameOf(stem);
+    result_.geometryName = geometryNameOf(stem);
+    result_.boxMin = scene_.box.min;
+    result_.boxMax = scene_.box.max;
     Result<void> written = writeModelFiles(description_, root, taken, options_.overwrite);
     if (!written) {
       // The fault's own place is another file than the source.
@@ -268,11 +274,6 @@ class Importer {
       fault.line = fault.column = 0;
       return fault;
     }
-    result_.modelName = modelNameOf(stem);
-    result_.visualName = visualNameOf(stem);
-    result_.geometryName = geometryNameOf(stem);
-    result_.boxMin = scene_.box.min;
-    result_.boxMax = scene_.box.max;
     return {};
   }
 
@@ -340,25 +341,24 @@ Result<void> checkImportedName(BasicStringRef modelName) {
 
 Result<ImportedModel> importGltf(const std::filesystem::path& source, BasicStringRef modelName,
                                  const std::filesystem::path& root, const GltfImportOptions& options) {
-  if (auto checked = checkImportedName(modelName); !checked) {
-    Fault fault = std::move(checked).fault();
-    fault.file = quotedName(modelName);
-    return fault;
-  }
-  Result<ImportedModel> imported = [&]() -> Result<ImportedModel> {
-    try {
-      return importNamed(source, modelName, root, options);
-    } catch (const std::bad_alloc&) {
-      return Fault{FaultKind::system, "needs more memory than there is",
-                   "close some programs, or split the model, and import again"};
-    } catch (const std::exception& exception) {
-      return Fault{FaultKind::system, std::string("cannot be imported: ") + exception.what(),
-                   "see that its files can be read, and import again"};
+  Fault fault;
+  try {
+    if (auto checked = checkImportedName(modelName); !checked) {
+      fault = std::move(checked).fault();
+      fault.file = quotedName(modelName);
+      return fault;
     }
-  }();
-  if (imported) return imported;
-  Fault fault = std::move(imported).fault();
-  if (fault.kind == FaultKind::malformed && fault.remedy.empty()) fault.remedy = kExportAgain;
+    auto imported = importNamed(source, modelName, root, options);
+    if (imported) return imported;
+    fault = std::move(imported).fault();
+    if (fault.kind == FaultKind::malformed && fault.remedy.empty()) fault.remedy = kExportAgain;
+  } catch (const std::bad_alloc&) {
+    fault = {FaultKind::system, "needs more memory than there is",
+             "close some programs, or split the model, and import again"};
+  } catch (const std::exception& exception) {
+    fault = {FaultKind::system, std::string("cannot be imported: ") + exception.what(),
+             "see that its files can be read, and import again"};
+  }
   fault.file = shownName(source.string());
   return fault;
 }

@@ -11,7 +11,24 @@
 namespace Tal {
 namespace {
 
-using nlohmann::ordered_json;
+/// The text of a JSON object.
+class ObjectText {
+ public:
+  void add(BasicStringRef key, std::size_t number) { addObject(key, std::to_string(number)); }
+  /// An empty text is left out.
+  void add(BasicStringRef key, const std::string& text) {
+    if (!text.empty()) addObject(key, nlohmann::json(text).dump());
+  }
+  /// What is JSON already.
+  void addObject(BasicStringRef key, BasicStringRef json) {
+    text_ += text_.empty() ? "{\"" : ",\"";
+    text_.append(key).append("\":").append(json);
+  }
+  std::string take() { return text_.empty() ? "{}" : std::move(text_) + '}'; }
+
+ private:
+  std::string text_;
+};
 
 Fault tooLarge() {
   return gltfFault("is larger than 512 MiB with its buffers and images",
@@ -194,47 +211,53 @@ class Embedding {
     document_.buffers = std::move(buffers);
   }
 
-  static ordered_json buffersJson(const GltfDocument& document) {
-    auto list = ordered_json::array();
-    for (const GltfBuffer& buffer : document.buffers) {
-      ordered_json object = {{"byteLength", buffer.byteLength}};
-      if (buffer.isPlaceholder) object["extensions"]["EXT_meshopt_compression"]["fallback"] = true;
-      list.push_back(std::move(object));
-    }
-    return list;
+  static std::string bufferText(const GltfBuffer& buffer) {
+    ObjectText text;
+    text.add("byteLength", buffer.byteLength);
+    if (buffer.isPlaceholder)
+      text.addObject("extensions", R"({"EXT_meshopt_compression":{"fallback":true}})");
+    return text.take();
   }
 
-  static ordered_json viewsJson(const GltfDocument& document) {
-    auto list = ordered_json::array();
-    for (const GltfBufferView& view : document.views) {
-      ordered_json object = {
-          {"buffer", view.buffer}, {"byteOffset", view.byteOffset}, {"byteLength", view.byteLength}};
-      if (view.byteStride != 0) object["byteStride"] = view.byteStride;
-      if (view.target) object["target"] = *view.target;
-      if (view.meshopt) {
-        const GltfMeshopt& meshopt = *view.meshopt;
-        ordered_json& extension = object["extensions"][std::string(meshopt.extension)];
-        extension = {{"buffer", meshopt.buffer},         {"byteOffset", meshopt.byteOffset},
-                     {"byteLength", meshopt.byteLength}, {"byteStride", meshopt.byteStride},
-                     {"count", meshopt.count},           {"mode", meshopt.mode}};
-        if (!meshopt.filter.empty()) extension["filter"] = meshopt.filter;
-      }
-      list.push_back(std::move(object));
-    }
-    return list;
+  static std::string meshoptText(const GltfMeshopt& meshopt) {
+    ObjectText form;
+    form.add("buffer", meshopt.buffer);
+    form.add("byteOffset", meshopt.byteOffset);
+    form.add("byteLength", meshopt.byteLength);
+    form.add("byteStride", meshopt.byteStride);
+    form.add("count", meshopt.count);
+    form.add("mode", meshopt.mode);
+    form.add("filter", meshopt.filter);
+    ObjectText extensions;
+    extensions.addObject(meshopt.extension, form.take());
+    return extensions.take();
   }
 
-  static ordered_json imagesJson(const GltfDocument& document) {
-    auto list = ordered_json::array();
-    for (const GltfImage& image : document.images) {
-      auto object = ordered_json::object();
-      if (!image.name.empty()) object["name"] = image.name;
-      if (!image.uri.empty()) object["uri"] = image.uri;
-      if (!image.mimeType.empty()) object["mimeType"] = image.mimeType;
-      if (image.view) object["bufferView"] = *image.view;
-      list.push_back(std::move(object));
-    }
-    return list;
+  static std::string viewText(const GltfBufferView& view) {
+    ObjectText text;
+    text.add("buffer", view.buffer);
+    text.add("byteOffset", view.byteOffset);
+    text.add("byteLength", view.byteLength);
+    if (view.byteStride != 0) text.add("byteStride", view.byteStride);
+    if (view.target) text.add("target", *view.target);
+    if (view.meshopt) text.addObject("extensions", meshoptText(*view.meshopt));
+    return text.take();
+  }
+
+  static std::string imageText(const GltfImage& image) {
+    ObjectText text;
+    text.add("name", image.name);
+    text.add("uri", image.uri);
+    text.add("mimeType", image.mimeType);
+    if (image.view) text.add("bufferView", *image.view);
+    return text.take();
+  }
+
+  template <class Element>
+  static std::string listText(const std::vector<Element>& elements, std::string (*textOf)(const Element&)) {
+    std::string text;
+    for (const Element& element : elements) text += (text.empty() ? '[' : ',') + textOf(element);
+    return text.empty() ? text : text + ']';
   }
 
   /// The source's text with the three lists exchanged.
@@ -244,18 +267,17 @@ class Embedding {
       std::string text;
     };
     std::multimap<std::size_t, Exchange> exchanges;  // by where they begin
-    const auto exchange = [&](const std::string& name, const ordered_json& list) {
+    const auto exchange = [&](const std::string& name, std::string list) {
       if (list.empty()) return;
       const auto range = tree.rangeOf(name);
       if (range)
-        exchanges.emplace(range->begin, Exchange{range->end, list.dump()});
+        exchanges.emplace(range->begin, Exchange{range->end, list});
       else
-        exchanges.emplace(tree.bodyBegin(),
-                          Exchange{tree.bodyBegin(), '"' + name + "\":" + list.dump() + ','});
+        exchanges.emplace(tree.bodyBegin(), Exchange{tree.bodyBegin(), '"' + name + "\":" + list + ','});
     };
-    exchange("buffers", buffersJson(document_));
-    exchange("bufferViews", viewsJson(document_));
-    exchange("images", imagesJson(document_));
+    exchange("buffers", listText(document_.buffers, bufferText));
+    exchange("bufferViews", listText(document_.views, viewText));
+    exchange("images", listText(document_.images, imageText));
     std::string text;
     std::size_t place = 0;
     for (const auto& [begin, one] : exchanges) {

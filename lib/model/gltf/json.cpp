@@ -65,6 +65,26 @@ struct Cursor {
   bool operator!=(const Cursor& other) const { return *place != *other.place; }
 };
 
+/// Takes everything out of a value, the deepest first. The library's own way needs memory for that, which
+/// there may be none of, and a destructor that fails ends the process. No document is nested deeply (see
+/// kMaxDepth).
+void takeAllOut(json& value) noexcept {
+  if (!value.is_structured()) return;
+  for (json& element : value) takeAllOut(element);
+  if (auto* const list = value.get_ptr<json::array_t*>()) list->clear();
+  if (auto* const object = value.get_ptr<json::object_t*>()) object->clear();
+}
+
+/// A value that goes without asking for memory.
+struct JsonOwner {
+  JsonOwner() = default;
+  JsonOwner(JsonOwner&& other) noexcept : value(std::move(other.value)) {}
+  JsonOwner& operator=(JsonOwner&&) = delete;
+  ~JsonOwner() { takeAllOut(value); }
+
+  json value;
+};
+
 /// Puts the tree together out of what the parser meets, and leaves out what nothing reads.
 class TreeBuilder : public nlohmann::json_sax<json> {
  public:
@@ -102,7 +122,7 @@ class TreeBuilder : public nlohmann::json_sax<json> {
   }
 
   std::optional<Fault> fault;
-  json root;
+  JsonOwner root;
   std::map<std::string, TextRange, std::less<>> ranges;
   std::size_t bodyBegin = 0;
 
@@ -129,7 +149,7 @@ class TreeBuilder : public nlohmann::json_sax<json> {
 
   /// Where the value that comes next is kept; null when it is not.
   json* place(json value) {
-    if (levels_.empty()) return &(root = std::move(value));
+    if (levels_.empty()) return &(root.value = std::move(value));
     json& parent = *levels_.back().value;
     if (parent.is_array()) {
       parent.push_back(std::move(value));
@@ -193,8 +213,8 @@ const json& valueOf(const void* value) {
 
 }  // namespace
 
-struct GltfTree::Root {
-  json value;
+struct GltfTree::Root : JsonOwner {
+  explicit Root(JsonOwner&& owner) noexcept : JsonOwner(std::move(owner)) {}
 };
 
 GltfTree::GltfTree() = default;
@@ -213,9 +233,9 @@ Result<GltfTree> GltfTree::parse(BasicStringRef text) {
   TreeBuilder builder(text, place);
   json::sax_parse(Cursor{&place}, Cursor{&end}, &builder);
   if (builder.fault) return *std::move(builder.fault);
-  if (!builder.root.is_object()) return gltfFault("holds no JSON object");
+  if (!builder.root.value.is_object()) return gltfFault("holds no JSON object");
   GltfTree tree;
-  tree.root_ = std::make_unique<Root>(Root{std::move(builder.root)});
+  tree.root_ = std::make_unique<Root>(std::move(builder.root));
   tree.ranges_ = std::move(builder.ranges);
   tree.bodyBegin_ = builder.bodyBegin;
   return tree;
