@@ -30,9 +30,10 @@ Vector3 rounded(const Point3& point) {
 Affine matrixAt(const GltfElements& elements, const char* element) {
   if (element == nullptr) return {{{{0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}}};
   Affine matrix;
-  for (std::size_t column = 0; column < 4; ++column)
+  for (std::size_t column = 0; column < 4; ++column) {
     for (std::size_t row = 0; row < 3; ++row)
       matrix.columns[column][row] = elements.component(element, column * 4 + row);
+  }
   return matrix;
 }
 

@@ -14,9 +14,10 @@ using LargestIndices = std::map<std::uint32_t, std::uint32_t>;
 
 LargestIndices accessorsOfIndices(const GltfDocument& document) {
   LargestIndices accessors;
-  for (const GltfMesh& mesh : document.meshes)
+  for (const GltfMesh& mesh : document.meshes) {
     for (const GltfPrimitive& primitive : mesh.primitives)
       if (primitive.indices) accessors.emplace(*primitive.indices, 0);
+  }
   return accessors;
 }
 

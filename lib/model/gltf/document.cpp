@@ -222,7 +222,7 @@ std::optional<Affine> readTransform(const GltfObject& object) {
     return affineOf(pointOf(translation, 0), turn, pointOf(scale, 1));
   }
   if (!translation.empty() || !rotation.empty() || !scale.empty())
-    object.fail("has a \"matrix\" and a \"translation\", \"rotation\" or \"scale\" beside it");
+    object.fail(R"(has a "matrix" and a "translation", "rotation" or "scale" beside it)");
   Affine local;
   for (std::size_t column = 0; column < 4; ++column)
     for (std::size_t row = 0; row < 3; ++row) local.columns[column][row] = matrix[column * 4 + row];
@@ -294,7 +294,7 @@ GltfMaterial readMaterial(const GltfObject& object) {
 GltfImage readImage(const GltfObject& object) {
   GltfImage image{object.text("name"), object.text("uri"), object.text("mimeType"),
                   object.index("bufferView", "bufferViews")};
-  if (image.view && object.has("uri")) object.fail("has a \"uri\" and a \"bufferView\"");
+  if (image.view && object.has("uri")) object.fail(R"(has a "uri" and a "bufferView")");
   return image;
 }
 
@@ -428,7 +428,7 @@ Result<void> readGltfJson(const GltfTree& tree, GltfDocument& document) {
   if (auto read = tree.read([&](const GltfObject& root) { asset = readAsset(root); }); !read) return read;
   if (auto checked = checkAsset(asset); !checked) return checked;
   std::optional<std::vector<std::uint32_t>> scene;
-  const auto read = tree.read([&](const GltfObject& root) {
+  auto read = tree.read([&](const GltfObject& root) {
     scene = readScenes(root);
     const std::vector<std::string> used = root.texts("extensionsUsed");
     document.isQuantized = std::find(used.begin(), used.end(), "KHR_mesh_quantization") != used.end() ||

@@ -195,9 +195,10 @@ Result<void> uncompressPrimitive(GltfDocument& document, GltfPrimitive& primitiv
     std::string values;
     if (attribute != nullptr && budget.take(points * accessor.elementSize))
       values = valuesOf(*mesh, *attribute, accessor);
-    if (values.empty())
+    if (values.empty()) {
       return gltfFault(place + " has another attribute " + shownName(name) + " in its compressed mesh",
                        kUncompressIt);
+    }
     index = addAccessor(document, std::move(accessor), std::move(values));
   }
   GltfAccessor indices;

@@ -267,13 +267,13 @@ class Embedding {
       std::string text;
     };
     std::multimap<std::size_t, Exchange> exchanges;  // by where they begin
-    const auto exchange = [&](const std::string& name, std::string list) {
+    const auto exchange = [&](const std::string& name, const std::string& list) {
       if (list.empty()) return;
-      const auto range = tree.rangeOf(name);
-      if (range)
+      if (const auto range = tree.rangeOf(name)) {
         exchanges.emplace(range->begin, Exchange{range->end, list});
-      else
+      } else {
         exchanges.emplace(tree.bodyBegin(), Exchange{tree.bodyBegin(), '"' + name + "\":" + list + ','});
+      }
     };
     exchange("buffers", listText(document_.buffers, bufferText));
     exchange("bufferViews", listText(document_.views, viewText));

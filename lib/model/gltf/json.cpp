@@ -15,6 +15,34 @@ namespace {
 
 using nlohmann::json;
 
+/// Takes everything out of a value, the deepest first. The library's own way needs memory for that, which
+/// there may be none of, and a destructor that fails ends the process. No document is nested deeply (see
+/// kMaxDepth).
+void takeAllOut(json& value) noexcept {
+  if (auto* const list = value.get_ptr<json::array_t*>()) {
+    for (json& element : *list) takeAllOut(element);
+    list->clear();
+  }
+  if (auto* const object = value.get_ptr<json::object_t*>()) {
+    for (auto& [key, member] : *object) takeAllOut(member);
+    object->clear();
+  }
+}
+
+}  // namespace
+
+/// A value that goes without asking for memory.
+struct GltfJsonOwner {
+  GltfJsonOwner() = default;
+  GltfJsonOwner(const GltfJsonOwner&) = delete;
+  GltfJsonOwner& operator=(const GltfJsonOwner&) = delete;
+  ~GltfJsonOwner() { takeAllOut(value); }
+
+  json value;
+};
+
+namespace {
+
 constexpr std::size_t kMaxDepth = 64;
 constexpr std::size_t kMaxValues = 4'000'000;
 constexpr std::size_t kShownParserText = 160;
@@ -65,26 +93,6 @@ struct Cursor {
   bool operator!=(const Cursor& other) const { return *place != *other.place; }
 };
 
-/// Takes everything out of a value, the deepest first. The library's own way needs memory for that, which
-/// there may be none of, and a destructor that fails ends the process. No document is nested deeply (see
-/// kMaxDepth).
-void takeAllOut(json& value) noexcept {
-  if (!value.is_structured()) return;
-  for (json& element : value) takeAllOut(element);
-  if (auto* const list = value.get_ptr<json::array_t*>()) list->clear();
-  if (auto* const object = value.get_ptr<json::object_t*>()) object->clear();
-}
-
-/// A value that goes without asking for memory.
-struct JsonOwner {
-  JsonOwner() = default;
-  JsonOwner(JsonOwner&& other) noexcept : value(std::move(other.value)) {}
-  JsonOwner& operator=(JsonOwner&&) = delete;
-  ~JsonOwner() { takeAllOut(value); }
-
-  json value;
-};
-
 /// Puts the tree together out of what the parser meets, and leaves out what nothing reads.
 class TreeBuilder : public nlohmann::json_sax<json> {
  public:
@@ -122,7 +130,7 @@ class TreeBuilder : public nlohmann::json_sax<json> {
   }
 
   std::optional<Fault> fault;
-  JsonOwner root;
+  std::unique_ptr<GltfJsonOwner> root = std::make_unique<GltfJsonOwner>();
   std::map<std::string, TextRange, std::less<>> ranges;
   std::size_t bodyBegin = 0;
 
@@ -149,7 +157,7 @@ class TreeBuilder : public nlohmann::json_sax<json> {
 
   /// Where the value that comes next is kept; null when it is not.
   json* place(json value) {
-    if (levels_.empty()) return &(root.value = std::move(value));
+    if (levels_.empty()) return &(root->value = std::move(value));
     json& parent = *levels_.back().value;
     if (parent.is_array()) {
       parent.push_back(std::move(value));
@@ -213,10 +221,6 @@ const json& valueOf(const void* value) {
 
 }  // namespace
 
-struct GltfTree::Root : JsonOwner {
-  explicit Root(JsonOwner&& owner) noexcept : JsonOwner(std::move(owner)) {}
-};
-
 GltfTree::GltfTree() = default;
 GltfTree::GltfTree(GltfTree&&) noexcept = default;
 GltfTree& GltfTree::operator=(GltfTree&&) noexcept = default;
@@ -233,9 +237,9 @@ Result<GltfTree> GltfTree::parse(BasicStringRef text) {
   TreeBuilder builder(text, place);
   json::sax_parse(Cursor{&place}, Cursor{&end}, &builder);
   if (builder.fault) return *std::move(builder.fault);
-  if (!builder.root.value.is_object()) return gltfFault("holds no JSON object");
+  if (!builder.root->value.is_object()) return gltfFault("holds no JSON object");
   GltfTree tree;
-  tree.root_ = std::make_unique<Root>(std::move(builder.root));
+  tree.root_ = std::move(builder.root);
   tree.ranges_ = std::move(builder.ranges);
   tree.bodyBegin_ = builder.bodyBegin;
   return tree;

@@ -100,6 +100,8 @@ class GltfObject {
   std::optional<std::size_t> index_ = {};
 };
 
+struct GltfJsonOwner;
+
 /// Bytes of a text, from the first up to the one behind the last.
 struct TextRange {
   std::size_t begin = 0;
@@ -128,11 +130,9 @@ class GltfTree {
   std::size_t bodyBegin() const noexcept { return bodyBegin_; }
 
  private:
-  struct Root;
-
   GltfTree();
 
-  std::unique_ptr<Root> root_;
+  std::unique_ptr<GltfJsonOwner> root_;
   std::map<std::string, TextRange, std::less<>> ranges_;
   std::size_t bodyBegin_ = 0;
 };

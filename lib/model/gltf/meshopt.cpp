@@ -56,7 +56,7 @@ Result<std::string> uncompressed(const GltfMeshopt& form, BasicStringRef stream,
   if (isNewer)
     return gltfFault(place + " is compressed in a newer way than can be imported", kCompressOtherwise);
   if (!isDecodable(form) || !isFilterable(form))
-    return gltfFault(place + " has a \"mode\", \"filter\" or \"byteStride\" that do not fit");
+    return gltfFault(place + R"( has a "mode", "filter" or "byteStride" that do not fit)");
   const std::size_t size = form.count * form.byteStride;
   if (!budget.take(size)) {
     return gltfFault(place + " announces more than its compressed bytes can hold", kCompressAgain);
