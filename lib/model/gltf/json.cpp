@@ -33,7 +33,7 @@ void takeAllOut(json& value) noexcept {
 
 /// A value that goes without asking for memory.
 struct GltfJsonOwner {
-  GltfJsonOwner() = default;
+  GltfJsonOwner() = default;  // NOLINT(bugprone-exception-escape): an empty value asks for nothing
   GltfJsonOwner(const GltfJsonOwner&) = delete;
   GltfJsonOwner& operator=(const GltfJsonOwner&) = delete;
   ~GltfJsonOwner() { takeAllOut(value); }
