@@ -163,17 +163,21 @@ TEST_F(ACompressedGltf, HasItsIndicesLookedAt) {
 }
 
 TEST_F(ACompressedGltf, KeepsItsCompressedViewsWhenItIsPutTogether) {
-  GltfBuilder builder = support::meshoptBuilder();
-  builder.root["buffers"][0]["uri"] = "in.bin";
-  folder_.write("in.bin", builder.bin);
-  writeSource(builder.json(), "in.gltf");
-  const auto imported = import();
-  ASSERT_TRUE(imported) << error_;
-  EXPECT_EQ(imported->boxMax, (Vector3{1, 1, 1}));
-  writeSource(folder_.read("root/content/house.glb"));
-  const auto again = import({.overwrite = true});
-  ASSERT_TRUE(again) << error_;
-  EXPECT_EQ(again->boxMax, (Vector3{1, 1, 1}));
+  for (const std::string extension : {"EXT_meshopt_compression", "KHR_meshopt_compression"}) {
+    GltfBuilder builder = support::meshoptBuilder(extension);
+    builder.root["buffers"][0]["uri"] = "in.bin";
+    folder_.write("in.bin", builder.bin);
+    writeSource(builder.json(), "in.gltf");
+    const auto imported = import({.overwrite = true});
+    ASSERT_TRUE(imported) << error_;
+    EXPECT_EQ(imported->boxMax, (Vector3{1, 1, 1}));
+    const std::string stored = folder_.read("root/content/house.glb");
+    EXPECT_THAT(stored, HasSubstr("\"extensions\":{\"" + extension + "\":{\"fallback\":true}}"));
+    writeSource(stored);
+    const auto again = import({.overwrite = true});
+    ASSERT_TRUE(again) << error_;
+    EXPECT_EQ(again->boxMax, (Vector3{1, 1, 1}));
+  }
 }
 
 TEST_F(ACompressedGltf, IsRefusedWhenItIsCompressedInANewerWay) {

@@ -74,8 +74,9 @@ GltfBuffer readBuffer(const GltfObject& object) {
   if (object.has("uri")) buffer.uri = object.text("uri");
   object.object("extensions", [&](const GltfObject& extensions) {
     for (const BasicStringRef name : kMeshoptExtensions) {
-      extensions.object(name,
-                        [&](const GltfObject& meshopt) { buffer.isPlaceholder |= meshopt.flag("fallback"); });
+      extensions.object(name, [&](const GltfObject& meshopt) {
+        if (meshopt.flag("fallback")) buffer.fallbackOf = name;
+      });
     }
   });
   return buffer;

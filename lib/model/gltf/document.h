@@ -24,7 +24,8 @@ GltfIndex gltfIndexNamed(const GltfIndicesByName& things, BasicStringRef name);
 struct GltfBuffer {
   std::size_t byteLength = 0;
   std::optional<std::string> uri = {};
-  bool isPlaceholder = false;  ///< has no data: it only stands for what compressed views hold
+  BasicStringRef fallbackOf =
+      {};  ///< the extension for whose compressed views it stands without data; or empty
 };
 
 /// How the bytes of a view are compressed (EXT_meshopt_compression and its KHR form).

@@ -196,7 +196,8 @@ class Embedding {
     std::vector<std::uint32_t> places;
     for (std::size_t index = 0; index < document_.buffers.size(); ++index) {
       places.push_back(begins_[index] ? 0 : static_cast<std::uint32_t>(buffers.size()));
-      if (!begins_[index]) buffers.push_back({document_.buffers[index].byteLength, {}, true});
+      if (!begins_[index])
+        buffers.push_back({document_.buffers[index].byteLength, {}, document_.buffers[index].fallbackOf});
     }
     places.push_back(0);
     begins_.emplace_back(0);
@@ -214,8 +215,11 @@ class Embedding {
   static std::string bufferText(const GltfBuffer& buffer) {
     ObjectText text;
     text.add("byteLength", buffer.byteLength);
-    if (buffer.isPlaceholder)
-      text.addObject("extensions", R"({"EXT_meshopt_compression":{"fallback":true}})");
+    if (!buffer.fallbackOf.empty()) {
+      ObjectText extensions;
+      extensions.addObject(buffer.fallbackOf, R"({"fallback":true})");
+      text.addObject("extensions", extensions.take());
+    }
     return text.take();
   }
 
