@@ -32,6 +32,7 @@ struct ImportOptions {
   std::vector<std::string> kinds;
   std::vector<std::string> materials;
   std::vector<std::string> hardPoints;
+  std::vector<std::string> sourceRoots;
   GltfImportOptions gltfOptions;
 };
 
@@ -70,6 +71,17 @@ std::vector<std::pair<std::string, std::uint32_t>> kindPairs(const std::vector<s
     pairs.emplace_back(material, kind);
   }
   return pairs;
+}
+
+std::vector<fs::path> foldersOf(const std::vector<std::string>& names) {
+  std::vector<fs::path> folders;
+  for (const std::string& name : names) {
+    std::error_code error;
+    if (!fs::is_directory(name, error))
+      throw CLI::ValidationError("--source-root", quotedName(name) + " is no folder");
+    folders.emplace_back(name);
+  }
+  return folders;
 }
 
 // The name is going to be a key of the database.
@@ -134,6 +146,7 @@ void import(ImportOptions& options, Tool& tool) {
   gltfOptions.materialKinds = kindPairs(options.kinds);
   gltfOptions.renamedMaterials = namePairs("--material", "OLD=NEW", options.materials);
   gltfOptions.hardPoints = namePairs("--hard-point", "NODE=NAME", options.hardPoints);
+  gltfOptions.sourceRoots = foldersOf(options.sourceRoots);
   tool.setUpRoots();
   checkModelName(options.model);
   if (!gltfOptions.overwrite) refuseModelOfAnotherRoot(options.model);
@@ -172,6 +185,8 @@ void addImport(CLI::App& program, Tool& tool) {
                 "Make a node a hard point (HP_...)");
   addRepeatable(*command, "--bsp", options->gltfOptions.bspMaterials, "MATERIAL",
                 "A collision material; without any, those of the collision nodes, else all");
+  addRepeatable(*command, "--source-root", options->sourceRoots, "DIR",
+                "One more folder from which the file's images and buffers may come");
   command->add_flag("--force", options->gltfOptions.overwrite, "Replace files that exist");
   command->footer(
       "Example:\n"

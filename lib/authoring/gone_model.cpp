@@ -42,8 +42,8 @@ Absence withoutFile(const FS::MultiFileSystem& files, const std::string& modelNa
                        kDatabaseFile + " has entries of it";
   const auto place = files.find(modelName);
   const bool isInTheWay = !place && place.fault().kind != FaultKind::missing;
-  if (const std::string ofName = faultOfImportedName(modelName); !ofName.empty()) {
-    reason += ", and none can be imported, since that " + ofName + "; " + kRenaming;
+  if (const auto checked = checkImportedName(modelName); !checked) {
+    reason += ", and none can be imported, since that " + checked.fault().what + "; " + kRenaming;
   } else if (isInTheWay) {
     reason +=
         ", and what stands in its place " + place.fault().what + "; take that away and import the model";
@@ -63,7 +63,7 @@ std::optional<Absence> withoutVisual(const FS::MultiFileSystem& files, const std
   const std::string lack = visual.empty()
                                ? " names no visual"
                                : " names the visual " + quotedName(visual) + ", which no resource root holds";
-  const bool canImport = faultOfImportedName(modelName).empty();
+  const auto canImport = static_cast<bool>(checkImportedName(modelName));
   return Absence{"the model " + quotedName(modelName) + lack + "; " +
                      (canImport ? "import the model again (--force)" : kRenaming) + kRemoval +
                      "its entries from " + kDatabaseFile,

@@ -91,7 +91,7 @@ RestoreTarget targetOfGone(const std::string& modelName, const Description& entr
     target.newEntries.modules.emplace(name, new_entries::module(health_rules::kUnknownHealth));
   target.unknownKeys = {keys::kHealth, keys::kEffectHardPoint, keys::kMaterialName};
   target.isThere = false;
-  const bool canImport = canNameModel(modelName) && faultOfImportedName(modelName).empty();
+  const bool canImport = canNameModel(modelName) && checkImportedName(modelName);
   target.need = canImport ? "import it" : "import it under another name";
   target.verdict = verdictOn(modelName);
   return target;

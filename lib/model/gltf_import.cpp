@@ -1,9 +1,9 @@
 #include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <core/white_space.h>
-#include <model/gltf_fault.h>
+#include <model/gltf/reader.h>
+#include <model/gltf/scene.h>
 #include <model/gltf_import.h>
-#include <model/gltf_reader.h>
 #include <model/material_kinds.h>
 #include <model/model_files.h>
 #include <model/model_names.h>
@@ -16,6 +16,7 @@
 #include <exception>
 #include <limits>
 #include <map>
+#include <new>
 #include <set>
 
 namespace Tal {
@@ -25,7 +26,12 @@ using model_names::kHardPointPrefix;
 using model_names::kModelExtension;
 
 constexpr std::size_t kMaxNameLength = 1024;
+constexpr const char* kExportAgain = "correct it where it was made, and export it again";
 constexpr std::uint32_t kMaxKind = std::numeric_limits<std::int32_t>::max();
+
+Fault refusal(std::string what, std::string remedy = {}) {
+  return {FaultKind::refused, std::move(what), std::move(remedy)};
+}
 
 bool holdsControls(BasicStringRef name) {
   return std::any_of(name.begin(), name.end(), [](char character) {
@@ -36,34 +42,39 @@ bool holdsControls(BasicStringRef name) {
 /// Makes a model out of what the file says and what the author adds to that.
 class Importer {
  public:
-  Importer(GltfScene scene, const GltfImportOptions& options) : scene_(std::move(scene)), options_(options) {}
+  Importer(GltfScene scene, std::string glb, const GltfImportOptions& options)
+      : scene_(std::move(scene)), options_(options) {
+    description_.glb = std::move(glb);
+  }
 
-  ImportedModel run(BasicStringRef stem, const std::filesystem::path& root,
-                    const std::optional<files::FileIdentity>& taken) {
-    result_.warnings = std::move(scene_.warnings);
-    renameMaterials();
-    nameHardPoints();
-    checkNames();
-    assignKinds();
-    chooseSlots();
-    chooseBspMaterials();
-    write(stem, root, taken);
+  Result<ImportedModel> run(BasicStringRef stem, const std::filesystem::path& root,
+                            const std::optional<files::FileIdentity>& taken,
+                            std::vector<std::string> warnings) {
+    result_.warnings = std::move(warnings);
+    Result<void> done = renameMaterials();
+    if (done) done = nameHardPoints();
+    if (done) done = checkNames();
+    if (done) done = assignKinds();
+    if (done) done = chooseSlots();
+    if (done) done = chooseBspMaterials();
+    if (done) done = write(stem, root, taken);
+    if (!done) return std::move(done).fault();
     return std::move(result_);
   }
 
  private:
   using NamePair = std::pair<std::string, std::string>;
 
-  void renameMaterials() {
+  Result<void> renameMaterials() {
     std::map<std::string, std::string> newNames;
     for (const auto& [oldName, newName] : options_.renamedMaterials) {
       const auto [entry, isNew] = newNames.emplace(oldName, newName);
       if (!isNew && entry->second != newName) {
-        throw GltfFault("cannot give the material " + quotedName(oldName) + " two names, " +
-                        quotedName(entry->second) + " and " + quotedName(newName));
+        return refusal("cannot give the material " + quotedName(oldName) + " two names, " +
+                       quotedName(entry->second) + " and " + quotedName(newName));
       }
     }
-    for (const GltfMaterial& material : scene_.materials) fileNames_.push_back(material.name);
+    for (const GltfUsedMaterial& material : scene_.materials) fileNames_.push_back(material.name);
     for (const auto& [oldName, newName] : newNames) {
       bool isFound = false;
       for (std::size_t index = 0; index < fileNames_.size(); ++index) {
@@ -71,69 +82,74 @@ class Importer {
         scene_.materials[index].name = newName;
         isFound = true;
       }
-      if (!isFound) throwUnknownMaterial(oldName, fileNames_);
+      if (!isFound) return unknownMaterial(oldName, fileNames_);
     }
+    return {};
   }
 
-  void nameHardPoints() {
+  Result<void> nameHardPoints() {
     std::vector<std::string> names;
-    for (const GltfNode& node : scene_.nodes) names.push_back(node.name);
+    for (const GltfSceneNode& node : scene_.nodes) names.push_back(node.name);
     std::set<std::size_t> named;
     for (const auto& [nodeName, pointName] : options_.hardPoints) {
-      const std::size_t node = onlyNode(names, nodeName);
+      const auto found = onlyNode(names, nodeName);
+      if (!found) return found.fault();
+      const std::size_t node = *found;
       if (!pointName.starts_with(kHardPointPrefix)) {
-        throw GltfFault("cannot make " + quotedName(pointName) +
-                        " a hard point; the name of a hard point begins with " +
-                        quotedName(kHardPointPrefix));
+        return refusal("cannot make " + quotedName(pointName) +
+                       " a hard point; the name of a hard point begins with " + quotedName(kHardPointPrefix));
       }
       const bool isTaken =
           std::any_of(scene_.nodes.begin(), scene_.nodes.end(),
-                      [name = &pointName](const GltfNode& other) { return other.name == *name; });
+                      [name = &pointName](const GltfSceneNode& other) { return other.name == *name; });
       if (isTaken && names[node] != pointName) {
-        throw GltfFault("has two nodes for the hard point " + quotedName(pointName));
+        return refusal("has two nodes for the hard point " + quotedName(pointName));
       }
       if (!named.insert(node).second) {
-        throw GltfFault("cannot make the node " + quotedName(nodeName) + " two hard points");
+        return refusal("cannot make the node " + quotedName(nodeName) + " two hard points");
       }
       scene_.nodes[node].name = pointName;
     }
-    for (const GltfNode& node : scene_.nodes) {
+    for (const GltfSceneNode& node : scene_.nodes) {
       if (node.name.starts_with(kHardPointPrefix)) result_.hardPoints.push_back(node.name);
     }
+    return {};
   }
 
-  static std::size_t onlyNode(const std::vector<std::string>& names, const std::string& name) {
+  static Result<std::size_t> onlyNode(const std::vector<std::string>& names, const std::string& name) {
     const auto found = std::find(names.begin(), names.end(), name);
-    if (found == names.end() || name.empty()) throwUnknown("node", name, names);
+    if (found == names.end() || name.empty()) return unknown("node", name, names);
     if (std::find(found + 1, names.end(), name) != names.end()) {
-      throw GltfFault("has several nodes named " + quotedName(name) + "; rename them in the file");
+      return refusal("has several nodes named " + quotedName(name) + "; rename them in the file");
     }
     return static_cast<std::size_t>(found - names.begin());
   }
 
-  void checkNames() {
-    for (const GltfMaterial& material : scene_.materials) {
-      checkName("material", material.name);
+  Result<void> checkNames() {
+    for (const GltfUsedMaterial& material : scene_.materials) {
+      if (auto checked = checkName("material", material.name); !checked) return checked;
       if (material.name.find(' ') == std::string::npos || !material.isVisible) continue;
       result_.warnings.push_back("no destruction state can name the material " + quotedName(material.name) +
                                  ", since there is a space in it");
     }
-    for (const GltfNode& node : scene_.nodes) checkName("node", node.name);
+    for (const GltfSceneNode& node : scene_.nodes)
+      if (auto checked = checkName("node", node.name); !checked) return checked;
+    return {};
   }
 
-  static void checkName(BasicStringRef what, const std::string& name) {
+  static Result<void> checkName(BasicStringRef what, const std::string& name) {
     const std::string start = "has the " + std::string(what) + " name " + quotedName(name) + ", which ";
     if (name.size() > kMaxNameLength) {
-      throw GltfFault(start + "is longer than " + std::to_string(kMaxNameLength) + " bytes");
+      return refusal(start + "is longer than " + std::to_string(kMaxNameLength) + " bytes");
     }
-    if (holdsControls(name) || !isStorable(name))
-      throw GltfFault(start + "holds characters that no file can");
-    if (trimmed(name) != name) throw GltfFault(start + "has white space around it");
-    if (name.empty() && what == "material") throw GltfFault("cannot give a material an empty name");
+    if (holdsControls(name) || !isStorable(name)) return refusal(start + "holds characters that no file can");
+    if (trimmed(name) != name) return refusal(start + "has white space around it");
+    if (name.empty() && what == "material") return refusal("cannot give a material an empty name");
+    return {};
   }
 
-  void assignKinds() {
-    for (const GltfMaterial& material : scene_.materials) {
+  Result<void> assignKinds() {
+    for (const GltfUsedMaterial& material : scene_.materials) {
       ImportedMaterial imported{material.name, material_kinds::kNone, ImportedMaterial::KindSource::name};
       if (material.kind) {
         imported.kind = *material.kind;
@@ -145,21 +161,24 @@ class Importer {
     }
     std::map<std::size_t, std::uint32_t> byOption;
     for (const auto& [name, kind] : options_.materialKinds) {
-      if (kind > kMaxKind) throw GltfFault("cannot give a material a kind above " + std::to_string(kMaxKind));
-      for (const std::size_t index : materialsNamed(name)) {
+      if (kind > kMaxKind) return refusal("cannot give a material a kind above " + std::to_string(kMaxKind));
+      const auto named = materialsNamed(name);
+      if (!named) return named.fault();
+      for (const std::size_t index : *named) {
         const auto [entry, isNew] = byOption.emplace(index, kind);
         if (!isNew && entry->second != kind) {
-          throw GltfFault("cannot give the material " + quotedName(name) + " two kinds, " +
-                          std::to_string(entry->second) + " and " + std::to_string(kind));
+          return refusal("cannot give the material " + quotedName(name) + " two kinds, " +
+                         std::to_string(entry->second) + " and " + std::to_string(kind));
         }
         materials_[index].kind = kind;
         materials_[index].kindSource = ImportedMaterial::KindSource::option;
       }
     }
+    return {};
   }
 
   /// The materials that have a name now; when none has, those that have it in the file.
-  std::vector<std::size_t> materialsNamed(const std::string& name) const {
+  Result<std::vector<std::size_t>> materialsNamed(const std::string& name) const {
     std::vector<std::size_t> found;
     std::vector<std::string> names;
     for (std::size_t index = 0; index < scene_.materials.size(); ++index) {
@@ -170,20 +189,20 @@ class Importer {
     for (std::size_t index = 0; index < fileNames_.size(); ++index) {
       if (fileNames_[index] == name) found.push_back(index);
     }
-    if (found.empty()) throwUnknownMaterial(name, std::move(names));
+    if (found.empty()) return unknownMaterial(name, std::move(names));
     return found;
   }
 
-  void chooseSlots() {
+  Result<void> chooseSlots() {
     std::map<std::string, std::uint32_t> kinds;
     for (std::size_t index = 0; index < materials_.size(); ++index) {
       if (!scene_.materials[index].isVisible) continue;
       const ImportedMaterial& material = materials_[index];
       const auto [entry, isNew] = kinds.emplace(material.name, material.kind);
       if (!isNew && entry->second != material.kind) {
-        throw GltfFault("has two materials named " + quotedName(material.name) + " of the kinds " +
-                        std::to_string(entry->second) + " and " + std::to_string(material.kind) +
-                        "; give them one kind or different names");
+        return refusal("has two materials named " + quotedName(material.name) + " of the kinds " +
+                       std::to_string(entry->second) + " and " + std::to_string(material.kind) +
+                       "; give them one kind or different names");
       }
       if (isOfPartBeyondTheLast(material)) {
         result_.warnings.push_back("the material " + quotedName(material.name) +
@@ -201,6 +220,7 @@ class Importer {
       result_.materials.push_back(material);
       description_.materials.push_back({material.name, material.kind, scene_.materials[index].index});
     }
+    return {};
   }
 
   /// Whether the name is that of a part, but no kind was found for the part's number.
@@ -210,13 +230,16 @@ class Importer {
            (material_kinds::isUndamagedName(material.name) || material_kinds::isDestroyedName(material.name));
   }
 
-  void chooseBspMaterials() {
+  Result<void> chooseBspMaterials() {
     std::vector<std::size_t> chosen;
     for (const std::string& name : options_.bspMaterials) {
-      for (const std::size_t index : materialsNamed(name)) chosen.push_back(index);
+      const auto named = materialsNamed(name);
+      if (!named) return named.fault();
+      chosen.insert(chosen.end(), named->begin(), named->end());
     }
-    const bool hasCollision = std::any_of(scene_.materials.begin(), scene_.materials.end(),
-                                          [](const GltfMaterial& material) { return material.isCollision; });
+    const bool hasCollision =
+        std::any_of(scene_.materials.begin(), scene_.materials.end(),
+                    [](const GltfUsedMaterial& material) { return material.isCollision; });
     for (std::size_t index = 0; index < scene_.materials.size() && options_.bspMaterials.empty(); ++index) {
       if (!hasCollision || scene_.materials[index].isCollision) chosen.push_back(index);
     }
@@ -225,38 +248,48 @@ class Importer {
       const std::string& name = scene_.materials[index].name;
       if (seen.insert(name).second) result_.bspMaterials.push_back(name);
     }
+    return {};
   }
 
-  void write(BasicStringRef stem, const std::filesystem::path& root,
-             const std::optional<files::FileIdentity>& taken) {
+  Result<void> write(BasicStringRef stem, const std::filesystem::path& root,
+                     const std::optional<files::FileIdentity>& taken) {
     description_.stem = stem;
-    description_.glb = std::move(scene_.glb);
     description_.box = scene_.box;
     description_.bspMaterials = result_.bspMaterials;
-    for (GltfNode& node : scene_.nodes) description_.nodes.push_back({std::move(node.name), node.parent});
-    const Result<void> written = writeModelFiles(description_, root, taken, options_.overwrite);
-    if (!written) throw GltfFault("cannot be imported: " + textOf(written.fault()));
+    for (GltfSceneNode& node : scene_.nodes)
+      description_.nodes.push_back({std::move(node.name), node.parent});
+    // Nothing may fail once the files are written.
     result_.modelName = modelNameOf(stem);
     result_.visualName = visualNameOf(stem);
     result_.geometryName = geometryNameOf(stem);
     result_.boxMin = scene_.box.min;
     result_.boxMax = scene_.box.max;
+    Result<void> written = writeModelFiles(description_, root, taken, options_.overwrite);
+    if (!written) {
+      // The fault's own place is another file than the source.
+      Fault fault = std::move(written).fault();
+      fault.what = "cannot be imported: " + textOf(fault);
+      fault.remedy.clear();
+      fault.file.clear();
+      fault.line = fault.column = 0;
+      return fault;
+    }
+    return {};
   }
 
-  [[noreturn]] void throwUnknownMaterial(const std::string& name, std::vector<std::string> existing) const {
+  Fault unknownMaterial(const std::string& name, std::vector<std::string> existing) const {
     const auto& unused = scene_.unusedMaterials;
     if (std::find(unused.begin(), unused.end(), name) != unused.end()) {
-      throw GltfFault("has the material " + quotedName(name) + " on no mesh of its scene");
+      return refusal("has the material " + quotedName(name) + " on no mesh of its scene");
     }
-    throwUnknown("material", name, std::move(existing));
+    return unknown("material", name, std::move(existing));
   }
 
-  [[noreturn]] static void throwUnknown(const std::string& what, const std::string& name,
-                                        std::vector<std::string> existing) {
+  static Fault unknown(const std::string& what, const std::string& name, std::vector<std::string> existing) {
     std::sort(existing.begin(), existing.end());
     existing.erase(std::unique(existing.begin(), existing.end()), existing.end());
     existing.erase(std::remove(existing.begin(), existing.end(), std::string()), existing.end());
-    throw GltfFault("has no " + what + " " + quotedName(name) + nameSuggestion(name, existing));
+    return refusal("has no " + what + " " + quotedName(name) + nameSuggestion(name, existing));
   }
 
   GltfScene scene_;
@@ -278,32 +311,56 @@ bool isEveryStepShort(BasicStringRef name) {
   }
 }
 
+Result<ImportedModel> importNamed(const std::filesystem::path& source, BasicStringRef modelName,
+                                  const std::filesystem::path& root, const GltfImportOptions& options) {
+  std::string stem = normalisedName(modelName);
+  stem.resize(stem.size() - kModelExtension.size());
+  const auto taken = options.takenRoot ? options.takenRoot : files::identityAt(root);
+  const GltfSources sources{source.has_parent_path() ? source.parent_path() : ".", options.sourceRoots};
+  std::vector<std::string> warnings;
+  const auto document = readGltf(source, sources, warnings);
+  if (!document) return document.fault();
+  auto scene = sceneOf(**document);
+  if (!scene) return std::move(scene).fault();
+  return Importer(*std::move(scene), std::move((*document)->glb), options)
+      .run(stem, root, taken, std::move(warnings));
+}
+
 }  // namespace
 
-std::string faultOfImportedName(BasicStringRef modelName) {
-  const Result<void> checked = FS::MultiFileSystem::checkName(modelName);
-  if (!checked) return "is no name of a resource, it " + checked.fault().what;
-  if (modelName.size() > kMaxNameLength || !isEveryStepShort(modelName)) return "is too long a name";
-  if (holdsControls(modelName) || !isStorable(modelName) || trimmed(modelName) != modelName) {
-    return "is no name that files can hold";
-  }
+Result<void> checkImportedName(BasicStringRef modelName) {
+  if (const Result<void> checked = FS::MultiFileSystem::checkName(modelName); !checked)
+    return refusal("is no name of a resource, it " + checked.fault().what);
+  if (modelName.size() > kMaxNameLength || !isEveryStepShort(modelName)) return refusal("is too long a name");
+  if (holdsControls(modelName) || !isStorable(modelName) || trimmed(modelName) != modelName)
+    return refusal("is no name that files can hold");
   const BasicStringRef file = modelName.substr(modelName.rfind('/') + 1);
   if (file.ends_with(kModelExtension) && file.size() > kModelExtension.size()) return {};
-  return "is no name of a model, which must end in " + quotedName(kModelExtension);
+  return refusal("is no name of a model, which must end in " + quotedName(kModelExtension));
 }
 
 Result<ImportedModel> importGltf(const std::filesystem::path& source, BasicStringRef modelName,
                                  const std::filesystem::path& root, const GltfImportOptions& options) {
-  if (std::string fault = faultOfImportedName(modelName); !fault.empty())
-    return Fault{FaultKind::refused, std::move(fault), "", quotedName(modelName)};
+  Fault fault;
   try {
-    std::string stem = normalisedName(modelName);
-    stem.resize(stem.size() - kModelExtension.size());
-    const auto taken = options.takenRoot ? options.takenRoot : files::identityAt(root);
-    return Importer(readGltf(source), options).run(stem, root, taken);
-  } catch (const std::exception& fault) {
-    return Fault{FaultKind::refused, fault.what(), "", shownName(source.string())};
+    if (auto checked = checkImportedName(modelName); !checked) {
+      fault = std::move(checked).fault();
+      fault.file = quotedName(modelName);
+      return fault;
+    }
+    auto imported = importNamed(source, modelName, root, options);
+    if (imported) return imported;
+    fault = std::move(imported).fault();
+    if (fault.kind == FaultKind::malformed && fault.remedy.empty()) fault.remedy = kExportAgain;
+  } catch (const std::bad_alloc&) {
+    fault = {FaultKind::system, "needs more memory than there is",
+             "close some programs, or split the model, and import again"};
+  } catch (const std::exception& exception) {
+    fault = {FaultKind::system, std::string("cannot be imported: ") + exception.what(),
+             "see that its files can be read, and import again"};
   }
+  fault.file = shownName(source.string());
+  return fault;
 }
 
 }  // namespace Tal

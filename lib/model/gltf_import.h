@@ -28,6 +28,8 @@ struct GltfImportOptions {
   /// The BSP materials; when empty, those of the collision nodes; when there are no collision nodes, those of
   /// every mesh.
   std::vector<std::string> bspMaterials = {};
+  /// Folders besides the source's own from which its images and buffers may be read, with all below them.
+  std::vector<std::filesystem::path> sourceRoots = {};
   /// Whether files of the model that are already there are replaced; if not, they are an error.
   bool overwrite = false;
   /// The folder that the resource root has to be still; else the one that it is when the import begins.
@@ -59,9 +61,9 @@ struct ImportedModel {
   std::vector<std::string> warnings;
 };
 
-/// Why no model can be imported under this name, a clause about it ("is too long a name"); empty when one
-/// can. Usable on any thread.
-std::string faultOfImportedName(BasicStringRef modelName);
+/// Whether a model can be imported under this name; the fault is about it ("is too long a name"). Usable on
+/// any thread.
+Result<void> checkImportedName(BasicStringRef modelName);
 
 /// Makes the model `modelName` ("NAME.model"), its visual and its geometry below the resource root `root` out
 /// of the glTF 2.0 file `source` (.glb, or .gltf with its buffers). After a fault no file is made or changed.

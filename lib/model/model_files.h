@@ -3,7 +3,7 @@
 #include <core/result.h>
 #include <core/string_ref.h>
 #include <files/file_identity.h>
-#include <model/gltf_bounds.h>
+#include <model/bounding_box.h>
 
 #include <cstdint>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include "gltf_scene.h"
 
-#include <model/gltf_container.h>
+#include <model/gltf/container.h>
 
 #include <algorithm>
 #include <cmath>

@@ -39,13 +39,14 @@ struct Library {
   std::array<std::string_view, 3> folders;
 };
 
-constexpr std::array<Library, 23> kLibraries = {{
+constexpr std::array<Library, 24> kLibraries = {{
     {"spdlog/", "spdlog", {"lib/core/"}},
     {"fmt/", "fmt", {"lib/core/", "apps/"}},
     {"expat", "expat", {"lib/xml/"}},
     {"xxhash", "xxHash", {"lib/files/"}},
     {"iconv.h", "iconv", {"lib/xml/"}},
-    {"tiny_gltf", "tinygltf", {"lib/model/"}},
+    {"draco/", "Draco", {"lib/model/"}},
+    {"meshoptimizer.h", "meshoptimizer", {"lib/model/"}},
     {"nlohmann/", "nlohmann-json", {"lib/model/", "apps/"}},
     {"CLI/", "CLI11", {"apps/"}},
     {"Qt", "Qt", {"apps/editor/"}},

@@ -194,7 +194,26 @@ TEST_F(Import, RefusesASourceThatIsTooLargeBeforeItSaysThatItImports) {
   const std::string large = (elsewhere / "large.glb").string();
   elsewhere.write("large.glb", "glTF");
   fs::resize_file(large, (std::uintmax_t{512} << 20U) + 1);
-  EXPECT_EQ(refusal({"import", large, "content/large.model"}), large + ": is larger than 512 MiB");
+  EXPECT_EQ(refusal({"import", large, "content/large.model"}),
+            large + ": is larger than 512 MiB; make it smaller, or split the model");
+}
+
+TEST_F(Import, TakesBuffersOfOtherFoldersWhenTheyAreAllowed) {
+  const fs::path source = barrel();
+  fs::create_directories(folder_ / "kit/models");
+  fs::copy_file(source.parent_path() / "barrel.bin", folder_ / "kit/barrel.bin");
+  std::string text = folder_.read(source.string());
+  const std::size_t place = text.find("barrel.bin");
+  ASSERT_NE(place, std::string::npos);
+  folder_.write("kit/models/barrel.gltf", text.insert(place, "../"));
+  EXPECT_THAT(refusal({"import", "kit/models/barrel.gltf", "content/new/barrel.model"}),
+              testing::HasSubstr("allow its folder with --source-root"));
+  EXPECT_EQ(
+      run({"import", "kit/models/barrel.gltf", "content/new/barrel.model", "--source-root", "kit"}).status,
+      0);
+  EXPECT_THAT(
+      misuse({"import", "kit/models/barrel.gltf", "content/new/barrel.model", "--source-root", "none"}),
+      testing::HasSubstr("\"none\" is no folder"));
 }
 
 TEST_F(Import, NamesTheFileAndTheFaultOfABrokenOne) {

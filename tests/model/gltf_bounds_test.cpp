@@ -159,12 +159,23 @@ TEST_F(TheBoundingBox, ReadsQuantizedPositions) {
   expectBox(builder, {-1, 0, 0}, {1, 64.0F / 127, 1});
 }
 
-TEST_F(TheBoundingBox, TakesASkinnedMeshAsItWasModelled) {
+TEST_F(TheBoundingBox, CountsAMeshAtEachOfItsInstances) {
   GltfBuilder builder = cubeBuilder();
-  builder.addNode("joint");
-  builder.root["skins"] = {{{"joints", {1}}}};
-  builder.root["nodes"][0]["skin"] = 0;
   builder.root["nodes"][0]["translation"] = {100, 0, 0};
+  auto& attributes = builder.root["nodes"][0]["extensions"]["EXT_mesh_gpu_instancing"]["attributes"];
+  attributes["TRANSLATION"] = builder.addPositions({{0, 0, 0}, {10, 0, 0}, {0, 20, 0}});
+  expectBox(builder, {100, 0, 0}, {111, 21, 1});
+  attributes["SCALE"] = builder.addPositions({{1, 1, 1}, {2, 2, 2}, {1, 1, -3}});
+  // A quarter turn of the second: x to y, y to -x.
+  attributes["ROTATION"] = builder.addWeights({{0, 0, 0, 1}, {0, 0, kHalfTurn, kHalfTurn}, {0, 0, 0, 1}});
+  ASSERT_TRUE(std::filesystem::remove_all(root() / "content") > 0);
+  expectBox(builder, {100, 0, -3}, {110, 21, 2});
+}
+
+TEST_F(TheBoundingBox, IsFoundQuicklyForAMillionInstancesInOnePlace) {
+  GltfBuilder builder = cubeBuilder();
+  builder.root["accessors"].push_back({{"componentType", 5126}, {"count", 1'000'000}, {"type", "VEC3"}});
+  builder.root["nodes"][0]["extensions"]["EXT_mesh_gpu_instancing"]["attributes"]["TRANSLATION"] = 1;
   expectBox(builder, {0, 0, 0}, {1, 1, 1});
 }
 

@@ -59,6 +59,21 @@ int GltfBuilder::addPositions(const Points& points) {
                      {{"componentType", 5126}, {"count", points.size()}, {"type", "VEC3"}});
 }
 
+int GltfBuilder::addJoints(const std::vector<FourBytes>& joints) {
+  return addAccessor({reinterpret_cast<const char*>(joints.data()), joints.size() * sizeof(joints[0])},
+                     {{"componentType", 5121}, {"count", joints.size()}, {"type", "VEC4"}});
+}
+
+int GltfBuilder::addWeights(const std::vector<FourFloats>& weights) {
+  return addAccessor({reinterpret_cast<const char*>(weights.data()), weights.size() * sizeof(weights[0])},
+                     {{"componentType", 5126}, {"count", weights.size()}, {"type", "VEC4"}});
+}
+
+int GltfBuilder::addMatrices(const std::vector<Matrix4>& matrices) {
+  return addAccessor({reinterpret_cast<const char*>(matrices.data()), matrices.size() * sizeof(matrices[0])},
+                     {{"componentType", 5126}, {"count", matrices.size()}, {"type", "MAT4"}});
+}
+
 int GltfBuilder::addMaterial(const std::string& name) {
   return push("materials", {{"name", name}});
 }

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
@@ -10,6 +11,13 @@
 namespace support {
 
 using Points = std::vector<std::array<float, 3>>;
+using FourBytes = std::array<std::uint8_t, 4>;
+using FourFloats = std::array<float, 4>;
+
+/// A matrix of 4 times 4 numbers, column by column; a new one is the identity.
+struct Matrix4 {
+  std::array<float, 16> numbers{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+};
 
 /// The corners of a box.
 Points boxPoints(const std::array<float, 3>& min, const std::array<float, 3>& max);
@@ -28,6 +36,9 @@ class GltfBuilder {
     return addAccessor({reinterpret_cast<const char*>(indices.data()), indices.size() * sizeof(Index)},
                        {{"componentType", kComponentType}, {"count", indices.size()}, {"type", "SCALAR"}});
   }
+  int addJoints(const std::vector<FourBytes>& joints);
+  int addWeights(const std::vector<FourFloats>& weights);
+  int addMatrices(const std::vector<Matrix4>& matrices);
   int addMaterial(const std::string& name);
   /// A mesh of one primitive; a negative material means none.
   int addMesh(const Points& points, int material);

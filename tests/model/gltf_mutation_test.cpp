@@ -24,7 +24,11 @@ GltfBuilder richBuilder() {
   root["nodes"][0]["scale"] = {1, 2, 3};
   root["nodes"][1]["matrix"] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 6, 7, 1};
   root["nodes"][0]["skin"] = 0;
-  root["skins"] = {{{"joints", {1}}, {"inverseBindMatrices", 0}}};
+  root["skins"] = {{{"joints", {1}}, {"inverseBindMatrices", builder.addMatrices({{}})}}};
+  auto& attributes = root["meshes"][0]["primitives"][0]["attributes"];
+  attributes["JOINTS_0"] = builder.addJoints(std::vector<support::FourBytes>(8));
+  attributes["WEIGHTS_0"] = builder.addWeights(std::vector<support::FourFloats>(8, {1, 0, 0, 0}));
+  root["nodes"][2]["extensions"]["EXT_mesh_gpu_instancing"]["attributes"] = {{"TRANSLATION", 0}};
   root["cameras"] = {{{"type", "perspective"}, {"perspective", {{"yfov", 1}, {"znear", 1}}}}};
   root["images"] = {{{"bufferView", 0}, {"mimeType", "image/png"}}};
   root["samplers"] = {{{"wrapS", 10497}}};
@@ -39,7 +43,7 @@ GltfBuilder richBuilder() {
   root["accessors"][0]["min"] = {0, 0, 0};
   root["animations"] = {{{"channels", {{{"sampler", 0}, {"target", {{"node", 0}, {"path", "scale"}}}}}},
                          {"samplers", {{{"input", 0}, {"output", 0}}}}}};
-  root["extensionsUsed"] = {"KHR_lights_punctual", "MSFT_lod"};
+  root["extensionsUsed"] = {"EXT_mesh_gpu_instancing", "KHR_lights_punctual", "MSFT_lod"};
   root["extensions"] = {{"KHR_lights_punctual", {{"lights", {{{"type", "spot"}, {"spot", {{"a", 1}}}}}}}}};
   root["nodes"][0]["extensions"] = {{"KHR_lights_punctual", {{"light", 0}}}, {"MSFT_lod", {{"ids", {1}}}}};
   return builder;

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <core/result.h>
 #include <core/string_ref.h>
-#include <model/gltf_limits.h>
 
 #include <cstddef>
 #include <string>
@@ -18,10 +18,10 @@ struct GltfContainer {
   bool isBinary = false;  ///< whether the file is a .glb
 };
 
-/// Takes a .glb or .gltf apart; which of the two it is, its first bytes say. Throws GltfFault when it is
+/// Takes a .glb or .gltf apart; which of the two it is, its first bytes say. A fault when it is
 /// neither, or when the parts of a .glb do not fit together. What the JSON says is not looked at. Usable on
 /// any thread, as is joinGlb.
-GltfContainer splitGltf(BasicStringRef bytes);
+Result<GltfContainer> splitGltf(BasicStringRef bytes);
 
 /// The bytes of the .glb of a document's JSON text and its binary data, which may be empty; both are padded
 /// as the format demands. Together they must be smaller than 4 GiB.

@@ -1,28 +1,26 @@
 #pragma once
 
+#include <model/gltf/document.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-
-namespace tinygltf {
-class Model;
-}
 
 namespace Tal {
 
 /// A number from any place in a buffer, aligned or not.
 template <class Number>
-Number readNumber(const unsigned char* bytes) {
+Number readNumber(const char* bytes) {
   Number number;
   std::memcpy(&number, bytes, sizeof(number));
   return number;
 }
 
 /// A whole number of 1, 2 or 4 bytes, as `size` says.
-inline std::uint32_t readUnsigned(const unsigned char* bytes, std::size_t size) {
+inline std::uint32_t readUnsigned(const char* bytes, std::size_t size) {
   switch (size) {
     case 1:
-      return *bytes;
+      return readNumber<std::uint8_t>(bytes);
     case 2:
       return readNumber<std::uint16_t>(bytes);
     default:
@@ -30,23 +28,19 @@ inline std::uint32_t readUnsigned(const unsigned char* bytes, std::size_t size) 
   }
 }
 
-/// The size in bytes of one component of an accessor; `componentType` is one that the format knows.
-std::size_t gltfComponentSize(int componentType);
-
-/// The elements of an accessor as its buffer view and its sparse values give them. A view of the model, which
-/// was checked (see checkGltfJson).
+/// The elements of an accessor as its buffer view and its sparse values give them. A view of the document,
+/// which was checked (see checkGltf) and whose data was taken in.
 class GltfElements {
  public:
-  /// `index` is that of an accessor of `model`, which outlives this object.
-  GltfElements(const tinygltf::Model& model, std::size_t index);
+  GltfElements(const GltfDocument& document, const GltfAccessor& accessor);
 
   /// Calls `visit` with the first byte of every element, in order. Elements that no buffer view holds are
-  /// zero; null then stands for all of them together. The sparse indices were checked (see checkGltfIndices).
+  /// zero; null then stands for all of them together. The sparse indices were checked (see checkGltfData).
   template <class Visit>
   void forEach(Visit visit) const {
     std::size_t nextSparse = 0;
     if (data_ == nullptr) {
-      if (sparseCount_ < count_) visit(static_cast<const unsigned char*>(nullptr));
+      if (sparseCount_ < count_) visit(static_cast<const char*>(nullptr));
       for (; nextSparse < sparseCount_; ++nextSparse) visit(sparseValue(nextSparse));
       return;
     }
@@ -55,6 +49,9 @@ class GltfElements {
       visit(isReplaced ? sparseValue(nextSparse++) : data_ + index * stride_);
     }
   }
+
+  /// The first byte of one element; null when it is zero because no buffer view holds it.
+  const char* at(std::size_t index) const;
 
   /// How many elements the accessor has, those included that its sparse values replace.
   std::size_t count() const noexcept { return count_; }
@@ -66,15 +63,20 @@ class GltfElements {
     return readUnsigned(sparseIndices_ + index * sparseIndexSize_, sparseIndexSize_);
   }
 
- private:
-  const unsigned char* sparseValue(std::size_t index) const { return sparseValues_ + index * elementSize_; }
+  /// A component of an element as the format maps it to a number; 0 of an element that is null.
+  double component(const char* element, std::size_t index) const;
 
-  const unsigned char* data_ = nullptr;  // null without a buffer view
+ private:
+  const char* sparseValue(std::size_t index) const { return sparseValues_ + index * elementSize_; }
+
+  const char* data_ = nullptr;  // null without a buffer view
+  GltfComponent component_;
+  bool isNormalized_;
   std::size_t count_;
   std::size_t elementSize_;
   std::size_t stride_ = 0;
-  const unsigned char* sparseIndices_ = nullptr;
-  const unsigned char* sparseValues_ = nullptr;
+  const char* sparseIndices_ = nullptr;
+  const char* sparseValues_ = nullptr;
   std::size_t sparseCount_ = 0;
   std::size_t sparseIndexSize_ = 0;
 };

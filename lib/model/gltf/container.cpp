@@ -1,7 +1,8 @@
-#include <model/gltf_container.h>
-#include <model/gltf_fault.h>
+#include <model/gltf/container.h>
+#include <model/gltf/fault.h>
 
 #include <cstdint>
+#include <utility>
 
 namespace Tal {
 namespace {
@@ -31,47 +32,49 @@ void appendUint32(std::string& bytes, std::size_t value) {
   for (unsigned index = 0; index < 4; ++index) bytes += static_cast<char>(value >> (8U * index) & 0xffU);
 }
 
-void checkHeader(BasicStringRef bytes) {
-  if (bytes.size() < kHeaderSize) throw GltfFault("is cut off inside its header");
+Result<void> checkHeader(BasicStringRef bytes) {
+  if (bytes.size() < kHeaderSize) return gltfFault("is cut off inside its header");
   const std::uint32_t version = readUint32(bytes, 4);
   if (version != kContainerVersion) {
-    throw GltfFault("is a .glb of version " + std::to_string(version) + "; only version 2 can be imported");
+    return gltfFault("is a .glb of version " + std::to_string(version) + "; only version 2 can be imported");
   }
   const std::uint32_t length = readUint32(bytes, 8);
-  if (length == bytes.size()) return;
-  throw GltfFault("is " + std::string(length > bytes.size() ? "cut off" : "followed by other data") +
-                  ": its header announces " + std::to_string(length) + " bytes, the file has " +
-                  std::to_string(bytes.size()));
+  if (length == bytes.size()) return {};
+  return gltfFault("is " + std::string(length > bytes.size() ? "cut off" : "followed by other data") +
+                   ": its header announces " + std::to_string(length) + " bytes, the file has " +
+                   std::to_string(bytes.size()));
 }
 
 /// The chunk that begins at `offset`, which is moved behind it.
-Chunk takeChunk(BasicStringRef bytes, std::size_t& offset) {
-  if (bytes.size() - offset < kChunkHeaderSize) throw GltfFault("is cut off inside a chunk's header");
+Result<Chunk> takeChunk(BasicStringRef bytes, std::size_t& offset) {
+  if (bytes.size() - offset < kChunkHeaderSize) return gltfFault("is cut off inside a chunk's header");
   const std::uint32_t length = readUint32(bytes, offset);
   const std::uint32_t type = readUint32(bytes, offset + 4);
   offset += kChunkHeaderSize;
   if (length > bytes.size() - offset) {
-    throw GltfFault("has a chunk of " + std::to_string(length) + " bytes with " +
-                    std::to_string(bytes.size() - offset) + " bytes left in the file");
+    return gltfFault("has a chunk of " + std::to_string(length) + " bytes with " +
+                     std::to_string(bytes.size() - offset) + " bytes left in the file");
   }
   if (length % kGlbAlignment != 0) {
-    throw GltfFault("has a chunk of " + std::to_string(length) + " bytes, which is no multiple of 4");
+    return gltfFault("has a chunk of " + std::to_string(length) + " bytes, which is no multiple of 4");
   }
   const BasicStringRef data = bytes.substr(offset, length);
   offset += length;
-  return {type, data};
+  return Chunk{type, data};
 }
 
-GltfContainer splitGlb(BasicStringRef bytes) {
-  checkHeader(bytes);
+Result<GltfContainer> splitGlb(BasicStringRef bytes) {
+  if (const auto checked = checkHeader(bytes); !checked) return checked.fault();
   std::size_t offset = kHeaderSize;
-  const Chunk text = takeChunk(bytes, offset);
-  if (text.type != kJsonChunk) throw GltfFault("does not begin with a JSON chunk");
-  GltfContainer container{text.data, {}, true};
+  const auto text = takeChunk(bytes, offset);
+  if (!text) return text.fault();
+  if (text->type != kJsonChunk) return gltfFault("does not begin with a JSON chunk");
+  GltfContainer container{text->data, {}, true};
   while (offset < bytes.size()) {
-    const Chunk chunk = takeChunk(bytes, offset);
+    const auto chunk = takeChunk(bytes, offset);
+    if (!chunk) return chunk.fault();
     // Only the second chunk can be the binary one; chunks of other types are to be ignored.
-    if (chunk.type == kBinChunk && container.bin.empty()) container.bin = chunk.data;
+    if (chunk->type == kBinChunk && container.bin.empty()) container.bin = chunk->data;
   }
   return container;
 }
@@ -86,15 +89,15 @@ void appendChunk(std::string& glb, std::uint32_t type, BasicStringRef data, char
 
 }  // namespace
 
-GltfContainer splitGltf(BasicStringRef bytes) {
-  if (bytes.empty()) throw GltfFault("is empty");
+Result<GltfContainer> splitGltf(BasicStringRef bytes) {
+  if (bytes.empty()) return gltfFault("is empty");
   if (bytes.starts_with(kMagic)) return splitGlb(bytes);
   if (bytes.starts_with(kByteOrderMark)) bytes.remove_prefix(kByteOrderMark.size());
   const std::size_t first = bytes.find_first_not_of(" \t\r\n");
   if (first == BasicStringRef::npos || bytes[first] != '{') {
-    throw GltfFault("is neither a .glb nor a .gltf file");
+    return gltfFault("is neither a .glb nor a .gltf file");
   }
-  return {bytes, {}, false};
+  return GltfContainer{bytes, {}, false};
 }
 
 std::string joinGlb(BasicStringRef text, BasicStringRef bin) {

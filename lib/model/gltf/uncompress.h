@@ -1,0 +1,42 @@
+#pragma once
+
+#include <core/result.h>
+#include <model/gltf/document.h>
+
+#include <cstddef>
+
+namespace Tal {
+
+/// How many bytes uncompressing may still take of memory or work. A stream can announce any size, so what all
+/// streams of a file take together is bounded by a fixed sum and a multiple of what they are made from.
+class GltfBudget {
+ public:
+  /// For a file of so many bytes.
+  explicit GltfBudget(std::size_t fileSize) noexcept : left_(kFixed + kTimes * fileSize) {}
+
+  /// Whether so many bytes are left, which are then taken.
+  bool take(std::size_t bytes) noexcept {
+    if (bytes > left_) return false;
+    left_ -= bytes;
+    return true;
+  }
+
+ private:
+  static constexpr std::size_t kFixed = std::size_t{64} << 20U;
+  static constexpr std::size_t kTimes = 2048;  // a flat grid takes next to nothing
+
+  std::size_t left_;
+};
+
+/// Uncompresses the views of EXT_meshopt_compression, and of KHR_meshopt_compression where that holds nothing
+/// else than the former (streams of version 0, no colour filter). Afterwards every view shows its bytes.
+/// `document` was checked (see checkGltf) and its data taken in (see embedGltfData). The fault has the place
+/// of the view. Usable on any thread, as is uncompressGltfMeshes.
+Result<void> uncompressGltfViews(GltfDocument& document, GltfBudget& budget);
+
+/// Uncompresses the primitives of KHR_draco_mesh_compression. Afterwards their attributes and indices are new
+/// accessors at the end of the document's, of the types and counts that the compressed ones announce; indices
+/// have 32 bits. The views were uncompressed.
+Result<void> uncompressGltfMeshes(GltfDocument& document, GltfBudget& budget);
+
+}  // namespace Tal
