@@ -27,10 +27,19 @@ struct StreamCloser {
   void operator()(DIR* stream) const noexcept { ::closedir(stream); }
 };
 
+/// The operating system; never destroyed, since threads and statics may use it until the process ends.
+union OperatingSystem {
+  OperatingSystem() noexcept : system() {}
+  OperatingSystem(const OperatingSystem&) = delete;
+  OperatingSystem& operator=(const OperatingSystem&) = delete;
+  ~OperatingSystem() {}
+
+  System system;
+};
+
 std::atomic<System*>& current() noexcept {
-  // Never destroyed: threads and statics may use it until the process ends.
-  static auto* const s_operatingSystem = new System;
-  static std::atomic<System*> s_current = s_operatingSystem;
+  static OperatingSystem s_operatingSystem;
+  static std::atomic<System*> s_current = &s_operatingSystem.system;
   return s_current;
 }
 
