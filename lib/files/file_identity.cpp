@@ -3,6 +3,8 @@
 
 #include <sys/stat.h>
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <ctime>
 

@@ -8,6 +8,8 @@
 #include <sys/inotify.h>
 #include <sys/stat.h>
 
+#include <fcntl.h>
+
 #include <cerrno>
 #include <cstring>
 #include <system_error>

@@ -177,8 +177,8 @@ TEST_F(AnImport, LeavesOutImagesOfOtherFoldersAndSaysHowTheyAreTakenIn) {
 
 TEST_F(AnImport, TakesInABufferOfAFolderThatIsAllowed) {
   GltfBuilder builder = cubeBuilder();
-  builder.root["buffers"][0]["uri"] = "../shared/in.bin";
-  folder_.write("shared/in.bin", builder.bin);
+  builder.root["buffers"][0]["uri"] = "../common/in.bin";
+  folder_.write("common/in.bin", builder.bin);
   writeSource(builder.json(), "source/in.gltf");
   EXPECT_THAT(refusal(), testing::HasSubstr("--source-root"));
   EXPECT_TRUE(import({.sourceRoots = {folder_ / "shared"}})) << error_;
