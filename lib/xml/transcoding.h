@@ -13,7 +13,7 @@ namespace Tal::xml {
 Result<files::ByteBuffer> toUtf8(files::ByteBuffer bytes, Encoding encoding);
 
 /// The bytes of valid UTF-8 text whose characters are none above largestCharacter(encoding): the text itself
-/// where they are the same. A fault when the text is other, or the system no longer knows the encoding.
-Result<std::string> fromUtf8(std::string text, Encoding encoding);
+/// where they are the same.
+std::string fromUtf8(std::string text, Encoding encoding);
 
 }  // namespace Tal::xml

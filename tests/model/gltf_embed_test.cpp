@@ -181,7 +181,7 @@ TEST_F(AnImport, TakesInABufferOfAFolderThatIsAllowed) {
   folder_.write("common/in.bin", builder.bin);
   writeSource(builder.json(), "source/in.gltf");
   EXPECT_THAT(refusal(), testing::HasSubstr("--source-root"));
-  EXPECT_TRUE(import({.sourceRoots = {folder_ / "shared"}})) << error_;
+  EXPECT_TRUE(import({.sourceRoots = {folder_ / "common"}})) << error_;
 }
 
 }  // namespace

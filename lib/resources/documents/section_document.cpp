@@ -164,9 +164,7 @@ Result<void> SectionDocument::writeOwn() {
 }
 
 Result<void> SectionDocument::writeOwnAt(const files::OpenPlace& place) {
-  const auto encoded = xml::fromUtf8(tree_.serialise(), encoding_);
-  if (!encoded) return encoded.fault();
-  const BasicStringRef bytes = *encoded;
+  const std::string bytes = xml::fromUtf8(tree_.serialise(), encoding_);
   Result<void> written;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const auto standing = place.look();
@@ -244,9 +242,7 @@ Result<void> SectionDocument::writeOther(BasicStringRef resourceName) const {
   if (!rooted) return failedSave(resourceName, rooted.fault(), "");
   auto place = files::OpenPlace::open(*rooted);
   if (!place) return failedSave(resourceName, place.fault(), "");
-  const auto encoded = xml::fromUtf8(tree_.serialise(), encoding_);
-  if (!encoded) return failedSave(resourceName, encoded.fault(), "");
-  const BasicStringRef bytes = *encoded;
+  const std::string bytes = xml::fromUtf8(tree_.serialise(), encoding_);
   if (place->identity()) {
     const auto content = files::readFile(*place, xml::kLargestSource);
     if (content && bytes == content->bytes.view()) return {};
