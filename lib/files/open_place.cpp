@@ -79,8 +79,8 @@ Result<OpenPlace> OpenPlace::open(const RootedPath& place) {
 }
 
 Result<OpenPlace> OpenPlace::open(const OpenRoot& root, const fs::path& name) {
+  if (auto place = withoutLinks(root, name)) return *std::move(place);
   OpenPlace place;
-  if (place.openWithoutLinks(root, name)) return place;
   std::error_code error;
   place.path_ = system().weaklyCanonical(root.path() / name, error);
   if (error) return failedStep("examining", root.path() / name, error.value());
@@ -98,14 +98,15 @@ Result<OpenPlace> OpenPlace::open(const OpenRoot& root, const fs::path& name) {
   return place;
 }
 
-bool OpenPlace::openWithoutLinks(const OpenRoot& root, const fs::path& name) {
+std::optional<OpenPlace> OpenPlace::withoutLinks(const OpenRoot& root, const fs::path& name) {
+  OpenPlace place;
   const fs::path folder = name.parent_path();
-  folder_ = openBeneath(root.folder(), folder.empty() ? "." : folder);
-  if (!folder_) return false;
-  name_ = name.filename().native();
-  path_ = root.path() / name;
-  const auto standing = look();
-  return standing && !standing->isLink;
+  place.folder_ = openBeneath(root.folder(), folder.empty() ? "." : folder);
+  if (!place.folder_) return std::nullopt;
+  place.name_ = name.filename().native();
+  place.path_ = root.path() / name;
+  const auto standing = place.look();
+  return standing && !standing->isLink ? std::optional(std::move(place)) : std::nullopt;
 }
 
 Result<void> OpenPlace::walk(const OpenRoot& root, const fs::path& folder) {

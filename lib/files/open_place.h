@@ -85,9 +85,8 @@ class OpenPlace {
     std::string name;
   };
 
-  /// Opens the place if no link leads there and the folder exists; false when that is not so or cannot be
-  /// told.
-  bool openWithoutLinks(const OpenRoot& root, const std::filesystem::path& name);
+  /// The place, if no link leads there and its folder exists; empty when that is not so or cannot be told.
+  static std::optional<OpenPlace> withoutLinks(const OpenRoot& root, const std::filesystem::path& name);
   /// Opens a folder step by step, and makes those that are missing.
   Result<void> walk(const OpenRoot& root, const std::filesystem::path& folder);
 
