@@ -24,8 +24,8 @@ struct CatalogueEntry {
   std::optional<bool> hasModelFile = false;           ///< empty when its place cannot be examined
 };
 
-/// A fault, which goes on from the name, when no model can be of it: it names no resource, or is not the only
-/// spelling that the database may use.
+/// A fault when no model can have this name: it names no resource, or is not spelled as in the database. Its
+/// text goes on from the name.
 Result<void> checkSpelling(const std::string& modelName);
 
 /// Whether a model can be of this name, see checkSpelling.

@@ -20,9 +20,9 @@ namespace Tal::authoring {
 /// The database as it is in the file now; null when it is missing or cannot be read.
 SmartPointer<DataSection> openDatabase();
 
-/// Has `edit` change the database as it is in the file now (null when that cannot be read), and writes it
-/// with one replacement of the file. A fault when `edit` gives one or the file cannot be written: then the
-/// file is as it was, and so is the document.
+/// Lets `edit` change the database as it is in the file now, null when that cannot be read. Writes it with
+/// one replacement of the file. A fault when `edit` gives one or the file cannot be written: then the file is
+/// as it was, and so is the document.
 Result<void> editDatabase(const std::function<Result<void>(const SmartPointer<DataSection>& database)>& edit);
 
 /// The model that an entry describes; empty when it names none.

@@ -187,15 +187,15 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   bool loadConfig(bool force);
 
   /// Writes the model's entry to the file, removes its other entries there and reloads the tables. False when
-  /// the file could not be opened or written: the file is then whole, the edits stay in the tables, and a
+  /// the file could not be opened or written. The file is then whole, and the edits stay in the tables; a
   /// critical message has said why, unless the file is missing.
   ///
   /// - A model of no category loses its entries in the file; the result is false all the same, and the tables
   ///   are not reloaded.
   /// - A fragile or falling atom without a record in the tables is not written; that is no failure.
   /// - A helper of no model must not be saved: sections without a "filename" would pass for its entries.
-  /// - Unless the model has no category, no SaveGroup of the host may be open: the tables would be reloaded
-  ///   from a document that is written only afterwards.
+  /// - No SaveGroup of the host may be open, unless the model has no category: the tables would be reloaded
+  ///   before the document is written.
   ///
   /// docs/database.md tells which entries a save writes and removes.
   bool saveConfig();

@@ -14,16 +14,16 @@
 #include <utility>
 #include <vector>
 
-/// What a load takes of a document: which entries there are, and what one of them holds, with what is read
-/// for a key that is absent. Functions of a document, without shared state: usable on any thread, a document
-/// on one at a time. Nothing here is exported by the module's shared library.
+/// What a load takes of a document: which entries there are, what one of them holds, and what an absent key
+/// reads as. Functions of a document, without shared state: usable on any thread, a document on one at a
+/// time. Nothing here is exported by the module's shared library.
 namespace Tal::load_rules {
 
 /// @name Entries
 /// @{
 
-/// Calls `visit` with the category of every section that a load reads, in their order, with the section, and
-/// with its place among the children of the root.
+/// Calls `visit` for every section that a load reads, in order: with its category, the section, and its place
+/// among the children of the root.
 template <class Visit>
 void forEachSection(const DataSection& root, const Visit& visit) {
   for (int place = 0; place < root.childCount(); ++place) {

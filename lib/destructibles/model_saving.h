@@ -17,9 +17,9 @@ struct ModelSaving {
   /// The steps of a write of that content, each tracked as an operation of the helper.
   static save_rules::Steps stepsOf(KsDestructiblesHelper& helper);
 
-  /// Notes that the database holds now what is to be saved of the models of these helpers: none is marked as
-  /// missing any more, and the next load has only their entries to read. The stamps are the document's
-  /// content stamps around the write; `stampBefore` is 0 when more than entries of these models was touched.
+  /// Notes that the models of these helpers were written to the database. None is marked as missing any more,
+  /// and the next load reads their entries alone. The stamps are the document's content stamps around the
+  /// write; `stampBefore` is 0 when more than entries of these models was touched.
   static void note(const std::vector<KsDestructiblesHelper*>& helpers, std::uint64_t stampBefore,
                    std::uint64_t stampNow);
 };

@@ -66,8 +66,8 @@ struct DroppedModule {
   std::string before;            ///< that module, which is written
 };
 
-/// Which modules of a structure are written, in their order, and why the others are not: a module needs a BSP
-/// material of its name, and of those whose materials are of one kind only the first counts.
+/// Which modules of a structure are written, in their order, and why the others are not. A module needs a BSP
+/// material of its name. Of modules whose materials are of one kind only the first is written.
 struct ModuleChoice {
   std::vector<const Modules::value_type*> written;
   std::map<std::string, DroppedModule> dropped;
@@ -121,10 +121,10 @@ struct Steps {
   std::function<void(SmartPointer<DataSection>& section)> writeStates;
 };
 
-/// Writes the model's entry, which is made behind the others of its category if there is none, and removes
-/// its other entries; of a model of no category all of them. A fragile or falling atom without a record gets
-/// no entry. False when a child of the root passed for an entry of the model and was removed whole, with
-/// whatever was in it; else only entries of the model were touched.
+/// Writes the model's entry and removes its other entries; of a model of no category all of them. A missing
+/// entry is made behind the others of its category. A fragile or falling atom without a record gets no entry.
+/// False when a child of the root passed for an entry of the model and was removed whole. Else only entries
+/// of the model were touched.
 bool write(SmartPointer<DataSection> root, const Content& content, const Steps& steps);
 
 /// The same for several models, which are different ones, one after the other. What it takes does not grow

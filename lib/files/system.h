@@ -14,9 +14,8 @@ struct stat;
 
 namespace Tal::files {
 
-/// The calls to the operating system that this library makes about files, folders and their changes. Each is
-/// named like the system's own, and so are its arguments, its result and errno; those of a path stand for
-/// realpath and its like. Usable on any thread, as is every class that a test derives from it.
+/// The calls to the operating system that this library makes about files, folders and their changes. Each has
+/// the name, the arguments, the result and the errno of the system's own. Usable on any thread.
 class System {
  public:
   System() = default;
@@ -86,8 +85,8 @@ class System {
 /// The system that the process works with: the operating system, unless a test has put another in its place.
 System& system() noexcept;
 
-/// Puts another system in the place of the present one for as long as it lives; to be made and destroyed
-/// while no other thread works with files. For tests.
+/// Puts another system in the place of the present one for as long as it lives. No other thread may work with
+/// files when it is made or destroyed. For tests.
 class SystemReplacement {
  public:
   explicit SystemReplacement(System& replacement) noexcept;

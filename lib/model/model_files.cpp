@@ -123,7 +123,7 @@ Result<void> checkOverwriting(const fs::path& root, const FileSet::Entry& visual
   for (const FileSet::Entry* const file : {&visual, &geometry, &model}) {
     if (!file->found || (isCutOff && (file != &geometry || isMarked(geometry, *mark)))) continue;
     return Fault{FaultKind::refused, quotedName(file->name.native()) + " is already there",
-                 "force it to be replaced (--force)"};
+                 "give --force to replace it"};
   }
   return {};
 }

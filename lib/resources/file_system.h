@@ -81,11 +81,11 @@ MultiFileSystem* fileSystem() noexcept;
 /// Makes `replacement` (may be null) the process's file system and destroys the previous one. The section
 /// cache is cleared, unsaved edits included, since names may now mean other files.
 ///
-/// The previous file system's monitor ends with it: changes that it has not delivered are lost, its listeners
-/// are called no more, and none of them hears anything from the new monitor until it is added there. Pointers
-/// from fileSystem() and getFilesystemMonitor() dangle afterwards. Not to be called by a listener, or while
-/// pump() runs. Destroy helpers and sessions first: one that stays learns of no more changes, and a session
-/// must not be used while there is no file system.
+/// The previous file system's monitor ends with it: what it has not delivered is lost, and its listeners are
+/// called no more. They hear from the new monitor when they are added there. Pointers from fileSystem() and
+/// getFilesystemMonitor() dangle afterwards. Not to be called by a listener, or while pump() runs. Destroy
+/// helpers and sessions first: those that stay learn of no more changes. A session must not be used while
+/// there is no file system.
 void setFileSystem(std::unique_ptr<MultiFileSystem> replacement);
 
 /// Logs, with priority 5, why a resource cannot be used; nothing when it is only missing. `fault` is a clause

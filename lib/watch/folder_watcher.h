@@ -22,14 +22,13 @@ namespace Tal::watch {
 /// Notes what happens to the files below the roots, by comparing what is on the disk with what was noted
 /// last.
 ///
-/// - The system's events mark the names to compare at once, and the files that are open for writing: those
-/// are
-///   noted when their writer closes them. Events come by folder, so that a file may be replaced, or removed
-///   and made anew; a file of several names is watched itself too, since it may be written under another
+/// - The system's events mark the names to compare at once, and the files that are open for writing. Those
+///   are noted when their writer closes them. Events come by folder, so that a file may be replaced, or
+///   removed and made anew. A file of several names is watched itself too: it may be written under another
 ///   name.
-/// - A look compares every name, from time to time, for what gives no event: writes through mapped memory,
-///   writing that nobody ends by closing the file, the target of a link that led to nothing, other computers'
-///   writes on a network's file system, folders that the system refuses to watch.
+/// - A look compares every name, from time to time, for what gives no event. That is: writes through mapped
+///   memory, files that are never closed, targets of dead links, other computers' writes on a network's file
+///   system, and folders that the system refuses to watch.
 /// - When events were dropped, or memory ran out, a look on a new queue notes every file.
 ///
 /// Used by one thread at a time.

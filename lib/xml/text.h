@@ -37,8 +37,8 @@ std::string escaped(BasicStringRef value, std::uint32_t largestCharacter);
 /// Whether no character of valid `text` is above `largestCharacter`.
 bool isWithin(BasicStringRef text, std::uint32_t largestCharacter) noexcept;
 
-/// Takes the first character off `text`, which is not empty, and returns its code: 0 for a byte that begins
-/// no well-formed UTF-8, which is taken alone, and for a character that XML cannot hold.
+/// Takes the first character off `text`, which is not empty, and returns its code. A byte that begins no
+/// well-formed UTF-8 is taken alone and gives 0; so does a character that XML cannot hold.
 std::uint32_t takeCharacter(BasicStringRef& text) noexcept;
 
 /// One run of raw text: character data (with references and CDATA sections), or a comment or processing

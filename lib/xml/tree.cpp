@@ -6,8 +6,8 @@
 namespace Tal::xml {
 namespace {
 
-/// Documents are mostly read from front to back, and a large one is in no cache: without this, every value of
-/// 100,000 models waits for the memory.
+/// Documents are mostly read from front to back. A large one fits no cache, and without this every value
+/// would wait for the memory.
 void fetchAhead(BasicStringRef source, std::size_t position) noexcept {
   constexpr std::size_t kDistance = 1024;
   if (position + kDistance < source.size()) __builtin_prefetch(source.data() + position + kDistance);

@@ -313,9 +313,8 @@ TEST_F(AnImport, ReplacesFilesOnlyWhenItIsAllowed) {
   writeSource(cubesOf({"old"}));
   ASSERT_TRUE(import()) << error_;
   writeSource(cubesOf({"new"}));
-  EXPECT_EQ(
-      refusal(),
-      "cannot be imported: \"content/house.visual\" is already there; force it to be replaced (--force)");
+  EXPECT_EQ(refusal(),
+            "cannot be imported: \"content/house.visual\" is already there; give --force to replace it");
   EXPECT_THAT(model(), testing::HasSubstr("old"));
   ASSERT_TRUE(import({.overwrite = true})) << error_;
   EXPECT_THAT(model(), testing::HasSubstr("new"));

@@ -126,17 +126,17 @@ TEST_F(AnImport, IsFinishedByTheNextWhenItWasCutOff) {
 TEST_F(AnImport, DoesNotTakeAUsersFilesForThoseOfOneThatWasCutOff) {
   writeSource(cubeBuilder().glb());
   folder_.write("root/content/house.glb", "mine");
-  EXPECT_THAT(refusal(), testing::HasSubstr("\"content/house.glb\" is already there; force it"));
+  EXPECT_THAT(refusal(), testing::HasSubstr("\"content/house.glb\" is already there; give --force"));
   ASSERT_TRUE(import({.overwrite = true})) << error_;
   std::filesystem::remove(root() / "content/house.model");
   folder_.write("root/content/house.glb", "mine");  // beside the visual of the import
-  EXPECT_THAT(refusal(), testing::HasSubstr("\"content/house.glb\" is already there; force it"));
+  EXPECT_THAT(refusal(), testing::HasSubstr("\"content/house.glb\" is already there; give --force"));
   EXPECT_EQ(folder_.read("root/content/house.glb"), "mine");
   std::filesystem::remove(root() / "content/house.glb");
   folder_.write("root/content/house.visual", "<visual><geometry>content/house.glb</geometry></visual>");
-  EXPECT_THAT(refusal(), testing::HasSubstr("\"content/house.visual\" is already there; force it"));
+  EXPECT_THAT(refusal(), testing::HasSubstr("\"content/house.visual\" is already there; give --force"));
   folder_.write("root/content/house.visual", "no XML");
-  EXPECT_THAT(refusal(), testing::HasSubstr("\"content/house.visual\" is already there; force it"));
+  EXPECT_THAT(refusal(), testing::HasSubstr("\"content/house.visual\" is already there; give --force"));
 }
 
 TEST_F(AnImport, LeavesTheFilesOfANewerVersionAlone) {

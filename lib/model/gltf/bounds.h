@@ -28,12 +28,11 @@ Result<void> walkGltfScene(const GltfDocument& document,
                            const std::function<Result<void>(const GltfVisit& node)>& visit);
 
 /// Gathers the bounding box of meshes that are placed in the world at rest. Every point is transformed, so
-/// the box is exact under rotation. A mesh with a skin stands where its joints put it: every point at the sum
-/// of its joints' matrices, each times its inverse bind matrix, by weight (glTF 2.0, "Skins"); weights are
-/// brought to a sum of 1, and a point without any follows its first joint. A mesh with instances
-/// (EXT_mesh_gpu_instancing) stands at each of them. Morph targets do not count. Work is bounded: a fault
-/// when the meshes have more than kMaxGltfPoints points, each counted whenever its mesh is added or checked,
-/// when a number is not finite, or when a joint is none of the skin.
+/// the box is exact under rotation. A mesh with a skin stands where its joints put it: every point at the
+/// weighted sum of joint matrix times inverse bind matrix (glTF 2.0, "Skins"). Weights are brought to a sum
+/// of 1; a point without any follows its first joint. A mesh with instances (EXT_mesh_gpu_instancing) stands
+/// at each of them. Morph targets do not count. A fault when a number is not finite, a joint is none of the
+/// skin, or there are more than kMaxGltfPoints points. A point counts whenever its mesh is added or checked.
 class GltfBounds {
  public:
   /// `document` was read whole (see readGltf) and outlives this object.

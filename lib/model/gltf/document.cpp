@@ -406,19 +406,6 @@ GltfIndex gltfIndexNamed(const GltfIndicesByName& things, BasicStringRef name) {
   return found != things.end() && found->first == name ? GltfIndex(found->second) : std::nullopt;
 }
 
-std::size_t gltfComponentSize(GltfComponent component) noexcept {
-  switch (component) {
-    case GltfComponent::int8:
-    case GltfComponent::uint8:
-      return 1;
-    case GltfComponent::int16:
-    case GltfComponent::uint16:
-      return 2;
-    default:
-      return 4;
-  }
-}
-
 bool isGltfIndexType(GltfComponent component) noexcept {
   return component == GltfComponent::uint8 || component == GltfComponent::uint16 ||
          component == GltfComponent::uint32;

@@ -161,15 +161,36 @@ inline Affine gltfLocalOf(const GltfDocument& document, const GltfNode& node) {
   return node.transform ? document.transforms[*node.transform] : Affine();
 }
 
+/// Calls `visit` with a number of the type that components are of, and gives its result.
+template <class Visit>
+auto visitGltfNumber(GltfComponent component, const Visit& visit) {
+  switch (component) {
+    case GltfComponent::int8:
+      return visit(std::int8_t{});
+    case GltfComponent::uint8:
+      return visit(std::uint8_t{});
+    case GltfComponent::int16:
+      return visit(std::int16_t{});
+    case GltfComponent::uint16:
+      return visit(std::uint16_t{});
+    case GltfComponent::uint32:
+      return visit(std::uint32_t{});
+    default:
+      return visit(float{});
+  }
+}
+
 /// The size in bytes of a component.
-std::size_t gltfComponentSize(GltfComponent component) noexcept;
+inline std::size_t gltfComponentSize(GltfComponent component) {
+  return visitGltfNumber(component, [](auto number) { return sizeof(number); });
+}
 
 /// Whether numbers of this type can be indices: they are whole and from 0 up.
 bool isGltfIndexType(GltfComponent component) noexcept;
 
-/// Fills `document` with what its JSON says, and makes sure that everything that is read of that has the type
-/// that the format gives it, that indices are in range, and that it requires neither a later version nor an
-/// extension that is unknown here. Nothing else is compared (see checkGltf). Usable on any thread.
+/// Fills `document` with what its JSON says. A fault when something that is read has another type than the
+/// format gives it, or an index is out of range. Likewise when a later version or an unknown extension is
+/// required. Nothing else is compared (see checkGltf). Usable on any thread.
 Result<void> readGltfJson(const GltfTree& tree, GltfDocument& document);
 
 }  // namespace Tal

@@ -16,8 +16,8 @@ namespace {
 
 constexpr const char* kUncompressIt = "export it without mesh compression, or compress it again";
 
-// What connectivity takes of memory for a face, measured generously: the tables of corners, and one more for
-// each set of attributes that has seams of its own.
+// The memory that connectivity takes for a face, measured generously: the tables of corners, and one more for
+// each set of attributes with seams of its own.
 constexpr std::size_t kBytesPerFace = 128;
 constexpr std::size_t kBytesPerSeamedFace = 64;
 
@@ -145,20 +145,8 @@ std::string valuesOf(const draco::Mesh& mesh, const draco::PointAttribute& attri
                      const GltfAccessor& accessor) {
   const std::size_t components = accessor.elementSize / gltfComponentSize(accessor.component);
   if (static_cast<std::size_t>(attribute.num_components()) != components) return {};
-  switch (accessor.component) {
-    case GltfComponent::int8:
-      return valuesOf<std::int8_t>(mesh, attribute);
-    case GltfComponent::uint8:
-      return valuesOf<std::uint8_t>(mesh, attribute);
-    case GltfComponent::int16:
-      return valuesOf<std::int16_t>(mesh, attribute);
-    case GltfComponent::uint16:
-      return valuesOf<std::uint16_t>(mesh, attribute);
-    case GltfComponent::uint32:
-      return valuesOf<std::uint32_t>(mesh, attribute);
-    default:
-      return valuesOf<float>(mesh, attribute);
-  }
+  return visitGltfNumber(accessor.component,
+                         [&](auto number) { return valuesOf<decltype(number)>(mesh, attribute); });
 }
 
 /// Adds a view of new bytes and an accessor that is all of it; its place.

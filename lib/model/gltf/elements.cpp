@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <type_traits>
 
 namespace Tal {
 namespace {
@@ -10,11 +11,11 @@ const char* dataAt(const GltfDocument& document, const GltfElementPlace& place) 
   return document.views[place.view].bytes.data() + place.byteOffset;
 }
 
-template <class Integer>
-double readInteger(const char* bytes, bool isNormalized) {
-  const double value = readNumber<Integer>(bytes);
-  if (!isNormalized) return value;
-  return std::max(value / std::numeric_limits<Integer>::max(), -1.0);
+template <class Number>
+double readComponent(const char* bytes, bool isNormalized) {
+  const double value = readNumber<Number>(bytes);
+  if (std::is_floating_point_v<Number> || !isNormalized) return value;
+  return std::max(value / static_cast<double>(std::numeric_limits<Number>::max()), -1.0);
 }
 
 }  // namespace
@@ -49,20 +50,8 @@ const char* GltfElements::at(std::size_t index) const {
 double GltfElements::component(const char* element, std::size_t index) const {
   if (element == nullptr) return 0;
   const char* const bytes = element + index * gltfComponentSize(component_);
-  switch (component_) {
-    case GltfComponent::int8:
-      return readInteger<std::int8_t>(bytes, isNormalized_);
-    case GltfComponent::uint8:
-      return readInteger<std::uint8_t>(bytes, isNormalized_);
-    case GltfComponent::int16:
-      return readInteger<std::int16_t>(bytes, isNormalized_);
-    case GltfComponent::uint16:
-      return readInteger<std::uint16_t>(bytes, isNormalized_);
-    case GltfComponent::uint32:
-      return readInteger<std::uint32_t>(bytes, isNormalized_);
-    default:
-      return readNumber<float>(bytes);
-  }
+  return visitGltfNumber(component_,
+                         [&](auto number) { return readComponent<decltype(number)>(bytes, isNormalized_); });
 }
 
 }  // namespace Tal

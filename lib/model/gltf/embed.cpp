@@ -11,7 +11,7 @@
 namespace Tal {
 namespace {
 
-/// The text of a JSON object.
+/// The text of a JSON object. The JSON library's own values ask for memory when they go (see GltfJsonOwner).
 class ObjectText {
  public:
   void add(BasicStringRef key, std::size_t number) { addObject(key, std::to_string(number)); }

@@ -18,10 +18,10 @@ namespace Tal {
 /// An index of each of several named things, as the accessors of a primitive's attributes, sorted by name.
 using GltfIndicesByName = std::vector<std::pair<std::string, std::uint32_t>>;
 
-/// An object of a document's JSON and its place in it. What is not of the type that is asked for, or is
-/// required and missing, is noted as the fault of the document, with its place, and reads as 0 or nothing.
-/// Only the first fault is kept, so a reader goes on and looks at the end whether there is one. Lives only
-/// as long as the call that it is handed to.
+/// An object of a document's JSON and its place in it. What is of another type than is asked for, or is
+/// required and missing, reads as 0 or nothing and is noted as the document's fault. Only the first fault is
+/// kept, so a reader goes on and looks at the end whether there is one. Lives only as long as the call that
+/// it is handed to.
 class GltfObject {
  public:
   using Visit = std::function<void(const GltfObject& object)>;
@@ -108,13 +108,13 @@ struct TextRange {
   std::size_t end = 0;
 };
 
-/// The JSON of a glTF document without what nothing here reads: of `extras` only the members "materialKind"
-/// and "bsp" are kept, and only those extensions that are understood here.
+/// The JSON of a glTF document without what nothing here reads. Of `extras` only "materialKind" and "bsp" are
+/// kept, of extensions only those that are understood here.
 class GltfTree {
  public:
-  /// Reads a text of at most kMaxGltfText bytes with at most 4,000,000 values (those that are not kept are
-  /// counted too), nested no deeper than 64 levels; what is more is a fault, like a text that is no JSON
-  /// object, and two members of one name. Usable on any thread.
+  /// Reads a text of at most kMaxGltfText bytes with at most 4,000,000 values, kept or not, and 64 levels.
+  /// More is a fault; so are a text that is no JSON object, and two members of one name in one object. Usable
+  /// on any thread.
   static Result<GltfTree> parse(BasicStringRef text);
 
   GltfTree(GltfTree&&) noexcept;

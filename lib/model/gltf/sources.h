@@ -10,8 +10,8 @@
 
 namespace Tal {
 
-/// Which files a glTF file may bring along: those that lie below its own folder, or below one of the folders
-/// that the author allows, when every link is followed.
+/// Which files a glTF file may bring along: those below its own folder, or below a folder that the author
+/// allows. Every link is followed first.
 struct GltfSources {
   std::filesystem::path folder;                ///< the file's own; relative names begin there
   std::vector<std::filesystem::path> allowed;  ///< more folders

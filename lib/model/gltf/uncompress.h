@@ -7,8 +7,8 @@
 
 namespace Tal {
 
-/// How many bytes uncompressing may still take of memory or work. A stream can announce any size, so what all
-/// streams of a file take together is bounded by a fixed sum and a multiple of what they are made from.
+/// How many bytes uncompressing may still take of memory or work. A stream can announce any size. So all
+/// streams of a file together are bounded by a fixed sum and a multiple of the file's size.
 class GltfBudget {
  public:
   /// For a file of so many bytes.
@@ -34,8 +34,8 @@ class GltfBudget {
 /// of the view. Usable on any thread, as is uncompressGltfMeshes.
 Result<void> uncompressGltfViews(GltfDocument& document, GltfBudget& budget);
 
-/// Uncompresses the primitives of KHR_draco_mesh_compression. Afterwards their attributes and indices are new
-/// accessors at the end of the document's, of the types and counts that the compressed ones announce; indices
+/// Uncompresses the primitives of KHR_draco_mesh_compression. Their attributes and indices become new
+/// accessors at the end of the list, of the types and counts that the compressed ones announce. Indices then
 /// have 32 bits. The views were uncompressed.
 Result<void> uncompressGltfMeshes(GltfDocument& document, GltfBudget& budget);
 
