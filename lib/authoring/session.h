@@ -161,9 +161,9 @@ class Session {
   /// since the tables would be reloaded from a document that is written only afterwards.
   Result<Outcome> save();
 
-  /// Saves several sessions, each a different one, as save does, but with one replacement of the file and one
-  /// load of the database. The outcomes are in the order of the sessions. When one of them is refused, none
-  /// is saved.
+  /// Saves several sessions as save does, but with one replacement of the file and one load of the database.
+  /// The outcomes are in the order of the sessions. When one of them is refused, or given twice, none is
+  /// saved.
   static Result<std::vector<Outcome>> saveAll(const std::vector<Session*>& sessions);
 
   /// Calls `slot` whenever the session has read another content of the database, also that of its own save.

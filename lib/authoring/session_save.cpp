@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <utility>
 
 namespace Tal::authoring {
@@ -240,6 +241,8 @@ Result<std::vector<Outcome>> Session::saveAll(const std::vector<Session*>& sessi
     return refused("the program has a group of saves open, so nothing was saved", "close that first");
   }
   if (sessions.empty()) return std::vector<Outcome>();
+  if (std::set(sessions.begin(), sessions.end()).size() != sessions.size())
+    return refused("a model is to be saved twice at once, so nothing was saved", "name each session once");
   for (const Session* const session : sessions)
     if (auto checked = session->checkEdit(); !checked) return std::move(checked).fault();
   // What another program saves for these models is taken over before, or waits until they are saved.

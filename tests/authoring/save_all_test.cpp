@@ -219,6 +219,18 @@ TEST_F(SavingSeveral, GivesTheWarningsOfEachInTheirOrder) {
   EXPECT_THAT((*outcomes)[1].warnings, testing::ElementsAre(testing::StartsWith("health: -1 stands for")));
 }
 
+TEST_F(SavingSeveral, RefusesOneThatIsGivenTwice) {
+  const auto crate = open(kCrate);
+  expectDone(crate->convert(DT_FRAGILE));
+  expectDone(crate->save());
+  const std::string before = readDatabase();
+  expectDone(crate->set({{"health", "12"}}));
+  EXPECT_THAT(faultText(Session::saveAll({crate.get(), crate.get()})),
+              testing::HasSubstr("name each session once"));
+  EXPECT_EQ(readDatabase(), before);
+  EXPECT_TRUE(crate->hasUnsavedEdits());
+}
+
 TEST_F(SavingSeveral, OfNoneDoesNothing) {
   const auto outcomes = Session::saveAll({});
   expectDone(outcomes);
