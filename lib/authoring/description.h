@@ -36,8 +36,4 @@ Description completed(Description description, const Description& newEntries);
 /// Whether two descriptions agree in everything, numbers exactly.
 bool isSame(const Description& a, const Description& b);
 
-/// `theirs` (what a reload brought) with everything that `mine` changed since `base` (what was read before):
-/// field by field, module by module, state by state. The category is that of `mine`.
-Description merged(const Description& base, const Description& mine, const Description& theirs);
-
 }  // namespace Tal::authoring

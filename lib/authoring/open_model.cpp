@@ -11,6 +11,7 @@
 #include <resources/monitor.h>
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 #include <utility>
 #include <vector>
@@ -110,7 +111,6 @@ OpenModel::OpenModel(const std::string& modelName, std::unique_ptr<SuperModel> s
     KsDestructiblesHelper::reinit(helper_, superModel_.get(), modelName, disabler_.get(), false);
   RestoreTarget target = targetOf(*helper_);
   newEntries_ = std::move(target.newEntries);
-  origins_ = newEntries_;
   isWhole_ = !target.isHealthUncertain;
   for (const auto& [name, module] : newEntries_.modules)
     if (!target.modules.contains(name)) droppedNames_.insert(name);
@@ -158,15 +158,15 @@ Description OpenModel::counting(const Description& description) const {
   Description result = ofItsCategory(description);
   // A conversion leaves the states of a structure behind; those of other models are the file's.
   if (result.category != DT_STRUCTURE)
-    result.states = base_.category == DT_STRUCTURE ? Description::States() : base_.states;
+    result.states = file_.category == DT_STRUCTURE ? Description::States() : file_.states;
   return result;
 }
 
 // A model of no category may have entries that a save would remove.
 bool OpenModel::isEdited() const {
-  if (mine_.category == DT_NON_DESTRUCTIBLE && base_.category == DT_NON_DESTRUCTIBLE)
-    return !isSame(mine_, base_);
-  return !isSame(counting(mine_), counting(base_));
+  if (mine_.category == DT_NON_DESTRUCTIBLE && file_.category == DT_NON_DESTRUCTIBLE)
+    return !isSame(mine_, file_);
+  return !isSame(counting(mine_), counting(file_));
 }
 
 void OpenModel::replace(Description wanted) {
@@ -178,7 +178,8 @@ void OpenModel::replace(Description wanted) {
     isStale_ = true;
     throw;
   }
-  forgetOrigins();
+  conflicts_ = unsettled(std::move(conflicts_), mine_, file_);
+  rebase();
 }
 
 bool OpenModel::isOf(const DataSection& database) const {
@@ -197,9 +198,9 @@ void OpenModel::refresh() {
   if (takeFile()) isToNotify_ = true;
 }
 
-std::optional<KsDestructibleType> OpenModel::takeForeignCategory() {
-  const std::optional<KsDestructibleType> taken = std::exchange(foreignCategory_, std::nullopt);
-  return taken != mine_.category ? taken : std::nullopt;
+bool OpenModel::takeCategoryConflict() {
+  return std::erase_if(conflicts_,
+                       [](const Conflict& conflict) { return conflict.field == categoryField(); }) > 0;
 }
 
 // What conversions have left behind has left the file.
@@ -207,13 +208,13 @@ void OpenModel::noteSaved(const Description& saved) {
   ++saves_;
   // What a listener has converted meanwhile counts again on the way back.
   if (isSame(mine_, saved)) mine_ = counting(mine_);
-  base_ = counting(saved);
-  goneStructure_.reset();
-  foreignCategory_.reset();
-  removedTheirs_.clear();
+  file_ = counting(saved);
+  conflicts_.clear();
   // A structure that was saved is not completed with what the save has dropped.
   for (const std::string& name : droppedNames_) newEntries_.modules.erase(name);
-  origins_ = newEntries_;
+  isStructureGone_ = false;
+  base_ = {};
+  rebase();
   isStale_ = true;
 }
 
@@ -247,67 +248,38 @@ bool OpenModel::takeFile() {
 
 void OpenModel::merge(const Description& file) {
   Description theirs = completed(file, newEntries_);
-  if (!isEdited()) {
-    foreignCategory_.reset();
-    removedTheirs_.clear();
-    goneStructure_.reset();
+  const bool hasStructure = theirs.category == DT_STRUCTURE;
+  if (isEdited()) {
+    isStructureGone_ = isStructureGone_ || file_.category == DT_STRUCTURE;
+    isStructureGone_ = isStructureGone_ && mine_.category == DT_STRUCTURE && !hasStructure;
+    Description others = theirs;
+    if (isStructureGone_) takeStructure(base_, others);  // stays as the author has it
+    Merge merge = authoring::merge(base_, mine_, others);
+    // A model of no category has no records that would count again when it is converted.
+    mine_ = mine_.category == DT_NON_DESTRUCTIBLE ? Description()
+                                                  : completed(std::move(merge.merged), newEntries_);
+    std::ranges::move(merge.conflicts, std::back_inserter(conflicts_));
+    conflicts_ = unsettled(std::move(conflicts_), mine_, theirs);
+  } else {
+    isStructureGone_ = false;
+    conflicts_.clear();
     mine_ = withLeftBehind(theirs);
-    base_ = std::move(theirs);
-    return;
   }
-  if (theirs.category == mine_.category) {
-    foreignCategory_.reset();
-  } else if (theirs.category != base_.category) {
-    foreignCategory_ = theirs.category;
-  }
-  noteRemovedTheirs(theirs.modules);
-  Description others = theirs;
-  keepGoneStructure(others);
-  Description mine = merged(baseOfMerge(), mine_, others);
-  // A model of no category has no records that would count again when it is converted.
-  mine_ = mine.category == DT_NON_DESTRUCTIBLE ? Description() : completed(std::move(mine), newEntries_);
-  // Of a record that only the author has now, the edits are still those since it was read.
-  if (base_.fragile && !theirs.fragile) origins_.fragile = base_.fragile;
-  if (base_.fallingAtom && !theirs.fallingAtom) origins_.fallingAtom = base_.fallingAtom;
-  forgetOrigins();
-  if (theirs.category == DT_STRUCTURE) goneStructure_.reset();
-  base_ = std::move(theirs);
+  file_ = std::move(theirs);
+  rebase();
 }
 
-// While the file has no structure, the author's stays as it is.
-void OpenModel::keepGoneStructure(Description& theirs) {
-  if (mine_.category != DT_STRUCTURE || theirs.category == DT_STRUCTURE) return;
-  if (!goneStructure_ && base_.category == DT_STRUCTURE) goneStructure_ = base_;
-  if (goneStructure_) takeStructure(*goneStructure_, theirs);
-}
-
-// What the author has not touched of a record that the file lacks is to be theirs.
-Description OpenModel::baseOfMerge() const {
-  Description base = base_;
-  if (goneStructure_) takeStructure(*goneStructure_, base);
-  if (mine_.fragile && !base.fragile) base.fragile = origins_.fragile;
-  if (mine_.fallingAtom && !base.fallingAtom) base.fallingAtom = origins_.fallingAtom;
-  for (const auto& [name, module] : origins_.modules)
+// A record of the author's that the file lacks began as the file last had it, or as it was made.
+void OpenModel::rebase() {
+  Description base = file_;
+  isStructureGone_ = isStructureGone_ && mine_.category == DT_STRUCTURE;
+  if (isStructureGone_) takeStructure(base_, base);
+  if (mine_.fragile && !base.fragile) base.fragile = base_.fragile ? base_.fragile : newEntries_.fragile;
+  if (mine_.fallingAtom && !base.fallingAtom)
+    base.fallingAtom = base_.fallingAtom ? base_.fallingAtom : newEntries_.fallingAtom;
+  for (const auto& [name, module] : newEntries_.modules)
     if (mine_.modules.contains(name)) base.modules.emplace(name, module);
-  return base;
-}
-
-// A record that the author has no more is made anew when it is needed.
-void OpenModel::forgetOrigins() {
-  if (!mine_.fragile) origins_.fragile = newEntries_.fragile;
-  if (!mine_.fallingAtom) origins_.fallingAtom = newEntries_.fallingAtom;
-  if (mine_.category != DT_STRUCTURE) goneStructure_.reset();
-}
-
-void OpenModel::noteRemovedTheirs(const Description::Modules& theirs) {
-  Description::Modules removed;
-  for (const auto& [name, module] : theirs) {
-    const auto before = base_.modules.find(name);
-    const bool isChanged = before != base_.modules.end() && !isSameRecord(before->second, module);
-    if (!mine_.modules.contains(name) && (isChanged || removedTheirs_.contains(name)))
-      removed.emplace(name, module);
-  }
-  removedTheirs_ = std::move(removed);
+  base_ = std::move(base);
 }
 
 // What the file says, and the records of other categories than its own that the author has edited before a
@@ -319,9 +291,9 @@ Description OpenModel::withLeftBehind(Description theirs) const {
   };
   const bool isOfMine = theirs.category == mine_.category && theirs.category != DT_NON_DESTRUCTIBLE;
   if (!isOfMine) return theirs;
-  const Description left = merged(baseOfMerge(), mine_, theirs);
-  if (theirs.category != DT_FRAGILE && isLeft(mine_.fragile, base_.fragile)) theirs.fragile = left.fragile;
-  if (theirs.category != DT_FALLING_ATOMS && isLeft(mine_.fallingAtom, base_.fallingAtom))
+  const Description left = authoring::merge(base_, mine_, theirs).merged;
+  if (theirs.category != DT_FRAGILE && isLeft(mine_.fragile, file_.fragile)) theirs.fragile = left.fragile;
+  if (theirs.category != DT_FALLING_ATOMS && isLeft(mine_.fallingAtom, file_.fallingAtom))
     theirs.fallingAtom = left.fallingAtom;
   if (!isStructure) {
     theirs.modules = left.modules;
@@ -370,7 +342,7 @@ Description OpenModel::shown() {
   helper_->getStructureAchievementTag(description.achievementTag);
   std::set<std::string> names;  // which the helper cannot list
   for (const auto& [name, kind] : helper_->getMaterialNames()) names.insert(name);
-  for (const Description* const known : {&base_, &mine_})
+  for (const Description* const known : {&file_, &mine_})
     for (const auto& [name, module] : known->modules) names.insert(name);
   for (const std::string& name : names) {
     KsDestructibleModuleDesc module;

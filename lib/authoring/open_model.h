@@ -2,6 +2,7 @@
 
 #include <authoring/database_entries.h>
 #include <authoring/description.h>
+#include <authoring/merge.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <ks/connection.h>
 #include <ks/signal.h>
@@ -12,6 +13,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace Tal {
 class DataSection;
@@ -49,9 +51,9 @@ class OpenModel : private ResourceModificationListener {
   bool isWhole() const noexcept { return isWhole_; }
 
   /// What the file held when it was last read, and the modules that its structure lacks.
-  const Description& base() const noexcept { return base_; }
+  const Description& file() const noexcept { return file_; }
 
-  /// What the author has: `base` with the edits since then, and the records that conversions have left
+  /// What the author has: `file` with the edits since then, and the records that conversions have left
   /// behind.
   const Description& mine() const noexcept { return mine_; }
 
@@ -87,13 +89,12 @@ class OpenModel : private ResourceModificationListener {
   /// Reads the file if it has other content than what was last read.
   void refresh();
 
-  /// The modules that another program has changed since the author removed them: the next save removes them,
-  /// too.
-  const Description::Modules& removedTheirs() const noexcept { return removedTheirs_; }
+  /// What both the author and another program have changed since the file was last saved or read without
+  /// edits; what the author has is kept.
+  const std::vector<Conflict>& conflicts() const noexcept { return conflicts_; }
 
-  /// The category that another program has given to the model in the file while it had unsaved edits here, if
-  /// it is another than here. Given once.
-  std::optional<KsDestructibleType> takeForeignCategory();
+  /// Whether the categories are in conflict. Said once: from then on the author's is meant.
+  bool takeCategoryConflict();
 
   /// How many saves were noted.
   int saves() const noexcept { return saves_; }
@@ -120,12 +121,9 @@ class OpenModel : private ResourceModificationListener {
   static void onTablesLoaded();
   bool takeFile();
   void merge(const Description& file);
-  void noteRemovedTheirs(const Description::Modules& theirs);
   Description withLeftBehind(Description theirs) const;
   Description counting(const Description& description) const;
-  Description baseOfMerge() const;
-  void keepGoneStructure(Description& theirs);
-  void forgetOrigins();
+  void rebase();
   Description shown();
   void showRecords();
   void setCategory(KsDestructibleType category);
@@ -138,16 +136,15 @@ class OpenModel : private ResourceModificationListener {
   ks::Connection loaded_;
   mutable ks::Signal<void()> reloaded_;
 
-  Description newEntries_;                    // what newly made entries hold
-  Description origins_;                       // what the author's records were that the file lacks
-  std::optional<Description> goneStructure_;  // what the author's structure was that the file lacks
-  std::set<std::string> droppedNames_;        // the modules of those that a save does not write
-  Description::Modules removedTheirs_;
-  Description base_;
+  Description newEntries_;              // what newly made entries hold
+  std::set<std::string> droppedNames_;  // the modules of those that a save does not write
+  Description file_;
+  Description base_;  // what the author's edits began with: file_, and the records of mine_ that it lacks
   Description mine_;
+  std::vector<Conflict> conflicts_;
   int saves_ = 0;
-  std::uint64_t stamp_ = 0;  // of the content that base_ is from; 0 when it is to be read again
-  std::optional<KsDestructibleType> foreignCategory_;
+  std::uint64_t stamp_ = 0;       // of the content that file_ is from; 0 when it is to be read again
+  bool isStructureGone_ = false;  // from the file, while base_ and mine_ still have it
   bool hasRead_ = false;
   bool isWhole_ = true;
   bool isStale_ = false;     // the file or the tables may have changed

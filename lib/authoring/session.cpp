@@ -127,11 +127,15 @@ std::vector<std::string> Session::sections() const {
 
 bool Session::isMissingInDatabase() {
   // The helper's mark stays when a reload finds the entry in the file, and goes when a save has failed.
-  return category() != DT_NON_DESTRUCTIBLE && model_->base().category != category();
+  return category() != DT_NON_DESTRUCTIBLE && model_->file().category != category();
 }
 
 bool Session::hasUnsavedEdits() {
   return model_->isEdited();
+}
+
+const std::vector<Conflict>& Session::conflicts() const {
+  return model_->conflicts();
 }
 
 std::vector<Material> Session::materials() const {

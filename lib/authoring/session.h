@@ -4,6 +4,7 @@
 #include <authoring/description.h>
 #include <authoring/health_explanation.h>
 #include <authoring/materials.h>
+#include <authoring/merge.h>
 #include <authoring/outcome.h>
 #include <authoring/value_warnings.h>
 #include <core/result.h>
@@ -35,6 +36,7 @@ struct SaveWarning {
     unknownHealth,  ///< a health of -1, which stands for "could not be estimated"
     removedEntry,   ///< another entry of the model, or a whole section, that the save removes from the file
     addedModule,    ///< a module that the structure in the file lacks
+    conflict,       ///< a value that another program has changed, too, since it was edited (see conflicts)
     lostContent,    ///< something within the entry that the save does not keep
     thrownAway,     ///< what entries hold that the save removes, as commands (see linesOfSave)
   };
@@ -76,6 +78,9 @@ class Session {
   /// Whether the model has entries that were made in memory and are not in the file.
   bool isMissingInDatabase();
   bool hasUnsavedEdits();
+  /// What another program has changed meanwhile that was edited here, too. The edits are kept: a save
+  /// replaces what the file holds. The list ends with the save, and as soon as both have the same.
+  const std::vector<Conflict>& conflicts() const;
 
   std::vector<Material> materials() const;
   std::vector<MaterialWarning> materialWarnings() const;

@@ -1,5 +1,6 @@
 #include <authoring/assign_all.h>
 #include <authoring/category.h>
+#include <authoring/merge.h>
 #include <authoring/open_model.h>
 #include <authoring/session.h>
 #include <authoring/stored_text.h>
@@ -190,11 +191,11 @@ Result<Outcome> Session::convertTo(KsDestructibleType to) {
   if (target.isHealthUncertain && isNew) return withoutEstimate(modelName());
   Outcome outcome;
   // What the file holds is not lost before the save.
-  const Description unsaved = merged(model_->base(), model_->description(), target.newEntries);
+  const Description unsaved = merge(model_->file(), model_->description(), target.newEntries).merged;
   warnOfThrownAway({from, unsaved, target.newEntries, false, true}, target, outcome);
   model_->replace(std::move(wanted));
-  const bool isMadeAnew = isNew && to == model_->base().category;
-  if (isMadeAnew) warnOfThrownAway({to, model_->base(), model_->description()}, target, outcome);
+  const bool isMadeAnew = isNew && to == model_->file().category;
+  if (isMadeAnew) warnOfThrownAway({to, model_->file(), model_->description()}, target, outcome);
   outcome.changes.push_back({"category", std::string(categoryName(from)), std::string(categoryName(to))});
   return outcome;
 }

@@ -1,5 +1,6 @@
 #include <authoring/category.h>
 #include <authoring/database_entries.h>
+#include <authoring/merge.h>
 #include <authoring/open_model.h>
 #include <authoring/save_losses.h>
 #include <authoring/session.h>
@@ -86,16 +87,34 @@ void warnOfThrownAway(KsDestructiblesHelper& helper, const DataSection& database
 // Of a structure that stays one only the modules go that are not saved.
 void warnOfDroppedValues(KsDestructiblesHelper& helper, const FileEntries& file,
                          const std::map<std::string, std::string>& dropped,
-                         const Description::Modules& removedTheirs, std::vector<SaveWarning>& warnings) {
+                         const Description::Modules& removed, std::vector<SaveWarning>& warnings) {
   ThrownAway values;
   values.category = DT_STRUCTURE;
-  values.values.modules = removedTheirs;
+  values.values.modules = removed;
   for (const auto& [name, reason] : dropped) {
     const auto module = file.description.modules.find(name);
     if (module != file.description.modules.end()) values.values.modules.insert(*module);
   }
   for (std::string& line : linesOf(values, targetOf(helper)))
     warnings.push_back({SaveWarning::Code::thrownAway, "", std::move(line)});
+}
+
+// The modules that another program has changed since the author removed them.
+Description::Modules removedTheirs(const OpenModel& model) {
+  Description::Modules removed;
+  for (const Conflict& conflict : model.conflicts()) {
+    const auto module = model.file().modules.find(conflict.field.module);
+    if (!conflict.mine && module != model.file().modules.end()) removed.insert(*module);
+  }
+  return removed;
+}
+
+// Values that both have; what the author has no more is thrown away.
+void warnOfConflicts(const std::vector<Conflict>& conflicts, std::vector<SaveWarning>& warnings) {
+  for (const Conflict& conflict : conflicts) {
+    if (conflict.mine && conflict.field != categoryField())
+      warnings.push_back({SaveWarning::Code::conflict, conflict.field.module, lineOf(conflict)});
+  }
 }
 
 // What a save writes of a model that has this, which has to outlive the content.
@@ -222,7 +241,8 @@ std::vector<SaveWarning> Session::warningsOf(const DataSection& database) {
   const FileEntries file = entriesIn(database, modelName());
   if (now.category == DT_STRUCTURE) warnOfNewModules(file, now, dropped, warnings);
   const BasicStringRef ownSection = database_format::sectionOfCategory(now.category);
-  warnOfDroppedValues(helper(), file, dropped, model_->removedTheirs(), warnings);
+  warnOfDroppedValues(helper(), file, dropped, removedTheirs(*model_), warnings);
+  warnOfConflicts(model_->conflicts(), warnings);
   if (!isOnlyRewritten(file, ownSection)) warnOfThrownAway(helper(), database, warnings);
   warnOfEntries(file, ownSection, warnings);
   for (std::string& loss : lossesOfSave(database, modelName(), now.category))
@@ -298,10 +318,10 @@ Result<CheckedSave> Session::checkedSave(const DataSection& database) {
 Result<void> Session::checkSave(const DataSection& database) const {
   const Description now = model_->description();
   if (auto checked = checkDatabaseOfSave(database, contentOf(helper(), now)); !checked) return checked;
-  if (const std::optional<KsDestructibleType> category = model_->takeForeignCategory()) {
+  if (model_->takeCategoryConflict()) {
     return Fault{FaultKind::changed,
                  "another program has meanwhile changed the category of " + quotedName(modelName()) + " to " +
-                     quotedName(categoryName(*category)) + ", so nothing was saved",
+                     quotedName(categoryName(model_->file().category)) + ", so nothing was saved",
                  "look at the model as it is now, and if this is still wanted, do the same again"};
   }
   return {};
