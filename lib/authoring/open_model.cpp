@@ -1,6 +1,8 @@
 #include <authoring/open_model.h>
 #include <authoring/record_table.h>
 #include <authoring/restore_target.h>
+#include <authoring/value_warnings.h>
+#include <core/contains.h>
 #include <core/debug_message.h>
 #include <core/display_text.h>
 #include <destructibles/database_format.h>
@@ -100,27 +102,14 @@ OpenModel::Running::~Running() {
   --openModels().running;
 }
 
-OpenModel::OpenModel(const std::string& modelName, std::unique_ptr<SuperModel> superModel)
-    : superModel_(std::move(superModel)), disabler_(std::make_unique<KsMaterialDisabler>(superModel_.get())) {
+OpenModel::OpenModel(std::string modelName, std::unique_ptr<SuperModel> superModel)
+    : modelName_(std::move(modelName)), disabler_(std::make_unique<KsMaterialDisabler>()) {
   const Running running;
-  disabler_->createMaterialBindings();
-  helper_ = std::make_unique<KsDestructiblesHelper>(superModel_.get(), modelName, disabler_.get());
-  // The tables may have been of an older file.
-  const std::optional<FileEntries> file = readEntries(modelName);
-  if (file && file->description.category != helper_->destructibleType())
-    KsDestructiblesHelper::reinit(helper_, superModel_.get(), modelName, disabler_.get(), false);
-  RestoreTarget target = targetOf(*helper_);
-  newEntries_ = std::move(target.newEntries);
-  isWhole_ = !target.isHealthUncertain;
-  for (const auto& [name, module] : newEntries_.modules)
-    if (!target.modules.contains(name)) droppedNames_.insert(name);
+  bind(std::move(superModel));
   takeFile();
   // What others have shown in the tables may be gone.
   onTablesLoaded();
-  isToNotify_ = false;
-  // Connected first, so that everybody else's slots see the author's values.
-  typeChanged_ = helper_->connectDestructibleTypeChanged([this] { showRecords(); });
-  loaded_ = helper_->connectLoadedConfigSignal(&OpenModel::onTablesLoaded);
+  hasNews_ = false;
   if (FS::MonitorThreadBase* const changes = monitor()) changes->addModificationListener(this);
   openModels().all.push_back(this);
 }
@@ -130,23 +119,70 @@ OpenModel::~OpenModel() {
   std::erase(openModels().all, this);
 }
 
+// Makes the helper of a model, which the disabler is bound to afterwards.
+void OpenModel::bind(std::unique_ptr<SuperModel> superModel) {
+  const auto reinit = [&] {
+    KsDestructiblesHelper::reinit(helper_, superModel.get(), modelName_, disabler_.get(), false);
+  };
+  reinit();
+  // The tables may have been of an older file.
+  const std::optional<FileEntries> file = readEntries(modelName_);
+  if (file && file->description.category != helper_->destructibleType()) reinit();
+  disabler_->attachSuperModel(superModel.get());
+  superModel_ = std::move(superModel);
+  const SmartPointer<DataSection> model = FS::Utils::openSection(modelName_, false, nullptr);
+  visualName_ = model ? model->readString("visual") : "";
+  RestoreTarget target = targetOf(*helper_);
+  isWhole_ = !target.isHealthUncertain;
+  newEntries_ = std::move(target.newEntries);
+  droppedNames_.clear();
+  for (const auto& [name, module] : newEntries_.modules)
+    if (!target.modules.contains(name)) droppedNames_.insert(name);
+  if (saves_ > 0) forgetDropped();
+  loaded_ = helper_->connectLoadedConfigSignal(&OpenModel::onTablesLoaded);
+}
+
+// Binds the model as its files are now; while they cannot be read, it stays as it is.
+void OpenModel::rebind() {
+  isModelStale_ = false;
+  const Running running;
+  auto superModel = SuperModel::load(modelName_);
+  if (!superModel) {
+    return warn(textOf(superModel.fault()) + "; " + quotedName(modelName_) + " stays as it was read before");
+  }
+  const std::string state = helper_->getDestructibleState();
+  const std::vector<std::string> before = namesLacking(*helper_, description());
+  bind(*std::move(superModel));
+  stamp_ = 0;  // modules may have gone or be new
+  takeFile();
+  onTablesLoaded();
+  for (const std::string& line : namesLacking(*helper_, description()))
+    if (!contains(before, line)) warn(quotedName(modelName_) + " has changed: " + line);
+  if (contains(helper_->getStateNames(), state)) helper_->setDestructibleState(state);
+  hasNews_ = true;
+}
+
 bool OpenModel::isOpen(const std::string& modelName) {
-  return std::ranges::any_of(openModels().all, [&modelName](const OpenModel* model) {
-    return model->helper_->modelName() == modelName;
-  });
+  return std::ranges::any_of(openModels().all,
+                             [&modelName](const OpenModel* model) { return model->modelName_ == modelName; });
 }
 
 void OpenModel::followAll() {
   OpenModels& models = openModels();
   if (models.running > 0 || models.isFollowing) return;
   const Following following;
-  const auto isBehind = [](const OpenModel* model) { return model->isStale_ || model->isToNotify_; };
+  const auto isBehind = [](const OpenModel* model) { return model->isBehind(); };
   for (auto found = std::ranges::find_if(models.all, isBehind); found != models.all.end();
-       found = std::ranges::find_if(models.all, isBehind)) {
-    OpenModel& model = **found;
-    if (model.isStale_) model.refresh();
-    if (std::exchange(model.isToNotify_, false)) model.reloaded_();  // may close any of them
-  }
+       found = std::ranges::find_if(models.all, isBehind))
+    (*found)->catchUp();
+}
+
+// Its listeners may close any model, this one too.
+void OpenModel::catchUp() {
+  if (isModelStale_) rebind();
+  if (isStale_) refresh();
+  if (std::exchange(hasNews_, false)) return reloaded_();
+  if (std::exchange(hasEdit_, false)) edited_();
 }
 
 Description OpenModel::description() const {
@@ -171,6 +207,7 @@ bool OpenModel::isEdited() const {
 
 void OpenModel::replace(Description wanted) {
   std::swap(mine_, wanted);
+  hasEdit_ = true;
   try {
     show();
   } catch (...) {
@@ -195,7 +232,7 @@ void OpenModel::settle() {
 void OpenModel::refresh() {
   isStale_ = false;
   const Running running;
-  if (takeFile()) isToNotify_ = true;
+  if (takeFile()) hasNews_ = true;
 }
 
 bool OpenModel::takeCategoryConflict() {
@@ -210,23 +247,33 @@ void OpenModel::noteSaved(const Description& saved) {
   if (isSame(mine_, saved)) mine_ = counting(mine_);
   file_ = counting(saved);
   conflicts_.clear();
-  // A structure that was saved is not completed with what the save has dropped.
-  for (const std::string& name : droppedNames_) newEntries_.modules.erase(name);
+  forgetDropped();
   isStructureGone_ = false;
   base_ = {};
   rebase();
   isStale_ = true;
 }
 
+// A structure that was saved is not completed with what the save has dropped.
+void OpenModel::forgetDropped() {
+  for (const std::string& name : droppedNames_) newEntries_.modules.erase(name);
+}
+
 void OpenModel::onResourceModified(const BasicStringRef& /*basePath*/, const BasicStringRef& resourceName,
                                    Action /*action*/) {
+  if (resourceName == modelName_ || resourceName == visualName_) isModelStale_ = true;
   if (resourceName != database_format::kDatabaseFile) return;
   if (!openDatabase()) {
     warn(std::string(database_format::kDatabaseFile) + " cannot be read any more; what was last read of " +
-         quotedName(helper_->modelName()) + " is kept until it can");
+         quotedName(modelName_) + " is kept until it can");
   }
   isStale_ = true;
   followAll();
+}
+
+// An import changes several files at a time.
+void OpenModel::onTaskQueueEmpty() {
+  if (isModelStale_) followAll();
 }
 
 void OpenModel::onTablesLoaded() {
@@ -239,7 +286,7 @@ bool OpenModel::takeFile() {
   const SmartPointer<DataSection> database = openDatabase();
   const std::uint64_t stamp = database ? database->contentStamp() : 0;
   const bool isNew = stamp != 0 && stamp != stamp_;
-  if (isNew) merge(entriesIn(*database, helper_->modelName()).description);
+  if (isNew) merge(entriesIn(*database, modelName_).description);
   hasRead_ = hasRead_ || database;
   stamp_ = stamp;
   show();

@@ -29,7 +29,7 @@ namespace Tal::authoring {
 class OpenModel : private ResourceModificationListener {
  public:
   /// Binds the model; the database can be opened.
-  OpenModel(const std::string& modelName, std::unique_ptr<SuperModel> superModel);
+  OpenModel(std::string modelName, std::unique_ptr<SuperModel> superModel);
   ~OpenModel() override;
   OpenModel(const OpenModel&) = delete;
   OpenModel& operator=(const OpenModel&) = delete;
@@ -41,6 +41,7 @@ class OpenModel : private ResourceModificationListener {
   /// happens within an operation: it is made up for at the end of that.
   static void followAll();
 
+  /// Replaced when the model's own files have changed.
   KsDestructiblesHelper& helper() noexcept { return *helper_; }
 
   /// Whether the database could be read since the model was bound; without that there is nothing to edit.
@@ -102,6 +103,8 @@ class OpenModel : private ResourceModificationListener {
   /// Notes that `saved` was written to the file.
   void noteSaved(const Description& saved);
 
+  /// See Session.
+  ks::Connection connectEdited(std::function<void()> slot) const { return edited_.connect(std::move(slot)); }
   ks::Connection connectReloaded(std::function<void()> slot) const {
     return reloaded_.connect(std::move(slot));
   }
@@ -118,22 +121,30 @@ class OpenModel : private ResourceModificationListener {
 
   void onResourceModified(const BasicStringRef& basePath, const BasicStringRef& resourceName,
                           Action action) override;
+  void onTaskQueueEmpty() override;
   static void onTablesLoaded();
+  bool isBehind() const noexcept { return isStale_ || isModelStale_ || hasNews_ || hasEdit_; }
+  void catchUp();
+  void bind(std::unique_ptr<SuperModel> superModel);
+  void rebind();
   bool takeFile();
   void merge(const Description& file);
   Description withLeftBehind(Description theirs) const;
   Description counting(const Description& description) const;
   void rebase();
+  void forgetDropped();
   Description shown();
   void showRecords();
   void setCategory(KsDestructibleType category);
   void setStates(const Description::States& current, const Description::States& wanted);
 
+  std::string modelName_;
+  std::string visualName_;
   std::unique_ptr<SuperModel> superModel_;
   std::unique_ptr<KsMaterialDisabler> disabler_;
   std::unique_ptr<KsDestructiblesHelper> helper_;
-  ks::Connection typeChanged_;
   ks::Connection loaded_;
+  mutable ks::Signal<void()> edited_;
   mutable ks::Signal<void()> reloaded_;
 
   Description newEntries_;              // what newly made entries hold
@@ -147,8 +158,10 @@ class OpenModel : private ResourceModificationListener {
   bool isStructureGone_ = false;  // from the file, while base_ and mine_ still have it
   bool hasRead_ = false;
   bool isWhole_ = true;
-  bool isStale_ = false;     // the file or the tables may have changed
-  bool isToNotify_ = false;  // of a file that was read
+  bool isStale_ = false;       // the file or the tables may have changed
+  bool isModelStale_ = false;  // its own files may have
+  bool hasNews_ = false;       // to tell of: a file was read
+  bool hasEdit_ = false;       // to tell of
 };
 
 }  // namespace Tal::authoring

@@ -64,6 +64,7 @@ PanelRecord::PanelRecord(Session& session, std::optional<std::string> module, Re
   object().setParent(&model_);
   std::visit([this](auto& own) { changed_ = own.changed.connect([this](mio::SetterFlags) { commit(); }); },
              record_);
+  edited_ = session_.connectEdited([this] { refresh(); });
   reloaded_ = session_.connectReloaded([this] { refresh(); });
 }
 

@@ -36,8 +36,8 @@ class PanelRecord {
   /// The record; its parent offers what its options are computed from.
   mio::Object& object();
 
-  /// Takes over what the session has now, whoever set it; a reload does so by itself. False when the session
-  /// has no such record any more; then the record shows what it was.
+  /// Takes over what the session has now, whoever set it; edits and reloads of the session do so by
+  /// themselves. False when the session has no such record any more; then the record shows what it was.
   bool refresh();
 
   /// What became of the last value that was set; after a fault the record has the old value again.
@@ -57,6 +57,7 @@ class PanelRecord {
   Record base_;  // what the session had when it was last looked at
   Result<Outcome> lastOutcome_ = Outcome();
   ks::Connection changed_;
+  ks::Connection edited_;
   ks::Connection reloaded_;
 };
 

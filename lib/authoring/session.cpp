@@ -150,6 +150,10 @@ std::vector<ValueWarning> Session::valueWarnings() {
   return valueWarningsOf(helper(), model_->description());
 }
 
+std::vector<std::string> Session::namesLacking() const {
+  return authoring::namesLacking(helper(), model_->description());
+}
+
 const std::vector<std::string>& Session::hardPoints() const {
   return helper().getHardpointNames();
 }
@@ -196,6 +200,10 @@ Result<HealthExplanation> Session::explainHealth() {
   OpenModel::followAll();
   if (explanation.isSizeUncertain || health != explanation.health) return unreadVisual(modelName());
   return explanation;
+}
+
+ks::Connection Session::connectEdited(std::function<void()> slot) const {
+  return model_->connectEdited(std::move(slot));
 }
 
 ks::Connection Session::connectReloaded(std::function<void()> slot) const {

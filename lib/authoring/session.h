@@ -86,7 +86,9 @@ class Session {
   std::vector<MaterialWarning> materialWarnings() const;
   /// What is questionable about the values that the model's entry has now.
   std::vector<ValueWarning> valueWarnings();
-  /// Valid as long as the session.
+  /// What the entry names and the model lacks, a line each.
+  std::vector<std::string> namesLacking() const;
+  /// Valid until the model's files change.
   const std::vector<std::string>& hardPoints() const;
   const std::set<std::string>& bspMaterials() const;
 
@@ -171,14 +173,23 @@ class Session {
   /// saved.
   static Result<std::vector<Outcome>> saveAll(const std::vector<Session*>& sessions);
 
-  /// Calls `slot` whenever the session has read another content of the database, also that of its own save.
-  /// Its edits are in place by then. It is called between the operations of sessions, never within one. The
-  /// slot may open, edit, save and close sessions, but close none that is in the middle of a call of its own.
+  /// @}
+  /// @name Following
+  /// Slots are called between the operations of sessions, never within one. They may open, edit, save and
+  /// close sessions, but close none that is in the middle of a call of its own.
+  /// @{
+
+  /// Calls `slot` after an edit, once what was edited is in place.
+  ks::Connection connectEdited(std::function<void()> slot) const;
+
+  /// Calls `slot` when the session has read another content of the database, also that of its own save, or
+  /// the model's own files anew. Its edits are in place by then; `namesLacking` tells what of them the model
+  /// has no more.
   ks::Connection connectReloaded(std::function<void()> slot) const;
 
   /// @}
 
-  /// The helper, for reading and for connecting to its signals; edits belong to the session.
+  /// The helper, for reading; replaced when the model's files change (see connectReloaded).
   KsDestructiblesHelper& helper() const noexcept;
 
  private:

@@ -230,4 +230,23 @@ std::vector<ValueWarning> valueWarningsOf(const Description& description) {
   return warningsOfRecords(NamesOfModel(), description);
 }
 
+std::vector<std::string> namesLacking(KsDestructiblesHelper& helper, const Description& description) {
+  const std::map<std::string, unsigned>& materials = helper.getMaterialNames();
+  std::vector<std::string> lines;
+  const auto note = [&](const std::string& what, const std::string& material) {
+    if (!materials.contains(material) && !helper.bspMaterialNames().contains(material))
+      lines.push_back(what + ": the model has no material " + quotedName(material));
+  };
+  if (description.category == DT_STRUCTURE)
+    for (const auto& [name, module] : description.modules) note("module " + quotedName(name), name);
+  for (const auto& [state, names] : description.states)
+    for (const std::string& name : names) note("state " + quotedName(state), name);
+  for (const ValueWarning& warning : valueWarningsOf(helper, description)) {
+    if (warning.code == Code::unknownHardPoint || warning.code == Code::unknownMaterial)
+      lines.push_back((warning.module.empty() ? "" : "module " + quotedName(warning.module) + ", ") +
+                      warning.text);
+  }
+  return lines;
+}
+
 }  // namespace Tal::authoring

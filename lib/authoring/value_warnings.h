@@ -45,7 +45,11 @@ std::vector<ValueWarning> valueWarningsOf(KsDestructiblesHelper& helper, KsDestr
 /// The same of all records of a description: the model's own before the modules.
 std::vector<ValueWarning> valueWarningsOf(KsDestructiblesHelper& helper, const Description& description);
 
-/// The same without a model: hard points and materials are not compared.
+/// What a description names and a helper's model lacks, a line each for a person: modules, materials of
+/// states, and hard points and materials in the records.
+std::vector<std::string> namesLacking(KsDestructiblesHelper& helper, const Description& description);
+
+/// What is questionable without a model: hard points and materials are not compared.
 std::vector<ValueWarning> valueWarningsOf(const Description& description);
 
 }  // namespace Tal::authoring

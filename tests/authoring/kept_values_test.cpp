@@ -106,11 +106,11 @@ TEST_F(KeptValues, TheTagOfAModelThatBecomesAStructureIsNotAnothers) {
   EXPECT_THAT(entry, testing::Not(testing::HasSubstr("achievementTag")));
 }
 
-TEST_F(KeptValues, AListenerOfTheCategorySeesTheModelsOwnTagAndHardPoints) {
+TEST_F(KeptValues, AListenerOfEditsSeesTheModelsOwnTagAndHardPoints) {
   const auto session = open(kHouse);
   std::string tag;
   KsDestructibleModuleDesc module;
-  const ks::Connection connection = session->helper().connectDestructibleTypeChanged([&] {
+  const ks::Connection connection = session->connectEdited([&] {
     session->helper().getStructureAchievementTag(tag);
     session->helper().getDestructibleModule("n_wall_1", module);
   });
