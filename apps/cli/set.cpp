@@ -41,7 +41,7 @@ std::string changeText(const SetOptions& options, const authoring::Outcome& outc
            (isFileChanged ? "already set, but the entry was tidied\n" : "nothing changed, already set\n");
   }
   std::string text;
-  for (const authoring::Change& change : outcome.changes)
+  for (const authoring::ValueChange& change : outcome.changes)
     text += subject + change.key + " " + valueText(change.before) + " -> " + valueText(change.after) + "\n";
   return text;
 }

@@ -7,6 +7,7 @@
 #include <resources/save_group.h>
 
 #include <cstdint>
+#include <memory>
 #include <utility>
 
 namespace Tal::authoring {
@@ -51,6 +52,10 @@ Result<void> editDatabase(
   if (edited) edited = saves.commit();
   if (edited) unwritten.setEdited(false);
   return edited;
+}
+
+FileBefore fileBefore(const DataSection& database) {
+  return {database_format::kDatabaseFile, std::make_shared<const std::string>(database.bytes())};
 }
 
 std::string modelOf(const DataSection& entry) {

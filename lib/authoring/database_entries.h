@@ -1,5 +1,6 @@
 #pragma once
 
+#include <authoring/change.h>
 #include <authoring/description.h>
 #include <core/result.h>
 #include <core/smart_pointer.h>
@@ -24,6 +25,9 @@ SmartPointer<DataSection> openDatabase();
 /// one replacement of the file. A fault when `edit` gives one or the file cannot be written: then the file is
 /// as it was, and so is the document.
 Result<void> editDatabase(const std::function<Result<void>(const SmartPointer<DataSection>& database)>& edit);
+
+/// The file of an opened database, which has no unsaved edits.
+FileBefore fileBefore(const DataSection& database);
 
 /// The model that an entry describes; empty when it names none.
 std::string modelOf(const DataSection& entry);

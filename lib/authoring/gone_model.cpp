@@ -117,6 +117,7 @@ Result<void> removeFrom(const DataSection& database, const std::string& modelNam
     removal.outcome.changes.push_back({"category", std::string(categoryName(description.category)),
                                        std::string(categoryName(DT_NON_DESTRUCTIBLE))});
   }
+  removal.outcome.change = {modelName, description, {}, {fileBefore(database)}};
   removal.outcome.warnings = warningsOf(database, modelName);
   const RestoreTarget target = targetOfGone(modelName, entriesIn(database, modelName).description);
   std::ranges::move(linesOfSave(database, DT_NON_DESTRUCTIBLE, target),

@@ -205,7 +205,7 @@ bool OpenModel::isEdited() const {
   return !isSame(counting(mine_), counting(file_));
 }
 
-void OpenModel::replace(Description wanted) {
+Change OpenModel::replace(Description wanted) {
   std::swap(mine_, wanted);
   hasEdit_ = true;
   try {
@@ -217,6 +217,7 @@ void OpenModel::replace(Description wanted) {
   }
   conflicts_ = unsettled(std::move(conflicts_), mine_, file_);
   rebase();
+  return {modelName_, std::move(wanted), mine_};
 }
 
 bool OpenModel::isOf(const DataSection& database) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <authoring/change.h>
 #include <authoring/database_entries.h>
 #include <authoring/description.h>
 #include <authoring/merge.h>
@@ -76,7 +77,7 @@ class OpenModel : private ResourceModificationListener {
   }
 
   /// Makes this what the author has; shows it in the tables.
-  void replace(Description wanted);
+  Change replace(Description wanted);
 
   /// Shows what the author has in the tables.
   void show();

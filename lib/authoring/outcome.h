@@ -1,7 +1,9 @@
 #pragma once
 
+#include <authoring/change.h>
 #include <core/result.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,7 +11,7 @@
 namespace Tal::authoring {
 
 /// One value that an edit replaced, as text.
-struct Change {
+struct ValueChange {
   std::string key;
   std::string before;
   std::string after;
@@ -20,7 +22,8 @@ struct Change {
 /// they quote are escaped.
 struct Outcome {
   std::vector<std::string> warnings = {};
-  std::vector<Change> changes = {};  ///< what the edit changed; empty when everything was so already
+  std::vector<ValueChange> changes = {};  ///< what the edit changed; empty when everything was so already
+  std::optional<Change> change = {};      ///< the same as a whole, or what a save wrote; nothing likewise
 };
 
 /// The fault of a request that cannot be met.

@@ -203,7 +203,7 @@ class Session {
   Result<Outcome> setAchievementTag(const std::vector<Assignment>& assignments);
   Result<void> checkEditableStates() const;
   Result<void> checkState(const std::string& state);
-  void editStates(const std::function<void(Description::States&)>& edit);
+  Change editStates(const std::function<void(Description::States&)>& edit);
 
   // Saving.
   std::map<std::string, std::string> droppedModules();

@@ -35,11 +35,11 @@ void clearNoTag(Record& record) {
 }
 
 template <class Record>
-std::vector<Change> changesBetween(const Record& before, const Record& after) {
-  std::vector<Change> changes;
+std::vector<ValueChange> changesBetween(const Record& before, const Record& after) {
+  std::vector<ValueChange> changes;
   for (const RecordField<Record>& field : recordFields<Record>()) {
     if (isSameField(field, before, after)) continue;
-    Change change;
+    ValueChange change;
     change.key = field.key;
     change.before = textOf(valueOf(before, field));
     change.after = textOf(valueOf(after, field));
@@ -96,7 +96,7 @@ Result<Outcome> editRecord(OpenModel& model, const Record& before, BasicStringRe
   if (isSameRecord(before, *after)) return outcome;
   Description wanted = model.mine();
   put(wanted, *after);
-  model.replace(std::move(wanted));
+  outcome.change = model.replace(std::move(wanted));
   outcome.changes = changesBetween(before, *after);
   return outcome;
 }
@@ -181,9 +181,10 @@ Result<Outcome> Session::convert(KsDestructibleType to) {
 Result<Outcome> Session::convertTo(KsDestructibleType to) {
   const KsDestructibleType from = category();
   if (from == to) {
+    Outcome outcome;
     // A variant has no category but may have entries.
-    if (to == DT_NON_DESTRUCTIBLE) model_->replace({});
-    return Outcome();
+    if (to == DT_NON_DESTRUCTIBLE && !isSame(model_->mine(), {})) outcome.change = model_->replace({});
+    return outcome;
   }
   const RestoreTarget target = targetOf(helper());
   Description wanted = converted(model_->mine(), to, target.newEntries);
@@ -193,7 +194,7 @@ Result<Outcome> Session::convertTo(KsDestructibleType to) {
   // What the file holds is not lost before the save.
   const Description unsaved = merge(model_->file(), model_->description(), target.newEntries).merged;
   warnOfThrownAway({from, unsaved, target.newEntries, false, true}, target, outcome);
-  model_->replace(std::move(wanted));
+  outcome.change = model_->replace(std::move(wanted));
   const bool isMadeAnew = isNew && to == model_->file().category;
   if (isMadeAnew) warnOfThrownAway({to, model_->file(), model_->description()}, target, outcome);
   outcome.changes.push_back({"category", std::string(categoryName(from)), std::string(categoryName(to))});
@@ -220,8 +221,8 @@ Result<Outcome> Session::reset() {
     }
     const RestoreTarget target = targetOf(helper());
     if (target.isHealthUncertain) return withoutEstimate(modelName());
-    model_->replace(withNewRecords(model_->mine(), target.newEntries));
     Outcome outcome;
+    outcome.change = model_->replace(withNewRecords(model_->mine(), target.newEntries));
     warnOfThrownAway({before.category, before, model_->description()}, target, outcome);
     return outcome;
   });
@@ -293,7 +294,7 @@ Result<Outcome> Session::setAchievementTag(const std::vector<Assignment>& assign
     Description wanted = model_->mine();
     const std::string before = std::exchange(wanted.achievementTag, *tag);
     if (*tag == before) continue;
-    model_->replace(std::move(wanted));
+    outcome.change = model_->replace(std::move(wanted));
     outcome.changes.push_back({keys::kAchievementTag, before, *tag});
   }
   return outcome;

@@ -280,7 +280,12 @@ Result<std::vector<Outcome>> Session::saveTogether(const std::vector<Session*>& 
   auto written = editDatabase([&](const SmartPointer<DataSection>& database) -> Result<void> {
     const auto isChecked = [&database](const CheckedSave& save) { return save.model->isOf(*database); };
     if (!database || !std::ranges::all_of(*saves, isChecked)) return unreadDatabase();
+    const FileBefore before = fileBefore(*database);
+    const std::uint64_t stamp = database->contentStamp();
     stamps = write(database, *saves);
+    if (database->contentStamp() == stamp) return {};
+    for (CheckedSave& save : *saves)
+      save.outcome.change = {save.model->helper().modelName(), save.model->file(), save.written, {before}};
     return {};
   });
   if (!written) return std::move(written).fault();

@@ -106,10 +106,10 @@ Result<void> Session::checkState(const std::string& state) {
                  nameSuggestion(state, keysOf(states)));
 }
 
-void Session::editStates(const std::function<void(Description::States&)>& edit) {
+Change Session::editStates(const std::function<void(Description::States&)>& edit) {
   Description wanted = model_->mine();
   edit(wanted.states);
-  model_->replace(std::move(wanted));
+  return model_->replace(std::move(wanted));
 }
 
 Result<void> Session::checkStates() const {
@@ -123,8 +123,9 @@ Result<Outcome> Session::addState(const std::string& state) {
   return model_->run([&]() -> Result<Outcome> {
     if (auto checked = checkNewName(state, model_->mine().states); !checked)
       return std::move(checked).fault();
-    editStates([&](Description::States& states) { states.try_emplace(state); });
-    return Outcome();
+    Outcome outcome;
+    outcome.change = editStates([&](Description::States& states) { states.try_emplace(state); });
+    return outcome;
   });
 }
 
@@ -132,8 +133,9 @@ Result<Outcome> Session::removeState(const std::string& state) {
   if (auto checked = checkEditableStates(); !checked) return std::move(checked).fault();
   return model_->run([&]() -> Result<Outcome> {
     if (auto checked = checkState(state); !checked) return std::move(checked).fault();
-    editStates([&](Description::States& states) { states.erase(state); });
-    return Outcome();
+    Outcome outcome;
+    outcome.change = editStates([&](Description::States& states) { states.erase(state); });
+    return outcome;
   });
 }
 
@@ -158,7 +160,7 @@ Result<Outcome> Session::addMaterials(const std::string& state, const std::vecto
       }
       outcome.warnings.push_back(objection->reason);
     }
-    editStates([&](Description::States& states) { states[state] = present; });
+    outcome.change = editStates([&](Description::States& states) { states[state] = present; });
     return outcome;
   });
 }
@@ -177,8 +179,9 @@ Result<Outcome> Session::removeMaterials(const std::string& state,
       }
       present.erase(found);
     }
-    editStates([&](Description::States& states) { states[state] = present; });
-    return Outcome();
+    Outcome outcome;
+    outcome.change = editStates([&](Description::States& states) { states[state] = present; });
+    return outcome;
   });
 }
 

@@ -93,6 +93,9 @@ class DataSection : public SafeReferenceCount {
   /// Identifies the document's current content; equal stamps mean equal content. 0 if unsupported.
   virtual std::uint64_t contentStamp() const { return 0; }
 
+  /// The bytes that a save of the whole document would write now. Empty if unsupported.
+  virtual std::string bytes() const { return {}; }
+
   /// What a derivation makes of this section; never null. It is computed when it is asked for, and given
   /// again as long as the document's content stays the same; a format may compute it each time. What the
   /// function throws is passed on, and nothing is kept then.

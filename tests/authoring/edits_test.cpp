@@ -313,7 +313,7 @@ TEST_F(Edits, OfAVariantNameTheModelToConvertInstead) {
 TEST_F(Edits, TellOfATagOfNoneAsTheOneThatIsStored) {
   const auto changes = [](const Result<Outcome>& outcome) {
     std::string text;
-    for (const Change& change : outcome->changes)
+    for (const ValueChange& change : outcome->changes)
       text += change.key + ":" + change.before + ">" + change.after;
     return text;
   };

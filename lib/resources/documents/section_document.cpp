@@ -164,7 +164,7 @@ Result<void> SectionDocument::writeOwn() {
 }
 
 Result<void> SectionDocument::writeOwnAt(const files::OpenPlace& place) {
-  const std::string bytes = xml::fromUtf8(tree_.serialise(), encoding_);
+  const std::string bytes = encoded();
   Result<void> written;
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
     const auto standing = place.look();
@@ -242,7 +242,7 @@ Result<void> SectionDocument::writeOther(BasicStringRef resourceName) const {
   if (!rooted) return failedSave(resourceName, rooted.fault(), "");
   auto place = files::OpenPlace::open(*rooted);
   if (!place) return failedSave(resourceName, place.fault(), "");
-  const std::string bytes = xml::fromUtf8(tree_.serialise(), encoding_);
+  const std::string bytes = encoded();
   if (place->identity()) {
     const auto content = files::readFile(*place, xml::kLargestSource);
     if (content && bytes == content->bytes.view()) return {};

@@ -9,6 +9,7 @@
 #include <files/open_place.h>
 #include <resources/derivation.h>
 #include <xml/encoding.h>
+#include <xml/transcoding.h>
 #include <xml/tree.h>
 
 #include <cstddef>
@@ -49,6 +50,9 @@ class SectionDocument : public SafeReferenceCount {
 
   /// Makes the identity tell nothing until the file was read again.
   void markPossiblyStale() noexcept { isRecent_ = true; }
+
+  /// What a save writes now.
+  std::string encoded() const { return xml::fromUtf8(tree_.serialise(), encoding_); }
 
   /// See DataSection::contentStamp.
   std::uint64_t contentStamp();

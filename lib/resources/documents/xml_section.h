@@ -19,6 +19,7 @@ class XmlSection final : public DataSection {
   SmartPointer<DataSection> findChild(BasicStringRef tag) const override;
   int findChildWith(BasicStringRef key, BasicStringRef value, int first) const override;
   std::uint64_t contentStamp() const override;
+  std::string bytes() const override { return document_->encoded(); }
   SmartPointer<DataSection> appendChild(BasicStringRef tag) override;
   bool removeChild(const SmartPointer<DataSection>& child) override;
   bool removeChild(BasicStringRef tag) override;
