@@ -64,25 +64,7 @@ std::set<std::string> modelFileSet() {
   return names;
 }
 
-// Why the database could not be opened.
-Fault faultOfDatabase() {
-  const FS::MultiFileSystem* const files = FS::fileSystem();
-  if (files == nullptr) return {FaultKind::missing, "no resource roots are set up", "set some first"};
-  const std::string name = database_format::kDatabaseFile;
-  const auto place = files->find(name);
-  if (place) return {FaultKind::malformed, name + " cannot be read", "mend the file and try again"};
-  if (place.fault().kind != FaultKind::missing)
-    return {place.fault().kind, name + ' ' + place.fault().what, "mend that and try again"};
-  return {FaultKind::missing, "the resource roots hold no " + name,
-          "make an empty one with \"destructibles init\""};
-}
-
 }  // namespace
-
-Result<void> checkDatabase() {
-  if (openDatabase()) return {};
-  return faultOfDatabase();
-}
 
 std::optional<files::FileIdentity> databaseIdentity() {
   const FS::MultiFileSystem* const files = FS::fileSystem();
@@ -105,10 +87,10 @@ bool canNameModel(const std::string& modelName) {
 }
 
 Result<std::vector<CatalogueEntry>> readCatalogue() {
-  const SmartPointer<DataSection> root = openDatabase();
-  if (!root) return faultOfDatabase();
+  const auto database = openDatabase();
+  if (!database) return database.fault();
   std::vector<CatalogueEntry> catalogue;
-  for (const auto& [model, marks] : gatherMarks(*root))
+  for (const auto& [model, marks] : gatherMarks(**database))
     catalogue.push_back({model, marks.category(model), isModelFile(model)});
   return catalogue;
 }
@@ -120,8 +102,8 @@ std::vector<std::string> modelFiles() {
 
 std::vector<std::string> knownModels() {
   std::set<std::string> names = modelFileSet();
-  if (const SmartPointer<DataSection> root = openDatabase()) {
-    for (const auto& [model, marks] : gatherMarks(*root)) names.insert(model);
+  if (const auto database = openDatabase()) {
+    for (const auto& [model, marks] : gatherMarks(**database)) names.insert(model);
   }
   return {names.begin(), names.end()};
 }

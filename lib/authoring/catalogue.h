@@ -10,9 +10,6 @@
 
 namespace Tal::authoring {
 
-/// A fault when the database cannot be read. Main thread only.
-Result<void> checkDatabase();
-
 /// What tells the present version of the database's file from another one without reading it; nothing when no
 /// root holds the file, or no roots are set up. Main thread only.
 std::optional<files::FileIdentity> databaseIdentity();

@@ -31,24 +31,31 @@ void noteEntry(KsDestructibleType sectionCategory, DataSection& entry, Descripti
 
 }  // namespace
 
-SmartPointer<DataSection> openDatabase() {
-  return FS::Utils::openSection(database_format::kDatabaseFile, false, nullptr);
+Result<SmartPointer<DataSection>> openDatabase() {
+  if (FS::fileSystem() == nullptr)
+    return Fault{FaultKind::missing, "no resource roots are set up", "set some first"};
+  auto database = FS::Utils::openResource(database_format::kDatabaseFile);
+  if (database || database.fault().kind != FaultKind::missing) return database;
+  return Fault{FaultKind::missing,
+               std::string("the resource roots hold no ") + database_format::kDatabaseFile,
+               "make an empty one with \"destructibles init\""};
 }
 
 Result<void> editDatabase(
     const std::function<Result<void>(const SmartPointer<DataSection>& database)>& edit) {
   UnwrittenDatabase unwritten;
   SaveGroup saves;
-  const SmartPointer<DataSection> database = openDatabase();
-  const std::uint64_t before = database ? database->contentStamp() : 0;
+  const auto database = openDatabase();
+  if (!database) return database.fault();
+  const std::uint64_t before = (*database)->contentStamp();
   Result<void> edited;
   try {
-    edited = edit(database);
+    edited = edit(*database);
   } catch (...) {
     unwritten.setEdited(true);  // by half perhaps
     throw;
   }
-  unwritten.setEdited(database && database->contentStamp() != before);
+  unwritten.setEdited((*database)->contentStamp() != before);
   if (edited) edited = saves.commit();
   if (edited) unwritten.setEdited(false);
   return edited;
@@ -97,9 +104,10 @@ FileEntries entriesIn(const DataSection& database, const std::string& modelName)
   return file;
 }
 
-std::optional<FileEntries> readEntries(const std::string& modelName) {
-  const SmartPointer<DataSection> root = openDatabase();
-  return root ? std::optional(entriesIn(*root, modelName)) : std::nullopt;
+Result<FileEntries> readEntries(const std::string& modelName) {
+  const auto database = openDatabase();
+  if (!database) return database.fault();
+  return entriesIn(**database, modelName);
 }
 
 }  // namespace Tal::authoring

@@ -18,12 +18,13 @@ class DataSection;
 
 namespace Tal::authoring {
 
-/// The database as it is in the file now; null when it is missing or cannot be read.
-SmartPointer<DataSection> openDatabase();
+/// The database as it is in the file now; never null. A fault of the kind `missing` when no root holds it.
+/// Main thread only.
+Result<SmartPointer<DataSection>> openDatabase();
 
-/// Lets `edit` change the database as it is in the file now, null when that cannot be read. Writes it with
-/// one replacement of the file. A fault when `edit` gives one or the file cannot be written: then the file is
-/// as it was, and so is the document.
+/// Lets `edit` change the database as it is in the file now, and writes it with one replacement of the file.
+/// A fault when that cannot be read, `edit` gives one or the file cannot be written: then the file is as it
+/// was, and so is the document.
 Result<void> editDatabase(const std::function<Result<void>(const SmartPointer<DataSection>& database)>& edit);
 
 /// The file of an opened database, which has no unsaved edits.
@@ -67,7 +68,7 @@ Description valuesOf(KsDestructibleType sectionCategory, DataSection& entry);
 /// Reads what an opened database holds of a model.
 FileEntries entriesIn(const DataSection& database, const std::string& modelName);
 
-/// Reads what the file holds of a model; nothing when the database cannot be opened.
-std::optional<FileEntries> readEntries(const std::string& modelName);
+/// Reads what the file holds of a model.
+Result<FileEntries> readEntries(const std::string& modelName);
 
 }  // namespace Tal::authoring

@@ -18,21 +18,23 @@ bool holdsInAnyCase(BasicStringRef name, BasicStringRef key) {
   return key.empty() || std::search(name.begin(), name.end(), key.begin(), key.end(), isSame) != name.end();
 }
 
-// Whether the file has effects of a category, or cannot be read.
-bool mayHoldEffects(KsDestructibleType category) {
-  const auto file = FS::Utils::openSection(database_format::kEffectsFile, false, nullptr);
-  const auto section = file ? file->findChild(database_format::sectionOfCategory(category)) : nullptr;
-  return !file || (section && section->childCount() > 0);
+Result<SmartPointer<DataSection>> openEffects() {
+  auto effects = FS::Utils::openResource(database_format::kEffectsFile);
+  if (effects || effects.fault().kind != FaultKind::missing) return effects;
+  return Fault{FaultKind::missing, std::string("no resource root holds ") + database_format::kEffectsFile,
+               "make one to offer effects"};
 }
 
-Fault unreadable() {
-  if (auto checked = checkEffects(); !checked) return std::move(checked).fault();
-  return {FaultKind::system, std::string(database_format::kEffectsFile) + " could not be read", "try again"};
+bool holdsEffects(const DataSection& effects, KsDestructibleType category) {
+  const auto section = effects.findChild(database_format::sectionOfCategory(category));
+  return section && section->childCount() > 0;
 }
 
 }  // namespace
 
 Result<std::vector<std::string>> effectNames(KsDestructibleType category, BasicStringRef key) {
+  const auto effects = openEffects();
+  if (!effects) return effects.fault();
   // The record of a module offers every effect of whatever category its parent names.
   mio::DynamicObject model;
   offerToRecords(
@@ -41,26 +43,21 @@ Result<std::vector<std::string>> effectNames(KsDestructibleType category, BasicS
   record.setParent(&model);
   const auto options =
       tyk::Variant(record.property(panel_names::kHitEffect).options()).castTo<std::vector<std::string>>();
-  // A list that could not be read looks like an empty one.
-  const bool isEmpty = static_cast<std::ptrdiff_t>(options.size()) <= kWithoutEffect;
-  if (isEmpty && mayHoldEffects(category)) return unreadable();
-  if (auto checked = checkEffects(); !checked) return std::move(checked).fault();
   std::vector<std::string> names;
+  if (static_cast<std::ptrdiff_t>(options.size()) <= kWithoutEffect) {
+    // A list that could not be read looks like an empty one.
+    if (!holdsEffects(**effects, category)) return names;
+    return Fault{FaultKind::system, std::string(database_format::kEffectsFile) + " could not be read",
+                 "try again"};
+  }
   std::copy_if(options.begin() + kWithoutEffect, options.end(), std::back_inserter(names),
                [key](const std::string& name) { return holdsInAnyCase(name, key); });
   return names;
 }
 
 Result<void> checkEffects() {
-  if (FS::Utils::openSection(database_format::kEffectsFile, false, nullptr)) return {};
-  const std::string file = database_format::kEffectsFile;
-  if (const FS::MultiFileSystem* const files = FS::fileSystem()) {
-    const auto place = files->find(file);
-    if (place) return Fault{FaultKind::malformed, file + " cannot be read", "mend it first"};
-    if (place.fault().kind != FaultKind::missing)
-      return Fault{place.fault().kind, file + ' ' + place.fault().what, "mend that first"};
-  }
-  return Fault{FaultKind::missing, "no resource root holds " + file, "make one to offer effects"};
+  if (const auto effects = openEffects(); !effects) return effects.fault();
+  return {};
 }
 
 }  // namespace Tal::authoring

@@ -133,8 +133,8 @@ Result<void> removeFrom(const DataSection& database, const std::string& modelNam
 
 std::optional<GoneModel> readGoneModel(const std::string& modelName) {
   if (modelName.empty()) return std::nullopt;
-  const SmartPointer<DataSection> database = openDatabase();
-  return database ? readFrom(*database, modelName) : std::nullopt;
+  const auto database = openDatabase();
+  return database ? readFrom(**database, modelName) : std::nullopt;
 }
 
 Result<Removal> removeGoneModel(const std::string& modelName) {
@@ -148,11 +148,8 @@ Result<Removal> removeGoneModel(const std::string& modelName) {
   const auto lock = SaveLock::acquire(kDatabaseFile);
   if (!lock) return lock.fault();
   Removal removal;
-  auto written = editDatabase([&](const SmartPointer<DataSection>& database) -> Result<void> {
-    if (database) return removeFrom(*database, modelName, removal);
-    return Fault{FaultKind::system, std::string(kDatabaseFile) + " cannot be read, so nothing was removed",
-                 "restore the file and try again"};
-  });
+  auto written = editDatabase(
+      [&](const SmartPointer<DataSection>& database) { return removeFrom(*database, modelName, removal); });
   if (!written) return std::move(written).fault();
   return removal;
 }

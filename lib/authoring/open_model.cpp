@@ -126,7 +126,7 @@ void OpenModel::bind(std::unique_ptr<SuperModel> superModel) {
   };
   reinit();
   // The tables may have been of an older file.
-  const std::optional<FileEntries> file = readEntries(modelName_);
+  const auto file = readEntries(modelName_);
   if (file && file->description.category != helper_->destructibleType()) reinit();
   disabler_->attachSuperModel(superModel.get());
   superModel_ = std::move(superModel);
@@ -264,7 +264,7 @@ void OpenModel::onResourceModified(const BasicStringRef& /*basePath*/, const Bas
                                    Action /*action*/) {
   if (resourceName == modelName_ || resourceName == visualName_) isModelStale_ = true;
   if (resourceName != database_format::kDatabaseFile) return;
-  if (!openDatabase()) {
+  if (!openDatabase()) {  // the reason is logged by whoever loads the tables
     warn(std::string(database_format::kDatabaseFile) + " cannot be read any more; what was last read of " +
          quotedName(modelName_) + " is kept until it can");
   }
@@ -284,11 +284,11 @@ void OpenModel::onTablesLoaded() {
 
 // False when there was nothing new in the file.
 bool OpenModel::takeFile() {
-  const SmartPointer<DataSection> database = openDatabase();
-  const std::uint64_t stamp = database ? database->contentStamp() : 0;
+  const auto database = openDatabase();
+  const std::uint64_t stamp = database ? (*database)->contentStamp() : 0;
   const bool isNew = stamp != 0 && stamp != stamp_;
-  if (isNew) merge(entriesIn(*database, modelName_).description);
-  hasRead_ = hasRead_ || database;
+  if (isNew) merge(entriesIn(**database, modelName_).description);
+  hasRead_ = hasRead_ || static_cast<bool>(database);
   stamp_ = stamp;
   show();
   return isNew;

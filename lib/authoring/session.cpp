@@ -23,9 +23,10 @@ namespace {
 // Neither the roots nor an entry of the database has it.
 Fault unknownModel(const std::string& modelName) {
   const std::string what = "the resource roots hold no model " + quotedName(modelName);
-  const SmartPointer<DataSection> database = openDatabase();
-  const std::vector<RemovedSection> sections =
-      database ? sectionsRemovedBySave(*database, modelName) : std::vector<RemovedSection>();
+  const auto database = openDatabase();
+  // What it has of the model is unknown then.
+  if (!database) return database.fault();
+  const std::vector<RemovedSection> sections = sectionsRemovedBySave(**database, modelName);
   if (!sections.empty()) {
     std::vector<std::string> tags;
     tags.reserve(sections.size());
@@ -56,8 +57,6 @@ Result<void> checkModel(const std::string& modelName) {
     return refused(model + ' ' + spelled.fault().what, spelled.fault().remedy);
   if (place) return {};
   if (!isMissing) return refused(model + ' ' + place.fault().what, "put the model's files below a root");
-  // What the database has of it is unknown then.
-  if (auto checked = checkDatabase(); !checked) return checked;
   return unknownModel(modelName);
 }
 
@@ -76,7 +75,7 @@ Result<std::unique_ptr<Session>> Session::open(const std::string& modelName) {
     return refused("the model " + quotedName(modelName) + " is open already in this program",
                    "use that session or close it first");
   }
-  if (auto checked = checkDatabase(); !checked) return std::move(checked).fault();
+  if (const auto database = openDatabase(); !database) return database.fault();
   auto superModel = SuperModel::load(modelName);
   if (!superModel) return std::move(superModel).fault();
   auto model = std::make_unique<OpenModel>(modelName, *std::move(superModel));
@@ -119,7 +118,7 @@ Description Session::description() {
 
 std::vector<std::string> Session::sections() const {
   std::vector<std::string> sections;
-  if (const std::optional<FileEntries> file = readEntries(modelName())) {
+  if (const auto file = readEntries(modelName())) {
     for (const EntryPlace& place : file->entries) sections.push_back(place.section);
   }
   return sections;

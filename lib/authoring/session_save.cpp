@@ -159,10 +159,17 @@ Result<void> checkDatabaseOfSave(const DataSection& database, const save_rules::
   return checkRemovedKeys(database, content);
 }
 
-Fault unreadDatabase() {
-  return {FaultKind::system,
-          std::string(database_format::kDatabaseFile) + " cannot be read, so nothing was saved",
-          "restore the file and save again"};
+Fault notSaved(Fault fault) {
+  fault.what += ", so nothing was saved";
+  if (fault.kind == FaultKind::missing) fault.remedy = "restore that and save again";
+  return fault;
+}
+
+// The file cannot be read for a moment, or has changed though it is locked.
+Fault changedMeanwhile() {
+  return {FaultKind::changed,
+          std::string(database_format::kDatabaseFile) + " is another one than was read, so nothing was saved",
+          "save again"};
 }
 
 }  // namespace
@@ -218,8 +225,8 @@ std::map<std::string, std::string> Session::droppedModules() {
 }
 
 std::vector<SaveWarning> Session::saveWarnings() {
-  const SmartPointer<DataSection> database = openDatabase();
-  return database ? warningsOf(*database) : std::vector<SaveWarning>();
+  const auto database = openDatabase();
+  return database ? warningsOf(**database) : std::vector<SaveWarning>();
 }
 
 std::vector<SaveWarning> Session::warningsOf(const DataSection& database) {
@@ -279,7 +286,7 @@ Result<std::vector<Outcome>> Session::saveTogether(const std::vector<Session*>& 
   StampsOfWrite stamps;
   auto written = editDatabase([&](const SmartPointer<DataSection>& database) -> Result<void> {
     const auto isChecked = [&database](const CheckedSave& save) { return save.model->isOf(*database); };
-    if (!database || !std::ranges::all_of(*saves, isChecked)) return unreadDatabase();
+    if (!std::ranges::all_of(*saves, isChecked)) return changedMeanwhile();
     const FileBefore before = fileBefore(*database);
     const std::uint64_t stamp = database->contentStamp();
     stamps = write(database, *saves);
@@ -298,11 +305,12 @@ Result<std::vector<Outcome>> Session::saveTogether(const std::vector<Session*>& 
 
 // Without a group of saves, in which every file that is looked at is locked.
 Result<std::vector<CheckedSave>> Session::checkedSaves(const std::vector<Session*>& sessions) {
-  const SmartPointer<DataSection> database = openDatabase();
+  const auto database = openDatabase();
+  if (!database) return notSaved(database.fault());
   std::vector<CheckedSave> saves;
   for (Session* const session : sessions) {
-    if (!database || !session->model_->isOf(*database)) return unreadDatabase();
-    auto save = session->checkedSave(*database);
+    if (!session->model_->isOf(**database)) return changedMeanwhile();
+    auto save = session->checkedSave(**database);
     if (!save) return std::move(save).fault();
     saves.push_back(*std::move(save));
   }

@@ -29,8 +29,9 @@ Result<void> checkNewName(const std::string& state, const Description::States& s
   if (isBuiltInState(state))
     return refused("the state " + quotedName(state) + " is built in", "choose another name");
   if (state.empty()) return refused("the name of a state cannot be empty", "give one");
-  if (const BasicStringRef fault = faultOfStoredText(state); !fault.empty())
-    return refused("the state name " + quotedName(state) + ' ' + std::string(fault));
+  if (const auto checked = checkStoredText(state); !checked)
+    return refused("the state name " + quotedName(state) + ' ' + checked.fault().what,
+                   checked.fault().remedy);
   if (states.contains(state)) return refused("there is a state " + quotedName(state) + " already");
   return {};
 }

@@ -1,3 +1,4 @@
+#include <authoring/outcome.h>
 #include <authoring/stored_text.h>
 #include <core/display_text.h>
 #include <core/white_space.h>
@@ -5,21 +6,18 @@
 
 namespace Tal::authoring {
 
-BasicStringRef faultOfStoredText(BasicStringRef text) noexcept {
-  if (!isStorable(text)) return "holds a control character or is not UTF-8, which XML cannot hold";
+Result<void> checkStoredText(BasicStringRef text) {
+  if (!isStorable(text)) return refused("holds a control character or is not UTF-8, which XML cannot hold");
   if (trimmed(text) != text)
-    return "has white space around it, which the database does not keep; leave it out";
+    return refused("has white space around it, which the database does not keep", "leave it out");
   return {};
 }
 
 Result<void> checkModelName(BasicStringRef modelName) {
-  if (faultOfStoredText(modelName).empty()) return {};
-  return Fault{
-      FaultKind::refused,
-      "the model name " + quotedName(modelName) +
-          " cannot stand in the database, which holds UTF-8 without control characters and without white "
-          "space around it",
-      ""};
+  if (checkStoredText(modelName)) return {};
+  return refused("the model name " + quotedName(modelName) +
+                 " cannot stand in the database, which holds UTF-8 without control characters and without "
+                 "white space around it");
 }
 
 }  // namespace Tal::authoring

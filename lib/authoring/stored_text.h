@@ -5,9 +5,9 @@
 
 namespace Tal::authoring {
 
-/// What keeps the database from holding a text exactly as it is, and what to do: the end of a line for a
-/// person that begins with the text. Empty when it can. Usable on any thread; the view is valid for ever.
-BasicStringRef faultOfStoredText(BasicStringRef text) noexcept;
+/// A fault when the database cannot hold a text exactly as it is; what happened begins after the text. Usable
+/// on any thread.
+Result<void> checkStoredText(BasicStringRef text);
 
 /// A fault, which leaves what to do to the caller, when the database cannot hold a model of this name. Usable
 /// on any thread.

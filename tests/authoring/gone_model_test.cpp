@@ -187,8 +187,10 @@ TEST_F(AGoneModel, IsNoneWhoseFilesCannotBeRead) {
 
 TEST_F(AGoneModel, IsNotSuggestedAnotherNameWhileTheDatabaseCannotBeRead) {
   writeDatabase("<root><fragiles>");
-  EXPECT_EQ(refusalOf("content/props/crat.model"),
-            "scripts/destructibles.xml cannot be read; mend the file and try again");
+  EXPECT_EQ(
+      refusalOf("content/props/crat.model"),
+      "scripts/destructibles.xml:1:17: no element found (\"<fragiles>\" of line 1 has no end tag; perhaps "
+      "the file was cut off); the file was not loaded; correct it there");
 }
 
 TEST_F(AGoneModel, ThatSeveralSectionsNameIsRefusedWithAllOfThem) {
@@ -325,9 +327,10 @@ TEST_F(AGoneModel, IsTheOnlyOneThatIsRemoved) {
     EXPECT_THAT(faultText(removeGoneModel(name)), testing::HasSubstr("nothing was removed")) << name;
   EXPECT_EQ(readDatabase(), kOneEntry);
   writeDatabase("<root><fragiles></root>");
-  EXPECT_EQ(
-      faultText(removeGoneModel(kGone)),
-      "scripts/destructibles.xml cannot be read, so nothing was removed; restore the file and try again");
+  EXPECT_EQ(faultText(removeGoneModel(kGone)),
+            "scripts/destructibles.xml:1:19: mismatched tag (the innermost open element is \"<fragiles>\" of "
+            "line 1: "
+            "write \"</fragiles>\" first); the file was not loaded; correct it there");
 }
 
 TEST_F(AGoneModel, IsListedWithoutAModelFileThoughOneOfAnotherSpellingExists) {

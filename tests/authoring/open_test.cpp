@@ -85,7 +85,10 @@ TEST_F(OpeningASession, RefusesToGuessWithoutADatabase) {
       refusalOf(kCrate),
       "the resource roots hold no scripts/destructibles.xml; make an empty one with \"destructibles init\"");
   writeDatabase("<root><fragiles></root>");
-  EXPECT_EQ(refusalOf(kCrate), "scripts/destructibles.xml cannot be read; mend the file and try again");
+  EXPECT_EQ(refusalOf(kCrate),
+            "scripts/destructibles.xml:1:19: mismatched tag (the innermost open element is \"<fragiles>\" of "
+            "line 1: "
+            "write \"</fragiles>\" first); the file was not loaded; correct it there");
 }
 
 TEST_F(OpeningASession, RefusesAModelThatAnotherSessionHasOpen) {

@@ -15,6 +15,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::StartsWith;
 
 class APanelRecord : public SessionTest {
  protected:
@@ -266,19 +267,20 @@ TEST_F(TheEffects, AreThoseOfTheCategoryWhoseNamesHoldTheKeyInAnyCase) {
 TEST_F(TheEffects, AreRefusedWithWhatStandsInThePlaceOfTheFile) {
   const std::string file = "scripts/destructibles_effects.xml";
   std::filesystem::create_directory(root_ / file);
-  EXPECT_EQ(faultText(checkEffects()), file + " is no regular file; mend that first");
+  EXPECT_THAT(faultText(checkEffects()),
+              HasSubstr(file + "\" is no regular file; what stands there must be"));
   std::filesystem::remove(root_ / file);
   std::filesystem::create_symlink("/etc/passwd", root_ / file);
-  EXPECT_EQ(faultText(checkEffects()), file + " leads out of its root through a link; mend that first");
+  EXPECT_THAT(faultText(checkEffects()), HasSubstr(file + "\" leads out of its root through a link; what"));
 }
 
 TEST_F(TheEffects, AreRefusedWithoutAFileThatCanBeRead) {
   EXPECT_EQ(faultText(checkEffects()),
             "no resource root holds scripts/destructibles_effects.xml; make one to offer effects");
   root_.write("scripts/destructibles_effects.xml", "<root>");
-  EXPECT_EQ(faultText(checkEffects()), "scripts/destructibles_effects.xml cannot be read; mend it first");
+  EXPECT_THAT(faultText(checkEffects()),
+              StartsWith("scripts/destructibles_effects.xml:1:7: no element found"));
   EXPECT_FALSE(effectNames(DT_FRAGILE, ""));
-  EXPECT_THAT(messages_.texts(), Contains(HasSubstr("destructibles_effects.xml")));
 }
 
 }  // namespace

@@ -225,9 +225,8 @@ TEST_F(Saving, IsRefusedWithoutResourceRootsAndKeepsTheEdits) {
   expectDone(session->convert(DT_FRAGILE));
   expectDone(session->set({{"health", "35"}}));
   FS::setFileSystem(nullptr);
-  EXPECT_EQ(
-      faultText(session->save()),
-      "scripts/destructibles.xml cannot be read, so nothing was saved; restore the file and save again");
+  EXPECT_EQ(faultText(session->save()),
+            "no resource roots are set up, so nothing was saved; restore that and save again");
   EXPECT_EQ(session->description().fragile.value().health, 35);
 }
 
@@ -236,9 +235,9 @@ TEST_F(Saving, IsRefusedWhenTheDatabaseIsGone) {
   auto session = open(kCrate);
   expectDone(session->set({{"health", "35"}}));
   std::filesystem::remove(root_ / kDatabase);
-  EXPECT_EQ(
-      faultText(session->save()),
-      "scripts/destructibles.xml cannot be read, so nothing was saved; restore the file and save again");
+  EXPECT_EQ(faultText(session->save()),
+            "the resource roots hold no scripts/destructibles.xml, so nothing was saved; restore that and "
+            "save again");
   writeDatabase(kOneFragile);
   expectDone(session->save());
   session.reset();
