@@ -288,7 +288,7 @@ bool OpenModel::takeFile() {
   const std::uint64_t stamp = database ? (*database)->contentStamp() : 0;
   const bool isNew = stamp != 0 && stamp != stamp_;
   if (isNew) merge(entriesIn(**database, modelName_).description);
-  hasRead_ = hasRead_ || static_cast<bool>(database);
+  reading_ = database ? Result<void>() : database.fault();
   stamp_ = stamp;
   show();
   return isNew;

@@ -4,6 +4,7 @@
 #include <authoring/database_entries.h>
 #include <authoring/description.h>
 #include <authoring/merge.h>
+#include <core/result.h>
 #include <destructibles/ks_destructibles_helper.h>
 #include <ks/connection.h>
 #include <ks/signal.h>
@@ -45,8 +46,8 @@ class OpenModel : private ResourceModificationListener {
   /// Replaced when the model's own files have changed.
   KsDestructiblesHelper& helper() noexcept { return *helper_; }
 
-  /// Whether the database could be read since the model was bound; without that there is nothing to edit.
-  bool hasRead() const noexcept { return hasRead_; }
+  /// Whether the database could be read when it was last to be.
+  const Result<void>& reading() const noexcept { return reading_; }
 
   /// Whether the model's files could be read when it was bound: without the size that decides the health of
   /// new entries nothing can be completed.
@@ -157,7 +158,7 @@ class OpenModel : private ResourceModificationListener {
   int saves_ = 0;
   std::uint64_t stamp_ = 0;       // of the content that file_ is from; 0 when it is to be read again
   bool isStructureGone_ = false;  // from the file, while base_ and mine_ still have it
-  bool hasRead_ = false;
+  Result<void> reading_;
   bool isWhole_ = true;
   bool isStale_ = false;       // the file or the tables may have changed
   bool isModelStale_ = false;  // its own files may have

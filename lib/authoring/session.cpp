@@ -79,11 +79,7 @@ Result<std::unique_ptr<Session>> Session::open(const std::string& modelName) {
   auto superModel = SuperModel::load(modelName);
   if (!superModel) return std::move(superModel).fault();
   auto model = std::make_unique<OpenModel>(modelName, *std::move(superModel));
-  if (!model->hasRead()) {
-    return Fault{FaultKind::system,
-                 std::string(database_format::kDatabaseFile) + " could not be read when the model was opened",
-                 "mend that and try again"};
-  }
+  if (const Result<void>& reading = model->reading(); !reading) return reading.fault();
   if (!model->isWhole()) return unreadVisual(modelName);
   pin.reset();
   model->refresh();  // what another program has saved meanwhile

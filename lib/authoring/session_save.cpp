@@ -275,7 +275,10 @@ Result<std::vector<Outcome>> Session::saveAll(const std::vector<Session*>& sessi
   // What another program saves for these models is taken over before, or waits until they are saved.
   const auto lock = SaveLock::acquire(database_format::kDatabaseFile);
   if (!lock) return lock.fault();
-  for (Session* const session : sessions) session->model_->refresh();
+  for (Session* const session : sessions) {
+    session->model_->refresh();
+    if (const Result<void>& reading = session->model_->reading(); !reading) return notSaved(reading.fault());
+  }
   return OpenModel::run([&sessions] { return saveTogether(sessions); });
 }
 

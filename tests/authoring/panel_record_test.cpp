@@ -11,7 +11,6 @@
 namespace Tal::authoring {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
