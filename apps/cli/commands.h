@@ -8,8 +8,8 @@ namespace Tal::cli {
 
 class Tool;
 
-/// Each adds one command to the program; parsing a command line then runs it. The tool must outlive the
-/// program. A command that is refused throws Refusal, one that is used wrongly CLI::ParseError.
+/// Each adds one command, which parsing a command line then runs. The tool must outlive the program. A
+/// command throws Refusal when it is refused or fails, CLI::ParseError for wrong usage.
 void addInit(CLI::App& program, Tool& tool);
 void addImport(CLI::App& program, Tool& tool);
 void addList(CLI::App& program, Tool& tool);

@@ -2,6 +2,7 @@
 #include <authoring/gone_model.h>
 #include <authoring/session.h>
 #include <cli/commands.h>
+#include <cli/options.h>
 #include <cli/tool.h>
 #include <core/display_text.h>
 #include <core/nearest_name.h>
@@ -83,12 +84,12 @@ void convert(const ConvertOptions& options, Tool& tool) {
 
 void addConvert(CLI::App& program, Tool& tool) {
   auto options = std::make_shared<ConvertOptions>();
-  CLI::App* const command = program.add_subcommand("convert", "Give a model a category, or none, and save");
-  command->add_option("MODEL", options->model, "The model's resource name")->required();
+  CLI::App* const command = program.add_subcommand("convert", "Change a model's category and save");
+  addModel(*command, options->model);
   command
       ->add_option("CATEGORY", options->category,
-                   "structure, fragile, falling-atom, none (the model's entries are removed) or auto (what "
-                   "its materials suggest; refused when they suggest none)")
+                   "structure, fragile, falling-atom, none (removes the model's entries) or auto (what its "
+                   "materials suggest; refused when they suggest nothing)")
       ->required();
   command->footer("Example:\n  destructibles convert content/props/crate.model auto");
   command->callback([options, &tool] { convert(*options, tool); });

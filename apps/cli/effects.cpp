@@ -2,12 +2,14 @@
 #include <authoring/effects.h>
 #include <cli/commands.h>
 #include <cli/json_text.h>
+#include <cli/options.h>
 #include <cli/table.h>
 #include <cli/tool.h>
 #include <core/display_text.h>
 
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,8 +18,7 @@ namespace Tal::cli {
 namespace {
 
 struct EffectsOptions {
-  std::string category;
-  bool hasCategory = false;
+  std::optional<std::string> category;
   std::string key;
   bool isJson = false;
 };
@@ -26,7 +27,7 @@ using CategoryAndEffect = std::pair<KsDestructibleType, std::string>;
 
 std::vector<CategoryAndEffect> effectsOf(const EffectsOptions& options) {
   std::vector<KsDestructibleType> categories{DT_STRUCTURE, DT_FRAGILE, DT_FALLING_ATOMS};
-  if (options.hasCategory) categories = {Tool::destructibleCategory(options.category)};
+  if (options.category) categories = {Tool::destructibleCategory(*options.category)};
   std::vector<CategoryAndEffect> effects;
   for (const KsDestructibleType category : categories) {
     for (std::string& name : Tool::check(authoring::effectNames(category, options.key)))
@@ -60,17 +61,12 @@ void effects(const EffectsOptions& options, Tool& tool) {
 void addEffects(CLI::App& program, Tool& tool) {
   auto options = std::make_shared<EffectsOptions>();
   CLI::App* const command = program.add_subcommand("effects", "List the effects that panels offer");
-  CLI::Option* const category =
-      command->add_option("--category", options->category, "Only the effects of one category")
-          ->type_name("structure|fragile|falling-atom");
-  command->add_option("--key", options->key, "Only effects whose names hold this, in any case")
+  addCategory(*command, options->category, "Only the effects of one category");
+  command->add_option("--key", options->key, "Only effects whose names contain this, ignoring case")
       ->type_name("KEY");
-  command->add_flag("--json", options->isJson, "Print an array of objects with category and effect");
+  command->add_flag("--json", options->isJson, "Print a JSON array of objects with category and effect");
   command->footer("Example:\n  destructibles effects --category falling-atom --key touchdown");
-  command->callback([options, category, &tool] {
-    options->hasCategory = category->count() > 0;
-    effects(*options, tool);
-  });
+  command->callback([options, &tool] { effects(*options, tool); });
 }
 
 }  // namespace Tal::cli

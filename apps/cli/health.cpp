@@ -3,9 +3,9 @@
 #include <authoring/session.h>
 #include <cli/commands.h>
 #include <cli/json_text.h>
+#include <cli/options.h>
 #include <cli/table.h>
 #include <cli/tool.h>
-#include <core/display_text.h>
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -45,9 +45,7 @@ std::string asTable(const HealthExplanation& explanation) {
   table.add({"rule", std::string(authoring::healthRuleName(explanation.rule))});
   table.add({"because", authoring::healthReason(explanation)});
   if (explanation.materials) {
-    std::string names;
-    for (const std::string& name : *explanation.materials)
-      names += (names.empty() ? "" : ", ") + escapeControls(name);
+    const std::string names = escapedList(*explanation.materials, ", ");
     table.add({"materials", names.empty() ? "none" : names});
   }
   return table.text();
@@ -64,9 +62,9 @@ void health(const HealthOptions& options, Tool& tool) {
 void addHealth(CLI::App& program, Tool& tool) {
   auto options = std::make_shared<HealthOptions>();
   CLI::App* const command =
-      program.add_subcommand("health", "Estimate a model's hit points, and say what decided");
-  command->add_option("MODEL", options->model, "The model's resource name")->required();
-  command->add_flag("--json", options->isJson, "Print one object with health, rule and what it looked at");
+      program.add_subcommand("health", "Estimate a model's hit points and explain the estimate");
+  addModel(*command, options->model);
+  command->add_flag("--json", options->isJson, "Print one JSON object with health, rule and what decided");
   command->footer("Example:\n  destructibles health content/props/crate.model");
   command->callback([options, &tool] { health(*options, tool); });
 }

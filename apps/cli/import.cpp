@@ -7,11 +7,12 @@
 #include <model/gltf_limits.h>
 #include <model/utilities.h>
 #include <resources/file_system.h>
+#include <resources/number_text.h>
 
-#include <charconv>
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -54,21 +55,17 @@ std::vector<NamePair> namePairs(const std::string& option, const std::string& fo
   return pairs;
 }
 
-constexpr std::uint32_t kLargestKind = 2147483647;
-
 std::vector<std::pair<std::string, std::uint32_t>> kindPairs(const std::vector<std::string>& texts) {
   std::vector<std::pair<std::string, std::uint32_t>> pairs;
   for (const std::string& text : texts) {
     const auto [material, digits] = splitAt("--kind", "MATERIAL=NUMBER", text, text.rfind('='));
-    std::uint32_t kind = 0;
-    const char* const end = digits.data() + digits.size();
-    const auto parsed = std::from_chars(digits.data(), end, kind);
-    if (parsed.ec != std::errc() || parsed.ptr != end || kind > kLargestKind) {
+    const std::optional<int> kind = parseInt(digits);
+    if (!kind || *kind < 0) {
       throw CLI::ValidationError(
           "--kind", quotedName(text) + " is not of the form MATERIAL=NUMBER with a number from 0 to " +
-                        std::to_string(kLargestKind));
+                        std::to_string(std::numeric_limits<int>::max()));
     }
-    pairs.emplace_back(material, kind);
+    pairs.emplace_back(material, *kind);
   }
   return pairs;
 }
@@ -78,7 +75,7 @@ std::vector<fs::path> foldersOf(const std::vector<std::string>& names) {
   for (const std::string& name : names) {
     std::error_code error;
     if (!fs::is_directory(name, error))
-      throw CLI::ValidationError("--source-root", quotedName(name) + " is no folder");
+      throw CLI::ValidationError("--source-root", quotedName(name) + " is not a folder");
     folders.emplace_back(name);
   }
   return folders;
@@ -111,9 +108,10 @@ void refuseModelOfAnotherRoot(const std::string& model) {
 void sayLongWork(const std::string& gltf) {
   std::error_code error;
   const std::uintmax_t size = fs::file_size(gltf, error);
-  if (!error && size >= kLongWork && size <= kMaxGltfBytes)  // else it is refused at once
-    Tool::say(Severity::information,
-              "importing " + quotedName(gltf) + " (" + std::to_string(size >> 20U) + " MB)");
+  const bool isRefusedAtOnce = error || size > kMaxGltfBytes;
+  if (isRefusedAtOnce || size < kLongWork) return;
+  Tool::say(Severity::information,
+            "importing " + quotedName(gltf) + " (" + std::to_string(size >> 20U) + " MB)");
 }
 
 std::string kindText(const ImportedMaterial& material) {
@@ -173,7 +171,7 @@ void addRepeatable(CLI::App& command, const std::string& name, std::vector<std::
 void addImport(CLI::App& program, Tool& tool) {
   auto options = std::make_shared<ImportOptions>();
   CLI::App* const command =
-      program.add_subcommand("import", "Make a model, its visual and its geometry out of a glTF 2.0 file");
+      program.add_subcommand("import", "Make a model, its visual and its geometry from a glTF 2.0 file");
   command->add_option("GLTF", options->gltf, "The file (.glb, or .gltf with its buffers)")->required();
   command
       ->add_option("MODEL", options->model,
@@ -184,9 +182,9 @@ void addImport(CLI::App& program, Tool& tool) {
   addRepeatable(*command, "--hard-point", options->hardPoints, "NODE=NAME",
                 "Make a node a hard point (HP_...)");
   addRepeatable(*command, "--bsp", options->gltfOptions.bspMaterials, "MATERIAL",
-                "A collision material; without any, those of the collision nodes, else all");
+                "A collision material; default: those of the collision nodes, else all");
   addRepeatable(*command, "--source-root", options->sourceRoots, "DIR",
-                "One more folder from which the file's images and buffers may come");
+                "Another folder that images and buffers may come from");
   command->add_flag("--force", options->gltfOptions.overwrite, "Replace files that exist");
   command->footer(
       "Example:\n"

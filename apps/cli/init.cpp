@@ -56,7 +56,7 @@ bool make(const NewFile& file) {
 
 // What is missing: one that was cut off, or has failed, is gone on with by the next one.
 void init(const std::string& folder, Tool& tool) {
-  if (folder.empty()) throw CLI::ValidationError("DIR", "the folder has no name");
+  if (folder.empty()) throw CLI::ValidationError("DIR is empty");
   const fs::path root(folder);
   files::NewFolders folders(root / "scripts");
   Tool::check(files::makeFolder(root / "scripts"));
@@ -78,9 +78,9 @@ void init(const std::string& folder, Tool& tool) {
 
 void addInit(CLI::App& program, Tool& tool) {
   auto folder = std::make_shared<std::string>();
-  CLI::App* const command = program.add_subcommand(
-      "init", "Make an empty database and effects file in DIR/scripts, as far as they are missing");
-  command->add_option("DIR", *folder, "The resource root; it is made when it does not exist")->required();
+  CLI::App* const command =
+      program.add_subcommand("init", "Create an empty database and effects file, unless they exist");
+  command->add_option("DIR", *folder, "The resource root; created if it does not exist")->required();
   command->footer("Example:\n  destructibles init game");
   command->callback([folder, &tool] { init(*folder, tool); });
 }

@@ -3,7 +3,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdint>
 #include <variant>
 
 namespace Tal::cli {
@@ -19,14 +18,10 @@ Json toJson(float value) {
 Json toJson(const std::vector<authoring::NamedField>& fields) {
   Json record = Json::object();
   for (const authoring::NamedField& field : fields) {
-    const std::string key(field.key);
-    if (const auto* number = std::get_if<std::int32_t>(&field.value)) {
-      record[key] = *number;
-    } else if (const auto* scale = std::get_if<float>(&field.value)) {
-      record[key] = toJson(*scale);
-    } else {
-      record[key] = std::get<std::string>(field.value);
-    }
+    const auto* const scale = std::get_if<float>(&field.value);
+    record[std::string(field.key)] =
+        scale != nullptr ? toJson(*scale)
+                         : std::visit([](const auto& value) { return Json(value); }, field.value);
   }
   return record;
 }

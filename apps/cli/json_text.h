@@ -9,20 +9,20 @@
 
 namespace Tal::cli {
 
-/// JSON objects keep the order in which their keys were added.
+/// JSON whose objects keep the order of their keys.
 using Json = nlohmann::ordered_json;
 
 /// The fields of a record by their names.
 Json toJson(const std::vector<authoring::NamedField>& fields);
 
-/// A warning of a value: which one, of which module and key, and its text.
+/// A warning about a value: its code, module, key and text.
 Json toJson(const authoring::ValueWarning& warning);
 
-/// A single-precision number with no more digits than it has.
+/// A single-precision number in its shortest digits; null when it is not finite.
 Json toJson(float value);
 
-/// The text of a document, indented, with a line end. Bytes that are not UTF-8 are replaced, so that it is
-/// valid whatever the names hold.
+/// The text of a document, indented, with a line end. Bytes that are not UTF-8 are replaced, so it is always
+/// valid.
 std::string jsonText(const Json& document);
 
 }  // namespace Tal::cli

@@ -2,6 +2,7 @@
 #include <authoring/category.h>
 #include <cli/commands.h>
 #include <cli/json_text.h>
+#include <cli/options.h>
 #include <cli/table.h>
 #include <cli/tool.h>
 #include <core/display_text.h>
@@ -18,20 +19,15 @@ namespace {
 using authoring::CatalogueEntry;
 
 struct ListOptions {
-  std::string category;
-  bool hasCategory = false;
+  std::optional<std::string> category;
   bool isJson = false;
 };
 
-// The category to list; nothing when it is every one.
-std::optional<KsDestructibleType> wantedCategory(const ListOptions& options) {
-  if (!options.hasCategory) return std::nullopt;
-  return Tool::destructibleCategory(options.category);
-}
-
-std::vector<CatalogueEntry> catalogue(std::optional<KsDestructibleType> wanted) {
+std::vector<CatalogueEntry> wantedEntries(const ListOptions& options) {
+  if (!options.category) return Tool::check(authoring::readCatalogue());
+  const KsDestructibleType wanted = Tool::destructibleCategory(*options.category);
   std::vector<CatalogueEntry> entries = Tool::check(authoring::readCatalogue());
-  if (wanted) std::erase_if(entries, [&](const CatalogueEntry& entry) { return entry.category != *wanted; });
+  std::erase_if(entries, [wanted](const CatalogueEntry& entry) { return entry.category != wanted; });
   return entries;
 }
 
@@ -61,7 +57,7 @@ std::string asTable(const std::vector<CatalogueEntry>& entries) {
 
 void list(const ListOptions& options, Tool& tool) {
   tool.setUpRoots();
-  const std::vector<CatalogueEntry> entries = catalogue(wantedCategory(options));
+  const std::vector<CatalogueEntry> entries = wantedEntries(options);
   tool.print(options.isJson ? jsonText(asJson(entries)) : asTable(entries));
 }
 
@@ -69,17 +65,12 @@ void list(const ListOptions& options, Tool& tool) {
 
 void addList(CLI::App& program, Tool& tool) {
   auto options = std::make_shared<ListOptions>();
-  CLI::App* const command = program.add_subcommand("list", "List the models of the database");
-  CLI::Option* const category =
-      command->add_option("--category", options->category, "Only the models of one category")
-          ->type_name("structure|fragile|falling-atom");
+  CLI::App* const command = program.add_subcommand("list", "List the models in the database");
+  addCategory(*command, options->category, "Only the models of one category");
   command->add_flag("--json", options->isJson,
-                    "Print an array of objects with model, category and modelFile");
+                    "Print a JSON array of objects with model, category and modelFile");
   command->footer("Example:\n  destructibles list --category fragile");
-  command->callback([options, category, &tool] {
-    options->hasCategory = category->count() > 0;
-    list(*options, tool);
-  });
+  command->callback([options, &tool] { list(*options, tool); });
 }
 
 }  // namespace Tal::cli

@@ -35,9 +35,26 @@ std::string unmarked(std::string word) {
   return word;
 }
 
+// Breaks a text where a line of the help would be longer than a terminal's.
+std::string wrapped(const std::string& text) {
+  constexpr std::size_t kLineLength = 50;
+  std::string lines;
+  std::size_t length = 0;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    const bool isFirst = lines.empty();
+    const bool isTooLong = length + 1 + word.size() > kLineLength;
+    if (!isFirst) lines += isTooLong ? '\n' : ' ';
+    length = isFirst || isTooLong ? word.size() : length + 1 + word.size();
+    lines += word;
+  }
+  return lines;
+}
+
 void finishOptions(CLI::App& command) {
   for (CLI::Option* const option : command.get_options()) {
     option->transform(unmarked);
+    option->description(wrapped(option->get_description()));
     if (option->get_positional()) option->type_name("");  // the help shows its name, which says more
   }
 }
@@ -55,16 +72,19 @@ std::vector<std::string> wordsOf(int argc, char** argv) {
 
 void describe(CLI::App& program, Tal::cli::Tool& tool) {
   program.name("destructibles");
-  program.description("Makes game models destructible and tunes how they break.");
-  program.set_version_flag("--version", "destructibles " DESTRUCTIBLES_VERSION);
+  program.description("Makes game models breakable and tunes how they break.");
+  program.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  program.get_formatter()->label("Positionals", "Arguments");
+  program.get_formatter()->label("REQUIRED", "");  // as the line of the usage shows
+  program.set_version_flag("--version", "destructibles " DESTRUCTIBLES_VERSION, "Print the version and exit");
   program.set_help_flag("-h,--help", "Print this help and exit");
   program
       .add_option("--root", tool.givenRoots(),
-                  "A resource root; may be given several times. Without it the path list DESTRUCTIBLES_ROOT, "
+                  "A resource root; may be given several times. Default: the path list DESTRUCTIBLES_ROOT, "
                   "else the nearest folder upwards that holds scripts/destructibles.xml")
       ->type_name("DIR")
       ->allow_extra_args(false);
-  program.add_flag("--verbose", Tal::cli::Tool::isVerbose(), "Also say what each step has done");
+  program.add_flag("--verbose", Tal::cli::Tool::isVerbose(), "Also report what each step did");
   program.require_subcommand(1);
   program.footer(
       "Examples:\n"
@@ -84,7 +104,10 @@ void describe(CLI::App& program, Tal::cli::Tool& tool) {
   Tal::cli::addEffects(program, tool);
   Tal::cli::addWatch(program, tool);
   finishOptions(program);
-  for (CLI::App* const command : program.get_subcommands({})) finishOptions(*command);
+  for (CLI::App* const command : program.get_subcommands({})) {
+    command->group("Commands");
+    finishOptions(*command);
+  }
 }
 
 // The command that was meant, as its help is asked for.
@@ -112,16 +135,23 @@ std::vector<std::string> optionsOf(const CLI::App& program) {
 std::string faultOf(const CLI::App& program, const CLI::ParseError& error) {
   const std::vector<std::string> unknown = program.remaining(true);
   if (std::find(unknown.begin(), unknown.end(), "--root") != unknown.end()) {
-    return "--root was not expected here, it stands in front of the command: destructibles --root DIR "
-           "COMMAND ...";
+    return "--root goes before the command: destructibles --root DIR COMMAND ...";
   }
-  const auto option = std::find_if(unknown.begin(), unknown.end(),
-                                   [](const std::string& word) { return word.starts_with('-'); });
+  const auto option = std::ranges::find_if(
+      unknown, [](const std::string& word) { return word.starts_with('-') && word != "--"; });
   if (option != unknown.end()) {
     return "there is no option " + Tal::quotedName(*option) +
            Tal::nameSuggestion(*option, optionsOf(program));
   }
-  if (!program.get_subcommands().empty() || unknown.empty()) return error.what();
+  const auto code = static_cast<CLI::ExitCodes>(error.get_exit_code());
+  if (code == CLI::ExitCodes::ExtrasError && !program.get_subcommands().empty())
+    return Tal::quotedName(unknown.front()) + " was not expected";
+  if (code == CLI::ExitCodes::ArgumentMismatch) {
+    const std::string text = error.what();
+    return text.substr(0, text.find(':')) + " needs a value";
+  }
+  if (!program.get_subcommands().empty()) return error.what();
+  if (unknown.empty()) return "a command is required";
   std::vector<std::string> names;
   for (const CLI::App* const command : program.get_subcommands({})) names.push_back(command->get_name());
   return "there is no command " + Tal::quotedName(unknown.front()) +

@@ -9,20 +9,20 @@
 
 namespace Tal::cli {
 
-/// Everything that is known of a session's model, as one JSON document.
+/// Everything known about a session's model, as one JSON document.
 std::string modelJson(authoring::Session& session);
 
-/// What the database holds of a model that is gone; what only its files would tell is absent.
+/// What the database holds of a model that is gone; what only its files tell is absent.
 std::string modelJson(const authoring::GoneModel& gone);
 
 /// The same for people.
 std::string modelText(authoring::Session& session, const Style& style);
 std::string modelText(const authoring::GoneModel& gone, const Style& style);
 
-/// The sections that hold entries of a model that has no category all the same; else none.
+/// The sections with entries of a model that nevertheless has no category; else empty.
 std::vector<std::string> entriesToShow(const authoring::Session& session);
 
-/// What of the modules a save of the model as it is would not write.
+/// Warnings about modules that a save would not write.
 std::vector<authoring::SaveWarning> moduleWarnings(authoring::Session& session);
 
 }  // namespace Tal::cli

@@ -27,9 +27,7 @@ std::string orNothing(std::string text) {
 
 template <class Names>
 std::string joined(const Names& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + escapeControls(name);
-  return orNothing(std::move(text));
+  return orNothing(escapedList(names, ", "));
 }
 
 std::string section(const std::string& title, const Table& table, const Style& style) {

@@ -3,6 +3,7 @@
 #include <authoring/session.h>
 #include <cli/commands.h>
 #include <cli/json_text.h>
+#include <cli/options.h>
 #include <cli/table.h>
 #include <cli/tool.h>
 #include <core/display_text.h>
@@ -24,8 +25,7 @@ using tyk::Variant;
 
 struct PropertiesOptions {
   std::string model;
-  std::string module;
-  bool hasModule = false;
+  std::optional<std::string> module;
   bool withOptions = false;
   bool isJson = false;
 };
@@ -63,7 +63,7 @@ using Warnings = std::vector<authoring::ValueWarning>;
 Warnings warningsOf(authoring::Session& session, const PropertiesOptions& options) {
   Warnings warnings = session.valueWarnings();
   std::erase_if(warnings, [&options](const authoring::ValueWarning& warning) {
-    return warning.module != options.module;
+    return warning.module != options.module.value_or("");
   });
   return warnings;
 }
@@ -125,7 +125,7 @@ Json asJson(const BoundProperty& property, bool withOptions) {
 
 Json asJson(mio::Object& object, const Warnings& warnings, const PropertiesOptions& options) {
   Json json = {{"model", options.model}};
-  if (options.hasModule) json["module"] = options.module;
+  if (options.module) json["module"] = *options.module;
   json["record"] = object.metaObject()->typeName();
   json["properties"] = Json::array();
   for (const BoundProperty& property : object.properties())
@@ -137,8 +137,7 @@ Json asJson(mio::Object& object, const Warnings& warnings, const PropertiesOptio
 
 void properties(const PropertiesOptions& options, Tool& tool) {
   const auto session = tool.openSession(options.model);
-  const auto record = Tool::check(authoring::PanelRecord::open(
-      *session, options.hasModule ? std::optional(options.module) : std::nullopt));
+  const auto record = Tool::check(authoring::PanelRecord::open(*session, options.module));
   const Warnings warnings = warningsOf(*session, options);
   // Without the effects the lists would be wrong; where there are none, they are short.
   if (options.withOptions) {
@@ -153,22 +152,17 @@ void properties(const PropertiesOptions& options, Tool& tool) {
 
 void addProperties(CLI::App& program, Tool& tool) {
   auto options = std::make_shared<PropertiesOptions>();
-  CLI::App* const command = program.add_subcommand(
-      "properties", "Show a model's record, or one module's, as an editor's property panel does");
-  command->add_option("MODEL", options->model, "The model's resource name")->required();
-  CLI::Option* const module =
-      command->add_option("--module", options->module, "The module of a structure, by its material")
-          ->type_name("NAME");
-  command->add_flag("--options", options->withOptions, "Show what the combo boxes offer, too");
-  command->add_flag("--json", options->isJson, "Print one object with record and properties");
+  CLI::App* const command =
+      program.add_subcommand("properties", "Show the record of a model or module as a property panel does");
+  addModel(*command, options->model);
+  addModule(*command, options->module);
+  command->add_flag("--options", options->withOptions, "Also show what the combo boxes offer");
+  command->add_flag("--json", options->isJson, "Print one JSON object with record and properties");
   command->footer(
       "Examples:\n"
       "  destructibles properties content/props/crate.model --options\n"
       "  destructibles properties content/buildings/house.model --module partN7");
-  command->callback([options, module, &tool] {
-    options->hasModule = module->count() > 0;
-    properties(*options, tool);
-  });
+  command->callback([options, &tool] { properties(*options, tool); });
 }
 
 }  // namespace Tal::cli

@@ -1,10 +1,12 @@
 #include <authoring/session.h>
 #include <cli/commands.h>
+#include <cli/options.h>
 #include <cli/tool.h>
 #include <core/display_text.h>
 
 #include <CLI/CLI.hpp>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,8 +15,7 @@ namespace {
 
 struct SetOptions {
   std::string model;
-  std::string module;
-  bool hasModule = false;
+  std::optional<std::string> module;
   std::vector<std::string> assignments;
 };
 
@@ -23,7 +24,7 @@ std::vector<authoring::Assignment> parseAssignments(const std::vector<std::strin
   for (const std::string& text : texts) {
     const std::size_t sign = text.find('=');
     if (sign == std::string::npos || sign == 0)
-      throw CLI::ValidationError("KEY=VALUE", quotedName(text) + " is not of the form KEY=VALUE");
+      throw CLI::ValidationError(quotedName(text) + " is not of the form KEY=VALUE");
     assignments.push_back({text.substr(0, sign), text.substr(sign + 1)});
   }
   return assignments;
@@ -35,7 +36,7 @@ std::string valueText(const std::string& value) {
 
 std::string changeText(const SetOptions& options, const authoring::Outcome& outcome, bool isFileChanged) {
   const std::string subject = escapeControls(options.model) +
-                              (options.hasModule ? " module " + escapeControls(options.module) : "") + ": ";
+                              (options.module ? " module " + escapeControls(*options.module) : "") + ": ";
   if (outcome.changes.empty()) {
     return subject +
            (isFileChanged ? "already set, but the entry was tidied\n" : "nothing changed, already set\n");
@@ -50,7 +51,7 @@ void set(const SetOptions& options, Tool& tool) {
   const std::vector<authoring::Assignment> assignments = parseAssignments(options.assignments);
   const auto session = tool.openSession(options.model);
   const authoring::Outcome outcome = Tool::checkEdit(
-      options.hasModule ? session->setModule(options.module, assignments) : session->set(assignments));
+      options.module ? session->setModule(*options.module, assignments) : session->set(assignments));
   const bool isFileChanged = tool.save(*session);
   tool.print(changeText(options, outcome, isFileChanged));
 }
@@ -59,27 +60,21 @@ void set(const SetOptions& options, Tool& tool) {
 
 void addSet(CLI::App& program, Tool& tool) {
   auto options = std::make_shared<SetOptions>();
-  CLI::App* const command =
-      program.add_subcommand("set", "Set values of a model, or of one module, and save");
-  command->add_option("MODEL", options->model, "The model's resource name")->required();
-  CLI::Option* const module =
-      command->add_option("--module", options->module, "The module of a structure, by its material")
-          ->type_name("NAME");
+  CLI::App* const command = program.add_subcommand("set", "Set values of a model or of one module and save");
+  addModel(*command, options->model);
+  addModule(*command, options->module);
   command
       ->add_option("KEY=VALUE", options->assignments,
-                   "A value by its key in the database (health, effectScale, effectHP, ...; for a structure "
-                   "itself achievementTag), or by the name that panels display (\"Hit effect\"). An empty "
-                   "text clears the key")
+                   "A value, named by its database key (health, effectScale, effectHP, ...; a structure "
+                   "itself has only achievementTag) or by the name that panels display (\"Hit effect\"). An "
+                   "empty value clears the key")
       ->required();
   command->footer(
       "Examples:\n"
       "  destructibles set content/props/crate.model health=35 effectScale=1.5\n"
       "  destructibles set content/props/crate.model \"Hit effect\"=inf_hit_wood\n"
       "  destructibles set content/buildings/house.model --module partN1 effectHP=HP_roof_1");
-  command->callback([options, module, &tool] {
-    options->hasModule = module->count() > 0;
-    set(*options, tool);
-  });
+  command->callback([options, &tool] { set(*options, tool); });
 }
 
 }  // namespace Tal::cli

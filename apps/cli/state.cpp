@@ -1,5 +1,6 @@
 #include <authoring/session.h>
 #include <cli/commands.h>
+#include <cli/options.h>
 #include <cli/table.h>
 #include <cli/tool.h>
 #include <core/display_text.h>
@@ -31,47 +32,31 @@ struct Action {
   std::string form;  // what follows the name
   std::size_t leastArguments;
   std::size_t mostArguments;
+  std::string report;  // what was done to the state whose name follows
   Result<authoring::Outcome> (*edit)(authoring::Session& session, const std::string& state,
                                      const Arguments& materials, bool isForced);
-  std::string (*report)(const std::string& state, const Arguments& materials);
 };
-
-std::string joined(const Arguments& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : " ") + escapeControls(name);
-  return text;
-}
 
 const std::vector<Action>& actions() {
   constexpr auto kAny = std::numeric_limits<std::size_t>::max();
   using authoring::Session;
   static const std::vector<Action> all = {
-      {"list", "", 0, 0, nullptr, nullptr},
-      {"add", "NAME", 1, 1,
+      {"list", "", 0, 0, "", nullptr},
+      {"add", "NAME", 1, 1, "added the state ",
        [](Session& session, const std::string& state, const Arguments&, bool) {
          return session.addState(state);
-       },
-       [](const std::string& state, const Arguments&) { return "added the state " + escapeControls(state); }},
-      {"remove", "NAME", 1, 1,
+       }},
+      {"remove", "NAME", 1, 1, "removed the state ",
        [](Session& session, const std::string& state, const Arguments&, bool) {
          return session.removeState(state);
-       },
-       [](const std::string& state, const Arguments&) {
-         return "removed the state " + escapeControls(state);
        }},
-      {kAddMaterial, "NAME MATERIAL...", 2, kAny,
+      {kAddMaterial, "NAME MATERIAL...", 2, kAny, "added to the state ",
        [](Session& session, const std::string& state, const Arguments& materials, bool isForced) {
          return session.addMaterials(state, materials, isForced);
-       },
-       [](const std::string& state, const Arguments& materials) {
-         return "added to the state " + escapeControls(state) + ": " + joined(materials);
        }},
-      {"remove-material", "NAME MATERIAL...", 2, kAny,
+      {"remove-material", "NAME MATERIAL...", 2, kAny, "removed from the state ",
        [](Session& session, const std::string& state, const Arguments& materials, bool) {
          return session.removeMaterials(state, materials);
-       },
-       [](const std::string& state, const Arguments& materials) {
-         return "removed from the state " + escapeControls(state) + ": " + joined(materials);
        }}};
   return all;
 }
@@ -82,20 +67,20 @@ const Action& chosenAction(const StateOptions& options) {
     names.push_back(action.name);
     if (action.name != options.action) continue;
     if (options.isForced && action.name != kAddMaterial)
-      throw CLI::ValidationError("ACTION", "--force goes with add-material alone");
+      throw CLI::ValidationError("--force goes with add-material alone");
     const std::size_t count = options.arguments.size();
     if (count >= action.leastArguments && count <= action.mostArguments) return action;
-    throw CLI::ValidationError(
-        "ACTION", "the form is: state MODEL " + action.name + (action.form.empty() ? "" : " " + action.form));
+    throw CLI::ValidationError("the form is: state MODEL " + action.name +
+                               (action.form.empty() ? "" : " " + action.form));
   }
-  throw CLI::ValidationError(
-      "ACTION", "there is no action " + quotedName(options.action) + nameSuggestion(options.action, names));
+  throw CLI::ValidationError("there is no action " + quotedName(options.action) +
+                             nameSuggestion(options.action, names));
 }
 
 std::string listText(authoring::Session& session) {
   Table table(0);
   for (const auto& [state, materials] : session.states())
-    table.add({escapeControls(state), joined(materials)});
+    table.add({escapeControls(state), escapedList(materials, " ")});
   return table.text();
 }
 
@@ -111,7 +96,8 @@ void runState(const StateOptions& options, Tool& tool) {
   const Arguments materials(options.arguments.begin() + 1, options.arguments.end());
   Tool::checkEdit(action.edit(*session, state, materials, options.isForced));
   tool.save(*session);
-  tool.print(escapeControls(options.model) + ": " + action.report(state, materials) + "\n");
+  tool.print(escapeControls(options.model) + ": " + action.report + escapeControls(state) +
+             (materials.empty() ? "" : ": " + escapedList(materials, " ")) + "\n");
 }
 
 }  // namespace
@@ -119,14 +105,13 @@ void runState(const StateOptions& options, Tool& tool) {
 void addState(CLI::App& program, Tool& tool) {
   auto options = std::make_shared<StateOptions>();
   CLI::App* const command =
-      program.add_subcommand("state", "List or edit the destruction states of a structure, and save");
-  command->add_option("MODEL", options->model, "The model's resource name")->required();
+      program.add_subcommand("state", "List or edit the destruction states of a structure");
+  addModel(*command, options->model);
   command->add_option("ACTION", options->action, "list, add, remove, add-material or remove-material")
       ->required();
   command->add_option("NAME", options->arguments,
-                      "The state; behind it, for add-material and remove-material, the materials");
-  command->add_flag("--force", options->isForced,
-                    "Let add-material take what no state can show destroyed, too");
+                      "The state, followed by the materials for add-material and remove-material");
+  command->add_flag("--force", options->isForced, "Let add-material add what no state can show destroyed");
   command->footer(
       "Examples:\n"
       "  destructibles state content/buildings/house.model list\n"

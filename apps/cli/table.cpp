@@ -1,4 +1,5 @@
 #include <cli/table.h>
+#include <core/utf8.h>
 
 #include <unistd.h>
 #include <algorithm>
@@ -10,9 +11,8 @@ namespace {
 
 // The characters of a text in UTF-8, not its bytes.
 std::size_t widthOf(const std::string& text) {
-  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char character) {
-    return (static_cast<unsigned char>(character) & 0xc0U) != 0x80U;
-  }));
+  return static_cast<std::size_t>(
+      std::ranges::count_if(text, [](char byte) { return !isContinuationByte(byte); }));
 }
 
 bool isSet(const char* variable) {

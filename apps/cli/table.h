@@ -1,11 +1,21 @@
 #pragma once
 
+#include <core/display_text.h>
+
 #include <string>
 #include <vector>
 
 namespace Tal::cli {
 
-/// Rows of text in columns that line up. The cells are harmless texts.
+/// Names in one line, with nothing in them that acts on a terminal.
+template <class Names>
+std::string escapedList(const Names& names, const char* separator) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : separator) + escapeControls(name);
+  return text;
+}
+
+/// Rows of text in aligned columns. Nothing in a cell acts on a terminal.
 class Table {
  public:
   /// `indent` spaces stand before each row.
@@ -21,7 +31,7 @@ class Table {
   std::vector<std::vector<std::string>> rows_;
 };
 
-/// Emphasises parts of what people read, if they are read on a terminal that wants it.
+/// Colours parts of a text for a terminal.
 class Style {
  public:
   /// Colour only on a terminal, and never when NO_COLOR is set.

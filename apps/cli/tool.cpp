@@ -14,6 +14,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <set>
+#include <sstream>
 #include <system_error>
 
 namespace Tal::cli {
@@ -34,13 +36,11 @@ bool writeAll(int file, std::string_view text) {
   return true;
 }
 
-std::vector<fs::path> rootsOfList(std::string_view list) {
+std::vector<fs::path> rootsOfList(const std::string& list) {
   std::vector<fs::path> roots;
-  while (!list.empty()) {
-    const std::string_view root = list.substr(0, list.find(':'));
+  std::istringstream stream(list);
+  for (std::string root; std::getline(stream, root, ':');)
     if (!root.empty()) roots.emplace_back(root);
-    list.remove_prefix(std::min(root.size() + 1, list.size()));
-  }
   return roots;
 }
 
@@ -148,7 +148,10 @@ KsDestructibleType Tool::destructibleCategory(const std::string& name) {
 
 authoring::Outcome Tool::checkEdit(Result<authoring::Outcome> outcome) {
   authoring::Outcome done = check(std::move(outcome));
-  for (const std::string& warning : done.warnings) say(Severity::warning, warning);
+  // Several entries or values may give the same warning.
+  std::set<std::string_view> said;
+  for (const std::string& warning : done.warnings)
+    if (said.insert(warning).second) say(Severity::warning, warning);
   return done;
 }
 

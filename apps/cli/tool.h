@@ -26,39 +26,39 @@ class Refusal : public std::runtime_error {
   explicit Refusal(const Fault& fault) : Refusal(textOf(fault)) {}
 };
 
-/// How much a message matters, which a word in front of it says.
+/// The severity of a message, which its prefix shows.
 enum class Severity { information, warning, error };
 
-/// What the commands share: where their results and messages go, and the resource roots.
+/// What the commands share: results, messages and the resource roots.
 class Tool {
  public:
-  /// The roots of the command line, in order; used before any other.
+  /// The roots from the command line, in order; they replace any other.
   std::vector<std::string>& givenRoots() noexcept { return givenRoots_; }
 
-  /// Adds to the results; they reach standard output at the next flush.
+  /// Adds to the results, which the next flush writes to standard output.
   void print(std::string_view text) { pending_ += text; }
 
-  /// Writes the results to standard output. False when that fails: a message says so, and what was done all
-  /// the same; there is none when only the reader went away and nothing was done.
+  /// Writes the results to standard output. When that fails, false, with a message that also says what was
+  /// done. There is none when the reader closed the pipe and nothing was done.
   bool flush();
 
-  /// Notes what the command has changed, whatever becomes of its results: "the model was saved".
+  /// Records what the command has changed, for that message: "the model was saved".
   void noteDone(std::string what) { done_ = std::move(what); }
 
-  /// Whether what is only information is said of each step.
+  /// Whether information is written to standard error, too.
   static bool& isVerbose() noexcept;
 
   /// Writes one message to standard error, as one line, whatever the text holds.
   static void say(Severity severity, std::string_view text);
 
-  /// Sets up the resource roots, unless they are: those given, else the environment's, else the nearest
-  /// folder upwards that holds a database. Refuses when there are none or one is no folder.
+  /// Sets up the resource roots, if they are not yet: those given, else those in the environment, else the
+  /// nearest folder upwards that holds a database. Refuses when there are none or one is not a folder.
   void setUpRoots() const;
 
   /// Sets up the roots and opens a session on a model, or refuses.
   std::unique_ptr<authoring::Session> openSession(const std::string& model) const;
 
-  /// The category of a name, or a refusal: "none" is not one either.
+  /// The destructible category of a name, or a refusal, also for "none".
   static KsDestructibleType destructibleCategory(const std::string& name);
 
   /// The value of a result, or a refusal.
@@ -68,13 +68,13 @@ class Tool {
     if constexpr (!std::is_void_v<Value>) return *std::move(result);
   }
 
-  /// Says the warnings of an edit that was done, or refuses.
+  /// Prints the warnings of an edit, or refuses.
   static authoring::Outcome checkEdit(Result<authoring::Outcome> outcome);
 
-  /// Saves, says what the save drops and adds, and refuses when it failed. Whether the file was changed.
+  /// Saves, prints what the save drops and adds, or refuses. True when the file has changed.
   bool save(authoring::Session& session);
 
-  /// The same for any other operation that saves the database.
+  /// The same for another operation that saves the database.
   bool save(const std::function<Result<authoring::Outcome>()>& operation);
 
  private:
@@ -83,8 +83,8 @@ class Tool {
   std::string done_;
 };
 
-/// Keeps interrupts waiting while it lives, so that a write ends before the program does; also in the threads
-/// that are started meanwhile.
+/// Blocks interrupts while it lives, so that a write is completed; also in threads that are started
+/// meanwhile.
 class HeldInterrupts {
  public:
   explicit HeldInterrupts(std::initializer_list<int> signals = {SIGINT, SIGTERM, SIGHUP});
@@ -92,7 +92,7 @@ class HeldInterrupts {
   HeldInterrupts(const HeldInterrupts&) = delete;
   HeldInterrupts& operator=(const HeldInterrupts&) = delete;
 
-  /// Takes one that has come, or comes within a time of less than a second; false when none does.
+  /// Takes one that is pending or arrives within `time`, less than a second; false when there is none.
   bool takeWithin(std::chrono::nanoseconds time) const;
 
  private:
@@ -101,7 +101,7 @@ class HeldInterrupts {
 };
 
 /// A text in which nothing acts on a terminal: control characters and bytes that are not UTF-8 are escaped,
-/// and what is escaped already stays as it is.
+/// but not what is escaped already.
 std::string harmless(std::string_view text);
 
 /// Makes every logged message one line of standard error; information only if the tool is verbose.

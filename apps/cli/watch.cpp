@@ -1,6 +1,7 @@
 #include <authoring/category.h>
 #include <authoring/session.h>
 #include <cli/commands.h>
+#include <cli/options.h>
 #include <cli/tool.h>
 #include <core/display_text.h>
 #include <render/render_system.h>
@@ -58,9 +59,8 @@ void watch(const std::string& model, Tool& tool) {
 void addWatch(CLI::App& program, Tool& tool) {
   auto model = std::make_shared<std::string>();
   CLI::App* const command = program.add_subcommand(
-      "watch",
-      "Print a line whenever the database or the model changes and is read again, until interrupted");
-  command->add_option("MODEL", *model, "The model's resource name")->required();
+      "watch", "Print a line whenever the database or the model is reloaded, until interrupted");
+  addModel(*command, *model);
   command->footer("Example:\n  destructibles watch content/props/crate.model");
   command->callback([model, &tool] { watch(*model, tool); });
 }

@@ -6,12 +6,12 @@
 
 namespace Tal {
 
-/// The lower case of an ASCII capital letter; any other byte stays, whatever the locale.
+/// The lower case of an ASCII capital letter; any other byte unchanged. Independent of the locale.
 constexpr char toLowerAscii(char c) noexcept {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-/// A copy of `text` with every byte so.
+/// A copy of `text` in ASCII lower case.
 inline std::string lowerAscii(BasicStringRef text) {
   std::string lower(text);
   for (char& c : lower) c = toLowerAscii(c);

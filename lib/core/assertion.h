@@ -2,8 +2,8 @@
 
 namespace Tal {
 
-/// Reports a development assertion that does not hold, as a critical message; execution continues. `source`
-/// and `line` say where it stands.
+/// Logs a failed development assertion as a critical message; execution continues. `source` and `line`
+/// say where it is.
 void reportAssertion(const char* expression, const char* source, unsigned line);
 
 }  // namespace Tal

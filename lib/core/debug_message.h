@@ -30,16 +30,16 @@ class DebugMessageHelper {
   /// `priority` is the component's priority and the message's.
   DebugMessageHelper(std::pair<int, int> priority, BasicStringRef category, int source);
 
-  /// Logs `text` as it is: a '%' in it stands for itself.
+  /// Logs `text` verbatim; a '%' in it has no meaning.
   void message(BasicStringRef text) const;
 
   /// Logs a critical message, the printf text of `format` and its arguments, together with the call stack.
   [[gnu::format(printf, 3, 4)]] static void criticalMessage(const char* file, unsigned line,
                                                             const char* format, ...);
 
-  /// Makes `sink` receive every later message and returns the one that it replaces. An empty sink restores
-  /// the default, which writes to standard error with control characters escaped. A sink must not set a sink
-  /// or log.
+  /// Makes `sink` receive every later message and returns the previous one. An empty sink restores
+  /// the default, which writes to standard error with control characters escaped. A sink must neither set a
+  /// sink nor log.
   static Sink setSink(Sink sink);
 
  private:

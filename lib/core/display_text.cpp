@@ -1,4 +1,5 @@
 #include <core/display_text.h>
+#include <core/format.h>
 #include <core/utf8.h>
 
 #include <cstddef>
@@ -17,12 +18,6 @@ bool isControl(std::uint32_t code) {
          (code >= 0x2028 && code <= 0x202e) || (code >= 0x2066 && code <= 0x2069);
 }
 
-void appendHexadecimal(std::string& text, BasicStringRef prefix, std::uint32_t number, unsigned digits) {
-  static constexpr BasicStringRef kDigits = "0123456789abcdef";
-  text += prefix;
-  while (digits > 0) text += kDigits[(number >> (4 * --digits)) & 0x0fU];
-}
-
 void appendByte(std::string& text, char character, bool isAscii) {
   const auto byte = static_cast<unsigned char>(character);
   if (character == '\\') {
@@ -34,7 +29,7 @@ void appendByte(std::string& text, char character, bool isAscii) {
   } else if (character == '\t') {
     text += "\\t";
   } else if (!isAscii || byte < 0x20 || byte == 0x7f) {
-    appendHexadecimal(text, "\\x", byte, 2);
+    text += formatString("\\x%02x", byte);
   } else {
     text += character;
   }
@@ -51,7 +46,7 @@ std::string escapeControls(BasicStringRef text) {
     if (length == 1) {
       appendByte(escaped, text.front(), character.has_value());
     } else if (isControl(character->code)) {
-      appendHexadecimal(escaped, "\\u", character->code, 4);
+      escaped += formatString("\\u%04x", character->code);
     } else {
       escaped += text.substr(0, length);
     }
@@ -67,7 +62,7 @@ std::string escapeControlsOfJson(BasicStringRef json) {
     const auto character = firstCharacter(json);
     const std::size_t length = character ? character->length : 1;
     if (character && (character->code == 0x7f || isControl(character->code))) {
-      appendHexadecimal(escaped, "\\u", character->code, 4);
+      escaped += formatString("\\u%04x", character->code);
     } else {
       escaped += json.substr(0, length);
     }

@@ -7,10 +7,10 @@
 
 namespace Tal {
 
-/// The text that printf makes of `format` and its arguments; empty when the format cannot be carried out.
+/// The text that printf makes of `format` and its arguments; empty when formatting fails.
 [[gnu::format(printf, 1, 2)]] std::string formatString(const char* format, ...);
 
-/// formatString for a function that itself takes variable arguments; `arguments` is used up.
+/// The same for a function that takes variable arguments itself; consumes `arguments`.
 [[gnu::format(printf, 1, 0)]] std::string formatList(const char* format, std::va_list arguments);
 
 }  // namespace Tal

@@ -6,14 +6,15 @@
 
 namespace Tal {
 
-/// A name that is stored once per process: copying and comparing cost a pointer. Usable on any thread.
+/// A name that is stored once per process, so that copying and comparing take a pointer. Usable on any
+/// thread.
 class interned_string {
  public:
   /// The empty name.
   interned_string();
   explicit interned_string(BasicStringRef text);
 
-  /// The text; the reference is valid for the whole run.
+  /// The text; valid until the process ends.
   const std::string& getString() const noexcept { return *text_; }
 
   friend bool operator==(const interned_string& a, const interned_string& b) noexcept {

@@ -4,8 +4,8 @@
 
 namespace Tal {
 
-/// A transformation: four rows of four single-precision numbers, row vectors multiplied from the left, the
-/// translation, in metres, in the last row. A new one is the identity.
+/// A transformation of row vectors, which multiply it from the left. The last row is the translation, in
+/// metres. The identity by default.
 struct Matrix {
   std::array<std::array<float, 4>, 4> rows{{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
 

@@ -81,7 +81,7 @@ std::string nameSuggestion(BasicStringRef name, const std::vector<std::string>& 
   if (candidates.empty()) return "; there is none";
   const std::string nearest = nearestName(name, candidates);
   if (!nearest.empty()) return "; did you mean " + quotedName(nearest) + "?";
-  return "; there is " + someNames(candidates);
+  return (candidates.size() == 1 ? "; there is only " : "; there are ") + someNames(candidates);
 }
 
 }  // namespace Tal

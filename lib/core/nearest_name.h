@@ -7,11 +7,12 @@
 
 namespace Tal {
 
-/// The candidate that a person most likely meant by `name`: the one that the fewest insertions, deletions,
-/// replacements and swaps of neighbouring bytes make out of it; of several the one in which the fewest ASCII
-/// letters are of another case, which is no such edit; of those the earliest. Empty when there is no
-/// candidate or none is near enough to be meant (more than half of the longer name would change). Of very
-/// long names only the beginnings are compared.
+/// The candidate that a person most likely meant by `name`: the one at the smallest edit distance. Empty when
+/// there is none, or when more than half of the longer name would have to change.
+///
+/// - An edit inserts, deletes or replaces a byte, or swaps two neighbouring ones.
+/// - Of equally near candidates the one with the fewest letters of another case wins, then the earliest.
+/// - Only the beginnings of very long names are compared.
 std::string nearestName(BasicStringRef name, const std::vector<std::string>& candidates);
 
 /// The first few of `names` for a message: "\"X\"", "\"X\" and \"Y\"" or "\"X\", \"Y\", \"Z\" and 3 more";
@@ -19,7 +20,7 @@ std::string nearestName(BasicStringRef name, const std::vector<std::string>& can
 std::string someNames(const std::vector<std::string>& names);
 
 /// The end of a message that refuses `name`: "; did you mean \"X\"?" with the nearest candidate; when none is
-/// near, "; there is \"X\", \"Y\" and 3 more", or "; there is none" without candidates. Control characters in
+/// near, "; there are \"X\" and \"Y\""; without candidates "; there is none". Control characters in
 /// the names are escaped, very long names shortened.
 std::string nameSuggestion(BasicStringRef name, const std::vector<std::string>& candidates);
 

@@ -5,9 +5,8 @@
 
 namespace Tal {
 
-/// The base of objects that are shared through SmartPointer. The count starts at 0 and is changed atomically,
-/// so references may be taken and dropped on any thread; the object itself is no safer than its own class
-/// says.
+/// The base of objects that are shared through SmartPointer. The count starts at 0 and is atomic: references
+/// may be taken and dropped on any thread. Otherwise an object is only as thread-safe as its class says.
 class SafeReferenceCount {
  public:
   SafeReferenceCount(const SafeReferenceCount&) noexcept {}

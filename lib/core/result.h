@@ -9,23 +9,22 @@
 
 namespace Tal {
 
-/// What sort of failure a Fault is, for callers that go on differently.
+/// The kind of a failure, for callers that handle kinds differently.
 enum class FaultKind {
-  refused,    ///< what was asked for cannot be done: a name, a value, or several that do not go together
-  missing,    ///< what was asked for is not there
-  malformed,  ///< what is there cannot be read as what it should be
-  busy,       ///< another program holds it
-  changed,    ///< another program has changed it meanwhile; nothing was done
-  system,     ///< the operating system has failed or refused a step
-  unflushed,  ///< it was done, but a power cut may undo it
+  refused,    ///< the request is invalid: a name, a value, or a combination
+  missing,    ///< what was requested does not exist
+  malformed,  ///< the content is not in the expected format
+  busy,       ///< another program is using it
+  changed,    ///< another program has changed it; nothing was done
+  system,     ///< an operation of the operating system failed
+  unflushed,  ///< done, but a power cut may undo it
 };
 
-/// Why something was not done. Names that come from files or from a person are escaped in its texts (see
-/// quotedName).
+/// Why something was not done. Its texts hold names from files and people escaped (see quotedName).
 struct Fault {
   FaultKind kind = FaultKind::refused;
-  std::string what;    ///< what happened, with the names and values that it is about
-  std::string remedy;  ///< what to do next, as a request ("free some space"); empty when `what` says it
+  std::string what;    ///< what happened, with the names and values concerned
+  std::string remedy;  ///< what to do next ("free some space"); empty when `what` says it
 
   /// The file or resource that holds the fault, unless `what` names it.
   std::string file = {};
@@ -33,13 +32,13 @@ struct Fault {
   std::size_t column = 0;  ///< in characters, counted from 1; 0 without a line
 };
 
-/// The place of a fault, "FILE:LINE:COLUMN", as far as it is known.
+/// The place of a fault, "FILE:LINE:COLUMN" or as much of that as is known.
 std::string placeOf(const Fault& fault);
 
 /// The fault as one line for a person, without a line end: "PLACE: WHAT; REMEDY".
 std::string textOf(const Fault& fault);
 
-/// A value, or the fault for want of which there is none.
+/// A value, or the fault that prevented it.
 template <class Value>
 class [[nodiscard]] Result {
  public:

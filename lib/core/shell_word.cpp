@@ -1,4 +1,5 @@
 #include <core/display_text.h>
+#include <core/format.h>
 #include <core/shell_word.h>
 
 #include <algorithm>
@@ -19,17 +20,11 @@ bool actsOnTerminals(BasicStringRef text) {
   return escapeControls(shown) != shown;
 }
 
-void appendEscaped(std::string& word, char character) {
-  const auto byte = static_cast<unsigned char>(character);
-  word += '\\';
-  for (const unsigned shift : {6U, 3U, 0U}) word += static_cast<char>('0' + ((byte >> shift) & 7U));
-}
-
 std::string escapedWord(BasicStringRef text) {
   std::string word = "$'";
   for (const char character : text) {
     if (!isPrintable(character) || character == '\'' || character == '\\') {
-      appendEscaped(word, character);
+      word += formatString("\\%03o", static_cast<unsigned char>(character));
     } else {
       word += character;
     }

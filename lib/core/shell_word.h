@@ -6,9 +6,8 @@
 
 namespace Tal {
 
-/// `text` as one word of a command line that bash, zsh or ksh reads: as it is where nothing in it means
-/// something to them, else quoted. Nothing in the result acts on a terminal: what would is escaped, in a form
-/// ($'\033') that these shells read back.
+/// `text` as one word of a bash, zsh or ksh command line: quoted unless nothing in it is special to them.
+/// What would act on a terminal is escaped in a form that these shells read back ($'\033').
 std::string shellWord(BasicStringRef text);
 
 }  // namespace Tal

@@ -7,8 +7,8 @@
 namespace Tal {
 
 /// The engine's own call stack: which tracked operations are running on the calling thread, outermost first.
-/// It is printed with a critical message. Each thread has a stack and a recorder of its own; once its data is
-/// destroyed (an object that lives until the end of the process may come later), nothing is tracked any more.
+/// It is part of every critical message. Each thread has a stack and a recorder of its own. Nothing is
+/// tracked once a thread's data has been destroyed.
 class StackTracker {
  public:
   struct Entry {
@@ -37,12 +37,11 @@ class StackTracker {
   static std::string text();
 
   /// Makes `recorder` see every later push and pop of this thread, right after it happened, and returns the
-  /// one that it replaces; an empty recorder ends the recording. A recorder must not throw, nor set a
-  /// recorder.
+  /// previous one. An empty recorder ends the recording. A recorder must neither throw nor set a recorder.
   static Recorder setRecorder(Recorder recorder);
 };
 
-/// Tracks one operation from here to the end of the scope, by whatever way the scope is left.
+/// Tracks one operation until the end of the scope, however it is left.
 class TrackedScope {
  public:
   TrackedScope(const char* function, const char* file, unsigned line) {

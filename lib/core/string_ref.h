@@ -4,7 +4,7 @@
 
 namespace Tal {
 
-/// A view of characters that somebody else owns; it is valid as long as they are.
+/// A view of characters that it does not own and that must outlive it.
 using BasicStringRef = std::string_view;
 
 }  // namespace Tal

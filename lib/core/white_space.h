@@ -4,8 +4,7 @@
 
 namespace Tal {
 
-/// Whether a byte is the white space of texts and XML: space, tab, line feed or carriage return, whatever the
-/// locale.
+/// Whether a byte is white space in XML: space, tab, line feed or carriage return.
 constexpr bool isSpace(char c) noexcept {
   return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }

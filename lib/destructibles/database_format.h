@@ -14,14 +14,14 @@ namespace Tal::database_format {
 inline constexpr char kDatabaseFile[] = "scripts/destructibles.xml";
 inline constexpr char kEffectsFile[] = "scripts/destructibles_effects.xml";
 
-/// The tags of the sections that hold the models of a category in the database, and its effects in the
-/// effects file; "trees" is in the database alone, and nothing reads it.
+/// The tags of the sections for the models of a category in the database, and for its effects in the effects
+/// file. "trees" is in the database only, and nothing reads it.
 inline constexpr char kTreesSection[] = "trees";
 inline constexpr char kFragilesSection[] = "fragiles";
 inline constexpr char kFallingAtomsSection[] = "fallingAtoms";
 inline constexpr char kStructuresSection[] = "structures";
 
-/// The category of the models in a section of the database, by its tag: any that is unknown holds structures.
+/// The category of the models in a section of the database, by its tag: an unknown one holds structures.
 /// DT_NON_DESTRUCTIBLE for a section that is not read.
 constexpr KsDestructibleType categoryOfSection(BasicStringRef tag) noexcept {
   if (tag == kTreesSection) return DT_NON_DESTRUCTIBLE;
@@ -45,8 +45,7 @@ constexpr BasicStringRef sectionOfCategory(KsDestructibleType category) noexcept
   return {};
 }
 
-/// The tags within the section of a category: an entry is one model, with its modules and states if it is a
-/// structure.
+/// The tags within a category's section: an entry is one model; a structure's entry has modules and states.
 namespace tags {
 inline constexpr char kEntry[] = "entry";
 inline constexpr char kModules[] = "modules";
@@ -81,16 +80,16 @@ inline constexpr char kDestroyedMaterials[] = "destroyedMaterials";  ///< of a s
 inline constexpr char kUndamagedState[] = "undamaged";
 inline constexpr char kDestroyedState[] = "destroyed";
 
-/// Whether a name is that of such a state.
+/// Whether a name is that of a built-in state.
 constexpr bool isBuiltInState(BasicStringRef state) noexcept {
   return state == kUndamagedState || state == kDestroyedState;
 }
 
-/// The folders of a model's variants, as they stand in resource names.
+/// The folders of a model's variants, as they occur in resource names.
 inline constexpr std::array<BasicStringRef, 4> kVariantFolders = {"/lod1/", "/lod2/", "/crash/", "/merged/"};
 
 /// Whether a model name is that of a variant. Variants have no category of their own, whatever the database
-/// holds of them.
+/// holds.
 constexpr bool isVariantName(BasicStringRef modelName) noexcept {
   return std::any_of(kVariantFolders.begin(), kVariantFolders.end(), [modelName](BasicStringRef folder) {
     return modelName.find(folder) != BasicStringRef::npos;

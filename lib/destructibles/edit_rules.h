@@ -9,7 +9,7 @@ namespace Tal::edit_rules {
 /// Scales that differ by less are equal.
 inline constexpr float kScaleTolerance = 0.0004F;
 
-/// Written so that a difference that is not a number counts as equal.
+/// A difference that is not a number counts as equal.
 inline bool isSameScale(float a, float b) noexcept {
   return !(std::fabs(a - b) >= kScaleTolerance);
 }

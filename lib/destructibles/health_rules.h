@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-/// The estimate of a model's hit points with what decided it. Functions without shared state; usable on any
+/// The estimate of a model's hit points and what decided it. Functions without shared state; usable on any
 /// thread; nothing here is exported by the module's shared library.
 namespace Tal::health_rules {
 
@@ -32,7 +32,7 @@ inline constexpr int kObjectHealth = 20;
 inline constexpr int kStructureHealth = 50;
 inline constexpr int kTwoPartStructureHealth = 35;
 
-/// The folders that decide, as they stand in a normalised path.
+/// The folders that decide, as they occur in a normalised path.
 inline constexpr BasicStringRef kGateFolder = "/gatesandfences/";
 inline constexpr std::array<BasicStringRef, 3> kEnvironmentFolders = {"/environment/",
                                                                       "/militaryenvironment/", "/railway/"};
@@ -93,8 +93,8 @@ enum class Rule {
   structure,       ///< a big structure: the number of its undamaged collision materials decides
 };
 
-/// What the rules look at. The functions are called at most once each, in this order, and only when a rule
-/// needs to know.
+/// The input of the rules. Each function is called at most once, in this order, and only when a rule needs
+/// it.
 struct Facts {
   std::string path;  ///< the normalised path of the model
   KsDestructibleType category;
@@ -105,12 +105,12 @@ struct Facts {
   std::function<bool()> hasModules;                     ///< whether the structure has a table of modules
 };
 
-/// An estimate and what it goes back to. What the rule did not look at is absent.
+/// An estimate and what decided it. What the rule did not look at is absent.
 struct Estimate {
   int health = kUnknownHealth;
   Rule rule = Rule::category;
   std::optional<std::vector<std::string>> materials = {};  ///< the undamaged ones
-  std::ptrdiff_t collisionCount = 0;  ///< how many of the materials are collision materials
+  std::ptrdiff_t collisionCount = 0;                       ///< the number of collision materials among them
 };
 
 inline Estimate estimateOfGate(const Facts& facts) {
@@ -133,7 +133,7 @@ inline Estimate estimateByCategory(const Facts& facts) {
   return estimate;
 }
 
-/// The estimate for a model; it decides alone what new entries get.
+/// The estimate for a model, which new entries get.
 inline Estimate estimate(const Facts& facts) {
   if (isGateOrFence(facts.path)) return estimateOfGate(facts);
   const std::optional<float> volume = facts.volume();

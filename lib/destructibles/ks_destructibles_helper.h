@@ -51,8 +51,8 @@ enum KsDestructibleType : std::int32_t {
 /// - "_hardPoints", a list of strings: the names of the model's hard points, which are offered behind "".
 ///   Without this property only "" is.
 ///
-/// A record without a parent, or whose parent is gone, is as one whose parent lacks both. A value of another
-/// type throws tyk::BadCast to whoever asks for the options.
+/// A record without a parent, or whose parent is gone, is treated as if its parent lacked both. A value of
+/// another type throws tyk::BadCast to whoever asks for the options.
 struct DESTRUCTIBLES_API KsDestructibleModuleDesc : mio::Object {
   std::int32_t health = 80;  ///< hit points; -1 when none could be estimated
   float effectScale = 1.0F;  ///< factor on the size of the module's effects
@@ -70,7 +70,7 @@ struct DESTRUCTIBLES_API KsDestructibleModuleDesc : mio::Object {
   const mio::MetaObject* metaObject() const override;
 };
 
-/// A fragile object. What is said of the module record holds here too.
+/// A fragile object. What applies to the module record applies here too.
 struct DESTRUCTIBLES_API KsDestructibleFragileDesc : mio::Object {
   std::int32_t health = 5;     ///< hit points; -1 when none could be estimated
   float effectScale = 1.0F;    ///< factor on the size of the effects
@@ -91,8 +91,8 @@ struct DESTRUCTIBLES_API KsDestructibleFragileDesc : mio::Object {
   const mio::MetaObject* metaObject() const override;
 };
 
-/// A falling atom. What is said of the module record holds here too, but that for each of its effects only
-/// those are offered whose names hold its kind, such as "touchdown" for the touchdown effect.
+/// A falling atom. What applies to the module record applies here too, but for each of its effects only names
+/// that contain its kind are offered, such as "touchdown" for the touchdown effect.
 struct DESTRUCTIBLES_API KsDestructibleFallingAtomDesc : mio::Object {
   std::int32_t health = 20;  ///< hit points; -1 when none could be estimated
   float effectScale = 1.0F;  ///< factor on the size of the effects
@@ -129,40 +129,50 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// @name Lifecycle and binding
   /// @{
 
-  /// Binds a helper to an open model, which is read during this call only, and to the disabler that shows and
-  /// hides the model's kinds (held, not owned, and to be kept alive as long as the helper). Loads the
-  /// database if no helper has since the last one was destroyed, classifies the model, makes the entries that
-  /// its category lacks, applies the state "undamaged" and listens for changes of the file. Every module of a
-  /// structure that has hard points gets one of them by its name, also in place of one that was chosen for
-  /// it. Without a model the helper is empty. A null disabler is reported and shows nothing.
+  /// Binds a helper to an open model and to the disabler that shows and hides its kinds.
+  ///
+  /// - The model is read during this call only. The disabler is not owned and must outlive the helper; a null
+  /// one is
+  ///   reported and shows nothing. Without a model the helper is empty.
+  /// - Loads the database if no helper has since the last one was destroyed.
+  /// - Classifies the model, makes the entries that its category lacks, applies the state "undamaged" and
+  /// listens for
+  ///   changes of the file.
+  /// - Gives every module of a structure with hard points one of them by its name, also in place of one that
+  /// was
+  ///   chosen for it.
   KsDestructiblesHelper(SuperModel* superModel = nullptr, const std::string& modelName = std::string(),
                         KsMaterialDisabler* materialDisabler = nullptr);
 
   /// Stops listening. If the model is marked as missing (see isMissingInDestructiblesXml), its entries of the
-  /// present category leave the tables; so do those that a failed save was to bring to the file. The next
-  /// helper, or the next look at the states through another one, reads the file anew.
+  /// present category are removed from the tables; so are those that a failed save left unwritten. The next
+  /// helper, or the next access to the states through another one, reads the file again.
   ~KsDestructiblesHelper() override;
 
-  /// Destroys the helper that `helper` holds, if any, and puts a new one in its place. With `keepVisibility`
-  /// the kinds that were hidden or shown before are so again. The old helper's disabler is detached from
-  /// `superModel`, of which every material shows then; one that is bound to another model stays so. A host
-  /// that passes the same disabler and the same model to the new helper calls its createMaterialBindings
-  /// afterwards; that binds the model again and shows it as it is to be. One that passes another model
-  /// attaches the disabler to it (KsMaterialDisabler::attachSuperModel).
+  /// Destroys the helper that `helper` holds, if any, and replaces it with a new one. With `keepVisibility`
+  /// the kinds that were hidden or shown before are so again.
+  ///
+  /// - The old helper's disabler is detached from `superModel`, which then shows all materials; one that is
+  /// bound to
+  ///   another model stays bound.
+  /// - A host that passes the same disabler and model to the new helper calls its createMaterialBindings
+  /// afterwards,
+  ///   which binds the model again and applies the visibilities.
+  /// - A host that passes another model attaches the disabler to it (KsMaterialDisabler::attachSuperModel).
   static void reinit(std::unique_ptr<KsDestructiblesHelper>& helper, SuperModel* superModel,
                      const std::string& modelName, KsMaterialDisabler* materialDisabler, bool keepVisibility);
 
-  /// Makes the disabler let go of `superModel` and forgets the hard points. False, with no effect, when there
+  /// Detaches the disabler from `superModel` and forgets the hard points. False, without effect, when there
   /// is no disabler or it is not bound to that model.
   bool detachSuperModel(SuperModel* superModel);
 
-  /// Removes the model's entries of every category, its states too, and makes new ones of the category that
-  /// it has; for a model of none, entries are removed and none is made. The type signal is raised for the
-  /// removal and once more for the category that is made again. Modules get their hard points as in
-  /// construction. The estimate of the health may load the database first, see setAsStructure.
+  /// Removes the model's entries of every category, including its states, and makes new ones of its category,
+  /// if any. Raises the type signal for the removal and again for the category that is set again. Modules get
+  /// their hard points as in construction. The estimate of the health may load the database first, see
+  /// setAsStructure.
   void resetDescriptions();
 
-  /// Lets the disabler find the model's materials anew; the model that it was detached from last is bound
+  /// Makes the disabler find the model's materials again; the model that it was detached from last is bound
   /// again. There must be a disabler.
   void createMaterialBindings();
 
@@ -244,8 +254,8 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   bool isMaterialKindDestroyed(const std::string& name) const;
   bool isMaterialKindUndamaged(const std::string& name) const;
 
-  /// Whether the disabler shows a kind. A null disabler is reported, and answered for as if nothing had been
-  /// shown or hidden.
+  /// Whether the disabler shows a kind. A null disabler is reported, and counts as one that was never
+  /// changed.
   bool isMaterialKindVisible(unsigned int kind) const;
 
   /// Whether a material whose whole name matches `pattern` has kind 0. All such names are appended to `names`
@@ -350,12 +360,12 @@ class DESTRUCTIBLES_API KsDestructiblesHelper : public ResourceModificationListe
   /// The kinds of those materials, then the kinds that these vanish together with; duplicates are kept.
   std::vector<unsigned int> getMatKindsForState(const std::string& state);
 
-  /// Makes a state the current one and shows it. False when it is unknown: it is the current one all the
-  /// same, and the model looks undamaged.
+  /// Makes a state the current one and shows it. False when it is unknown: it is then the current one
+  /// nevertheless, and the model looks undamaged.
   bool setDestructibleState(const std::string& state);
 
   /// Shows one undamaged kind (73 to 86) destroyed or restores it; the current state is then "destroyed".
-  /// Nothing happens for other kinds and when the kind is already so.
+  /// Has no effect for other kinds, or when the kind is so already.
   void setMaterialDestroyed(unsigned int kind, bool destroyed);
 
   /// The current state's name; valid as long as the helper.
@@ -456,9 +466,8 @@ DESTRUCTIBLES_API void ks_enableTreeHiding(bool enable);
 /// renderer.
 DESTRUCTIBLES_API void ks_setTreeHidingRadius(float hiddenRadius, float fadeRadius);
 
-/// A snapshot of the world matrix of one chunk of a space; the identity for a chunk that the space does not
-/// have. Empty when there is no such space, and, with a development assertion, when the space has no
-/// destruction data.
+/// A snapshot of the world matrix of one chunk of a space; the identity for an unknown chunk. Empty when
+/// there is no such space and, with a development assertion, when the space has no destruction data.
 DESTRUCTIBLES_API std::shared_ptr<MatrixProvider> ks_getChunkMatrix(int spaceId, int chunkId);
 
 /// @}

@@ -14,15 +14,15 @@
 #include <utility>
 #include <vector>
 
-/// What a load takes of a document: which entries there are, what one of them holds, and what an absent key
-/// reads as. Functions of a document, without shared state: usable on any thread, a document on one at a
-/// time. Nothing here is exported by the module's shared library.
+/// How a load reads a document: its entries, their records, and the defaults of absent keys. Functions of a
+/// document, without shared state: usable on any thread, a document on one at a time. Nothing here is
+/// exported by the module's shared library.
 namespace Tal::load_rules {
 
 /// @name Entries
 /// @{
 
-/// Calls `visit` for every section that a load reads, in order: with its category, the section, and its place
+/// Calls `visit` for every section that a load reads, in order, with its category, the section, and its index
 /// among the children of the root.
 template <class Visit>
 void forEachSection(const DataSection& root, const Visit& visit) {
@@ -33,7 +33,7 @@ void forEachSection(const DataSection& root, const Visit& visit) {
   }
 }
 
-/// Where an entry stands.
+/// The position of an entry.
 struct EntryPlace {
   int section;  ///< among the children of the root
   int entry;    ///< among those of the section
@@ -48,32 +48,32 @@ struct Entry {
   SmartPointer<DataSection> entry;
 };
 
-/// Where the entries of each model stand in the sections that a load reads. Those without a "filename" are of
-/// the model without a name. It is good for the document as it was when the index was made.
+/// The positions of each model's entries in the sections that a load reads. Entries without a "filename"
+/// belong to the empty name. Valid for the document as it was when the index was made.
 struct EntryIndex {
   struct Row {
     std::size_t nameHash;  ///< of the model's name
     EntryPlace place;
   };
   std::vector<Row> rows;  ///< by hash, then in the order of the document
-  /// What the children of the root have as their own "filename", as only an entry should; empty for none.
+  /// The "filename" of each child of the root itself, which only entries should have; empty for none.
   std::set<std::string> namesOfSections;
 };
 
-/// The index of a document, which keeps it as long as its content stays the same; never null. Main thread
+/// The index of a document, cached until its content changes; never null. Main thread
 /// only.
 std::shared_ptr<const EntryIndex> entryIndex(const DataSection& root);
 
 /// The entries of a model, in the order of the document.
 std::vector<Entry> entriesOf(const DataSection& root, const EntryIndex& index, const std::string& model);
 
-/// The same by the index that the document keeps. Main thread only.
+/// The same by the cached index. Main thread only.
 std::vector<Entry> entriesOf(const DataSection& root, const std::string& model);
 
-/// The same, found by looking at every entry: for a document of which no more is asked.
+/// The same without an index, by looking at every entry: for a single query.
 std::vector<Entry> findEntries(const DataSection& root, const std::string& model);
 
-/// The category of a model by what the document lists it as; none for a variant, whatever that is.
+/// The category of a model by the sections that list it; none for a variant.
 constexpr KsDestructibleType categoryOf(BasicStringRef model, bool hasModules, bool isFragile,
                                         bool isFallingAtom) noexcept {
   if (database_format::isVariantName(model)) return DT_NON_DESTRUCTIBLE;
@@ -86,7 +86,7 @@ constexpr KsDestructibleType categoryOf(BasicStringRef model, bool hasModules, b
 /// @name Records
 /// @{
 
-/// The record of a name, made if it lacks. Many files are sorted, and every name the last so far.
+/// The record of a name, made if it is missing. Many files are sorted, so that each name is the last so far.
 template <class Record>
 Record& recordOf(std::map<std::string, Record>& table, std::string name) {
   return table.try_emplace(table.end(), std::move(name))->second;
@@ -160,9 +160,9 @@ inline std::map<std::string, std::vector<std::string>> readStates(const DataSect
   return table;
 }
 
-/// Reads one entry from a section of a category. `places` says where: its members fragile(), fallingAtom(),
-/// achievementTag(), modules() and states() give the records, which are made when they are asked for. So what
-/// a later entry of a model holds replaces what an earlier one did, and the rest of that stays.
+/// Reads one entry of a category into `places`, whose members fragile(), fallingAtom(), achievementTag(),
+/// modules() and states() return the records to fill. So a later entry of a model replaces what it shares
+/// with an earlier one.
 template <class Places>
 void readEntry(KsDestructibleType category, DataSection& entry, Places&& places) {
   namespace tags = database_format::tags;

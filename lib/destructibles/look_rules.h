@@ -8,17 +8,17 @@
 #include <string>
 #include <vector>
 
-/// Which materials the built-in states show. Functions without shared state; usable on any thread; nothing
+/// The materials that the built-in states show. Functions without shared state; usable on any thread; nothing
 /// here is exported by the module's shared library.
 namespace Tal::look_rules {
 
-/// A material whose name holds this is shown by falling atoms alone.
+/// Only falling atoms show a material whose name contains this.
 inline constexpr BasicStringRef kStaticMark = "s_";
 
 enum class Look { undamaged, destroyed };
 
-/// The names of the materials that a look shows of a model of that category; `materials` are all of them with
-/// their kinds.
+/// The names of the materials that a look shows of a model of a category; `materials` are all with their
+/// kinds.
 inline std::vector<std::string> materialsOf(const std::map<std::string, unsigned>& materials, Look look,
                                             KsDestructibleType category) {
   const bool takesStatic = category == DT_FALLING_ATOMS;

@@ -8,10 +8,10 @@
 
 namespace Tal {
 
-/// What helpers have to do with saves of their models that save_rules.h describes. Main thread only; nothing
+/// What helpers contribute to saves by save_rules.h. Main thread only; nothing
 /// here is exported by the module's shared library.
 struct ModelSaving {
-  /// What the tables hold of the helper's model, valid until they change.
+  /// The content of the helper's model in the tables, valid until they change.
   static save_rules::Content contentOf(const KsDestructiblesHelper& helper);
 
   /// The steps of a write of that content, each tracked as an operation of the helper.

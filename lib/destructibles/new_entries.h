@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-/// What the entries hold that are made for a model which lacks them, so that an author's values can be told
+/// The content of entries that are made for a model that lacks them, so that an author's values can be told
 /// from them. Functions without shared state; usable on any thread; nothing here is exported by the module's
 /// shared library.
 namespace Tal::new_entries {
@@ -76,9 +76,8 @@ constexpr std::uint32_t moduleNumber(BasicStringRef name) noexcept {
   return firstDigit == BasicStringRef::npos ? 0 : numberIn(name.substr(firstDigit + 1));
 }
 
-/// Gives every module, also one whose hard point somebody chose, the first hard point of its number, else the
-/// first of all: the numbers in the names decide, so that a part that was renamed follows its hard point.
-/// Nothing happens without hard points.
+/// Gives every module the first hard point with the number in its name, else the first of all, also in place
+/// of one that somebody chose: so a renamed part follows its hard point. Has no effect without hard points.
 inline void assignHardPoints(std::map<std::string, KsDestructibleModuleDesc>& modules,
                              const std::vector<std::string>& hardPoints) {
   if (hardPoints.empty()) return;

@@ -6,12 +6,11 @@
 #include <algorithm>
 #include <array>
 
-/// The names under which property panels meet the records. Usable on any thread; nothing here is exported by
+/// The names of the records' properties in panels. Usable on any thread; nothing here is exported by
 /// the module's shared library.
 namespace Tal::panel_names {
 
-/// What a record asks its parent for; ks_destructibles_helper.h tells what the parent offers under these
-/// names.
+/// The properties that a record asks its parent for; see ks_destructibles_helper.h.
 inline constexpr char kDestructibleType[] = "Destructible Type";
 inline constexpr char kHardPoints[] = "_hardPoints";
 

@@ -16,15 +16,15 @@
 #include <vector>
 
 /// What a save writes of a model, where, and what it removes. Functions of a document and of values, without
-/// shared state: usable on any thread, a document on one at a time. They edit the document and put it down
-/// for saving; a SaveGroup around them makes that one replacement of the file. Nothing here is exported by
-/// the module's shared library.
+/// shared state: usable on any thread, a document on one at a time. They edit the document and mark it for
+/// saving; a SaveGroup around them makes that one replacement of the file. Nothing here is exported by the
+/// module's shared library.
 namespace Tal::save_rules {
 
 using Modules = std::map<std::string, KsDestructibleModuleDesc>;
 using States = std::map<std::string, std::vector<std::string>>;
 
-/// What is to be written of one model. Nothing here is owned; it has to outlive the write.
+/// What to write of one model. The pointers are not owned and must outlive the write.
 struct Content {
   std::string model;  ///< the resource name
   KsDestructibleType category = DT_NON_DESTRUCTIBLE;
@@ -43,15 +43,14 @@ struct Content {
 /// Whether an achievement tag is written: one that is neither empty nor "none".
 bool isTagWritten(BasicStringRef tag) noexcept;
 
-/// A key of an entry or a module with what a save makes of it. Views of the record that it is of.
+/// A key of an entry or module and what a save makes of it. Views of the record.
 struct KeyOfRecord {
   BasicStringRef key;
   std::variant<std::int32_t, float, BasicStringRef> value;
   bool isWritten = true;  ///< else the key is removed
 };
 
-/// The keys of a record, in the order in which they are written, without the name that the entry or module
-/// has.
+/// The keys of a record in the order of writing, without the name of the entry or module.
 std::vector<KeyOfRecord> keysOf(const KsDestructibleFragileDesc& desc);
 std::vector<KeyOfRecord> keysOf(const KsDestructibleFallingAtomDesc& desc);
 std::vector<KeyOfRecord> keysOf(const KsDestructibleModuleDesc& desc);
@@ -66,8 +65,8 @@ struct DroppedModule {
   std::string before;            ///< that module, which is written
 };
 
-/// Which modules of a structure are written, in their order, and why the others are not. A module needs a BSP
-/// material of its name. Of modules whose materials are of one kind only the first is written.
+/// Which modules of a structure are written, in order, and why the others are not. A module needs a BSP
+/// material of its name. Of modules with materials of one kind only the first is written.
 struct ModuleChoice {
   std::vector<const Modules::value_type*> written;
   std::map<std::string, DroppedModule> dropped;
@@ -82,7 +81,7 @@ enum class Fate {
   rewritten  ///< the first of the last section of the model's category that has any
 };
 
-/// What a save of a model that is of this category then makes of each of the model's entries.
+/// What a save of a model of this category makes of each of its entries.
 std::vector<Fate> fatesOf(const std::vector<load_rules::Entry>& entries, const std::string& model,
                           KsDestructibleType category);
 
@@ -104,7 +103,7 @@ void writeStates(const States& states, DataSection& section);
 /// Removes every child from `first` on that has the model's name as its "filename".
 void removeEntries(const std::string& model, DataSection& section, int first);
 
-/// The steps of a write, for whoever finds entries in another way or keeps track of the steps.
+/// The steps of a write, for callers that find entries in another way or track the steps.
 struct Steps {
   /// Removes the children of the root that pass for entries of the model; whether there were any.
   std::function<bool(SmartPointer<DataSection>& root)> removeSections;

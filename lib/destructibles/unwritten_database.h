@@ -5,9 +5,9 @@
 
 namespace Tal {
 
-/// Drops the database's document at the end of a scope in which it was edited and not written. Whoever saves
-/// holds the edits elsewhere; the document must not bring them into another save or a load. Main thread only;
-/// nothing here is exported by the module's shared library.
+/// Discards the database's document at the end of a scope in which it was edited but not written, so that
+/// another save or load does not see those edits. Main thread only; nothing here is exported by the module's
+/// shared library.
 class UnwrittenDatabase {
  public:
   UnwrittenDatabase() = default;

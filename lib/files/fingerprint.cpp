@@ -1,4 +1,7 @@
+#include <core/format.h>
 #include <files/fingerprint.h>
+
+#include <cinttypes>
 
 // The functions themselves, not the library that holds them.
 #define XXH_INLINE_ALL
@@ -32,12 +35,7 @@ Fingerprint fingerprintOf(BasicStringRef bytes) noexcept {
 }
 
 std::string hashText(const Fingerprint& fingerprint) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  constexpr unsigned kBits = 64;
-  std::string text;
-  for (const std::uint64_t half : {fingerprint.high, fingerprint.low})
-    for (unsigned shift = kBits; shift > 0; shift -= 4) text += kDigits[(half >> (shift - 4)) & 0x0fU];
-  return text;
+  return formatString("%016" PRIx64 "%016" PRIx64, fingerprint.high, fingerprint.low);
 }
 
 }  // namespace Tal::files

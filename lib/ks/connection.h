@@ -8,12 +8,11 @@ namespace signal_details {
 class SlotHolderBase;
 }  // namespace signal_details
 
-/// The owner of one connected slot: releasing it disconnects the slot. It may outlive the signal; every
-/// operation is then still safe and says that nothing is connected. One handle is used on one thread at a
-/// time; different handles of one signal may be used on different threads.
+/// The owner of one connected slot: destroying it disconnects the slot. It may outlive the signal and is then
+/// not connected. A handle is used on one thread at a time, different handles of a signal on any threads.
 class [[nodiscard]] Connection {
  public:
-  /// A handle of nothing.
+  /// An empty handle.
   Connection() noexcept;
   explicit Connection(Tal::SmartPointer<signal_details::SlotHolderBase> slot) noexcept;
   Connection(Connection&& other) noexcept;
@@ -22,15 +21,15 @@ class [[nodiscard]] Connection {
   Connection& operator=(const Connection&) = delete;
   ~Connection();
 
-  /// True while the slot is called by emissions; false for a handle of nothing.
+  /// True while emissions call the slot; false for an empty handle.
   bool connected() const;
 
-  /// Ends the connection: the slot is not called again, except that a call running at this moment on another
-  /// thread is not waited for. Nothing happens the second time. The callback is destroyed here, or at the end
-  /// of its own call.
+  /// Ends the connection: the slot is not called again. A call that is running on another thread is not
+  /// waited for. The callback is destroyed here, or at the end of its own call. Calling this again has no
+  /// effect.
   void disconnect();
 
-  /// Lets go of the slot without disconnecting it: it stays connected as long as its signal lives.
+  /// Releases the slot without disconnecting it: it stays connected as long as its signal lives.
   void detach() noexcept;
 
  private:

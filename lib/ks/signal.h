@@ -12,11 +12,11 @@ namespace ks {
 template <class Signature, class Combiner = OptionalLastValue<void>>
 class Signal;
 
-/// A list of callbacks that one event calls. A signal nobody ever connected to costs one pointer.
+/// A list of callbacks that one event calls. A signal that nothing ever connected to takes one pointer.
 ///
-/// Connecting, disconnecting and raising are safe on any threads at the same time; releasing (and destroying)
-/// the signal is not safe beside another thread's use of the signal itself, but is safe within one of its own
-/// callbacks and beside any use of a handle.
+/// Connecting, disconnecting and raising are thread-safe. Releasing or destroying the signal must not
+/// coincide with another thread's use of it; it may happen in one of its callbacks, and beside any use of a
+/// handle.
 template <class... Args>
 class Signal<void(Args...), OptionalLastValue<void>> {
  public:
@@ -30,9 +30,9 @@ class Signal<void(Args...), OptionalLastValue<void>> {
     while (impl_.load(std::memory_order_acquire) != nullptr) release();
   }
 
-  /// Adds a callback and returns its owner: releasing that disconnects. Slots run in ascending group order,
-  /// in connection order within a group. A callback connected while the signal is being raised is first
-  /// called by the next raise. An empty function is kept and never called.
+  /// Adds a callback and returns its owner, which disconnects it. Slots run in ascending group order, then in
+  /// order of connection. A callback that is connected during a raise is first called by the next one. An
+  /// empty function is never called.
   Connection connect(std::function<void(Args...)> callback, int group = 0) {
     const Tal::SmartPointer<signal_details::SlotHolderBase> slot(new
                                                                  typename Impl::Slot(std::move(callback)));
@@ -40,15 +40,15 @@ class Signal<void(Args...), OptionalLastValue<void>> {
     return Connection(slot);
   }
 
-  /// Calls every connected callback on this thread, before returning. Callbacks may connect, disconnect,
-  /// raise again, or destroy the signal: a slot disconnected meanwhile is not called any more. What a
-  /// callback throws ends the raise.
+  /// Calls every connected callback on this thread before returning. Callbacks may connect, disconnect, raise
+  /// again or destroy the signal; a slot that is disconnected meanwhile is not called. An exception ends the
+  /// raise.
   void operator()(const Args&... args) const {
     const Tal::SmartPointer<Impl> held(impl_.load(std::memory_order_acquire));
     if (held) held->emit(args...);
   }
 
-  /// Disconnects everything, then destroys the callbacks, and forgets the state; the signal is then as new.
+  /// Disconnects every slot, then destroys the callbacks; the signal is then as new.
   void release() noexcept {
     Impl* const released = impl_.exchange(nullptr, std::memory_order_acq_rel);
     if (released == nullptr) return;

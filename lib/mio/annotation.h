@@ -14,8 +14,7 @@ namespace mio {
 
 class BoundProperty;
 
-/// Something that is said of a property, or of a whole class, beside its name and type. A host may derive
-/// annotations of its own.
+/// Metadata of a property or a class, besides its name and type. A host may derive its own.
 class Annotation {
  public:
   virtual ~Annotation() = default;
@@ -26,7 +25,7 @@ class Annotation {
   Annotation& operator=(const Annotation&) = default;
 };
 
-/// Annotations in the order in which they were given; never changed after that.
+/// Annotations in the order in which they were added.
 class Annotations {
  public:
   template <class... Given>
@@ -54,19 +53,19 @@ class Annotations {
   std::vector<std::shared_ptr<const Annotation>> all_;
 };
 
-/// How many digits behind the point a number is shown with.
+/// How many decimals a number is shown with.
 struct Precision : Annotation {
   explicit Precision(int count) : decimals(count) {}
   int decimals;
 };
 
-/// Whether a text is completed while it is typed.
+/// Whether a text is completed while typing.
 struct Autocomplete : Annotation {
   explicit Autocomplete(bool on) : isOn(on) {}
   bool isOn;
 };
 
-/// The values to choose from, computed each time somebody asks, for the property that is being edited.
+/// The values to choose from, computed on each request for the property that is edited.
 struct ComboBox : Annotation {
   using Options = std::function<tyk::VariantList(const BoundProperty&)>;
   explicit ComboBox(Options computed) : options(std::move(computed)) {}
@@ -87,12 +86,12 @@ class MethodCall : public Annotation {
   std::string method_;
 };
 
-/// Of a class: the method to call when any property of an object was set.
+/// For a class: the method to call after any property of an object was set.
 struct ChangeNotification : MethodCall {
   using MethodCall::MethodCall;
 };
 
-/// Of a property: the method to call when it was set.
+/// For a property: the method to call after it was set.
 struct OnChange : MethodCall {
   using MethodCall::MethodCall;
 };

@@ -14,7 +14,7 @@
 namespace mio {
 namespace details {
 
-/// The object as one of the described class; throws tyk::BadCast when it is none.
+/// The object cast to the described class; throws tyk::BadCast when it is of another.
 template <class Described, class AnyObject>
 auto& objectAs(AnyObject& object, const std::string& typeName) {
   using Wanted = std::conditional_t<std::is_const_v<AnyObject>, const Described, Described>;
@@ -46,13 +46,13 @@ class ArgumentReader {
 
 }  // namespace details
 
-/// Describes a class step by step; what comes first is listed first.
+/// Describes a class step by step; the order of the calls is that of the lists.
 template <class Described>
 class MetaObjectBuilder {
  public:
   explicit MetaObjectBuilder(std::string typeName) : meta_(std::move(typeName), typeid(Described)) {}
 
-  /// Something that is said of the whole class.
+  /// Annotates the class.
   template <class Given>
   MetaObjectBuilder&& annotation(Given annotation) && {
     meta_.annotations_.add(std::move(annotation));
@@ -82,7 +82,7 @@ class MetaObjectBuilder {
     return std::move(*this);
   }
 
-  /// A property that a field holds, with what is said of it.
+  /// A property that a field holds, with its annotations.
   template <class Field, class... Given>
   MetaObjectBuilder&& property(std::string displayName, Field Described::*field, Given... annotations) && {
     const auto read = [field, typeName = meta_.typeName()](const Object& object) {
@@ -97,14 +97,14 @@ class MetaObjectBuilder {
   }
 
   MetaObject build() && { return std::move(meta_); }
-  /// To be handed to a Registration.
+  /// For passing the result to a Registration.
   operator MetaObject() && { return std::move(meta_); }
 
  private:
   MetaObject meta_;
 };
 
-/// Begins the description of a class under the name that it is found by.
+/// Begins the description of a class; `typeName` is the name to find it by.
 template <class Described>
 MetaObjectBuilder<Described> describe(std::string typeName) {
   static_assert(std::is_base_of_v<Object, Described>);

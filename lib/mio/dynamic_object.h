@@ -9,12 +9,12 @@
 
 namespace mio {
 
-/// An object with properties that no field holds: a host adds them one by one, each computed when it is read.
+/// An object with properties that a host adds one by one, each computed when it is read.
 /// Main thread only.
 class DynamicObject : public Object {
  public:
-  /// Adds a property that can only be read. `type` is what `read` gives. Of two properties with one name the
-  /// first is found.
+  /// Adds a property that can only be read. `type` is what `read` gives. Of two properties with the same name
+  /// the first is found.
   void addProperty(std::string name, tyk::Variant::Type type, std::function<tyk::Variant()> read);
 
  protected:

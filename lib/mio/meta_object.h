@@ -11,9 +11,9 @@
 
 namespace mio {
 
-/// What is known of a class: its registered name, its annotations, methods and properties, each in the order
-/// of their registration. Immutable once it is registered (see Registration). Of two with one name the first
-/// is found. Main thread only.
+/// The description of a class: its registered name, and its annotations, methods and properties in the order
+/// of registration. Immutable once registered (see Registration). Of two with the same name the first is
+/// found. Main thread only.
 class MetaObject {
  public:
   MetaObject(std::string typeName, std::type_index type) : typeName_(std::move(typeName)), type_(type) {}
@@ -52,12 +52,12 @@ class MetaObject {
   std::vector<Property> properties_;
 };
 
-/// Keeps a meta-object registered as long as it lives. A type or a name that is registered already stays with
-/// the first.
+/// Keeps a meta-object registered as long as it lives. For a type or name that is already registered the
+/// first one stays.
 class Registration {
  public:
-  /// Throws std::logic_error when a notification names a method that the class does not have or that takes
-  /// arguments; in a static object that ends the program, so that the mistake shows at once.
+  /// Throws std::logic_error when a notification names a method that the class lacks or that takes arguments.
+  /// In a static object that ends the program, so the mistake shows at once.
   explicit Registration(MetaObject metaObject);
   ~Registration();
   Registration(const Registration&) = delete;

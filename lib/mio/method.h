@@ -21,7 +21,7 @@ class Method {
   Method(std::string name, unsigned argumentCount, Function function);
 
   const std::string& name() const noexcept { return name_; }
-  /// How many explicit arguments it takes; the setter flags are none of them.
+  /// The number of explicit arguments, without the setter flags.
   unsigned argumentCount() const noexcept { return argumentCount_; }
 
   /// Calls the function and gives its result, an empty variant when it has none. Throws GenericFunctionError

@@ -14,15 +14,14 @@ class Property;
 
 /// The base of everything that describes itself: records, and the objects of an editor's tree.
 ///
-/// An object may have a parent and children; it owns neither. What the library keeps for an object is its
-/// own: a copy starts without parent and children, and assignment leaves both objects' in place. A move is a
-/// copy. Main thread only.
+/// An object may have a parent and children; it owns neither. A copy starts without either, and an assignment
+/// leaves those of both objects as they are. A move is a copy. Main thread only.
 class Object {
  public:
   Object() noexcept;
   Object(const Object& other) noexcept;
   Object& operator=(const Object& other) noexcept;
-  /// The children are without a parent then.
+  /// Leaves its children without a parent.
   virtual ~Object();
 
   /// What is registered for the object's type; null when nothing is.
@@ -34,11 +33,11 @@ class Object {
   /// Null at the top.
   Object* parent() const noexcept;
 
-  /// Makes this the last child of `parent`; null takes it out of the tree. False, with no effect, when
+  /// Makes this the last child of `parent`; null removes it from the tree. False, with no effect, when
   /// `parent` is this object or below it.
   bool setParent(Object* parent);
 
-  /// In the order in which they came; valid until the next change.
+  /// In the order in which they were added; valid until the next change.
   const std::vector<Object*>& children() const noexcept;
 
   /// @}

@@ -10,15 +10,14 @@
 
 namespace mio {
 
-/// One named value of objects: how it is read and written, and what is said of it. Immutable; used on the
-/// main thread, as all of reflection is.
+/// One named value of objects: how to read and write it, and its annotations. Immutable. Main thread only.
 class Property {
  public:
   using Reader = std::function<tyk::Variant(const Object&)>;
   using Writer = std::function<void(Object&, const tyk::Variant&)>;
 
-  /// Reader and writer throw tyk::BadCast for an object or a value that is not theirs; then nothing changes.
-  /// An empty writer makes a property that can only be read.
+  /// Reader and writer throw tyk::BadCast, without effect, for an object or value of another type. An empty
+  /// writer makes the property read-only.
   Property(std::string name, tyk::Variant::Type type, Reader reader, Writer writer,
            Annotations annotations = Annotations());
 
@@ -32,7 +31,7 @@ class Property {
   friend class BoundProperty;
 
   tyk::Variant read(const Object& object) const { return reader_(object); }
-  /// Throws tyk::BadCast also when the property can only be read.
+  /// Throws tyk::BadCast also when the property is read-only.
   void write(Object& object, const tyk::Variant& value) const;
 
   std::string name_;
@@ -59,14 +58,17 @@ class BoundProperty {
   /// object's class.
   tyk::Variant get() const;
 
-  /// Sets the value, then calls the method that the object's class wants to be told with, then that of the
-  /// property. Throws tyk::BadCast when the value is refused: then nothing changes and nobody is told. What a
-  /// method throws is passed on with the value set. A method may destroy the object and this handle. An
-  /// object whose own class nobody described tells nobody. Nothing happens when not valid.
+  /// Sets the value, then calls the ChangeNotification of the object's class, then the property's OnChange.
+  /// Has no effect when not valid.
+  ///
+  /// - Throws tyk::BadCast when the value is refused; then nothing is set or called.
+  /// - What a method throws is passed on, with the value set.
+  /// - A method may destroy the object and this handle.
+  /// - Nothing is called for an object whose own class is not described.
   void set(const tyk::Variant& value, SetterFlags flags = SetterFlags::none) const;
 
-  /// What a combo box offers; empty when there is none. Throws what its computation throws: tyk::BadCast when
-  /// the parent offers something of the wrong type.
+  /// The options of the combo box; empty when there is none. Throws what computing them throws: tyk::BadCast
+  /// when the parent offers a value of the wrong type.
   tyk::VariantList options() const;
 
  private:

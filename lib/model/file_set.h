@@ -13,10 +13,11 @@
 
 namespace Tal {
 
-/// Several files below a root that are made or replaced together: all of them, or none. When the process ends
-/// in between, the first file may be there alone, or with the next ones that were written with it; the last
-/// file is there only with all the others as they were written with it. Until it ends, other programs that
-/// write a set into the folder of the first file wait.
+/// Several files below a root that are created or replaced together: all of them, or none.
+///
+/// - When the process is killed in between, the first files of the set may be there without the others.
+/// - The last file is there only with all the others as they were written with it.
+/// - Other programs that write a set into the folder of the first file wait until this one ends.
 class FileSet {
  public:
   /// A file of the set.
@@ -26,28 +27,27 @@ class FileSet {
     std::filesystem::path name;                  ///< below the root
     BasicStringRef content;                      ///< must live until write()
     files::OpenPlace place;                      ///< once open() was called
-    std::optional<files::FileIdentity> found;    ///< the file that is there then; empty when none is
-    std::optional<files::FileIdentity> written;  ///< what write() has put there
+    std::optional<files::FileIdentity> found;    ///< the file found there then; empty when there is none
+    std::optional<files::FileIdentity> written;  ///< what write() put there
     files::BackupFile old{place};
   };
 
   FileSet() = default;
-  /// Removes the folders that were made for nothing.
+  /// Removes the folders that were made for files that were not written.
   ~FileSet();
   FileSet(const FileSet&) = delete;
   FileSet& operator=(const FileSet&) = delete;
 
-  /// Links to another place below the root are followed. The entry lives as long as the set.
+  /// Adds a file; links to another place below the root are followed. The entry lives as long as the set.
   Entry& add(std::filesystem::path name, BasicStringRef content);
 
-  /// Opens the places below the folder `root`, with the folders that they need, and waits for other programs.
-  /// With `taken` it has to be that folder still.
+  /// Opens the places below the folder `root`, creates the folders that they need, and waits for other
+  /// programs. With `taken` the root must still be that folder.
   Result<void> open(const std::filesystem::path& root, const std::optional<files::FileIdentity>& taken = {});
 
-  /// Writes the files, in the order in which they were added; before that, those that are there already are
-  /// put aside from the last one on, but for the first one. After a fault every file is as it was, but for
-  /// one that the fault says could not be put back. What another program has put there since open() is left
-  /// alone.
+  /// Writes the files in the order in which they were added. Before that, existing files other than the first
+  /// are moved aside, the last one first. After a fault every file is as it was, unless the fault names one
+  /// that could not be restored. Files that another program has put there since open() are not touched.
   Result<void> write();
 
  private:
@@ -57,7 +57,7 @@ class FileSet {
   Result<void> putOldAside();
   Result<void> replace(Entry& entry);
   static std::string removeWritten(Entry& entry);
-  /// What cannot be undone, to be added to what is said of a fault.
+  /// What could not be undone, as a text to append to a fault.
   std::string undo();
   std::string undo(Entry& entry);
 

@@ -1,3 +1,4 @@
+#include <core/contains.h>
 #include <core/display_text.h>
 #include <core/nearest_name.h>
 #include <core/white_space.h>
@@ -100,8 +101,7 @@ class Importer {
                        " a hard point; the name of a hard point begins with " + quotedName(kHardPointPrefix));
       }
       const bool isTaken =
-          std::any_of(scene_.nodes.begin(), scene_.nodes.end(),
-                      [name = &pointName](const GltfSceneNode& other) { return other.name == *name; });
+          std::ranges::find(scene_.nodes, pointName, &GltfSceneNode::name) != scene_.nodes.end();
       if (isTaken && names[node] != pointName) {
         return refusal("has two nodes for the hard point " + quotedName(pointName));
       }
@@ -181,16 +181,13 @@ class Importer {
   Result<std::vector<std::size_t>> materialsNamed(const std::string& name) const {
     std::vector<std::size_t> found;
     std::vector<std::string> names;
-    for (std::size_t index = 0; index < scene_.materials.size(); ++index) {
-      names.push_back(scene_.materials[index].name);
-      if (names.back() == name) found.push_back(index);
+    for (const GltfUsedMaterial& material : scene_.materials) names.push_back(material.name);
+    for (const auto* const list : {&std::as_const(names), &fileNames_}) {
+      for (std::size_t index = 0; index < list->size(); ++index)
+        if ((*list)[index] == name) found.push_back(index);
+      if (!found.empty()) return found;
     }
-    if (!found.empty()) return found;
-    for (std::size_t index = 0; index < fileNames_.size(); ++index) {
-      if (fileNames_[index] == name) found.push_back(index);
-    }
-    if (found.empty()) return unknownMaterial(name, std::move(names));
-    return found;
+    return unknownMaterial(name, names);
   }
 
   Result<void> chooseSlots() {
@@ -204,19 +201,14 @@ class Importer {
                        std::to_string(entry->second) + " and " + std::to_string(material.kind) +
                        "; give them one kind or different names");
       }
-      if (isOfPartBeyondTheLast(material)) {
-        result_.warnings.push_back("the material " + quotedName(material.name) +
-                                   " has no kind, since part numbers end at " +
-                                   std::to_string(material_kinds::kLastPart));
-      }
-      if (isNew && material_kinds::isOfNoPart(material.kind)) {
-        result_.warnings.push_back("the material " + quotedName(material.name) +
-                                   material_kinds::noPartText(material.kind));
-      }
-      if (isNew && material_kinds::isStaticName(material.name) && material_kinds::partOf(material.kind)) {
-        result_.warnings.push_back("the material " + quotedName(material.name) +
-                                   material_kinds::staticPartText(material.kind));
-      }
+      const auto warn = [&](const std::string& text) {
+        result_.warnings.push_back("the material " + quotedName(material.name) + text);
+      };
+      if (isOfPartBeyondTheLast(material))
+        warn(" has no kind, since part numbers end at " + std::to_string(material_kinds::kLastPart));
+      if (isNew && material_kinds::isOfNoPart(material.kind)) warn(material_kinds::noPartText(material.kind));
+      if (isNew && material_kinds::isStaticName(material.name) && material_kinds::partOf(material.kind))
+        warn(material_kinds::staticPartText(material.kind));
       result_.materials.push_back(material);
       description_.materials.push_back({material.name, material.kind, scene_.materials[index].index});
     }
@@ -237,9 +229,7 @@ class Importer {
       if (!named) return named.fault();
       chosen.insert(chosen.end(), named->begin(), named->end());
     }
-    const bool hasCollision =
-        std::any_of(scene_.materials.begin(), scene_.materials.end(),
-                    [](const GltfUsedMaterial& material) { return material.isCollision; });
+    const bool hasCollision = std::ranges::any_of(scene_.materials, &GltfUsedMaterial::isCollision);
     for (std::size_t index = 0; index < scene_.materials.size() && options_.bspMaterials.empty(); ++index) {
       if (!hasCollision || scene_.materials[index].isCollision) chosen.push_back(index);
     }
@@ -277,19 +267,18 @@ class Importer {
     return {};
   }
 
-  Fault unknownMaterial(const std::string& name, std::vector<std::string> existing) const {
-    const auto& unused = scene_.unusedMaterials;
-    if (std::find(unused.begin(), unused.end(), name) != unused.end()) {
+  Fault unknownMaterial(const std::string& name, const std::vector<std::string>& existing) const {
+    if (contains(scene_.unusedMaterials, name))
       return refusal("has the material " + quotedName(name) + " on no mesh of its scene");
-    }
-    return unknown("material", name, std::move(existing));
+    return unknown("material", name, existing);
   }
 
-  static Fault unknown(const std::string& what, const std::string& name, std::vector<std::string> existing) {
-    std::sort(existing.begin(), existing.end());
-    existing.erase(std::unique(existing.begin(), existing.end()), existing.end());
-    existing.erase(std::remove(existing.begin(), existing.end(), std::string()), existing.end());
-    return refusal("has no " + what + " " + quotedName(name) + nameSuggestion(name, existing));
+  static Fault unknown(const std::string& what, const std::string& name,
+                       const std::vector<std::string>& existing) {
+    std::set<std::string> names(existing.begin(), existing.end());
+    names.erase("");
+    return refusal("has no " + what + " " + quotedName(name) +
+                   nameSuggestion(name, {names.begin(), names.end()}));
   }
 
   GltfScene scene_;
@@ -303,12 +292,9 @@ class Importer {
 /// Whether a file system takes every step of a path.
 bool isEveryStepShort(BasicStringRef name) {
   constexpr std::size_t kLongestStep = 255;
-  while (true) {
-    const std::size_t length = std::min(name.find('/'), name.size());
-    if (length > kLongestStep) return false;
-    if (length == name.size()) return true;
-    name.remove_prefix(length + 1);
-  }
+  const std::filesystem::path path(name);
+  return std::all_of(path.begin(), path.end(),
+                     [](const std::filesystem::path& step) { return step.native().size() <= kLongestStep; });
 }
 
 Result<ImportedModel> importNamed(const std::filesystem::path& source, BasicStringRef modelName,
@@ -330,13 +316,13 @@ Result<ImportedModel> importNamed(const std::filesystem::path& source, BasicStri
 
 Result<void> checkImportedName(BasicStringRef modelName) {
   if (const Result<void> checked = FS::MultiFileSystem::checkName(modelName); !checked)
-    return refusal("is no name of a resource, it " + checked.fault().what);
+    return refusal("is not a resource name, it " + checked.fault().what);
   if (modelName.size() > kMaxNameLength || !isEveryStepShort(modelName)) return refusal("is too long a name");
   if (holdsControls(modelName) || !isStorable(modelName) || trimmed(modelName) != modelName)
-    return refusal("is no name that files can hold");
+    return refusal("is not a name that files can hold");
   const BasicStringRef file = modelName.substr(modelName.rfind('/') + 1);
   if (file.ends_with(kModelExtension) && file.size() > kModelExtension.size()) return {};
-  return refusal("is no name of a model, which must end in " + quotedName(kModelExtension));
+  return refusal("is not a model name, which must end in " + quotedName(kModelExtension));
 }
 
 Result<ImportedModel> importGltf(const std::filesystem::path& source, BasicStringRef modelName,

@@ -10,7 +10,7 @@ namespace Tal {
 
 class DataSection;
 
-/// What an import notes in the visual: the geometry that it wrote with it. In the file it is
+/// What an import records in the visual: the geometry that it wrote with it. In the file it is
 /// `<import version="1">` with `<geometry>`, that with `<size>` (bytes) and `<fingerprint>` (XXH3 of 128
 /// bits, in hexadecimal digits).
 struct ImportMark {
@@ -27,8 +27,8 @@ struct ImportMark {
 /// The mark for a geometry's bytes. Usable on any thread.
 ImportMark importMarkFor(BasicStringRef geometry);
 
-/// The mark in a visual; empty when it has none, or one without a version or size: it is of before there were
-/// marks, or of another program. Of a newer version only the version is meant. Main thread only.
+/// The mark in a visual; empty when it has none, or one without a version or size. Of a newer mark only the
+/// version is meaningful. Main thread only.
 std::optional<ImportMark> importMarkIn(const DataSection& visual);
 
 }  // namespace Tal

@@ -17,34 +17,33 @@ class KsMaterialDisabler {
   KsMaterialDisabler(const KsMaterialDisabler&) = delete;
   KsMaterialDisabler& operator=(const KsMaterialDisabler&) = delete;
 
-  /// Binds a model (null binds none) and makes its bindings; the visibilities are kept and applied to it. A
-  /// different model that was bound is let go first and shows all its materials again.
+  /// Binds a model (null binds none), makes its bindings and applies the visibilities to it. A different
+  /// model that was bound is released first and shows all its materials again.
   virtual void attachSuperModel(SuperModel* superModel);
 
-  /// Lets go of the bound model and shows all its materials again; the visibilities are kept for the next
-  /// one. createMaterialBindings binds the model again, unless another or none was attached since. The model
-  /// may be destroyed meanwhile: then none is bound. False, with no effect, when `superModel` is null or is
-  /// not the bound one.
+  /// Releases the bound model and shows all its materials again; the visibilities are kept for the next one.
+  /// False, without effect, when `superModel` is null or not the bound one. createMaterialBindings binds the
+  /// model again if it still lives, unless attachSuperModel was called since.
   virtual bool detachSuperModel(SuperModel* superModel);
 
-  /// Finds the bound model's material slots by their kinds and applies the visibilities to them; to be called
-  /// again when kinds were reassigned or the model became ready. When no model is bound, the one that was let
-  /// go last is, see detachSuperModel; nothing happens when there is none.
+  /// Finds the bound model's material slots by their kinds and applies the visibilities to them. Call it
+  /// again when kinds were reassigned or the model became ready. When no model is bound, it first binds the
+  /// one that was released last, if any (see detachSuperModel).
   virtual void createMaterialBindings();
 
-  /// True brings every part of the bound model to its destroyed look (73 to 86 hidden, 87 to 100 visible),
-  /// false to its undamaged one, as if no state had been applied and no kind had been set visible or hidden.
+  /// Shows every part of the bound model destroyed (73 to 86 hidden, 87 to 100 visible) or undamaged.
+  /// Visibilities of single kinds that were set before no longer count.
   virtual void setIsDestroyed(bool isDestroyed);
 
-  /// Shows or hides every material of a kind, also when the model has none of it yet.
+  /// Shows or hides every material of a kind, even if the model has none of it yet.
   virtual void setMaterialKindVisible(unsigned int kind, bool isVisible);
 
-  /// Whether materials of a kind are shown: as was set since the last setIsDestroyed, else as the look of the
-  /// model's parts has it. Neither a model nor a material of the kind needs to be there.
+  /// Whether materials of a kind are shown: as set since the last setIsDestroyed, else by the look of the
+  /// parts. Needs neither a model nor a material of the kind.
   virtual bool getMaterialKindVisible(unsigned int kind) const;
 
-  /// Adds the visibility of every kind that the bound model has or that was set since the last
-  /// setIsDestroyed; other entries of `visibles` stay.
+  /// Adds to `visibles` the visibility of every kind that the bound model has or that was set since the last
+  /// setIsDestroyed.
   virtual void getMaterialKindVisibles(std::map<unsigned int, bool>& visibles) const;
 
  private:

@@ -35,11 +35,23 @@ unsigned partNumber(BasicStringRef name) noexcept {
   return number;
 }
 
+std::string rangeText(unsigned first, unsigned last) {
+  return std::to_string(first) + " to " + std::to_string(last);
+}
+
 }  // namespace
 
+std::string undamagedKinds() {
+  return rangeText(kFirstUndamaged, kLastUndamaged);
+}
+
+std::string destroyedKinds() {
+  return rangeText(kFirstDestroyed, kLastDestroyed);
+}
+
 std::string noPartText(unsigned kind) {
-  return " has the kind " + std::to_string(kind) +
-         ", which shows no part; undamaged parts have 73 to 86, destroyed ones 87 to 100, and all else 0";
+  return " has the kind " + std::to_string(kind) + ", which shows no part; undamaged parts have " +
+         undamagedKinds() + ", destroyed ones " + destroyedKinds() + ", and all else 0";
 }
 
 std::string staticPartText(unsigned kind) {

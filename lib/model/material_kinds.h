@@ -37,17 +37,19 @@ constexpr std::optional<unsigned> partOf(unsigned kind) noexcept {
   return std::nullopt;
 }
 
-/// Whether a kind is assigned, but none that a part has, so that the material neither breaks nor appears when
-/// something else does.
+/// Whether a kind is assigned that belongs to no part, so that the material neither breaks nor appears.
 constexpr bool isOfNoPart(unsigned kind) noexcept {
   return kind != kNone && !partOf(kind);
 }
 
-/// What a message says of a material whose kind is of no part, behind the material's name.
+/// The kinds of the parts' looks, as messages name them: "73 to 86" and "87 to 100".
+std::string undamagedKinds();
+std::string destroyedKinds();
+
+/// The text for a message about a material whose kind belongs to no part, to follow its name.
 std::string noPartText(unsigned kind);
 
-/// What a message says of a material that is static by its name but has the kind of a part (see
-/// isStaticName), behind the material's name.
+/// The same for a material that is static by its name but has the kind of a part (see isStaticName).
 std::string staticPartText(unsigned kind);
 
 /// How the names of materials begin. Something must follow the long prefixes: "partN" is no part's name.
@@ -74,10 +76,13 @@ constexpr bool isDestroyedName(BasicStringRef name) noexcept {
          (name.starts_with(kLongDestroyedPrefix) && name.size() > kLongDestroyedPrefix.size());
 }
 
-/// The kind that an import gives a material of this name: that of a part when the name is an undamaged or a
-/// destroyed part's, else kNone; kNone also when the part's number is above 13. The number is the third of
-/// the name's pieces between underscores, or what digits that piece begins with ("n_wall_1_2" is part 1);
-/// when it begins with no digit, the number at the end of the name ("partN12" is part 12); without one, 0.
+/// The kind that an import gives a material of this name: that of its part, or kNone when the name is not a
+/// part's.
+///
+/// - The part's number is the one that the third piece of the name between underscores begins with
+/// ("n_wall_1_2" is
+///   part 1), else the one at the end of the name ("partN12" is part 12), else 0.
+/// - A number above 13 gives kNone.
 unsigned kindByName(BasicStringRef name) noexcept;
 
 }  // namespace Tal::material_kinds

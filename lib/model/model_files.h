@@ -17,16 +17,16 @@ namespace Tal {
 struct VisualMaterial {
   std::string identifier;
   std::uint32_t kind = 0;
-  int geometryMaterial = -1;  ///< its place among the geometry's materials; -1 for what carries none
+  int geometryMaterial = -1;  ///< its index among the geometry's materials; -1 for what carries none
 };
 
 /// One node of a visual's skeleton.
 struct VisualNode {
   std::string name;
-  int parent = -1;  ///< its place among the nodes, where it stands before this one; -1 at the top
+  int parent = -1;  ///< the index of a node before this one; -1 at the top
 };
 
-/// What the files of a model say. Every text is one that XML can hold.
+/// The content of a model's files. XML can hold every text.
 struct ModelDescription {
   std::string stem;  ///< the name that the three resources share, without extension
   std::string glb;   ///< the geometry's bytes
@@ -36,16 +36,18 @@ struct ModelDescription {
   std::vector<std::string> bspMaterials;
 };
 
-/// The names of a model's three resources, whose names without extensions are `stem`.
+/// The names of a model's three resources: `stem` with their extensions.
 std::string modelNameOf(BasicStringRef stem);
 std::string visualNameOf(BasicStringRef stem);
 std::string geometryNameOf(BasicStringRef stem);
 
-/// Makes the three files below the resource root `root`, all or none: after a fault the files are as they
-/// were. With `taken` the root has to be that folder still. When the process is ended in between there is no
-/// ".model", but a visual that tells that it was (see ImportMark). Files that are already there are replaced
-/// when `overwrite` is true or such an import left them, else they are a fault. Those of a newer version
-/// always are. Main thread only.
+/// Writes the three files below the resource root `root`, all or none: after a fault the files are as they
+/// were. With `taken` the root must still be that folder. Main thread only.
+///
+/// - When the process is killed in between there is no ".model", but a visual that shows this (see
+/// ImportMark).
+/// - Existing files are replaced when `overwrite` is true or such an import left them, else they are a fault.
+/// - Files of a newer version are always a fault.
 Result<void> writeModelFiles(const ModelDescription& description, const std::filesystem::path& root,
                              const std::optional<files::FileIdentity>& taken, bool overwrite);
 

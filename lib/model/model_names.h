@@ -2,7 +2,7 @@
 
 #include <core/string_ref.h>
 
-/// What the names of a model's resources end in, and what the names of its nodes begin with. Case counts.
+/// The extensions of a model's resources and the prefixes of its nodes; case-sensitive.
 namespace Tal::model_names {
 
 inline constexpr BasicStringRef kModelExtension = ".model";

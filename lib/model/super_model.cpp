@@ -1,5 +1,6 @@
 #include <core/debug_message.h>
 #include <core/display_text.h>
+#include <files/place_status.h>
 #include <model/import_mark.h>
 #include <model/model_names.h>
 #include <model/super_model.h>
@@ -8,7 +9,6 @@
 #include <resources/number_text.h>
 
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -28,7 +28,7 @@ Result<SmartPointer<DataSection>> openModelFile(BasicStringRef name, const std::
   if (FS::fileSystem() == nullptr)
     return faultOf(name, "cannot be opened, no resource roots are set", "set some first");
   if (const auto checked = FS::MultiFileSystem::checkName(name); !checked)
-    return faultOf(name, "is no name of a resource, it " + checked.fault().what + context);
+    return faultOf(name, "is not a resource name, it " + checked.fault().what + context);
   auto section = FS::Utils::openResource(name);
   if (section) return section;
   Fault fault = std::move(section).fault();
@@ -78,7 +78,7 @@ Result<Skeleton::SkeletonInstance> readSkeleton(const DataSection& visual, Basic
     if (!place || *place < -1 || *place >= static_cast<int>(nodeNames.size())) {
       return faultOf(visualName, "node number " + std::to_string(nodeNames.size() + 1) + " has the parent " +
                                      quotedName(parent) +
-                                     ", which is no place of a node before it and not -1");
+                                     ", which is neither -1 nor the place of an earlier node");
     }
     nodeNames.emplace_back(node->readString("name"));
   }
@@ -103,12 +103,10 @@ void checkGeometry(const DataSection& visual, BasicStringRef visualName) {
   const std::optional<ImportMark> mark = importMarkIn(visual);
   if (!mark || mark->version > ImportMark::kVersion) return;
   const std::string name = visual.readString("geometry");
-  const auto place = FS::fileSystem()->find(name);
-  std::error_code error;
-  const auto size = place ? std::filesystem::file_size(place->path(), error) : 0;
-  if (place && !error && size == mark->geometrySize) return;
+  const auto place = FS::fileSystem()->locate(name, false);
+  const std::int64_t size = place ? place->file->size : 0;
+  if (place && static_cast<std::uint64_t>(size) == mark->geometrySize) return;
   std::string fault = "has " + std::to_string(size) + " bytes";
-  if (error) fault = "cannot be examined: " + error.message();
   if (!place) fault = place.fault().kind == FaultKind::missing ? "is not there" : place.fault().what;
   DebugMessageHelper({0, kWarningPriority}, "", 0)
       .message(quotedName(visualName) + " was imported with a geometry of " +
@@ -124,12 +122,15 @@ Result<void> checkRoots(BasicStringRef modelName, BasicStringRef visualName, con
   if (!model) return faultOf(modelName, model.fault().what, "mend that and try again");
   if (!place) return faultOf(visualName, place.fault().what, "mend that and try again");
   if (model->root == place->root || !importMarkIn(visual)) return {};
-  std::error_code error;
-  std::filesystem::path own = place->path();
-  const auto status = std::filesystem::status(own.replace_extension(model_names::kModelExtension), error);
-  if (status.type() == std::filesystem::file_type::none)
-    return faultOf(visualName, "cannot be examined: " + error.message(), "mend that and try again");
-  if (std::filesystem::exists(status)) return {};
+  files::RootedPath own = *place;
+  own.name.replace_extension(model_names::kModelExtension);
+  const files::PlaceStatus status = files::statusOf(own);
+  using Kind = files::PlaceStatus::Kind;
+  if (status.kind == Kind::unknown) {
+    return faultOf(visualName, "cannot be examined: " + std::generic_category().message(status.code),
+                   "mend that and try again");
+  }
+  if (status.kind == Kind::file || status.kind == Kind::other) return {};
   return faultOf(visualName, "an import into the root " + quotedName(place->root.native()) + " was cut off",
                  "import the model again, or remove that file");
 }

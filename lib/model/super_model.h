@@ -12,16 +12,16 @@
 
 namespace Tal {
 
-/// A model as the editor has it open: its materials, skeleton and collision data. Main thread only.
+/// A model that is open in the editor: its materials, skeleton and collision data. Main thread only.
 class SuperModel {
  public:
-  /// A model put together by hand; `topModel` may be null.
+  /// A model made of its parts; `topModel` may be null.
   SuperModel(SmartPointer<Model> topModel, Skeleton::SkeletonInstance skeleton, ModelMaterials materials);
   SuperModel(const SuperModel&) = delete;
   SuperModel& operator=(const SuperModel&) = delete;
 
   /// Loads "NAME.model" and its ".visual" from the resource roots. Geometry is not read; a warning is logged
-  /// when its size is not that of the geometry that was imported. Never null; a fault names the file.
+  /// when its size differs from that of the imported geometry. Never null; the fault names the file.
   static Result<std::unique_ptr<SuperModel>> load(BasicStringRef modelName);
 
   /// The top model; may be null.
@@ -30,12 +30,10 @@ class SuperModel {
   /// The skeleton, owned by this object; never null.
   Skeleton::SkeletonInstance* skeleton() noexcept { return &skeleton_; }
 
-  /// Expires with the model: so whoever has a pointer to it and does not own it can tell whether it still
-  /// lives.
+  /// Expires with the model, for those that have a pointer to it and do not own it.
   std::weak_ptr<const void> lifetime() const noexcept { return lifetime_; }
 
-  /// False while the model is still being loaded: no names and kinds are then taken from its materials, which
-  /// are not complete.
+  /// False while the model is still being loaded; its materials are then incomplete and not used.
   bool ready_ = true;
   ModelMaterials materials_;  ///< the materials, in slot order
 

@@ -7,7 +7,7 @@
 
 namespace Tal {
 
-/// The renderers that draw a frame, as far as others steer them. Main thread only.
+/// The renderers of a frame that other code controls. Main thread only.
 class IRendererPipeline {
  public:
   virtual ~IRendererPipeline() = default;
@@ -16,12 +16,12 @@ class IRendererPipeline {
   virtual zelkor::SpeedTreeRender* speedTreeRender() = 0;
 };
 
-/// The pipeline of a host that has none of its own: it holds what the host puts in.
+/// The pipeline of a host without one of its own.
 class RendererPipeline final : public IRendererPipeline {
  public:
   zelkor::SpeedTreeRender* speedTreeRender() override { return speedTreeRender_.get(); }
 
-  /// Takes a tree renderer over; null when trees are not to be drawn. The old one is destroyed.
+  /// Takes ownership of a tree renderer and destroys the old one; null when trees are not drawn.
   void setSpeedTreeRender(std::unique_ptr<zelkor::SpeedTreeRender> render) {
     speedTreeRender_ = std::move(render);
   }
@@ -30,11 +30,11 @@ class RendererPipeline final : public IRendererPipeline {
   std::unique_ptr<zelkor::SpeedTreeRender> speedTreeRender_;
 };
 
-/// The process's renderer pipeline. Before one is set it is a RendererPipeline without any renderer.
+/// The process's renderer pipeline; at first a RendererPipeline without renderers.
 IRendererPipeline& rp();
 
-/// Makes this the process's pipeline; null restores the one that it begins with. The old one is destroyed,
-/// and with it whatever rp() gave out.
+/// Makes this the process's pipeline and destroys the old one, which ends references from rp(). Null restores
+/// the initial one.
 void setRendererPipeline(std::unique_ptr<IRendererPipeline> pipeline);
 
 }  // namespace Tal

@@ -2,15 +2,15 @@
 
 namespace Tal::zelkor {
 
-/// What the tree renderer is told about trees close to the camera. Main thread only.
+/// The settings of the tree renderer for trees close to the camera. Main thread only.
 class SpeedTreeRender {
  public:
   /// Whether trees close to the camera are hidden; they are not at first.
   void setHideClosest(bool enable) noexcept { isHidingClosest_ = enable; }
   bool isHidingClosest() const noexcept { return isHidingClosest_; }
 
-  /// The distances from the camera, in metres, within which trees are hidden: completely below the first,
-  /// fading out up to the second. Both are kept as they are given; at first they are 0.
+  /// The distances from the camera, in metres, within which trees are hidden: completely up to the first,
+  /// fading out up to the second. Stored as given; 0 at first.
   void setHidingParams(float hiddenRadius, float fadeRadius) noexcept {
     hiddenRadius_ = hiddenRadius;
     fadeRadius_ = fadeRadius;

@@ -7,7 +7,7 @@
 
 namespace Tal {
 
-/// The destruction data of a space: where its chunks stand in the world. Main thread only.
+/// The destruction data of a space: the world matrices of its chunks. Main thread only.
 class DestructionFeature final : public SceneFeature {
  public:
   static constexpr SceneFeatureTypeID kTypeIndex = 1;
@@ -15,8 +15,7 @@ class DestructionFeature final : public SceneFeature {
   /// Places a chunk, or moves it.
   void setChunkMatrix(int chunkId, const Matrix& matrix) { chunkMatrices_[chunkId] = matrix; }
 
-  /// Fills `matrix` with the world matrix of a chunk. False when there is no such chunk: `matrix` is as it
-  /// was.
+  /// Fills `matrix` with the world matrix of a chunk. False, without effect, when there is no such chunk.
   bool chunkMatrix(int chunkId, Matrix& matrix) const {
     const auto found = chunkMatrices_.find(chunkId);
     if (found == chunkMatrices_.end()) return false;

@@ -4,12 +4,12 @@
 
 namespace Tal {
 
-/// Supplies a matrix to whoever draws or attaches something. Main thread only.
+/// Supplies a matrix for drawing or attaching something. Main thread only.
 class MatrixProvider {
  public:
   virtual ~MatrixProvider() = default;
 
-  /// Puts the matrix as it is now into `matrix`.
+  /// Fills `matrix` with the current matrix.
   virtual void matrix(Matrix& matrix) const = 0;
 };
 

@@ -7,7 +7,7 @@
 
 namespace Tal {
 
-/// Tells the types of scene features apart.
+/// Identifies a type of scene features.
 using SceneFeatureTypeID = std::uint32_t;
 
 /// One aspect of a space, such as what is destroyed in it. A feature class has a constant `kTypeIndex` of its
@@ -20,8 +20,8 @@ class SceneFeature {
 /// The features of a space, at most one of each type. Main thread only.
 class Scene {
  public:
-  /// Puts a feature, which is not null, in place of the one of its type. The reference is valid until that is
-  /// replaced or removed.
+  /// Adds a feature, which is not null, and replaces the one of its type. The reference is valid until the
+  /// feature is replaced or removed.
   template <class Feature>
   Feature& add(std::unique_ptr<Feature> feature) {
     Feature& added = *feature;
@@ -29,7 +29,7 @@ class Scene {
     return added;
   }
 
-  /// Destroys the feature of a type; nothing happens when there is none.
+  /// Destroys the feature of a type, if there is one.
   template <class Feature>
   void remove() {
     features_.erase(Feature::kTypeIndex);

@@ -13,14 +13,14 @@ class SpaceManager {
   /// The process's manager; it lives until the process ends.
   static SpaceManager& instance();
 
-  /// The space; null when there is none. Whoever keeps it takes a reference.
+  /// The space; null when there is none. Take a reference to keep it.
   ClientSpace* space(int id) const;
 
-  /// Makes an empty space, in place of the one of that identifier. The reference is valid until it is removed
-  /// or replaced.
+  /// Makes an empty space and replaces the one of that identifier. The reference is valid until the space is
+  /// replaced or removed.
   ClientSpace& createSpace(int id);
 
-  /// Forgets a space, which lives on as long as somebody holds it. Nothing happens when there is none.
+  /// Removes a space, if there is one; it lives as long as somebody holds a reference.
   void removeSpace(int id);
 
  private:

@@ -8,11 +8,10 @@
 
 namespace tyk {
 
-/// A value was refused because it cannot become what was asked for. Whatever it was for is as it was.
+/// A value cannot be cast to the requested type; its target is unchanged.
 class BadCast : public std::exception {
  public:
-  /// `from` and `to` name the types; `value` is the value as text, of any length and any bytes, if there is
-  /// one.
+  /// `from` and `to` name the types; `value` is the value as text, if there is one.
   BadCast(Tal::BasicStringRef from, Tal::BasicStringRef to, std::optional<Tal::BasicStringRef> value);
 
   const std::string& from() const noexcept { return from_; }

@@ -21,12 +21,12 @@ using VariantList = std::vector<Variant>;
 /// A value whose type is known at run time: nothing, a bool, an integer, a floating-point number, a text (of
 /// any bytes) or a list of such values.
 ///
-/// A cast gives exactly the same value in another type, or is refused:
+/// A cast gives exactly the same value in another type, or fails:
 /// - integers of every width become each other, floating-point numbers and texts as long as nothing is lost;
 /// - a floating-point number becomes an integer when it is whole; a double becomes a float when that is equal
 ///   to it or is written with the same digits (0.1);
 /// - a text becomes a number when all of it is one decimal number of the type, with a point and without white
-///   space or a sign "+"; out of range and not finite is refused. Floating-point numbers take the nearest
+///   space or a sign "+"; what is out of range or not finite fails. Floating-point numbers take the nearest
 ///   value, and become the shortest text that reads back equal. Nothing depends on the locale;
 /// - an enumeration is held as its underlying type; if that is fixed, whatever number it holds becomes the
 ///   enumeration again, also one that no enumerator has;
@@ -47,7 +47,7 @@ class Variant {
   };
 
   Variant() noexcept = default;
-  /// Only of a bool, not of what converts to one, such as a pointer.
+  /// Takes only a bool, nothing that converts to one, such as a pointer.
   template <std::same_as<bool> Bool>
   Variant(Bool value) noexcept : value_(value) {}
   template <std::signed_integral Number>
@@ -62,7 +62,7 @@ class Variant {
   Variant(double value) noexcept : value_(value) {}
   Variant(std::string value) noexcept : value_(std::move(value)) {}
   Variant(Tal::BasicStringRef value) : value_(std::string(value)) {}
-  /// Of a text that ends with a NUL; not null.
+  /// `value` ends with a NUL and is not null.
   Variant(const char* value) : value_(std::string(value)) {}
   Variant(VariantList value) noexcept : value_(std::move(value)) {}
   template <class Element>
@@ -72,7 +72,7 @@ class Variant {
   bool isEmpty() const noexcept { return type() == Type::empty; }
 
   /// The value as a T: bool, an integer, an enumeration with a fixed underlying type, float, double,
-  /// std::string, or a std::vector of those or of variants. Throws BadCast when it is refused.
+  /// std::string, or a std::vector of those or of variants. Throws BadCast when the cast fails.
   template <class T>
   T castTo() const {
     std::optional<T> value = tryCastTo<T>();
@@ -80,14 +80,14 @@ class Variant {
     return *std::move(value);
   }
 
-  /// The same; empty when it is refused.
+  /// The same; empty when the cast fails.
   template <class T>
   std::optional<T> tryCastTo() const;
 
   /// The value for a person; a list as "[1, 2]". Empty for an empty variant.
   std::string text() const;
 
-  /// Of the same type and of equal value.
+  /// Whether type and value are equal.
   friend bool operator==(const Variant&, const Variant&) = default;
 
   /// "bool", "string" and the like.

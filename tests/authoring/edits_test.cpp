@@ -130,7 +130,7 @@ TEST_F(Edits, RefuseAnUnknownKeyWithTheNearest) {
   EXPECT_EQ(refusalOfCrate({{"helth", "3"}}), "a fragile has no key \"helth\"; did you mean \"health\"?");
   EXPECT_EQ(
       refusalOfCrate({{"filename", "x"}}),
-      "a fragile has no key \"filename\"; there is \"health\", \"effectScale\", \"effectHP\" and 12 more");
+      "a fragile has no key \"filename\"; there are \"health\", \"effectScale\", \"effectHP\" and 12 more");
 }
 
 TEST_F(Edits, AreMadeAllOrNone) {

@@ -132,9 +132,9 @@ TEST_F(AGoneModel, IsOneInWhosePlaceNoFileCanBe) {
        "since that is too long a name; give the entries the <filename> of another model, or convert"},
       {hugeName,
        "since that is too long a name; give the entries the <filename> of another model, or convert"},
-      {"content", "since that is no name of a model, which must end in \".model\"; give the entries the "},
+      {"content", "since that is not a model name, which must end in \".model\"; give the entries the "},
       {"a\nb.model",
-       "since that is no name that files can hold; give the entries the <filename> of another "}};
+       "since that is not a name that files can hold; give the entries the <filename> of another "}};
   for (const auto& [name, step] : steps) {
     writeDatabase("<root><fragiles><entry><filename>" + name + "</filename></entry></fragiles></root>");
     EXPECT_FALSE(readCatalogue()->at(0).hasModelFile.value()) << name;

@@ -221,7 +221,7 @@ TEST_F(AReload, ThatNobodyHasToldOfYetIsMadeBeforeAStateIsShown) {
   open(kLamp).reset();  // loads the tables anew
   EXPECT_EQ(
       faultText(session->showState("open")),
-      "\"content/buildings/house.model\" has no state \"open\"; there is \"undamaged\" and \"destroyed\"");
+      "\"content/buildings/house.model\" has no state \"open\"; there are \"undamaged\" and \"destroyed\"");
   EXPECT_EQ(session->shownState(), "undamaged");
 }
 

@@ -100,7 +100,7 @@ TEST_F(States, RefuseMaterialsByNameAndThenTakeNone) {
   EXPECT_EQ(faultText(session->removeMaterials("open", {"n_door_4", "n_wall_2"})),
             "the state \"open\" has no material \"n_wall_2\"; did you mean \"n_wall_1\"?");
   EXPECT_EQ(faultText(session->removeMaterials("open", {"n_door_4", "n_door_4"})),
-            "the state \"open\" has no material \"n_door_4\"; there is \"n_wall_1\"");
+            "the state \"open\" has no material \"n_door_4\"; there is only \"n_wall_1\"");
   EXPECT_THAT(session->materialsForState("open"), testing::ElementsAre("n_door_4", "n_wall_1"));
 }
 

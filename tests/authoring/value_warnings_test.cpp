@@ -75,7 +75,7 @@ TEST_F(QuestionableValues, AreEffectsOfOtherCategories) {
                   "mean \"inf_crate_burst\"?"));
   EXPECT_THAT(open(kLamp)->set({{"lifetimeEffect", "inf_hit"}})->warnings,
               ElementsAre("lifetimeEffect: \"inf_hit\" is an effect for a structure or a fragile, not for a "
-                          "falling-atom; there is \"inf_lamp_fracture\" and \"inf_lamp_touchdown\""));
+                          "falling-atom; there are \"inf_lamp_fracture\" and \"inf_lamp_touchdown\""));
 }
 
 TEST_F(QuestionableValues, AreEffectsInAnotherCase) {

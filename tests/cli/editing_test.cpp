@@ -284,6 +284,19 @@ TEST_F(Set, ChangesValuesAndSaysWhatChanged) {
             "content/props/crate.model: nothing changed, already set\n");
 }
 
+TEST_F(Set, GivesTheSameWarningOnce) {
+  const std::string entry = "    <entry><filename>" + std::string(kCrate) + "</filename></entry>\n";
+  writeDatabase("<root>\n  <fragiles>\n" + entry + entry + entry + "  </fragiles>\n</root>\n");
+  EXPECT_EQ(messagesOf({"set", kCrate, "health=3"}),
+            "another entry of the model in the section \"fragiles\" is removed from the file\n");
+}
+
+TEST_F(Set, TakesAnEmptyModuleForAModuleWithoutAName) {
+  makeFragile();
+  EXPECT_EQ(refusal({"set", kCrate, "--module", "", "health=3"}),
+            "\"content/props/crate.model\" is no structure and has no modules; convert it first");
+}
+
 TEST_F(Set, ChangesAModuleAndTheStructuresTag) {
   makeStructure();
   EXPECT_EQ(run({"set", kHouse, "--module", "n_wall_1", "effectHP=HP_wall_2"}).out,
@@ -332,15 +345,15 @@ TEST_F(Set, WarnsOfWhatIsProbablyNotMeantAndShowsItAfterwards) {
       "health: 0 leaves no hit points; give 1 or more\n"
       "effect: scripts/destructibles_effects.xml has no effect \"spilnters\" for a fragile; did you mean "
       "\"splinters\"?\n"
-      "hitEffect: \"dust\" is an effect for a structure, not for a fragile; there is \"splinters\"\n");
-  EXPECT_THAT(
-      result({"show", kCrate}),
-      testing::EndsWith("\n\nwarnings\n"
-                        "  health: 0 leaves no hit points; give 1 or more\n"
-                        "  effect: scripts/destructibles_effects.xml has no effect \"spilnters\" for a "
-                        "fragile; did you mean \"splinters\"?\n"
-                        "  hitEffect: \"dust\" is an effect for a structure, not for a fragile; there is "
-                        "\"splinters\"\n"));
+      "hitEffect: \"dust\" is an effect for a structure, not for a fragile; there is only \"splinters\"\n");
+  EXPECT_THAT(result({"show", kCrate}),
+              testing::EndsWith(
+                  "\n\nwarnings\n"
+                  "  health: 0 leaves no hit points; give 1 or more\n"
+                  "  effect: scripts/destructibles_effects.xml has no effect \"spilnters\" for a "
+                  "fragile; did you mean \"splinters\"?\n"
+                  "  hitEffect: \"dust\" is an effect for a structure, not for a fragile; there is only "
+                  "\"splinters\"\n"));
   const Json warnings = shown(kCrate).at("warnings");
   ASSERT_EQ(warnings.size(), 3U);
   EXPECT_EQ(warnings[0], Json::parse(R"({"warning": "no-health", "key": "health",
@@ -368,9 +381,10 @@ TEST_F(Set, NamesAnUnknownHealthOnce) {
 TEST_F(Set, TakesWhatIsNoAssignmentForWrongUsage) {
   makeFragile();
   EXPECT_EQ(misuse({"set", kCrate, "health"}),
-            "KEY=VALUE: \"health\" is not of the form KEY=VALUE; see \"destructibles set --help\"");
+            "\"health\" is not of the form KEY=VALUE; see \"destructibles set --help\"");
   EXPECT_THAT(misuse({"set", kCrate, "=3"}), testing::HasSubstr("not of the form KEY=VALUE"));
-  EXPECT_THAT(misuse({"set", kCrate, "--module"}), testing::HasSubstr("--module"));
+  EXPECT_EQ(misuse({"set", kCrate, "--module"}), "--module needs a value; see \"destructibles set --help\"");
+  EXPECT_EQ(misuse({"set", kCrate, "--"}), "KEY=VALUE is required; see \"destructibles set --help\"");
 }
 
 TEST_F(Set, FailsWhenTheDatabaseCannotBeWritten) {

@@ -125,7 +125,7 @@ TEST_F(Import, RefusesNamesThatTheFileDoesNotHold) {
   EXPECT_EQ(refusal({"import", barrel(), model, "--kind", "Materal.001=73"}),
             barrel() + ": has no material \"Materal.001\"; did you mean \"Material.001\"?");
   EXPECT_EQ(refusal({"import", barrel(), model, "--material", "x=y"}),
-            barrel() + ": has no material \"x\"; there is \"Material.001\"");
+            barrel() + ": has no material \"x\"; there is only \"Material.001\"");
   EXPECT_THAT(refusal({"import", barrel(), model, "--hard-point", "Cylindre=HP_a"}),
               testing::HasSubstr("did you mean \"Cylinder\"?"));
   EXPECT_THAT(refusal({"import", barrel(), model, "--bsp", "x"}), testing::HasSubstr("\"Material.001\""));
@@ -213,7 +213,7 @@ TEST_F(Import, TakesBuffersOfOtherFoldersWhenTheyAreAllowed) {
       0);
   EXPECT_THAT(
       misuse({"import", "kit/models/barrel.gltf", "content/new/barrel.model", "--source-root", "none"}),
-      testing::HasSubstr("\"none\" is no folder"));
+      testing::HasSubstr("\"none\" is not a folder"));
 }
 
 TEST_F(Import, NamesTheFileAndTheFaultOfABrokenOne) {

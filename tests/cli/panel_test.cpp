@@ -78,7 +78,7 @@ TEST_F(ThePanel, IsOneObjectForPrograms) {
 }
 
 TEST_F(ThePanel, IsRefusedWhereThereIsNoRecord) {
-  EXPECT_THAT(refusal({"properties", kHouse}), HasSubstr("name one; there is \"n_"));
+  EXPECT_THAT(refusal({"properties", kHouse}), HasSubstr("name one; there are \"n_"));
   EXPECT_THAT(refusal({"properties", kHouse, "--module", "n_wall_9"}),
               HasSubstr("has no module \"n_wall_9\""));
   EXPECT_THAT(refusal({"properties", kLamp}), HasSubstr("is not destructible and has no properties"));

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 
 namespace cli_test {
 namespace {
@@ -43,14 +44,24 @@ TEST_F(TheProgram, PrintsItsVersion) {
 TEST_F(TheProgram, RefusesWrongUsageWithAHint) {
   EXPECT_EQ(misuse({"shwo", kCrate}),
             "there is no command \"shwo\"; did you mean \"show\"? See \"destructibles --help\"");
-  EXPECT_EQ(misuse({"--root", "."}), "A subcommand is required; see \"destructibles --help\"");
+  EXPECT_EQ(misuse({"--root", "."}), "a command is required; see \"destructibles --help\"");
   EXPECT_THAT(misuse({"--rot", ".", "list"}),
               testing::EndsWith("did you mean \"--root\"? See \"destructibles --help\""));
   EXPECT_THAT(misuse({"show"}), testing::EndsWith("; see \"destructibles show --help\""));
   EXPECT_THAT(misuse({"convert", kCrate}), testing::EndsWith("; see \"destructibles convert --help\""));
   EXPECT_THAT(misuse({"set", kCrate}), testing::EndsWith("; see \"destructibles set --help\""));
-  EXPECT_THAT(misuse({"show", kCrate, "more"}), testing::EndsWith("; see \"destructibles show --help\""));
-  EXPECT_THAT(misuse({"--root"}), testing::EndsWith("; see \"destructibles --help\""));
+  EXPECT_EQ(misuse({"show", kCrate, "more"}), "\"more\" was not expected; see \"destructibles show --help\"");
+  EXPECT_EQ(misuse({"--root"}), "--root needs a value; see \"destructibles --help\"");
+}
+
+TEST_F(TheProgram, PrintsHelpInLinesOfATerminal) {
+  std::string help = result({"--help"});
+  for (const std::string command : {"import", "convert", "set", "state"}) help += result({command, "--help"});
+  std::istringstream lines(help);
+  for (std::string line; std::getline(lines, line);) {
+    const bool isExample = line.starts_with("  destructibles ");
+    EXPECT_TRUE(isExample || line.size() <= 100) << line;
+  }
 }
 
 TEST_F(TheProgram, NamesTheOptionThatWasMeant) {

@@ -48,7 +48,7 @@ TEST_F(Reading, ListsTheModelsOfOneCategory) {
   EXPECT_EQ(refusal({"list", "--category", "fragil"}),
             "there is no category \"fragil\"; did you mean \"fragile\"?");
   EXPECT_EQ(refusal({"list", "--category", ""}),
-            "there is no category \"\"; there is \"structure\", \"fragile\" and \"falling-atom\"");
+            "there is no category \"\"; there are \"structure\", \"fragile\" and \"falling-atom\"");
 }
 
 TEST_F(Reading, ListsAsJson) {

@@ -66,9 +66,10 @@ TEST(ASuggestion, OffersTheNearestName) {
 }
 
 TEST(ASuggestion, ListsWhatThereIsWhenNothingIsNear) {
-  EXPECT_EQ(nameSuggestion("wood", {"Material.001"}), "; there is \"Material.001\"");
-  EXPECT_EQ(nameSuggestion("wood", {"iron", "clay"}), "; there is \"iron\" and \"clay\"");
-  EXPECT_EQ(nameSuggestion("quartz", {"b", "d", "e", "f", "g"}), "; there is \"b\", \"d\", \"e\" and 2 more");
+  EXPECT_EQ(nameSuggestion("wood", {"Material.001"}), "; there is only \"Material.001\"");
+  EXPECT_EQ(nameSuggestion("wood", {"iron", "clay"}), "; there are \"iron\" and \"clay\"");
+  EXPECT_EQ(nameSuggestion("quartz", {"b", "d", "e", "f", "g"}),
+            "; there are \"b\", \"d\", \"e\" and 2 more");
   EXPECT_EQ(nameSuggestion("wood", {}), "; there is none");
 }
 

@@ -206,7 +206,7 @@ TEST_F(ACompressedGltf, IsRefusedWhenItsViewIsNotWhatItSays) {
       {"mode", "TRIANGLES", unfit},
       {"filter", "QUATERNION", unfit},
       {"filter", "BLUR", unfit},
-      {"filter", 3, place + ".filter is no text"},
+      {"filter", 3, place + ".filter is not a string"},
       {"count", 9, place + " says another size than its view"},
       {"byteStride", 24, place + " says another size than its view"},
       {"byteLength", 7, place + " cannot be uncompressed; compress it again, or not at all"},

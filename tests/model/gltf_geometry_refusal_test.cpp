@@ -96,15 +96,15 @@ const std::vector<Damage> kDamages = {
        root["accessors"][2]["componentType"] = 5126;
        root["accessors"][2]["count"] = 3;
      },
-     "meshes[0].primitives[0] has indices that are no single whole numbers from 0 up"},
+     "meshes[0].primitives[0] has indices that are not unsigned integers"},
     {"signed indices", [](json& root) { root["accessors"][2]["componentType"] = 5122; },
-     "meshes[0].primitives[0] has indices that are no single whole numbers from 0 up"},
+     "meshes[0].primitives[0] has indices that are not unsigned integers"},
     {"triple indices",
      [](json& root) {
        root["accessors"][2]["type"] = "VEC3";
        root["accessors"][2]["count"] = 2;
      },
-     "meshes[0].primitives[0] has indices that are no single whole numbers from 0 up"},
+     "meshes[0].primitives[0] has indices that are not unsigned integers"},
     {"normalized indices", [](json& root) { root["accessors"][2]["normalized"] = true; },
      "meshes[0].primitives[0] has indices that are normalized"},
     {"normalized", [](json& root) { root["accessors"][0]["normalized"] = 1; },
@@ -127,36 +127,37 @@ const std::vector<Damage> kDamages = {
     {"mode", [](json& root) { root["meshes"][0]["primitives"][0]["mode"] = 7; },
      "meshes[0].primitives[0] has the unknown \"mode\" 7"},
     {"negative mode", [](json& root) { root["meshes"][0]["primitives"][0]["mode"] = -1; },
-     "meshes[0].primitives[0].mode is no whole number from 0 up"},
+     "meshes[0].primitives[0].mode is not a whole number from 0 up"},
     {"mode text", [](json& root) { root["meshes"][0]["primitives"][0]["mode"] = "4"; },
-     "meshes[0].primitives[0].mode is no whole number from 0 up"},
+     "meshes[0].primitives[0].mode is not a whole number from 0 up"},
     {"misaligned accessor",
      [](json& root) {
        root["accessors"][1]["byteOffset"] = 2;
        root["accessors"][1]["count"] = 7;
      },
-     "accessors[1] begins at byte 98 of its buffer, which is no multiple of its component size 4"},
+     "accessors[1] begins at byte 98 of its buffer, which is not a multiple of its component size 4"},
     {"misaligned view", [](json& root) { root["bufferViews"][1]["byteOffset"] = 95; },
-     "accessors[1] begins at byte 95 of its buffer, which is no multiple of its component size 4"},
+     "accessors[1] begins at byte 95 of its buffer, which is not a multiple of its component size 4"},
     {"misaligned indices",
      [](json& root) {
        root["accessors"][2]["byteOffset"] = 1;
        root["accessors"][2]["count"] = 5;
      },
-     "accessors[2] begins at byte 193 of its buffer, which is no multiple of its component size 2"},
+     "accessors[2] begins at byte 193 of its buffer, which is not a multiple of its component size 2"},
     {"misaligned sparse indices",
      [](json& root) {
        makeSparse(root["accessors"][1]);
        root["accessors"][1]["sparse"]["indices"]["byteOffset"] = 3;
      },
-     "accessors[1].sparse.indices begins at byte 195 of its buffer, which is no multiple of its component "
+     "accessors[1].sparse.indices begins at byte 195 of its buffer, which is not a multiple of its component "
      "size 2"},
     {"misaligned sparse values",
      [](json& root) {
        makeSparse(root["accessors"][1]);
        root["accessors"][1]["sparse"]["values"]["byteOffset"] = 6;
      },
-     "accessors[1].sparse.values begins at byte 6 of its buffer, which is no multiple of its component size "
+     "accessors[1].sparse.values begins at byte 6 of its buffer, which is not a multiple of its component "
+     "size "
      "4"},
 };
 

@@ -105,7 +105,7 @@ TEST(AGltfText, NamesThePlaceOfTheFirstFaultOnly) {
                         node.index("skin", "skins");
                       });
                     }),
-            "nodes[1].mesh is no whole number from 0 up");
+            "nodes[1].mesh is not a whole number from 0 up");
 }
 
 }  // namespace

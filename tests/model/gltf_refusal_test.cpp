@@ -1,9 +1,13 @@
+#include <files/system.h>
 #include <gmock/gmock.h>
+#include <support/faulty_system.h>
 
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <fstream>
 #include <limits>
+#include <utility>
 
 #include "gltf_builder.h"
 #include "gltf_damage.h"
@@ -26,15 +30,45 @@ std::string uint32Bytes(std::uint32_t value) {
           static_cast<char>(value >> 16U & 0xffU), static_cast<char>(value >> 24U)};
 }
 
+/// A system in which another program appends to a file whenever something is read.
+class ReadWhileWritten : public files::System {
+ public:
+  explicit ReadWhileWritten(std::filesystem::path file) : file_(std::move(file)) {}
+
+  std::ptrdiff_t read(int descriptor, void* bytes, std::size_t size) override {
+    const std::ptrdiff_t count = System::read(descriptor, bytes, size);
+    std::ofstream(file_, std::ios::app) << 'x';
+    return count;
+  }
+
+ private:
+  std::filesystem::path file_;
+  files::SystemReplacement replacement_{*this};
+};
+
 TEST_F(ABrokenGltf, IsRefusedWhenItDoesNotExist) {
   source_ = folder_ / "no.glb";
   EXPECT_EQ(refusal(), "does not exist; check its name");
   source_ = folder_.path();
-  EXPECT_EQ(refusal(), "is no regular file; name a file");
+  EXPECT_EQ(refusal(), "is not a regular file; name a file");
   source_ = folder_ / "loop.glb";
   std::filesystem::create_symlink("loop.glb", source_);
   EXPECT_EQ(refusal(),
             "cannot be examined: Too many levels of symbolic links; see that the file can be read");
+}
+
+TEST_F(ABrokenGltf, IsRefusedWithTheReasonWhenItCannotBeRead) {
+  writeSource(cubeBuilder().glb());
+  support::FaultySystem system;
+  // The first file that is opened is the current folder, in which the source is looked for.
+  system.order = {.operation = "open", .countdown = 2, .code = EACCES};
+  EXPECT_EQ(refusal(), "cannot be read: Permission denied; see that the file can be read");
+}
+
+TEST_F(ABrokenGltf, IsRefusedWhenItIsWrittenWhileItIsRead) {
+  writeSource(cubeBuilder().glb());
+  ReadWhileWritten system(source_);
+  EXPECT_EQ(refusal(), "was changed while it was read; wait until it is complete");
 }
 
 TEST_F(ABrokenGltf, IsRefusedWhereverItIsCutOff) {
@@ -56,7 +90,7 @@ TEST_F(ABrokenGltf, IsRefusedWhenItIsSomethingElse) {
   writeSource("glTX" + cubeBuilder().glb().substr(4));
   EXPECT_EQ(refusal(), "is neither a .glb nor a .gltf file");
   writeSource("{}");
-  EXPECT_EQ(refusal(), "has no \"asset\" with a \"version\", so it is no glTF");
+  EXPECT_EQ(refusal(), "has no \"asset\" with a \"version\", so it is not glTF");
   writeSource("[]", "in.gltf");
   EXPECT_EQ(refusal(), "is neither a .glb nor a .gltf file");
 }
@@ -83,7 +117,7 @@ TEST_F(ABrokenGltf, IsRefusedWhenItsChunksLie) {
   std::string oddChunk = whole;
   oddChunk.replace(12, 4, uint32Bytes(21));
   writeSource(oddChunk);
-  EXPECT_EQ(refusal(), "has a chunk of 21 bytes, which is no multiple of 4");
+  EXPECT_EQ(refusal(), "has a chunk of 21 bytes, which is not a multiple of 4");
   std::string noJson = whole;
   noJson.replace(16, 4, "JSOM");
   writeSource(noJson);
@@ -146,15 +180,15 @@ TEST_P(ADamagedDocument, IsRefusedWithThePlaceOfTheDamage) {
 using nlohmann::json;
 
 const std::vector<Damage> kDamages = {
-    {"root", [](json& root) { root["nodes"] = 5; }, "nodes is no list"},
-    {"element", [](json& root) { root["nodes"][0] = 5; }, "nodes[0] is no object"},
-    {"name", [](json& root) { root["nodes"][0]["name"] = 5; }, "nodes[0].name is no text"},
+    {"root", [](json& root) { root["nodes"] = 5; }, "nodes is not an array"},
+    {"element", [](json& root) { root["nodes"][0] = 5; }, "nodes[0] is not an object"},
+    {"name", [](json& root) { root["nodes"][0]["name"] = 5; }, "nodes[0].name is not a string"},
     {"mesh index", [](json& root) { root["nodes"][0]["mesh"] = 7; },
      "nodes[0].mesh is 7, but there are 1 meshes"},
     {"negative index", [](json& root) { root["nodes"][0]["mesh"] = -1; },
-     "nodes[0].mesh is no whole number from 0 up"},
+     "nodes[0].mesh is not a whole number from 0 up"},
     {"fractional index", [](json& root) { root["nodes"][0]["mesh"] = 0.5; },
-     "nodes[0].mesh is no whole number from 0 up"},
+     "nodes[0].mesh is not a whole number from 0 up"},
     {"huge index", [](json& root) { root["nodes"][0]["mesh"] = 4'000'000'000; },
      "nodes[0].mesh is 4000000000, which is more than any file holds"},
     {"scene", [](json& root) { root["scene"] = 1; }, "scene is 1, but there are 1 scenes"},
@@ -188,9 +222,9 @@ const std::vector<Damage> kDamages = {
     {"type", [](json& root) { root["accessors"][0]["type"] = "VEC9"; },
      R"(accessors[0] has the unknown "type" "VEC9")"},
     {"pairs", [](json& root) { root["accessors"][0]["type"] = "VEC2"; },
-     "meshes[0].primitives[0] has positions that are no triples of floats"},
+     "meshes[0].primitives[0] has positions that are not triples of floats"},
     {"whole numbers", [](json& root) { root["accessors"][0]["componentType"] = 5122; },
-     "meshes[0].primitives[0] has positions that are no triples of floats"},
+     "meshes[0].primitives[0] has positions that are not triples of floats"},
     {"view buffer", [](json& root) { root["bufferViews"][0]["buffer"] = 2; },
      "bufferViews[0].buffer is 2, but there are 1 buffers"},
     {"view end", [](json& root) { root["bufferViews"][0]["byteOffset"] = 4; },
@@ -243,12 +277,12 @@ const std::vector<Damage> kDamages = {
      [](json& root) {
        root["nodes"][0]["matrix"] = {1, 2, 3};
      },
-     "nodes[0].matrix is no list of 16 numbers"},
+     "nodes[0].matrix is not an array of 16 numbers"},
     {"rotation",
      [](json& root) {
        root["nodes"][0]["rotation"] = {0, 0, 0, "1"};
      },
-     "nodes[0].rotation is no list of 4 numbers"},
+     "nodes[0].rotation is not an array of 4 numbers"},
     {"beyond",
      [](json& root) {
        root["nodes"][0]["scale"] = {1e300, 1e300, 1e300};
@@ -258,19 +292,20 @@ const std::vector<Damage> kDamages = {
      [](json& root) {
        root["materials"][0]["extras"] = {{"materialKind", "73"}};
      },
-     "materials[0].extras.materialKind is no whole number from 0 up"},
+     "materials[0].extras.materialKind is not a whole number from 0 up"},
     {"half kind",
      [](json& root) {
        root["materials"][0]["extras"] = {{"materialKind", 73.5}};
      },
-     "materials[0].extras.materialKind is no whole number from 0 up"},
+     "materials[0].extras.materialKind is not a whole number from 0 up"},
     {"needed version", [](json& root) { root["asset"]["minVersion"] = "2.1"; },
      "needs glTF of version \"2.1\"; only version 2.0 can be imported"},
     {"needed major version", [](json& root) { root["asset"]["minVersion"] = "10.0"; },
      "needs glTF of version \"10.0\"; only version 2.0 can be imported"},
     {"needed text", [](json& root) { root["asset"]["minVersion"] = "new"; },
      "needs glTF of version \"new\"; only version 2.0 can be imported"},
-    {"needed number", [](json& root) { root["asset"]["minVersion"] = 2; }, "asset.minVersion is no text"},
+    {"needed number", [](json& root) { root["asset"]["minVersion"] = 2; },
+     "asset.minVersion is not a string"},
     {"own parent", [](json& root) { root["nodes"][0]["children"] = {0}; }, "has nodes[0] below itself"},
     {"cycle",
      [](json& root) {
@@ -318,7 +353,7 @@ TEST_F(ABrokenGltf, IsRefusedWhenAPositionIsNoFiniteNumber) {
       GltfBuilder builder = cubeBuilder();
       builder.addNode(name, builder.addMesh({{0, 0, 0}, {0, bad, 0}}, -1));
       writeSource(builder.glb());
-      EXPECT_EQ(refusal(), "has a position that is no finite number in accessors[1]");
+      EXPECT_EQ(refusal(), "has a position that is not a finite number in accessors[1]");
     }
   }
 }
@@ -388,7 +423,7 @@ TEST_F(AGltfWithOtherFiles, IsRefusedWhenABufferIsShort) {
 
 TEST_F(AGltfWithOtherFiles, IsRefusedWhenABufferIsAFolder) {
   std::filesystem::create_directories(folder_ / "source/folder");
-  EXPECT_EQ(refusalOfUri("folder"), "needs the file \"folder\", which is no regular file; name a file");
+  EXPECT_EQ(refusalOfUri("folder"), "needs the file \"folder\", which is not a regular file; name a file");
 }
 
 TEST_F(AGltfWithOtherFiles, IsRefusedWhenABufferLiesOutside) {

@@ -49,10 +49,10 @@ TEST_F(ABrokenGltf, IsTakenWhenABadNameIsRenamed) {
 TEST_F(AnImpossibleImport, NamesTheNearestMaterialOrNode) {
   writeSource(cubeBuilder().glb());
   EXPECT_EQ(refusal({.renamedMaterials = {{"wal", "x"}}}), "has no material \"wal\"; did you mean \"wall\"?");
-  EXPECT_EQ(refusal({.materialKinds = {{"roof", 73}}}), "has no material \"roof\"; there is \"wall\"");
+  EXPECT_EQ(refusal({.materialKinds = {{"roof", 73}}}), "has no material \"roof\"; there is only \"wall\"");
   EXPECT_EQ(refusal({.bspMaterials = {"Wall"}}), "has no material \"Wall\"; did you mean \"wall\"?");
   EXPECT_EQ(refusal({.hardPoints = {{"cub", "HP_1"}}}), "has no node \"cub\"; did you mean \"cube\"?");
-  EXPECT_EQ(refusal({.hardPoints = {{"", "HP_1"}}}), "has no node \"\"; there is \"cube\"");
+  EXPECT_EQ(refusal({.hardPoints = {{"", "HP_1"}}}), "has no node \"\"; there is only \"cube\"");
 }
 
 TEST_F(AnImpossibleImport, IsOneThatNamesAMaterialOfNoMesh) {
@@ -117,19 +117,18 @@ TEST_F(AnImpossibleImport, IsOneOfANameThatNoModelCanHave) {
     EXPECT_TRUE(std::filesystem::is_empty(root()));
     return error_;
   };
-  EXPECT_EQ(refusalOfName("house"), "\"house\": is no name of a model, which must end in \".model\"");
+  EXPECT_EQ(refusalOfName("house"), "\"house\": is not a model name, which must end in \".model\"");
   EXPECT_EQ(refusalOfName("content/.model"),
-            "\"content/.model\": is no name of a model, which must end in \".model\"");
-  EXPECT_THAT(refusalOfName("/house.model"), StartsWith("\"/house.model\": is no name of a resource, it "));
-  EXPECT_THAT(refusalOfName("../house.model"),
-              StartsWith("\"../house.model\": is no name of a resource, it "));
+            "\"content/.model\": is not a model name, which must end in \".model\"");
+  EXPECT_THAT(refusalOfName("/house.model"), StartsWith("\"/house.model\": is not a resource name, it "));
+  EXPECT_THAT(refusalOfName("../house.model"), StartsWith("\"../house.model\": is not a resource name, it "));
   EXPECT_THAT(refusalOfName("content\\house.model"),
-              StartsWith("\"content\\\\house.model\": is no name of a resource, it holds a backslash"));
-  EXPECT_EQ(refusalOfName("a\n.model"), "\"a\\n.model\": is no name that files can hold");
-  EXPECT_EQ(refusalOfName(" a.model"), "\" a.model\": is no name that files can hold");
+              StartsWith("\"content\\\\house.model\": is not a resource name, it holds a backslash"));
+  EXPECT_EQ(refusalOfName("a\n.model"), "\"a\\n.model\": is not a name that files can hold");
+  EXPECT_EQ(refusalOfName(" a.model"), "\" a.model\": is not a name that files can hold");
   EXPECT_EQ(refusalOfName(std::string(2000, 'a') + ".model").substr(185), ": is too long a name");
   EXPECT_THAT(refusalOfName(std::string(300, 'a') + ".model"), testing::EndsWith("\": is too long a name"));
-  EXPECT_THAT(refusalOfName(""), StartsWith("\"\": is no name of a "));
+  EXPECT_THAT(refusalOfName(""), StartsWith("\"\": is not a resource name"));
 }
 
 }  // namespace

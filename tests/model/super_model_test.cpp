@@ -125,9 +125,9 @@ TEST_F(AModel, IsNotLoadedWhenItsFileIsMissing) {
 
 TEST_F(AModel, IsNotLoadedUnderANameThatNamesNoResource) {
   EXPECT_EQ(load("../house.model"), nullptr);
-  EXPECT_THAT(error_, HasSubstr("\"../house.model\": is no name of a resource, it "));
+  EXPECT_THAT(error_, HasSubstr("\"../house.model\": is not a resource name, it "));
   EXPECT_EQ(load("/house.model"), nullptr);
-  EXPECT_THAT(error_, HasSubstr("\"/house.model\": is no name of a resource, it "));
+  EXPECT_THAT(error_, HasSubstr("\"/house.model\": is not a resource name, it "));
 }
 
 TEST_F(AModel, IsNotLoadedWhenItIsNoXml) {
@@ -149,7 +149,7 @@ TEST_F(AModel, IsNotLoadedWithoutAVisual) {
   root_.write("house.model", "<model><visual>/etc/passwd</visual></model>");
   EXPECT_EQ(load(), nullptr);
   EXPECT_EQ(error_,
-            "\"/etc/passwd\": is no name of a resource, it is absolute, and \"house.model\" names it as its "
+            "\"/etc/passwd\": is not a resource name, it is absolute, and \"house.model\" names it as its "
             "visual; import the model again");
 }
 
@@ -173,7 +173,7 @@ TEST_F(AModel, IsNotLoadedWhenANodeHasNoParentBeforeIt) {
                               "<node><name>fx</name><parent>" +
                               parent + "</parent></node><node/></skeleton></visual>"),
               "\"house.visual\": node number 2 has the parent \"" + parent +
-                  "\", which is no place of a node before it and not -1; import the model again");
+                  "\", which is neither -1 nor the place of an earlier node; import the model again");
   }
 }
 

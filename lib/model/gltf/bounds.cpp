@@ -20,7 +20,15 @@ Point3 pointAt(const GltfElements& elements, const char* element) {
 }
 
 bool isFinite(const Point3& point) {
-  return std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]);
+  return std::ranges::all_of(point, [](double component) { return std::isfinite(component); });
+}
+
+template <class Box>
+void extend(Box& box, const Point3& point) {
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    box.min[axis] = std::min(box.min[axis], point[axis]);
+    box.max[axis] = std::max(box.max[axis], point[axis]);
+  }
 }
 
 Vector3 rounded(const Point3& point) {
@@ -233,8 +241,8 @@ const std::vector<std::uint32_t>& GltfBounds::positionsOf(std::uint32_t mesh) {
   if (!isNew) return accessors;
   for (const GltfPrimitive& primitive : document_.meshes[mesh].primitives)
     if (const auto position = primitive.attribute("POSITION")) accessors.push_back(*position);
-  std::sort(accessors.begin(), accessors.end());
-  accessors.erase(std::unique(accessors.begin(), accessors.end()), accessors.end());
+  std::ranges::sort(accessors);
+  accessors.erase(std::ranges::unique(accessors).begin(), accessors.end());
   return accessors;
 }
 
@@ -247,13 +255,10 @@ Result<GltfBounds::Box> GltfBounds::localBoxOf(std::uint32_t accessor) {
   elements.forEach([&](const char* element) {
     const Point3 point = pointAt(elements, element);
     isWhole = isWhole && isFinite(point);
-    for (std::size_t axis = 0; axis < 3; ++axis) {
-      box.min[axis] = std::min(box.min[axis], point[axis]);
-      box.max[axis] = std::max(box.max[axis], point[axis]);
-    }
+    extend(box, point);
   });
   if (!isWhole) {
-    return gltfFault("has a position that is no finite number in accessors[" + std::to_string(accessor) +
+    return gltfFault("has a position that is not a finite number in accessors[" + std::to_string(accessor) +
                      "]");
   }
   localBoxes_.emplace(accessor, box);
@@ -265,10 +270,7 @@ Result<void> GltfBounds::grow(const Point3& point) {
   for (const double component : point)
     if (!(std::abs(component) <= kLargest)) return gltfFault("has a mesh that lies beyond all numbers");
   if (!box_) box_ = {point, point};
-  for (std::size_t axis = 0; axis < 3; ++axis) {
-    box_->min[axis] = std::min(box_->min[axis], point[axis]);
-    box_->max[axis] = std::max(box_->max[axis], point[axis]);
-  }
+  extend(*box_, point);
   return {};
 }
 

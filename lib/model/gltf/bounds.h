@@ -17,31 +17,36 @@ namespace Tal {
 /// A node of the default scene as the walk reaches it.
 struct GltfVisit {
   std::uint32_t node = 0;
-  std::optional<std::size_t> parent;  ///< its place in the order of the visits
+  std::optional<std::size_t> parent;  ///< its index in the order of the visits
   bool isCollision = false;           ///< whether it, or a node above it, is a collision node
   Affine world;
 };
 
-/// Visits the nodes of the default scene, every one after its parent, each tree in the order of its lists. A
-/// fault that `visit` returns ends the walk.
+/// Visits the nodes of the default scene, parents first, children in their order. A fault from `visit` ends
+/// the walk.
 Result<void> walkGltfScene(const GltfDocument& document,
                            const std::function<Result<void>(const GltfVisit& node)>& visit);
 
-/// Gathers the bounding box of meshes that are placed in the world at rest. Every point is transformed, so
-/// the box is exact under rotation. A mesh with a skin stands where its joints put it: every point at the
-/// weighted sum of joint matrix times inverse bind matrix (glTF 2.0, "Skins"). Weights are brought to a sum
-/// of 1; a point without any follows its first joint. A mesh with instances (EXT_mesh_gpu_instancing) stands
-/// at each of them. Morph targets do not count. A fault when a number is not finite, a joint is none of the
-/// skin, or there are more than kMaxGltfPoints points. A point counts whenever its mesh is added or checked.
+/// Gathers the bounding box of meshes in the world, at rest. Every point is transformed, so the box is exact
+/// under rotation.
+///
+/// - A point of a skinned mesh is at the weighted sum of joint matrix times inverse bind matrix (glTF 2.0,
+/// "Skins").
+///   Weights are normalised; a point without any follows its first joint.
+/// - A mesh with instances (EXT_mesh_gpu_instancing) counts at each of them.
+/// - Morph targets do not count.
+///
+/// A fault when a number is not finite, the skin lacks a joint, or there are more than kMaxGltfPoints points.
+/// A point counts whenever its mesh is added or checked.
 class GltfBounds {
  public:
-  /// `document` was read whole (see readGltf) and outlives this object.
+  /// `document` comes from readGltf and outlives this object.
   explicit GltfBounds(const GltfDocument& document) : document_(document) {}
 
-  /// Enlarges the box by the mesh of a node, which has one.
+  /// Extends the box by the mesh of a node, which has one.
   Result<void> add(const GltfNode& node, const Affine& world);
 
-  /// Only looks for positions of the mesh that are no finite numbers; the box stays as it is.
+  /// A fault when a position of the mesh is not finite; the box is unchanged.
   Result<void> check(std::uint32_t mesh);
 
   /// The box of everything that was added; empty when nothing with positions was.
@@ -65,7 +70,7 @@ class GltfBounds {
   Result<void> countPoints(std::size_t count);
 
   const GltfDocument& document_;
-  std::map<std::uint32_t, std::vector<std::uint32_t>> positions_;  // the different accessors of a mesh
+  std::map<std::uint32_t, std::vector<std::uint32_t>> positions_;  // the distinct accessors of a mesh
   std::map<std::uint32_t, Box> localBoxes_;
   std::optional<std::map<std::uint32_t, Affine>> joints_;  // the worlds of the nodes that are joints
   std::optional<Box> box_;

@@ -76,7 +76,7 @@ Result<void> checkRange(const GltfDocument& document, const ElementRange& range)
   const std::size_t begin = view.byteOffset + range.place.byteOffset;
   if (begin % range.componentSize == 0) return {};
   return damage("begins at byte " + std::to_string(begin) +
-                " of its buffer, which is no multiple of its component size " +
+                " of its buffer, which is not a multiple of its component size " +
                 std::to_string(range.componentSize));
 }
 
@@ -120,7 +120,7 @@ Result<void> checkPositions(const GltfDocument& document, const GltfPrimitive& p
   const GltfAccessor& accessor = document.accessors[*position];
   const bool isQuantized = document.isQuantized && accessor.component != GltfComponent::uint32;
   if (accessor.type == "VEC3" && (isFloat(accessor) || isQuantized)) return {};
-  return damage("has positions that are no triples of floats");
+  return damage("has positions that are not triples of floats");
 }
 
 /// Every attribute of a primitive, morphed ones too, says something of each of its points.
@@ -148,7 +148,7 @@ Result<void> checkVertexIndices(const GltfDocument& document, const GltfPrimitiv
   if (!primitive.indices) return {};
   const GltfAccessor& accessor = document.accessors[*primitive.indices];
   if (accessor.type != "SCALAR" || !isGltfIndexType(accessor.component))
-    return damage("has indices that are no single whole numbers from 0 up");
+    return damage("has indices that are not unsigned integers");
   if (accessor.isNormalized) return damage("has indices that are normalized");
   return {};
 }
@@ -193,7 +193,7 @@ Result<void> checkSkin(const GltfDocument& document, const GltfSkin& skin) {
   if (!skin.inverseBindMatrices) return {};
   const GltfAccessor& accessor = document.accessors[*skin.inverseBindMatrices];
   if (accessor.type != "MAT4" || !isFloat(accessor))
-    return damage("has inverse bind matrices that are no matrices of 4 times 4 floats");
+    return damage("has inverse bind matrices that are not 4 by 4 matrices of floats");
   if (accessor.count >= skin.joints.size()) return {};
   return damage("has " + std::to_string(skin.joints.size()) + " joints and only " +
                 std::to_string(accessor.count) + " inverse bind matrices");
@@ -208,12 +208,12 @@ Result<void> checkInstancing(const GltfDocument& document, const GltfNode& node)
     const bool isPlace = name == "TRANSLATION" || name == "SCALE";
     if (accessor.count != count) return damage("has instances with attributes of different counts");
     if (isPlace && (accessor.type != "VEC3" || !isFloat(accessor)))
-      return damage("has instances with a " + name + " that is no triples of floats");
+      return damage("has instances whose " + name + " is not a triple of floats");
     const bool isTurn =
         isFloat(accessor) || (accessor.isNormalized && (accessor.component == GltfComponent::int8 ||
                                                         accessor.component == GltfComponent::int16));
     if (name == "ROTATION" && (accessor.type != "VEC4" || !isTurn))
-      return damage("has instances with a ROTATION that is no quaternions");
+      return damage("has instances whose ROTATION is not a quaternion");
   }
   return {};
 }

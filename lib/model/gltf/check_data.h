@@ -5,9 +5,9 @@
 
 namespace Tal {
 
-/// Makes sure that the indices in the data of a checked document (see checkGltf) fit. The vertex indices of a
-/// primitive name points that it has; those of a sparse accessor rise and name its elements. Every accessor
-/// is read once, 512 MiB altogether at most. Usable on any thread.
+/// Checks the indices in the data of a checked document (see checkGltf): vertex indices name points of their
+/// primitive, and sparse indices rise and name elements of their accessor. Reads every accessor once, at most
+/// 512 MiB together. Usable on any thread.
 Result<void> checkGltfData(const GltfDocument& document);
 
 }  // namespace Tal

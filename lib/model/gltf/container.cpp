@@ -1,4 +1,5 @@
 #include <model/gltf/container.h>
+#include <model/gltf/elements.h>
 #include <model/gltf/fault.h>
 
 #include <cstdint>
@@ -21,15 +22,12 @@ struct Chunk {
 };
 
 std::uint32_t readUint32(BasicStringRef bytes, std::size_t offset) {
-  std::uint32_t value = 0;
-  for (std::size_t index = 4; index-- > 0;) {
-    value = value << 8U | static_cast<unsigned char>(bytes[offset + index]);
-  }
-  return value;
+  return readNumber<std::uint32_t>(bytes.data() + offset);
 }
 
 void appendUint32(std::string& bytes, std::size_t value) {
-  for (unsigned index = 0; index < 4; ++index) bytes += static_cast<char>(value >> (8U * index) & 0xffU);
+  const auto number = static_cast<std::uint32_t>(value);
+  bytes.append(reinterpret_cast<const char*>(&number), sizeof(number));
 }
 
 Result<void> checkHeader(BasicStringRef bytes) {
@@ -56,7 +54,7 @@ Result<Chunk> takeChunk(BasicStringRef bytes, std::size_t& offset) {
                      std::to_string(bytes.size() - offset) + " bytes left in the file");
   }
   if (length % kGlbAlignment != 0) {
-    return gltfFault("has a chunk of " + std::to_string(length) + " bytes, which is no multiple of 4");
+    return gltfFault("has a chunk of " + std::to_string(length) + " bytes, which is not a multiple of 4");
   }
   const BasicStringRef data = bytes.substr(offset, length);
   offset += length;

@@ -1,3 +1,4 @@
+#include <core/contains.h>
 #include <core/display_text.h>
 #include <core/white_space.h>
 #include <model/gltf/document.h>
@@ -13,6 +14,7 @@ namespace {
 constexpr float kVersion = 2.0F;
 constexpr std::size_t kLastMode = 6;
 constexpr BasicStringRef kDracoExtension = "KHR_draco_mesh_compression";
+constexpr BasicStringRef kQuantizationExtension = "KHR_mesh_quantization";
 constexpr BasicStringRef kInstancingExtension = "EXT_mesh_gpu_instancing";
 constexpr std::array<BasicStringRef, 2> kMeshoptExtensions = {"EXT_meshopt_compression",
                                                               "KHR_meshopt_compression"};
@@ -32,14 +34,14 @@ struct GltfAsset {
 bool isSupportedExtension(BasicStringRef name) {
   static constexpr std::array<BasicStringRef, 4> kKnownBeginnings = {"KHR_materials_", "KHR_texture_",
                                                                      "KHR_lights_", "EXT_texture_"};
-  return name == "KHR_mesh_quantization" || name == kDracoExtension || name == kInstancingExtension ||
-         name == kMeshoptExtensions[0] || name == kMeshoptExtensions[1] ||
-         std::any_of(kKnownBeginnings.begin(), kKnownBeginnings.end(),
-                     [name](BasicStringRef known) { return name.starts_with(known); });
+  return name == kQuantizationExtension || name == kDracoExtension || name == kInstancingExtension ||
+         contains(kMeshoptExtensions, name) ||
+         std::ranges::any_of(kKnownBeginnings,
+                             [name](BasicStringRef known) { return name.starts_with(known); });
 }
 
 Result<void> checkAsset(const GltfAsset& asset) {
-  if (asset.version.empty()) return gltfFault(R"(has no "asset" with a "version", so it is no glTF)");
+  if (asset.version.empty()) return gltfFault(R"(has no "asset" with a "version", so it is not glTF)");
   if (!asset.version.starts_with("2.")) {
     return gltfFault("is glTF of version " + quotedName(asset.version) + "; only version 2 can be imported");
   }
@@ -418,10 +420,8 @@ Result<void> readGltfJson(const GltfTree& tree, GltfDocument& document) {
   std::optional<std::vector<std::uint32_t>> scene;
   auto read = tree.read([&](const GltfObject& root) {
     scene = readScenes(root);
-    const std::vector<std::string> used = root.texts("extensionsUsed");
-    document.isQuantized = std::find(used.begin(), used.end(), "KHR_mesh_quantization") != used.end() ||
-                           std::find(asset.neededExtensions.begin(), asset.neededExtensions.end(),
-                                     "KHR_mesh_quantization") != asset.neededExtensions.end();
+    document.isQuantized = contains(root.texts("extensionsUsed"), kQuantizationExtension) ||
+                           contains(asset.neededExtensions, kQuantizationExtension);
     readLists(root, document);
   });
   if (!read) return read;

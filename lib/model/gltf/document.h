@@ -14,18 +14,17 @@
 
 namespace Tal {
 
-/// The place of an element in a list of the document; empty when there is none.
+/// The index of an element in a list of the document; empty when there is none.
 using GltfIndex = std::optional<std::uint32_t>;
 
 /// The number of a thing of that name; empty when there is none.
 GltfIndex gltfIndexNamed(const GltfIndicesByName& things, BasicStringRef name);
 
-/// What the names of glTF 2.0 mean is said in its specification; sizes and offsets are in bytes.
+/// A buffer. Names are those of glTF 2.0, sizes and offsets are in bytes.
 struct GltfBuffer {
   std::size_t byteLength = 0;
   std::optional<std::string> uri = {};
-  BasicStringRef fallbackOf =
-      {};  ///< the extension for whose compressed views it stands without data; or empty
+  BasicStringRef fallbackOf = {};  ///< the extension whose compressed views it holds no data for; or empty
 };
 
 /// How the bytes of a view are compressed (EXT_meshopt_compression and its KHR form).
@@ -44,10 +43,10 @@ struct GltfBufferView {
   std::uint32_t buffer = 0;
   std::size_t byteOffset = 0;
   std::size_t byteLength = 0;
-  std::size_t byteStride = 0;  ///< 0 when the elements follow each other closely
+  std::size_t byteStride = 0;  ///< 0 when the elements are tightly packed
   GltfIndex target = {};
   std::optional<GltfMeshopt> meshopt = {};
-  BasicStringRef bytes = {};  ///< what it shows, uncompressed, once the data was taken in; else no data
+  BasicStringRef bytes = {};  ///< its data, uncompressed, once embedded; else null
 };
 
 /// Component types, as the format numbers them.
@@ -60,7 +59,7 @@ enum class GltfComponent : std::uint16_t {
   float32 = 5126
 };
 
-/// Where some elements of an accessor stand.
+/// The location of elements of an accessor.
 struct GltfElementPlace {
   std::uint32_t view = 0;
   std::size_t byteOffset = 0;
@@ -132,8 +131,8 @@ struct GltfImage {
   GltfIndex view = {};
 };
 
-/// A glTF 2.0 file: read once, and what checking, measuring, embedding, importing and drawing share. The
-/// views of its data stay valid as long as it lives, so it is not moved.
+/// A glTF 2.0 file, read once and shared by all that works on it. It is not moved, so that views of its data
+/// stay valid as long as it lives.
 struct GltfDocument {
   GltfDocument() = default;
   GltfDocument(const GltfDocument&) = delete;
@@ -156,12 +155,12 @@ struct GltfDocument {
   std::list<std::string> uncompressed;  ///< what compressed views and primitives hold
 };
 
-/// Where a node puts what stands in its space, in the space of the node above.
+/// The transform from a node's space to its parent's.
 inline Affine gltfLocalOf(const GltfDocument& document, const GltfNode& node) {
   return node.transform ? document.transforms[*node.transform] : Affine();
 }
 
-/// Calls `visit` with a number of the type that components are of, and gives its result.
+/// Calls `visit` with a number of the component type and returns its result.
 template <class Visit>
 auto visitGltfNumber(GltfComponent component, const Visit& visit) {
   switch (component) {
@@ -185,12 +184,12 @@ inline std::size_t gltfComponentSize(GltfComponent component) {
   return visitGltfNumber(component, [](auto number) { return sizeof(number); });
 }
 
-/// Whether numbers of this type can be indices: they are whole and from 0 up.
+/// Whether numbers of this type can be indices: they are unsigned integers.
 bool isGltfIndexType(GltfComponent component) noexcept;
 
-/// Fills `document` with what its JSON says. A fault when something that is read has another type than the
-/// format gives it, or an index is out of range. Likewise when a later version or an unknown extension is
-/// required. Nothing else is compared (see checkGltf). Usable on any thread.
+/// Fills `document` from its JSON. A fault when a value has the wrong type, an index is out of range, or a
+/// later version or an unknown extension is required. Nothing else is checked (see checkGltf). Usable on any
+/// thread.
 Result<void> readGltfJson(const GltfTree& tree, GltfDocument& document);
 
 }  // namespace Tal

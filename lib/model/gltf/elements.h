@@ -28,8 +28,8 @@ inline std::uint32_t readUnsigned(const char* bytes, std::size_t size) {
   }
 }
 
-/// The elements of an accessor as its buffer view and its sparse values give them. A view of the document,
-/// which was checked (see checkGltf) and whose data was taken in.
+/// The elements of an accessor, from its buffer view and its sparse values. A view of the document, which was
+/// checked (see checkGltf) and holds its data (see embedGltfData).
 class GltfElements {
  public:
   GltfElements(const GltfDocument& document, const GltfAccessor& accessor);
@@ -53,12 +53,12 @@ class GltfElements {
   /// The first byte of one element; null when it is zero because no buffer view holds it.
   const char* at(std::size_t index) const;
 
-  /// How many elements the accessor has, those included that its sparse values replace.
+  /// The number of elements, including those that sparse values replace.
   std::size_t count() const noexcept { return count_; }
 
-  /// How many elements its sparse values replace.
+  /// The number of elements that sparse values replace.
   std::size_t sparseCount() const noexcept { return sparseCount_; }
-  /// The place among the elements that a sparse value replaces; `index` is below sparseCount().
+  /// The index of the element that a sparse value replaces; `index` is below sparseCount().
   std::size_t sparseIndex(std::size_t index) const {
     return readUnsigned(sparseIndices_ + index * sparseIndexSize_, sparseIndexSize_);
   }

@@ -24,6 +24,9 @@ class ObjectText {
     text_ += text_.empty() ? "{\"" : ",\"";
     text_.append(key).append("\":").append(json);
   }
+  void addExtension(BasicStringRef name, BasicStringRef json) {
+    addObject("extensions", "{\"" + std::string(name).append("\":").append(json) + '}');
+  }
   std::string take() { return text_.empty() ? "{}" : std::move(text_) + '}'; }
 
  private:
@@ -215,11 +218,7 @@ class Embedding {
   static std::string bufferText(const GltfBuffer& buffer) {
     ObjectText text;
     text.add("byteLength", buffer.byteLength);
-    if (!buffer.fallbackOf.empty()) {
-      ObjectText extensions;
-      extensions.addObject(buffer.fallbackOf, R"({"fallback":true})");
-      text.addObject("extensions", extensions.take());
-    }
+    if (!buffer.fallbackOf.empty()) text.addExtension(buffer.fallbackOf, R"({"fallback":true})");
     return text.take();
   }
 
@@ -232,9 +231,7 @@ class Embedding {
     form.add("count", meshopt.count);
     form.add("mode", meshopt.mode);
     form.add("filter", meshopt.filter);
-    ObjectText extensions;
-    extensions.addObject(meshopt.extension, form.take());
-    return extensions.take();
+    return form.take();
   }
 
   static std::string viewText(const GltfBufferView& view) {
@@ -244,7 +241,7 @@ class Embedding {
     text.add("byteLength", view.byteLength);
     if (view.byteStride != 0) text.add("byteStride", view.byteStride);
     if (view.target) text.add("target", *view.target);
-    if (view.meshopt) text.addObject("extensions", meshoptText(*view.meshopt));
+    if (view.meshopt) text.addExtension(view.meshopt->extension, meshoptText(*view.meshopt));
     return text.take();
   }
 

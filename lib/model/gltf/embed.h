@@ -10,16 +10,18 @@
 
 namespace Tal {
 
-/// Takes in the data of a checked document (see checkGltf): makes its `glb` and points its views into that.
+/// Embeds the data of a checked document (see checkGltf): makes its `glb` and points its views into that.
 ///
-/// A .glb that refers to no other file stays as it is, byte for byte. Else the .glb is put together: buffers
-/// in files or data URIs, and images in files, become one buffer. The lists "buffers", "bufferViews" and
-/// "images" are written anew, with their standard members alone. The rest of the JSON keeps its text, extras
-/// and all extensions included. `container` is the file taken apart (see splitGltf), views of `bytes`; `tree`
-/// is its JSON.
+/// A .glb that refers to no other file is kept byte for byte. Otherwise a .glb is composed:
 ///
-/// An image that is missing, may not be read (see GltfSources) or is of an unknown format stays out and adds
-/// to `warnings`. A fault when a buffer is missing, short or may not be read, or when it all is larger than
+/// - Buffers in files or data URIs, and images in files, become one buffer.
+/// - The lists "buffers", "bufferViews" and "images" are rewritten with their standard members only.
+/// - The rest of the JSON keeps its text, with extras and all extensions.
+///
+/// `container` is the split file (see splitGltf), views of `bytes`; `tree` is its JSON.
+///
+/// An image that is missing, may not be read (see GltfSources) or has an unknown format is left out with a
+/// warning. A fault when a buffer is missing, short or may not be read, or when the .glb exceeds
 /// kMaxGltfBytes. Usable on any thread.
 Result<void> embedGltfData(std::string bytes, const GltfContainer& container, const GltfTree& tree,
                            const GltfSources& sources, GltfDocument& document,

@@ -1,3 +1,4 @@
+#include <core/contains.h>
 #include <core/display_text.h>
 #include <model/gltf/fault.h>
 #include <model/gltf/json.h>
@@ -56,11 +57,6 @@ constexpr std::array<BasicStringRef, 2> kReadExtras = {"bsp", "materialKind"};
 /// The lists that a .glb may have to hold in another form than its source.
 constexpr std::array<BasicStringRef, 3> kExchangedLists = {"bufferViews", "buffers", "images"};
 
-template <std::size_t count>
-bool isIn(const std::array<BasicStringRef, count>& names, BasicStringRef name) {
-  return std::find(names.begin(), names.end(), name) != names.end();
-}
-
 /// The parser's own text without its code, and without what it read, which may be as long as the document.
 std::string parserText(const std::string& exceptionText) {
   // "[json.exception.parse_error.101] parse error at line 1, column 2: ...; last read: '...'"
@@ -116,8 +112,8 @@ class TreeBuilder : public nlohmann::json_sax<json> {
     member_ = nullptr;
     next_ = key == "extras" ? Filter::extras : key == "extensions" ? Filter::extensions : Filter::none;
     if (levels_.size() == 1) topKey_ = key.substr(0, kShownKeyLength);
-    if (level.filter == Filter::extras && !isIn(kReadExtras, key)) return true;
-    if (level.filter == Filter::extensions && !isIn(kReadExtensions, key)) return true;
+    if (level.filter == Filter::extras && !contains(kReadExtras, key)) return true;
+    if (level.filter == Filter::extensions && !contains(kReadExtensions, key)) return true;
     const auto [entry, isNew] = level.value->get_ref<json::object_t&>().emplace(std::move(key), nullptr);
     if (!isNew) return fail("has two members " + quotedName(shownKey(entry->first)) + " in one object");
     member_ = &entry->second;
@@ -177,7 +173,7 @@ class TreeBuilder : public nlohmann::json_sax<json> {
   bool enter(json::value_t type) {
     if (++depth_ > kMaxDepth) return fail("is nested deeper than " + std::to_string(kMaxDepth) + " levels");
     if (depth_ == 1) bodyBegin = offset();
-    if (depth_ == 2 && isIn(kExchangedLists, topKey_)) ranges[topKey_].begin = offset() - 1;
+    if (depth_ == 2 && contains(kExchangedLists, topKey_)) ranges[topKey_].begin = offset() - 1;
     // Lists of extras, and what stands in those members of them that are kept, are no such marks.
     const bool isOfExtras = !levels_.empty() && levels_.back().filter == Filter::extras;
     const bool isList = type == json::value_t::array;
@@ -195,7 +191,7 @@ class TreeBuilder : public nlohmann::json_sax<json> {
   bool leave() {
     --depth_;
     next_ = Filter::none;
-    if (depth_ == 1 && isIn(kExchangedLists, topKey_)) ranges[topKey_].end = offset();
+    if (depth_ == 1 && contains(kExchangedLists, topKey_)) ranges[topKey_].end = offset();
     if (skipped_ > 0) {
       --skipped_;
     } else {
@@ -293,7 +289,7 @@ bool GltfObject::has(BasicStringRef key) const {
 std::uint32_t GltfObject::numberOf(const void* value, BasicStringRef key,
                                    std::optional<std::size_t> index) const {
   if (!valueOf(value).is_number_unsigned()) {
-    failAt(key, "is no whole number from 0 up", index);
+    failAt(key, "is not a whole number from 0 up", index);
     return 0;
   }
   const auto number = valueOf(value).get<std::uint64_t>();
@@ -318,7 +314,7 @@ std::uint32_t GltfObject::indexOf(const void* value, BasicStringRef list, BasicS
   const json& document = valueOf(context_.root);
   const auto found = document.find(list);
   if (found != document.end() && !found->is_array()) {
-    if (!context_.fault) context_.fault = gltfFault(std::string(list) + " is no list");
+    if (!context_.fault) context_.fault = gltfFault(std::string(list) + " is not an array");
     return 0;
   }
   const std::size_t count = found == document.end() ? 0 : found->size();
@@ -346,7 +342,7 @@ std::vector<std::uint32_t> GltfObject::indices(BasicStringRef key, BasicStringRe
   const void* const value = find(key);
   if (value == nullptr) return indices;
   if (!valueOf(value).is_array()) {
-    failAt(key, "is no list");
+    failAt(key, "is not an array");
     return indices;
   }
   indices.reserve(valueOf(value).size());
@@ -380,7 +376,7 @@ std::string GltfObject::text(BasicStringRef key) const {
   const void* const value = find(key);
   if (value == nullptr) return {};
   if (valueOf(value).is_string()) return valueOf(value).get<std::string>();
-  failAt(key, "is no text");
+  failAt(key, "is not a string");
   return {};
 }
 
@@ -388,9 +384,9 @@ std::vector<std::string> GltfObject::texts(BasicStringRef key) const {
   std::vector<std::string> texts;
   const void* const value = find(key);
   if (value == nullptr) return texts;
-  if (!valueOf(value).is_array()) failAt(key, "is no list");
+  if (!valueOf(value).is_array()) failAt(key, "is not an array");
   for (const json& element : valueOf(value)) {
-    if (!element.is_string()) failAt(key, "is no text", texts.size());
+    if (!element.is_string()) failAt(key, "is not a string", texts.size());
     texts.push_back(element.is_string() ? element.get<std::string>() : std::string());
   }
   return texts;
@@ -407,7 +403,7 @@ std::optional<double> GltfObject::real(BasicStringRef key) const {
   const void* const value = find(key);
   if (value == nullptr) return std::nullopt;
   if (valueOf(value).is_number()) return valueOf(value).get<double>();
-  failAt(key, "is no number");
+  failAt(key, "is not a number");
   return std::nullopt;
 }
 
@@ -415,11 +411,10 @@ std::vector<double> GltfObject::reals(BasicStringRef key, std::size_t count) con
   const void* const found = find(key);
   if (found == nullptr) return {};
   const json& value = valueOf(found);
-  const bool isNumbers =
-      value.is_array() && value.size() == count &&
-      std::all_of(value.begin(), value.end(), [](const json& element) { return element.is_number(); });
+  const bool isNumbers = value.is_array() && value.size() == count &&
+                         std::ranges::all_of(value, [](const json& element) { return element.is_number(); });
   if (isNumbers) return value.get<std::vector<double>>();
-  failAt(key, "is no list of " + std::to_string(count) + " numbers");
+  failAt(key, "is not an array of " + std::to_string(count) + " numbers");
   return {};
 }
 
@@ -432,7 +427,7 @@ std::optional<std::uint32_t> GltfObject::wholeReal(BasicStringRef key) const {
   const bool isWhole = real >= 0 && real <= static_cast<double>(kMaxNumber) &&
                        real == static_cast<double>(static_cast<std::uint32_t>(real));
   if (isWhole) return static_cast<std::uint32_t>(real);
-  failAt(key, "is no whole number from 0 up");
+  failAt(key, "is not a whole number from 0 up");
   return std::nullopt;
 }
 
@@ -445,7 +440,7 @@ bool GltfObject::isMarked(BasicStringRef key) const {
 void GltfObject::object(BasicStringRef key, const Visit& visit) const {
   const void* const value = find(key);
   if (value == nullptr) return;
-  if (!valueOf(value).is_object()) return failAt(key, "is no object");
+  if (!valueOf(value).is_object()) return failAt(key, "is not an object");
   visit(GltfObject(*this, value, key, {}));
 }
 
@@ -463,10 +458,10 @@ void GltfObject::anyObject(BasicStringRef key, const Visit& visit) const {
 void GltfObject::objects(BasicStringRef key, const Visit& visit) const {
   const void* const list = find(key);
   if (list == nullptr) return;
-  if (!valueOf(list).is_array()) return failAt(key, "is no list");
+  if (!valueOf(list).is_array()) return failAt(key, "is not an array");
   std::size_t index = 0;
   for (const json& element : valueOf(list)) {
-    if (!element.is_object()) return failAt(key, "is no object", index);
+    if (!element.is_object()) return failAt(key, "is not an object", index);
     visit(GltfObject(*this, &element, key, index++));
   }
 }

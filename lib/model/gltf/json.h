@@ -15,13 +15,12 @@
 
 namespace Tal {
 
-/// An index of each of several named things, as the accessors of a primitive's attributes, sorted by name.
+/// Indices by name, such as the accessors of a primitive's attributes, sorted by name.
 using GltfIndicesByName = std::vector<std::pair<std::string, std::uint32_t>>;
 
-/// An object of a document's JSON and its place in it. What is of another type than is asked for, or is
-/// required and missing, reads as 0 or nothing and is noted as the document's fault. Only the first fault is
-/// kept, so a reader goes on and looks at the end whether there is one. Lives only as long as the call that
-/// it is handed to.
+/// An object of a document's JSON and its place in it. A value of the wrong type, or a required one that is
+/// missing, reads as 0 or empty and is recorded as the document's fault. Only the first fault is kept, so
+/// readers check for it once, at the end. Valid only during the call that receives it.
 class GltfObject {
  public:
   using Visit = std::function<void(const GltfObject& object)>;
@@ -33,7 +32,7 @@ class GltfObject {
   std::uint32_t number(BasicStringRef key, std::uint32_t fallback) const;
   std::uint32_t requiredNumber(BasicStringRef key) const;
 
-  /// The same, which has to be the place of an element in `list`, a list of the document ("meshes").
+  /// The same, which must be the index of an element in `list`, a list of the document ("meshes").
   std::optional<std::uint32_t> index(BasicStringRef key, BasicStringRef list) const;
   std::uint32_t requiredIndex(BasicStringRef key, BasicStringRef list) const;
   /// A list of such indices.
@@ -42,7 +41,7 @@ class GltfObject {
   GltfIndicesByName indicesByName(BasicStringRef key, BasicStringRef list) const;
   /// The members of this object as such indices.
   GltfIndicesByName indicesByName(BasicStringRef list) const;
-  /// An object of numbers that are no indices of a list.
+  /// An object of plain numbers.
   GltfIndicesByName numbersByName(BasicStringRef key) const;
 
   /// A text; empty when it is absent.
@@ -53,26 +52,26 @@ class GltfObject {
   bool flag(BasicStringRef key) const;
   /// Any number.
   std::optional<double> real(BasicStringRef key) const;
-  /// A list of so many numbers; empty when it is absent.
+  /// A list of `count` numbers; empty when it is absent.
   std::vector<double> reals(BasicStringRef key, std::size_t count) const;
   /// A whole number from 0 to 2147483647 that may be written with a fraction of 0.
   std::optional<std::uint32_t> wholeReal(BasicStringRef key) const;
-  /// Whether the member is true or a number other than 0, for what has no fixed type.
+  /// Whether a member without a fixed type is true or a number other than 0.
   bool isMarked(BasicStringRef key) const;
 
-  /// Hands an object to `visit`, if it is there.
+  /// Passes an object to `visit`, if there is one.
   void object(BasicStringRef key, const Visit& visit) const;
   void requiredObject(BasicStringRef key, const Visit& visit) const;
-  /// The same of what is ignored when it is of another type.
+  /// The same; a value of another type is ignored.
   void anyObject(BasicStringRef key, const Visit& visit) const;
-  /// Hands over every object of a list, in order.
+  /// Passes every object of a list, in order.
   void objects(BasicStringRef key, const Visit& visit) const;
   void requiredObjects(BasicStringRef key, const Visit& visit) const;
 
-  /// The number of elements of a list; 0 when it is no list.
+  /// The number of elements of a list; 0 for anything else.
   std::size_t sizeOf(BasicStringRef list) const;
 
-  /// Notes "PLACE FAULT".
+  /// Records "PLACE FAULT".
   void fail(const std::string& fault) const;
 
  private:
@@ -102,31 +101,31 @@ class GltfObject {
 
 struct GltfJsonOwner;
 
-/// Bytes of a text, from the first up to the one behind the last.
+/// A range of bytes in a text; `end` is exclusive.
 struct TextRange {
   std::size_t begin = 0;
   std::size_t end = 0;
 };
 
-/// The JSON of a glTF document without what nothing here reads. Of `extras` only "materialKind" and "bsp" are
-/// kept, of extensions only those that are understood here.
+/// The JSON of a glTF document. Of `extras` it keeps only "materialKind" and "bsp", of extensions only the
+/// supported ones.
 class GltfTree {
  public:
-  /// Reads a text of at most kMaxGltfText bytes with at most 4,000,000 values, kept or not, and 64 levels.
-  /// More is a fault; so are a text that is no JSON object, and two members of one name in one object. Usable
-  /// on any thread.
+  /// Parses a text of at most kMaxGltfText bytes, 4,000,000 values, kept or not, and 64 levels. More is a
+  /// fault; so are a text that is not a JSON object, and an object with two members of one name. Usable on
+  /// any thread.
   static Result<GltfTree> parse(BasicStringRef text);
 
   GltfTree(GltfTree&&) noexcept;
   GltfTree& operator=(GltfTree&&) noexcept;
   ~GltfTree();
 
-  /// Hands the document itself to `visit`; the first fault that reading it showed.
+  /// Passes the document itself to `visit` and returns the first fault.
   Result<void> read(const GltfObject::Visit& visit) const;
 
-  /// Where the list `name`, a member of the document, stands in the text; empty when there is none.
+  /// The range of the list `name`, a member of the document, in the text; empty when there is none.
   std::optional<TextRange> rangeOf(BasicStringRef name) const;
-  /// Where the first member of the document may be put into the text.
+  /// Where a first member of the document can be inserted into the text.
   std::size_t bodyBegin() const noexcept { return bodyBegin_; }
 
  private:

@@ -14,7 +14,7 @@ namespace Tal {
 /// A material that a mesh of the scene uses.
 struct GltfUsedMaterial {
   std::string name;                   ///< "material_N" when the file names none
-  int index = -1;                     ///< its place in the file; -1 for what carries no material
+  int index = -1;                     ///< its index in the file; -1 for what carries no material
   std::optional<std::uint32_t> kind;  ///< extras.materialKind
   bool isVisible = false;             ///< used by a mesh that is shown
   bool isCollision = false;           ///< used by a mesh of a collision node
@@ -23,19 +23,19 @@ struct GltfUsedMaterial {
 /// A node of the scene.
 struct GltfSceneNode {
   std::string name;  ///< may be empty
-  int parent = -1;   ///< its place among the nodes; -1 at the top
+  int parent = -1;   ///< its index among the nodes; -1 at the top
 };
 
-/// What an import needs to know of a glTF file. Names are without surrounding white space.
+/// What an import takes from a glTF file. Names have no surrounding white space.
 struct GltfScene {
-  std::vector<GltfSceneNode> nodes;          ///< of the default scene, every node behind its parent
-  std::vector<GltfUsedMaterial> materials;   ///< by their place in the file; what carries none comes last
-  std::vector<std::string> unusedMaterials;  ///< the names of those that no mesh of the scene uses
+  std::vector<GltfSceneNode> nodes;          ///< of the default scene, parents first
+  std::vector<GltfUsedMaterial> materials;   ///< in file order; what carries none comes last
+  std::vector<std::string> unusedMaterials;  ///< names that no mesh of the scene uses
   BoundingBox box;                           ///< of the shown meshes, in the scene's space
 };
 
-/// Walks through the default scene of a document that was read whole (see readGltf). A fault when it shows
-/// no mesh, or cannot be measured (see GltfBounds). Usable on any thread.
+/// Reads the default scene of a document from readGltf. A fault when it shows no mesh or cannot be measured
+/// (see GltfBounds). Usable on any thread.
 Result<GltfScene> sceneOf(const GltfDocument& document);
 
 }  // namespace Tal

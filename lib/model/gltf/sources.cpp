@@ -1,5 +1,8 @@
 #include <core/display_text.h>
+#include <files/file_read.h>
 #include <files/path_links.h>
+#include <files/place_status.h>
+#include <files/system.h>
 #include <model/gltf/fault.h>
 #include <model/gltf/sources.h>
 #include <model/gltf_limits.h>
@@ -8,8 +11,8 @@
 #include <array>
 #include <cctype>
 #include <cerrno>
+#include <charconv>
 #include <cstdint>
-#include <fstream>
 #include <optional>
 #include <system_error>
 
@@ -28,33 +31,45 @@ Fault unread(const char* what, int code) {
           "see that the file can be read"};
 }
 
-Result<std::uintmax_t> sizeOfSource(const fs::path& file) {
-  std::error_code failure;
-  const auto status = fs::status(file, failure);
-  if (status.type() == fs::file_type::not_found)
-    return Fault{FaultKind::missing, "does not exist", "check its name"};
-  if (!fs::status_known(status)) return unread("cannot be examined", failure.value());
-  if (!fs::is_regular_file(status)) return Fault{FaultKind::refused, "is no regular file", "name a file"};
-  const auto size = fs::file_size(file, failure);
-  if (failure) return unread("cannot be examined", failure.value());
-  return size;
+/// The size of a regular file.
+Result<std::size_t> sizeOfSource(const fs::path& file) {
+  const files::PlaceStatus status = files::statusOf({".", file});
+  switch (status.kind) {
+    case files::PlaceStatus::Kind::file:
+      return static_cast<std::size_t>(status.identity->size);
+    case files::PlaceStatus::Kind::other:
+      return Fault{FaultKind::refused, "is not a regular file", "name a file"};
+    case files::PlaceStatus::Kind::unknown:
+      return unread("cannot be examined", status.code);
+    case files::PlaceStatus::Kind::deadLink:
+    case files::PlaceStatus::Kind::nothing:
+      break;
+  }
+  return Fault{FaultKind::missing, "does not exist", "check its name"};
 }
 
-Result<std::string> readBytes(const fs::path& file, std::uintmax_t size) {
+/// The first `size` bytes of a file, or all when it has fewer.
+Result<std::string> readBytes(const fs::path& file, std::size_t size) {
+  std::string bytes;
+  bytes.reserve(size);
+  bool isEnough = false;
   errno = 0;
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) return unread("cannot be opened", errno);
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  if (!stream) return Fault{FaultKind::system, "cannot be read", "see that the file can be read"};
-  return bytes;
+  const auto whole = files::readPieces(file, [&](BasicStringRef piece) {
+    isEnough = piece.size() > size - bytes.size();
+    bytes += piece.substr(0, size - bytes.size());
+    return !isEnough;
+  });
+  if (whole || isEnough) return bytes;
+  if (errno != 0) return unread("cannot be read", errno);
+  return Fault{FaultKind::busy, "was changed while it was read", "wait until it is complete"};
 }
 
-int hexDigit(char character) {
-  if (character >= '0' && character <= '9') return character - '0';
-  if (character >= 'a' && character <= 'f') return character - 'a' + 10;
-  if (character >= 'A' && character <= 'F') return character - 'A' + 10;
-  return -1;
+/// The byte that two hexadecimal digits name; empty when a text is anything else.
+std::optional<char> byteOf(BasicStringRef digits) {
+  unsigned byte = 0;
+  const char* const end = digits.data() + digits.size();
+  const bool isByte = digits.size() == 2 && std::from_chars(digits.data(), end, byte, 16).ptr == end;
+  return isByte ? std::optional(static_cast<char>(byte)) : std::nullopt;
 }
 
 /// The scheme of a URI with its colon; empty when it has none, like "textures/wall.png". A single letter is
@@ -128,14 +143,9 @@ std::string percentDecoded(BasicStringRef uri) {
   std::string decoded;
   decoded.reserve(uri.size());
   for (std::size_t index = 0; index < uri.size(); ++index) {
-    const bool isEscape = uri[index] == '%' && uri.size() - index > 2 && hexDigit(uri[index + 1]) >= 0 &&
-                          hexDigit(uri[index + 2]) >= 0;
-    if (!isEscape) {
-      decoded += uri[index];
-      continue;
-    }
-    decoded += static_cast<char>(hexDigit(uri[index + 1]) * 16 + hexDigit(uri[index + 2]));
-    index += 2;
+    const auto byte = uri[index] == '%' ? byteOf(uri.substr(index + 1, 2)) : std::nullopt;
+    decoded += byte.value_or(uri[index]);
+    if (byte) index += 2;
   }
   return decoded;
 }
@@ -169,7 +179,7 @@ Result<fs::path> findGltfSource(const GltfSources& sources, BasicStringRef uri) 
   const fs::path file = files::resolvedPath(path);
   if (!file.empty() && isAllowed(sources, file)) return file;
   std::error_code failure;
-  const fs::path written = fs::weakly_canonical(path.parent_path(), failure) / path.filename();
+  const fs::path written = files::system().weaklyCanonical(path.parent_path(), failure) / path.filename();
   if (failure || !isAllowed(sources, written.lexically_normal()))
     return Fault{FaultKind::refused, "lies outside the folder of the glTF file", kAllowRemedy};
   if (!file.empty()) {
@@ -190,7 +200,7 @@ Result<std::string> readGltfFile(const fs::path& file) {
 Result<std::string> readGltfBytes(const fs::path& file, std::size_t most) {
   const auto size = sizeOfSource(file);
   if (!size) return size.fault();
-  return readBytes(file, std::min<std::uintmax_t>(*size, most));
+  return readBytes(file, std::min(*size, most));
 }
 
 }  // namespace Tal

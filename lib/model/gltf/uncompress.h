@@ -7,14 +7,14 @@
 
 namespace Tal {
 
-/// How many bytes uncompressing may still take of memory or work. A stream can announce any size. So all
-/// streams of a file together are bounded by a fixed sum and a multiple of the file's size.
+/// A bound on the memory and work of uncompressing, since a stream can announce any size. All streams of a
+/// file share a fixed number of bytes and a multiple of the file's size.
 class GltfBudget {
  public:
-  /// For a file of so many bytes.
+  /// For a file of `fileSize` bytes.
   explicit GltfBudget(std::size_t fileSize) noexcept : left_(kFixed + kTimes * fileSize) {}
 
-  /// Whether so many bytes are left, which are then taken.
+  /// Takes `bytes` from what is left; false when there is less.
   bool take(std::size_t bytes) noexcept {
     if (bytes > left_) return false;
     left_ -= bytes;
@@ -28,10 +28,10 @@ class GltfBudget {
   std::size_t left_;
 };
 
-/// Uncompresses the views of EXT_meshopt_compression, and of KHR_meshopt_compression where that holds nothing
-/// else than the former (streams of version 0, no colour filter). Afterwards every view shows its bytes.
-/// `document` was checked (see checkGltf) and its data taken in (see embedGltfData). The fault has the place
-/// of the view. Usable on any thread, as is uncompressGltfMeshes.
+/// Uncompresses the views of EXT_meshopt_compression, and of KHR_meshopt_compression where its streams have
+/// version 0 and no colour filter. Afterwards every view has its bytes. `document` was checked (see
+/// checkGltf) and embedded (see embedGltfData). The fault names the view. Usable on any thread, as is
+/// uncompressGltfMeshes.
 Result<void> uncompressGltfViews(GltfDocument& document, GltfBudget& budget);
 
 /// Uncompresses the primitives of KHR_draco_mesh_compression. Their attributes and indices become new
