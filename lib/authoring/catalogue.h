@@ -2,7 +2,6 @@
 
 #include <core/result.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <files/file_identity.h>
 
 #include <optional>
 #include <string>
@@ -12,10 +11,6 @@ namespace Tal::authoring {
 
 /// A fault when the database cannot be read. Main thread only.
 Result<void> checkDatabase();
-
-/// What tells the present version of the database's file from another one without reading it; nothing when no
-/// root holds the file, or no roots are set up. Main thread only.
-std::optional<files::FileIdentity> databaseIdentity();
 
 /// One model of the database.
 struct CatalogueEntry {
