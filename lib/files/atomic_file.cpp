@@ -115,7 +115,8 @@ class Replacement {
     const auto standing =
         place_.found().file == version_ ? Result<Standing>(place_.found()) : place_.examine();
     if (!standing) return standing.fault();
-    return standing->file == version_ ? check(place_, *standing) : changed();
+    if (standing->file != version_) return changed();
+    return check(place_, *standing);
   }
 
   /// `old` is the open file that the new one is to be like; -1 when it is to be like none.
@@ -134,11 +135,16 @@ class Replacement {
   /// The new file's identity. Renaming touches the time of change; if anything else of it is not as it was
   /// left, another program has been there.
   std::optional<FileIdentity> identity() const {
-    const auto standing = reader_ ? Result<Standing>(Standing{identityOf(reader_.get())}) : place_.examine();
-    if (!standing || !standing->file || !written_) return std::nullopt;
+    std::optional<FileIdentity> now;
+    if (reader_) {
+      now = identityOf(reader_.get());
+    } else if (const auto standing = place_.examine()) {
+      now = standing->file;
+    }
+    if (!now || !written_) return std::nullopt;
     FileIdentity expected = *written_;
-    expected.changed = standing->file->changed;
-    return standing->file == expected ? standing->file : std::nullopt;
+    expected.changed = now->changed;
+    return now == expected ? now : std::nullopt;
   }
 
   int folder() const { return place_.folder(); }

@@ -15,7 +15,8 @@ Result<Location> FileDocuments::find(BasicStringRef name, bool mayBeNew) {
   if (held == held_.end()) return roots_.find(name, mayBeNew);
   const auto lock = held->second.lock.lock();
   const auto version = lock ? lock->identity() : std::nullopt;
-  return version ? Location{held->second.place, version} : roots_.find(name, mayBeNew);
+  if (!version) return roots_.find(name, mayBeNew);
+  return Location{held->second.place, version};
 }
 
 Result<std::optional<files::FileIdentity>> FileDocuments::identity(const files::RootedPath& place) {
