@@ -1,4 +1,3 @@
-#include <authoring/catalogue.h>
 #include <authoring/category.h>
 #include <cli/table.h>
 #include <cli/tool.h>
@@ -7,6 +6,7 @@
 #include <core/nearest_name.h>
 #include <destructibles/database_format.h>
 #include <files/file_identity.h>
+#include <resources/data_section_cache.h>
 #include <resources/file_system.h>
 
 #include <unistd.h>
@@ -185,9 +185,10 @@ bool Tool::save(authoring::Session& session) {
 }
 
 bool Tool::save(const std::function<Result<authoring::Outcome>()>& operation) {
-  const std::optional<files::FileIdentity> before = authoring::databaseIdentity();
+  // The versions that were read, before and after: nobody has to ask for the file again.
+  const std::optional<files::FileIdentity> before = DataSectionCache::version(database_format::kDatabaseFile);
   checkEdit(withoutInterrupt(operation));
-  const bool isChanged = authoring::databaseIdentity() != before;
+  const bool isChanged = DataSectionCache::version(database_format::kDatabaseFile) != before;
   if (isChanged) noteDone("the model was saved");
   return isChanged;
 }

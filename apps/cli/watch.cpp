@@ -58,8 +58,8 @@ void watch(const std::string& model, Tool& tool) {
 
 void addWatch(CLI::App& program, Tool& tool) {
   auto model = std::make_shared<std::string>();
-  CLI::App* const command = program.add_subcommand(
-      "watch", "Print a line whenever the database or the model is reloaded, until interrupted");
+  CLI::App* const command =
+      program.add_subcommand("watch", "Print a line whenever the database or the model is reloaded");
   addModel(*command, *model);
   command->footer("Example:\n  destructibles watch content/props/crate.model");
   command->callback([model, &tool] { watch(*model, tool); });

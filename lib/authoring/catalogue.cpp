@@ -66,13 +66,6 @@ std::set<std::string> modelFileSet() {
 
 }  // namespace
 
-std::optional<files::FileIdentity> databaseIdentity() {
-  const FS::MultiFileSystem* const files = FS::fileSystem();
-  if (files == nullptr) return std::nullopt;
-  const auto location = files->locate(database_format::kDatabaseFile, false);
-  return location ? location->file : std::nullopt;
-}
-
 Result<void> checkSpelling(const std::string& modelName) {
   if (auto checked = FS::MultiFileSystem::checkName(modelName); !checked)
     return refused(checked.fault().what, "give a name below the resource roots");

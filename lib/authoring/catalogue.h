@@ -2,17 +2,12 @@
 
 #include <core/result.h>
 #include <destructibles/ks_destructibles_helper.h>
-#include <files/file_identity.h>
 
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace Tal::authoring {
-
-/// What tells the present version of the database's file from another one without reading it; nothing when no
-/// root holds the file, or no roots are set up. Main thread only.
-std::optional<files::FileIdentity> databaseIdentity();
 
 /// One model of the database.
 struct CatalogueEntry {

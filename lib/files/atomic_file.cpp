@@ -2,7 +2,6 @@
 #include <files/atomic_file.h>
 #include <files/file_attributes.h>
 #include <files/file_descriptor.h>
-
 #include <files/file_lock.h>
 #include <files/folder_names.h>
 #include <files/new_folder.h>
@@ -26,7 +25,7 @@ namespace {
 namespace fs = std::filesystem;
 
 /// A temporary file is ".NAME.PROCESS-NUMBER.saving". Its writer holds its lock, so that a left-over can be
-/// told from one in use.
+/// distinguished from one in use.
 constexpr BasicStringRef kTemporaryEnding = ".saving";
 constexpr std::size_t kLongestName = 255;
 constexpr mode_t kPermissions = 07777;
@@ -56,69 +55,96 @@ bool isForOthersToSet(int code) {
   return code == EPERM || code == EINVAL;
 }
 
-/// The file that is to be replaced; empty when there is none. A link is as nothing: it leads to nothing, or
-/// was none when the place was opened. A fault when it must not be replaced.
-Result<std::optional<struct stat>> examine(const OpenPlace& place, const std::string& name) {
-  struct stat status {};
-  if (system().fstatat(place.folder(), name.c_str(), status, AT_SYMLINK_NOFOLLOW) != 0) {
-    if (errno != ENOENT) return failedStep("examining", place.path(), errno);
-    return std::optional<struct stat>();
-  }
-  if (S_ISLNK(status.st_mode)) return std::optional<struct stat>();
-  if (S_ISDIR(status.st_mode)) return failedStep("replacing", place.path(), EISDIR);
-  if (!S_ISREG(status.st_mode))
+/// A fault when what stands at a place must not be replaced.
+Result<void> check(const OpenPlace& place, const Standing& standing) {
+  if (!standing.file) return {};
+  if (S_ISDIR(standing.mode)) return failedStep("replacing", place.path(), EISDIR);
+  if (!S_ISREG(standing.mode))
     return Fault{FaultKind::refused, quotedName(place.path().native()) + " is no regular file",
                  "move it away"};
   // Replacing needs no permission on the file itself; but who protects a file means its content.
-  const bool isProtected = (status.st_mode & kAnyWrite) == 0;
-  if (isProtected || system().faccessat(place.folder(), name.c_str(), W_OK) != 0)
+  const bool isProtected = (standing.mode & kAnyWrite) == 0;
+  if (isProtected || system().faccessat(place.folder(), place.name().c_str(), W_OK) != 0)
     return failedStep("replacing the protected file", place.path(), isProtected ? EACCES : errno);
-  return std::optional(status);
+  return {};
+}
+
+/// A file of the folder, for its rights and attributes alone when it may not be read.
+FileDescriptor openPattern(const OpenPlace& place, const std::string& name) {
+  const auto open = [&](int flags) {
+    return FileDescriptor(retryOnEintr(
+        [&] { return system().openat(place.folder(), name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, 0); }));
+  };
+  FileDescriptor file = open(O_RDONLY | O_NONBLOCK);
+  return file || errno != EACCES ? std::move(file) : open(O_PATH);
 }
 
 /// One replacement, step by step; each step gives the fault that ends it.
 class Replacement {
  public:
-  explicit Replacement(const OpenPlace& place) : place_(place) {}
   Replacement(const OpenPlace& place, const std::optional<FileIdentity>& version)
-      : place_(place), isVersionGiven_(true), version_(version) {}
-  Replacement(const std::string& pattern, const OpenPlace& place, const std::optional<FileIdentity>& version)
-      : place_(place),
-        pattern_(pattern.empty() ? place.name() : pattern),
-        isVersionGiven_(true),
-        version_(version) {}
+      : place_(place), version_(version) {}
   ~Replacement() {
     if (isTemporaryThere_) system().unlinkat(place_.folder(), temporary_.c_str(), 0);
   }
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
 
-  Result<Replaced> run(BasicStringRef content) {
-    auto old = examine(place_, pattern_);
-    if (!old) return std::move(old).fault();
-    old_ = *old;
+  /// The new file is like the file `pattern` of the same folder.
+  Result<Replaced> runLike(const std::string& pattern, BasicStringRef content) {
+    if (auto checked = checkVersion(); !checked) return std::move(checked).fault();
+    if (pattern.empty()) return replace(-1, content);
+    const FileDescriptor old = openPattern(place_, pattern);
+    if (!old) return errno == ENOENT ? changed() : failedStep("examining", place_.path(), errno);
+    return replace(old.get(), content);
+  }
+
+  /// The new file is like the one that it replaces, whose lock goes over to it.
+  Result<Replaced> run(BasicStringRef content, FileLock* lock) {
+    const bool isLocked = lock != nullptr && version_ && lock->identity() == version_;
+    if (!isLocked) return runLike(version_ ? place_.name() : std::string(), content);
+    if (auto checked = checkVersion(); !checked) return std::move(checked).fault();
+    auto replaced = replace(lock->descriptor(), content);
+    if (replaced && hasLock_) lock->moveTo(std::move(reader_));
+    return replaced;
+  }
+
+ private:
+  /// A fault when another version stands there, or one that must not be replaced.
+  Result<void> checkVersion() const {
+    const auto standing =
+        place_.found().file == version_ ? Result<Standing>(place_.found()) : place_.examine();
+    if (!standing) return standing.fault();
+    if (standing->file != version_) return changed();
+    return check(place_, *standing);
+  }
+
+  /// `old` is the open file that the new one is to be like; -1 when it is to be like none.
+  Result<Replaced> replace(int old, BasicStringRef content) {
     removeLeftOvers();
-    if (auto done = prepare(content); !done) return std::move(done).fault();
-    if (isVersionGiven_) {
-      const auto now = place_.look();
-      if (!now) return now.fault();
-      if (now->file != version_) return changed();
-    }
+    if (auto done = prepare(old, content); !done) return std::move(done).fault();
+    const auto now = place_.examine();
+    if (!now) return now.fault();
+    if (now->file != version_) return changed();
     if (!rename()) return errno == EEXIST ? changed() : failedStep("renaming to", place_.path(), errno);
     isTemporaryThere_ = false;
     Result<void> flushed = flushFolderOfFile();
     return Replaced{identity(), std::move(flushed)};
   }
 
- private:
   /// The new file's identity. Renaming touches the time of change; if anything else of it is not as it was
   /// left, another program has been there.
   std::optional<FileIdentity> identity() const {
-    std::optional<FileIdentity> now = place_.identity();
+    std::optional<FileIdentity> now;
+    if (reader_) {
+      now = identityOf(reader_.get());
+    } else if (const auto standing = place_.examine()) {
+      now = standing->file;
+    }
     if (!now || !written_) return std::nullopt;
     FileIdentity expected = *written_;
     expected.changed = now->changed;
-    return *now == expected ? now : std::nullopt;
+    return now == expected ? now : std::nullopt;
   }
 
   int folder() const { return place_.folder(); }
@@ -133,26 +159,30 @@ class Replacement {
   }
 
   /// Makes the temporary file and brings it to the disk.
-  Result<void> prepare(BasicStringRef content) {
-    if (auto done = open(); !done) return done;
+  Result<void> prepare(int old, BasicStringRef content) {
+    if (auto done = open(old); !done) return done;
     if (auto done = write(content); !done) return done;
     return flushAndClose();
   }
 
-  Result<void> open() {
-    makeTemporary();
+  Result<void> open(int old) {
+    makeTemporary(old < 0 ? kNewFile : kOnlyOwner);  // until it has the old one's rights
     if (!descriptor_) return failTemporary("making");
     isTemporaryThere_ = true;
-    tryLock(descriptor_.get());  // tells others that it is in use
-    if (!old_) return {};
-    return keepOwnerAndRights();
+    // Stays open when the file has its name. Closing what was written there would look like a change.
+    reader_ = FileDescriptor(retryOnEintr(
+        [&] { return system().openat(folder(), temporary_.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW, 0); }));
+    if (!reader_ && errno != EACCES) return failTemporary("making");
+    // Shows others that it is in use. Some network file systems lock only what is open for writing.
+    hasLock_ = reader_ && tryLock(reader_.get());
+    if (!hasLock_) tryLock(descriptor_.get());
+    return old < 0 ? Result<void>() : keepOwnerAndRights(old);
   }
 
   /// Under the next name when something of that name is there: where processes get the same few numbers
   /// again and again, a killed one of the same number may have left it.
-  void makeTemporary() {
+  void makeTemporary(mode_t mode) {
     constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW;
-    const mode_t mode = old_ ? kOnlyOwner : kNewFile;  // until it has the old one's rights
     for (int attempt = 0; attempt < kNames; ++attempt) {
       temporary_ = temporaryNameFor(place_.name());
       descriptor_ = FileDescriptor(
@@ -161,23 +191,25 @@ class Replacement {
     }
   }
 
-  Result<void> keepOwnerAndRights() {
+  Result<void> keepOwnerAndRights(int from) {
+    struct stat old {};
     struct stat made {};
+    if (system().fstat(from, old) != 0) return failedStep("examining", place_.path(), errno);
     if (system().fstat(descriptor_.get(), made) != 0) return failTemporary("examining");
     // Another owner can be set by few; the group or nothing at all is the best that others can do.
-    const bool isOwnerOther = made.st_uid != old_->st_uid || made.st_gid != old_->st_gid;
-    if (isOwnerOther && !setOwner(old_->st_uid) && !setOwner(made.st_uid) && !isForOthersToSet(errno))
+    const bool isOwnerOther = made.st_uid != old.st_uid || made.st_gid != old.st_gid;
+    if (isOwnerOther && !setOwner(old.st_uid, old.st_gid) && !setOwner(made.st_uid, old.st_gid) &&
+        !isForOthersToSet(errno))
       return failTemporary("setting the owner of");
-    mode_t mode = old_->st_mode & kPermissions;
-    if (!copyAttributes(place_.folder(), pattern_, descriptor_.get(), mode))
-      return failTemporary("setting the attributes of");
-    if (retryOnEintr([&] { return system().fchmod(descriptor_.get(), mode); }) != 0)
+    const auto mode = copyAttributes(from, descriptor_.get(), old.st_mode & kPermissions, temporaryPath());
+    if (!mode) return mode.fault();
+    if (retryOnEintr([&] { return system().fchmod(descriptor_.get(), *mode); }) != 0)
       return failTemporary("setting the permissions of");
     return {};
   }
 
-  bool setOwner(uid_t owner) const {
-    return retryOnEintr([&] { return system().fchown(descriptor_.get(), owner, old_->st_gid); }) == 0;
+  bool setOwner(uid_t owner, gid_t group) const {
+    return retryOnEintr([&] { return system().fchown(descriptor_.get(), owner, group); }) == 0;
   }
 
   /// What processes that were killed while they saved this file have left beside it.
@@ -215,59 +247,61 @@ class Replacement {
 
   // False, with errno, when it fails.
   bool rename() const {
-    const bool isToBeNew = isVersionGiven_ && !version_;
-    if (isToBeNew) return place_.renameToFree(temporary_, place_.name());
+    if (!version_) return place_.renameToFree(temporary_, place_.name());
     const char* const to = place_.name().c_str();
     return retryOnEintr([&] { return system().renameat2(folder(), temporary_.c_str(), folder(), to, 0); }) ==
            0;
   }
 
   Result<void> flushFolderOfFile() {
-    if (flushFolder(folder())) return {};
-    Fault fault = failedStep("flushing the folder of", place_.path(), errno);
+    auto flushed = flushFolder(folder(), place_.path());
+    if (flushed) return flushed;
+    Fault fault = std::move(flushed).fault();
     fault.kind = FaultKind::unflushed;
     return fault;
   }
 
   const OpenPlace& place_;
-  std::string pattern_ = place_.name();  ///< of the file whose rights the new one gets
-  bool isVersionGiven_ = false;
-  std::optional<FileIdentity> version_;
+  const std::optional<FileIdentity>& version_;  ///< that is to be replaced
   std::string temporary_;
-  std::optional<struct stat> old_;  ///< the file to be replaced
   bool isTemporaryThere_ = false;
-  FileDescriptor descriptor_;
+  FileDescriptor descriptor_;  ///< the new file, while it is written
+  FileDescriptor reader_;      ///< the same for reading; none where that is refused
+  bool hasLock_ = false;       ///< by the reader
   std::optional<FileIdentity> written_;
 };
 
 }  // namespace
 
 Result<void> replaceFile(const OpenPlace& place, BasicStringRef content) {
-  auto replaced = Replacement(place).run(content);
+  const auto standing = place.examine();
+  if (!standing) return standing.fault();
+  auto replaced = replaceVersion(place, content, standing->file);
   if (!replaced) return std::move(replaced).fault();
   return std::move(replaced->flushed);
 }
 
 Result<Replaced> replaceVersion(const OpenPlace& place, BasicStringRef content,
-                                const std::optional<FileIdentity>& version) {
-  return Replacement(place, version).run(content);
+                                const std::optional<FileIdentity>& version, FileLock* lock) {
+  return Replacement(place, version).run(content, lock);
 }
 
 Result<Replaced> replaceVersionLike(const std::string& pattern, const OpenPlace& place,
                                     BasicStringRef content, const std::optional<FileIdentity>& version) {
-  return Replacement(pattern, place, version).run(content);
+  return Replacement(place, version).runLike(pattern, content);
 }
 
-Result<void> checkReplaceable(const OpenPlace& place) {
-  if (auto old = examine(place, place.name()); !old) return std::move(old).fault();
-  return {};
+Result<Standing> checkReplaceable(const OpenPlace& place) {
+  auto standing = place.examine();
+  if (!standing) return standing;
+  if (auto checked = check(place, *standing); !checked) return std::move(checked).fault();
+  return standing;
 }
 
 Result<void> removeFile(const OpenPlace& place) {
   if (system().unlinkat(place.folder(), place.name().c_str(), 0) != 0 && errno != ENOENT)
     return failedStep("removing", place.path(), errno);
-  if (flushFolder(place.folder())) return {};
-  return failedStep("flushing the folder of", place.path(), errno);
+  return flushFolder(place.folder(), place.path());
 }
 
 std::string temporaryNameFor(BasicStringRef fileName) {

@@ -31,8 +31,7 @@ Result<void> BackupFile::keep() {
 Result<void> BackupFile::take() {
   if (auto done = makeWith([this] { return place_.renameToFree(place_.name(), backup_); }); !done)
     return done;
-  if (flushFolder(place_.folder())) return {};
-  return failedStep("flushing the folder of", place_.path(), errno);
+  return flushFolder(place_.folder(), place_.path());
 }
 
 // Makes the second name; `make` is false, with errno, when it cannot.
@@ -97,8 +96,9 @@ Result<void> BackupFile::restore() {
     return fault;
   }
   system().unlinkat(folder, backup.c_str(), 0);  // is there still if both were names of the same version
-  if (flushFolder(folder)) return {};
-  Fault fault = failedStep("flushing the folder of", place_.path(), errno);
+  auto flushed = flushFolder(folder, place_.path());
+  if (flushed) return flushed;
+  Fault fault = std::move(flushed).fault();
   fault.kind = FaultKind::unflushed;
   return fault;
 }

@@ -34,7 +34,7 @@ class BackupFile {
 
   /// Puts the kept version back where there is no file, first of all that needs memory. After a fault of the
   /// kind `unflushed` it is there, too. After any other it stays under its second name, which the fault
-  /// tells: also when this object is gone, until something saves that file.
+  /// names: also when this object is gone, until something saves that file.
   Result<void> restore();
 
   /// Removes the second name, if any.

@@ -1,12 +1,10 @@
 #include <core/string_ref.h>
 #include <files/file_attributes.h>
-#include <files/file_descriptor.h>
-#include <files/retry_on_eintr.h>
 #include <files/system.h>
+#include <files/system_fault.h>
 
 #include <sys/xattr.h>
 
-#include <fcntl.h>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -38,7 +36,7 @@ bool isToBeLeftOut(int code) noexcept {
   }
 }
 
-/// What a call that fills a buffer gives, whose size it tells when there is none; empty, with errno, when it
+/// What a call that fills a buffer gives, whose size it gives when there is none; empty, with errno, when it
 /// fails.
 template <class Call>
 std::optional<std::string> filledBy(const Call& call) {
@@ -55,41 +53,34 @@ std::optional<std::string> filledBy(const Call& call) {
   }
 }
 
-/// A file whose attributes are read, opened so that no other one can be put in its place meanwhile.
+/// A file whose attributes are read.
 class Source {
  public:
-  Source(int folder, const std::string& name) {
-    const auto open = [&](int flags) {
-      return FileDescriptor(retryOnEintr(
-          [&] { return system().openat(folder, name.c_str(), flags | O_NOFOLLOW | O_CLOEXEC, 0); }));
-    };
-    file_ = open(O_RDONLY | O_NONBLOCK);
-    isReadable_ = static_cast<bool>(file_);
-    if (isReadable_ || errno != EACCES) return;
-    file_ = open(O_PATH);
-    path_ = "/proc/self/fd/" + std::to_string(file_.get());
-  }
-
-  /// False, with errno, when it could not be opened.
-  explicit operator bool() const noexcept { return static_cast<bool>(file_); }
+  explicit Source(int file) : file_(file), path_("/proc/self/fd/" + std::to_string(file)) {}
 
   std::optional<std::string> names() const {
     return filledBy([this](char* buffer, std::size_t size) {
-      return isReadable_ ? system().flistxattr(file_.get(), buffer, size)
-                         : system().listxattr(path_.c_str(), buffer, size);
+      return byHandleOrPath([&] { return system().flistxattr(file_, buffer, size); },
+                            [&] { return system().listxattr(path_.c_str(), buffer, size); });
     });
   }
 
   std::optional<std::string> attribute(const char* name) const {
     return filledBy([&](char* buffer, std::size_t size) {
-      return isReadable_ ? system().fgetxattr(file_.get(), name, buffer, size)
-                         : system().getxattr(path_.c_str(), name, buffer, size);
+      return byHandleOrPath([&] { return system().fgetxattr(file_, name, buffer, size); },
+                            [&] { return system().getxattr(path_.c_str(), name, buffer, size); });
     });
   }
 
  private:
-  FileDescriptor file_;
-  bool isReadable_ = false;
+  /// What is open as a path alone has no attributes by its handle.
+  template <class ByHandle, class ByPath>
+  static std::ptrdiff_t byHandleOrPath(const ByHandle& byHandle, const ByPath& byPath) {
+    const std::ptrdiff_t result = byHandle();
+    return result < 0 && errno == EBADF ? byPath() : result;
+  }
+
+  int file_;
   std::string path_;
 };
 
@@ -116,7 +107,7 @@ bool copyAccessControlList(const Source& from, int to, std::uint32_t& mode) {
   const auto list = from.attribute(kAccessControlList);
   if (list && setAttribute(to, kAccessControlList, *list)) return true;
   if (!isToBeLeftOut(errno)) return false;
-  // Beside a list, a mode tells of the group what others on the list may have.
+  // Beside a list, the group bits of a mode say what others on the list may have.
   if (list) mode &= ~kGroupRights | groupRightsIn(*list);
   return !list || system().fremovexattr(to, kAccessControlList) == 0 || isToBeLeftOut(errno);
 }
@@ -133,19 +124,21 @@ bool copyAttribute(const Source& from, int to, const char* name) {
 
 }  // namespace
 
-bool copyAttributes(int folder, const std::string& name, int to, std::uint32_t& mode) {
-  const Source source(folder, name);
-  if (!source) return isToBeLeftOut(errno);
+Result<std::uint32_t> copyAttributes(int from, int to, std::uint32_t mode,
+                                     const std::filesystem::path& shown) {
+  const Source source(from);
+  const auto failed = [&shown] { return failedStep("setting the attributes of", shown, errno); };
   const auto names = source.names();
-  if (!names && !isToBeLeftOut(errno)) return false;
+  if (!names && !isToBeLeftOut(errno)) return failed();
   bool hasList = false;
   for (BasicStringRef rest = names ? BasicStringRef(*names) : BasicStringRef(); !rest.empty();) {
     const BasicStringRef found = rest.substr(0, rest.find('\0'));
     rest.remove_prefix(found.size() + 1);
     hasList = hasList || found == kAccessControlList;
-    if (found.starts_with(kOfUsers) && !copyAttribute(source, to, found.data())) return false;
+    if (found.starts_with(kOfUsers) && !copyAttribute(source, to, found.data())) return failed();
   }
-  return hasList ? copyAccessControlList(source, to, mode) : removeAccessControlList(to);
+  if (hasList ? copyAccessControlList(source, to, mode) : removeAccessControlList(to)) return mode;
+  return failed();
 }
 
 }  // namespace Tal::files

@@ -8,7 +8,7 @@ struct stat;
 
 namespace Tal::files {
 
-/// What tells one version of a file from another without reading it.
+/// Distinguishes the versions of a file without reading it.
 struct FileIdentity {
   std::uint64_t device = 0;
   std::uint64_t inode = 0;

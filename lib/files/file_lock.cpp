@@ -70,8 +70,8 @@ Result<void> waitForLock(int descriptor, std::chrono::milliseconds patience) {
   return {};
 }
 
-bool FileLock::isOf(const FileIdentity& file) const {
-  return isSameFile(identityOf(descriptor_.get()), file);
+std::optional<FileIdentity> FileLock::identity() const {
+  return descriptor_ ? identityOf(descriptor_.get()) : std::nullopt;
 }
 
 Result<FileLock> FileLock::acquire(const std::filesystem::path& file, std::chrono::milliseconds patience) {

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -22,9 +23,14 @@ class FileLock {
   /// `absence` says why. Usable on any thread.
   static Result<FileLock> acquire(const std::filesystem::path& file, std::chrono::milliseconds patience);
 
-  /// Whether it holds the file of that identity: not when it holds nothing, nor when that has replaced the
-  /// one that it was acquired for.
-  bool isOf(const FileIdentity& file) const;
+  /// The version of the locked file as it is now; empty when the lock holds nothing.
+  std::optional<FileIdentity> identity() const;
+
+  /// The locked file, open for reading and owned by the lock; -1 when it holds nothing.
+  int descriptor() const noexcept { return descriptor_.get(); }
+
+  /// Lets go of the file and holds the one that has replaced it, which `replacement` has locked.
+  void moveTo(FileDescriptor replacement) noexcept { descriptor_ = std::move(replacement); }
 
   /// Why the lock holds nothing though the file is there: the system's reason. Else empty.
   const std::string& absence() const noexcept { return absence_; }

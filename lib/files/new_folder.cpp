@@ -60,10 +60,11 @@ Result<void> makeFolderIn(int above, const std::string& name, const fs::path& sh
     return failedMaking(shown, code);
   }
   const FileDescriptor descriptor = openFolderAt(above, ".", O_RDONLY);
-  if (descriptor ? flushFolder(descriptor.get()) : errno == EACCES) return {};
-  Fault fault = failedStep("flushing the folder of", shown, errno);
-  system().unlinkat(above, name.c_str(), AT_REMOVEDIR);  // or nobody would flush it any more
-  return fault;
+  if (!descriptor && errno == EACCES) return {};
+  Result<void> flushed =
+      descriptor ? flushFolder(descriptor.get(), shown) : failedStep("flushing the folder of", shown, errno);
+  if (!flushed) system().unlinkat(above, name.c_str(), AT_REMOVEDIR);  // or nobody would flush it any more
+  return flushed;
 }
 
 NewFolders::NewFolders(fs::path folder) {
@@ -76,8 +77,9 @@ NewFolders::~NewFolders() {
   for (const fs::path& folder : missing_) system().unlinkat(AT_FDCWD, folder.c_str(), AT_REMOVEDIR);
 }
 
-bool flushFolder(int descriptor) {
-  return retryOnEintr([descriptor] { return system().fsync(descriptor); }) == 0 || errno == EINVAL;
+Result<void> flushFolder(int folder, const fs::path& file) {
+  if (retryOnEintr([folder] { return system().fsync(folder); }) == 0 || errno == EINVAL) return {};
+  return failedStep("flushing the folder of", file, errno);
 }
 
 }  // namespace Tal::files

@@ -36,8 +36,8 @@ class NewFolders {
 /// The folder that a path stands in: "." for a name alone.
 std::filesystem::path folderAbove(const std::filesystem::path& path);
 
-/// Brings to the disk which files a folder holds. False, with errno, when that fails; a file system that
-/// has no such call keeps its own order, and counts as a success.
-[[nodiscard]] bool flushFolder(int descriptor);
+/// Brings to the disk which files an open folder holds; `file` is the one that the fault names. A file system
+/// that has no such call keeps its own order, and counts as a success.
+Result<void> flushFolder(int folder, const std::filesystem::path& file);
 
 }  // namespace Tal::files

@@ -90,11 +90,21 @@ Result<OpenPlace> OpenPlace::open(const OpenRoot& root, const fs::path& name) {
   place.name_ = relative.filename().native();
   const fs::path folder = relative.parent_path();
   if (!folder.empty()) place.folder_ = openBeneath(root.folder(), folder);
-  if (place.folder_) return place;
+  if (place.folder_) return examined(std::move(place));
   if (auto walked = place.walk(root, folder); !walked) {
     place.removeMadeFolders();
     return std::move(walked).fault();
   }
+  return examined(std::move(place));
+}
+
+Result<OpenPlace> OpenPlace::examined(OpenPlace place) {
+  auto found = place.examine();
+  if (!found) {
+    place.removeMadeFolders();
+    return std::move(found).fault();
+  }
+  place.found_ = *found;
   return place;
 }
 
@@ -105,8 +115,8 @@ std::optional<OpenPlace> OpenPlace::withoutLinks(const OpenRoot& root, const fs:
   if (!place.folder_) return std::nullopt;
   place.name_ = name.filename().native();
   place.path_ = root.path() / name;
-  const auto standing = place.look();
-  return standing && !standing->isLink ? std::optional(std::move(place)) : std::nullopt;
+  auto opened = examined(std::move(place));
+  return opened && !opened->found().isLink ? std::optional(*std::move(opened)) : std::nullopt;
 }
 
 Result<void> OpenPlace::walk(const OpenRoot& root, const fs::path& folder) {
@@ -136,7 +146,7 @@ Result<OpenPlace> OpenPlace::beside(const std::string& name) const {
   place.path_ = path_.parent_path() / name;
   place.folder_ = openAt(folder(), ".", O_RDONLY | O_DIRECTORY);
   if (!place.folder_) return failedStep("opening the folder", place.path_.parent_path(), errno);
-  return place;
+  return examined(std::move(place));
 }
 
 bool OpenPlace::isInFolderOf(const OpenPlace& other) const {
@@ -151,7 +161,7 @@ void OpenPlace::removeMadeFolders() noexcept {
   made_.clear();
 }
 
-Result<Standing> OpenPlace::look() const {
+Result<Standing> OpenPlace::examine() const {
   struct stat status {};
   if (system().fstatat(folder_.get(), name_.c_str(), status, AT_SYMLINK_NOFOLLOW) != 0) {
     if (errno != ENOENT) return failedStep("examining", path_, errno);
@@ -159,13 +169,9 @@ Result<Standing> OpenPlace::look() const {
   }
   Standing standing;
   standing.isLink = S_ISLNK(status.st_mode);
+  standing.mode = status.st_mode;
   if (!standing.isLink) standing.file = identityIn(status);
   return standing;
-}
-
-std::optional<FileIdentity> OpenPlace::identity() const {
-  const auto standing = look();
-  return standing ? standing->file : std::nullopt;
 }
 
 bool OpenPlace::renameToFree(const std::string& from, const std::string& to) const {

@@ -5,6 +5,7 @@
 #include <files/file_identity.h>
 #include <files/rooted_path.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -32,6 +33,7 @@ class OpenRoot {
 struct Standing {
   std::optional<FileIdentity> file;  ///< what is no link; empty when there is none
   bool isLink = false;               ///< which leads to nothing: one that leads on was followed
+  std::uint32_t mode = 0;            ///< the kind and the permissions of what is there
 };
 
 /// The place of a file in a folder that was opened once. What is done here stays in that folder and under
@@ -64,14 +66,14 @@ class OpenPlace {
   /// The path that led there, for messages.
   const std::filesystem::path& path() const noexcept { return path_; }
 
-  /// What stands there now. A fault when that cannot be told.
-  Result<Standing> look() const;
+  /// What stood there when the place was opened.
+  const Standing& found() const noexcept { return found_; }
 
-  /// The identity of the file that stands there now; empty when there is none, or when that cannot be told.
-  std::optional<FileIdentity> identity() const;
+  /// What stands there now. A fault when that cannot be examined.
+  Result<Standing> examine() const;
 
   /// Renames a file of the open folder, this one or another, to a name that no file there has. Where the file
-  /// system cannot tell, a file that has it is replaced. False, with errno, when that fails: EEXIST when
+  /// system cannot do that, a file that has it is replaced. False, with errno, when that fails: EEXIST when
   /// there is such a file.
   bool renameToFree(const std::string& from, const std::string& to) const;
 
@@ -85,14 +87,17 @@ class OpenPlace {
     std::string name;
   };
 
-  /// The place, if no link leads there and its folder exists; empty when that is not so or cannot be told.
+  /// The place, if no link leads there and its folder exists; empty when that is not so or is unknown.
   static std::optional<OpenPlace> withoutLinks(const OpenRoot& root, const std::filesystem::path& name);
+  /// The place whose folder is open, with what stands there.
+  static Result<OpenPlace> examined(OpenPlace place);
   /// Opens a folder step by step, and makes those that are missing.
   Result<void> walk(const OpenRoot& root, const std::filesystem::path& folder);
 
   FileDescriptor folder_;
   std::string name_;
   std::filesystem::path path_;
+  Standing found_;
   std::vector<Folder> made_;  ///< the highest first
 };
 

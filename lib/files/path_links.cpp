@@ -14,11 +14,6 @@ fs::path resolvedPath(const fs::path& path) {
   return error ? fs::path() : result;
 }
 
-bool isLink(const fs::path& path) {
-  std::error_code error;
-  return fs::is_symlink(path, error);
-}
-
 bool isPathBelow(const fs::path& path, const fs::path& folder) {
   const auto [inFolder, inPath] = std::mismatch(folder.begin(), folder.end(), path.begin(), path.end());
   return inFolder == folder.end();

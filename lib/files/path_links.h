@@ -8,9 +8,6 @@ namespace Tal::files {
 /// followed to its end.
 std::filesystem::path resolvedPath(const std::filesystem::path& path);
 
-/// Whether what stands at the path is a symbolic link, wherever it leads.
-bool isLink(const std::filesystem::path& path);
-
 /// Whether a resolved path is a resolved folder or lies below it.
 bool isPathBelow(const std::filesystem::path& path, const std::filesystem::path& folder);
 

@@ -75,7 +75,7 @@ PlaceStatus statusOf(const RootedPath& place) {
   if (isNothing(code)) return statusOfNothing(root.get(), name);
   // A folder takes no such name, and no file is behind so many links.
   if (code == ENAMETOOLONG || code == ELOOP) return unknown(code);
-  // What cannot be told without the path: a link that leads out or is absolute, a system without that call.
+  // What is unknown without the path: a link that leads out or is absolute, a system without that call.
   return statusByPath(place);
 }
 

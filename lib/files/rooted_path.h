@@ -7,7 +7,7 @@
 
 namespace Tal::files {
 
-/// The place of a file that is not to be looked for outside a folder.
+/// The place of a file below a folder, outside which it is not to be searched for.
 struct RootedPath {
   std::filesystem::path root;
   std::filesystem::path name;  ///< relative, without ".."

@@ -68,6 +68,10 @@ std::ptrdiff_t System::read(int descriptor, void* bytes, std::size_t size) {
   return ::read(descriptor, bytes, size);
 }
 
+std::ptrdiff_t System::pread(int descriptor, void* bytes, std::size_t size, std::size_t offset) {
+  return ::pread(descriptor, bytes, size, static_cast<off_t>(offset));
+}
+
 std::ptrdiff_t System::write(int descriptor, const void* bytes, std::size_t size) {
   return ::write(descriptor, bytes, size);
 }

@@ -35,6 +35,7 @@ class System {
   /// @name Contents
   /// @{
   virtual std::ptrdiff_t read(int descriptor, void* bytes, std::size_t size);
+  virtual std::ptrdiff_t pread(int descriptor, void* bytes, std::size_t size, std::size_t offset);
   virtual std::ptrdiff_t write(int descriptor, const void* bytes, std::size_t size);
   virtual std::ptrdiff_t sendfile(int to, int from, std::size_t size);
   virtual int fsync(int descriptor);

@@ -63,8 +63,7 @@ Result<void> FileSet::openPlaces(const std::filesystem::path& root,
         return fault;
       }
     }
-    if (auto checked = files::checkReplaceable(entry.place); !checked) return checked;
-    const auto standing = entry.place.look();
+    const auto standing = files::checkReplaceable(entry.place);
     if (!standing) return standing.fault();
     entry.found = standing->file;
   }
@@ -76,10 +75,7 @@ Result<files::OpenPlace> FileSet::placeOf(const Entry& entry, const files::OpenR
   const Entry& first = entries_.front();
   if (&entry != &first && entry.name.parent_path() == first.name.parent_path()) {
     auto place = first.place.beside(entry.name.filename().native());
-    if (!place) return place;
-    const auto standing = place->look();
-    if (!standing) return standing.fault();
-    if (!standing->isLink) return place;  // a link leads to a place of its own
+    if (!place || !place->found().isLink) return place;  // a link leads to a place of its own
   }
   return files::OpenPlace::open(root, entry.name);
 }
@@ -115,14 +111,14 @@ Result<void> FileSet::putOldAside() {
     if (auto kept = first.old.keep(); !kept) return kept;
     // A second name touches its time of change.
     files::FileIdentity expected = *first.found;
-    const auto now = first.place.look();
+    const auto now = first.place.examine();
     if (!now) return now.fault();
     first.found = now->file;
     if (first.found) expected.changed = first.found->changed;
     if (first.found != expected) return changed(first);
   }
   for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
-    const auto now = entry->place.look();
+    const auto now = entry->place.examine();
     if (!now) return now.fault();
     if (&*entry != &first && now->file != entry->found) return changed(*entry);
     const bool isToGo = now->isLink || (entry->found && &*entry != &first);
@@ -145,7 +141,7 @@ Result<void> FileSet::replace(Entry& entry) {
 // Not what another program has put there since.
 std::string FileSet::removeWritten(Entry& entry) {
   if (!entry.written) return {};
-  const auto now = entry.place.look();
+  const auto now = entry.place.examine();
   Result<void> removed;
   if (!now) removed = now.fault();
   if (now && files::isSameFile(now->file, entry.written)) removed = files::removeFile(entry.place);

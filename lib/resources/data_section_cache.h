@@ -1,16 +1,18 @@
 #pragma once
 
 #include <core/string_ref.h>
+#include <files/file_identity.h>
 
 #include <memory>
+#include <optional>
 
 namespace Tal {
 
-/// Keeps the documents that were opened by resource name. An open looks at the file's identity (device,
+/// Keeps the documents that were opened by resource name. An open compares the file's identity (device,
 /// inode, size, modification and change time) and parses it again only when that changed, or when the file
-/// has other bytes than before although it was changed so shortly before the last look that its times cannot
-/// tell. A document with unsaved edits is not exchanged for a newer file: opens go on giving it, and saving
-/// it notices the other change. Main thread only.
+/// has other bytes than before although it was changed so shortly before the last open that its times cannot
+/// show it. A document with unsaved edits is not exchanged for a newer file: opens go on giving it, and
+/// saving it notices the other change. Main thread only.
 class DataSectionCache {
  public:
   /// Forgets the cached document of a resource, so that the next open reads the file anew; with `recursive`
@@ -22,9 +24,13 @@ class DataSectionCache {
   /// caller who holds elsewhere what is to be saved, and will write it again into the file as it is then.
   static void discard(BasicStringRef path);
 
-  /// While the result lives, the file of a resource is looked at once: every later open gives the document
+  /// While the result lives, the file of a resource is examined once: every later open gives the document
   /// that the first one gave, until that is forgotten. For an operation that must see one version.
   static std::shared_ptr<const void> pin(BasicStringRef path);
+
+  /// The version of a resource's file that its cached document was read from or saved as; empty when none is
+  /// cached or it has no file yet.
+  static std::optional<files::FileIdentity> version(BasicStringRef path);
 
   /// Forgets every document, unsaved edits included; for the end of a program or a test.
   static void clear();

@@ -5,6 +5,7 @@
 #include <core/string_ref.h>
 #include <files/rooted_path.h>
 #include <resources/data_section.h>
+#include <resources/document_source.h>
 
 #include <filesystem>
 #include <memory>
@@ -16,19 +17,13 @@ namespace Tal::FS {
 
 class MonitorThreadBase;
 
-/// Where a resource is, or would be made.
-struct Location {
-  files::RootedPath place;
-  std::optional<files::FileIdentity> file;  ///< empty when there is none yet
-};
-
 /// The resource roots, in the order in which a name is looked up. Main thread only.
 ///
 /// A resource name is relative, with forward slashes; empty steps and "." mean nothing. One that is empty or
 /// absolute, holds "..", a backslash or a NUL, or reaches a place outside its root through a link is refused.
 class MultiFileSystem {
  public:
-  /// All of `roots`, which are existing folders. When one of them is none, or cannot be looked at, there are
+  /// All of `roots`, which are existing folders. When one of them is none, or cannot be examined, there are
   /// no roots at all, and a message of priority 5 names it: another root's files are not to be taken for its
   /// own.
   explicit MultiFileSystem(std::vector<std::filesystem::path> roots);
@@ -58,8 +53,13 @@ class MultiFileSystem {
   /// Where a resource is, or would be made in the first root. The faults of find; `missing` without roots.
   Result<files::RootedPath> locationFor(BasicStringRef resourceName) const;
 
-  /// The same, or that of find, with what told the version of the file that was found.
-  Result<Location> locate(BasicStringRef resourceName, bool mayBeNew) const;
+  /// Where data sections come from and are saved to; never null. The files below the roots, unless the host
+  /// has set another source.
+  const std::shared_ptr<DocumentSource>& documents() const noexcept;
+
+  /// Has data sections come from `source` from now on; from the files below the roots again when it is null.
+  /// The section cache is cleared, unsaved edits included. Models are read from the roots all the same.
+  void setDocuments(std::shared_ptr<DocumentSource> source);
 
   /// A fault when the name can never name a resource: a clause about it ("is absolute").
   static Result<void> checkName(BasicStringRef resourceName);

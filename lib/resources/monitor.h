@@ -4,21 +4,20 @@
 
 namespace Tal::FS {
 
-/// Watches the resource roots and tells listeners of changed resources. Its thread only collects; listeners
-/// are called on the main thread, from MultiFileSystem::pump, once per changed resource and pump however many
-/// changes there were. A change is delivered by the first pump after it was noticed, also when an earlier
-/// pump has told of the same resource: the file's last content is always told of.
+/// Watches the resource roots and reports changed resources to listeners. Its thread only collects; listeners
+/// are called on the main thread, from MultiFileSystem::pump, once per changed resource and pump. A change is
+/// delivered by the first pump after it was noticed, also when an earlier pump has reported the same
+/// resource: its last content is always reported.
 ///
-/// What the system tells of is noticed at once: a file replaced by rename, written and closed, or deleted and
-/// made anew. The rest, such as a write through memory that stays mapped, is noticed by looking at every
-/// file: half a second later as a rule, up to ten seconds later below roots of 100,000 files, and later still
-/// with more. A file whose writer does not close it is taken to be complete when nobody has written to it for
-/// two seconds. Where the system refuses to watch, every change is noticed by looking, and a file is complete
-/// when two looks find it alike. A file that is only read is not told of, nor one whose name says that it is
-/// temporary or a backup.
+/// What the system reports is noticed at once: a file replaced by rename, written and closed, or deleted and
+/// made anew. The rest, such as a write through memory that stays mapped, is noticed by polling every file:
+/// half a second later as a rule, up to ten seconds later below roots of 100,000 files. A file whose writer
+/// does not close it counts as complete when nobody has written to it for two seconds. Where the system
+/// refuses to watch, every change is noticed by polling, and a file is complete when two polls find it alike.
+/// Not reported are files that are only read, and names that say that a file is temporary or a backup.
 ///
-/// It watches from its making on, by the first call of MultiFileSystem::getFilesystemMonitor, which owns it:
-/// to miss nothing, a host makes that call before it reads anything. Main thread only.
+/// It watches from the first call of MultiFileSystem::getFilesystemMonitor on, which owns it: to miss
+/// nothing, a host makes that call before it reads anything. Main thread only.
 class MonitorThreadBase {
  public:
   virtual ~MonitorThreadBase() = default;

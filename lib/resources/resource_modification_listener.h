@@ -10,7 +10,7 @@ namespace Tal {
 ///
 /// All hooks run on the main thread, within MultiFileSystem::pump. From within, a listener may add and remove
 /// listeners, itself too, and pump again; it must not replace the file system. What a hook throws leaves the
-/// pump, and what was not delivered by then is not told.
+/// pump, and what was not delivered by then is not reported.
 class ResourceModificationListener {
  public:
   using Action = watch::Action;

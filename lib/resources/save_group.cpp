@@ -1,6 +1,4 @@
-#include <core/debug_message.h>
 #include <core/display_text.h>
-#include <files/system_fault.h>
 #include <resources/documents/save_queue.h>
 #include <resources/documents/section_cache.h>
 #include <resources/file_system.h>
@@ -8,18 +6,11 @@
 #include <resources/save_group.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <utility>
 
 namespace Tal {
 
 namespace {
-
-Fault unsaved(const std::filesystem::path& file, Fault fault) {
-  fault.what = "cannot save " + quotedName(file.native()) + ": " + fault.what + "; nothing was saved";
-  fault.remedy += " and save again";
-  return fault;
-}
 
 /// Adds what another document failed with.
 void add(Result<void>& all, const Result<void>& written) {
@@ -44,40 +35,17 @@ bool SaveQueue::put(const SmartPointer<SectionDocument>& document, BasicStringRe
   return true;
 }
 
-Result<void> SaveQueue::lock(const FS::Location& location) {
-  const std::filesystem::path file = location.place.path();
-  if (locks_.contains(file)) return {};
-  auto lock = hold(location);
+Result<void> SaveQueue::lock(DocumentSource& source, const Location& location) {
+  auto lock = source.lock(location);
   if (!lock) return std::move(lock).fault();
-  locks_.emplace(file, *std::move(lock));
+  locks_.insert(*std::move(lock));
   return {};
-}
-
-// The system would make a second lock of the same process wait for the first.
-Result<std::shared_ptr<const files::FileLock>> SaveQueue::hold(const FS::Location& location) {
-  std::erase_if(shared_, [](const auto& lock) { return lock.expired(); });
-  for (const auto& lock : shared_)  // a file may have several names
-    if (auto known = lock.lock(); known && location.file && known->isOf(*location.file)) return known;
-  const std::filesystem::path file = location.place.path();
-  auto made = files::FileLock::acquire(file, patience_);
-  if (!made) return unsaved(file, std::move(made).fault());
-  if (!made->absence().empty()) warnOfNoLock(file, made->absence());
-  auto lock = std::make_shared<const files::FileLock>(*std::move(made));
-  shared_.push_back(lock);
-  return lock;
 }
 
 bool SaveQueue::refuseValue(BasicStringRef key, BasicStringRef reason) {
   reportRefusal("the value for " + quotedName(key) + ' ' + std::string(reason));
   isValueRefused_ = depth_ > 0;
   return false;
-}
-
-void SaveQueue::warnOfNoLock(const std::filesystem::path& file, const std::string& reason) {
-  if (!unlockable_.insert(file).second) return;
-  DebugMessageHelper({0, 4}, "", 0)
-      .message(quotedName(file.native()) + " cannot be locked here (" + reason +
-               "): take care that no other program saves it at the same time");
 }
 
 Result<void> SaveQueue::close(bool isCommitted) {
@@ -121,14 +89,14 @@ bool SaveGroup::isAnyOpen() noexcept {
 Result<SaveLock> SaveLock::acquire(BasicStringRef resourceName) {
   const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
   if (fileSystem == nullptr) return SaveLock(nullptr, nullptr);
-  const auto location = fileSystem->locate(resourceName, false);
+  const auto location = fileSystem->documents()->find(resourceName, false);
   if (!location && location.fault().kind == FaultKind::missing) return SaveLock(nullptr, nullptr);
   if (!location) {
     Fault fault = location.fault();
     fault.what = "cannot save " + quotedName(resourceName) + ", which " + fault.what + "; nothing was saved";
     return fault;
   }
-  auto lock = SaveQueue::instance().hold(*location);
+  auto lock = fileSystem->documents()->lock(*location);
   if (!lock) return std::move(lock).fault();
   return SaveLock(*std::move(lock), SectionCache::instance().pin(resourceName));
 }

@@ -8,10 +8,6 @@
 
 namespace Tal {
 
-namespace files {
-class FileLock;
-}
-
 /// Gathers the saves of a scope: while a group is open, DataSection::save only notes the document, and each
 /// noted document is written once when the group is committed. A file that is opened while a group is open is
 /// locked until that closes: another program that saves it waits, and reads what this one has written before
@@ -41,11 +37,12 @@ class SaveGroup {
 };
 
 /// Keeps other programs from saving a resource between reading and saving it, before a SaveGroup that does so
-/// is opened. It ends with the scope, or when the file is replaced by the first save.
+/// is opened. It ends with the scope; a save within takes it over to the new file.
 ///
 /// A SaveLock, and a file that an open SaveGroup holds, do not wait for one another within this process: they
 /// share one lock, and other programs are kept out until the last of them ends. While it lives, opening the
-/// resource looks at its file once; what somebody changes who does not care for locks, the save finds out.
+/// resource does not ask for its file by name again; what somebody changes who ignores locks, the save finds
+/// out.
 /// Main thread only.
 class SaveLock {
  public:
@@ -55,11 +52,11 @@ class SaveLock {
   static Result<SaveLock> acquire(BasicStringRef resourceName);
 
  private:
-  SaveLock(std::shared_ptr<const files::FileLock> lock, std::shared_ptr<const void> pin) noexcept
+  SaveLock(std::shared_ptr<const void> lock, std::shared_ptr<const void> pin) noexcept
       : lock_(std::move(lock)), pin_(std::move(pin)) {}
 
-  std::shared_ptr<const files::FileLock> lock_;  ///< null when none is needed or there is none to be had
-  std::shared_ptr<const void> pin_;              ///< of the document
+  std::shared_ptr<const void> lock_;  ///< null when none is needed or there is none to be had
+  std::shared_ptr<const void> pin_;   ///< of the document
 };
 
 }  // namespace Tal

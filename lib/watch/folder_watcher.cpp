@@ -5,10 +5,8 @@
 #include <watch/folder_watcher.h>
 #include <watch/transient_name.h>
 
-#include <sys/inotify.h>
-#include <sys/stat.h>
-
 #include <fcntl.h>
+#include <sys/inotify.h>
 
 #include <cerrno>
 #include <cstring>
@@ -24,12 +22,12 @@ namespace fs = std::filesystem;
 constexpr std::size_t kMostFolders = 100'000;
 
 constexpr const char* kOtherWay =
-    "; files are looked at a few times a second instead, which notices changes later";
+    "; files are polled a few times a second instead, which notices changes later";
 
 }  // namespace
 
-FolderWatcher::Identity FolderWatcher::identityOf(const struct stat& status) {
-  return {status.st_dev, status.st_ino};
+FolderWatcher::Identity FolderWatcher::identityOf(const files::FileIdentity& file) {
+  return {file.device, file.inode};
 }
 
 FolderWatcher::FolderWatcher(std::vector<fs::path> roots, ChangeCollector& collector,
@@ -45,7 +43,7 @@ FolderWatcher::FolderWatcher(std::vector<fs::path> roots, ChangeCollector& colle
 void FolderWatcher::openQueue() {
   if (watches_.open()) return;
   const int code = errno;
-  collector_.noteProblem(std::string("the system does not tell of changes below the resource roots: ") +
+  collector_.noteProblem(std::string("the system does not report changes below the resource roots: ") +
                          std::strerror(code) + kOtherWay + "; raise fs.inotify.max_user_instances");
 }
 
@@ -80,7 +78,7 @@ void FolderWatcher::watchRootPlace(std::size_t root) {
   const fs::path path = fs::absolute(roots_[root], error).lexically_normal();
   const fs::path named = path.has_filename() ? path : path.parent_path();
   if (error || !named.has_relative_path()) return;
-  // A folder above that cannot be watched is no loss: looks find the root's place.
+  // A folder above that cannot be watched is no loss: polls find the root's place.
   watches_.addRootPlace({root, named.filename().string()}, named.parent_path());
 }
 
@@ -90,7 +88,7 @@ int FolderWatcher::watchFolder(const FolderKey& key) {
   const int watch = watches_.addFolder(key, folder);
   const int code = errno;
   if (watch >= 0 || code == ENOENT || code == ENOTDIR) return watch;
-  collector_.noteProblem("the system does not tell of changes in " + quotedName(folder.native()) +
+  collector_.noteProblem("the system does not report changes in " + quotedName(folder.native()) +
                          " and perhaps in other folders: " + std::strerror(code) + kOtherWay +
                          (code == ENOSPC ? "; raise fs.inotify.max_user_watches" : "; make it readable"));
   return -1;
@@ -108,30 +106,27 @@ void FolderWatcher::add(const FolderKey& top, bool isNews) {
 
 bool FolderWatcher::addOne(const FolderKey& key, bool isNews, std::vector<FolderKey>& below) {
   const fs::path path = pathOf(key);
-  struct stat status {};
-  if (files::system().fstatat(AT_FDCWD, path.c_str(), status, 0) != 0 || !S_ISDIR(status.st_mode))
-    return false;
-  if (isAstray(key, identityOf(status))) return false;
+  const auto status = statusOf(AT_FDCWD, path);
+  if (!status || !status->isFolder || isAstray(key, *status)) return false;
   if (folders_.size() == kMostFolders) {
     collector_.noteProblem("there are more folders below the resource roots than can be watched (" +
                            std::to_string(kMostFolders) + "); name roots that hold less");
     return false;
   }
-  // Watched first, looked into second: what comes in between is then found twice rather than never.
+  // Watched first, listed second: what comes in between is found twice rather than never.
   const int watch = watchFolder(key);
   Folder& folder = folders_[key];
-  folder.identity = identityOf(status);
+  folder.identity = identityOf(status->identity);
   folder.watch = watch;
   for (const std::string& name : files::namesIn(path).value_or(std::vector<std::string>())) {
-    struct stat entry {};
-    if (files::system().fstatat(AT_FDCWD, (path / name).c_str(), entry, 0) != 0) continue;
-    if (S_ISDIR(entry.st_mode)) {
+    const auto entry = statusOf(AT_FDCWD, path / name);
+    if (entry && entry->isFolder) {
       below.emplace_back(key.first, join(key.second, name));
-    } else if (S_ISREG(entry.st_mode) && !isTransientName(name)) {
+    } else if (entry && entry->isFile && !isTransientName(name)) {
       if (isNews) {
-        notePresence(key, name, entry);
+        notePresence(key, name, *entry);
       } else {
-        keep(key, name, entry).isNoted = true;
+        keep(key, name, *entry).isNoted = true;
       }
     }
   }
@@ -139,15 +134,14 @@ bool FolderWatcher::addOne(const FolderKey& key, bool isNews, std::vector<Folder
 }
 
 FolderWatcher::File& FolderWatcher::keep(const FolderKey& folder, const std::string& name,
-                                         const struct stat& status) {
+                                         const NameStatus& status) {
   File& file = folders_[folder].files[name];
-  file.identity = files::identityIn(status);
+  file.identity = status.identity;
   watches_.removeFile(file.watch, {folder, name});
-  file.watch = status.st_nlink > 1 ? watchFile(folder, name) : -1;
-  const fs::path path = pathOf(folder) / name;
-  if (!files::isLink(path)) return file;
+  file.watch = status.hasOtherNames ? watchFile(folder, name) : -1;
+  if (!status.isLink) return file;
   // It may be gone by now, and then leads nowhere.
-  if (const fs::path target = files::resolvedPath(path); !target.empty())
+  if (const fs::path target = files::resolvedPath(pathOf(folder) / name); !target.empty())
     links_[target].emplace(folder, name);
   return file;
 }
@@ -156,8 +150,9 @@ int FolderWatcher::watchFile(const FolderKey& folder, const std::string& name) {
   return watches_.addFile({folder, name}, pathOf(folder) / name);
 }
 
-bool FolderWatcher::isAstray(const FolderKey& key, const Identity& identity) const {
+bool FolderWatcher::isAstray(const FolderKey& key, const NameStatus& status) const {
   if (key.second.empty()) return false;
+  const Identity identity = identityOf(status.identity);
   std::string above = key.second;
   while (!above.empty()) {
     const auto slash = above.rfind('/');
@@ -165,9 +160,8 @@ bool FolderWatcher::isAstray(const FolderKey& key, const Identity& identity) con
     const auto found = folders_.find({key.first, above});
     if (found != folders_.end() && found->second.identity == identity) return true;
   }
-  const fs::path path = pathOf(key);
-  return files::isLink(path) &&
-         !files::isPathBelow(files::resolvedPath(path), files::resolvedPath(roots_[key.first]));
+  return status.isLink &&
+         !files::isPathBelow(files::resolvedPath(pathOf(key)), files::resolvedPath(roots_[key.first]));
 }
 
 void FolderWatcher::drop(const FolderKey& top) {
@@ -219,8 +213,8 @@ void FolderWatcher::collect() {
   });
 }
 
-void FolderWatcher::look() {
-  doWhole([this] { lookAtAll(Noted::changed); });
+void FolderWatcher::poll() {
+  doWhole([this] { pollAll(Noted::changed); });
 }
 
 void FolderWatcher::noteEverything() {
@@ -233,7 +227,7 @@ void FolderWatcher::noteEverything() {
     folder.watch = -1;
     for (auto& [name, file] : folder.files) file.watch = -1;
   }
-  lookAtAll(Noted::all);
+  pollAll(Noted::all);
 }
 
 void FolderWatcher::mark(const inotify_event& event) {
@@ -271,9 +265,9 @@ void FolderWatcher::handleMarked() {
 
 void FolderWatcher::handleRoot(std::size_t root) {
   const FolderKey key(root, std::string());
-  struct stat status {};
-  if (files::system().fstatat(AT_FDCWD, pathOf(key).c_str(), status, 0) == 0 && S_ISDIR(status.st_mode)) {
-    handleFolder(key, status);
+  const auto status = statusOf(AT_FDCWD, pathOf(key));
+  if (status && status->isFolder) {
+    handleFolder(key, status->identity);
   } else {
     drop(key);
   }
@@ -282,29 +276,28 @@ void FolderWatcher::handleRoot(std::size_t root) {
 void FolderWatcher::handleEntry(const FolderKey& folder, const std::string& name, std::uint32_t mask) {
   const auto known = folders_.find(folder);
   if (known == folders_.end()) return;
-  const fs::path path = pathOf(folder) / name;
-  struct stat status {};
-  const bool isThere = files::system().fstatat(AT_FDCWD, path.c_str(), status, 0) == 0;
+  const auto status = statusOf(AT_FDCWD, pathOf(folder) / name);
+  const bool isFile = status && status->isFile;
   const FolderKey below(folder.first, join(folder.second, name));
-  if (!isThere || !S_ISREG(status.st_mode)) noteAbsence(folder, name);
-  if (isThere && S_ISDIR(status.st_mode)) {
-    handleFolder(below, status);
+  if (!isFile) noteAbsence(folder, name);
+  if (status && status->isFolder) {
+    handleFolder(below, status->identity);
     return;
   }
   drop(below);
-  if (!isThere || !S_ISREG(status.st_mode)) return;
+  if (!isFile) return;
   // A new file is complete when its writer closes it; a link is when it is made.
-  const bool isMadeWhole = (mask & IN_CREATE) != 0 && (status.st_nlink > 1 || files::isLink(path));
+  const bool isMadeWhole = (mask & IN_CREATE) != 0 && (status->hasOtherNames || status->isLink);
   if ((mask & (IN_CLOSE_WRITE | IN_MOVED_TO)) != 0 || isMadeWhole) {
-    notePresence(folder, name, status);
-  } else if (status.st_size == 0) {
+    notePresence(folder, name, *status);
+  } else if (status->identity.size == 0) {
     known->second.written[name] = Clock::now();
   }
 }
 
-void FolderWatcher::handleFolder(const FolderKey& key, const struct stat& status) {
+void FolderWatcher::handleFolder(const FolderKey& key, const files::FileIdentity& now) {
   const auto known = folders_.find(key);
-  if (known != folders_.end() && known->second.identity == identityOf(status)) return;
+  if (known != folders_.end() && known->second.identity == identityOf(now)) return;
   drop(key);
   add(key, true);
 }
@@ -321,20 +314,20 @@ void FolderWatcher::noteAbsence(const FolderKey& folder, const std::string& name
   holder.unfollowed.insert(name);
 }
 
-void FolderWatcher::notePresence(const FolderKey& folder, const std::string& name,
-                                 const struct stat& status) {
+void FolderWatcher::notePresence(const FolderKey& folder, const std::string& name, const NameStatus& status) {
   noteOne(folder, name, status);
-  if (links_.empty()) return;
-  const fs::path path = pathOf(folder) / name;
-  if (files::isLink(path)) return;
-  for (const auto& [linking, link] : linksTo(files::resolvedPath(path))) noteOne(linking, link, status);
+  if (links_.empty() || status.isLink) return;
+  NameStatus toLink = status;
+  toLink.isLink = true;
+  for (const auto& [linking, link] : linksTo(files::resolvedPath(pathOf(folder) / name)))
+    noteOne(linking, link, toLink);
 }
 
-void FolderWatcher::noteOne(const FolderKey& folder, const std::string& name, const struct stat& status) {
+void FolderWatcher::noteOne(const FolderKey& folder, const std::string& name, const NameStatus& status) {
   const auto& known = folders_[folder].files;
   const auto before = known.find(name);
   const bool isNew = before == known.end() || !before->second.isNoted;
-  const files::FileIdentity now = files::identityIn(status);
+  const files::FileIdentity now = status.identity;
   const bool isDoubtful = files::isRecent(now) || (!isNew && before->second.identity == now);
   // Known before it is noted: without memory for the note, it is noted with everything else.
   File& file = keep(folder, name, status);

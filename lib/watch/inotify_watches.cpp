@@ -13,12 +13,12 @@ namespace Tal::watch {
 namespace {
 
 constexpr std::uint32_t kFileMask = IN_MODIFY | IN_CLOSE_WRITE;
-/// IN_EXCL_UNLINK: writes to a deleted file that is still open would be told under the name that it had,
+/// IN_EXCL_UNLINK: writes to a deleted file that is still open would be reported under the name that it had,
 /// which may be another file's by then.
 constexpr std::uint32_t kFolderMask =
     kFileMask | IN_MOVED_FROM | IN_MOVED_TO | IN_CREATE | IN_DELETE | IN_ONLYDIR | IN_EXCL_UNLINK;
 
-/// All programs of a user share a limited number of watches. Beyond so many, files are only looked at.
+/// All programs of a user share a limited number of watches. Beyond so many, files are only polled.
 constexpr std::size_t kMostFiles = 1000;
 
 constexpr std::size_t kBufferSize = std::size_t{64} * 1024;

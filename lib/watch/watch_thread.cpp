@@ -28,17 +28,17 @@ std::vector<std::string> nativePaths(const std::vector<std::filesystem::path>& r
 
 using Milliseconds = std::chrono::milliseconds;
 
-constexpr std::chrono::steady_clock::duration kLookPause = Milliseconds(250);
-/// The pause behind a look is so many times as long as the look, which leaves a twentieth of the time to
-/// looks.
-constexpr int kPauseForEachLook = 19;
-/// The pause is no longer than this, however long the look: what only looks notice must not come too late.
-constexpr std::chrono::steady_clock::duration kLongestLookPause = std::chrono::seconds(5);
+constexpr std::chrono::steady_clock::duration kPollPause = Milliseconds(250);
+/// The pause after a poll is so many times as long as the poll, which leaves a twentieth of the time to
+/// polls.
+constexpr int kPauseForEachPoll = 19;
+/// The pause is no longer than this, however long the poll: what only polls notice must not come too late.
+constexpr std::chrono::steady_clock::duration kLongestPollPause = std::chrono::seconds(5);
 
-/// When to look next, behind a look that began then and ends now.
-std::chrono::steady_clock::time_point nextLookAfter(std::chrono::steady_clock::time_point begin) {
+/// When to poll next, after a poll that began then and ends now.
+std::chrono::steady_clock::time_point nextPollAfter(std::chrono::steady_clock::time_point begin) {
   const auto end = std::chrono::steady_clock::now();
-  return end + std::clamp((end - begin) * kPauseForEachLook, kLookPause, kLongestLookPause);
+  return end + std::clamp((end - begin) * kPauseForEachPoll, kPollPause, kLongestPollPause);
 }
 
 /// How late the thread learns that it is to end, when nothing can wake it.
@@ -70,14 +70,14 @@ WatchThread::WatchThread(const std::vector<std::filesystem::path>& roots)
 }
 
 void WatchThread::start() {
-  nextLook_ = Clock::now() + kLookPause;
+  nextPoll_ = Clock::now() + kPollPause;
   const BlockedSignals blocked;
   try {
     thread_ = files::system().startThread([this] { run(); });
   } catch (const std::system_error& error) {
     collector_.noteProblem("the system gives no thread to watch the resource roots (" +
                            error.code().message() +
-                           "); changes are looked for once a frame instead: raise the limit on processes "
+                           "); files are polled once a frame instead: raise the limit on processes "
                            "(\"ulimit -u\"), or end some, and start anew");
   }
 }
@@ -96,7 +96,7 @@ void WatchThread::run() noexcept {
     // cannot be emptied yet would end every wait at once.
     const int queue = isBackingOff_ ? -1 : watcher_.descriptor();
     std::array<pollfd, 2> sources = {{{queue, POLLIN, 0}, {stop_.get(), POLLIN, 0}}};
-    const Clock::duration pause = std::max(nextLook_ - Clock::now(), Clock::duration::zero());
+    const Clock::duration pause = std::max(nextPoll_ - Clock::now(), Clock::duration::zero());
     const auto wait = std::chrono::ceil<Milliseconds>(stop_ ? pause : std::min(pause, kStopPause));
     const int count = files::system().poll(sources.data(), sources.size(), static_cast<int>(wait.count()));
     if (count < 0 && errno != EINTR) std::this_thread::sleep_for(wait);
@@ -108,22 +108,22 @@ void WatchThread::collect(bool isQueueReadable) noexcept {
   const Clock::time_point begin = Clock::now();
   try {
     if (isQueueReadable && !isBackingOff_) watcher_.collect();
-    lookWhenDue();
+    pollWhenDue();
   } catch (...) {
     // The next try lists everything anew. It has to wait: it takes long, and may fail as well.
     isBackingOff_ = true;
     hasBackedOff_ = true;
-    nextLook_ = nextLookAfter(begin);
+    nextPoll_ = nextPollAfter(begin);
   }
 }
 
-void WatchThread::lookWhenDue() {
+void WatchThread::pollWhenDue() {
   const Clock::time_point begin = Clock::now();
-  if (begin < nextLook_) return;
+  if (begin < nextPoll_) return;
   watcher_.collect();
-  watcher_.look();
+  watcher_.poll();
   isBackingOff_ = false;
-  nextLook_ = nextLookAfter(begin);
+  nextPoll_ = nextPollAfter(begin);
 }
 
 std::vector<ResourceChange> WatchThread::take() {
@@ -135,9 +135,10 @@ std::vector<std::string> WatchThread::takeProblems() {
   std::vector<std::string> problems;
   if (std::string problem = collector_.takeProblem(); !problem.empty())
     problems.push_back(std::move(problem));
-  if (hasBackedOff_ && !std::exchange(isBackingOffTold_, true)) {
+  if (hasBackedOff_ && !std::exchange(isBackingOffReported_, true)) {
     problems.emplace_back(
-        "memory ran short while changes below the resource roots were collected; they are told later, and "
+        "memory ran short while changes below the resource roots were collected; they are reported later, "
+        "and "
         "every resource counts as changed then");
   }
   return problems;

@@ -14,17 +14,17 @@
 
 namespace Tal::watch {
 
-/// A thread that collects the changes below a set of roots. It wakes for each change that the system tells
-/// of, and four times a second to look at every file. Behind a look that takes long the pause is longer, so
-/// that looks take a twentieth of one processor at most, as long as each takes no more than a quarter of a
-/// second (some 100,000 files). The pause is five seconds at most, so longer looks take a larger part: those
-/// of a second take a sixth. Where the system refuses a thread, `take` does its work too.
+/// A thread that collects the changes below a set of roots. It wakes for each change that the system
+/// reports, and four times a second to poll every file. After a poll that takes long the pause is longer, so
+/// that polls take a twentieth of one processor, as long as each takes no more than a quarter of a second
+/// (some 100,000 files). The pause is five seconds at most, so longer polls take a larger part: those of a
+/// second take a sixth. Where the system refuses a thread, `take` does its work too.
 ///
 /// Made, used and destroyed on one thread.
 class WatchThread {
  public:
   /// From its return on, changes below `roots` are noticed. What the system refuses to watch is no error: it
-  /// is a problem to be taken, and files are looked at instead. Throws std::bad_alloc when memory runs out;
+  /// is a problem to be taken, and files are polled instead. Throws std::bad_alloc when memory runs out;
   /// then nothing is watched.
   explicit WatchThread(const std::vector<std::filesystem::path>& roots);
   /// Waits until the thread has ended. What was not taken yet never is.
@@ -45,22 +45,22 @@ class WatchThread {
 
   void start();
   void run() noexcept;
-  /// Notes what the system tells, when its queue is readable; looks at every file when it is time to. Without
+  /// Notes what the system reports, when its queue is readable; polls every file when it is time to. Without
   /// memory for that, sets when to try again.
   void collect(bool isQueueReadable) noexcept;
-  /// Looks at every file when it is time to, and sets when to do it next. Throws std::bad_alloc when memory
+  /// Polls every file when it is time to, and sets when to do it next. Throws std::bad_alloc when memory
   /// runs out.
-  void lookWhenDue();
+  void pollWhenDue();
 
   ChangeCollector collector_;
   FolderWatcher watcher_;
   files::FileDescriptor
       stop_;  ///< becomes readable when the thread is to end; none when there are no more descriptors
   std::atomic<bool> isStopping_ = false;
-  Clock::time_point nextLook_;  ///< used where the collecting is done, like the watcher
-  bool isBackingOff_ = false;   ///< no work until the next look, for want of memory; used like nextLook_
+  Clock::time_point nextPoll_;  ///< used where the collecting is done, like the watcher
+  bool isBackingOff_ = false;   ///< no work until the next poll, for want of memory; used like nextPoll_
   std::atomic<bool> hasBackedOff_ = false;
-  bool isBackingOffTold_ = false;
+  bool isBackingOffReported_ = false;
   std::thread thread_;  ///< none where the system refused it
 };
 

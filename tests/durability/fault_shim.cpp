@@ -299,6 +299,11 @@ ssize_t read(int descriptor, void* bytes, std::size_t size) {
   return ::syscall(SYS_read, descriptor, bytes, size);
 }
 
+ssize_t pread(int descriptor, void* bytes, std::size_t size, off_t offset) {
+  if (isToFail("read", descriptor)) return -1;
+  return ::syscall(SYS_pread64, descriptor, bytes, size, offset);
+}
+
 ssize_t write(int descriptor, const void* bytes, std::size_t size) {
   if (isToFail("write", descriptor)) return -1;
   return ::syscall(SYS_write, descriptor, bytes, shortened(descriptor, size));

@@ -306,9 +306,10 @@ TEST_P(ASaveWithAFault, WritesFlushesClosesAndRenamesInThisOrderAndThenFlushesTh
   }
   std::erase(calls, "owner " + temporary);
   std::erase(calls, "attribute " + temporary);
-  EXPECT_THAT(calls, ElementsAre("open-write " + temporary, "lock " + temporary, "mode " + temporary,
-                                 "write " + temporary, "flush " + temporary, "close " + temporary,
-                                 "rename " + std::string(kDatabase), "flush-folder scripts"));
+  EXPECT_THAT(calls,
+              ElementsAre("open-write " + temporary, "open " + temporary, "lock " + temporary,
+                          "mode " + temporary, "write " + temporary, "flush " + temporary,
+                          "close " + temporary, "rename " + std::string(kDatabase), "flush-folder scripts"));
 }
 
 std::string nameOfKind(const testing::TestParamInfo<int>& info) {

@@ -88,6 +88,18 @@ TEST(TheCache, HoldsASavedDocumentUnderItsNewIdentity) {
   EXPECT_EQ(openResource("a.xml")->value(), "3") << "a later change by anybody is noticed";
 }
 
+TEST(TheCache, NamesTheVersionThatWasReadOrSaved) {
+  const MountedRoot root("a.xml", "<r/>");
+  EXPECT_FALSE(Tal::DataSectionCache::version("a.xml")) << "nobody has opened it";
+  const auto section = openResource("a.xml");
+  const auto read = Tal::DataSectionCache::version("a.xml");
+  EXPECT_EQ(read, Tal::files::identityAt(root / "a.xml"));
+  section->setValue("1");
+  EXPECT_TRUE(section->save());
+  EXPECT_NE(Tal::DataSectionCache::version("a.xml"), read);
+  EXPECT_EQ(Tal::DataSectionCache::version("a.xml"), Tal::files::identityAt(root / "a.xml"));
+}
+
 TEST(TheCache, KeepsUnsavedEditsWhenTheFileChanges) {
   const MountedRoot root("a.xml", "<r>1</r>");
   openResource("a.xml")->setValue("mine");

@@ -173,15 +173,39 @@ TEST(ASaveGroup, LetsGoOfItsFilesWhenItIsClosed) {
   EXPECT_TRUE(FileLock::acquire(root / "a.xml", kShort));
 }
 
+TEST(ASaveLock, GoesOverToTheNewFileThatASaveHasMade) {
+  const MountedRoot root("a.xml", "<r/>");
+  std::optional lock = Tal::SaveLock::acquire("a.xml");
+  for (const char* const value : {"1", "2"}) {
+    openResource("a.xml")->setValue(value);
+    EXPECT_TRUE(openResource("a.xml")->save());
+    EXPECT_FALSE(isFree(root / "a.xml"));
+    EXPECT_EQ(root.read("a.xml"), "<r>" + std::string(value) + "</r>");
+  }
+  lock.reset();
+  EXPECT_TRUE(isFree(root / "a.xml"));
+}
+
 TEST(ASaveGroup, LocksTheNewFileThatASaveUnderASaveLockHasMade) {
   const MountedRoot root("a.xml", "<r/>");
-  const auto lock = Tal::SaveLock::acquire("a.xml");
+  std::optional lock = Tal::SaveLock::acquire("a.xml");
   openResource("a.xml")->setValue("1");
   EXPECT_TRUE(openResource("a.xml")->save());
-  EXPECT_TRUE(isFree(root / "a.xml")) << "the lock ends with the first save";
   const Tal::SaveGroup group;
   EXPECT_TRUE(openResource("a.xml"));
+  lock.reset();
   EXPECT_FALSE(isFree(root / "a.xml"));
+}
+
+TEST(ASaveLock, OfTwoNamesOfOneFileStaysWithTheNameThatWasNotSaved) {
+  const MountedRoot root("a.xml", "<r/>");
+  std::filesystem::create_hard_link(root / "a.xml", root / "b.xml");
+  const auto a = Tal::SaveLock::acquire("a.xml");
+  const auto b = Tal::SaveLock::acquire("b.xml");
+  openResource("a.xml")->setValue("1");
+  EXPECT_TRUE(openResource("a.xml")->save());
+  EXPECT_FALSE(isFree(root / "b.xml"));
+  EXPECT_EQ(openResource("b.xml")->value(), "");
 }
 
 TEST(ASaveLock, HoldsTheFileUntilItEnds) {

@@ -98,7 +98,7 @@ class ScarceSystem : public Tal::files::System {
     }
     const std::ptrdiff_t result = System::read(descriptor, into, size);
     if (result < 0) ++emptyReads;
-    if (result > 0 && tellsOfAnOverflow(static_cast<const char*>(into), static_cast<std::size_t>(result)))
+    if (result > 0 && reportsAnOverflow(static_cast<const char*>(into), static_cast<std::size_t>(result)))
       ++overflows;
     return result;
   }
@@ -115,7 +115,7 @@ class ScarceSystem : public Tal::files::System {
   }
 
   /// Whether the system says among these events that it has dropped others.
-  static bool tellsOfAnOverflow(const char* events, std::size_t size) {
+  static bool reportsAnOverflow(const char* events, std::size_t size) {
     for (std::size_t place = 0; place < size;) {
       inotify_event event{};
       std::memcpy(&event, events + place, sizeof(event));
@@ -168,9 +168,9 @@ class Scarcity {
   Scarcity& operator=(const Scarcity&) = delete;
 };
 
-class AChangeThatTheSystemDoesNotTell : public testing::TestWithParam<support::Scenario> {};
+class AChangeThatTheSystemDoesNotReport : public testing::TestWithParam<support::Scenario> {};
 
-TEST_P(AChangeThatTheSystemDoesNotTell, IsFollowedByLooking) {
+TEST_P(AChangeThatTheSystemDoesNotReport, IsFollowedByPolling) {
   const MessageRecorder messages;
   const Scarcity scarcity(0, 0);
   Fixture database;
@@ -188,12 +188,12 @@ std::vector<support::Scenario> scenariosThatShow() {
   return scenarios;
 }
 
-INSTANTIATE_TEST_SUITE_P(By, AChangeThatTheSystemDoesNotTell, testing::ValuesIn(scenariosThatShow()),
+INSTANTIATE_TEST_SUITE_P(By, AChangeThatTheSystemDoesNotReport, testing::ValuesIn(scenariosThatShow()),
                          support::nameOfScenario<testing::TestParamInfo<support::Scenario>>);
 
-class NoChangeToLookAt : public testing::TestWithParam<support::Scenario> {};
+class NoChangeToAPoll : public testing::TestWithParam<support::Scenario> {};
 
-TEST_P(NoChangeToLookAt, MakesAListenerReadAgain) {
+TEST_P(NoChangeToAPoll, MakesAListenerReadAgain) {
   const MessageRecorder messages;
   const Scarcity scarcity(0, 0);
   Fixture database;
@@ -202,8 +202,8 @@ TEST_P(NoChangeToLookAt, MakesAListenerReadAgain) {
   expectToGoUnnoticed(GetParam(), database, listener.reads);
 }
 
-// New permissions and names cannot be told from a write that put the times back.
-INSTANTIATE_TEST_SUITE_P(By, NoChangeToLookAt,
+// New permissions and names cannot be distinguished from a write that put the times back.
+INSTANTIATE_TEST_SUITE_P(By, NoChangeToAPoll,
                          testing::ValuesIn(support::otherScenarios().begin(),
                                            support::otherScenarios().begin() + 3),
                          support::nameOfScenario<testing::TestParamInfo<support::Scenario>>);
@@ -223,12 +223,12 @@ TEST(RunningOutOfWatches, GivesOneMessageAndChangesAreStillSeen) {
   for (const int version : {2, 3}) expectASaveToBeSeen(database, listener, version);
   EXPECT_THAT(messages.texts(),
               ElementsAre(AllOf(HasSubstr("perhaps in other folders: No space left on device"),
-                                HasSubstr("looked at a few times a second instead"),
+                                HasSubstr("polled a few times a second instead"),
                                 HasSubstr("raise fs.inotify.max_user_watches"))));
   EXPECT_EQ(messages.messages().front().messagePriority, 5);
 }
 
-TEST(RunningOutOfWatches, InTheMiddleLeavesNewFoldersToBeLookedAt) {
+TEST(RunningOutOfWatches, InTheMiddleLeavesNewFoldersToBePolled) {
   const MessageRecorder messages;
   Fixture database;
   const ReadingListener listener(database);
@@ -248,8 +248,8 @@ TEST(ASystemWithoutQueues, GivesOneMessageAndChangesAreStillSeen) {
   for (const int version : {2, 3}) expectASaveToBeSeen(database, listener, version);
   EXPECT_THAT(
       messages.texts(),
-      ElementsAre(AllOf(HasSubstr("does not tell of changes below the resource roots: Too many open files"),
-                        HasSubstr("looked at a few times a second instead"),
+      ElementsAre(AllOf(HasSubstr("does not report changes below the resource roots: Too many open files"),
+                        HasSubstr("polled a few times a second instead"),
                         HasSubstr("raise fs.inotify.max_user_instances"))));
 }
 
@@ -261,10 +261,10 @@ TEST(ASystemWithoutThreads, GivesOneMessageAndChangesAreStillSeen) {
   const ReadingListener listener(database);
   for (const int version : {2, 3}) expectASaveToBeSeen(database, listener, version);
   EXPECT_THAT(messages.texts(), ElementsAre(AllOf(HasSubstr("Resource temporarily unavailable"),
-                                                  HasSubstr("looked for once a frame instead"))));
+                                                  HasSubstr("polled once a frame instead"))));
 }
 
-TEST(ASystemWithoutThreadsAndQueues, HasItsFilesLookedAt) {
+TEST(ASystemWithoutThreadsAndQueues, HasItsFilesPolled) {
   const MessageRecorder messages;
   const Scarcity scarcity(0, 0, 0, 0);
   Fixture database;

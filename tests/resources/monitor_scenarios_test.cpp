@@ -36,7 +36,7 @@ TEST(AFileThatIsBeingWritten, IsReadOnlyWhenItsWriterIsDone) {
   std::ofstream stream(database.database(), std::ios::binary);
   for (const std::size_t half : {std::size_t{0}, text.size() / 2}) {
     stream << text.substr(half, text.size() / 2) << std::flush;
-    database.pause(600);  // for two looks, and shorter than a writer may pause
+    database.pause(600);  // for two polls, and shorter than a writer may pause
     EXPECT_THAT(listener.reads, ElementsAre(1));
   }
   stream << text.substr(text.size() / 2 * 2);

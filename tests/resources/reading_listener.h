@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-/// Reads the database of a database when it is told of it, at most once a frame, as the editing module does.
+/// Reads the database of a database when it is reported, at most once a frame, as the editing module does.
 class ReadingListener : public Tal::ResourceModificationListener {
  public:
   explicit ReadingListener(support::Fixture& database) {
@@ -28,7 +28,7 @@ class ReadingListener : public Tal::ResourceModificationListener {
   ReadingListener(const ReadingListener&) = delete;
   ReadingListener& operator=(const ReadingListener&) = delete;
 
-  /// The versions that were read, the first one before anything was told.
+  /// The versions that were read, the first one before anything was reported.
   std::vector<int> reads;
 
  protected:

@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-/// Writes down what it is told, one line per call: "added scripts/a.xml".
+/// Writes down what is reported to it, one line per call: "added scripts/a.xml".
 class RecordingListener : public Tal::ResourceModificationListener {
  public:
   std::vector<std::string> calls;
@@ -65,8 +65,8 @@ class WatchedRoot : public support::MountedRoot {
     isListening_ = true;
   }
 
-  /// What the listener was told of the changes so far, in sum and by name: where a pump falls among the
-  /// changes is chance. The calls are forgotten. A change of a file of its own, which comes last, tells that
+  /// What was reported of the changes so far, in sum and by name: where a pump falls among the
+  /// changes is chance. The calls are forgotten. A change of a file of its own, which comes last, shows that
   /// all came.
   std::vector<std::string> changes() {
     const std::string mark = "mark" + std::to_string(++marks_);
@@ -79,9 +79,9 @@ class WatchedRoot : public support::MountedRoot {
     }
     verbs.erase(mark);
     std::vector<std::string> sums;
-    for (const auto& [name, told] : verbs) {
-      const bool wasThere = told.front() != "added";
-      const bool isThere = told.back() != "removed";
+    for (const auto& [name, reported] : verbs) {
+      const bool wasThere = reported.front() != "added";
+      const bool isThere = reported.back() != "removed";
       if (!wasThere && !isThere) continue;
       sums.push_back((isThere ? wasThere ? "modified " : "added " : "removed ") + name);
     }

@@ -27,13 +27,13 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int kEntries = 60;
 
-/// Milliseconds, more than pass between two looks at the files.
-constexpr int kLookPassed = 400;
+/// Milliseconds, more than pass between two polls.
+constexpr int kPollPassed = 400;
 
 /// The database in a folder that links lead to.
 constexpr const char* kVersionFile = "versions/v1/destructibles.xml";
 
-/// Past every other folder in order, so that a look at the files comes to it last.
+/// Past every other folder in order, so that a poll comes to it last.
 constexpr const char* kMarks = "~marks";
 
 std::string modelName(int version, int entry) {
@@ -339,14 +339,14 @@ std::vector<Scenario> linkScenarios() {
   };
 }
 
-/// Makes the target of a link (a name below the root) after a look at a link that led to nothing since
+/// Makes the target of a link (a name below the root) after a poll of a link that led to nothing since
 /// `begin`.
 Scenario makingTheTarget(
     const char* name, const std::function<void(Fixture&)>& prepare, const char* target,
     const std::function<void(Fixture&)>& begin = [](Fixture& /*database*/) {}) {
   const auto perform = [=](Fixture& database) {
     begin(database);
-    database.pause(kLookPassed);
+    database.pause(kPollPassed);
     write(database.root(target), 2);
     return 2;
   };
@@ -372,7 +372,7 @@ void prepareLinkOutOfTheRoot(Fixture& database) {
   fs::create_directory_symlink("links/current", database.root("scripts"));
 }
 
-/// Links that lead to nothing, or out of their root, for longer than a look.
+/// Links that lead to nothing, or out of their root, for longer than a poll takes to come.
 std::vector<Scenario> danglingLinkScenarios() {
   const auto deleteTheFolder = [](Fixture& database) { fs::remove_all(database.root("versions/v1")); };
   return {
@@ -393,7 +393,7 @@ std::vector<Scenario> danglingLinkScenarios() {
                       deleteTheFolder),
       {"LeadingALinkBackBelowItsRoot", prepareLinkOutOfTheRoot,
        [](Fixture& database) {
-         database.pause(kLookPassed);
+         database.pause(kPollPassed);
          retarget(database.root("links/current"), "../versions/v1");
          return 2;
        },
@@ -433,7 +433,7 @@ std::vector<Scenario> mappingScenarios() {
   };
 }
 
-/// Changes whose end the system does not tell.
+/// Changes whose end the system does not report.
 std::vector<Scenario> unendedScenarios() {
   return {
       {"TruncatingByPath", prepareFirst,
@@ -507,7 +507,7 @@ void Fixture::letEverythingBeTold() {
   const MarkListener listener(name);
   writeFile(mark, "-");
   EXPECT_TRUE(framesUntil([&] { return listener.count == 1; }));
-  // Only a look at the files notices this, and it notes everything else before.
+  // Only a poll notices this, and it notes everything else before.
   const auto memory = mapFile(mark, 1);
   *memory = '+';
   EXPECT_TRUE(framesUntil([&] { return listener.count > 1; }));

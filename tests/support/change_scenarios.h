@@ -17,7 +17,7 @@ inline constexpr const char* kWatchedDatabase = "scripts/destructibles.xml";
 inline constexpr int kNothing = -1;  ///< no file, or one that was refused
 inline constexpr int kTorn = -2;     ///< a mixture of versions, or a part of one
 
-/// A database whose every entry tells its version. All versions up to 999 are of one size, and no part of one
+/// A database whose every entry names its version. All versions up to 999 are of one size, and no part of one
 /// is well-formed.
 std::string databaseOfVersion(int version);
 
@@ -42,8 +42,8 @@ class Fixture {
   /// Lets frames pass until the condition holds; false when that takes too long.
   bool framesUntil(const std::function<bool()>& condition) const;
 
-  /// Lets frames pass until everything that was done before has surely been told, whatever way it is noticed;
-  /// but for writing whose end the system does not tell, which takes longer.
+  /// Lets frames pass until everything that was done before has surely been reported, whatever way it is
+  /// noticed; but for writing whose end the system does not report, which takes longer.
   void letEverythingBeTold();
 
   std::filesystem::path root(const std::filesystem::path& name = {}) const {

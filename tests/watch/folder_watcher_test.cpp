@@ -31,17 +31,17 @@ class HandWatch {
         collector_({root.path().native()}),
         watcher_({root.path()}, collector_, longestWriterPause) {}
 
-  void look() { watcher_.look(); }
+  void poll() { watcher_.poll(); }
 
-  /// What looks find when every change has become old enough to count.
-  std::vector<std::string> changesFoundByLooks() {
+  /// What polls find when every change has become old enough to count.
+  std::vector<std::string> changesFoundByPolls() {
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root_)) {
       // A link may lead to nothing.
       const auto identity = Tal::files::identityAt(entry.path());
       while (identity && Tal::files::isRecent(*identity)) std::this_thread::yield();
     }
-    look();
-    look();
+    poll();
+    poll();
     return changes();
   }
 
@@ -73,7 +73,7 @@ TEST(TheWatcher, MakesOneChangeOfABurst) {
   EXPECT_THAT(watch.changes(), IsEmpty());
 }
 
-TEST(TheWatcher, BearsALinkThatIsExchangedWhileItLooks) {
+TEST(TheWatcher, BearsALinkThatIsExchangedWhileItPolls) {
   const TemporaryFolder root;
   root.write("one.xml", "1");
   root.write("two.xml", "2");
@@ -129,27 +129,27 @@ TEST(TheWatcher, FindsWhatAFolderHoldsThatIsFilledAsItIsMade) {
   EXPECT_THAT(watch.changes(), ElementsAre("added f/c/new/g.xml"));
 }
 
-TEST(ALook, FindsNothingWhereEverythingWasTold) {
+TEST(APoll, FindsNothingWhereEverythingWasReported) {
   const TemporaryFolder root;
   root.write("a.xml", "");
   HandWatch watch(root);
   root.write("a.xml", "1");
   root.write("b/c.xml", "");
   EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml", "added b/c.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
 }
 
-TEST(ALook, NotesAFileOnlyWhenItIsAsTheLookBeforeFoundIt) {
+TEST(APoll, NotesAFileOnlyWhenItIsAsThePollBeforeFoundIt) {
   const TemporaryFolder root;
   root.write("a.xml", "....");
   root.write("b.xml", "....");
   HandWatch watch(root);
   const auto memory = support::mapFile(root / "a.xml", 4);
   memory.get()[0] = '1';
-  watch.look();
+  watch.poll();
   EXPECT_THAT(watch.changes(), IsEmpty());
-  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("modified a.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), ElementsAre("modified a.xml"));
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
 }
 
 /// Writes in a file and keeps it open.
@@ -159,34 +159,34 @@ std::ofstream beginToWrite(const fs::path& file) {
   return stream;
 }
 
-TEST(ALook, LeavesAFileAloneWhoseWriterPauses) {
+TEST(APoll, LeavesAFileAloneWhoseWriterPauses) {
   const TemporaryFolder root;
   root.write("a.xml", "");
   HandWatch watch(root, std::chrono::hours(1));
   std::ofstream changed = beginToWrite(root / "a.xml");
   std::ofstream added = beginToWrite(root / "b.xml");
   EXPECT_THAT(watch.changes(), IsEmpty());
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   changed.close();
   added.close();
   EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml", "added b.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
 }
 
-TEST(ALook, LeavesALinkAloneWhileTheWriterOfItsTargetPauses) {
+TEST(APoll, LeavesALinkAloneWhileTheWriterOfItsTargetPauses) {
   const TemporaryFolder root;
   root.write("store/a.xml", "");
   fs::create_symlink("store/a.xml", root / "a.xml");
   HandWatch watch(root, std::chrono::hours(1));
   std::ofstream stream = beginToWrite(root / "store/a.xml");
   EXPECT_THAT(watch.changes(), IsEmpty());
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   stream.close();
   EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml", "modified store/a.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
 }
 
-TEST(ALook, LeavesALinkAloneWhileTheWriterOfItsNewTargetPauses) {
+TEST(APoll, LeavesALinkAloneWhileTheWriterOfItsNewTargetPauses) {
   const TemporaryFolder root;
   root.write("store/a.xml", "whole");
   fs::create_symlink("store/a.xml", root / "a.xml");
@@ -196,56 +196,56 @@ TEST(ALook, LeavesALinkAloneWhileTheWriterOfItsNewTargetPauses) {
   watch.changes();
   stream << "half" << std::flush;
   EXPECT_THAT(watch.changes(), IsEmpty());
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   stream.close();
   EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml", "modified store/a.xml"));
 }
 
-TEST(ALook, FollowsADanglingLinkWhenItsTargetComes) {
+TEST(APoll, FollowsADanglingLinkWhenItsTargetComes) {
   const TemporaryFolder root;
   root.write("scripts/other.xml", "");
   fs::create_symlink("../store/a.xml", root / "scripts/a.xml");
   HandWatch watch(root);
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   root.write("store/a.xml", "1");
   EXPECT_THAT(watch.changes(), ElementsAre("added store/a.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added scripts/a.xml"));
+  EXPECT_THAT(watch.changesFoundByPolls(), ElementsAre("added scripts/a.xml"));
   root.replace("store/a.xml", "2");
   EXPECT_THAT(watch.changes(), ElementsAre("modified scripts/a.xml", "modified store/a.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
 }
 
-TEST(ALook, FollowsALinkWhoseTargetVanishedBeforeItWasNoted) {
+TEST(APoll, FollowsALinkWhoseTargetVanishedBeforeItWasNoted) {
   const TemporaryFolder root;
   fs::create_symlink("store/a.xml", root / "a.xml");
   fs::create_directory(root / "store");
   HandWatch watch(root);
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   root.write("store/a.xml", "1");
-  watch.look();
+  watch.poll();
   fs::remove(root / "store/a.xml");
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   root.write("store/a.xml", "2");
   EXPECT_THAT(watch.changes(), ElementsAre("added store/a.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added a.xml"));
+  EXPECT_THAT(watch.changesFoundByPolls(), ElementsAre("added a.xml"));
 }
 
-TEST(ALook, FollowsALinkedFolderThatCameBack) {
+TEST(APoll, FollowsALinkedFolderThatCameBack) {
   const TemporaryFolder root;
   root.write("versions/v1/a.xml", "");
   fs::create_directory_symlink("versions/v1", root / "scripts");
   HandWatch watch(root);
   fs::remove_all(root / "versions/v1");
   EXPECT_THAT(watch.changes(), ElementsAre("removed scripts/a.xml", "removed versions/v1/a.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   root.write("versions/v1/a.xml", "");
   EXPECT_THAT(watch.changes(), ElementsAre("added versions/v1/a.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added scripts/a.xml"));
+  EXPECT_THAT(watch.changesFoundByPolls(), ElementsAre("added scripts/a.xml"));
   root.replace("versions/v1/a.xml", "");
   EXPECT_THAT(watch.changes(), ElementsAre("modified scripts/a.xml", "modified versions/v1/a.xml"));
 }
 
-TEST(ALook, FollowsALinkWhoseTargetTurnsFromAFileIntoAFolder) {
+TEST(APoll, FollowsALinkWhoseTargetTurnsFromAFileIntoAFolder) {
   const TemporaryFolder root;
   root.write("store/a", "");
   fs::create_symlink("store/a", root / "a");
@@ -253,10 +253,10 @@ TEST(ALook, FollowsALinkWhoseTargetTurnsFromAFileIntoAFolder) {
   fs::remove(root / "store/a");
   root.write("store/a/b.xml", "");
   EXPECT_THAT(watch.changes(), ElementsAre("removed store/a", "added store/a/b.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("removed a", "added a/b.xml"));
+  EXPECT_THAT(watch.changesFoundByPolls(), ElementsAre("removed a", "added a/b.xml"));
 }
 
-TEST(ALook, FollowsALinkWhoseTargetTurnsFromAFolderIntoAFile) {
+TEST(APoll, FollowsALinkWhoseTargetTurnsFromAFolderIntoAFile) {
   const TemporaryFolder root;
   root.write("store/a/b.xml", "");
   fs::create_symlink("store/a", root / "a");
@@ -264,24 +264,24 @@ TEST(ALook, FollowsALinkWhoseTargetTurnsFromAFolderIntoAFile) {
   fs::remove_all(root / "store/a");
   root.write("store/a", "1");
   EXPECT_THAT(watch.changes(), ElementsAre("removed a/b.xml", "added store/a", "removed store/a/b.xml"));
-  watch.look();
-  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added a"));
+  watch.poll();
+  EXPECT_THAT(watch.changesFoundByPolls(), ElementsAre("added a"));
 }
 
-TEST(ALook, FindsNothingInLinksThatLeadToEachOther) {
+TEST(APoll, FindsNothingInLinksThatLeadToEachOther) {
   const TemporaryFolder root;
   fs::create_symlink("two.xml", root / "one.xml");
   fs::create_symlink("one.xml", root / "two.xml");
   fs::create_symlink("self", root / "self");
   HandWatch watch(root);
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   root.replace("two.xml", "");
   EXPECT_THAT(watch.changes(), ElementsAre("added two.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added one.xml"));
+  EXPECT_THAT(watch.changesFoundByPolls(), ElementsAre("added one.xml"));
 }
 
-TEST(ALook, FollowsALinkWhenItLeadsOutOfItsRootNoMore) {
+TEST(APoll, FollowsALinkWhenItLeadsOutOfItsRootNoMore) {
   const TemporaryFolder outside;
   outside.write("a.xml", "");
   const TemporaryFolder root;
@@ -290,40 +290,40 @@ TEST(ALook, FollowsALinkWhenItLeadsOutOfItsRootNoMore) {
   fs::create_directory_symlink(outside.path(), root / "links/current");
   fs::create_directory_symlink("links/current", root / "scripts");
   HandWatch watch(root);
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   fs::create_directory_symlink("../store", root / "links/next");
   fs::rename(root / "links/next", root / "links/current");
   EXPECT_THAT(watch.changes(), ElementsAre("added links/current/a.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added scripts/a.xml"));
+  EXPECT_THAT(watch.changesFoundByPolls(), ElementsAre("added scripts/a.xml"));
 }
 
-TEST(ALook, LeavesADanglingLinkAloneWhileTheWriterOfItsTargetPauses) {
+TEST(APoll, LeavesADanglingLinkAloneWhileTheWriterOfItsTargetPauses) {
   const TemporaryFolder root;
   fs::create_directory(root / "store");
   fs::create_symlink("store/a.xml", root / "a.xml");
   HandWatch watch(root, std::chrono::hours(1));
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   std::ofstream stream = beginToWrite(root / "store/a.xml");
   EXPECT_THAT(watch.changes(), IsEmpty());
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   stream.close();
   EXPECT_THAT(watch.changes(), ElementsAre("added store/a.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("added a.xml"));
+  EXPECT_THAT(watch.changesFoundByPolls(), ElementsAre("added a.xml"));
 }
 
-TEST(ALook, NotesAFileWhoseWriterPausesForLongAndAgainAtItsEnd) {
+TEST(APoll, NotesAFileWhoseWriterPausesForLongAndAgainAtItsEnd) {
   const TemporaryFolder root;
   root.write("a.xml", "");
   HandWatch watch(root, std::chrono::seconds(0));
   std::ofstream stream = beginToWrite(root / "a.xml");
   EXPECT_THAT(watch.changes(), IsEmpty());
-  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("modified a.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), ElementsAre("modified a.xml"));
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   stream.close();
   EXPECT_THAT(watch.changes(), ElementsAre("modified a.xml"));
 }
 
-TEST(ALook, NotesANewFileWhoseWriterPausesForLong) {
+TEST(APoll, NotesANewFileWhoseWriterPausesForLong) {
   const TemporaryFolder root;
   HandWatch watch(root, std::chrono::milliseconds(100));
   const std::ofstream stream = beginToWrite(root / "a.xml");
@@ -331,20 +331,20 @@ TEST(ALook, NotesANewFileWhoseWriterPausesForLong) {
   std::vector<std::string> found;
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
   while (found.empty() && std::chrono::steady_clock::now() < deadline) {
-    watch.look();
+    watch.poll();
     found = watch.changes();
   }
   EXPECT_THAT(found, ElementsAre("added a.xml"));
 }
 
-TEST(ALook, NotesATruncationByPath) {
+TEST(APoll, NotesATruncationByPath) {
   const TemporaryFolder root;
   root.write("a.xml", "....");
   HandWatch watch(root, std::chrono::seconds(0));
   fs::resize_file(root / "a.xml", 2);
   EXPECT_THAT(watch.changes(), IsEmpty());
-  EXPECT_THAT(watch.changesFoundByLooks(), ElementsAre("modified a.xml"));
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), ElementsAre("modified a.xml"));
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
 }
 
 TEST(TheWatcher, PassesOverFilesOfTemporaryNames) {
@@ -355,7 +355,7 @@ TEST(TheWatcher, PassesOverFilesOfTemporaryNames) {
        {"a.xml~", "a.xml.tmp", "a.xml.new", "a.xml.temp", "a.xml.part", "a.xml.swp", "a.xml.kate-swp",
         "a.xml___jb_tmp___", "a.xml___jb_old___", "#a.xml#", ".hidden.xml", ".a.xml.1-1.saving"})
     root.write(name, "1");
-  EXPECT_THAT(watch.changesFoundByLooks(), IsEmpty());
+  EXPECT_THAT(watch.changesFoundByPolls(), IsEmpty());
   for (const char* name : {"a.xml.bak", "tmp", "new.xml", "~a", "a#"}) root.write(name, "1");
   EXPECT_THAT(watch.changes(),
               ElementsAre("added a#", "added a.xml.bak", "added new.xml", "added tmp", "added ~a"));

@@ -1,4 +1,4 @@
-// Whatever allocation of collecting or looking fails: no change is lost, none is made up, and the watcher
+// Whatever allocation of collecting or polling fails: no change is lost, none is made up, and the watcher
 // goes on.
 
 #include <support/failing_allocation.h>
@@ -43,9 +43,9 @@ class Follower {
 
   void work() {
     watcher_.collect();
-    // A file that has changed without a closing is noted by the second look.
-    watcher_.look();
-    watcher_.look();
+    // A file that has changed without a closing is noted by the second poll.
+    watcher_.poll();
+    watcher_.poll();
   }
 
   /// Works with one allocation failing; false when the work needs fewer than that.
@@ -102,7 +102,7 @@ void change(const TemporaryFolder& root) {
   fs::rename(root / "folder", root / "moved");
   root.write("new/made.xml", "");
   fs::resize_file(root / "cut.xml", 2);
-  // A time far from now, so that looks do not wait until the file is old enough to count.
+  // A time far from now, so that polls do not wait until the file is old enough to count.
   fs::last_write_time(root / "cut.xml", fs::file_time_type::clock::now() + std::chrono::hours(1));
 }
 

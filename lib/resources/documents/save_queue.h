@@ -2,15 +2,10 @@
 
 #include <core/smart_pointer.h>
 #include <core/string_ref.h>
-#include <files/file_lock.h>
+#include <resources/document_source.h>
 #include <resources/documents/section_document.h>
-#include <resources/file_system.h>
 
-#include <chrono>
-#include <filesystem>
-#include <map>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -33,15 +28,8 @@ class SaveQueue {
 
   bool isOpen() const noexcept { return depth_ > 0; }
 
-  /// Locks the file against other programs; shared within this process. A fault when another program does not
-  /// let go of it.
-  Result<std::shared_ptr<const files::FileLock>> hold(const FS::Location& location);
-
-  /// Has that lock until the outermost group closes; a group must be open.
-  Result<void> lock(const FS::Location& location);
-
-  /// How long `hold` and `lock` wait for another program; for tests.
-  void setPatience(std::chrono::milliseconds patience) noexcept { patience_ = patience; }
+  /// Keeps a document from other programs until the outermost group closes; a group must be open.
+  Result<void> lock(DocumentSource& source, const Location& location);
 
   /// Puts a document down to be written once when the outermost group commits; false when no group is open.
   [[nodiscard]] bool put(const SmartPointer<SectionDocument>& document, BasicStringRef resourceName);
@@ -56,18 +44,12 @@ class SaveQueue {
   Result<void> close(bool isCommitted);
 
  private:
-  /// Says once for a file that nothing keeps other programs from saving it.
-  void warnOfNoLock(const std::filesystem::path& file, const std::string& reason);
-
   using Save = std::pair<SmartPointer<SectionDocument>, std::string>;
 
   int depth_ = 0;
   bool isValueRefused_ = false;
   std::vector<Save> saves_;
-  std::map<std::filesystem::path, std::shared_ptr<const files::FileLock>> locks_;  ///< of the open group
-  std::vector<std::weak_ptr<const files::FileLock>> shared_;                       ///< those that anybody has
-  std::set<std::filesystem::path> unlockable_;  ///< those whose file system was said to have no locks
-  std::chrono::milliseconds patience_{10'000};
+  std::set<std::shared_ptr<const void>> locks_;  ///< of the open group
 };
 
 }  // namespace Tal

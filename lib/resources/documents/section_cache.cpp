@@ -46,9 +46,9 @@ SmartPointer<DataSection> handOut(const SmartPointer<SectionDocument>& document)
 }
 
 /// Whether a resource may not be used, which is for who opens it to report.
-bool isRefused(const FS::MultiFileSystem& fileSystem, BasicStringRef resourceName) {
-  const auto place = fileSystem.find(resourceName);
-  return !place && place.fault().kind != FaultKind::missing;
+bool isRefused(DocumentSource& source, BasicStringRef resourceName) {
+  const auto location = source.find(resourceName, false);
+  return !location && location.fault().kind != FaultKind::missing;
 }
 
 }  // namespace
@@ -61,9 +61,10 @@ SectionCache& SectionCache::instance() {
 Result<void> SectionCache::lock(BasicStringRef resourceName) {
   const FS::MultiFileSystem* const fileSystem = FS::fileSystem();
   if (fileSystem == nullptr || !SaveQueue::instance().isOpen()) return {};
-  const auto location = fileSystem->locate(normalisedName(resourceName), false);
-  if (!location) return {};  // to be told by who opens it
-  return SaveQueue::instance().lock(*location);
+  DocumentSource& source = *fileSystem->documents();
+  const auto location = source.find(resourceName, false);
+  if (!location) return {};  // to be reported by who opens it
+  return SaveQueue::instance().lock(source, *location);
 }
 
 Result<SmartPointer<DataSection>> SectionCache::open(BasicStringRef resourceName, bool create,
@@ -74,15 +75,15 @@ Result<SmartPointer<DataSection>> SectionCache::open(BasicStringRef resourceName
                  "cannot open " + quotedName(resourceName) + ": no resource roots are set up",
                  "set some first"};
   }
-  const std::string name = normalisedName(resourceName);
-  const auto known = entries_.find(name);
+  const std::shared_ptr<DocumentSource>& source = fileSystem->documents();
+  const auto known = entries_.find(normalisedName(resourceName));
   const bool isKnown = known != entries_.end() && known->second.document;
   if (isKnown && known->second.isPinned && !known->second.pin.expired())
     return handOut(known->second.document);
   const bool isToStay = isKnown && isKept(*known->second.document);
   // Not in the place of a link that leads out of the root.
-  if (isToStay && !isRefused(*fileSystem, resourceName)) return rootOf(known->second.document);
-  const auto location = fileSystem->locate(resourceName, create);
+  if (isToStay && !isRefused(*source, resourceName)) return rootOf(known->second.document);
+  const auto location = source->find(resourceName, create);
   if (!location) {
     const bool isFileGone = isKnown && !isToStay && known->second.document->identity();
     if (isFileGone) drop(known->second);
@@ -91,8 +92,8 @@ Result<SmartPointer<DataSection>> SectionCache::open(BasicStringRef resourceName
     return fault;
   }
   if (!location->file)
-    return creator == nullptr ? rootOf(newDocument(location->place)) : creator->create(resourceName);
-  auto document = documentOf(location->place, *location->file);
+    return creator == nullptr ? rootOf(newDocument(source, location->place)) : creator->create(resourceName);
+  auto document = documentOf(source, location->place, *location->file);
   if (!document) return std::move(document).fault();
   Entry& entry = entries_.find(location->place.name.native())->second;
   entry.isPinned = !entry.pin.expired();
@@ -108,24 +109,26 @@ void SectionCache::report(BasicStringRef resourceName, const Fault& fault) {
   reportRefusal(textOf(fault));
 }
 
-SmartPointer<SectionDocument> SectionCache::newDocument(const files::RootedPath& place) {
+SmartPointer<SectionDocument> SectionCache::newDocument(const std::shared_ptr<DocumentSource>& source,
+                                                        const files::RootedPath& place) {
   Entry& entry = entries_[place.name.native()];
   const bool isMade = entry.document && !entry.document->identity();
   if (!isMade) {
     entry = {};
-    entry.document = SectionDocument::make(place);
+    entry.document = SectionDocument::make(source, place);
   }
   return entry.document;
 }
 
-Result<SmartPointer<SectionDocument>> SectionCache::documentOf(const files::RootedPath& place,
+Result<SmartPointer<SectionDocument>> SectionCache::documentOf(const std::shared_ptr<DocumentSource>& source,
+                                                               const files::RootedPath& place,
                                                                const files::FileIdentity& identity) {
   Entry& entry = entries_[place.name.native()];
   if (entry.document && entry.document->isCurrent(place, identity)) return entry.document;
   drop(entry);
   const bool isRefused = entry.refused && entry.refused->version == identity;
   if (isRefused && !entry.refused->isRecent) return entry.refused->fault;
-  auto document = SectionDocument::read(place);
+  auto document = SectionDocument::read(source, place);
   if (!document) {
     const Fault& fault = document.fault();
     const bool isReported =
@@ -173,6 +176,12 @@ void SectionCache::discard(BasicStringRef resourceName) {
   found->second = std::move(left);
 }
 
+std::optional<files::FileIdentity> SectionCache::version(BasicStringRef resourceName) const {
+  const auto known = entries_.find(normalisedName(resourceName));
+  if (known == entries_.end() || !known->second.document) return std::nullopt;
+  return known->second.document->identity();
+}
+
 void SectionCache::clear() {
   entries_.clear();
 }
@@ -194,6 +203,10 @@ void DataSectionCache::discard(BasicStringRef path) {
 
 std::shared_ptr<const void> DataSectionCache::pin(BasicStringRef path) {
   return SectionCache::instance().pin(path);
+}
+
+std::optional<files::FileIdentity> DataSectionCache::version(BasicStringRef path) {
+  return SectionCache::instance().version(path);
 }
 
 void DataSectionCache::clear() {

@@ -35,6 +35,7 @@ class SectionCache {
   /// See DataSectionCache.
   void purge(BasicStringRef resourceName, bool recursive);
   void discard(BasicStringRef resourceName);
+  std::optional<files::FileIdentity> version(BasicStringRef resourceName) const;
   void clear();
 
   /// The file of a resource may have changed although its identity did not: the next open reads it.
@@ -58,10 +59,12 @@ class SectionCache {
   };
 
  private:
-  Result<SmartPointer<SectionDocument>> documentOf(const files::RootedPath& place,
+  Result<SmartPointer<SectionDocument>> documentOf(const std::shared_ptr<DocumentSource>& source,
+                                                   const files::RootedPath& place,
                                                    const files::FileIdentity& identity);
   /// The document of a file that is not there yet.
-  SmartPointer<SectionDocument> newDocument(const files::RootedPath& place);
+  SmartPointer<SectionDocument> newDocument(const std::shared_ptr<DocumentSource>& source,
+                                            const files::RootedPath& place);
 
   std::map<std::string, Entry, std::less<>> entries_;
 };

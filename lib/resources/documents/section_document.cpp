@@ -1,6 +1,4 @@
 #include <core/display_text.h>
-#include <files/atomic_file.h>
-#include <files/file_read.h>
 #include <resources/documents/section_document.h>
 #include <resources/file_system.h>
 #include <resources/report.h>
@@ -51,36 +49,39 @@ Result<Parsed> parsedFrom(files::ByteBuffer bytes) {
 
 }  // namespace
 
-SectionDocument::SectionDocument(const files::RootedPath& place, xml::Tree tree, xml::Encoding encoding,
+SectionDocument::SectionDocument(std::shared_ptr<DocumentSource> source, const files::RootedPath& place,
+                                 xml::Tree tree, xml::Encoding encoding,
                                  std::optional<files::FileIdentity> identity)
-    : place_(place), tree_(std::move(tree)), encoding_(encoding) {
+    : source_(std::move(source)), place_(place), tree_(std::move(tree)), encoding_(encoding) {
   noteIdentity(identity);
 }
 
-Result<SmartPointer<SectionDocument>> SectionDocument::read(const files::RootedPath& place) {
+Result<SmartPointer<SectionDocument>> SectionDocument::read(std::shared_ptr<DocumentSource> source,
+                                                            const files::RootedPath& place) {
   const auto refused = [&place](Fault fault, BasicStringRef rest, BasicStringRef remedy) {
     fault.file = shownName(place.name.native());
     fault.what += rest;
     fault.remedy = remedy;
     return fault;
   };
-  Result<files::FileContent> content = files::readFile(place.path(), xml::kLargestSource);
+  Result<files::FileContent> content = source->read(place, xml::kLargestSource);
   if (!content) return refused(content.fault(), "", content.fault().remedy + " and open it again");
   Result<Parsed> parsed = parsedFrom(std::move(content->bytes));
   if (!parsed) {
     const std::string& remedy = parsed.fault().remedy;
     return refused(parsed.fault(), "; the file was not loaded", remedy.empty() ? "correct it there" : remedy);
   }
-  SmartPointer<SectionDocument> document =
-      new SectionDocument(place, std::move(parsed->tree), parsed->encoding, content->identity);
+  SmartPointer<SectionDocument> document = new SectionDocument(
+      std::move(source), place, std::move(parsed->tree), parsed->encoding, content->identity);
   document->base_ = parsed->converted;
   return document;
 }
 
-SmartPointer<SectionDocument> SectionDocument::make(const files::RootedPath& place) {
+SmartPointer<SectionDocument> SectionDocument::make(std::shared_ptr<DocumentSource> source,
+                                                    const files::RootedPath& place) {
   Result<xml::Tree> tree = xml::parse(files::ByteBuffer::copyOf(kEmptyDocument));
   if (!tree) return nullptr;
-  return new SectionDocument(place, *std::move(tree), xml::Encoding::utf8, std::nullopt);
+  return new SectionDocument(std::move(source), place, *std::move(tree), xml::Encoding::utf8, std::nullopt);
 }
 
 void SectionDocument::noteIdentity(const std::optional<files::FileIdentity>& identity) {
@@ -95,21 +96,9 @@ bool SectionDocument::isCurrent(const files::RootedPath& place, const files::Fil
 }
 
 bool SectionDocument::isBaseInFile() {
-  BasicStringRef rest = base_ ? BasicStringRef() : tree_.source();
-  files::FingerprintMaker fingerprint;
-  const auto isSame = [&](BasicStringRef piece) {
-    if (base_) {
-      fingerprint.add(piece);
-      return true;
-    }
-    const bool isNext = rest.starts_with(piece);
-    if (isNext) rest.remove_prefix(piece.size());
-    return isNext;
-  };
-  const std::optional<files::FileIdentity> identity = files::readPieces(place_.path(), isSame);
-  if (!identity || !rest.empty()) return false;
-  if (base_ && fingerprint.fingerprint() != *base_) return false;
-  noteIdentity(identity);
+  const auto content = source_->read(place_, xml::kLargestSource);
+  if (!content || !isBase(content->bytes.view())) return false;
+  noteIdentity(content->identity);
   return true;
 }
 
@@ -155,31 +144,31 @@ Result<void> SectionDocument::write(BasicStringRef resourceName) {
 
 Result<void> SectionDocument::writeOwn() {
   markSavePending();
-  // Opened once: a link that is put there meanwhile leads nowhere else.
-  auto place = files::OpenPlace::open(place_);
-  Result<void> written = place ? writeOwnAt(*place) : Result<void>(place.fault());
+  Result<void> written = replaceOwn(encoded());
   if (written) return written;
   const BasicStringRef rest = outcomeOf(written.fault());
   return failedSave(resourceName(), std::move(written).fault(), rest);
 }
 
-Result<void> SectionDocument::writeOwnAt(const files::OpenPlace& place) {
-  const std::string bytes = encoded();
+Result<void> SectionDocument::replaceOwn(BasicStringRef bytes) {
+  // Else the replacement finds out whether the file is the one that was read.
+  bool isToAsk = !identity_ || isRecent_ || (!isFlushPending_ && isBase(bytes));
   Result<void> written;
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    const auto standing = place.look();
-    if (!standing) return standing.fault();
-    std::optional<files::FileIdentity> version = standing->file;
-    if (version) {
-      if (version != identity_ || isRecent_)
-        if (auto adopted = adoptFile(place, bytes); !adopted) return adopted;
-      if (!isFlushPending_ && isBase(bytes)) {
-        noteSaved();
-        return {};
-      }
-      version = identity_;
+  for (int attempt = 0; attempt < kAttempts; ++attempt, isToAsk = true) {
+    std::optional<files::FileIdentity> version = identity_;
+    if (isToAsk) {
+      auto found = source_->identity(place_);
+      if (!found) return std::move(found).fault();
+      version = *found;
     }
-    auto replaced = files::replaceVersion(place, bytes, version);
+    if (version && (version != identity_ || isRecent_))
+      if (auto adopted = adoptFile(bytes); !adopted) return adopted;
+    if (version) version = identity_;
+    if (version && isToAsk && !isFlushPending_ && isBase(bytes)) {
+      noteSaved();
+      return {};
+    }
+    auto replaced = source_->replace(place_, bytes, version);
     if (replaced) {
       noteReplaced(bytes, *replaced);
       return std::move(replaced->flushed);
@@ -190,8 +179,8 @@ Result<void> SectionDocument::writeOwnAt(const files::OpenPlace& place) {
   return written;
 }
 
-Result<void> SectionDocument::adoptFile(const files::OpenPlace& place, BasicStringRef bytes) {
-  Result<files::FileContent> content = files::readFile(place, xml::kLargestSource);
+Result<void> SectionDocument::adoptFile(BasicStringRef bytes) {
+  Result<files::FileContent> content = source_->read(place_, xml::kLargestSource);
   if (!content) return content.fault();
   const BasicStringRef onDisk = content->bytes.view();
   const bool isOurs = isBase(onDisk) || bytes == onDisk;
@@ -238,19 +227,20 @@ Result<void> SectionDocument::writeOther(BasicStringRef resourceName) const {
   if (fileSystem == nullptr) {
     return failedSave(resourceName, {FaultKind::refused, "no resource roots are set up", "set some up"}, "");
   }
-  const auto rooted = fileSystem->locationFor(resourceName);
-  if (!rooted) return failedSave(resourceName, rooted.fault(), "");
-  auto place = files::OpenPlace::open(*rooted);
-  if (!place) return failedSave(resourceName, place.fault(), "");
+  DocumentSource& source = *fileSystem->documents();
+  const auto location = source.find(resourceName, true);
+  if (!location) return failedSave(resourceName, location.fault(), "");
   const std::string bytes = encoded();
-  if (place->identity()) {
-    const auto content = files::readFile(*place, xml::kLargestSource);
+  std::optional<files::FileIdentity> version = location->file;
+  if (version) {
+    const auto content = source.read(location->place, xml::kLargestSource);
     if (content && bytes == content->bytes.view()) return {};
+    if (content) version = content->identity;
   }
-  Result<void> written = files::replaceFile(*place, bytes);
+  const auto replaced = source.replace(location->place, bytes, version);
+  const Result<void> written = replaced ? replaced->flushed : Result<void>(replaced.fault());
   if (written) return written;
-  const BasicStringRef rest = outcomeOf(written.fault());
-  return failedSave(resourceName, std::move(written).fault(), rest);
+  return failedSave(resourceName, written.fault(), outcomeOf(written.fault()));
 }
 
 }  // namespace Tal

@@ -3,11 +3,10 @@
 #include <core/reference_count.h>
 #include <core/result.h>
 #include <core/smart_pointer.h>
-#include <files/atomic_file.h>
 #include <files/file_identity.h>
 #include <files/fingerprint.h>
-#include <files/open_place.h>
 #include <resources/derivation.h>
+#include <resources/document_source.h>
 #include <xml/encoding.h>
 #include <xml/transcoding.h>
 #include <xml/tree.h>
@@ -30,10 +29,12 @@ class SectionDocument : public SafeReferenceCount {
 
   /// Reads and parses the file of a resource, by its place and normalised name. Never null. A fault of the
   /// kind `malformed` lasts as long as the file stays as it is.
-  static Result<SmartPointer<SectionDocument>> read(const files::RootedPath& place);
+  static Result<SmartPointer<SectionDocument>> read(std::shared_ptr<DocumentSource> source,
+                                                    const files::RootedPath& place);
 
   /// A document that is in no file yet; saving makes it.
-  static SmartPointer<SectionDocument> make(const files::RootedPath& place);
+  static SmartPointer<SectionDocument> make(std::shared_ptr<DocumentSource> source,
+                                            const files::RootedPath& place);
 
   xml::Tree& tree() noexcept { return tree_; }
   const xml::Tree& tree() const noexcept { return tree_; }
@@ -45,10 +46,10 @@ class SectionDocument : public SafeReferenceCount {
   const std::optional<files::FileIdentity>& identity() const noexcept { return identity_; }
 
   /// Whether the file at `place`, whose identity is now `now`, is this document's and still holds the bytes
-  /// that it goes back to. The file is read when its identity does not tell.
+  /// that it goes back to. The file is read when its identity is not certain.
   bool isCurrent(const files::RootedPath& place, const files::FileIdentity& now);
 
-  /// Makes the identity tell nothing until the file was read again.
+  /// Makes the identity uncertain until the file was read again.
   void markPossiblyStale() noexcept { isRecent_ = true; }
 
   /// What a save writes now.
@@ -86,17 +87,16 @@ class SectionDocument : public SafeReferenceCount {
   Result<void> write(BasicStringRef resourceName);
 
  private:
-  SectionDocument(const files::RootedPath& place, xml::Tree tree, xml::Encoding encoding,
-                  std::optional<files::FileIdentity> identity);
+  SectionDocument(std::shared_ptr<DocumentSource> source, const files::RootedPath& place, xml::Tree tree,
+                  xml::Encoding encoding, std::optional<files::FileIdentity> identity);
 
   const std::string& resourceName() const noexcept { return place_.name.native(); }
   Result<void> writeOwn();
-  /// The same in the folder that is open.
-  Result<void> writeOwnAt(const files::OpenPlace& place);
+  Result<void> replaceOwn(BasicStringRef bytes);
   Result<void> writeOther(BasicStringRef resourceName) const;
   /// Takes the version of the file that is there now as the one to replace. A fault when that is somebody
   /// else's work, and when it cannot be read or is not well-formed, in which case it is not taken.
-  Result<void> adoptFile(const files::OpenPlace& place, BasicStringRef bytes);
+  Result<void> adoptFile(BasicStringRef bytes);
   /// Whether the bytes are the version of the file that this document was last in step with.
   bool isBase(BasicStringRef bytes) const;
   /// The same of the file, whose identity is taken over when it is.
@@ -105,6 +105,7 @@ class SectionDocument : public SafeReferenceCount {
   void noteIdentity(const std::optional<files::FileIdentity>& identity);
   void noteSaved() noexcept;
 
+  std::shared_ptr<DocumentSource> source_;
   files::RootedPath place_;
   xml::Tree tree_;
   xml::Encoding encoding_;

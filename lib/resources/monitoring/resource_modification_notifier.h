@@ -19,13 +19,13 @@ class ResourceModificationNotifier {
   /// not there, or null.
   void remove(ResourceModificationListener* listener);
 
-  /// Tells every listener of the changes: the hook for the beginning, one call per change, the hook for the
+  /// Reports the changes to every listener: the hook for the beginning, one call per change, the hook for the
   /// end; nothing when there are no changes. From within, a listener may add and remove listeners, itself
   /// too, and deliver again. What a hook throws ends the delivery.
   void deliver(const std::vector<watch::ResourceChange>& changes);
 
  private:
-  /// The serial number tells a listener from a later one at the same address.
+  /// The serial number distinguishes a listener from a later one at the same address.
   struct Registration {
     ResourceModificationListener* listener;
     std::uint64_t serial;

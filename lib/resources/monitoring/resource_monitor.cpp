@@ -16,8 +16,9 @@ void ResourceMonitor::removeModificationListener(ResourceModificationListener* l
   notifier_.remove(listener);
 }
 
-void ResourceMonitor::pump() {
-  const std::vector<watch::ResourceChange> changes = thread_.take();
+void ResourceMonitor::pump(const std::vector<watch::ResourceChange>& others) {
+  std::vector<watch::ResourceChange> changes = thread_.take();
+  changes.insert(changes.end(), others.begin(), others.end());
   for (const std::string& problem : thread_.takeProblems()) reportRefusal(problem);
   for (const watch::ResourceChange& change : changes) {
     if (change.isDoubtful) SectionCache::instance().markPossiblyStale(change.resourceName);

@@ -19,11 +19,11 @@ class ResourceMonitor final : public MonitorThreadBase {
   void addModificationListener(ResourceModificationListener* listener) override;
   void removeModificationListener(ResourceModificationListener* listener) override;
 
-  /// Reports the problems of watching and delivers what was found since the last call.
+  /// Reports the problems of watching and delivers what was found since the last call, then `others`.
   ///
   /// Throws what a listener throws, and std::bad_alloc without memory for the delivery itself. What was not
-  /// delivered by then is not told; what is found later is.
-  void pump();
+  /// delivered by then is not reported; what is found later is.
+  void pump(const std::vector<watch::ResourceChange>& others);
 
  private:
   ResourceModificationNotifier notifier_;

@@ -4,8 +4,6 @@
 #include <watch/folder_watcher.h>
 #include <watch/transient_name.h>
 
-#include <sys/stat.h>
-
 #include <fcntl.h>
 #include <algorithm>
 #include <cerrno>
@@ -21,7 +19,7 @@ bool isAbsence(int code) {
 
 }  // namespace
 
-void FolderWatcher::lookAtAll(Noted noted) {
+void FolderWatcher::pollAll(Noted noted) {
   if (!watches_.isOpen()) openQueue();
   for (std::size_t root = 0; root < roots_.size(); ++root) {
     watchRootPlace(root);
@@ -29,23 +27,23 @@ void FolderWatcher::lookAtAll(Noted noted) {
   }
   for (auto next = folders_.begin(); next != folders_.end();) {
     const FolderKey key = next->first;
-    lookAt(key, noted);
+    pollFolder(key, noted);
     next = folders_.upper_bound(key);
   }
 }
 
-void FolderWatcher::lookAt(const FolderKey& key, Noted noted) {
+void FolderWatcher::pollFolder(const FolderKey& key, Noted noted) {
   const files::FileDescriptor descriptor(
       files::system().openat(AT_FDCWD, pathOf(key).c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC, 0));
   if (!descriptor) {
     if (isAbsence(errno)) drop(key);
     return;
   }
-  struct stat status {};
-  if (files::system().fstat(descriptor.get(), status) != 0) return;
+  const auto now = files::identityOf(descriptor.get());
+  if (!now) return;
   Folder& folder = folders_[key];
-  if (!(folder.identity == identityOf(status))) {
-    handleFolder(key, status);
+  if (!(folder.identity == identityOf(*now))) {
+    handleFolder(key, *now);
     return;
   }
   const bool wasWatched = watches_.hasFolders(folder.watch);
@@ -53,73 +51,70 @@ void FolderWatcher::lookAt(const FolderKey& key, Noted noted) {
     folder.written.clear();
     folder.watch = watchFolder(key);
   }
-  const files::FileIdentity now = files::identityIn(status);
   if (!wasWatched || folder.listed != now) {
-    const bool isComplete = lookAtNames(key, descriptor.get());
-    folder.listed = isComplete && !files::isRecent(now) ? std::optional(now) : std::nullopt;
+    const bool isComplete = pollNames(key, descriptor.get());
+    folder.listed = isComplete && !files::isRecent(*now) ? now : std::nullopt;
   } else {
-    lookAtUnfollowed(key, descriptor.get());
+    pollUnfollowed(key, descriptor.get());
   }
   if (noted == Noted::all) {
     noteFiles(key, descriptor.get());
   } else {
-    lookAtFiles(key, descriptor.get(), wasWatched);
+    pollFiles(key, descriptor.get(), wasWatched);
   }
 }
 
-bool FolderWatcher::lookAtNames(const FolderKey& key, int folder) {
+bool FolderWatcher::pollNames(const FolderKey& key, int folder) {
   const auto names = files::namesIn(pathOf(key));
   if (!names) {
-    lookAtUnfollowed(key, folder);
+    pollUnfollowed(key, folder);
     return false;
   }
   folders_[key].unfollowed.clear();
-  for (const std::string& name : *names) lookAtName(key, name, folder);
+  for (const std::string& name : *names) pollName(key, name, folder);
   return true;
 }
 
-void FolderWatcher::lookAtUnfollowed(const FolderKey& key, int folder) {
+void FolderWatcher::pollUnfollowed(const FolderKey& key, int folder) {
   const std::set<std::string> names = std::exchange(folders_[key].unfollowed, {});
-  for (const std::string& name : names) lookAtName(key, name, folder);
+  for (const std::string& name : names) pollName(key, name, folder);
 }
 
-void FolderWatcher::lookAtName(const FolderKey& key, const std::string& name, int folder) {
+void FolderWatcher::pollName(const FolderKey& key, const std::string& name, int folder) {
   Folder& known = folders_[key];
   const FolderKey below(key.first, join(key.second, name));
   if (known.files.contains(name) || folders_.contains(below)) return;
-  struct stat status {};
-  const bool isThere = files::system().fstatat(folder, name.c_str(), status, 0) == 0;
-  if (isThere && S_ISREG(status.st_mode)) {
+  const auto status = statusOf(folder, name);
+  if (status && status->isFile) {
     if (!isTransientName(name)) known.unsettled.try_emplace(name);
     return;
   }
-  if (isThere && S_ISDIR(status.st_mode)) add(below, true);
+  if (status && status->isFolder) add(below, true);
   // A folder may be refused: it lies outside its root, is one of those above, or is one too many.
   if (!folders_.contains(below)) known.unfollowed.insert(name);
 }
 
-void FolderWatcher::lookAtFiles(const FolderKey& key, int folder, bool isTold) {
+void FolderWatcher::pollFiles(const FolderKey& key, int folder, bool isWatched) {
   Folder& known = folders_[key];
   std::map<std::string, files::FileIdentity> unsettled = std::exchange(known.unsettled, {});
   std::vector<std::string> gone;
   for (auto& [name, file] : known.files) {
-    struct stat status {};
-    const bool isThere = files::system().fstatat(folder, name.c_str(), status, 0) == 0;
-    if (!isThere && !isAbsence(errno)) continue;
-    if (!isThere || !S_ISREG(status.st_mode)) {
+    const auto status = statusOf(folder, name);
+    if (!status && !isAbsence(errno)) continue;
+    if (!status || !status->isFile) {
       gone.push_back(name);
       continue;
     }
-    if (status.st_nlink > 1 && file.watch < 0) file.watch = watchFile(key, name);
-    const files::FileIdentity now = files::identityIn(status);
-    if (isSame(file.identity, now, isTold)) {
+    if (status->hasOtherNames && file.watch < 0) file.watch = watchFile(key, name);
+    const files::FileIdentity now = status->identity;
+    if (isSame(file.identity, now, isWatched)) {
       file.identity = now;
     } else {
       unsettled.try_emplace(name);
     }
   }
   for (const std::string& name : gone) noteAbsence(key, name);
-  for (const auto& [name, before] : unsettled) settle({key, name}, folder, before, isTold);
+  for (const auto& [name, before] : unsettled) settle({key, name}, folder, before, isWatched);
 }
 
 void FolderWatcher::noteFiles(const FolderKey& key, int folder) {
@@ -128,11 +123,10 @@ void FolderWatcher::noteFiles(const FolderKey& key, int folder) {
   for (const auto& [name, file] : known.files) names.insert(name);
   for (const auto& [name, before] : std::exchange(known.unsettled, {})) names.insert(name);
   for (const std::string& name : names) {
-    struct stat status {};
-    const bool isThere = files::system().fstatat(folder, name.c_str(), status, 0) == 0;
-    if (!isThere && !isAbsence(errno)) continue;
-    if (isThere && S_ISREG(status.st_mode)) {
-      notePresence(key, name, status);
+    const auto status = statusOf(folder, name);
+    if (!status && !isAbsence(errno)) continue;
+    if (status && status->isFile) {
+      notePresence(key, name, *status);
     } else {
       noteAbsence(key, name);
     }
@@ -140,33 +134,30 @@ void FolderWatcher::noteFiles(const FolderKey& key, int folder) {
 }
 
 void FolderWatcher::settle(const FilePlace& place, int folder, const files::FileIdentity& before,
-                           bool isTold) {
+                           bool isWatched) {
   const auto& [key, name] = place;
   Folder& known = folders_[key];
-  struct stat status {};
-  const bool isThere =
-      files::system().fstatat(folder, name.c_str(), status, 0) == 0 && S_ISREG(status.st_mode);
-  if (!isThere) {
+  const auto status = statusOf(folder, name);
+  if (!status || !status->isFile) {
     known.unfollowed.insert(name);
     return;
   }
-  const files::FileIdentity now = files::identityIn(status);
+  const files::FileIdentity now = status->identity;
   const auto file = known.files.find(name);
-  if (file != known.files.end() && isSame(file->second.identity, now, isTold)) return;
-  if (now == before && !files::isRecent(now) && !isBeingWritten(place)) {
+  if (file != known.files.end() && isSame(file->second.identity, now, isWatched)) return;
+  if (now == before && !files::isRecent(now) && !isBeingWritten(place, status->isLink)) {
     known.written.erase(name);
-    notePresence(key, name, status);
+    notePresence(key, name, *status);
   } else {
     known.unsettled[name] = now;
   }
 }
 
-bool FolderWatcher::isBeingWritten(const FilePlace& place) const {
+bool FolderWatcher::isBeingWritten(const FilePlace& place, bool isLink) const {
   if (hasWriter(place)) return true;
+  if (!isLink) return false;
   const auto& [folder, name] = place;
-  const std::filesystem::path path = pathOf(folder) / name;
-  if (!files::isLink(path)) return false;
-  const std::vector<FilePlace> targets = placesOf(files::resolvedPath(path));
+  const std::vector<FilePlace> targets = placesOf(files::resolvedPath(pathOf(folder) / name));
   return std::any_of(targets.begin(), targets.end(),
                      [this](const FilePlace& target) { return hasWriter(target); });
 }
@@ -179,8 +170,8 @@ bool FolderWatcher::hasWriter(const FilePlace& place) const {
   return written != files.end() && Clock::now() - written->second < longestWriterPause_;
 }
 
-bool FolderWatcher::isSame(const files::FileIdentity& noted, const files::FileIdentity& now, bool isTold) {
-  if (!isTold) return noted == now;
+bool FolderWatcher::isSame(const files::FileIdentity& noted, const files::FileIdentity& now, bool isWatched) {
+  if (!isWatched) return noted == now;
   files::FileIdentity renamed = noted;
   renamed.changed = now.changed;
   return renamed == now;
