@@ -80,44 +80,23 @@ std::string HelperScript::run(const std::string& command) {
   const auto lineEnd = command.find('\n');
   const std::string body = lineEnd == std::string::npos ? "" : command.substr(lineEnd + 1) + '\n';
   body_ = &body;
-  words_ = std::istringstream(command.substr(0, lineEnd));
+  words_ = support::Words(command.substr(0, lineEnd));
   const std::string answered = [this] {
-    const std::string name = take();
+    const std::string name = words_.take();
     const auto known = commands_.find(name);
     if (known == commands_.end()) throw std::invalid_argument("unknown command " + name);
     return known->second();
   }();
-  if (!takeAll().empty()) throw std::invalid_argument("there are words that nothing uses");
+  if (words_.areLeft()) throw std::invalid_argument("there are words that nothing uses");
   note();
   return answered + std::exchange(events_, {});
-}
-
-std::string HelperScript::take() {
-  std::string word;
-  if (!(words_ >> std::quoted(word))) throw std::invalid_argument("a word is missing");
-  return word;
-}
-
-Strings HelperScript::takeAll() {
-  Strings words;
-  while (!(words_ >> std::ws).eof()) words.push_back(take());
-  return words;
 }
 
 template <class Number>
 Number HelperScript::takeNumber() {
   Number number{};
-  parse(take(), number);
+  parse(words_.take(), number);
   return number;
-}
-
-bool HelperScript::takeIf(const std::string& word) {
-  if ((words_ >> std::ws).eof()) return false;
-  const auto place = words_.tellg();
-  if (take() == word) return true;
-  words_.clear();
-  words_.seekg(place);
-  return false;
 }
 
 HelperScript::Opened& HelperScript::opened() {
@@ -154,7 +133,7 @@ void HelperScript::listen(Opened& opened) {
 
 HelperScript::Commands HelperScript::fileCommands() {
   return {{"database", [this] { return writeFile(support::kDatabase); }},
-          {"file", [this] { return writeFile(take()); }},
+          {"file", [this] { return writeFile(words_.take()); }},
           {"showDatabase", [this] { return readDatabase(); }},
           {"files", [this] { return line(root_.listing()); }},
           {"removeFileSystem",
@@ -169,16 +148,13 @@ HelperScript::Commands HelperScript::fileCommands() {
 
 std::string HelperScript::writeFile(const std::string& name) {
   std::string text = *body_;
-  if (text.empty()) {
-    words_ >> std::ws;
-    std::getline(words_, text);
-  }
+  if (text.empty()) text = words_.takeRest();
   root_.write(name, text);
   return "";
 }
 
 std::string HelperScript::open() {
-  const std::string name = take();
+  const std::string name = words_.take();
   const Wanted wanted = takeWanted();
   const auto lacks = [&](const char* thing) {
     return std::find(wanted.lacks.begin(), wanted.lacks.end(), thing) != wanted.lacks.end();
@@ -200,7 +176,7 @@ HelperScript::Wanted HelperScript::takeWanted() {
   const std::map<std::string, Strings*> lists = {
       {"bsp", &parts.bsp}, {"nodes", &parts.nodes}, {"but", &wanted.lacks}, {"as", &wanted.labels}};
   Strings* list = nullptr;
-  for (const std::string& word : takeAll()) {
+  for (const std::string& word : words_.takeAll()) {
     if (const auto known = lists.find(word); known != lists.end()) {
       list = known->second;
     } else if (list != nullptr) {
@@ -227,12 +203,12 @@ std::string HelperScript::close() {
 }
 
 std::string HelperScript::atLabel() {
-  const std::string label = take();
+  const std::string label = words_.take();
   const auto other =
       std::find_if(opened_.begin(), opened_.end(), [&](const Opened& each) { return each.label == label; });
   if (other == opened_.end()) throw std::invalid_argument("there is no helper " + label);
   Opened* const before = std::exchange(current_, &*other);
-  const std::string answered = commands_.at(take())();
+  const std::string answered = commands_.at(words_.take())();
   current_ = before == nullptr || std::none_of(opened_.begin(), opened_.end(),
                                                [&](const Opened& each) { return &each == before; })
                  ? current_
@@ -274,13 +250,13 @@ HelperScript::Commands HelperScript::helperCommands() {
 }
 
 std::string HelperScript::setAsNonDestructible() {
-  helper().setAsNonDestructible(takeIf("force"));
+  helper().setAsNonDestructible(words_.takeIf("force"));
   return "";
 }
 
 /// Makes the entries that are missing.
 std::string HelperScript::fill() {
-  const std::string what = take();
+  const std::string what = words_.take();
   if (what == "modules") {
     Access::setMissingModules(helper());
   } else if (what == "fragile") {
@@ -295,9 +271,9 @@ std::string HelperScript::fill() {
 
 /// Sets a member of the helper: "category NAME" (or a number), "missing 0" or "tag TEXT".
 std::string HelperScript::force() {
-  const std::string what = take();
+  const std::string what = words_.take();
   if (what == "category") {
-    const std::string name = take();
+    const std::string name = words_.take();
     const auto known = std::find(kCategories.begin(), kCategories.end(), name);
     int number = static_cast<int>(known - kCategories.begin());
     if (known == kCategories.end()) parse(name, number);
@@ -305,7 +281,7 @@ std::string HelperScript::force() {
   } else if (what == "missing") {
     Access::isMissing(helper()) = takeNumber<int>() != 0;
   } else if (what == "tag") {
-    Access::structureAchievementTag(helper()) = take();
+    Access::structureAchievementTag(helper()) = words_.take();
   } else {
     throw std::invalid_argument("there is no member " + what);
   }
@@ -332,9 +308,9 @@ HelperScript::Commands HelperScript::tableCommands() {
 /// Puts something into a table: "states MODEL [STATE MATERIAL...]", "module MODEL [NAME KEY=VALUE...]",
 /// "fragile MODEL KEY=VALUE..." or "fallingAtom MODEL KEY=VALUE...".
 std::string HelperScript::store() {
-  const std::string table = take();
-  const std::string model = take();
-  Strings words = takeAll();
+  const std::string table = words_.take();
+  const std::string model = words_.take();
+  Strings words = words_.takeAll();
   if (table == "fragile") {
     edit(Access::fragileMap()[model], words);
   } else if (table == "fallingAtom") {
@@ -355,8 +331,8 @@ std::string HelperScript::store() {
 
 /// Takes a model out of a table; whether it was there.
 std::string HelperScript::erase() {
-  const std::string table = take();
-  const std::string model = take();
+  const std::string table = words_.take();
+  const std::string model = words_.take();
   if (table == "fragile") return answer(Access::fragileMap().erase(model) == 1);
   if (table == "fallingAtom") return answer(Access::fallingAtomMap().erase(model) == 1);
   if (table == "module") return answer(Access::moduleMap().erase(model) == 1);
@@ -381,15 +357,15 @@ template <class Record>
 std::string HelperScript::editRecord(bool (Helper::*get)(Record&), bool (Helper::*update)(const Record&)) {
   Record record;
   const bool isGiven = (helper().*get)(record);
-  edit(record, takeAll());
+  edit(record, words_.takeAll());
   return answer((helper().*update)(record) && isGiven);
 }
 
 std::string HelperScript::editModule() {
-  const std::string name = take();
+  const std::string name = words_.take();
   KsDestructibleModuleDesc record;
   const bool isGiven = helper().getDestructibleModule(name, record);
-  edit(record, takeAll());
+  edit(record, words_.takeAll());
   return answer(helper().updateDestructibleModule(name, record, false) && isGiven);
 }
 
@@ -407,19 +383,19 @@ HelperScript::Commands HelperScript::recordCommands() {
        }},
       {"module",
        [this] {
-         const std::string name = take();
+         const std::string name = words_.take();
          return shownRecord<Module>([&](Module& r) { return helper().getDestructibleModule(name, r); });
        }},
       {"updateFragile",
        [this] {
          Fragile record;
-         edit(record, takeAll());
+         edit(record, words_.takeAll());
          return answer(helper().updateFragileParameters(record));
        }},
       {"updateFallingAtom",
        [this] {
          FallingAtom record;
-         edit(record, takeAll());
+         edit(record, words_.takeAll());
          return answer(helper().updateFallingAtomParameters(record));
        }},
       {"updateModule", [this] { return updateModule(); }},
@@ -437,22 +413,22 @@ HelperScript::Commands HelperScript::recordCommands() {
          return (isGiven ? "true " : "false ") + line(Strings{tag});
        }},
       {"tagInMemory", [this] { return line(Strings{Access::structureAchievementTag(helper())}); }},
-      {"updateTag", [this] { return answer(helper().updateStructureAchievementTag(take())); }}};
+      {"updateTag", [this] { return answer(helper().updateStructureAchievementTag(words_.take())); }}};
 }
 
 /// updateModule NAME [keep] KEY=VALUE...
 std::string HelperScript::updateModule() {
-  const std::string name = take();
-  const bool keepsExisting = takeIf("keep");
+  const std::string name = words_.take();
+  const bool keepsExisting = words_.takeIf("keep");
   KsDestructibleModuleDesc record;
-  edit(record, takeAll());
+  edit(record, words_.takeAll());
   return answer(helper().updateDestructibleModule(name, record, keepsExisting));
 }
 
 HelperScript::Commands HelperScript::materialCommands() {
   const auto whichAre = [this](bool (Helper::*test)(const std::string&) const) {
     return [this, test] {
-      Strings names = takeAll();
+      Strings names = words_.takeAll();
       const auto fails = [&](const std::string& name) { return !(helper().*test)(name); };
       names.erase(std::remove_if(names.begin(), names.end(), fails), names.end());
       return line(names);
@@ -466,7 +442,7 @@ HelperScript::Commands HelperScript::materialCommands() {
          return "";
        }},
       {"materialsOfKind", [this] { return line(helper().getMaterialNames(takeNumber<unsigned>())); }},
-      {"kindOf", [this] { return std::to_string(helper().getMaterialKind(take())) + '\n'; }},
+      {"kindOf", [this] { return std::to_string(helper().getMaterialKind(words_.take())) + '\n'; }},
       {"bsp", [this] { return line(helper().bspMaterialNames()); }},
       {"hardPoints", [this] { return line(helper().getHardpointNames()); }},
       {"whichAreStaticNames", whichAre(&Helper::isStaticMaterialName)},
@@ -491,7 +467,7 @@ HelperScript::Commands HelperScript::materialCommands() {
          return (isDisordered ? "true " : "false ") + line(names);
        }},
       {"materialsWithoutKind", [this] {
-         const std::regex pattern(take());
+         const std::regex pattern(words_.take());
          Strings names = {"..."};
          const bool isFound = helper().hasDefaultMaterialKinds(pattern, &names);
          EXPECT_EQ(helper().hasDefaultMaterialKinds(pattern, nullptr), isFound);
@@ -507,21 +483,21 @@ HelperScript::Commands HelperScript::stateCommands() {
     };
   };
   return {{"states", [this] { return line(helper().getStateNames()); }},
-          {"addState", [this] { return answer(helper().addDestructibleState(take())); }},
-          {"dropState", [this] { return answer(helper().delDestructibleState(take())); }},
+          {"addState", [this] { return answer(helper().addDestructibleState(words_.take())); }},
+          {"dropState", [this] { return answer(helper().delDestructibleState(words_.take())); }},
           {"addMaterial",
            [this] {
-             const std::string state = take();
-             return answer(helper().addMaterialToDestrState(state, take()));
+             const std::string state = words_.take();
+             return answer(helper().addMaterialToDestrState(state, words_.take()));
            }},
           {"dropMaterial",
            [this] {
-             const std::string state = take();
-             return answer(helper().delMaterialFromDestrState(state, take()));
+             const std::string state = words_.take();
+             return answer(helper().delMaterialFromDestrState(state, words_.take()));
            }},
-          {"materialsOf", [this] { return line(helper().getMaterialsForState(take())); }},
-          {"kindsOf", [this] { return line(helper().getMatKindsForState(take())); }},
-          {"setState", [this] { return answer(helper().setDestructibleState(take())); }},
+          {"materialsOf", [this] { return line(helper().getMaterialsForState(words_.take())); }},
+          {"kindsOf", [this] { return line(helper().getMatKindsForState(words_.take())); }},
+          {"setState", [this] { return answer(helper().setDestructibleState(words_.take())); }},
           {"state", [this] { return line(Strings{helper().getDestructibleState()}); }},
           {"show",
            [this] {

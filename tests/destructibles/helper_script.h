@@ -1,13 +1,13 @@
 #pragma once
 
 #include <destructibles/fixture.h>
+#include <support/words.h>
 
 #include <functional>
 #include <list>
 #include <map>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 
 namespace Tal {
@@ -59,11 +59,8 @@ class HelperScript : public DestructiblesTest {
   Commands materialCommands();
   Commands stateCommands();
 
-  std::string take();
-  Strings takeAll();
   template <class Number>
   Number takeNumber();
-  bool takeIf(const std::string& word);
 
   Wanted takeWanted();
   std::string writeFile(const std::string& name);
@@ -88,7 +85,7 @@ class HelperScript : public DestructiblesTest {
   void note();
 
   const std::string* body_ = nullptr;  // the lines behind the first of the command
-  std::istringstream words_;           // those of the command that are not taken yet
+  support::Words words_;               // those of the command that are not taken yet
   std::list<Opened> opened_;
   Opened* current_ = nullptr;
   std::string events_;
