@@ -216,6 +216,34 @@ std::string HelperScript::atLabel() {
   return answered;
 }
 
+/// Runs a command; the tracked operations in place of its answer, those within another indented.
+std::string HelperScript::track() {
+  Journal events;
+  std::vector<StackTracker::Entry> pushed;
+  {
+    const TrackRecorder recorder(&events);
+    commands_.at(words_.take())();
+    pushed = recorder.pushed();
+  }
+  EXPECT_TRUE(StackTracker::entries().empty());
+  std::string text;
+  Strings stack;
+  auto next = pushed.begin();
+  for (const std::string& event : events) {
+    const std::string name = event.substr(2);
+    if (event.starts_with('<')) {
+      EXPECT_EQ(name, stack.empty() ? "" : stack.back());
+      if (!stack.empty()) stack.pop_back();
+      continue;
+    }
+    EXPECT_EQ(std::string(next->function), "Tal::KsDestructiblesHelper::" + name);
+    EXPECT_STREQ(next->file, "lib/destructibles/ks_destructibles_helper") << name;
+    text += std::string(2 * stack.size(), ' ') + name + ' ' + std::to_string((next++)->line) + '\n';
+    stack.push_back(name);
+  }
+  return text;
+}
+
 HelperScript::Commands HelperScript::helperCommands() {
   const auto silent = [this](void (Helper::*operation)()) {
     return [this, operation] {
@@ -225,6 +253,18 @@ HelperScript::Commands HelperScript::helperCommands() {
   };
   return {
       {"modelName", [this] { return line(Strings{helper().modelName()}); }},
+      {"track", [this] { return track(); }},
+      {"frame",
+       [] {
+         rs().beginFrame();
+         return "";
+       }},
+      {"modified",
+       [this] {
+         const std::string name = words_.take();
+         Access::onResourceModified(helper(), name);
+         return "";
+       }},
       {"shownWhenOpened", [this] { return line(opened().opening); }},
       {"hasDisabler", [this] { return answer(helper().materialDisabler() != nullptr); }},
       {"load", [this] { return answer(helper().loadConfig(true)); }},
@@ -443,6 +483,7 @@ HelperScript::Commands HelperScript::materialCommands() {
        }},
       {"materialsOfKind", [this] { return line(helper().getMaterialNames(takeNumber<unsigned>())); }},
       {"kindOf", [this] { return std::to_string(helper().getMaterialKind(words_.take())) + '\n'; }},
+      {"numberOf", [this] { return std::to_string(helper().getMaterialNumericID(words_.take())) + "\n"; }},
       {"bsp", [this] { return line(helper().bspMaterialNames()); }},
       {"hardPoints", [this] { return line(helper().getHardpointNames()); }},
       {"whichAreStaticNames", whichAre(&Helper::isStaticMaterialName)},

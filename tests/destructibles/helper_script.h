@@ -20,6 +20,7 @@ namespace Tal {
 ///                               binds a helper to a model. It is without each THING: ready, top, collision,
 ///                               model, disabler. The commands below go to it.
 ///   to LABEL COMMAND...         does that with an earlier helper, else called by its model
+///   track COMMAND               does that, and answers with the operations that the call stack shows
 ///   close                       destroys the helper, and goes back to the one before it
 ///
 /// Words in quotes may hold spaces. A helper tells when it has loaded and when its category changes; the
@@ -67,6 +68,7 @@ class HelperScript : public DestructiblesTest {
   std::string open();
   std::string close();
   std::string atLabel();
+  std::string track();
   std::string setAsNonDestructible();
   std::string updateModule();
   std::string editModule();
