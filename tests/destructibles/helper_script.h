@@ -7,7 +7,6 @@
 #include <list>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace Tal {
@@ -23,8 +22,9 @@ namespace Tal {
 ///   track COMMAND               does that, and answers with the operations that the call stack shows
 ///   close                       destroys the helper, and goes back to the one before it
 ///
-/// Words in quotes may hold spaces. A helper tells when it has loaded and when its category changes; the
-/// tables are those of the class.
+/// The commands for a helper are named after its operations, those for the tables and the members behind them
+/// are described at store(), erase() and force(). Words in quotes may hold spaces. A helper tells when it has
+/// loaded and when its category changes; the tables are those of the class.
 class HelperScript : public DestructiblesTest {
  protected:
   HelperScript();
