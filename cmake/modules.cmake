@@ -70,3 +70,12 @@ function(add_tests NAME)
     RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
   gtest_discover_tests(tal_${NAME} TEST_PREFIX "${NAME}: " DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300)
 endfunction()
+
+# Makes the tests of a program that are cases, in files NAME.cases of folders, be discovered anew when these change.
+#
+#   discover_cases(NAME FOLDER...)
+function(discover_cases NAME)
+  list(TRANSFORM ARGN APPEND /*.cases OUTPUT_VARIABLE patterns)
+  file(GLOB cases CONFIGURE_DEPENDS ${patterns})
+  set_property(TARGET tal_${NAME} APPEND PROPERTY LINK_DEPENDS ${cases})
+endfunction()

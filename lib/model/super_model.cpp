@@ -103,10 +103,11 @@ void checkGeometry(const DataSection& visual, BasicStringRef visualName) {
   const std::optional<ImportMark> mark = importMarkIn(visual);
   if (!mark || mark->version > ImportMark::kVersion) return;
   const std::string name = visual.readString("geometry");
-  const auto place = FS::fileSystem()->locate(name, false);
-  const std::int64_t size = place ? place->file->size : 0;
-  if (place && static_cast<std::uint64_t>(size) == mark->geometrySize) return;
-  std::string fault = "has " + std::to_string(size) + " bytes";
+  const auto place = FS::fileSystem()->find(name);
+  const auto file = place ? files::statusOf(*place).identity : std::nullopt;
+  const std::int64_t size = file ? file->size : 0;
+  if (file && static_cast<std::uint64_t>(size) == mark->geometrySize) return;
+  std::string fault = file ? "has " + std::to_string(size) + " bytes" : "cannot be examined";
   if (!place) fault = place.fault().kind == FaultKind::missing ? "is not there" : place.fault().what;
   DebugMessageHelper({0, kWarningPriority}, "", 0)
       .message(quotedName(visualName) + " was imported with a geometry of " +

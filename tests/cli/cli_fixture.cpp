@@ -1,13 +1,6 @@
 #include <cli/cli_fixture.h>
 
-#include <algorithm>
-
 namespace cli_test {
-namespace {
-
-constexpr char kPrefix[] = "destructibles: error: ";
-
-}  // namespace
 
 CommandLine::CommandLine() {
   writeDatabase("<root>\n</root>\n");
@@ -49,18 +42,6 @@ std::string CommandLine::result(const Arguments& arguments) const {
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err, "");
   return result.out;
-}
-
-std::string CommandLine::failure(const Arguments& arguments, int status) const {
-  const std::vector<std::string> before = content();
-  const ProcessResult result = run(arguments);
-  EXPECT_EQ(result.status, status);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(content(), before);
-  EXPECT_TRUE(result.err.starts_with(kPrefix)) << result.err;
-  EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1) << result.err;
-  const std::size_t prefix = sizeof(kPrefix) - 1;
-  return result.err.size() <= prefix ? "" : result.err.substr(prefix, result.err.size() - prefix - 1);
 }
 
 }  // namespace cli_test

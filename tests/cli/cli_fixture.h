@@ -34,11 +34,6 @@ class CommandLine : public ::testing::Test {
   /// Runs a command that must succeed without a message; its results.
   std::string result(const Arguments& arguments) const;
 
-  /// Runs a command that must be refused (1) or used wrongly (2), leaving the folder as it is; the message
-  /// without the program's name and the line end.
-  std::string refusal(const Arguments& arguments) const { return failure(arguments, 1); }
-  std::string misuse(const Arguments& arguments) const { return failure(arguments, 2); }
-
   /// Every name below the folder, and what its file holds.
   std::vector<std::string> content() const;
 
@@ -46,9 +41,6 @@ class CommandLine : public ::testing::Test {
   std::string readDatabase() const { return folder_.read(kDatabase); }
 
   support::TemporaryFolder folder_;
-
- private:
-  std::string failure(const Arguments& arguments, int status) const;
 };
 
 }  // namespace cli_test

@@ -245,7 +245,7 @@ class RandomHost {
     const auto tell = [this, &at, edits = dice_.isOneIn(4)] {
       loads_.noteSignal();
       seen_ << "  loaded by " << &at - seats_.data() << '\n';
-      describeTables(seen_);
+      seen_ << textOfTables() << "loaded " << Access::hasLoaded() << '\n';
       if (edits) seen_ << at.helper->addDestructibleState("told") << '\n';
     };
     at.connections.clear();
@@ -419,12 +419,12 @@ class RandomHost {
           << helper.getFragileParameters(fragile) << helper.getFallingAtomParameters(atom)
           << helper.getStructureAchievementTag(tag) << ' ' << tag << ' '
           << helper.calculateDestructibleHealth() << ' ' << helper.calculateType() << '\n';
-    describe(module, seen_);
-    describe(fragile, seen_);
-    describe(atom, seen_);
-    describe(helper.getStateNames(), seen_);
+    seen_ << wordsOf(module) << '\n';
+    seen_ << wordsOf(fragile) << '\n';
+    seen_ << wordsOf(atom) << '\n';
+    seen_ << ' ' << textOf(helper.getStateNames()) << '\n';
     const std::string wanted = state();
-    describe(helper.getMaterialsForState(wanted), seen_);
+    seen_ << ' ' << textOf(helper.getMaterialsForState(wanted)) << '\n';
     for (const unsigned kind : helper.getMatKindsForState(wanted)) seen_ << kind << ' ';
   }
 
@@ -438,13 +438,13 @@ class RandomHost {
             << helper.isMaterialKindDestroyed(name) << helper.isMaterialKindUndamaged(name)
             << helper.isMaterialKindVisible(kind);
       for (const unsigned other : helper.getMaterialDependencies(kind)) seen_ << ' ' << other;
-      describe(helper.getMaterialNames(kind), seen_);
+      seen_ << ' ' << textOf(helper.getMaterialNames(kind)) << '\n';
     }
     Strings names(helper.bspMaterialNames().begin(), helper.bspMaterialNames().end());
     seen_ << helper.hasDefaultMaterialKinds(anyUndamaged, &names)
           << helper.hasDisorderedMaterialKinds(&names);
-    describe(names, seen_);
-    describe(helper.getHardpointNames(), seen_);
+    seen_ << ' ' << textOf(names) << '\n';
+    seen_ << ' ' << textOf(helper.getHardpointNames()) << '\n';
   }
 
   void lookAtLists() {
@@ -469,10 +469,10 @@ class RandomHost {
       seen_ << "  helper of " << at.helper->modelName() << ' ' << at.helper->destructibleType() << ' '
             << at.helper->isMissingInDestructiblesXml() << " [" << at.helper->getDestructibleState() << "] ["
             << Access::structureAchievementTag(*at.helper) << "]";
-      describe(at.journal, seen_);
+      seen_ << ' ' << textOf(at.journal) << '\n';
       at.journal.clear();
     }
-    describeTables(seen_);
+    seen_ << textOfTables() << "loaded " << Access::hasLoaded() << '\n';
     describeMessages();
     for (const char* file : {kDatabase, kEffects}) seen_ << others_.bytesOf(file).value_or("no file") << '\n';
   }

@@ -6,9 +6,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Key;
-using ::testing::Pair;
-
-using Dependencies = std::map<unsigned, Kinds>;
 
 class ReplacingAHelper : public DestructiblesTest {};
 
@@ -181,98 +178,6 @@ TEST_F(ReplacingAHelper, MayFollowTheEndOfAModelThatWasLetGo) {
   const auto next = support::buildModel(kHouse);
   open.disabler.attachSuperModel(next.get());
   EXPECT_THAT(shown(*next), ElementsAre("stone", "nwall", "nroof"));
-}
-
-// --- The dependencies in material names ---
-
-/// The dependency table of a model of the given materials.
-Dependencies dependenciesOf(const std::vector<support::MaterialPart>& materials) {
-  Access::hasLoaded() = true;
-  const OpenModel open({materials}, "m");
-  return Access::dependencies(*open);
-}
-
-class TheDependencies : public DestructiblesTest {};
-
-TEST_F(TheDependencies, MapNumbersToKindsOnceEachAndUndeclaredNumbersToKind0) {
-  EXPECT_THAT(dependenciesOf({{"a_b_5_7_7_9", 80}, {"c_d_7", 81}}),
-              ElementsAre(Pair(80U, ElementsAre(81U, 0U))));
-}
-
-TEST_F(TheDependencies, AreTakenFromUndamagedKindsOnly) {
-  EXPECT_THAT(dependenciesOf({{"a_b_5_7", 72}, {"a_b_6_7", 87}, {"a_b_7_5", 0}, {"a_b_8_5", 100}}),
-              IsEmpty());
-  EXPECT_THAT(dependenciesOf({{"a_b_5_7", 73}, {"a_b_6_5", 86}}),
-              ElementsAre(Pair(73U, ElementsAre(0U)), Pair(86U, ElementsAre(73U))));
-}
-
-TEST_F(TheDependencies, DoNotSeeANumberThatADestroyedPartDeclares) {
-  EXPECT_THAT(dependenciesOf({{"a_b_5_7", 73}, {"c_d_7", 87}}), ElementsAre(Pair(73U, ElementsAre(0U))));
-}
-
-TEST_F(TheDependencies, NeedAThirdTokenAndAFourth) {
-  EXPECT_THAT(dependenciesOf({{"a", 73}, {"a_b", 74}, {"a_b_5", 75}, {"", 76}, {"___", 77}}), IsEmpty());
-}
-
-TEST_F(TheDependencies, CountRunsOfUnderscoresAsOne) {
-  EXPECT_THAT(dependenciesOf({{"__a___b__5__6__", 80}, {"_c_d_6_", 81}}),
-              ElementsAre(Pair(80U, ElementsAre(81U))));
-}
-
-TEST_F(TheDependencies, IgnoreTheFirstTwoTokensWhateverTheyAre) {
-  EXPECT_THAT(dependenciesOf({{"1_2_5_6", 80}, {"3_4_6", 81}}), ElementsAre(Pair(80U, ElementsAre(81U))));
-}
-
-TEST_F(TheDependencies, ReadTheNumberThatATokenBeginsWith) {
-  EXPECT_THAT(dependenciesOf({{"a_b_5x_6y", 80}, {"c_d_6z", 81}}), ElementsAre(Pair(80U, ElementsAre(81U))));
-  EXPECT_THAT(dependenciesOf({{"a_b_005_06", 80}, {"c_d_6", 81}}), ElementsAre(Pair(80U, ElementsAre(81U))));
-}
-
-TEST_F(TheDependencies, EndAtATokenThatIsNoNumberAndKeepWhatCameBefore) {
-  EXPECT_THAT(dependenciesOf({{"a_b_5_6_x_7", 80}, {"c_d_6", 81}, {"e_f_7", 82}}),
-              ElementsAre(Pair(80U, ElementsAre(81U))));
-  EXPECT_THAT(dependenciesOf({{"a_b_x_6", 80}, {"c_d_6", 81}}), IsEmpty());
-}
-
-TEST_F(TheDependencies, EndAtANumberWithASign) {
-  EXPECT_THAT(dependenciesOf({{"a_b_5_6_+5_6_7", 80}, {"c_d_6", 81}, {"e_f_7", 82}}),
-              ElementsAre(Pair(80U, ElementsAre(81U))));
-  EXPECT_THAT(dependenciesOf({{"a_b_5_6_-5_6_7", 80}, {"c_d_6", 81}, {"e_f_7", 82}}),
-              ElementsAre(Pair(80U, ElementsAre(81U))));
-  EXPECT_THAT(dependenciesOf({{"a_b_+5_6", 80}, {"a_b_-5_6", 82}, {"c_d_6", 81}}), IsEmpty());
-}
-
-TEST_F(TheDependencies, SurviveANumberThatIsTooLong) {
-  const Dependencies found = dependenciesOf(
-      {{"a_b_99999999999999999999999_1", 80}, {"c_d_2_3_99999999999999999999999", 81}, {"e_f_3", 82}});
-  ASSERT_EQ(found.count(81), 1U);
-  EXPECT_EQ(found.at(81).front(), 82U);
-}
-
-TEST_F(TheDependencies, KeepTheOrderInWhichANameListsThem) {
-  EXPECT_THAT(dependenciesOf({{"a_b_1_9_3_9_2", 80}, {"c_d_2", 82}, {"c_d_3", 83}, {"c_d_9", 79}}),
-              ElementsAre(Pair(80U, ElementsAre(79U, 83U, 82U))));
-}
-
-TEST_F(TheDependencies, LetTheLaterNameOfANumberGiveItsKindAndJoinTheirLists) {
-  EXPECT_THAT(dependenciesOf({{"a_b_5_7", 80}, {"c_d_5_8_7", 81}, {"e_f_7", 77}, {"e_f_8", 78}}),
-              ElementsAre(Pair(81U, ElementsAre(77U, 78U))));
-}
-
-TEST_F(TheDependencies, OfTwoNumbersOfOneKindAreThoseOfTheGreaterNumber) {
-  EXPECT_THAT(dependenciesOf({{"a_b_10_1", 80}, {"b_b_9_2", 80}, {"c_c_1", 81}, {"d_d_2", 82}}),
-              ElementsAre(Pair(80U, ElementsAre(81U))));
-}
-
-TEST_F(TheDependencies, MayNameTheMaterialItself) {
-  EXPECT_THAT(dependenciesOf({{"a_b_5_5", 80}}), ElementsAre(Pair(80U, ElementsAre(80U))));
-}
-
-TEST_F(TheDependencies, AreRebuiltByANewHelperOnly) {
-  const OpenModel open({{{"a_b_5_7", 80}, {"c_d_7", 81}}}, "m");
-  const auto other = support::buildModel({{{"x", 90}}});
-  open->resetMatKindsByName(other.get());
-  EXPECT_THAT(Access::dependencies(*open), ElementsAre(Pair(80U, ElementsAre(81U))));
 }
 
 }  // namespace

@@ -1,70 +1,61 @@
 #pragma once
 
+#include <destructibles/record_text.h>
 #include <destructibles/test_access.h>
 
-#include <ostream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace Tal {
 
-/// @name The records and tables as text, for comparing them
+/// @name The class-wide tables as text, for comparing them
 /// @{
 
-inline void describe(const KsDestructibleModuleDesc& desc, std::ostream& out) {
-  out << desc.health << ' ' << desc.effectScale << " [" << desc.effectHP << "] [" << desc.ramEffect << "] ["
-      << desc.hitEffect << "] [" << desc.decayEffect << "]\n";
+/// The names, a space between them.
+inline std::string textOf(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : " ") + quotedIfNeeded(name);
+  return text;
 }
 
-inline void describe(const KsDestructibleFragileDesc& desc, std::ostream& out) {
-  out << desc.health << ' ' << desc.effectScale << " [" << desc.effectHP << "] [" << desc.achievementTag
-      << "] [" << desc.matName << "] [" << desc.effect << "] [" << desc.hitEffect << "] [" << desc.decayEffect
-      << "] [" << desc.lifetimeEffect << "]\n";
-}
-
-inline void describe(const KsDestructibleFallingAtomDesc& desc, std::ostream& out) {
-  out << desc.health << ' ' << desc.effectScale << " [" << desc.physicParams << "] [" << desc.achievementTag
-      << "] [" << desc.lifetimeEffect << "] [" << desc.fractureEffect << "] [" << desc.touchdownEffect
-      << "] [" << desc.touchdownBreakEffect << "]\n";
-}
-
-inline void describe(const std::vector<std::string>& names, std::ostream& out) {
-  for (const std::string& name : names) out << " [" << name << ']';
-  out << '\n';
-}
-
-/// Everything in the class-wide tables.
-inline void describeTables(std::ostream& out) {
+inline std::string textOfStates() {
+  std::string text;
   for (const auto& [model, record] : KsDestructiblesHelperTestAccess::states()) {
-    out << "  states of " << model << '\n';
-    for (const auto& [state, materials] : record.states) {
-      out << "    " << state << ':';
-      describe(materials, out);
-    }
+    text += "states of " + quotedIfNeeded(model) + ':';
+    for (const auto& [state, materials] : record.states)
+      text += ' ' + quotedIfNeeded(state) + '[' + textOf(materials) + ']';
+    text += '\n';
   }
-  for (const auto& [model, modules] : KsDestructiblesHelperTestAccess::modules()) {
-    out << "  modules of " << model << '\n';
-    for (const auto& [name, desc] : modules) {
-      out << "    " << name << ' ';
-      describe(desc, out);
-    }
-  }
-  for (const auto& [model, desc] : KsDestructiblesHelperTestAccess::fragiles()) {
-    out << "  fragile " << model << ' ';
-    describe(desc, out);
-  }
-  for (const auto& [model, desc] : KsDestructiblesHelperTestAccess::fallingAtoms()) {
-    out << "  falling atom " << model << ' ';
-    describe(desc, out);
-  }
-  out << "  loaded " << KsDestructiblesHelperTestAccess::hasLoaded() << '\n';
+  return text;
 }
 
+/// The names of what the tables hold.
+inline std::string namesInTables() {
+  std::string text = textOfStates();
+  for (const auto& [model, modules] : KsDestructiblesHelperTestAccess::modules()) {
+    text += "modules of " + quotedIfNeeded(model) + ':';
+    for (const auto& module : modules) text += ' ' + quotedIfNeeded(module.first);
+    text += '\n';
+  }
+  for (const auto& each : KsDestructiblesHelperTestAccess::fragiles())
+    text += "fragile " + quotedIfNeeded(each.first) + '\n';
+  for (const auto& each : KsDestructiblesHelperTestAccess::fallingAtoms())
+    text += "falling atom " + quotedIfNeeded(each.first) + '\n';
+  return text.empty() ? "empty\n" : text;
+}
+
+/// All that the tables hold.
 inline std::string textOfTables() {
-  std::ostringstream out;
-  describeTables(out);
-  return out.str();
+  std::string text = textOfStates();
+  for (const auto& [model, modules] : KsDestructiblesHelperTestAccess::modules()) {
+    text += "modules of " + quotedIfNeeded(model) + (modules.empty() ? ": none\n" : ":\n");
+    for (const auto& [name, desc] : modules) text += "  " + quotedIfNeeded(name) + wordsOf(desc) + '\n';
+  }
+  for (const auto& [model, desc] : KsDestructiblesHelperTestAccess::fragiles())
+    text += "fragile " + quotedIfNeeded(model) + wordsOf(desc) + '\n';
+  for (const auto& [model, desc] : KsDestructiblesHelperTestAccess::fallingAtoms())
+    text += "falling atom " + quotedIfNeeded(model) + wordsOf(desc) + '\n';
+  return text.empty() ? "empty\n" : text;
 }
 
 /// @}

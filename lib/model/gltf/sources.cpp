@@ -26,11 +26,6 @@ constexpr BasicStringRef kFileScheme = "file:";
 constexpr const char* kAllowRemedy =
     "allow its folder with --source-root, or put it below that of the glTF file";
 
-Fault unread(const char* what, int code) {
-  return {FaultKind::system, what + (": " + std::generic_category().message(code)),
-          "see that the file can be read"};
-}
-
 /// The size of a regular file.
 Result<std::size_t> sizeOfSource(const fs::path& file) {
   const files::PlaceStatus status = files::statusOf({".", file});
@@ -40,28 +35,13 @@ Result<std::size_t> sizeOfSource(const fs::path& file) {
     case files::PlaceStatus::Kind::other:
       return Fault{FaultKind::refused, "is not a regular file", "name a file"};
     case files::PlaceStatus::Kind::unknown:
-      return unread("cannot be examined", status.code);
+      return Fault{FaultKind::system, "cannot be examined: " + std::generic_category().message(status.code),
+                   "see that the file can be read"};
     case files::PlaceStatus::Kind::deadLink:
     case files::PlaceStatus::Kind::nothing:
       break;
   }
   return Fault{FaultKind::missing, "does not exist", "check its name"};
-}
-
-/// The first `size` bytes of a file, or all when it has fewer.
-Result<std::string> readBytes(const fs::path& file, std::size_t size) {
-  std::string bytes;
-  bytes.reserve(size);
-  bool isEnough = false;
-  errno = 0;
-  const auto whole = files::readPieces(file, [&](BasicStringRef piece) {
-    isEnough = piece.size() > size - bytes.size();
-    bytes += piece.substr(0, size - bytes.size());
-    return !isEnough;
-  });
-  if (whole || isEnough) return bytes;
-  if (errno != 0) return unread("cannot be read", errno);
-  return Fault{FaultKind::busy, "was changed while it was read", "wait until it is complete"};
 }
 
 /// The byte that two hexadecimal digits name; empty when a text is anything else.
@@ -190,17 +170,17 @@ Result<fs::path> findGltfSource(const GltfSources& sources, BasicStringRef uri) 
 }
 
 Result<std::string> readGltfFile(const fs::path& file) {
-  const auto size = sizeOfSource(file);
-  if (!size) return size.fault();
-  if (*size > kMaxGltfBytes)
-    return Fault{FaultKind::refused, "is larger than 512 MiB", "make it smaller, or split the model"};
-  return readBytes(file, *size);
+  return readGltfBytes(file, kMaxGltfBytes);
 }
 
 Result<std::string> readGltfBytes(const fs::path& file, std::size_t most) {
   const auto size = sizeOfSource(file);
   if (!size) return size.fault();
-  return readBytes(file, std::min(*size, most));
+  if (*size > kMaxGltfBytes)
+    return Fault{FaultKind::refused, "is larger than 512 MiB", "make it smaller, or split the model"};
+  const auto content = files::readFile(file, kMaxGltfBytes);
+  if (!content) return content.fault();
+  return std::string(content->bytes.view().substr(0, most));
 }
 
 }  // namespace Tal
