@@ -1,12 +1,14 @@
 #pragma once
 
 #include <core/result.h>
+#include <core/string_ref.h>
 #include <files/byte_buffer.h>
 #include <files/file_identity.h>
 #include <files/open_place.h>
 
 #include <cstddef>
 #include <filesystem>
+#include <functional>
 
 namespace Tal::files {
 
@@ -22,5 +24,11 @@ Result<FileContent> readFile(const OpenPlace& place, std::size_t largest);
 
 /// The same of an open file, from its beginning.
 Result<FileContent> readFile(int descriptor, std::size_t largest);
+
+/// Hands an open file's bytes to `take` piece by piece, as long as that returns true. The version that they
+/// are; a fault when `take` ended it, when the file cannot be read, and when it was changed meanwhile.
+Result<FileIdentity> readPieces(int descriptor, const std::function<bool(BasicStringRef)>& take);
+Result<FileIdentity> readPieces(const std::filesystem::path& file,
+                                const std::function<bool(BasicStringRef)>& take);
 
 }  // namespace Tal::files

@@ -9,6 +9,7 @@
 #include <watch/resource_change.h>
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -46,6 +47,12 @@ class DocumentSource {
   /// The document's bytes, at most `largest`, with their version.
   virtual Result<files::FileContent> read(const files::RootedPath& place, std::size_t largest) = 0;
 
+  /// Hands the document's bytes to `take` piece by piece, as long as that returns true. The version that they
+  /// are; a fault when `take` ended it, when they cannot be read, and when they were changed meanwhile. A
+  /// source may have large documents compared by it without a copy of them.
+  virtual Result<files::FileIdentity> readPieces(const files::RootedPath& place,
+                                                 const std::function<bool(BasicStringRef)>& take);
+
   /// Replaces that version of the document, as a whole or not at all; makes it when `version` is empty.
   /// A fault of the kind `changed` when another version is there by then.
   virtual Result<files::Replaced> replace(const files::RootedPath& place, BasicStringRef bytes,
@@ -58,7 +65,8 @@ class DocumentSource {
   }
 
   /// What has changed since the last call, for the listeners of the change monitor. MultiFileSystem::pump
-  /// asks once for each frame; changes of files below the roots are found anyway.
+  /// asks once for each frame, from when the monitor was first asked for; changes of files below the roots
+  /// are found anyway.
   virtual std::vector<watch::ResourceChange> takeChanges() { return {}; }
 };
 

@@ -30,6 +30,12 @@ Result<files::FileContent> FileDocuments::read(const files::RootedPath& place, s
   return lock ? files::readFile(lock->descriptor(), largest) : files::readFile(place.path(), largest);
 }
 
+Result<files::FileIdentity> FileDocuments::readPieces(const files::RootedPath& place,
+                                                      const std::function<bool(BasicStringRef)>& take) {
+  const auto lock = lockAt(place);
+  return lock ? files::readPieces(lock->descriptor(), take) : files::readPieces(place.path(), take);
+}
+
 Result<files::Replaced> FileDocuments::replace(const files::RootedPath& place, BasicStringRef bytes,
                                                const std::optional<files::FileIdentity>& version) {
   // Opened once: a link that is put there meanwhile leads nowhere else.
@@ -53,7 +59,7 @@ Result<std::shared_ptr<const void>> FileDocuments::lock(const Location& location
     if (!made) {
       Fault fault = std::move(made).fault();
       fault.what = "cannot save " + quotedName(file.native()) + ": " + fault.what + "; nothing was saved";
-      fault.remedy += " and save again";
+      addRemedy(fault, "save again");
       return fault;
     }
     if (!made->absence().empty()) warnOfNoLock(file, made->absence());

@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -25,6 +26,8 @@ class FileDocuments final : public DocumentSource {
   Result<Location> find(BasicStringRef name, bool mayBeNew) override;
   Result<std::optional<files::FileIdentity>> identity(const files::RootedPath& place) override;
   Result<files::FileContent> read(const files::RootedPath& place, std::size_t largest) override;
+  Result<files::FileIdentity> readPieces(const files::RootedPath& place,
+                                         const std::function<bool(BasicStringRef)>& take) override;
   Result<files::Replaced> replace(const files::RootedPath& place, BasicStringRef bytes,
                                   const std::optional<files::FileIdentity>& version) override;
   /// Shared within this process. A message says once for a file that it cannot be locked.

@@ -38,7 +38,7 @@ class ResourceRoots {
   /// What a root has at a place. One that has nothing there and must not be passed over counts as having
   /// something that cannot be used.
   Finding findingIn(std::size_t root, const files::RootedPath& candidate) const;
-  /// Why a root that does not hold a resource must not be passed over; empty when it may.
+  /// Why the search must not continue after a root that lacks the resource; empty if it may.
   std::string faultOfPassing(std::size_t root) const;
   /// Why a root is not the folder that was taken; empty when it is.
   std::string faultOfTaken(std::size_t root) const;

@@ -17,7 +17,7 @@ constexpr BasicStringRef kEmptyDocument = "<root></root>\n";
 /// The fault of a save that failed.
 Fault failedSave(BasicStringRef resourceName, Fault fault, BasicStringRef rest) {
   fault.what = "cannot save " + quotedName(resourceName) + ": " + fault.what + std::string(rest);
-  fault.remedy += " and save again";
+  addRemedy(fault, "save again");
   return fault;
 }
 
@@ -65,7 +65,11 @@ Result<SmartPointer<SectionDocument>> SectionDocument::read(std::shared_ptr<Docu
     return fault;
   };
   Result<files::FileContent> content = source->read(place, xml::kLargestSource);
-  if (!content) return refused(content.fault(), "", content.fault().remedy + " and open it again");
+  if (!content) {
+    Fault fault = std::move(content).fault();
+    addRemedy(fault, "open it again");
+    return refused(fault, "", fault.remedy);
+  }
   Result<Parsed> parsed = parsedFrom(std::move(content->bytes));
   if (!parsed) {
     const std::string& remedy = parsed.fault().remedy;
@@ -96,9 +100,21 @@ bool SectionDocument::isCurrent(const files::RootedPath& place, const files::Fil
 }
 
 bool SectionDocument::isBaseInFile() {
-  const auto content = source_->read(place_, xml::kLargestSource);
-  if (!content || !isBase(content->bytes.view())) return false;
-  noteIdentity(content->identity);
+  BasicStringRef rest = base_ ? BasicStringRef() : tree_.source();
+  files::FingerprintMaker fingerprint;
+  const auto isSame = [&](BasicStringRef piece) {
+    if (base_) {
+      fingerprint.add(piece);
+      return true;
+    }
+    const bool isNext = rest.starts_with(piece);
+    if (isNext) rest.remove_prefix(piece.size());
+    return isNext;
+  };
+  const auto identity = source_->readPieces(place_, isSame);
+  if (!identity || !rest.empty()) return false;
+  if (base_ && fingerprint.fingerprint() != *base_) return false;
+  noteIdentity(*identity);
   return true;
 }
 
