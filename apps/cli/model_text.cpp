@@ -146,7 +146,7 @@ std::vector<std::string> entriesToShow(const authoring::Session& session) {
 }
 
 std::vector<SaveWarning> moduleWarnings(authoring::Session& session) {
-  std::vector<SaveWarning> warnings = session.saveWarnings();
+  std::vector<SaveWarning> warnings = Tool::check(session.saveWarnings());
   std::erase_if(warnings, [](const SaveWarning& warning) {
     return warning.code != SaveWarning::Code::droppedModule && warning.code != SaveWarning::Code::noModules;
   });

@@ -187,7 +187,7 @@ std::vector<MaterialWarning> materialWarningsOf(const KsDestructiblesHelper& hel
 std::string missingPartText(const KsDestructiblesHelper& helper) {
   const NearParts found = nearPartsOf(helper);
   if (found.names.empty()) return "the model has no materials; import it again from a file that has some";
-  const std::string lack = "none is an undamaged part (kinds 73 to 86)";
+  const std::string lack = "none is an undamaged part (kinds " + material_kinds::undamagedKinds() + ")";
   if (!found.statics.empty()) {
     return lack + ", since a name that begins with \"s\" is static whatever its kind, as that of " +
            someNames(found.statics) + ": " + renaming(found.statics.front());

@@ -138,8 +138,8 @@ class Session {
   /// @name Saving
   /// @{
 
-  /// What a save would do now that may not be meant.
-  std::vector<SaveWarning> saveWarnings();
+  /// What a save would do now that may not be meant. A fault when the database cannot be read.
+  Result<std::vector<SaveWarning>> saveWarnings();
 
   /// Writes the model's entries, or removes those of a model without category; what another program wrote
   /// meanwhile stays where nothing was edited here. The outcome has the warnings of this save. A fault leaves

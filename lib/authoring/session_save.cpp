@@ -224,9 +224,10 @@ std::map<std::string, std::string> Session::droppedModules() {
   return authoring::droppedModules(helper(), model_->description().modules);
 }
 
-std::vector<SaveWarning> Session::saveWarnings() {
+Result<std::vector<SaveWarning>> Session::saveWarnings() {
   const auto database = openDatabase();
-  return database ? warningsOf(**database) : std::vector<SaveWarning>();
+  if (!database) return database.fault();
+  return warningsOf(**database);
 }
 
 std::vector<SaveWarning> Session::warningsOf(const DataSection& database) {

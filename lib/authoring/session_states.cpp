@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <optional>
 #include <utility>
 
 namespace Tal::authoring {
@@ -53,36 +52,34 @@ Result<void> checkMaterial(const std::string& material, const std::vector<std::s
   return {};
 }
 
-/// Why a material is not for states, and what to do.
-struct Objection {
-  std::string reason;
-  std::string remedy;
-};
-
-// Why a state cannot show a material destroyed; nothing when it can. A state hides the kinds of its materials
-// and those that these take along, and shows the kinds behind them, whatever they mean.
-std::optional<Objection> objectionTo(const KsDestructiblesHelper& helper, const std::string& material) {
+// A fault when a state cannot show a material destroyed. A state hides the kinds of its materials and those
+// that these take along, and shows the kinds behind them, whatever they mean.
+Result<void> checkDestructible(const KsDestructiblesHelper& helper, const std::string& material) {
   const std::string subject = "the material " + quotedName(material);
+  const auto missing = [](std::string reason, const std::string& lack) {
+    return refused(std::move(reason), "choose another one, or import the model again with " + lack +
+                                          " for it; --force adds it all the same");
+  };
   const unsigned kind = helper.getMaterialKind(material);
   const std::vector<std::string> ofNoKind = helper.getMaterialNames(material_kinds::kNone);
   const std::string allVanish =
       ", so in this state every material without one would vanish: " + someNames(ofNoKind);
-  if (kind == material_kinds::kNone) return Objection{subject + " has no kind (0)" + allVanish, "a kind"};
+  if (kind == material_kinds::kNone) return missing(subject + " has no kind (0)" + allVanish, "a kind");
   if (!material_kinds::isUndamaged(kind)) {
-    return Objection{subject + " (kind " + std::to_string(kind) +
-                         ") is no undamaged part (73 to 86) that a state could show destroyed",
-                     "a kind"};
+    return missing(subject + " (kind " + std::to_string(kind) + ") is not an undamaged part (" +
+                       material_kinds::undamagedKinds() + ") that a state could show destroyed",
+                   "a kind");
   }
   if (takesOwnPart(helper, material)) {
-    return Objection{subject +
-                         " takes along its own part, so in this state the part would vanish: its "
-                         "destroyed look is hidden, too",
-                     "another name"};
+    return missing(subject +
+                       " takes along its own part, so in this state the part would vanish: its "
+                       "destroyed look is hidden, too",
+                   "another name");
   }
-  if (ofNoKind.empty() || !takesMissingPart(helper, material)) return std::nullopt;
-  return Objection{
+  if (ofNoKind.empty() || !takesMissingPart(helper, material)) return {};
+  return missing(
       subject + " takes along a part that no undamaged material has, which counts as no kind (0)" + allVanish,
-      "another name"};
+      "another name");
 }
 
 }  // namespace
@@ -153,13 +150,9 @@ Result<Outcome> Session::addMaterials(const std::string& state, const std::vecto
       if (auto checked = checkMaterial(material, known, state, present); !checked)
         return std::move(checked).fault();
       present.push_back(material);
-      const std::optional<Objection> objection = objectionTo(helper(), material);
-      if (!objection) continue;
-      if (!isForced) {
-        return refused(objection->reason, "choose another one, or import the model again with " +
-                                              objection->remedy + " for it; --force adds it all the same");
-      }
-      outcome.warnings.push_back(objection->reason);
+      auto checked = checkDestructible(helper(), material);
+      if (!checked && !isForced) return std::move(checked).fault();
+      if (!checked) outcome.warnings.push_back(checked.fault().what);
     }
     outcome.change = editStates([&](Description::States& states) { states[state] = present; });
     return outcome;

@@ -2,6 +2,10 @@
 
 namespace Tal {
 
+void addRemedy(Fault& fault, const std::string& step) {
+  fault.remedy += (fault.remedy.empty() ? "" : " and ") + step;
+}
+
 std::string placeOf(const Fault& fault) {
   if (fault.line == 0) return fault.file;
   return fault.file + ':' + std::to_string(fault.line) + ':' + std::to_string(fault.column);

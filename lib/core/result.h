@@ -32,6 +32,9 @@ struct Fault {
   std::size_t column = 0;  ///< in characters, counted from 1; 0 without a line
 };
 
+/// Adds what to do behind the fault's remedy, if it has one: "free some space and save again".
+void addRemedy(Fault& fault, const std::string& step);
+
 /// The place of a fault, "FILE:LINE:COLUMN" or as much of that as is known.
 std::string placeOf(const Fault& fault);
 

@@ -79,13 +79,16 @@ Result<FileLock> FileLock::acquire(const std::filesystem::path& file, std::chron
   bool hasTried = false;
   while (true) {
     FileDescriptor descriptor = openFile(file, O_RDONLY);
-    if (!descriptor) return FileLock(FileDescriptor());
+    if (!descriptor) return FileLock(FileDescriptor(), errno == ENOENT ? "" : std::strerror(errno));
     bool isLocked = tryLock(descriptor.get());
     if (!isLocked && errno == EBADF) {
       // Some network file systems lock only what is open for writing. Not done everywhere, since closing
       // such a file looks like a change to those who watch it.
-      descriptor = openFile(file, O_RDWR);
-      isLocked = descriptor && tryLock(descriptor.get());
+      FileDescriptor writer = openFile(file, O_RDWR);
+      isLocked = writer && tryLock(writer.get());
+      const int code = errno;
+      if (writer) descriptor = std::move(writer);
+      errno = code;
     }
     const std::optional<FileIdentity> now = isLocked ? identityAt(file) : std::nullopt;
     if (isLocked && !now && errno != ENOENT) return FileLock(FileDescriptor(), std::strerror(errno));

@@ -59,7 +59,7 @@ Result<void> FileSet::openPlaces(const std::filesystem::path& root,
         Fault fault = std::move(locked).fault();
         fault.what =
             "cannot write into the folder of " + quotedName(entry.place.path().native()) + ": " + fault.what;
-        fault.remedy += " and try again";
+        addRemedy(fault, "try again");
         return fault;
       }
     }

@@ -39,6 +39,7 @@ bool InotifyWatches::open() {
   folders_.clear();
   rootPlaces_.clear();
   files_.clear();
+  queue_ = files::FileDescriptor();  // first, since their number is limited
   queue_ = files::FileDescriptor(files::system().inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
   return isOpen();
 }

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace Tal::xml {
@@ -262,7 +263,9 @@ bool isElementName(BasicStringRef tag) {
   // Which other characters a name may begin with or hold is the parser's knowledge.
   const std::string document = '<' + std::string(tag) + "/>";
   const ParserPointer parser = makeParser();
-  return parser && run(parser.get(), document) == XML_STATUS_OK;
+  const bool isWellFormed = parser && run(parser.get(), document) == XML_STATUS_OK;
+  if (!parser || XML_GetErrorCode(parser.get()) == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
+  return isWellFormed;
 }
 
 }  // namespace Tal::xml

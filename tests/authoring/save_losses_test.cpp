@@ -18,7 +18,7 @@ class TheLossesOfASave : public SessionTest {
 
   static std::vector<std::string> warnings(const char* model, Code code) {
     std::vector<std::string> texts;
-    for (const SaveWarning& warning : open(model)->saveWarnings())
+    for (const SaveWarning& warning : saveWarningsOf(*open(model)))
       if (warning.code == code) texts.push_back(warning.text);
     return texts;
   }
@@ -73,7 +73,7 @@ TEST_F(TheLossesOfASave, AreEveryEntryOfAModelOfNoCategoryThatHasSeveral) {
     const auto session = open(kCrate);
     expectDone(session->convert(DT_NON_DESTRUCTIBLE));
     std::vector<std::string> texts;
-    for (const SaveWarning& warning : session->saveWarnings())
+    for (const SaveWarning& warning : saveWarningsOf(*session))
       if (warning.code == Code::removedEntry) texts.push_back(warning.text);
     return texts;
   };
@@ -117,12 +117,12 @@ TEST_F(ASectionWithAFilename, IsNamedAsRemovedWhole) {
   writeDatabase("<root><fragiles>" + std::string(kStray) + kOwn + "</fragiles></root>");
   const auto session = open(kCrate);
   std::vector<std::string> texts;
-  for (const SaveWarning& warning : session->saveWarnings()) texts.push_back(warning.text);
+  for (const SaveWarning& warning : saveWarningsOf(*session)) texts.push_back(warning.text);
   EXPECT_THAT(texts, ElementsAre("the section \"fragiles\" has the model's <filename> itself and is removed "
                                  "from the file with all that it holds"));
   expectDone(session->save());
   EXPECT_THAT(readDatabase(), testing::Not(testing::HasSubstr("<health>7</health>")));
-  EXPECT_TRUE(session->saveWarnings().empty());
+  EXPECT_TRUE(saveWarningsOf(*session).empty());
 }
 
 TEST_F(ASectionWithAFilename, KeepsTheModelFromBeingSavedWhileItHoldsAnotherModel) {
@@ -186,7 +186,7 @@ TEST_F(ASectionWithAFilename, OfAnotherModelIsNoLoss) {
   const std::string rock = "<filename>rock</filename><entry><filename>rock</filename></entry>";
   writeDatabase("<root><fragiles>" + rock + kOwn + "</fragiles></root>");
   const auto session = open(kCrate);
-  EXPECT_TRUE(session->saveWarnings().empty());
+  EXPECT_TRUE(saveWarningsOf(*session).empty());
   expectDone(session->set({{"health", "8"}}));
   expectDone(session->save());
   EXPECT_THAT(readDatabase(), testing::HasSubstr("<root><fragiles>" + rock));
@@ -206,7 +206,7 @@ TEST_F(TheLossesOfASave, ComeWithTheModulesThatItAdds) {
       ElementsAre("module \"n_door_4\" is added with health 50, since the file has none for this material"));
   const auto crate = open(kCrate);
   expectDone(crate->convert(DT_STRUCTURE));
-  for (const SaveWarning& warning : crate->saveWarnings())
+  for (const SaveWarning& warning : saveWarningsOf(*crate))
     EXPECT_NE(warning.code, Code::addedModule) << "nobody wonders at the modules of a new structure";
 }
 

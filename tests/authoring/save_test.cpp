@@ -64,7 +64,7 @@ constexpr const char* kHouseWithoutModules =
 TEST_F(Saving, OfAStructureNamesTheModulesThatItDrops) {
   writeDatabase(kHouseWithoutModules);
   const auto session = open(kHouse);
-  std::vector<SaveWarning> warnings = session->saveWarnings();
+  std::vector<SaveWarning> warnings = saveWarningsOf(*session);
   std::erase_if(warnings, [](const SaveWarning& warning) { return warning.code != Code::droppedModule; });
   EXPECT_THAT(
       textsOf(warnings),
@@ -77,7 +77,7 @@ TEST_F(Saving, OfAStructureNamesTheModulesThatItDrops) {
   std::vector<std::string> kept;
   for (const auto& [name, module] : session->description().modules) kept.push_back(name);
   EXPECT_THAT(kept, testing::ElementsAre("n_door_4", "n_wall_1", "n_wall_2"));
-  EXPECT_TRUE(session->saveWarnings().empty());
+  EXPECT_TRUE(saveWarningsOf(*session).empty());
 }
 
 TEST_F(Saving, TakesNoStatesOfAnEntryThatDidNotCount) {
@@ -143,7 +143,7 @@ TEST_F(Saving, NamesAModuleOfAMaterialThatTheModelNoLongerHas) {
       "<root><structures><entry><filename>content/buildings/house.model</filename><modules><module>"
       "<matName>n_gone_9</matName></module></modules></entry></structures></root>");
   EXPECT_THAT(
-      textsOf(open(kHouse)->saveWarnings()),
+      textsOf(saveWarningsOf(*open(kHouse))),
       testing::Contains("module \"n_gone_9\" is not saved: the model has no BSP material of that name; "
                         "import it with one"));
 }
@@ -155,10 +155,10 @@ TEST_F(Saving, OfAStructureWithoutAModuleSaysThatItCannotBreak) {
   writeDatabase(
       "<root><structures><entry><filename>content/street/lamp.model</filename><modules/></entry>"
       "</structures></root>");
-  EXPECT_THAT(textsOf(open(kLamp)->saveWarnings()), testing::Not(testing::Contains(kCannotBreak)));
+  EXPECT_THAT(textsOf(saveWarningsOf(*open(kLamp))), testing::Not(testing::Contains(kCannotBreak)));
   support::writeModel(root_, "content/street/lamp", {.materials = {{"n_pole", 73}}, .bsp = {}});
   const auto unbreakable = open(kLamp);
-  EXPECT_THAT(textsOf(unbreakable->saveWarnings()), testing::Contains(kCannotBreak));
+  EXPECT_THAT(textsOf(saveWarningsOf(*unbreakable)), testing::Contains(kCannotBreak));
   EXPECT_THAT(unbreakable->save()->warnings, testing::Contains(kCannotBreak));
 }
 
@@ -166,11 +166,11 @@ TEST_F(Saving, NamesAHealthThatCouldNotBeEstimated) {
   writeDatabase(kOneFragile);
   const auto session = open(kCrate);
   expectDone(session->set({{"health", "-1"}}));
-  EXPECT_THAT(textsOf(session->saveWarnings()),
+  EXPECT_THAT(textsOf(saveWarningsOf(*session)),
               testing::ElementsAre("health: -1 stands for \"could not be estimated\"; set one"));
   expectDone(session->convert(DT_STRUCTURE));
   expectDone(session->setModule("n_wood", {{"health", "-1"}}));
-  EXPECT_THAT(textsOf(session->saveWarnings()),
+  EXPECT_THAT(textsOf(saveWarningsOf(*session)),
               testing::Contains("module \"n_wood\", health: -1 stands for \"could not be "
                                 "estimated\"; set one"));
 }
@@ -188,12 +188,12 @@ TEST_F(Saving, NamesTheEntriesThatItRemoves) {
 )");
   const auto session = open(kCrate);
   EXPECT_THAT(
-      textsOf(session->saveWarnings()),
+      textsOf(saveWarningsOf(*session)),
       testing::ElementsAre("the entry of the model in the section \"buildings\" is removed from the file",
                            "another entry of the model in the section \"fragiles\" is removed from the "
                            "file"));
   expectDone(session->save());
-  EXPECT_TRUE(session->saveWarnings().empty());
+  EXPECT_TRUE(saveWarningsOf(*session).empty());
   EXPECT_THAT(readDatabase(), testing::HasSubstr("<trees><entry><filename>content/props/crate.model"));
 }
 
@@ -202,7 +202,7 @@ TEST_F(Saving, AModelOfNoCategoryRemovesItsEntriesAndSucceeds) {
   auto session = open(kCrate);
   expectDone(session->convert(DT_NON_DESTRUCTIBLE));
   EXPECT_TRUE(session->hasUnsavedEdits());
-  EXPECT_THAT(textsOf(session->saveWarnings()),
+  EXPECT_THAT(textsOf(saveWarningsOf(*session)),
               testing::ElementsAre(testing::StartsWith("thrown away (convert it to fragile first): set ")));
   expectDone(session->save());
   EXPECT_EQ(readDatabase(), "<root>\n\t<!-- the crates -->\n\t<fragiles></fragiles>\n</root>\n");
@@ -358,7 +358,7 @@ TEST_F(Saving, TellsTheWarningsOfTheFileThatItWritesTo) {
   writeDatabase(kOneFragile);
   const auto session = open(kCrate);
   expectDone(session->set({{"health", "35"}}));
-  EXPECT_TRUE(session->saveWarnings().empty());
+  EXPECT_TRUE(saveWarningsOf(*session).empty());
   const std::string entry = "<entry><filename>content/props/crate.model</filename><health>5</health></entry>";
   root_.replace(kDatabase, "<root><fragiles>" + entry + entry + "</fragiles></root>");
   const Result<Outcome> saved = session->save();

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Tal::authoring {
@@ -65,6 +66,12 @@ class SessionTest : public ::testing::Test, public support::Host {
     const auto opened = Session::open(model);
     EXPECT_FALSE(opened);
     return faultText(opened);
+  }
+
+  static std::vector<SaveWarning> saveWarningsOf(Session& session) {
+    auto warnings = session.saveWarnings();
+    expectDone(warnings);
+    return warnings ? *std::move(warnings) : std::vector<SaveWarning>();
   }
 
   template <class Value>

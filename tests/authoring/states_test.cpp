@@ -116,7 +116,7 @@ TEST_F(States, RefuseAMaterialWithASpaceInItsName) {
 TEST_F(States, RefuseAMaterialThatNoStateCanShowDestroyed) {
   const auto session = open(kHouse);
   EXPECT_EQ(faultText(session->addMaterials("open", {"n_wall_2", "d_wall_1"})),
-            "the material \"d_wall_1\" (kind 88) is no undamaged part (73 to 86) that a state could show "
+            "the material \"d_wall_1\" (kind 88) is not an undamaged part (73 to 86) that a state could show "
             "destroyed; choose another one, or import the model again with a kind for it; --force adds it "
             "all the same");
   EXPECT_THAT(session->materialsForState("open"), testing::ElementsAre("n_door_4", "n_wall_1"));
@@ -190,7 +190,7 @@ TEST_F(States, TakeAMaterialThatTheyCannotShowDestroyedWhenForcedWithAWarning) {
       outcome->warnings,
       testing::ElementsAre("the material \"s_ground\" has no kind (0), so in this state every material "
                            "without one would vanish: \"s_ground\"",
-                           "the material \"d_wall_1\" (kind 88) is no undamaged part (73 to 86) that a "
+                           "the material \"d_wall_1\" (kind 88) is not an undamaged part (73 to 86) that a "
                            "state could show destroyed"));
   EXPECT_THAT(session->materialsForState("open"),
               testing::ElementsAre("n_door_4", "n_wall_1", "s_ground", "d_wall_1", "n_wall_2"));

@@ -25,7 +25,7 @@ class ThrownAwayValues : public SessionTest {
 
   static std::vector<std::string> ofSave(Session& session) {
     std::vector<std::string> lines;
-    for (const SaveWarning& warning : session.saveWarnings())
+    for (const SaveWarning& warning : saveWarningsOf(session))
       if (warning.code == SaveWarning::Code::thrownAway) lines.push_back(warning.text);
     return lines;
   }
