@@ -22,8 +22,8 @@ Result<void> parseValue(const std::string& text, std::int32_t& value);
 Result<void> parseValue(const std::string& text, float& value);
 Result<void> parseValue(const std::string& text, std::string& value);
 
-/// Replaces every assignment to a display name, such as "Hit effect", by one to its key, with the value that
-/// the record has when it tells of the change. A fault when a property refuses its value.
+/// Replaces each assignment to a display name, such as "Hit effect", with an assignment to its key. The new
+/// value is the record's value at its change signal. A fault when a property refuses its value.
 template <class Record>
 Result<std::vector<Assignment>> withoutDisplayNames(const Record& record,
                                                     std::vector<Assignment> assignments);

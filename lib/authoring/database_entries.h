@@ -23,8 +23,8 @@ namespace Tal::authoring {
 Result<SmartPointer<DataSection>> openDatabase();
 
 /// Lets `edit` change the database as it is in the file now, and writes it with one replacement of the file.
-/// A fault when that cannot be read, `edit` gives one or the file cannot be written: then the file is as it
-/// was, and so is the document.
+/// Fails if the file cannot be read, if `edit` fails, or if the file cannot be written. File and document are
+/// then unchanged.
 Result<void> editDatabase(const std::function<Result<void>(const SmartPointer<DataSection>& database)>& edit);
 
 /// The file of an opened database, which has no unsaved edits.

@@ -50,8 +50,8 @@ std::vector<Material> materialsOf(const KsDestructiblesHelper& helper);
 /// of name.
 std::vector<MaterialWarning> materialWarningsOf(const KsDestructiblesHelper& helper);
 
-/// Why no material of a helper's model is an undamaged part, and how to give it one: for a person, without an
-/// end, which is left to the caller.
+/// Explains to a person why the model has no undamaged part and how to add one. The caller completes the
+/// sentence.
 std::string missingPartText(const KsDestructiblesHelper& helper);
 
 /// Whether the parts that break with a material include one that no undamaged material has.

@@ -18,9 +18,9 @@ namespace Tal::authoring {
 std::map<std::string, std::string> droppedModules(const KsDestructiblesHelper& helper,
                                                   const Description::Modules& modules);
 
-/// What a save into an opened database would discard from the entry of a model of that category, each a line
-/// for a person: whatever stands in its modules and states beside what a load takes from them (they are
-/// written anew), and numbers that are none. Of very many only the first are named.
+/// What a save would discard from the model's entry, one readable line each. Modules and states are
+/// rewritten, so anything in them that a load ignores is lost. So are values that should be numbers but are
+/// not. Of very many only the first are named.
 std::vector<std::string> lossesOfSave(const DataSection& database, const std::string& modelName,
                                       KsDestructibleType category);
 
@@ -35,8 +35,8 @@ struct LostEntry {
   std::vector<std::string> losses;  ///< of one that is removed: what no load takes, each a line for a person
 };
 
-/// The entries of a model that a save as a model of this category removes from an opened database, or all of
-/// them for none, and the one that it rewrites; in the order of the file.
+/// The model's entries that a save with this category would remove or rewrite, in file order. For
+/// DT_NON_DESTRUCTIBLE, all of them.
 std::vector<LostEntry> entriesLostBySave(const DataSection& database, const std::string& modelName,
                                          KsDestructibleType category);
 

@@ -35,10 +35,10 @@ struct ValueWarning {
 BasicStringRef valueWarningName(ValueWarning::Code code) noexcept;
 
 /// What is questionable about the fields of one record of a helper's model, in their order; the record is
-/// that of a category, for DT_STRUCTURE a module or the structure's own. Effects are compared with those that
-/// the effects file has for the category, whichever of them a panel offers for a field; "" and "none" are
-/// never questionable, nor is any while there is no such file or it has no effects at all; while that cannot
-/// be read, the first effect says so. Main thread only.
+/// that of a category, for DT_STRUCTURE a module or the structure's own. Effects are checked against all that
+/// the effects file lists for the category, not only those that a panel offers for the field. "" and "none"
+/// never cause a warning. Nothing does if the file is missing or lists no effects. If the file cannot be
+/// read, the first effect gets a warning that says so. Main thread only.
 std::vector<ValueWarning> valueWarningsOf(KsDestructiblesHelper& helper, KsDestructibleType category,
                                           const std::vector<NamedField>& fields);
 

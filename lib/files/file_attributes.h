@@ -13,8 +13,9 @@ namespace Tal::files {
 /// attribute is left out when the file system of `to` cannot hold it, or when this process may not read or
 /// set it; else the fault names `shown`.
 ///
-/// `mode` is that of the first, and the result is what the second is to have. Beside a list the group bits
-/// say what anybody on it may have; without the list they are cut down to what it gives the owning group.
+/// `mode` is the mode of `from`; the result is the mode to set on `to`. With an access control list, the
+/// group bits of the mode are its mask. If the list cannot be copied, they are reduced to the owning group's
+/// rights.
 Result<std::uint32_t> copyAttributes(int from, int to, std::uint32_t mode,
                                      const std::filesystem::path& shown);
 

@@ -19,7 +19,8 @@ struct FileIdentity {
   bool operator==(const FileIdentity&) const = default;
 };
 
-/// The identity of the file at a path, links followed; empty when there is none.
+/// The identity of the file at a path, links followed. Empty, with the reason in errno, if there is none or
+/// it cannot be examined.
 std::optional<FileIdentity> identityAt(const std::filesystem::path& file);
 
 /// The identity in what the system said of a file.
@@ -31,8 +32,8 @@ std::optional<FileIdentity> identityOf(int descriptor);
 /// Whether two identities are of one file or folder, in whatever version; false when one is missing.
 bool isSameFile(const std::optional<FileIdentity>& a, const std::optional<FileIdentity>& b);
 
-/// Whether the file changed so short a time ago that another change could leave the same identity: the times
-/// of many file systems go forward in steps.
+/// Whether the file changed so recently that another change could leave its identity the same. Many file
+/// systems store times with coarse resolution.
 bool isRecent(const FileIdentity& identity);
 
 }  // namespace Tal::files

@@ -9,10 +9,9 @@
 
 namespace Tal::files {
 
-/// Makes a folder, and those above it that are missing, and does not return before the disk has them; where
-/// the folder above may not be read, that is left to the system. A folder that is there already is left as it
-/// is. After a fault the folder that could not be made is not there; those above it may be. Usable on any
-/// thread.
+/// Creates a folder and its missing parents, and flushes each to disk before returning. The flush is skipped
+/// if the parent folder is not readable. A folder that is there already is left as it is. After a fault the
+/// folder that could not be made is not there; those above it may be. Usable on any thread.
 Result<void> makeFolder(const std::filesystem::path& folder);
 
 /// The same for one folder in an open one; `shown` is its path, for messages.

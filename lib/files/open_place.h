@@ -40,9 +40,9 @@ struct Standing {
 /// that name, whatever is put meanwhile where the path that led there goes. Usable on any thread.
 class OpenPlace {
  public:
-  /// Opens the folder of the file that `place` means in the end: a link is followed as long as it leads to
-  /// another place below the root, and a last link that leads to nothing is itself the place. Folders that
-  /// are missing are made, each flushed into the one above it; after a fault they are removed again.
+  /// Resolves `place` and opens the folder of the resulting file. Links that stay below the root are
+  /// followed. A dangling final link counts as the place itself. Folders that are missing are made, each
+  /// flushed into the one above it; after a fault they are removed again.
   static Result<OpenPlace> open(const RootedPath& place);
   static Result<OpenPlace> open(const OpenRoot& root, const std::filesystem::path& name);
 

@@ -14,9 +14,8 @@ class Signal;
 
 /// A list of callbacks that one event calls. A signal that nothing ever connected to takes one pointer.
 ///
-/// Connecting, disconnecting and raising are thread-safe. Releasing or destroying the signal must not
-/// coincide with another thread's use of it; it may happen in one of its callbacks, and beside any use of a
-/// handle.
+/// Connecting, disconnecting and raising are thread-safe. Do not release or destroy the signal while another
+/// thread uses it. One of its callbacks may do so, and other threads may be using its handles.
 template <class... Args>
 class Signal<void(Args...), OptionalLastValue<void>> {
  public:

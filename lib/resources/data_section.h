@@ -121,10 +121,10 @@ class DataSection : public SafeReferenceCount {
   virtual void removeChildren() = 0;
 
   /// Writes the whole document to a file: with an empty name to the one that it was read from, else to that
-  /// resource. The file is replaced atomically, and only when its content changes. False when it could not be
-  /// written: then the file is whole, the old one (or the new one when only its last flush to the disk
-  /// failed), the edits stay in the document, and one critical message has said what failed. Inside a
-  /// SaveGroup the write waits for the group's commit, and true means only that it was put down for it.
+  /// resource. The file is replaced atomically, and only when its content changes. False if the write fails,
+  /// after one critical message. The file then has its complete old content, or the new content if only the
+  /// final flush failed. The edits stay in the document. Inside a SaveGroup, true only means that the write
+  /// is queued for the commit.
   virtual bool save(BasicStringRef fileName = {}) = 0;
 
   /// @}
@@ -134,9 +134,9 @@ class DataSection : public SafeReferenceCount {
   DataSectionIterator begin() const { return {this, 0}; }
   DataSectionIterator end() const { return {this, childCount()}; }
 
-  /// The section at the path `name`. When it is absent: null if `create` is false; else it is made, every
-  /// missing step of the path too, the last step by `creator` if that is not null. Null also when `name`
-  /// cannot name an element.
+  /// The section at the path `name`. If it is absent: null when `create` is false, else all missing steps of
+  /// the path are made, the last one by `creator` unless that is null. Null also when `name` cannot name an
+  /// element.
   SmartPointer<DataSection> openSection(BasicStringRef name, bool create = false,
                                         DataSectionCreator* creator = nullptr);
 
@@ -148,10 +148,10 @@ class DataSection : public SafeReferenceCount {
   /// @}
   /// @name Values of children
   /// Reading yields `defaultValue` when the child is absent, and for numbers also when its text is not one
-  /// number of the type, or out of its range. Writing makes the child when it is missing and leaves a child
-  /// that already has the value as it is (text: equal but for surrounding white space; numbers: equal as
-  /// numbers). It gives false when `key` cannot name a child or the format cannot hold the value (see
-  /// setValue; a float must be finite); then nothing changes, and no child is made.
+  /// number of the type, or out of its range. Writing creates a missing child and leaves a child with an
+  /// equal value unchanged. Text is compared without surrounding white space, numbers by value. It gives
+  /// false when `key` cannot name a child or the format cannot hold the value (see setValue; a float must be
+  /// finite); then nothing changes, and no child is made.
   /// @{
 
   /// `flags` has no effect.

@@ -8,11 +8,11 @@
 
 namespace Tal {
 
-/// Keeps the documents that were opened by resource name. An open compares the file's identity (device,
-/// inode, size, modification and change time) and parses it again only when that changed, or when the file
-/// has other bytes than before although it was changed so shortly before the last open that its times cannot
-/// show it. A document with unsaved edits is not exchanged for a newer file: opens go on giving it, and
-/// saving it notices the other change. Main thread only.
+/// Keeps the documents that were opened by resource name. Opening compares the file's identity: device,
+/// inode, size, modification time and change time. If the identity changed, the file is parsed again. If the
+/// last change was too recent for the times to be reliable, the bytes are compared too. A document with
+/// unsaved edits is not exchanged for a newer file: opens go on giving it, and saving it notices the other
+/// change. Main thread only.
 class DataSectionCache {
  public:
   /// Forgets the cached document of a resource, so that the next open reads the file anew; with `recursive`
@@ -20,8 +20,8 @@ class DataSectionCache {
   /// handles on it stay valid. A document whose save failed or waits for a SaveGroup is kept.
   static void purge(BasicStringRef path, bool recursive);
 
-  /// Forgets the cached document of a resource with all its unsaved edits, also when their save failed: for a
-  /// caller who holds elsewhere what is to be saved, and will write it again into the file as it is then.
+  /// Forgets the cached document of a resource and all its unsaved edits, even if a save of them failed.
+  /// Meant for callers that keep the data elsewhere and will write it again to the current file.
   static void discard(BasicStringRef path);
 
   /// While the result lives, the file of a resource is examined once: every later open gives the document

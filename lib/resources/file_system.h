@@ -23,9 +23,9 @@ class MonitorThreadBase;
 /// absolute, holds "..", a backslash or a NUL, or reaches a place outside its root through a link is refused.
 class MultiFileSystem {
  public:
-  /// All of `roots`, which are existing folders. When one of them is none, or cannot be examined, there are
-  /// no roots at all, and a message of priority 5 names it: another root's files are not to be taken for its
-  /// own.
+  /// All of `roots`, which are existing folders. If one is not a folder or cannot be examined, a message of
+  /// priority 5 names it and there are no roots at all. Otherwise files of a later root could be mistaken for
+  /// its files.
   explicit MultiFileSystem(std::vector<std::filesystem::path> roots);
 
   /// The same, with a fault instead of a message; never null.
@@ -37,10 +37,10 @@ class MultiFileSystem {
   const std::vector<std::filesystem::path>& roots() const noexcept;
 
   /// The place of the resource, a regular file, in the first root that holds it, by that root and the
-  /// resource's normalised name. A fault of the kind `missing` when no root holds it. One of another kind
-  /// when its name is refused, and when what the first root has in its place cannot be used: a link to
-  /// nothing or to a place outside the root, or what cannot be examined. It is a clause about the name
-  /// ("leads out of its root through a link").
+  /// resource's normalised name. A fault of the kind `missing` when no root holds it. Other kinds mean that
+  /// the name is refused or that the first match is unusable: a dangling link, one that leads out of the
+  /// root, or what cannot be examined. The text continues a sentence that begins with the name ("leads out of
+  /// its root through a link").
   Result<files::RootedPath> find(BasicStringRef resourceName) const;
 
   /// The first root, in which resources are made, as it was taken; empty without roots.
@@ -58,7 +58,8 @@ class MultiFileSystem {
   const std::shared_ptr<DocumentSource>& documents() const noexcept;
 
   /// Has data sections come from `source` from now on; from the files below the roots again when it is null.
-  /// The section cache is cleared, unsaved edits included. Models are read from the roots all the same.
+  /// The section cache is cleared, unsaved edits included. The files of models have to be below the roots all
+  /// the same.
   void setDocuments(std::shared_ptr<DocumentSource> source);
 
   /// A fault when the name can never name a resource: a clause about it ("is absolute").
@@ -94,12 +95,11 @@ void reportRefused(BasicStringRef resourceName, const Fault& fault);
 
 namespace Utils {
 
-/// Opens a resource as a data section, from the cache when the file has not changed. Null when it is missing,
-/// refused or unreadable, when there is no file system, and within a save group when another program is
-/// saving it and does not come to an end (all but a missing one are reported); a file that is there and
-/// cannot be parsed is reported (resource, line, column, reason) once for each version of the file. When it
-/// is missing and `create` is true, an empty document (by `creator` if not null) is made in memory; saving it
-/// makes the file.
+/// Opens a resource as a data section, from the cache when the file has not changed. Null if the resource is
+/// missing, refused, unreadable or malformed, or if there is no file system; within a save group also if
+/// another program keeps the file locked. Every failure but a missing resource is reported, a malformed file
+/// once per version, with resource, line, column and reason. When it is missing and `create` is true, an
+/// empty document (by `creator` if not null) is made in memory; saving it makes the file.
 SmartPointer<DataSection> openSection(BasicStringRef path, bool create, DataSectionCreator* creator);
 
 /// The same for a resource that is there, with a fault instead of a message; never null.

@@ -10,11 +10,11 @@ namespace Tal::FS {
 /// resource: its last content is always reported.
 ///
 /// What the system reports is noticed at once: a file replaced by rename, written and closed, or deleted and
-/// made anew. The rest, such as a write through memory that stays mapped, is noticed by polling every file:
-/// half a second later as a rule, up to ten seconds later below roots of 100,000 files. A file whose writer
-/// does not close it counts as complete when nobody has written to it for two seconds. Where the system
-/// refuses to watch, every change is noticed by polling, and a file is complete when two polls find it alike.
-/// Not reported are files that are only read, and names that say that a file is temporary or a backup.
+/// made anew. Other changes, such as writes through mapped memory, are found by polling. This usually takes
+/// half a second, and up to ten seconds for roots with 100,000 files. A file whose writer does not close it
+/// counts as complete when nobody has written to it for two seconds. Where the system refuses to watch, every
+/// change is noticed by polling, and a file is complete when two polls find it alike. Not reported are files
+/// that are only read, and names that say that a file is temporary or a backup.
 ///
 /// It watches from the first call of MultiFileSystem::getFilesystemMonitor on, which owns it: to miss
 /// nothing, a host makes that call before it reads anything. Main thread only.

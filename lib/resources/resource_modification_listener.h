@@ -9,8 +9,8 @@ namespace Tal {
 /// monitor before it is destroyed.
 ///
 /// All hooks run on the main thread, within MultiFileSystem::pump. From within, a listener may add and remove
-/// listeners, itself too, and pump again; it must not replace the file system. What a hook throws leaves the
-/// pump, and what was not delivered by then is not reported.
+/// listeners, itself too, and pump again; it must not replace the file system. If a hook throws, the
+/// exception leaves pump, and the undelivered changes are lost.
 class ResourceModificationListener {
  public:
   using Action = watch::Action;

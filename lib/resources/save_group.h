@@ -21,12 +21,12 @@ class SaveGroup {
   SaveGroup(const SaveGroup&) = delete;
   SaveGroup& operator=(const SaveGroup&) = delete;
 
-  /// Writes every noted document and closes the group. A fault when a value was refused while it was open,
-  /// and then nothing is written; also when a document could not be written: its old file is whole and its
+  /// Writes every noted document and closes the group. Fails without writing anything if a value was refused
+  /// while the group was open. Also fails if a document cannot be written; its old file stays intact and its
   /// edits are kept. In an inner group the outer group's commit writes.
   Result<void> commit();
 
-  /// The same for who can only say whether: the fault is logged as one critical message.
+  /// Like commit, for callers that can only return a bool: logs the fault as one critical message.
   [[nodiscard]] bool commitOrReport();
 
   /// Whether a group of the process is open.
@@ -39,11 +39,9 @@ class SaveGroup {
 /// Keeps other programs from saving a resource between reading and saving it, before a SaveGroup that does so
 /// is opened. It ends with the scope; a save within takes it over to the new file.
 ///
-/// A SaveLock, and a file that an open SaveGroup holds, do not wait for one another within this process: they
-/// share one lock, and other programs are kept out until the last of them ends. While it lives, opening the
-/// resource does not ask for its file by name again; what somebody changes who ignores locks, the save finds
-/// out.
-/// Main thread only.
+/// Within this process, a SaveLock and an open SaveGroup share one lock per file and never wait for each
+/// other. Other programs wait until both have ended. While it lives, opening the resource does not look up
+/// its file again. Changes by programs that ignore locks are detected by the save. Main thread only.
 class SaveLock {
  public:
   /// Waits up to ten seconds for another program that is saving the resource; a fault names it when it does

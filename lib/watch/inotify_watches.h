@@ -27,9 +27,9 @@ struct RootPlace {
   std::string name;
 };
 
-/// The system's queue of events, and what its watches stand for. The system gives what it watches a number,
-/// the same one however often it is asked; hence one watch may stand for several folders (one that links lead
-/// to, too), for the places of several roots, or for several names of a file.
+/// The system's queue of events, and what its watches stand for. The system returns the same watch number
+/// whenever the same object is watched again. So one watch may stand for several folders reached through
+/// links, for several roots, or for several names of a file.
 ///
 /// Numbers are not negative; -1 is no watch and stands for nothing. Used by one thread at a time.
 class InotifyWatches {

@@ -14,11 +14,11 @@
 
 namespace Tal::watch {
 
-/// A thread that collects the changes below a set of roots. It wakes for each change that the system
-/// reports, and four times a second to poll every file. After a poll that takes long the pause is longer, so
-/// that polls take a twentieth of one processor, as long as each takes no more than a quarter of a second
-/// (some 100,000 files). The pause is five seconds at most, so longer polls take a larger part: those of a
-/// second take a sixth. Where the system refuses a thread, `take` does its work too.
+/// A thread that collects the changes below a set of roots. It wakes for each change that the system reports,
+/// and four times a second to poll every file. After a slow poll the pause is longer, so polling uses about 5
+/// percent of one processor. This holds for polls of up to a quarter of a second (about 100,000 files). The
+/// pause is five seconds at most, so longer polls take a larger part: those of a second take a sixth. Where
+/// the system refuses a thread, `take` does its work too.
 ///
 /// Made, used and destroyed on one thread.
 class WatchThread {

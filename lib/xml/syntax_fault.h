@@ -9,8 +9,8 @@ namespace Tal::xml {
 
 constexpr BasicStringRef kByteOrderMark = "\xEF\xBB\xBF";
 
-/// The fault of a text that cannot be opened as a document, at the character that follows `text`, its
-/// beginning in UTF-8, of which a byte-order mark is no column.
+/// A fault for malformed text. `text` is the UTF-8 text before the faulty character and determines line and
+/// column; a byte-order mark takes no column.
 Fault faultBehind(BasicStringRef text, std::string what, std::string remedy = {});
 
 }  // namespace Tal::xml
