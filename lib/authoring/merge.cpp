@@ -5,6 +5,7 @@
 #include <destructibles/database_format.h>
 
 #include <map>
+#include <tuple>
 #include <utility>
 
 namespace Tal::authoring {
@@ -73,7 +74,13 @@ Description mergedDescription(const Description& base, const Description& mine, 
   return result;
 }
 
-using Texts = std::map<FieldName, std::string>;
+/// Orders fields by module, state and key.
+struct ByName {
+  bool operator()(const FieldName& a, const FieldName& b) const {
+    return std::tie(a.module, a.state, a.key) < std::tie(b.module, b.state, b.key);
+  }
+};
+using Texts = std::map<FieldName, std::string, ByName>;
 
 template <class Record>
 void addRecord(const std::string& module, const Record& record, Texts& texts) {

@@ -2,7 +2,6 @@
 
 #include <authoring/description.h>
 
-#include <compare>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,7 +14,7 @@ struct FieldName {
   std::string state = {};   ///< empty when it is no state's
   std::string key = {};     ///< as in the database, or "category"; empty for the materials of a state
 
-  auto operator<=>(const FieldName&) const = default;
+  bool operator==(const FieldName&) const = default;
 };
 
 /// The field that holds the category.

@@ -28,9 +28,10 @@ Result<void> checkNewName(const std::string& state, const Description::States& s
   if (isBuiltInState(state))
     return refused("the state " + quotedName(state) + " is built in", "choose another name");
   if (state.empty()) return refused("the name of a state cannot be empty", "give one");
-  if (const auto checked = checkStoredText(state); !checked)
-    return refused("the state name " + quotedName(state) + ' ' + checked.fault().what,
-                   checked.fault().remedy);
+  if (const auto checked = checkStoredText(state); !checked) {
+    const Fault& fault = checked.fault();
+    return refused("the state name " + quotedName(state) + ' ' + fault.what, fault.remedy);
+  }
   if (states.contains(state)) return refused("there is a state " + quotedName(state) + " already");
   return {};
 }

@@ -79,7 +79,7 @@ Result<FileLock> FileLock::acquire(const std::filesystem::path& file, std::chron
   bool hasTried = false;
   while (true) {
     FileDescriptor descriptor = openFile(file, O_RDONLY);
-    if (!descriptor) return FileLock(FileDescriptor(), errno == ENOENT ? "" : std::strerror(errno));
+    if (!descriptor) return FileLock(FileDescriptor());
     bool isLocked = tryLock(descriptor.get());
     if (!isLocked && errno == EBADF) {
       // Some network file systems lock only what is open for writing. Not done everywhere, since closing

@@ -18,9 +18,9 @@ namespace Tal::files {
 class FileLock {
  public:
   /// Waits for another holder, of this process too, as long as `patience`. A fault of the kind `busy` names
-  /// the one that still has the lock then ("process 123 (destructibles)"). If the file is missing, the lock
-  /// holds nothing. The same is true of a file that cannot be opened and of a file system without locks;
-  /// `absence` then gives the reason. Usable on any thread.
+  /// the one that still has the lock then ("process 123 (destructibles)"). If the file is missing or
+  /// cannot be opened, the lock holds nothing. The same is true on a file system without locks; `absence`
+  /// then gives the reason. Usable on any thread.
   static Result<FileLock> acquire(const std::filesystem::path& file, std::chrono::milliseconds patience);
 
   /// The version of the locked file as it is now; empty when the lock holds nothing.

@@ -47,9 +47,10 @@ Result<FileContent> readFile(int descriptor, std::size_t largest) {
     const auto before = identityOf(descriptor);
     if (!before) return failedReading("cannot examine the file", errno);
     const auto size = static_cast<std::size_t>(before->size);
-    if (size > largest)
+    if (size > largest) {
       return Fault{FaultKind::refused, "the file is larger than " + std::to_string(largest >> 20U) + " MiB",
                    "divide it"};
+    }
     FileContent content{ByteBuffer(size), *before};
     const std::ptrdiff_t count = readFully(descriptor, content.bytes.data(), size);
     if (count < 0) return failedReading("cannot read the file", errno);

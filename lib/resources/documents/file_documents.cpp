@@ -50,9 +50,10 @@ Result<std::shared_ptr<const void>> FileDocuments::lock(const Location& location
   std::erase_if(held_, [](const auto& held) { return held.second.lock.expired(); });
   if (auto known = lockAt(location.place)) return std::shared_ptr<const void>(std::move(known));
   std::shared_ptr<files::FileLock> lock;
-  for (const auto& [name, held] : held_)  // a file may have several names
+  for (const auto& [name, held] : held_) {  // a file may have several names
     if (auto known = held.lock.lock(); known && files::isSameFile(known->identity(), location.file))
       lock = std::move(known);
+  }
   if (!lock) {
     const std::filesystem::path file = location.place.path();
     auto made = files::FileLock::acquire(file, s_patience);
