@@ -15,7 +15,8 @@ struct FileBefore {
 };
 
 /// What one operation has changed of a model: all that undoing it takes. An edit changes what the author has,
-/// a save what the file holds.
+/// a save what the file holds. Once another program has changed the same value, going back to `before` is an
+/// edit against what the file says by then.
 struct Change {
   std::string modelName;
   Description before;  ///< of an edit also what conversions have left behind

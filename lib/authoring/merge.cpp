@@ -4,6 +4,7 @@
 #include <core/display_text.h>
 #include <destructibles/database_format.h>
 
+#include <algorithm>
 #include <map>
 #include <tuple>
 #include <utility>
@@ -161,6 +162,14 @@ Merge merge(const Description& base, const Description& mine, const Description&
   return result;
 }
 
+std::vector<Conflict> joined(std::vector<Conflict> earlier, const std::vector<Conflict>& later) {
+  for (const Conflict& conflict : later) {
+    if (std::ranges::find(earlier, conflict.field, &Conflict::field) == earlier.end())
+      earlier.push_back(conflict);
+  }
+  return earlier;
+}
+
 std::vector<Conflict> unsettled(std::vector<Conflict> conflicts, const Description& mine,
                                 const Description& theirs) {
   const Texts ours = textsOf(mine, mine.category);
@@ -169,7 +178,9 @@ std::vector<Conflict> unsettled(std::vector<Conflict> conflicts, const Descripti
     conflict.mine = textIn(ours, conflict.field);
     conflict.theirs = textIn(others, conflict.field);
   }
-  std::erase_if(conflicts, [](const Conflict& conflict) { return conflict.mine == conflict.theirs; });
+  std::erase_if(conflicts, [](const Conflict& conflict) {
+    return conflict.theirs == conflict.mine || conflict.theirs == conflict.base;
+  });
   if (mine.category != theirs.category) keepCategoryAlone(conflicts);
   return conflicts;
 }

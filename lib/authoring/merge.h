@@ -42,7 +42,10 @@ struct Merge {
 /// that is the one conflict.
 Merge merge(const Description& base, const Description& mine, const Description& theirs);
 
-/// Those conflicts in which the two still differ, with what they have now.
+/// The conflicts that two merges have found, each field once: the earlier one knows what both had.
+std::vector<Conflict> joined(std::vector<Conflict> earlier, const std::vector<Conflict>& later);
+
+/// Those conflicts that are still some, with what the two have now.
 std::vector<Conflict> unsettled(std::vector<Conflict> conflicts, const Description& mine,
                                 const Description& theirs);
 

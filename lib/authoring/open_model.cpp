@@ -13,7 +13,6 @@
 #include <resources/monitor.h>
 
 #include <algorithm>
-#include <iterator>
 #include <set>
 #include <utility>
 #include <vector>
@@ -306,8 +305,7 @@ void OpenModel::merge(const Description& file) {
     // A model of no category has no records that would count again when it is converted.
     mine_ = mine_.category == DT_NON_DESTRUCTIBLE ? Description()
                                                   : completed(std::move(merge.merged), newEntries_);
-    std::ranges::move(merge.conflicts, std::back_inserter(conflicts_));
-    conflicts_ = unsettled(std::move(conflicts_), mine_, theirs);
+    conflicts_ = unsettled(joined(std::move(conflicts_), merge.conflicts), mine_, theirs);
   } else {
     isStructureGone_ = false;
     conflicts_.clear();

@@ -115,6 +115,45 @@ TEST_F(AReload, ListsWhatBothHaveChangedUntilItIsSaved) {
   EXPECT_THAT(readDatabase(), testing::HasSubstr("<health>35</health>"));
 }
 
+TEST_F(AReload, ListsAValueOnceHoweverOftenAnotherProgramChangesIt) {
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  for (const char* const theirs : {"8", "7", "6"}) changeFile(*session, database(theirs, "smoke"));
+  const std::string line = R"(health: another program changed "5" to "6"; "35" is kept)";
+  EXPECT_THAT(linesOf(session->conflicts()), testing::ElementsAre(line));
+  root_.replace(kDatabase, database("4", "smoke"));  // found by the save itself
+  const Result<Outcome> saved = session->save();
+  expectDone(saved);
+  EXPECT_THAT(saved->warnings,
+              testing::ElementsAre(R"(health: another program changed "5" to "4"; "35" is kept)"));
+}
+
+TEST_F(AReload, EndsAConflictOnceTheFileIsAsItWas) {
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  changeFile(*session, database("8", "smoke"));
+  changeFile(*session, database("5", "smoke"));
+  EXPECT_THAT(session->conflicts(), testing::IsEmpty());
+  EXPECT_EQ(session->description().fragile.value().health, 35);
+  changeFile(*session, database("9", "smoke"));
+  EXPECT_THAT(linesOf(session->conflicts()),
+              testing::ElementsAre(R"(health: another program changed "5" to "9"; "35" is kept)"));
+}
+
+TEST_F(AReload, ListsTheCategoryOnceThatAnotherProgramChangesTwice) {
+  const auto session = open(kCrate);
+  expectDone(session->set({{"health", "35"}}));
+  const auto of = [](const std::string& section, const std::string& rest) {
+    return "<root><" + section + "><entry><filename>content/props/crate.model</filename>" + rest +
+           "</entry></" + section + "></root>";
+  };
+  changeFile(*session, of("structures", "<modules/>"));
+  changeFile(*session, of("fallingAtoms", "<health>3</health>"));
+  EXPECT_THAT(linesOf(session->conflicts()),
+              testing::ElementsAre(
+                  R"(category: another program changed "fragile" to "falling-atom"; "fragile" is kept)"));
+}
+
 TEST_F(AReload, EndsAConflictThatTheAuthorOrTheOtherProgramSettles) {
   const auto session = open(kCrate);
   for (const bool isByAuthor : {true, false}) {
