@@ -6,17 +6,6 @@
 namespace Tal::authoring {
 namespace {
 
-using States = std::vector<std::string>;
-
-bool isSameValue(const States& a, const States& b) {
-  return a == b;
-}
-
-template <class Record>
-bool isSameValue(const Record& a, const Record& b) {
-  return isSameRecord(a, b);
-}
-
 template <class Record>
 bool isSameValue(const std::optional<Record>& a, const std::optional<Record>& b) {
   return a && b ? isSameRecord(*a, *b) : a.has_value() == b.has_value();
@@ -25,7 +14,7 @@ bool isSameValue(const std::optional<Record>& a, const std::optional<Record>& b)
 template <class Value>
 bool isSameMap(const std::map<std::string, Value>& a, const std::map<std::string, Value>& b) {
   return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const auto& left, const auto& right) {
-    return left.first == right.first && isSameValue(left.second, right.second);
+    return left.first == right.first && isSameRecord(left.second, right.second);
   });
 }
 

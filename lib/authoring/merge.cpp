@@ -14,26 +14,6 @@ namespace {
 
 namespace keys = database_format::keys;
 
-using Materials = std::vector<std::string>;
-
-bool isSameValue(const Materials& a, const Materials& b) {
-  return a == b;
-}
-
-template <class Record>
-bool isSameValue(const Record& a, const Record& b) {
-  return isSameRecord(a, b);
-}
-
-Materials mergedValue(const Materials& base, const Materials& mine, const Materials& theirs) {
-  return mine == base ? theirs : mine;
-}
-
-template <class Record>
-Record mergedValue(const Record& base, const Record& mine, const Record& theirs) {
-  return mergedRecord(base, mine, theirs);
-}
-
 template <class Record>
 std::optional<Record> mergedOptional(const std::optional<Record>& base, const std::optional<Record>& mine,
                                      const std::optional<Record>& theirs) {
@@ -52,8 +32,8 @@ std::map<std::string, Value> mergedMap(const std::map<std::string, Value>& base,
     const auto other = theirs.find(name);
     const bool isNew = before == base.end();
     if (!isNew && other != theirs.end()) {
-      result.emplace(name, mergedValue(before->second, value, other->second));
-    } else if (isNew || !isSameValue(before->second, value)) {
+      result.emplace(name, mergedRecord(before->second, value, other->second));
+    } else if (isNew || !isSameRecord(before->second, value)) {
       result.emplace(name, value);
     }
   }
@@ -89,7 +69,7 @@ void addRecord(const std::string& module, const Record& record, Texts& texts) {
     texts.emplace(FieldName{module, {}, std::string(field.key)}, textOf(valueOf(record, field)));
 }
 
-std::string listText(const Materials& materials) {
+std::string listText(const std::vector<std::string>& materials) {
   std::string text;
   for (const std::string& material : materials) text += (text.empty() ? "" : " ") + material;
   return text;

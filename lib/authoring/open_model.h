@@ -162,8 +162,8 @@ class OpenModel : private ResourceModificationListener {
   bool isWhole_ = true;
   bool isStale_ = false;       // the file or the tables may have changed
   bool isModelStale_ = false;  // its own files may have
-  bool hasNews_ = false;       // to tell of: a file was read
-  bool hasEdit_ = false;       // to tell of
+  bool hasNews_ = false;       // a file was read, which listeners have not heard of
+  bool hasEdit_ = false;       // the same of an edit
 };
 
 }  // namespace Tal::authoring

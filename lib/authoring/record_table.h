@@ -61,6 +61,11 @@ bool isSameRecord(const Record& a, const Record& b) {
                              [&](const RecordField<Record>& field) { return isSameField(field, a, b); });
 }
 
+/// The same of the materials of a state, which are one value.
+inline bool isSameRecord(const std::vector<std::string>& a, const std::vector<std::string>& b) {
+  return a == b;
+}
+
 /// `theirs` with every field in which `mine` differs from `base`.
 template <class Record>
 Record mergedRecord(const Record& base, const Record& mine, const Record& theirs) {
@@ -69,6 +74,13 @@ Record mergedRecord(const Record& base, const Record& mine, const Record& theirs
     if (!isSameField(field, base, mine)) copyField(field, mine, merged);
   }
   return merged;
+}
+
+/// `mine` if that is not `base`, else `theirs`.
+inline std::vector<std::string> mergedRecord(const std::vector<std::string>& base,
+                                             const std::vector<std::string>& mine,
+                                             const std::vector<std::string>& theirs) {
+  return isSameRecord(mine, base) ? theirs : mine;
 }
 
 template <class Record>

@@ -36,8 +36,8 @@ bool isToBeLeftOut(int code) noexcept {
   }
 }
 
-/// What a call that fills a buffer gives, whose size it gives when there is none; empty, with errno, when it
-/// fails.
+/// The bytes that a call fills a buffer with. Without a buffer the call gives their size. Empty, with errno,
+/// when it fails.
 template <class Call>
 std::optional<std::string> filledBy(const Call& call) {
   for (;;) {

@@ -15,6 +15,8 @@ namespace {
 
 /// A file that is written while it is read is read again, at most so often.
 constexpr int kAttempts = 5;
+
+/// What fits into a processor's cache beside what it is compared with.
 constexpr std::size_t kPiece = std::size_t{1} << 18U;
 
 /// Reads from a place on until the size is reached or the file ends; how many bytes came, -1 on an error.

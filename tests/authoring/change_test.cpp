@@ -10,7 +10,17 @@
 namespace Tal::authoring {
 namespace {
 
-using AChange = SessionTest;
+class AChange : public SessionTest {
+ protected:
+  /// The change of a save that makes the crate a fragile.
+  static Change changeOfSaving(Session& crate) {
+    expectDone(crate.convert(DT_FRAGILE));
+    const Result<Outcome> saved = crate.save();
+    expectDone(saved);
+    EXPECT_TRUE(saved && saved->change);
+    return saved && saved->change ? *saved->change : Change();
+  }
+};
 
 TEST_F(AChange, OfAnEditHoldsWhatTheAuthorHadAndHas) {
   using Edit = std::function<Result<Outcome>(Session&)>;
@@ -57,15 +67,12 @@ TEST_F(AChange, OfASaveHoldsTheFileByteForByteAsItWasBefore) {
   const std::string text = "<!-- mine -->\r\n<root>\r\n  <other a='1'/>\r\n</root>\r\n";
   writeDatabase(text);
   const auto session = open(kCrate);
-  expectDone(session->convert(DT_FRAGILE));
-  const Result<Outcome> saved = session->save();
-  expectDone(saved);
-  ASSERT_TRUE(saved->change);
-  EXPECT_EQ(saved->change->before.category, DT_NON_DESTRUCTIBLE);
-  EXPECT_TRUE(isSame(saved->change->after, session->description()));
-  ASSERT_EQ(saved->change->files.size(), 1U);
-  EXPECT_EQ(saved->change->files[0].resourceName, kDatabase);
-  EXPECT_EQ(*saved->change->files[0].bytes, text);
+  const Change change = changeOfSaving(*session);
+  EXPECT_EQ(change.before.category, DT_NON_DESTRUCTIBLE);
+  EXPECT_TRUE(isSame(change.after, session->description()));
+  ASSERT_EQ(change.files.size(), 1U);
+  EXPECT_EQ(change.files[0].resourceName, kDatabase);
+  EXPECT_EQ(*change.files[0].bytes, text);
   EXPECT_NE(readDatabase(), text);
 }
 
@@ -73,12 +80,7 @@ TEST_F(AChange, OfASaveIsOfTheFileAsItIsEncoded) {
   std::string text = "\xFF\xFE";
   for (const char letter : std::string("<root>\n</root>\n")) text += std::string{letter, '\0'};
   writeDatabase(text);
-  const auto session = open(kCrate);
-  expectDone(session->convert(DT_FRAGILE));
-  const Result<Outcome> saved = session->save();
-  expectDone(saved);
-  ASSERT_TRUE(saved->change);
-  EXPECT_EQ(*saved->change->files.at(0).bytes, text);
+  EXPECT_EQ(*changeOfSaving(*open(kCrate)).files.at(0).bytes, text);
 }
 
 TEST_F(AChange, OfSeveralModelsThatAreSavedAtOnceSharesTheBytes) {
